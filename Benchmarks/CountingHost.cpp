@@ -1,0 +1,148 @@
+#include "CountingHost.h"
+
+#include <cstring>
+#include <stdexcept>
+
+#include <dlfcn.h>
+
+namespace Ravik::Benchmarks
+{
+
+using namespace RavikSrv;
+
+CountingHost::CountingHost(int symbol_count, int domain_count)
+{
+    Value own;
+    Value inherited;
+    Value nested;
+    Value values;
+    Value nested_values;
+    values.insert("part", "Line::Nested");
+    for (int i = 0; i < symbol_count; ++i)
+    {
+        auto& members = i % 4 == 2 ? inherited : i % 4 == 3 ? nested : own;
+        add_symbol(i, domain_count, members, i % 4 == 3 ? nested_values : values);
+    }
+    own["part"]["recipeType"] = "Nested";
+    own["part"]["enabled"] = true;
+    auto& types = m_configuration["recipeTypeList"];
+    types["Line"]["members"] = own;
+    types["Line"]["recipeTypeNames"] << Value("Inherited");
+    types["Inherited"]["members"] = inherited;
+    types["Nested"]["members"] = nested;
+    auto& recipes = m_configuration["recipeList"]["Line"];
+    recipes["Product"]["recipeTypeName"] = "Line";
+    recipes["Product"]["values"] = values;
+    recipes["Nested"]["recipeTypeName"] = "Nested";
+    recipes["Nested"]["values"] = nested_values;
+}
+
+void CountingHost::add_symbol(int number, int domain_count, Value& members, Value& values)
+{
+    auto const name = "Member" + std::to_string(number);
+    auto const symbol = "Line.Symbol" + std::to_string(number);
+    Value member(ValueType::Map);
+    member.insert("symbol", symbol.c_str());
+    member.insert("enabled", true);
+    member.insert("defaultValue", 0.0);
+    members.insert(name.c_str(), member);
+    values.insert(name.c_str(), 0.5 * number);
+    auto const domain = "Domain" + std::to_string(number % domain_count);
+    m_symbol_table[symbol.c_str()].insert("DOMAIN", domain.c_str());
+    m_symbol_table[symbol.c_str()].insert("USEMAPPING", true);
+    m_written.insert(symbol.c_str(), 0.5 * number);
+}
+
+ErrorValue CountingHost::execute_command_group(Context const& /*context*/, CommandGroup* group)
+{
+    commands += static_cast<std::size_t>(group->end_vector() - group->begin_vector());
+    return ErrorValue::SUCCESS;
+}
+
+ErrorValue CountingHost::execute_command(Context const& /*context*/, Command* /*command*/)
+{
+    return ErrorValue::NOT_IMPLEMENTED;
+}
+
+void CountingHost::register_listener(Context const& /*context*/, IRavikSrvListener* listener)
+{
+    if (auto* const requests = dynamic_cast<IRavikSrvRequestListener*>(listener))
+    {
+        m_requests = requests;
+    }
+}
+
+void CountingHost::register_listener(Context const& /*context*/, IRavikSrvListener* /*listener*/,
+                                     Value const& /*settings*/)
+{
+}
+
+ErrorValue CountingHost::set_config_value(Context const& /*context*/, char const* /*path*/, Value const* /*value*/)
+{
+    return ErrorValue::NOT_IMPLEMENTED;
+}
+
+Value CountingHost::get_config_value(Context const& context, char const* /*path*/)
+{
+    return std::strcmp(context.domain(), "RavikSrv") == 0 ? m_symbol_table : m_configuration;
+}
+
+ResultPair CountingHost::validate_symbol_value(char const* /*symbol*/, Value const& /*value*/)
+{
+    return ErrorValue::SUCCESS;
+}
+
+ResultPair CountingHost::validate(Value const& /*schema*/, Value const& /*value*/, char const* /*path*/)
+{
+    return ErrorValue::SUCCESS;
+}
+
+String CountingHost::get_extension_error_string(char const* /*domain*/, unsigned /*code*/)
+{
+    return {};
+}
+
+std::unique_ptr<IRavikSrvExt> load_recipe_management(CountingHost& host)
+{
+    using Entry = int (*)(IRavikSrvExtHost * host, IRavikSrvExt * *extension, double* version);
+    auto* const library = dlopen(RECIPE_MANAGEMENT_LIBRARY, RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
+    auto* const entry = library != nullptr ? dlsym(library, "ext_interface") : nullptr;
+    if (entry == nullptr)
+    {
+        throw std::runtime_error(dlerror());
+    }
+    IRavikSrvExt* extension = nullptr;
+    double version = 0;
+    reinterpret_cast<Entry>(entry)(&host, &extension, &version);
+    std::unique_ptr<IRavikSrvExt> owned(extension);
+    owned->init(Context());
+    return owned;
+}
+
+CommandGroup activation()
+{
+    Value parameters(ValueType::Struct);
+    parameters.insert("path", "Line::Product");
+    Command command("ActivateRecipe");
+    command.set_mapping("ActivateRecipe");
+    command.set_write_value(parameters);
+    CommandGroup group;
+    group.insert(group.end_vector(), command);
+    return group;
+}
+
+CommandGroup append_commands(CountingHost const& host)
+{
+    CommandGroup group;
+    group.set_domain("Domain0");
+    auto const& written = host.written();
+    for (auto symbol = written.begin(); symbol != written.end(); ++symbol)
+    {
+        Command command(symbol.name());
+        command.set_write_value(*symbol);
+        group.insert(group.end_vector(), command);
+    }
+    return group;
+}
+
+} // namespace Ravik::Benchmarks

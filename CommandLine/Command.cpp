@@ -1,0 +1,140 @@
+#include "Command.h"
+
+#include "nearest_name.h"
+#include "shell_word.h"
+#include "text_width.h"
+
+#include "Json/Json.h"
+
+#include <boost/algorithm/string/join.hpp>
+#include <boost/algorithm/string/predicate.hpp>
+#include <boost/range/iterator_range_core.hpp>
+
+#include <algorithm>
+#include <charconv>
+
+namespace Ravik::CommandLine
+{
+
+namespace
+{
+
+/// Longer than anybody waits, and far from where clocks overflow.
+constexpr long longest_wait = 365L * 24 * 60 * 60;
+
+std::string joined(std::span<std::string const> words)
+{
+    return boost::join(boost::make_iterator_range(words.begin(), words.end()), " ");
+}
+
+std::string named(CommandEntry const& command)
+{
+    return std::string(command.name);
+}
+
+[[noreturn]] void unknown_command(std::span<std::string const> operands)
+{
+    auto typed = operands[0];
+    auto const group = commands_under(operands.first(1));
+    if (!group.empty())
+    {
+        std::vector<std::string> names;
+        std::transform(group.begin(), group.end(), std::back_inserter(names),
+                       [](CommandEntry const* command) { return named(*command); });
+        if (operands.size() == 1)
+        {
+            throw UsageError("'" + printable(typed) + "' needs a second word: " + boost::join(names, ", "));
+        }
+        typed += ' ' + operands[1];
+    }
+    std::vector<std::string_view> names{"help"};
+    for (auto const& command : all_commands())
+    {
+        names.push_back(command.name);
+    }
+    throw UsageError("unknown command '" + printable(typed) + "'; the nearest one is '" +
+                     std::string(nearest_name(typed, names)) + "'");
+}
+
+} // namespace
+
+Invocation::Invocation(Arguments const& arguments, std::span<std::string const> operands, Output& output)
+    : m_arguments(arguments), m_operands(operands), m_output(output)
+{
+}
+
+OpenOptions Invocation::open_options() const
+{
+    auto const text = m_arguments.value(Option::wait, "0");
+    long seconds = -1;
+    auto const [end, error] = std::from_chars(text.data(), text.data() + text.size(), seconds);
+    if (error != std::errc() || end != text.data() + text.size() || seconds < 0 || seconds > longest_wait)
+    {
+        throw UsageError("--wait takes a number of seconds from 0 to " + std::to_string(longest_wait) + ", not '" +
+                         printable(text) + "'");
+    }
+    OpenOptions options;
+    options.wait = std::chrono::seconds(seconds);
+    return options;
+}
+
+Project& Invocation::project()
+{
+    if (!m_project)
+    {
+        m_project = Project::open(directory(), open_options());
+    }
+    return *m_project;
+}
+
+CommandEntry const& find_command(std::span<std::string const> operands)
+{
+    for (auto const& command : all_commands())
+    {
+        auto const words = word_count(command);
+        if (operands.size() >= words && joined(operands.first(words)) == command.name)
+        {
+            return command;
+        }
+    }
+    unknown_command(operands);
+}
+
+std::vector<CommandEntry const*> commands_under(std::span<std::string const> words)
+{
+    auto const prefix = joined(words);
+    std::vector<CommandEntry const*> found;
+    for (auto const& command : all_commands())
+    {
+        if (command.name == prefix || boost::starts_with(command.name, prefix + ' '))
+        {
+            found.push_back(&command);
+        }
+    }
+    return found;
+}
+
+std::size_t word_count(CommandEntry const& command)
+{
+    return static_cast<std::size_t>(std::count(command.name.begin(), command.name.end(), ' ')) + 1;
+}
+
+RavikSrv::Value json_operand(std::string const& text)
+{
+    try
+    {
+        return Json::parse(text);
+    }
+    catch (Json::ParseError const& error)
+    {
+        auto const as_text = Json::write(RavikSrv::Value(std::string_view(text)));
+        throw UsageError(
+            "the argument '" + printable(text) + "' is not JSON (" + std::to_string(error.location().line) + ":" +
+                std::to_string(error.location().column) + ": " + error.what() +
+                "); a text stands in double quotes, and the shell leaves them only inside single quotes: " +
+                shell_word(as_text),
+            RavikSrv::ErrorValue::SYNTAX);
+    }
+}
+
+} // namespace Ravik::CommandLine

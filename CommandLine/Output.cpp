@@ -1,0 +1,159 @@
+#include "Output.h"
+
+#include "text_width.h"
+
+#include "Json/Json.h"
+
+#include "api_helper.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <system_error>
+#include <unistd.h>
+#include <utility>
+
+namespace Ravik::CommandLine
+{
+
+namespace
+{
+
+bool wants_colours(int descriptor)
+{
+    char const* const no_color = std::getenv("NO_COLOR");
+    char const* const terminal = std::getenv("TERM");
+    return ::isatty(descriptor) == 1 && (no_color == nullptr || *no_color == '\0') &&
+           (terminal == nullptr || std::string_view(terminal) != "dumb");
+}
+
+std::string painted(std::string_view text, Colour colour)
+{
+    constexpr std::array<std::string_view, 5> codes{"", "\x1b[1m", "\x1b[31m", "\x1b[32m", "\x1b[33m"};
+    if (colour == Colour::none)
+    {
+        return std::string(text);
+    }
+    return std::string(codes.at(static_cast<std::size_t>(colour))).append(text).append("\x1b[0m");
+}
+
+/// Answers 0 or the error number that stopped it.
+int write_all(int descriptor, std::string_view text)
+{
+    while (!text.empty())
+    {
+        auto const written = ::write(descriptor, text.data(), text.size());
+        if (written < 0 && errno != EINTR)
+        {
+            return errno;
+        }
+        text.remove_prefix(written < 0 ? 0 : static_cast<std::size_t>(written));
+    }
+    return 0;
+}
+
+void write_message(bool colours, std::string_view kind, Colour colour, std::string_view text)
+{
+    auto line = colours ? painted(kind, colour) : std::string(kind);
+    line += ": " + printable_lines(text) + '\n';
+    // There is nobody left to tell where this fails.
+    static_cast<void>(write_all(STDERR_FILENO, line));
+}
+
+RavikSrv::Value text_value(std::string const& text)
+{
+    return RavikSrv::Value(std::string_view(text));
+}
+
+std::string answer_text(Answer const& answer)
+{
+    RavikSrv::Value object;
+    object.insert("result", static_cast<long>(answer.result));
+    object.insert("name", text_value(answer.name));
+    object.insert("text", text_value(answer.text));
+    object.insert("value", answer.value);
+    return Json::write(object) + '\n';
+}
+
+} // namespace
+
+Answer answer_of(RavikSrv::ErrorValue error, std::string text)
+{
+    Answer answer;
+    answer.result = static_cast<std::uint32_t>(error);
+    answer.name = RavikSrv::get_error_string(error).name();
+    answer.text = std::move(text);
+    return answer;
+}
+
+Output::Output(bool json)
+    : m_json(json), m_colours_out(wants_colours(STDOUT_FILENO)), m_colours_err(wants_colours(STDERR_FILENO))
+{
+}
+
+void Output::print(std::string_view lines)
+{
+    if (!m_json)
+    {
+        m_text.append(lines).append("\n");
+    }
+}
+
+std::string Output::coloured(std::string_view text, Colour colour) const
+{
+    return m_colours_out ? painted(text, colour) : std::string(text);
+}
+
+void Output::error(std::string_view text) const
+{
+    write_message(m_colours_err, "error", Colour::red, text);
+}
+
+void Output::warning(std::string_view text) const
+{
+    write_message(m_colours_err, "warning", Colour::yellow, text);
+}
+
+void Output::hint(std::string text)
+{
+    m_hints.push_back(std::move(text));
+}
+
+bool Output::finish(Answer const& answer)
+{
+    if (m_json)
+    {
+        m_text = answer_text(answer);
+    }
+    auto const complete = write_out();
+    for (auto const& message : answer.messages)
+    {
+        error(message);
+    }
+    if (answer.result != 0 && answer.messages.empty())
+    {
+        error(answer.text.empty() ? answer.name : answer.name + ": " + answer.text);
+    }
+    if (answer.result == 0 && !answer.text.empty())
+    {
+        warning(answer.text);
+    }
+    for (auto const& text : m_hints)
+    {
+        write_message(m_colours_err, "hint", Colour::bold, text);
+    }
+    return complete;
+}
+
+bool Output::write_out() const
+{
+    auto const failure = write_all(STDOUT_FILENO, m_text);
+    if (failure != 0 && failure != EPIPE)
+    {
+        error("can't write to standard output: " + std::generic_category().message(failure));
+        return false;
+    }
+    return true;
+}
+
+} // namespace Ravik::CommandLine

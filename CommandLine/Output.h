@@ -1,0 +1,69 @@
+#pragma once
+
+#include "RavikSrvExtApi.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Ravik::CommandLine
+{
+
+/// What a command ended with: what `--json` prints and what the exit status follows.
+struct Answer
+{
+    /// 0 for success.
+    std::uint32_t result = 0;
+    std::string name = "SUCCESS";
+    std::string text;
+    RavikSrv::Value value;
+    /// What standard error says of a failure, a message each; name and text where there is nothing here.
+    std::vector<std::string> messages;
+};
+
+/// The answer with the error value, its name and a text.
+Answer answer_of(RavikSrv::ErrorValue error, std::string text = {});
+
+enum class Colour
+{
+    none,
+    bold,
+    red,
+    green,
+    yellow,
+};
+
+/// Where commands write to. What goes to standard output is kept until `finish`, messages to standard error are
+/// written at once, hints excepted. Texts may come from a project: control characters in them never reach a terminal.
+class Output
+{
+public:
+    /// With `json`, standard output holds the answer of `finish` and nothing else.
+    explicit Output(bool json);
+
+    bool json() const noexcept { return m_json; }
+    /// Takes lines for standard output, which a person is to read; a line end is added.
+    void print(std::string_view lines);
+    /// The text in a colour, where standard output is a terminal that wants colours.
+    std::string coloured(std::string_view text, Colour colour) const;
+
+    void error(std::string_view text) const;
+    void warning(std::string_view text) const;
+    /// Keeps a hint, which stands behind the failure that it helps with.
+    void hint(std::string text);
+
+    /// Writes what is due on standard output, and the answer's failure or warning on standard error. Answers whether
+    /// standard output took everything; a reader that has gone away is no failure.
+    bool finish(Answer const& answer);
+
+private:
+    bool write_out() const;
+
+    bool m_json;
+    bool m_colours_out;
+    bool m_colours_err;
+    std::string m_text;
+    std::vector<std::string> m_hints;
+};
+
+} // namespace Ravik::CommandLine

@@ -1,0 +1,154 @@
+#include "function_commands.h"
+
+#include "Table.h"
+#include "nearest_name.h"
+#include "recipe_names.h"
+#include "text_width.h"
+
+#include "Json/Json.h"
+
+#include "api_helper.h"
+
+#include <algorithm>
+#include <set>
+
+namespace Ravik::CommandLine
+{
+
+namespace
+{
+
+using RavikSrv::ErrorValue;
+using RavikSrv::Value;
+using RavikSrv::ValueType;
+
+Answer function_answer(FunctionOutcome const& outcome)
+{
+    if (outcome.error != ErrorValue::SUCCESS)
+    {
+        return answer_of(outcome.error, outcome.text);
+    }
+    Answer answer;
+    answer.result = outcome.result;
+    answer.name = outcome.name;
+    answer.text = outcome.text;
+    answer.value = outcome.value;
+    return answer;
+}
+
+Cell outcome_cell(ExecutedCommand const& command)
+{
+    if (command.result == ErrorValue::SUCCESS)
+    {
+        return {"written", Colour::green};
+    }
+    auto text =
+        command.failure.empty() ? std::string(RavikSrv::get_error_string(command.result).name()) : command.failure;
+    return {command.text.empty() ? text : text + ": " + command.text, Colour::red};
+}
+
+/// Prints what was written to which symbol, and a line that sums it up.
+void print_record(ExecutionRecord const& record, Output& output)
+{
+    Table table({"SYMBOL", "DOMAIN", "VALUE", "OUTCOME"});
+    std::size_t all = 0;
+    std::size_t written = 0;
+    std::set<std::string> domains;
+    for (auto const& group : record)
+    {
+        for (auto const& command : group.commands)
+        {
+            if (!command.wrote)
+            {
+                continue;
+            }
+            table.add({{command.name}, {group.domain}, {Json::write(command.value)}, outcome_cell(command)});
+            ++all;
+            written += command.result == ErrorValue::SUCCESS ? 1U : 0U;
+            domains.insert(group.domain);
+        }
+    }
+    table.print(output);
+    auto const where = " in " + counted(domains.size(), "domain");
+    output.print(all == 0         ? "No symbol was written."
+                 : written == all ? counted(all, "symbol") + " written" + where + '.'
+                                  : std::to_string(written) + " of " + counted(all, "symbol") + " written" + where +
+                                        ", " + std::to_string(all - written) + " failed.");
+}
+
+/// The extension answers for an unknown recipe as for one of an unknown type, so the user is told which it is.
+void hint_at_unknown_recipe(Invocation& invocation, std::string const& recipe)
+{
+    auto const path = "recipeList" + RavikSrv::path_separator() + recipe;
+    auto& project = invocation.project();
+    std::string const domain(recipe_domain);
+    if (project.get(domain, path).succeeded())
+    {
+        return;
+    }
+    auto const names = recipe_names(project.get(domain, "recipeList").value);
+    auto const nearest = likely_name(recipe, {names.begin(), names.end()});
+    invocation.output().hint("there is no recipe '" + recipe + "'" +
+                             (names.empty()     ? "; 'import' brings some into the project"
+                              : nearest.empty() ? "; 'get recipeList' shows all"
+                                                : "; did you mean '" + std::string(nearest) + "'?"));
+}
+
+/// The server's message says what there is; the hint picks what was probably meant.
+void hint_at_unknown_function(Invocation& invocation, std::string const& domain, std::string const& function)
+{
+    auto const& project = invocation.project();
+    auto const domains = project.domains();
+    auto const functions = project.functions(domain);
+    auto const known = std::find(domains.begin(), domains.end(), domain) != domains.end();
+    auto const nearest = known ? likely_name(function, {functions.begin(), functions.end()})
+                               : likely_name(domain, {domains.begin(), domains.end()});
+    if (!nearest.empty() && nearest != function)
+    {
+        invocation.output().hint("did you mean the " + std::string(known ? "function" : "domain") + " '" +
+                                 std::string(nearest) + "'?");
+    }
+}
+
+} // namespace
+
+Answer activate(Invocation& invocation)
+{
+    auto const& recipe = invocation.operands()[0];
+    Value parameters(ValueType::Struct);
+    parameters.insert("path", Value(std::string_view(recipe)));
+    auto const outcome = invocation.project().call(std::string(recipe_domain), "ActivateRecipe", parameters);
+    print_record(outcome.record, invocation.output());
+    if (!outcome.succeeded())
+    {
+        hint_at_unknown_recipe(invocation, recipe);
+    }
+    return function_answer(outcome);
+}
+
+Answer call(Invocation& invocation)
+{
+    auto const operands = invocation.operands();
+    auto const domain = invocation.domain();
+    auto parameters = operands.size() > 1 ? json_operand(operands[1]) : Value();
+    if (parameters.type() == ValueType::Map)
+    {
+        parameters.convert(ValueType::Struct);
+    }
+    auto const outcome = invocation.project().call(domain, operands[0], parameters);
+    if (outcome.value.isset())
+    {
+        invocation.output().print(Json::write(outcome.value, Json::Layout::Indented));
+    }
+    else if (outcome.succeeded())
+    {
+        invocation.output().print(printable(operands[0]) + ": done");
+    }
+    if (outcome.error != ErrorValue::SUCCESS)
+    {
+        hint_at_unknown_function(invocation, domain, operands[0]);
+    }
+    return function_answer(outcome);
+}
+
+} // namespace Ravik::CommandLine

@@ -1,0 +1,60 @@
+#include "project_commands.h"
+
+#include "shell_word.h"
+#include "text_width.h"
+
+namespace Ravik::CommandLine
+{
+
+namespace
+{
+
+/// Writes the sample. That it can't be made is not the same as a project that can't be opened.
+std::vector<std::filesystem::path> make_sample(std::string const& directory)
+{
+    try
+    {
+        return create_sample_project(directory);
+    }
+    catch (ProjectError const& error)
+    {
+        throw Failure(RavikSrv::ErrorValue::FILE_WRITE, error.what());
+    }
+}
+
+std::string next_steps(std::string const& directory)
+{
+    auto const ravik = "  ravik" + (directory == "." ? "" : " --project " + shell_word(directory)) + ' ';
+    auto const recipes = (std::filesystem::path(directory) / "recipes.json").lexically_normal().string();
+    return "\nNext steps:\n" + ravik + "import " + shell_word(recipes) + '\n' + //
+           ravik + "activate Bread\n" +                                         //
+           ravik + "symbols\n" +                                                //
+           "They bring the recipes into the project, write one to the simulated controller, and show what stands "
+           "there then.";
+}
+
+} // namespace
+
+Answer init(Invocation& invocation)
+{
+    auto const operands = invocation.operands();
+    if (!operands.empty() && invocation.has(Option::project))
+    {
+        throw UsageError("init takes the folder once: as DIR or with --project");
+    }
+    auto const directory = operands.empty() ? invocation.directory() : operands[0];
+    Answer answer;
+    answer.value.set_type(RavikSrv::ValueType::Vector);
+    auto const files = make_sample(directory);
+    invocation.output().print("Wrote a sample project:");
+    for (auto const& file : files)
+    {
+        auto const name = file.lexically_normal().string();
+        invocation.output().print("  " + printable(name));
+        answer.value << RavikSrv::Value(std::string_view(name));
+    }
+    invocation.output().print(next_steps(directory));
+    return answer;
+}
+
+} // namespace Ravik::CommandLine

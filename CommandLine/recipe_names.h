@@ -1,0 +1,22 @@
+#pragma once
+
+#include "RavikSrvExtApi.h"
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace Ravik::CommandLine
+{
+
+/// The names, folders included, of the recipe types in a "recipeTypeList" or of the recipes in a "recipeList".
+std::vector<std::string> recipe_type_names(RavikSrv::Value const& list);
+std::vector<std::string> recipe_names(RavikSrv::Value const& list);
+
+/// "1 recipe type and 2 recipes", as a configuration holds them.
+std::string recipe_counts(RavikSrv::Value const& configuration);
+
+/// "1 symbol", "2 symbols": for nouns that take an s.
+std::string counted(std::size_t count, std::string const& noun);
+
+} // namespace Ravik::CommandLine

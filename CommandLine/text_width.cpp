@@ -1,0 +1,171 @@
+#include "text_width.h"
+
+#include <boost/locale/utf.hpp>
+
+#include <clocale>
+#include <cwchar>
+#include <memory>
+#include <type_traits>
+
+namespace Ravik::CommandLine
+{
+
+namespace
+{
+
+namespace Utf = boost::locale::utf;
+
+/// One character of a text: its code point and its bytes. Bytes that are no UTF-8 come one by one.
+struct Character
+{
+    Utf::code_point code = 0;
+    std::string_view bytes;
+    bool valid = false;
+};
+
+Character next_character(std::string_view& rest)
+{
+    char const* position = rest.data();
+    auto const code = Utf::utf_traits<char>::decode(position, rest.data() + rest.size());
+    auto const valid = Utf::is_valid_codepoint(code);
+    auto const length = valid ? static_cast<std::size_t>(position - rest.data()) : std::size_t{1};
+    Character const character{code, rest.substr(0, length), valid};
+    rest.remove_prefix(length);
+    return character;
+}
+
+struct LocaleDeleter
+{
+    void operator()(locale_t locale) const { freelocale(locale); }
+};
+
+/// The C library knows the width of characters, but only in a UTF-8 locale, whatever the user's own may be.
+class Utf8Locale
+{
+public:
+    Utf8Locale()
+    {
+        static std::unique_ptr<std::remove_pointer_t<locale_t>, LocaleDeleter> const utf8(
+            newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr));
+        m_before = utf8 ? uselocale(utf8.get()) : nullptr;
+    }
+    ~Utf8Locale()
+    {
+        if (m_before != nullptr)
+        {
+            uselocale(m_before);
+        }
+    }
+    Utf8Locale(Utf8Locale const&) = delete;
+    Utf8Locale& operator=(Utf8Locale const&) = delete;
+
+private:
+    locale_t m_before;
+};
+
+std::size_t character_width(Character const& character)
+{
+    auto const width = character.valid ? wcwidth(static_cast<wchar_t>(character.code)) : 1;
+    return width < 0 ? 1 : static_cast<std::size_t>(width);
+}
+
+bool is_control(Utf::code_point code)
+{
+    auto const is_direction_change = (code >= 0x202A && code <= 0x202E) || (code >= 0x2066 && code <= 0x2069);
+    return code < 0x20 || (code >= 0x7F && code < 0xA0) || is_direction_change;
+}
+
+void append_escaped(std::string& result, std::string_view bytes)
+{
+    constexpr std::string_view digits = "0123456789abcdef";
+    for (auto const byte : bytes)
+    {
+        auto const number = static_cast<unsigned char>(byte);
+        result += "\\x";
+        result += digits[number >> 4U];
+        result += digits[number & 15U];
+    }
+}
+
+std::string escaped(std::string_view text, bool keep_line_ends)
+{
+    std::string result;
+    result.reserve(text.size());
+    while (!text.empty())
+    {
+        auto const character = next_character(text);
+        if (character.code == '\n' && keep_line_ends)
+        {
+            result += '\n';
+        }
+        else if (!character.valid || is_control(character.code))
+        {
+            append_escaped(result, character.bytes);
+        }
+        else
+        {
+            result += character.bytes;
+        }
+    }
+    return result;
+}
+
+} // namespace
+
+bool is_utf8(std::string_view text)
+{
+    while (!text.empty())
+    {
+        if (!next_character(text).valid)
+        {
+            return false;
+        }
+    }
+    return true;
+}
+
+std::size_t display_width(std::string_view text)
+{
+    Utf8Locale const locale;
+    std::size_t width = 0;
+    while (!text.empty())
+    {
+        width += character_width(next_character(text));
+    }
+    return width;
+}
+
+std::string printable(std::string_view text)
+{
+    return escaped(text, false);
+}
+
+std::string printable_lines(std::string_view text)
+{
+    return escaped(text, true);
+}
+
+std::string shortened(std::string const& text, std::size_t width)
+{
+    if (display_width(text) <= width)
+    {
+        return text;
+    }
+    Utf8Locale const locale;
+    std::string_view rest = text;
+    std::size_t used = 0;
+    std::size_t kept = 0;
+    while (!rest.empty())
+    {
+        auto const character = next_character(rest);
+        used += character_width(character);
+        if (used >= width)
+        {
+            break;
+        }
+        kept += character.bytes.size();
+    }
+    return text.substr(0, kept) + "…";
+}
+
+} // namespace Ravik::CommandLine

@@ -1,0 +1,223 @@
+#include "Variables.h"
+
+#include "algorithm_helper.h"
+#include "configuration_keys.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace Simulation
+{
+
+using RavikSrv::ErrorValue;
+using RavikSrv::ResultPair;
+using RavikSrv::Value;
+using RavikSrv::ValueType;
+
+namespace
+{
+
+bool is_object(Value const& value)
+{
+    return value.type() == ValueType::Map || value.type() == ValueType::Struct;
+}
+
+ResultPair wrong_setting(std::string const& place, std::string const& expected, Value const& found)
+{
+    auto const text = "\"" + place + "\": expected " + expected + ", found " + get_type_string(found.type());
+    return {ErrorValue::EXTENSION_CONFIG, text.c_str()};
+}
+
+std::string quoted(char const* name)
+{
+    return std::string("'") + name + "'";
+}
+
+std::string described(Value const& value)
+{
+    auto const text = RavikSrv::Algorithm::to_string(value);
+    return (text.empty() ? "" : text + ", ") + "which is of type " + get_type_string(value.type());
+}
+
+} // namespace
+
+ResultPair Variables::load(Value const& configuration)
+{
+    m_variables.clear();
+    // In this order: the later keys speak about the variables that the first one names.
+    for (auto const& [key, load_setting] :
+         {std::pair{variables_key, &Variables::load_variables},
+          std::pair{write_protected_key, &Variables::load_write_protected},
+          std::pair{unreachable_key, &Variables::load_unreachable}, std::pair{values_key, &Variables::load_values}})
+    {
+        auto const& setting = configuration[key];
+        if (!setting.isset())
+        {
+            continue;
+        }
+        if (auto loaded = (this->*load_setting)(setting); loaded.result() != ErrorValue::SUCCESS)
+        {
+            return loaded;
+        }
+    }
+    return {};
+}
+
+Outcome Variables::read(char const* name, Value& value) const
+{
+    std::lock_guard const lock(m_mutex);
+    auto const found = m_variables.find(name);
+    auto outcome = barred(name, found != m_variables.end());
+    if (outcome.result == SimulationResult::SUCCESS)
+    {
+        value = found->second.value;
+    }
+    return outcome;
+}
+
+Outcome Variables::write(char const* name, Value const& value)
+{
+    std::lock_guard const lock(m_mutex);
+    auto const found = m_variables.find(name);
+    auto outcome = barred(name, found != m_variables.end());
+    if (outcome.result != SimulationResult::SUCCESS)
+    {
+        return outcome;
+    }
+    auto& variable = found->second;
+    if (variable.write_protected)
+    {
+        return {SimulationResult::WRITE_PROTECTED, "The variable " + quoted(name) + " is write-protected"};
+    }
+    if (!variable.accept(value))
+    {
+        return {SimulationResult::TYPE_MISMATCH, "The variable " + quoted(name) + " is of type " +
+                                                     get_type_string(variable.type) + " and can't take " +
+                                                     described(value)};
+    }
+    variable.written = ++m_writes;
+    return outcome;
+}
+
+Variables::Snapshot Variables::snapshot(Names const& names) const
+{
+    std::lock_guard const lock(m_mutex);
+    Snapshot result{Value(ValueType::Map), m_writes};
+    for (auto const& name : names)
+    {
+        if (auto const found = m_variables.find(name); found != m_variables.end())
+        {
+            result.values.insert(name.c_str(), found->second.value);
+        }
+    }
+    return result;
+}
+
+bool Variables::changed_since(std::uint64_t moment, Names const& names) const
+{
+    std::lock_guard const lock(m_mutex);
+    return std::any_of(names.begin(), names.end(),
+                       [&](auto const& name)
+                       {
+                           auto const found = m_variables.find(name);
+                           return found != m_variables.end() && found->second.written > moment;
+                       });
+}
+
+bool Variables::Variable::accept(Value const& offered)
+{
+    auto converted = offered;
+    if (type != ValueType::Null)
+    {
+        converted.convert(type);
+    }
+    if (!converted.isset())
+    {
+        return false;
+    }
+    value = std::move(converted);
+    return true;
+}
+
+ResultPair Variables::load_variables(Value const& variables)
+{
+    if (!is_object(variables))
+    {
+        return wrong_setting(variables_key, "an object of variable names and their values", variables);
+    }
+    for (auto entry = variables.begin(); entry != variables.end(); ++entry)
+    {
+        m_variables[entry.name()] = Variable{entry->type(), *entry};
+    }
+    return {};
+}
+
+ResultPair Variables::load_write_protected(Value const& names)
+{
+    if (names.type() != ValueType::Vector)
+    {
+        return wrong_setting(write_protected_key, "a list of variable names", names);
+    }
+    for (std::size_t index = 0; index < names.size(); ++index)
+    {
+        auto const& name = names[index];
+        auto const place = write_protected_key + ("[" + std::to_string(index) + "]");
+        if (name.type() != ValueType::String)
+        {
+            return wrong_setting(place, "the name of a variable", name);
+        }
+        auto const found = m_variables.find(name.get_text());
+        if (found == m_variables.end())
+        {
+            // A misspelt name would leave unprotected what somebody meant to protect.
+            auto const text = "\"" + place + "\": expected the name of one of the \"" + variables_key + "\", found " +
+                              quoted(name.get_string());
+            return {ErrorValue::EXTENSION_CONFIG, text.c_str()};
+        }
+        found->second.write_protected = true;
+    }
+    return {};
+}
+
+ResultPair Variables::load_unreachable(Value const& flag)
+{
+    if (flag.type() != ValueType::Bool)
+    {
+        return wrong_setting(unreachable_key, "true or false", flag);
+    }
+    m_unreachable = flag.get_bool();
+    return {};
+}
+
+ResultPair Variables::load_values(Value const& values)
+{
+    if (!is_object(values))
+    {
+        return wrong_setting(values_key, "an object of variable names and their values", values);
+    }
+    for (auto entry = values.begin(); entry != values.end(); ++entry)
+    {
+        // A write-protected variable shows what the file says: whatever it once took, nobody can write it now.
+        auto const found = m_variables.find(entry.name());
+        if (found != m_variables.end() && !found->second.write_protected)
+        {
+            found->second.accept(*entry);
+        }
+    }
+    return {};
+}
+
+Outcome Variables::barred(char const* name, bool known) const
+{
+    if (m_unreachable)
+    {
+        return {SimulationResult::UNREACHABLE, "The controller does not answer"};
+    }
+    if (!known)
+    {
+        return {SimulationResult::UNKNOWN_VARIABLE, "There is no variable " + quoted(name)};
+    }
+    return {};
+}
+
+} // namespace Simulation

@@ -1,0 +1,79 @@
+#pragma once
+
+#include "RavikSrvExtApi.h"
+#include "simulation_result.h"
+
+#include <cstdint>
+#include <map>
+#include <mutex>
+#include <set>
+#include <string>
+
+namespace Simulation
+{
+
+/// How the access to a variable went, with a text for a person where it failed.
+struct Outcome
+{
+    SimulationResult result = SimulationResult::SUCCESS;
+    std::string text;
+};
+
+/// The variables of a simulated controller and their present values. It calls nobody; all operations but `load` are
+/// thread-safe.
+///
+/// A variable has the type of its value in the configuration's "variables", where a whole number that fits in 32 bits
+/// is an int, a larger one an int64, and one with a point a double. A variable that is null there takes any value.
+class Variables
+{
+public:
+    /// Names of variables.
+    using Names = std::set<std::string, std::less<>>;
+
+    /// Takes over the configuration: "variables" (object, name to value), "writeProtected" (list of names of
+    /// variables), "unreachable" (bool) and "values" (object, the values written in earlier runs; a value that no
+    /// longer fits its variable's type is passed over). Every key may be missing. A failure names the key at fault and
+    /// what was expected there.
+    RavikSrv::ResultPair load(RavikSrv::Value const& configuration);
+
+    /// Reads the present value into `value`.
+    Outcome read(char const* name, RavikSrv::Value& value) const;
+    /// Gives the variable the value, converted to the variable's type.
+    Outcome write(char const* name, RavikSrv::Value const& value);
+
+    /// The present values of some variables as a map, and a mark of the moment for `changed_since`.
+    struct Snapshot
+    {
+        RavikSrv::Value values;
+        std::uint64_t moment = 0;
+    };
+    Snapshot snapshot(Names const& names) const;
+    /// Whether one of the variables was written after the snapshot of that moment.
+    bool changed_since(std::uint64_t moment, Names const& names) const;
+
+private:
+    struct Variable
+    {
+        RavikSrv::ValueType type = RavikSrv::ValueType::Null;
+        RavikSrv::Value value;
+        bool write_protected = false;
+        /// The number of the write that gave the value, 0 before the first.
+        std::uint64_t written = 0;
+
+        bool accept(RavikSrv::Value const& offered);
+    };
+
+    RavikSrv::ResultPair load_variables(RavikSrv::Value const& variables);
+    RavikSrv::ResultPair load_write_protected(RavikSrv::Value const& names);
+    RavikSrv::ResultPair load_unreachable(RavikSrv::Value const& flag);
+    RavikSrv::ResultPair load_values(RavikSrv::Value const& values);
+    /// What bars every access to the variable, whether it is to be read or written.
+    Outcome barred(char const* name, bool known) const;
+
+    mutable std::mutex m_mutex;
+    std::map<std::string, Variable, std::less<>> m_variables;
+    std::uint64_t m_writes = 0;
+    bool m_unreachable = false;
+};
+
+} // namespace Simulation

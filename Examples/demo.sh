@@ -1,0 +1,80 @@
+#!/usr/bin/env bash
+# Shows a bottling line being set up for a product: demo.sh RAVIK, where RAVIK is the built program.
+# Whatever does not go as announced ends the demo with a message and exit status 1.
+set -euo pipefail
+
+if (($# != 1)); then
+    echo "usage: ${0##*/} PATH-OF-RAVIK" >&2
+    exit 2
+fi
+ravik=$(realpath "$1")
+plant=$(dirname "$(realpath "${BASH_SOURCE[0]}")")/plant
+project=$(mktemp -d "${TMPDIR:-/tmp}/ravik-demo.XXXXXX")
+
+heading()
+{
+    printf '\n== %s\n\n' "$*"
+}
+
+fail()
+{
+    printf '\ndemo: %s\ndemo: the project is kept in %s\n' "$*" "$project" >&2
+    exit 1
+}
+
+# Runs `ravik` in the project, shows the command and what it prints, and insists on the exit status. What was printed
+# is in `output` afterwards.
+expect()
+{
+    local status=0 expected=$1
+    shift
+    printf '$ ravik'
+    printf ' %q' "$@"
+    printf '\n'
+    output=$("$ravik" --project "$project" "$@" 2>&1) || status=$?
+    printf '%s\n\n' "$output"
+    ((status == expected)) || fail "'ravik $*' ended with exit status $status instead of $expected"
+}
+
+# Insists that the symbol has the value, which is a pattern for its JSON text.
+expect_value()
+{
+    local symbol=$1 value=$2 answer
+    answer=$("$ravik" --project "$project" --json symbol get "$symbol") || fail "the symbol $symbol can't be read"
+    grep -Eq "\"value\": *$value *[,}]" <<<"$answer" || fail "the symbol $symbol should be $value: $answer"
+}
+
+cp "$plant/ravik.json" "$plant/recipes.json" "$project"
+
+heading "A bottling line: its symbols, served by two controllers (Filler and Packer) and by the server itself"
+expect 0 symbols
+
+heading "Its recipe types and recipes are taken in"
+expect 0 import "$project/recipes.json"
+
+heading "The line is set up for cola in 1.5 l bottles: one recipe that nests five others"
+expect 0 activate Products::Cola1500
+expect_value Filler.FillVolume '1500(\.0)?'
+expect_value Palletiser.Pattern '"Brick"'
+expect_value Line.ActiveProduct '"Cola 1\.5 l PET"'
+
+heading "A recipe that fails partly: the calibration of the checkweigher is sealed, so one of three values is refused"
+expect 1 activate Service::Checkweigher1500
+[[ $output == *WRITE_PROTECTED* ]] || fail "the refusal should bear the name WRITE_PROTECTED"
+expect_value Checkweigher.NominalWeight '1541\.5'
+expect_value Checkweigher.Calibration '1\.00042'
+echo "That was to be expected: the other two values are in the controller, the calibration is what it was."
+
+heading "What stands in the controllers now"
+expect 0 symbol get Line.ActiveProduct Filler.FillVolume Filler.Speed Filler.Carbonation Filler.BatchNumber \
+    Capper.CapType Capper.Torque Labeller.Design Labeller.ArticleNumber Packer.BottlesPerPack Palletiser.Pattern \
+    Checkweigher.NominalWeight Checkweigher.Calibration
+
+heading "The project is kept in $project"
+cat <<TEXT
+Try there:
+  cd $project
+  $ravik activate Products::Spring500
+  $ravik symbol set Filler.Speed 450
+  $ravik get recipeList::Products::Cola1500
+TEXT

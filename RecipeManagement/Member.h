@@ -1,0 +1,23 @@
+#pragma once
+
+#include "RavikSrvExtApi.h"
+
+namespace RecipeManagement
+{
+
+/// A member of a recipe type, read in one go: that is several times faster than a look-up for each key. Refers to the
+/// value that it was read from.
+struct Member
+{
+    explicit Member(RavikSrv::Value const& member);
+
+    /// Empty where there is none, as is the recipe type.
+    char const* symbol = "";
+    char const* recipe_type = "";
+    bool enabled = false;
+    /// Null where there is none, as is the schema.
+    RavikSrv::Value const* default_value = nullptr;
+    RavikSrv::Value const* schema = nullptr;
+};
+
+} // namespace RecipeManagement

@@ -1,0 +1,188 @@
+#include "RavikRecipeManagement.h"
+
+#include "boundary_guard.h"
+#include "configuration_keys.h"
+
+#include "algorithm_helper.h"
+
+#include <memory>
+
+namespace RecipeManagement
+{
+
+using RavikSrv::Command;
+using RavikSrv::CommandGroup;
+using RavikSrv::Context;
+using RavikSrv::ErrorValue;
+using RavikSrv::ResultPair;
+using RavikSrv::String;
+using RavikSrv::Value;
+using RavikSrv::ValueType;
+
+namespace
+{
+
+constexpr double interface_version = 19.0;
+
+/// All eight kinds of change.
+constexpr int every_change = 255;
+
+/// Every change at every path.
+Value listener_settings()
+{
+    Value paths;
+    paths.set_type(ValueType::Vector);
+    paths << Value("*");
+    Value settings;
+    settings.set_type(ValueType::Struct);
+    settings.insert("flags", every_change);
+    settings.insert("paths", paths);
+    Value all;
+    all.set_type(ValueType::Vector);
+    all << settings;
+    return all;
+}
+
+} // namespace
+
+// Lifecycle -----------------------------------------------------------------------------------------------------------
+
+RavikRecipeManagement::RavikRecipeManagement(RavikSrv::IRavikSrvExtHost* given_host) : host(given_host)
+{
+}
+
+RavikRecipeManagement::~RavikRecipeManagement() = default;
+
+ResultPair RavikRecipeManagement::init(Context context)
+{
+    return guarded(
+        [&]
+        {
+            host->register_listener(context, static_cast<RavikSrv::IRavikSrvRequestListener*>(this));
+            host->register_listener(context, static_cast<RavikSrv::IRavikSrvExportListener*>(this));
+            internal_host = dynamic_cast<RavikSrv::IInternalHost*>(host);
+            host->register_listener(context, static_cast<RavikSrv::RavikSrvConfigListener*>(this), listener_settings());
+            return ResultPair(ErrorValue::SUCCESS);
+        });
+}
+
+String RavikRecipeManagement::error_string(unsigned code)
+{
+    try
+    {
+        return {result_name(code)};
+    }
+    catch (...)
+    {
+        return {""};
+    }
+}
+
+// Dispatch ------------------------------------------------------------------------------------------------------------
+
+struct RavikRecipeManagement::Function
+{
+    char const* name;
+    void (RavikRecipeManagement::*handler)(Context const& context, Command& command);
+};
+
+std::vector<RavikRecipeManagement::Function> const& RavikRecipeManagement::functions()
+{
+    static std::vector<Function> const all{
+        {"ActivateRecipe", &RavikRecipeManagement::activate_recipe},
+    };
+    return all;
+}
+
+void RavikRecipeManagement::on_request(Context context, CommandGroup* group)
+{
+    for (auto command = group->begin_vector(); command != group->end_vector(); ++command)
+    {
+        answer(context, *command);
+        if (auto const result = command->extension_result(); result != 0)
+        {
+            group->set_result(result);
+        }
+    }
+}
+
+void RavikRecipeManagement::answer(Context const& context, Command& command) noexcept
+{
+    try
+    {
+        for (auto const& function : functions())
+        {
+            if (RavikSrv::Algorithm::equals(command.mapping(), function.name))
+            {
+                (this->*function.handler)(context, command);
+                return;
+            }
+        }
+    }
+    catch (...)
+    {
+        // The code first: it needs no memory.
+        auto const text = describe_exception();
+        set_command_result(command, RecipeResult::SERVER_ERROR);
+        guarded(
+            [&]
+            {
+                set_command_error(command, text, RecipeResult::SERVER_ERROR);
+                return ResultPair();
+            });
+    }
+}
+
+// Callbacks that accept whatever comes --------------------------------------------------------------------------------
+
+ResultPair RavikRecipeManagement::before_change(Context /*context*/, char const* /*path*/, Value& /*value*/,
+                                                char const* /*schema_type*/)
+{
+    return ErrorValue::SUCCESS;
+}
+
+ResultPair RavikRecipeManagement::before_import(Context /*context*/, char const* /*path*/, Value& /*value*/,
+                                                Value const& /*import_data*/, char const* /*schema_type*/)
+{
+    return ErrorValue::SUCCESS;
+}
+
+ResultPair RavikRecipeManagement::before_export(Context /*context*/, char const* /*path*/, Value& /*value*/,
+                                                Value const& /*data*/, char const* /*schema_type*/)
+{
+    return ErrorValue::SUCCESS;
+}
+
+ResultPair RavikRecipeManagement::on_delete(Context /*context*/, char const* /*path*/, Value const& /*value*/,
+                                            char const* /*schema_type*/)
+{
+    return ErrorValue::SUCCESS;
+}
+
+ResultPair RavikRecipeManagement::on_rename(Context /*context*/, char const* /*path*/, char const* /*new_path*/,
+                                            char const* /*schema_type*/)
+{
+    return ErrorValue::SUCCESS;
+}
+
+} // namespace RecipeManagement
+
+// Entry ---------------------------------------------------------------------------------------------------------------
+
+extern "C"
+{
+
+    /// The entry of the extension. A call that has no place for an answer does nothing and succeeds.
+    __attribute__((visibility("default"))) int ext_interface(RavikSrv::IRavikSrvExtHost* host,
+                                                             RavikSrv::IRavikSrvExt** extension, double* version)
+    {
+        if (version == nullptr || extension == nullptr)
+        {
+            return 0;
+        }
+        RavikSrv::initialize_api(host);
+        *extension = std::make_unique<RecipeManagement::RavikRecipeManagement>(host).release();
+        *version = RecipeManagement::interface_version;
+        return 0;
+    }
+}

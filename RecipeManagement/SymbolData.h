@@ -1,0 +1,45 @@
+#pragma once
+
+#include "RavikSrvExtApi.h"
+
+#include <string>
+
+namespace RecipeManagement
+{
+
+/// One symbol, or one recipe type, that is reached while a recipe is resolved.
+struct SymbolData
+{
+    SymbolData() = default;
+    /// The record of a type, also the key to search one with.
+    SymbolData(bool record_is_recipetype, std::string record_name)
+        : name(std::move(record_name)), is_recipetype(record_is_recipetype)
+    {
+    }
+
+    /// The controller symbol of a member; empty in the record of a type.
+    std::string symbol;
+    /// The inherited or nested recipe type through which the member was reached; empty for a direct member.
+    std::string recipetype;
+    /// The member's name; in the record of a type, the member or recipe type that it stands for.
+    std::string name;
+    /// What the recipe assigns, or what was read from the controller; null until then.
+    RavikSrv::Value value;
+    /// The server domain that serves the symbol.
+    std::string domain;
+    /// The member's flag.
+    bool enabled = false;
+    /// Whether the symbol is addressed in the domain that serves it, not through the server.
+    bool use_mapping = false;
+    /// Whether this stands for a recipe type, not for a symbol.
+    bool is_recipetype = false;
+    /// What the member is given where the recipe has no value for it.
+    RavikSrv::Value default_value;
+    /// The member's own schema.
+    RavikSrv::Value schema;
+};
+
+/// Whether both stand for the same symbol or type. What is known about it takes no part.
+bool operator==(SymbolData const& left, SymbolData const& right) noexcept;
+
+} // namespace RecipeManagement

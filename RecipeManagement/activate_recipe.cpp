@@ -1,0 +1,245 @@
+#include "Member.h"
+#include "RavikRecipeManagement.h"
+#include "configuration_keys.h"
+#include "value_text.h"
+#include "walk_limits.h"
+
+#include "algorithm_helper.h"
+#include "api_helper.h"
+
+#include <boost/unordered/unordered_flat_map.hpp>
+
+#include <cstdint>
+#include <string_view>
+#include <utility>
+
+namespace RecipeManagement
+{
+
+namespace Algorithm = RavikSrv::Algorithm;
+using RavikSrv::Command;
+using RavikSrv::CommandGroup;
+using RavikSrv::Context;
+using RavikSrv::Value;
+using RavikSrv::ValueType;
+
+/// The write commands of a recipe, a group for each domain.
+///
+/// One walk over the types fills all groups: a mapped symbol is written in the group of the domain that serves it, any
+/// other in the server's own group, so each symbol has its place in one group at most. Refers to the records, which
+/// must not change.
+class WriteGroups
+{
+public:
+    WriteGroups(Command& command, SymbolList const& symbols, Value const& config);
+
+    /// Adds a recipe type, the types that it nests and those that it inherits. A failure stands on the command, and the
+    /// walk goes on behind it.
+    void add_to_cmd_group_if_enabled(std::string const& recipetype_name, unsigned long depth);
+
+    /// Hands out the group of a domain. The server's own may be asked for again.
+    CommandGroup take(std::string const& domain);
+
+private:
+    struct Symbol
+    {
+        SymbolData const* record;
+        bool is_added;
+    };
+
+    void add_members_and_inherited(Value const& type, unsigned long depth);
+    void add_symbol_to_cmd_group(char const* symbol_name);
+    CommandGroup& group_of(std::string_view domain);
+
+    Command& m_command;
+    Value const& m_config;
+    /// For each symbol its first record with a value or a default value. What else decides whether a record is written
+    /// is the same for all records of a symbol: they have the same mapping.
+    boost::unordered_flat_map<std::string_view, Symbol> m_symbols;
+    boost::unordered_flat_map<std::string_view, CommandGroup> m_groups;
+    std::string_view m_last_domain;
+    CommandGroup* m_last_group = nullptr;
+    /// Made once, since each insertion copies it.
+    Command m_write;
+    std::size_t m_types_reached = 0;
+    std::size_t m_failures = 0;
+    /// The depths, a bit for each, from which a type has been walked without a failure: once more would add nothing.
+    boost::unordered_flat_map<Value const*, std::uint64_t> m_walked;
+};
+
+namespace
+{
+
+/// The types of a recipe are walked twice as deep as when its symbols are collected.
+constexpr unsigned long write_recursion_limit = 2 * recursion_limit;
+
+} // namespace
+
+WriteGroups::WriteGroups(Command& command, SymbolList const& symbols, Value const& config)
+    : m_command(command), m_config(config)
+{
+    m_symbols.reserve(symbols.symbol_count());
+    for (auto const& record : symbols)
+    {
+        if (!record.is_recipetype && (record.value.isset() || record.default_value.isset()))
+        {
+            m_symbols.emplace(record.symbol, Symbol{&record, false});
+        }
+    }
+}
+
+void WriteGroups::add_to_cmd_group_if_enabled(std::string const& recipetype_name, unsigned long depth)
+{
+    if (depth + 1 > write_recursion_limit || ++m_types_reached > walk_limit)
+    {
+        ++m_failures;
+        set_command_result(m_command, RecipeResult::RECURSION);
+        return;
+    }
+    auto const* const type = RavikSrv::node_path(add_path_recipetypelist(recipetype_name), m_config).node;
+    if (type == nullptr)
+    {
+        ++m_failures;
+        set_command_error(m_command, recipetype_name, RecipeResult::MISSING_RECIPETYPE_DATA);
+        return;
+    }
+    auto const bit = std::uint64_t{1} << depth;
+    auto const walked = m_walked.find(type);
+    auto const is_repeated = walked != m_walked.end() && (walked->second & bit) != 0;
+    if (is_repeated || Algorithm::equals(text_of((*type)[Key::options][Key::enabled]), type_disabled))
+    {
+        return;
+    }
+    auto const failures_before = m_failures;
+    add_members_and_inherited(*type, depth);
+    if (m_failures == failures_before)
+    {
+        m_walked[type] |= bit;
+    }
+}
+
+void WriteGroups::add_members_and_inherited(Value const& type, unsigned long depth)
+{
+    auto const& members = type[Key::members];
+    auto const end = members.end();
+    for (auto entry = members.begin(); entry != end; ++entry)
+    {
+        Member const member(*entry);
+        if (member.enabled && !Algorithm::empty(member.symbol))
+        {
+            add_symbol_to_cmd_group(member.symbol);
+        }
+        else if (member.enabled && !Algorithm::empty(member.recipe_type))
+        {
+            add_to_cmd_group_if_enabled(member.recipe_type, depth + 1);
+        }
+    }
+    auto const& inherited = type[Key::recipe_type_names];
+    for (auto name = inherited.begin_vector(); name != inherited.end_vector(); ++name)
+    {
+        add_to_cmd_group_if_enabled(text_of(*name), depth + 1);
+    }
+}
+
+void WriteGroups::add_symbol_to_cmd_group(char const* symbol_name)
+{
+    auto const found = m_symbols.find(std::string_view(symbol_name));
+    if (found == m_symbols.end() || found->second.is_added)
+    {
+        return;
+    }
+    found->second.is_added = true;
+    auto const& record = *found->second.record;
+    if (record.use_mapping && record.domain == server_domain)
+    {
+        return;
+    }
+    auto& group = group_of(record.use_mapping ? std::string_view(record.domain) : server_domain);
+    m_write.set_name(symbol_name);
+    m_write.set_write_value(record.value.isset() ? record.value : record.default_value);
+    group.insert(group.end_vector(), m_write);
+}
+
+CommandGroup& WriteGroups::group_of(std::string_view domain)
+{
+    // Mostly one domain serves many symbols in a row.
+    if (m_last_group == nullptr || m_last_domain != domain)
+    {
+        m_last_group = &m_groups[domain];
+        m_last_domain = domain;
+    }
+    return *m_last_group;
+}
+
+CommandGroup WriteGroups::take(std::string const& domain)
+{
+    CommandGroup group;
+    if (auto const found = m_groups.find(std::string_view(domain)); found != m_groups.end())
+    {
+        group = domain == server_domain ? found->second : std::move(found->second);
+    }
+    group.set_domain(domain.c_str());
+    return group;
+}
+
+void RavikRecipeManagement::activate_recipe(Context const& context, Command& command)
+{
+    set_command_result(command, RecipeResult::SUCCESS);
+    Value const& parameters = command.write_value();
+    if (parameters.type() != ValueType::Struct)
+    {
+        set_command_result(command, RecipeResult::INVALID_WRITEVALUE);
+        return;
+    }
+    auto recipe_path = add_path_recipelist(Algorithm::to_string(parameters[Key::path]));
+    auto config = host->get_config_value(context, "");
+    SymbolList symbols;
+    auto const resolved = get_symbol_data(config, recipe_path, symbols, Value(), "");
+    if (resolved.result() != RavikSrv::ErrorValue::SUCCESS)
+    {
+        set_command_error(command, resolved.text(), RecipeResult::ACTIVATING_FAILED);
+        return;
+    }
+    std::vector<std::string> domains;
+    auto const mapped = symboldata_from_srv_config(symbols, domains, read_symbol_table());
+    if (mapped != RecipeResult::SUCCESS)
+    {
+        set_command_result(command, mapped);
+        return;
+    }
+    write_symbols(context, command, config, symbols, recipe_path, domains);
+}
+
+void RavikRecipeManagement::write_symbols(Context const& context, Command& command, Value const& config,
+                                          SymbolList const& symbols, std::string const& recipe_path,
+                                          std::vector<std::string> const& domains)
+{
+    auto const* const recipetype_name = RavikSrv::node_path(join_path(recipe_path, Key::recipe_type_name), config).node;
+    if (recipetype_name == nullptr)
+    {
+        set_command_error(command, recipe_path, RecipeResult::MISSING_RECIPE_DATA);
+        return;
+    }
+    WriteGroups groups(command, symbols, config);
+    groups.add_to_cmd_group_if_enabled(text_of(*recipetype_name), 0);
+    for (auto const& domain : domains)
+    {
+        if (create_cmd_group_and_activate(context, command, groups, domain))
+        {
+            return;
+        }
+    }
+    // What fails among the server's own symbols leaves its text and does not fail the request.
+    create_cmd_group_and_activate(context, command, groups, server_domain);
+    set_command_result(command, RecipeResult::SUCCESS);
+}
+
+bool RavikRecipeManagement::create_cmd_group_and_activate(Context const& context, Command& command, WriteGroups& groups,
+                                                          std::string const& domain)
+{
+    auto group = groups.take(domain);
+    auto const error = host->execute_command_group(context, &group);
+    return handle_read_errors(command, error, group, RecipeResult::ACTIVATING_RECIPE_PARTLY_FAILED);
+}
+
+} // namespace RecipeManagement

@@ -1,0 +1,23 @@
+#include "configuration_keys.h"
+
+#include "api_helper.h"
+
+namespace RecipeManagement
+{
+
+std::string join_path(std::string const& path, std::string const& name)
+{
+    return path + RavikSrv::path_separator() + name;
+}
+
+std::string add_path_recipetypelist(std::string const& name)
+{
+    return join_path(Key::recipe_type_list, name);
+}
+
+std::string add_path_recipelist(std::string const& name)
+{
+    return join_path(Key::recipe_list, name);
+}
+
+} // namespace RecipeManagement

@@ -1,0 +1,381 @@
+#include "Member.h"
+#include "RavikRecipeManagement.h"
+#include "configuration_keys.h"
+#include "value_text.h"
+#include "walk_limits.h"
+
+#include "algorithm_helper.h"
+#include "api_helper.h"
+
+#include <boost/unordered/unordered_flat_map.hpp>
+
+#include <utility>
+
+namespace RecipeManagement
+{
+
+namespace Algorithm = RavikSrv::Algorithm;
+using RavikSrv::ErrorValue;
+using RavikSrv::ResultPair;
+using RavikSrv::Value;
+
+namespace
+{
+
+ResultPair failure(ErrorValue error, RecipeResult text)
+{
+    return {error, result_name(text)};
+}
+
+bool failed(ResultPair const& result)
+{
+    return result.result() != ErrorValue::SUCCESS;
+}
+
+/// Appends the records of a type, of the types that it inherits and of those nested in its members.
+class TypeWalk
+{
+public:
+    TypeWalk(Value& config, SymbolList& symbols) : m_config(config), m_symbols(symbols) {}
+
+    /// `type_context` is the type through which direct members are reached; the walk forgets it behind a member that
+    /// nests a type, also for its caller.
+    ResultPair recipetype_symbols(std::string const& recipetype_name, unsigned long depth, std::string& type_context);
+
+private:
+    /// What a type came to: the records from `first` up to `last`, so many of them symbols, and so many types reached.
+    struct Walked
+    {
+        unsigned long depth;
+        std::size_t first;
+        std::size_t last;
+        std::size_t symbols;
+        std::size_t types;
+    };
+
+    Value const& config() const { return m_config; }
+    ResultPair walk(std::string const& recipetype_name, unsigned long depth, std::string& type_context);
+    ResultPair repeat(Walked const& walked);
+    ResultPair take_from_partial_configuration(std::string const& path, std::string const& recipetype_name);
+    ResultPair add_inherited(Value const& names, unsigned long depth);
+    ResultPair add_member(char const* name, Member const& member, unsigned long depth, std::string& type_context);
+    void add_symbol(char const* name, Member const& member, std::string const& type_context);
+    void add_nested_type(char const* name, char const* type, std::string& type_context);
+
+    Value& m_config;
+    SymbolList& m_symbols;
+    std::size_t m_types_reached = 0;
+    /// By type and type context. A type that is reached again, no deeper than before, appends the same symbols again.
+    boost::unordered_flat_map<std::pair<std::string, std::string>, Walked> m_walked;
+};
+
+ResultPair missing_type(std::string path)
+{
+    std::string text = result_name(RecipeResult::MISSING_RECIPETYPE);
+    if (Algorithm::replace(path, join_path(Key::recipe_type_list, ""), ""))
+    {
+        text += " - " + path;
+    }
+    return {ErrorValue::TYPE_MISSING, text.c_str()};
+}
+
+ResultPair TypeWalk::recipetype_symbols(std::string const& recipetype_name, unsigned long depth,
+                                        std::string& type_context)
+{
+    if (is_too_deep(depth))
+    {
+        return ErrorValue::RECURSION;
+    }
+    std::pair const key(recipetype_name, type_context);
+    if (auto const walked = m_walked.find(key); walked != m_walked.end() && depth <= walked->second.depth)
+    {
+        return repeat(walked->second);
+    }
+    auto const first = m_symbols.size();
+    auto const first_symbol = m_symbols.symbol_count();
+    auto const first_type = m_types_reached;
+    auto result = walk(recipetype_name, depth, type_context);
+    if (!failed(result))
+    {
+        Walked const walked{depth, first, m_symbols.size(), m_symbols.symbol_count() - first_symbol,
+                            m_types_reached - first_type};
+        m_walked.insert_or_assign(key, walked);
+    }
+    return result;
+}
+
+ResultPair TypeWalk::repeat(Walked const& walked)
+{
+    m_types_reached += walked.types;
+    if (m_types_reached > walk_limit || m_symbols.size() + walked.symbols > walk_limit)
+    {
+        return too_large();
+    }
+    m_symbols.repeat_symbols(walked.first, walked.last);
+    return ErrorValue::SUCCESS;
+}
+
+ResultPair TypeWalk::walk(std::string const& recipetype_name, unsigned long depth, std::string& type_context)
+{
+    if (++m_types_reached > walk_limit)
+    {
+        return too_large();
+    }
+    auto const path = add_path_recipetypelist(recipetype_name);
+    if (auto result = take_from_partial_configuration(path, recipetype_name); failed(result))
+    {
+        return result;
+    }
+    auto const* const found = RavikSrv::node_path(path, config()).node;
+    if (found == nullptr)
+    {
+        return missing_type(path);
+    }
+    // A copy, since the configuration may be replaced on the way.
+    Value const type = *found; // NOLINT(performance-unnecessary-copy-initialization)
+    if (auto result = add_inherited(type[Key::recipe_type_names], depth); failed(result))
+    {
+        return result;
+    }
+    auto const& members = type[Key::members];
+    m_symbols.reserve_more(members.size());
+    auto const end = members.end();
+    for (auto member = members.begin(); member != end; ++member)
+    {
+        if (auto result = add_member(member.name(), Member(*member), depth, type_context); failed(result))
+        {
+            return result;
+        }
+    }
+    return ErrorValue::SUCCESS;
+}
+
+/// Where the configuration has neither list, the type found in it takes its place.
+ResultPair TypeWalk::take_from_partial_configuration(std::string const& path, std::string const& recipetype_name)
+{
+    if (!config()[Key::recipe_list].empty() || !config()[Key::recipe_type_list].empty())
+    {
+        return ErrorValue::SUCCESS;
+    }
+    auto [found, type] = RavikSrv::follow_hmi_path(path, config());
+    if (!found)
+    {
+        return {ErrorValue::TYPE_MISSING, recipetype_name.c_str()};
+    }
+    m_config = std::move(type);
+    return ErrorValue::SUCCESS;
+}
+
+ResultPair TypeWalk::add_inherited(Value const& names, unsigned long depth)
+{
+    for (auto entry = names.begin_vector(); entry != names.end_vector(); ++entry)
+    {
+        std::string const name = text_of(*entry);
+        m_symbols.append_type(name);
+        auto type_context = name;
+        if (auto result = recipetype_symbols(name, depth + 1, type_context); failed(result))
+        {
+            return result;
+        }
+    }
+    return ErrorValue::SUCCESS;
+}
+
+ResultPair TypeWalk::add_member(char const* name, Member const& member, unsigned long depth, std::string& type_context)
+{
+    auto const is_nesting = !Algorithm::empty(member.recipe_type);
+    if (!Algorithm::empty(member.symbol))
+    {
+        add_symbol(name, member, type_context);
+    }
+    else if (is_nesting)
+    {
+        add_nested_type(name, member.recipe_type, type_context);
+    }
+    else
+    {
+        return failure(ErrorValue::TYPE_MISSING, RecipeResult::MISSING_RECIPETYPE_SYMBOLS);
+    }
+    if (m_symbols.size() > walk_limit)
+    {
+        return too_large();
+    }
+    if (!is_nesting)
+    {
+        return ErrorValue::SUCCESS;
+    }
+    auto result = recipetype_symbols(member.recipe_type, depth + 1, type_context);
+    // Also where this type was itself reached through another: members behind a nested one count as direct.
+    type_context.clear();
+    return result;
+}
+
+void TypeWalk::add_symbol(char const* name, Member const& member, std::string const& type_context)
+{
+    auto& record = m_symbols.append_symbol();
+    record.symbol = member.symbol;
+    record.recipetype = type_context;
+    record.name = name;
+    record.enabled = member.enabled;
+    record.default_value = member.default_value != nullptr ? *member.default_value : Value();
+    record.schema = member.schema != nullptr ? *member.schema : Value();
+}
+
+void TypeWalk::add_nested_type(char const* name, char const* type, std::string& type_context)
+{
+    type_context = type;
+    m_symbols.append_type(name);
+    m_symbols.append_type(type_context);
+}
+
+/// Lays the values of a recipe and of the recipes nested in it over the records.
+class ValueWalk
+{
+public:
+    ValueWalk(Value const& config, SymbolList& symbols, Value const& recipe, std::string const& recipe_name)
+        : m_config(config), m_symbols(symbols), m_recipe(recipe), m_recipe_name(recipe_name)
+    {
+    }
+
+    ResultPair recipe_values(std::string& recipe_path, unsigned long depth);
+
+private:
+    ResultPair lay(Value const& values, unsigned long depth);
+    ResultPair lay(Value const& value, SymbolData& record, unsigned long depth);
+
+    Value const& m_config;
+    SymbolList& m_symbols;
+    Value const& m_recipe;
+    std::string const& m_recipe_name;
+    /// The smallest depth at which a recipe has been laid to its end. Laying it again from there or from deeper down
+    /// changes nothing, since a value once set stays and a nested recipe's result does not count.
+    boost::unordered_flat_map<std::string, unsigned long> m_laid;
+};
+
+ResultPair ValueWalk::recipe_values(std::string& recipe_path, unsigned long depth)
+{
+    if (is_too_deep(depth))
+    {
+        return ErrorValue::RECURSION;
+    }
+    if (!Algorithm::starts_with(recipe_path, Key::recipe_list))
+    {
+        recipe_path = add_path_recipelist(recipe_path);
+    }
+    if (auto const laid = m_laid.find(recipe_path); laid != m_laid.end() && laid->second <= depth)
+    {
+        return ErrorValue::SUCCESS;
+    }
+    auto const* const stored = RavikSrv::node_path(recipe_path, m_config).node;
+    auto const is_given = m_recipe.isset() && m_recipe_name == recipe_path;
+    if (!is_given && stored == nullptr)
+    {
+        return failure(ErrorValue::TYPE_MISSING, RecipeResult::MISSING_RECIPE_VALUES);
+    }
+    auto result = lay((is_given ? m_recipe : *stored)[Key::values], depth);
+    m_laid[recipe_path] = depth;
+    return result;
+}
+
+ResultPair ValueWalk::lay(Value const& values, unsigned long depth)
+{
+    auto const end = values.end();
+    for (auto value = values.begin(); value != end; ++value)
+    {
+        auto* const record = m_symbols.find_name(value.name());
+        if (record == nullptr)
+        {
+            continue;
+        }
+        if (auto result = lay(*value, *record, depth); failed(result))
+        {
+            return result;
+        }
+    }
+    return ErrorValue::SUCCESS;
+}
+
+ResultPair ValueWalk::lay(Value const& value, SymbolData& record, unsigned long depth)
+{
+    if (record.is_recipetype)
+    {
+        if (auto nested = Algorithm::to_string(value); !nested.empty())
+        {
+            // A nested recipe that is missing or faulty leaves its values unset and fails nothing.
+            static_cast<void>(recipe_values(nested, depth + 1));
+        }
+        return ErrorValue::SUCCESS;
+    }
+    if (record.value.isset() && record.value != value)
+    {
+        return failure(ErrorValue::MULTIPLE_MATCHES, RecipeResult::MULTIPLE_VALUES_ASSIGNED_TO_SYMBOL);
+    }
+    record.value = value;
+    return ErrorValue::SUCCESS;
+}
+
+/// Reads an entry of the symbol table, in one go for speed.
+void take_mapping(Value const& mapping, SymbolData& record)
+{
+    record.use_mapping = true;
+    auto const end = mapping.end();
+    for (auto entry = mapping.begin(); entry != end; ++entry)
+    {
+        std::string_view const key = entry.name();
+        if (key == Key::domain)
+        {
+            record.domain = text_of(*entry);
+        }
+        else if (key == Key::use_mapping && entry->isset())
+        {
+            record.use_mapping = entry->get_bool();
+        }
+    }
+}
+
+} // namespace
+
+ResultPair RavikRecipeManagement::get_symbol_data(Value& config, std::string& recipe_path, SymbolList& symbols,
+                                                  Value const& recipe, std::string const& recipe_name)
+{
+    auto const* const source = recipe.isset() ? &recipe : RavikSrv::node_path(recipe_path, std::as_const(config)).node;
+    if (source == nullptr)
+    {
+        // The type is what counts as missing: without the recipe nobody knows it.
+        return failure(ErrorValue::TYPE_MISSING, RecipeResult::MISSING_RECIPETYPE);
+    }
+    std::string const recipetype_name = text_of((*source)[Key::recipe_type_name]);
+    std::string type_context;
+    if (auto result = TypeWalk(config, symbols).recipetype_symbols(recipetype_name, 0, type_context); failed(result))
+    {
+        return result;
+    }
+    return ValueWalk(config, symbols, recipe, recipe_name).recipe_values(recipe_path, 0);
+}
+
+RecipeResult RavikRecipeManagement::symboldata_from_srv_config(SymbolList& symbols, std::vector<std::string>& domains,
+                                                               Value const& symbol_mapping)
+{
+    boost::unordered_flat_set<std::string_view> known;
+    for (auto& record : symbols)
+    {
+        if (record.is_recipetype)
+        {
+            continue;
+        }
+        auto const& mapping = symbol_mapping[RavikSrv::name_from_path(record.symbol.c_str()).c_str()];
+        if (mapping.empty())
+        {
+            return RecipeResult::SYMBOL_NOT_MAPPED;
+        }
+        take_mapping(mapping, record);
+        // Mostly one domain serves many symbols in a row.
+        if ((domains.empty() || domains.back() != record.domain) && known.insert(record.domain).second)
+        {
+            domains.push_back(record.domain);
+        }
+    }
+    return RecipeResult::SUCCESS;
+}
+
+} // namespace RecipeManagement

@@ -1,0 +1,215 @@
+#include "Configuration/Configuration.h"
+
+#include "Configuration/Entry.h"
+#include "api_helper.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace Ravik
+{
+
+using RavikSrv::ErrorValue;
+using RavikSrv::Value;
+using RavikSrv::ValueType;
+
+void Configuration::add_domain(std::string const& domain, Value const& fixed)
+{
+    auto loaded = m_store != nullptr ? m_store->load(domain) : Value(ValueType::Map);
+    Domain added{.tree = std::move(loaded), .fixed = {}};
+    for (auto entry = fixed.begin(); entry != fixed.end(); ++entry)
+    {
+        added.tree.insert_or_update(entry.name(), *entry);
+        added.fixed.insert(entry.name());
+    }
+    std::lock_guard const lock(m_mutex);
+    m_domains.insert_or_assign(domain, std::move(added));
+}
+
+void Configuration::add_copy(std::string const& domain, Value const& tree)
+{
+    std::lock_guard const lock(m_mutex);
+    m_domains.insert_or_assign(domain, Domain{.tree = tree, .fixed = {}});
+}
+
+bool Configuration::is_fixed(std::string const& domain, std::string const& path) const
+{
+    std::lock_guard const lock(m_mutex);
+    auto const found = m_domains.find(domain);
+    return found != m_domains.end() && found->second.fixed.contains(RavikSrv::name_from_path(path.c_str()));
+}
+
+bool Configuration::has_domain(std::string const& domain) const
+{
+    std::lock_guard const lock(m_mutex);
+    return m_domains.contains(domain);
+}
+
+Value Configuration::tree(std::string const& domain) const
+{
+    std::lock_guard const lock(m_mutex);
+    auto const found = m_domains.find(domain);
+    return found == m_domains.end() ? Value() : found->second.tree;
+}
+
+// Saving --------------------------------------------------------------------------------------------------------------
+
+void Configuration::save(std::vector<Touched> const& touched)
+{
+    if (m_store == nullptr || touched.empty())
+    {
+        return;
+    }
+    m_store->begin();
+    try
+    {
+        std::set<Touched> saved;
+        for (auto const& place : touched)
+        {
+            if (place.removed || saved.insert(place).second)
+            {
+                save_place(place, tree(place.domain));
+            }
+        }
+        m_store->commit();
+    }
+    catch (...)
+    {
+        m_store->rollback();
+        throw;
+    }
+}
+
+/// Brings the row, or the rows, that the place lies in into line with the tree as it stands at the end of the edit.
+void Configuration::save_place(Touched const& place, Value const& tree)
+{
+    auto const found = locate(place.path, tree);
+    if (is_fixed(place.domain, found.owner))
+    {
+        return;
+    }
+    auto const* const node = RavikSrv::node_path(found.owner, tree).node;
+    if (node == nullptr || (place.removed && found.owner == place.path))
+    {
+        // What was removed and written again has gone to the end of its map, and so does its row.
+        m_store->erase(place.domain, found.owner);
+    }
+    if (node != nullptr && found.kind == EntryKind::Folder)
+    {
+        save_folder(place.domain, found.owner, tree);
+    }
+    else if (node != nullptr)
+    {
+        m_store->erase_below(place.domain, found.owner);
+        m_store->put(place.domain, found.owner, node);
+    }
+}
+
+void Configuration::save_folder(std::string const& domain, std::string const& path, Value const& tree)
+{
+    m_store->erase_below(domain, path);
+    for_each_entry(
+        path, tree,
+        [&](std::string const& entry_path, Value const& entry, EntryKind kind)
+        {
+            m_store->put(domain, entry_path, kind == EntryKind::Folder ? nullptr : &entry);
+            return true;
+        },
+        true);
+}
+
+// Turns ---------------------------------------------------------------------------------------------------------------
+
+Configuration::Turn::Turn(Configuration& configuration)
+    : m_configuration(configuration), m_lock(configuration.m_turn_mutex), m_outer(configuration.m_outermost)
+{
+    if (m_outer == nullptr)
+    {
+        m_configuration.m_outermost = this;
+    }
+}
+
+Configuration::Turn::~Turn()
+{
+    if (!m_done)
+    {
+        take_back();
+    }
+    if (m_outer == nullptr)
+    {
+        m_configuration.m_outermost = nullptr;
+    }
+}
+
+ErrorValue Configuration::Turn::write(std::string const& domain, std::string const& path, Value const& value,
+                                      Tree::WriteMode mode)
+{
+    return edit(domain, [&](Value& tree, std::vector<Tree::Change>& changes)
+                { return Tree::write(tree, path, value, mode, changes); });
+}
+
+ErrorValue Configuration::Turn::remove(std::string const& domain, std::string const& path)
+{
+    return edit(domain,
+                [&](Value& tree, std::vector<Tree::Change>& changes) { return Tree::remove(tree, path, changes); });
+}
+
+template <typename Edit> ErrorValue Configuration::Turn::edit(std::string const& domain, Edit change_tree)
+{
+    if (m_configuration.m_failed)
+    {
+        return ErrorValue::STORAGE;
+    }
+    std::vector<Tree::Change> changes;
+    std::lock_guard const lock(m_configuration.m_mutex);
+    auto const found = m_configuration.m_domains.find(domain);
+    if (found == m_configuration.m_domains.end())
+    {
+        return ErrorValue::INVALID_DOMAIN;
+    }
+    auto const result = change_tree(found->second.tree, changes);
+    for (auto& change : changes)
+    {
+        // A map merged into a folder touches the entries that it names, not the whole folder.
+        m_touched.push_back(
+            {.domain = domain, .path = Tree::join(change.parent, change.name), .removed = change.removed});
+        m_changes.push_back({.domain = domain, .change = std::move(change)});
+    }
+    return result;
+}
+
+ErrorValue Configuration::Turn::commit()
+{
+    if (m_outer != nullptr)
+    {
+        m_done = true;
+        std::move(m_touched.begin(), m_touched.end(), std::back_inserter(m_outer->m_touched));
+        std::move(m_changes.begin(), m_changes.end(), std::back_inserter(m_outer->m_changes));
+        return ErrorValue::SUCCESS;
+    }
+    try
+    {
+        m_configuration.save(m_touched);
+        m_done = true;
+        return ErrorValue::SUCCESS;
+    }
+    catch (std::exception const& error)
+    {
+        m_failure = error.what();
+        m_configuration.m_failed = true;
+        return ErrorValue::STORAGE_STORE;
+    }
+}
+
+void Configuration::Turn::take_back() noexcept
+{
+    m_touched.clear();
+    std::lock_guard const lock(m_configuration.m_mutex);
+    for (auto change = m_changes.rbegin(); change != m_changes.rend(); ++change)
+    {
+        Tree::take_back(m_configuration.m_domains.at(change->domain).tree, change->change);
+    }
+    m_changes.clear();
+}
+
+} // namespace Ravik

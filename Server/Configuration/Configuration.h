@@ -1,0 +1,119 @@
+#pragma once
+
+#include "Configuration/Store.h"
+#include "Configuration/tree.h"
+#include "RavikSrvExtApi.h"
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace Ravik
+{
+
+/// The configuration of all domains of a project: a tree for each, and the store behind them.
+///
+/// **Reading** copies one pointer and never waits for an edit: it gets the tree as it stands, also in the middle of an
+/// edit. **Writing** takes a `Turn`. Thread-safe.
+class Configuration
+{
+public:
+    class Turn;
+
+    /// A place of a tree that an edit touched.
+    struct Touched
+    {
+        std::string domain;
+        std::string path;
+        bool removed = false;
+
+        friend auto operator<=>(Touched const& left, Touched const& right) = default;
+    };
+
+    /// `store` may be null: then nothing lasts.
+    explicit Configuration(std::unique_ptr<Store> store) : m_store(std::move(store)) {}
+
+    /// Loads the domain's tree from the store and lays `fixed` over it: its top-level entries win and are never stored.
+    void add_domain(std::string const& domain, RavikSrv::Value const& fixed);
+
+    /// Takes `tree` as the domain's whole configuration; for configurations without a store.
+    void add_copy(std::string const& domain, RavikSrv::Value const& tree);
+
+    bool has_domain(std::string const& domain) const;
+    /// Whether the path lies in what the project file fixes.
+    bool is_fixed(std::string const& domain, std::string const& path) const;
+    /// The domain's whole configuration as it stands; a null value for an unknown domain.
+    RavikSrv::Value tree(std::string const& domain) const;
+
+private:
+    struct Domain
+    {
+        RavikSrv::Value tree;
+        /// The top-level entries that come from the project file.
+        std::set<std::string> fixed;
+    };
+
+    void save(std::vector<Touched> const& touched);
+    void save_place(Touched const& place, RavikSrv::Value const& tree);
+    void save_folder(std::string const& domain, std::string const& path, RavikSrv::Value const& tree);
+
+    std::unique_ptr<Store> m_store;
+    /// Held to look up, copy or change a tree, never across a call to anyone else.
+    mutable std::mutex m_mutex;
+    std::map<std::string, Domain> m_domains;
+    /// The turn: one thread at a time, as often as it likes. The one lock that is held while extensions are called.
+    std::recursive_mutex m_turn_mutex;
+    Turn* m_outermost = nullptr;
+    /// Set when a commit failed: the listeners have been told what did not last, so nothing is edited until a restart.
+    bool m_failed = false;
+};
+
+/// A turn of edits: all that is written in it, and in turns that the same thread takes meanwhile, lasts together or not
+/// at all. Whoever takes one waits until no other thread has one. Destroyed without `commit` it takes back what was
+/// written in it.
+class Configuration::Turn
+{
+public:
+    explicit Turn(Configuration& configuration);
+    Turn(Turn const&) = delete;
+    Turn& operator=(Turn const&) = delete;
+    ~Turn();
+
+    /// Writes or removes an entry of the domain's tree, see `Tree`. `INVALID_DOMAIN` for an unknown domain,
+    /// `STORAGE` after a failed commit.
+    RavikSrv::ErrorValue write(std::string const& domain, std::string const& path, RavikSrv::Value const& value,
+                               Tree::WriteMode mode);
+    RavikSrv::ErrorValue remove(std::string const& domain, std::string const& path);
+
+    /// Ends the turn. The outermost turn answers when everything is stored; where that fails with `STORAGE_STORE` the
+    /// trees are as they were before it, and `failure()` tells why.
+    RavikSrv::ErrorValue commit();
+    std::string const& failure() const noexcept { return m_failure; }
+
+    /// What this turn, and the turns that joined it and have ended, touched so far, in their order.
+    std::vector<Touched> const& touched() const noexcept { return m_touched; }
+
+private:
+    struct DomainChange
+    {
+        std::string domain;
+        Tree::Change change;
+    };
+
+    template <typename Edit> RavikSrv::ErrorValue edit(std::string const& domain, Edit change_tree);
+    void take_back() noexcept;
+
+    Configuration& m_configuration;
+    std::unique_lock<std::recursive_mutex> m_lock;
+    /// The turn that this one is part of, null for the outermost.
+    Turn* m_outer;
+    std::vector<DomainChange> m_changes;
+    std::vector<Touched> m_touched;
+    std::string m_failure;
+    bool m_done = false;
+};
+
+} // namespace Ravik

@@ -1,0 +1,111 @@
+#include "Configuration/ConfigurationWriter.h"
+
+#include "Configuration/Entry.h"
+#include "api_helper.h"
+#include "Json/Json.h"
+
+namespace Ravik
+{
+
+using RavikSrv::Context;
+using RavikSrv::ErrorValue;
+using RavikSrv::ResultPair;
+using RavikSrv::Value;
+
+Context context_for(Context const& origin, std::string const& domain)
+{
+    auto context = origin;
+    context.set_domain(domain.c_str());
+    return context;
+}
+
+ErrorValue ConfigurationWriter::write(Context const& context, std::string const& domain, std::string const& path,
+                                      Value const& value, Tree::WriteMode mode)
+{
+    if (!Json::obstacle(value).empty() || !Json::obstacle(Value(path.c_str())).empty())
+    {
+        return ErrorValue::ENCODE;
+    }
+    Configuration::Turn turn(m_configuration);
+    auto const result = turn.write(domain, path, value, mode);
+    if (result != ErrorValue::SUCCESS)
+    {
+        return result;
+    }
+    tell_changed(context, domain, path);
+    return turn.commit();
+}
+
+ErrorValue ConfigurationWriter::remove(Context const& context, std::string const& domain, std::string const& path)
+{
+    Configuration::Turn turn(m_configuration);
+    auto const before = m_configuration.tree(domain);
+    auto const result = turn.remove(domain, path);
+    if (result != ErrorValue::SUCCESS)
+    {
+        return result;
+    }
+    auto const kind = locate(path, before).kind;
+    tell_deleted(context, domain, path, *RavikSrv::node_path(path, before).node, schema_type(kind));
+    return turn.commit();
+}
+
+ResultPair ConfigurationWriter::tell_changed(Context const& context, std::string const& domain,
+                                             std::string const& path) const
+{
+    auto* const extension = m_extensions.find(domain);
+    if (extension == nullptr)
+    {
+        return {};
+    }
+    auto const kind = locate(path, m_configuration.tree(domain)).kind;
+    auto const first = extension->on_change(context_for(context, domain), path, schema_type(kind));
+    if (kind != EntryKind::Folder && !path.empty())
+    {
+        return first;
+    }
+    auto const entries = tell_entries(context, domain, path);
+    return first.result() == ErrorValue::SUCCESS ? entries : first;
+}
+
+ResultPair ConfigurationWriter::tell_entries(Context const& context, std::string const& domain,
+                                             std::string const& path) const
+{
+    ResultPair first;
+    auto* const extension = m_extensions.find(domain);
+    auto const told = context_for(context, domain);
+    for_each_entry(path, m_configuration.tree(domain),
+                   [&](std::string const& entry, Value const& /*value*/, EntryKind kind)
+                   {
+                       auto const answer =
+                           extension == nullptr ? ResultPair() : extension->on_change(told, entry, schema_type(kind));
+                       first = first.result() == ErrorValue::SUCCESS ? answer : first;
+                       return true;
+                   });
+    return first;
+}
+
+ResultPair ConfigurationWriter::tell_deleted(Context const& context, std::string const& domain, std::string const& path,
+                                             Value const& value, char const* schema_type) const
+{
+    auto* const extension = m_extensions.find(domain);
+    return extension == nullptr ? ResultPair()
+                                : extension->on_delete(context_for(context, domain), path, value, schema_type);
+}
+
+ResultPair ConfigurationWriter::tell_moved(Context const& context, std::string const& domain, Move const& move,
+                                           Value const& before, char const* schema_type) const
+{
+    auto* const extension = m_extensions.find(domain);
+    if (extension == nullptr)
+    {
+        return {};
+    }
+    if (move.is_delete())
+    {
+        return tell_deleted(context, domain, move.path, *RavikSrv::node_path(move.path, before).node, schema_type);
+    }
+    return extension->on_rename(context_for(context, domain), move.path, move.new_path, schema_type);
+}
+
+} // namespace Ravik

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "Configuration/Configuration.h"
+#include "Configuration/expectation.h"
+#include "Execution/Extensions.h"
+#include "RavikSrvExtApi.h"
+
+#include <string>
+
+namespace Ravik
+{
+
+/// Writes configuration on behalf of extensions and of the server itself: such writes are not asked about, but the
+/// listeners of the domain are told at once, before the write returns. A write made in the course of an edit belongs to
+/// that edit's turn; any other is a turn of its own. Thread-safe.
+class ConfigurationWriter
+{
+public:
+    ConfigurationWriter(Configuration& configuration, Extensions const& extensions)
+        : m_configuration(configuration), m_extensions(extensions)
+    {
+    }
+
+    /// Writes the entry at `path` of the domain's configuration, see `Tree::write`; `STORAGE_STORE` where it could not
+    /// be stored, `ENCODE` for texts that can't be stored.
+    RavikSrv::ErrorValue write(RavikSrv::Context const& context, std::string const& domain, std::string const& path,
+                               RavikSrv::Value const& value, Tree::WriteMode mode);
+    /// Removes the entry.
+    RavikSrv::ErrorValue remove(RavikSrv::Context const& context, std::string const& domain, std::string const& path);
+
+    // What the listeners of a domain are told; the answer is the first failure.
+
+    /// They are told of the path itself and, where it is a folder, of every entry in it.
+    RavikSrv::ResultPair tell_changed(RavikSrv::Context const& context, std::string const& domain,
+                                      std::string const& path) const;
+    /// They are told of every entry at and below the path, in the order of the tree.
+    RavikSrv::ResultPair tell_entries(RavikSrv::Context const& context, std::string const& domain,
+                                      std::string const& path) const;
+    /// `value` is what stood there.
+    RavikSrv::ResultPair tell_deleted(RavikSrv::Context const& context, std::string const& domain,
+                                      std::string const& path, RavikSrv::Value const& value,
+                                      char const* schema_type) const;
+
+    /// They are told of a delete or rename that has been made; `before` is the domain's tree as it was.
+    RavikSrv::ResultPair tell_moved(RavikSrv::Context const& context, std::string const& domain, Move const& move,
+                                    RavikSrv::Value const& before, char const* schema_type) const;
+
+private:
+    Configuration& m_configuration;
+    Extensions const& m_extensions;
+};
+
+/// The context in which a domain's extension is called on behalf of `origin`.
+RavikSrv::Context context_for(RavikSrv::Context const& origin, std::string const& domain);
+
+} // namespace Ravik

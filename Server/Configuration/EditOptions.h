@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+
+namespace Ravik
+{
+
+/// How to delete or rename.
+struct MoveOptions
+{
+    /// Go ahead although the rehearsal says that something would not come out right.
+    bool force = false;
+    /// Check and rehearse, and change nothing.
+    bool dry_run = false;
+};
+
+/// How to import.
+struct ImportOptions
+{
+    /// Check everything, report every refused entry instead of the first, and change nothing.
+    bool dry_run = false;
+    /// The import becomes the whole configuration.
+    bool replace = false;
+    /// Told of the entries that are checked, out of how many; may be empty.
+    std::function<void(std::size_t done, std::size_t total)> progress;
+};
+
+} // namespace Ravik

@@ -1,0 +1,80 @@
+#pragma once
+
+#include "Configuration/Configuration.h"
+#include "Configuration/EditOptions.h"
+#include "Configuration/EntrySchemas.h"
+#include "Configuration/Refusal.h"
+#include "Configuration/expectation.h"
+#include "Core.h"
+#include "Execution/SymbolTable.h"
+#include "Schema/Validator.h"
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace Ravik
+{
+
+/// What became of an edit.
+struct EditOutcome
+{
+    /// Set where the edit was refused, and nothing changed; or where it was made and the extension could not carry it
+    /// through (`made` tells which).
+    Refusal refusal;
+    /// All refusals of an import that only checks.
+    std::vector<Refusal> refusals;
+    bool made = false;
+    /// What the extension wrote and removed besides, in its order; for a dry run what it would.
+    std::vector<Configuration::Touched> cascade;
+};
+
+/// The edits that clients make: each is checked, put to the extension of the domain, for a delete or rename rehearsed,
+/// stored, and the extension notified; all in one turn, with everything that the extension writes in its course.
+/// Thread-safe.
+class Editor
+{
+public:
+    /// `schemas` by domain; all parts outlive the editor.
+    Editor(Core& core, SymbolTable const& symbols, Validator& validator,
+           std::map<std::string, EntrySchemas> const& schemas)
+        : m_core(core), m_symbols(symbols), m_validator(validator), m_schemas(schemas)
+    {
+    }
+
+    /// Puts `value` at `path`, making the folders that are missing. Refused where an entry would disappear with it.
+    EditOutcome set(std::string const& domain, std::string const& path, RavikSrv::Value const& value);
+    EditOutcome remove(std::string const& domain, std::string const& path, MoveOptions const& options);
+    /// Gives the entry at `path` the full path `new_path`, which must be free.
+    EditOutcome rename(std::string const& domain, std::string const& path, std::string const& new_path,
+                       MoveOptions const& options);
+    /// Takes in `data`, an object with "recipeTypeList" or "recipeList" or both. Folders merge, an entry takes the
+    /// place of the one that stands there as a whole.
+    EditOutcome import(std::string const& domain, RavikSrv::Value const& data, ImportOptions const& options);
+
+private:
+    /// The domain of an edit with what belongs to it.
+    struct Site
+    {
+        std::string domain;
+        Extension* extension = nullptr;
+        EntrySchemas const* schemas = nullptr;
+        RavikSrv::Context context;
+    };
+
+    Site site(std::string const& domain) const;
+    Refusal check_place(Site const& site, std::string const& path) const;
+    Refusal ask_change(Site const& site, std::string const& path, RavikSrv::Value const& tree) const;
+    Refusal ask_move(Site const& site, Move const& move, RavikSrv::Value const& before,
+                     RavikSrv::Value const& after) const;
+    EditOutcome move(Site const& site, Move const& move, MoveOptions const& options);
+    EditOutcome make_move(Site const& site, Move const& move, bool restart, Configuration::Turn& turn);
+    void restart(Site const& site);
+
+    Core& m_core;
+    SymbolTable const& m_symbols;
+    Validator& m_validator;
+    std::map<std::string, EntrySchemas> const& m_schemas;
+};
+
+} // namespace Ravik

@@ -1,0 +1,139 @@
+#include "Configuration/Entry.h"
+
+#include "Configuration/tree.h"
+#include "PathIterator.h"
+#include "api_helper.h"
+
+namespace Ravik
+{
+
+using RavikSrv::Value;
+using RavikSrv::ValueType;
+
+namespace
+{
+
+bool is_object(Value const& value)
+{
+    return value.type() == ValueType::Map || value.type() == ValueType::Struct;
+}
+
+bool has(Value const& object, char const* key)
+{
+    return object.find(key) != object.end();
+}
+
+bool in_list(std::string_view path, std::string_view list)
+{
+    return path.starts_with(list) &&
+           (path.size() == list.size() || path.substr(list.size()).starts_with(RavikSrv::separator_text));
+}
+
+/// Answers whether the walk goes on.
+bool walk(std::string const& path, Value const& node, EntryVisit const& visit, bool with_folders)
+{
+    auto const kind = kind_of(path, node);
+    if (kind != EntryKind::Folder)
+    {
+        return visit(path, node, kind);
+    }
+    if (with_folders && !visit(path, node, kind))
+    {
+        return false;
+    }
+    for (auto entry = node.begin(); entry != node.end(); ++entry)
+    {
+        if (!walk(Tree::join(path, entry.name()), *entry, visit, with_folders))
+        {
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+char const* schema_type(EntryKind kind) noexcept
+{
+    switch (kind)
+    {
+    case EntryKind::RecipeType:
+        return "recipeType";
+    case EntryKind::Recipe:
+        return "recipe";
+    default:
+        return "";
+    }
+}
+
+EntryKind kind_of(std::string_view path, Value const& value)
+{
+    auto const types = in_list(path, recipe_type_list);
+    if (!types && !in_list(path, recipe_list))
+    {
+        return EntryKind::Other;
+    }
+    if (!is_object(value))
+    {
+        return EntryKind::Neither;
+    }
+    if (path == recipe_type_list || path == recipe_list)
+    {
+        return EntryKind::Folder;
+    }
+    if (types)
+    {
+        return has(value, "members") ? EntryKind::RecipeType : EntryKind::Folder;
+    }
+    return has(value, "recipeTypeName") || has(value, "values") ? EntryKind::Recipe : EntryKind::Folder;
+}
+
+Place locate(std::string const& path, Value const& root)
+{
+    std::string reached;
+    auto kind = EntryKind::Other;
+    auto const* node = &root;
+    for (RavikSrv::PathIterator components(path); components.next();)
+    {
+        if (kind == EntryKind::Recipe || kind == EntryKind::RecipeType)
+        {
+            return {.kind = EntryKind::Inside, .owner = reached};
+        }
+        node = RavikSrv::node(node, components.component());
+        reached = Tree::join(reached, components.component());
+        if (kind == EntryKind::Other && !in_list(reached, recipe_type_list) && !in_list(reached, recipe_list))
+        {
+            return {.kind = EntryKind::Other, .owner = reached};
+        }
+        if (node == nullptr)
+        {
+            return {.kind = EntryKind::Neither, .owner = reached};
+        }
+        kind = kind_of(reached, *node);
+    }
+    return {.kind = kind, .owner = reached};
+}
+
+void for_each_entry(std::string const& path, Value const& root, EntryVisit const& visit, bool with_folders)
+{
+    if (path.empty())
+    {
+        for (auto const list : {recipe_type_list, recipe_list})
+        {
+            auto const* const node = RavikSrv::node(&root, std::string(list));
+            if (node != nullptr && !walk(std::string(list), *node, visit, with_folders))
+            {
+                return;
+            }
+        }
+        return;
+    }
+    auto const reached = RavikSrv::node_path(path, root);
+    if (reached.node != nullptr && locate(path, root).kind != EntryKind::Inside &&
+        kind_of(path, *reached.node) != EntryKind::Other)
+    {
+        walk(path, *reached.node, visit, with_folders);
+    }
+}
+
+} // namespace Ravik

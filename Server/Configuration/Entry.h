@@ -1,0 +1,58 @@
+#pragma once
+
+#include "RavikSrvExtApi.h"
+
+#include <functional>
+#include <string>
+#include <string_view>
+
+namespace Ravik
+{
+
+/// The two lists of a recipe configuration. Whatever else a configuration holds has no entries.
+inline constexpr std::string_view recipe_type_list = "recipeTypeList";
+inline constexpr std::string_view recipe_list = "recipeList";
+
+/// What stands at a place of the configuration.
+enum class EntryKind
+{
+    /// Outside both lists.
+    Other,
+    /// One of the lists, or a folder in one: it holds folders and entries.
+    Folder,
+    RecipeType,
+    Recipe,
+    /// Below a recipe type or a recipe.
+    Inside,
+    /// In a list, yet neither an entry nor a folder.
+    Neither,
+};
+
+/// The name of the schema type that listeners are told: "recipeType", "recipe", or empty.
+char const* schema_type(EntryKind kind) noexcept;
+
+/// What `value` is as an element of the list that `path` begins with. An object with "members" in the recipe type list
+/// is a recipe type, one with "recipeTypeName" or "values" in the recipe list is a recipe, every other object a folder.
+EntryKind kind_of(std::string_view path, RavikSrv::Value const& value);
+
+/// Where a path lies.
+struct Place
+{
+    EntryKind kind = EntryKind::Other;
+    /// The path of the entry that it names or lies in; of the folder where it names one; the first component outside
+    /// the lists.
+    std::string owner;
+};
+
+/// Finds where `path` lies in the configuration `root`. A path that leads nowhere is placed by the part of it that does
+/// lead somewhere: inside an entry, or as `Neither` in a folder.
+Place locate(std::string const& path, RavikSrv::Value const& root);
+
+/// Calls `visit(path, entry, kind)` for each recipe type and recipe at or below `path` (the empty path: both lists) in
+/// the order of the tree, and for whatever is `Neither`. Folders are visited too, before what they hold, where
+/// `with_folders` is set. The visit answers false to end the walk.
+using EntryVisit = std::function<bool(std::string const& path, RavikSrv::Value const& entry, EntryKind kind)>;
+void for_each_entry(std::string const& path, RavikSrv::Value const& root, EntryVisit const& visit,
+                    bool with_folders = false);
+
+} // namespace Ravik

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "RavikSrvExtApi.h"
+
+#include <chrono>
+#include <filesystem>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+namespace Ravik
+{
+
+/// A failure of the store's medium, with SQLite's own words.
+class StoreError : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// The durable copy of the configuration: one SQLite file, opened by one process at a time.
+///
+/// Each row is what is saved as a whole: a recipe, a recipe type, a folder (without what it holds), or a top-level
+/// entry outside the recipe lists. Rows keep the order of their first writing, which is the order of the entries in
+/// their maps. Values are JSON text.
+///
+/// Not thread-safe; whoever writes has the turn. Every operation may throw `StoreError`.
+class Store
+{
+public:
+    /// Opens the store, or makes it. Throws `ProjectError`: the file is no store of this program, or of a later
+    /// version; another process has it open (after `wait` has passed); it can't be read or written.
+    static std::unique_ptr<Store> open(std::filesystem::path const& file, std::chrono::seconds wait);
+
+    Store(Store const&) = delete;
+    Store& operator=(Store const&) = delete;
+    virtual ~Store() = default;
+
+    /// The configuration of a domain, a map.
+    virtual RavikSrv::Value load(std::string const& domain) = 0;
+
+    /// Starts a transaction; the changes below belong to one, and all or none of them last.
+    virtual void begin() = 0;
+    /// Writes the row; it keeps its place where there is one of that path. A null pointer writes a folder.
+    virtual void put(std::string const& domain, std::string const& path, RavikSrv::Value const* value) = 0;
+    /// Removes the row and all rows below it.
+    virtual void erase(std::string const& domain, std::string const& path) = 0;
+    /// Removes all rows below the path, not the row itself.
+    virtual void erase_below(std::string const& domain, std::string const& path) = 0;
+    /// Answers when all changes are on the medium.
+    virtual void commit() = 0;
+    virtual void rollback() noexcept = 0;
+
+protected:
+    Store() = default;
+};
+
+} // namespace Ravik

@@ -1,0 +1,161 @@
+#include "Configuration/edit_rules.h"
+
+#include "Configuration/Entry.h"
+#include "Configuration/entry_checks.h"
+#include "Configuration/tree.h"
+#include "PathIterator.h"
+#include "api_helper.h"
+#include "Json/Json.h"
+
+namespace Ravik
+{
+
+using RavikSrv::ErrorValue;
+using RavikSrv::Value;
+
+namespace
+{
+
+bool is_entry(EntryKind kind)
+{
+    return kind == EntryKind::Recipe || kind == EntryKind::RecipeType;
+}
+
+char const* word(EntryKind kind)
+{
+    switch (kind)
+    {
+    case EntryKind::Recipe:
+        return "recipe";
+    case EntryKind::RecipeType:
+        return "recipe type";
+    default:
+        return "folder";
+    }
+}
+
+Refusal check_rename(Move const& move, Value const& tree)
+{
+    auto const kind = locate(move.path, tree).kind;
+    auto const from = Tree::split_last(move.path);
+    auto const to = Tree::split_last(move.new_path);
+    if (move.covers(move.new_path))
+    {
+        return {ErrorValue::INVALID_PATH, "the new path is the old one or lies below it", move.new_path};
+    }
+    if (RavikSrv::node_path(move.new_path, tree).node != nullptr)
+    {
+        return {ErrorValue::ID_IN_USE, "there is an entry at the new path already", move.new_path};
+    }
+    if (auto const refusal = check_name(to.parent, to.name))
+    {
+        return refusal;
+    }
+    if (kind == EntryKind::Inside || kind == EntryKind::Other)
+    {
+        auto const* const parent = RavikSrv::node_path(from.parent, tree).node;
+        return from.parent == to.parent && parent != nullptr && parent->type() != RavikSrv::ValueType::Vector
+                   ? Refusal()
+                   : Refusal{ErrorValue::INVALID_PATH,
+                             "what stands inside an entry can only get another name in the same place", move.new_path};
+    }
+    auto const missing = Tree::missing_parents(tree, move.new_path);
+    auto const parent = missing.empty() ? to.parent : Tree::split_last(missing.front()).parent;
+    auto const same_list = RavikSrv::name_from_path(move.path.c_str()) == RavikSrv::name_from_path(to.parent.c_str());
+    if (!same_list || locate(parent, tree).kind != EntryKind::Folder)
+    {
+        return {ErrorValue::INVALID_PATH, "an entry moves only between the folders of its own list", move.new_path};
+    }
+    for (auto const& folder : missing)
+    {
+        auto const place = Tree::split_last(folder);
+        if (auto const refusal = check_name(place.parent, place.name))
+        {
+            return refusal;
+        }
+    }
+    return {};
+}
+
+} // namespace
+
+Refusal check_path(std::string const& path, bool has_recipes)
+{
+    std::string first;
+    for (RavikSrv::PathIterator components(path); components.next();)
+    {
+        if (components.component().empty())
+        {
+            return {ErrorValue::INVALID_PATH, "the path has an empty component", path};
+        }
+        first = first.empty() ? components.component() : first;
+    }
+    if (first.empty())
+    {
+        return {ErrorValue::INVALID_PATH, "name the path of an entry; the whole configuration is changed by an import",
+                path};
+    }
+    if (auto const obstacle = Json::obstacle(Value(path.c_str())); !obstacle.empty())
+    {
+        return {ErrorValue::ENCODE, "the path can't be stored: " + obstacle, ""};
+    }
+    if (has_recipes && first != recipe_type_list && first != recipe_list)
+    {
+        return {ErrorValue::INVALID_PATH,
+                "a path begins with \"recipeTypeList\" or \"recipeList\", not with \"" + first.substr(0, longest_name) +
+                    "\"",
+                path};
+    }
+    return {};
+}
+
+Refusal check_set(std::string const& path, Value const& before, Value const& after)
+{
+    Refusal refusal;
+    for_each_entry(
+        path, before,
+        [&](std::string const& entry, Value const& value, EntryKind kind)
+        {
+            auto const* const node = RavikSrv::node_path(entry, after).node;
+            auto const now = node == nullptr ? EntryKind::Neither : kind_of(entry, *node);
+            auto const is_empty_folder = kind == EntryKind::Folder && value.empty() && node != nullptr;
+            if (now != kind && !is_empty_folder && kind != EntryKind::Neither)
+            {
+                auto const text = node == nullptr ? std::string(" would disappear; delete it by its name")
+                                                  : " would become " +
+                                                        (now == EntryKind::Neither ? std::string("something else")
+                                                                                   : std::string("a ") + word(now)) +
+                                                        "; delete it first";
+                refusal = {ErrorValue::TYPE_MISMATCH, std::string("a ") + word(kind) + text, entry};
+            }
+            return !refusal;
+        },
+        true);
+    auto const owner = locate(path, before);
+    if (!refusal && owner.kind == EntryKind::Inside)
+    {
+        auto const* const node = RavikSrv::node_path(owner.owner, after).node;
+        if (node == nullptr || !is_entry(kind_of(owner.owner, *node)))
+        {
+            return {ErrorValue::TYPE_MISMATCH, "the entry would be neither recipe nor recipe type any more",
+                    owner.owner};
+        }
+    }
+    return refusal;
+}
+
+Refusal check_move(Move const& move, Value const& tree)
+{
+    auto const reached = RavikSrv::node_path(move.path, tree);
+    if (reached.node == nullptr)
+    {
+        return {ErrorValue::ENTRY_NOT_FOUND, "there is no such entry", move.path};
+    }
+    if (Tree::split_last(move.path).parent.empty() && !move.is_delete())
+    {
+        return {ErrorValue::INVALID_PATH, "the lists themselves have their names for good", move.path};
+    }
+    return move.is_delete() ? Refusal() : check_rename(move, tree);
+}
+
+} // namespace Ravik

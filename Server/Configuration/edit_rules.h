@@ -1,0 +1,22 @@
+#pragma once
+
+#include "Configuration/Refusal.h"
+#include "Configuration/expectation.h"
+#include "RavikSrvExtApi.h"
+
+#include <string>
+
+/// What an edit may do to the tree of a configuration, whoever is asked besides. Pure functions.
+namespace Ravik
+{
+
+/// Whether a client may edit at `path` at all: it is a path, and in a recipe configuration it lies in one of the lists.
+Refusal check_path(std::string const& path, bool has_recipes);
+
+/// Whether putting a value at `path` leaves every entry that stood there where it was, and as what it was.
+Refusal check_set(std::string const& path, RavikSrv::Value const& before, RavikSrv::Value const& after);
+
+/// Whether the entry at the move's path is there and may go to its new path.
+Refusal check_move(Move const& move, RavikSrv::Value const& tree);
+
+} // namespace Ravik

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "Configuration/EntrySchemas.h"
+#include "Configuration/Refusal.h"
+#include "RavikSrvExtApi.h"
+
+#include <string>
+
+namespace Ravik
+{
+
+/// The longest name of an entry, folder, member or value, in bytes.
+inline constexpr std::size_t longest_name = 255;
+
+/// Whether `name` may stand in the place `path`: it must be one component of a path, not longer than `longest_name`.
+Refusal check_name(std::string const& path, std::string const& name);
+
+/// Whether the entry may stand at `path`: it fits the definition of its kind, the names of its members or values are
+/// allowed, and its text could be read again.
+Refusal check_entry(EntrySchemas const& schemas, EntryKind kind, std::string const& path, RavikSrv::Value const& entry);
+
+/// The same for everything at and below `path` of the two lists, folders included.
+Refusal check_entries(EntrySchemas const& schemas, std::string const& path, RavikSrv::Value const& tree);
+
+} // namespace Ravik

@@ -1,0 +1,203 @@
+#include "Configuration/import.h"
+
+#include "Configuration/Entry.h"
+#include "Configuration/entry_checks.h"
+#include "Configuration/tree.h"
+#include "api_helper.h"
+
+#include <utility>
+
+namespace Ravik
+{
+
+using RavikSrv::ErrorValue;
+using RavikSrv::Value;
+using RavikSrv::ValueType;
+
+namespace
+{
+
+constexpr std::pair<std::string_view, char const*> lists[] = {{recipe_type_list, "recipeTypeList"},
+                                                              {recipe_list, "recipeList"}};
+
+} // namespace
+
+Import::Import(ImportSite site, Value const& data, ImportOptions const& options)
+    : m_site(std::move(site)), m_data(data), m_options(options)
+{
+    if (m_options.replace)
+    {
+        m_site.tree = Value(ValueType::Map);
+    }
+}
+
+// Checking ------------------------------------------------------------------------------------------------------------
+
+std::vector<Refusal> Import::check()
+{
+    if (auto refusal = check_lists())
+    {
+        return {std::move(refusal)};
+    }
+    for (auto list = std::as_const(m_data).begin(); list != std::as_const(m_data).end(); ++list)
+    {
+        collect(list.name(), *list);
+    }
+    std::vector<Refusal> refusals;
+    auto const import_data = lists_afterwards();
+    std::size_t done = 0;
+    for (auto const& piece : m_pieces)
+    {
+        auto refusal = check_piece(piece);
+        refusal = refusal ? refusal : ask(piece, import_data);
+        if (refusal)
+        {
+            refusals.push_back(std::move(refusal));
+            if (!m_options.dry_run)
+            {
+                break;
+            }
+        }
+        if (m_options.progress)
+        {
+            m_options.progress(++done, m_pieces.size());
+        }
+    }
+    return refusals;
+}
+
+Refusal Import::check_lists() const
+{
+    if (m_data.type() != ValueType::Map)
+    {
+        return {ErrorValue::TYPE_MISMATCH, "expected an object with \"recipeTypeList\" or \"recipeList\"", ""};
+    }
+    if (m_data.empty())
+    {
+        return {ErrorValue::REQUIRED_FIELD, "the import holds neither \"recipeTypeList\" nor \"recipeList\"", ""};
+    }
+    for (auto entry = m_data.begin(); entry != m_data.end(); ++entry)
+    {
+        std::string const name = entry.name();
+        if (name != recipe_type_list && name != recipe_list)
+        {
+            return {ErrorValue::UNEXPECTED_FIELD,
+                    "only \"recipeTypeList\" and \"recipeList\" can be imported, not \"" +
+                        name.substr(0, longest_name) + "\"",
+                    name};
+        }
+        if (entry->type() != ValueType::Map)
+        {
+            return {ErrorValue::TYPE_MISMATCH, "expected an object of entries and folders", name};
+        }
+    }
+    return {};
+}
+
+void Import::collect(std::string const& path, Value const& node)
+{
+    auto const kind = kind_of(path, node);
+    auto const is_folder = kind == EntryKind::Folder;
+    auto const merges = is_folder && RavikSrv::node_path(path, std::as_const(m_site.tree)).node != nullptr;
+    m_pieces.push_back(
+        {.path = path, .kind = kind, .value = is_folder ? Value(ValueType::Map) : node, .merges = merges});
+    for (auto entry = node.begin(); is_folder && entry != node.end(); ++entry)
+    {
+        collect(Tree::join(path, entry.name()), *entry);
+    }
+}
+
+Refusal Import::check_piece(Piece const& piece) const
+{
+    auto const place = Tree::split_last(piece.path);
+    if (auto refusal = place.parent.empty() ? Refusal() : check_name(place.parent, place.name))
+    {
+        return refusal;
+    }
+    auto refusal = check_entry(m_site.schemas, piece.kind, piece.path, piece.value);
+    return refusal ? refusal : check_kind(piece);
+}
+
+Refusal Import::check_kind(Piece const& piece) const
+{
+    auto const* const present = RavikSrv::node_path(piece.path, std::as_const(m_site.tree)).node;
+    auto const present_kind = present == nullptr ? piece.kind : kind_of(piece.path, *present);
+    if ((present_kind == EntryKind::Folder) == (piece.kind == EntryKind::Folder))
+    {
+        return {};
+    }
+    return {ErrorValue::TYPE_MISMATCH,
+            std::string("there is a ") + (present_kind == EntryKind::Folder ? "folder" : "recipe or recipe type") +
+                " of this name already; delete it first, or import under another name",
+            piece.path};
+}
+
+/// The two lists as they will stand. What can't be written is refused elsewhere.
+Value Import::lists_afterwards() const
+{
+    auto after = m_site.tree;
+    std::vector<Tree::Change> changes;
+    for (auto const& piece : m_pieces)
+    {
+        if (!piece.merges)
+        {
+            Tree::write(after, piece.path, piece.value, Tree::WriteMode::Replace, changes);
+        }
+    }
+    Value both(ValueType::Map);
+    for (auto const& [list, name] : lists)
+    {
+        Value const& entries = std::as_const(after)[name];
+        both.insert(name, entries.isset() ? entries : Value(ValueType::Map));
+    }
+    return both;
+}
+
+Refusal Import::ask(Piece const& piece, Value const& import_data) const
+{
+    if (piece.merges)
+    {
+        return {};
+    }
+    auto value = piece.value;
+    return explained(
+        m_site.extension.before_import(m_site.context, piece.path, value, import_data, schema_type(piece.kind)),
+        piece.path);
+}
+
+// Writing -------------------------------------------------------------------------------------------------------------
+
+Refusal Import::write(Configuration::Turn& turn) const
+{
+    auto const& domain = m_site.extension.domain();
+    for (auto const& [list, name] : lists)
+    {
+        if (m_options.replace)
+        {
+            turn.remove(domain, name);
+        }
+    }
+    for (auto const& piece : m_pieces)
+    {
+        auto const result =
+            piece.merges ? ErrorValue::SUCCESS : turn.write(domain, piece.path, piece.value, Tree::WriteMode::Replace);
+        if (result != ErrorValue::SUCCESS)
+        {
+            return {result, "it could not be written", piece.path};
+        }
+    }
+    return {};
+}
+
+void Import::tell() const
+{
+    for (auto const& piece : m_pieces)
+    {
+        if (!piece.merges)
+        {
+            m_site.extension.on_change(m_site.context, piece.path, schema_type(piece.kind));
+        }
+    }
+}
+
+} // namespace Ravik

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "Configuration/Configuration.h"
+#include "Configuration/EditOptions.h"
+#include "Configuration/EntrySchemas.h"
+#include "Configuration/Refusal.h"
+#include "Execution/Extension.h"
+#include "RavikSrvExtApi.h"
+
+#include <string>
+#include <vector>
+
+namespace Ravik
+{
+
+/// What an import is held against.
+struct ImportSite
+{
+    Extension& extension;
+    EntrySchemas const& schemas;
+    RavikSrv::Context context;
+    /// The configuration as it stands.
+    RavikSrv::Value tree;
+};
+
+/// One import: its pieces, the checks of each, and the writing.
+class Import
+{
+public:
+    /// The data are an object with "recipeTypeList" or "recipeList" or both.
+    Import(ImportSite site, RavikSrv::Value const& data, ImportOptions const& options);
+
+    /// Checks the names, that no entry takes the place of a folder or the reverse, the schema of each entry, and asks
+    /// the extension about it. Answers the first refusal or, for a dry run, all of them.
+    std::vector<Refusal> check();
+
+    /// Writes what has passed the check.
+    Refusal write(Configuration::Turn& turn) const;
+    /// Tells the extension of everything written, in the order of the import.
+    void tell() const;
+
+private:
+    /// A folder or an entry, in the order of the data, folders before what they hold.
+    struct Piece
+    {
+        std::string path;
+        EntryKind kind = EntryKind::Folder;
+        RavikSrv::Value value;
+        /// A folder that stands there already.
+        bool merges = false;
+    };
+
+    Refusal check_lists() const;
+    void collect(std::string const& path, RavikSrv::Value const& node);
+    Refusal check_piece(Piece const& piece) const;
+    Refusal check_kind(Piece const& piece) const;
+    RavikSrv::Value lists_afterwards() const;
+    Refusal ask(Piece const& piece, RavikSrv::Value const& import_data) const;
+
+    ImportSite m_site;
+    RavikSrv::Value m_data;
+    ImportOptions const& m_options;
+    std::vector<Piece> m_pieces;
+};
+
+} // namespace Ravik

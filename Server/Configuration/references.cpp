@@ -1,0 +1,228 @@
+#include "Configuration/references.h"
+
+#include "Configuration/Entry.h"
+#include "Configuration/tree.h"
+#include "algorithm_helper.h"
+#include "api_helper.h"
+
+#include <set>
+#include <unordered_map>
+#include <utility>
+
+namespace Ravik
+{
+
+using RavikSrv::Value;
+using RavikSrv::Algorithm::to_string;
+
+namespace
+{
+
+/// Types may be nested 20 deep before their resolution is refused; what lies deeper is not looked at.
+constexpr int max_depth = 20;
+
+std::string type_path(std::string const& name)
+{
+    return Tree::join(recipe_type_list, name);
+}
+
+/// Where the values of a recipe type's recipes belong, by their names.
+struct MemberPlace
+{
+    std::string path;
+    bool nests_type = false;
+};
+
+using Members = std::unordered_map<std::string, MemberPlace>;
+
+/// Finds the members of types; each type is walked once.
+class MemberIndex
+{
+public:
+    explicit MemberIndex(Value const& tree) : m_tree(tree) {}
+
+    /// The members that a recipe of the type gives values for; null where there is no such type.
+    Members const* members_of(std::string const& type)
+    {
+        auto const [found, added] = m_by_type.try_emplace(type);
+        if (added)
+        {
+            std::set<std::string> walked;
+            found->second.exists = collect(type, 0, walked, found->second.members);
+        }
+        return found->second.exists ? &found->second.members : nullptr;
+    }
+
+private:
+    struct Entry
+    {
+        bool exists = false;
+        Members members;
+    };
+
+    bool collect(std::string const& type, int depth, std::set<std::string>& walked, Members& members) const
+    {
+        auto const path = type_path(type);
+        auto const* const node = RavikSrv::node_path(path, m_tree).node;
+        if (node == nullptr || depth > max_depth || !walked.insert(type).second)
+        {
+            return node != nullptr;
+        }
+        Value const& inherited = (*node)["recipeTypeNames"];
+        for (auto name = inherited.begin_vector(); name != inherited.end_vector(); ++name)
+        {
+            members.try_emplace(to_string(*name), MemberPlace{.path = type_path(to_string(*name)), .nests_type = true});
+            collect(to_string(*name), depth + 1, walked, members);
+        }
+        Value const& own = (*node)["members"];
+        for (auto member = own.begin(); member != own.end(); ++member)
+        {
+            add_member(Tree::join(path, "members"), member.name(), *member, depth, walked, members);
+        }
+        return true;
+    }
+
+    void add_member(std::string const& members_path, std::string const& name, Value const& member, int depth,
+                    std::set<std::string>& walked, Members& members) const
+    {
+        auto const symbol = to_string(member["symbol"]);
+        auto const nested = to_string(member["recipeType"]);
+        members.try_emplace(
+            name, MemberPlace{.path = Tree::join(members_path, name), .nests_type = symbol.empty() && !nested.empty()});
+        if (symbol.empty() && !nested.empty())
+        {
+            members.try_emplace(nested, MemberPlace{.path = type_path(nested), .nests_type = true});
+        }
+        if (!nested.empty())
+        {
+            collect(nested, depth + 1, walked, members);
+        }
+    }
+
+    Value const& m_tree;
+    std::unordered_map<std::string, Entry> m_by_type;
+};
+
+class Reader
+{
+public:
+    explicit Reader(Value const& tree) : m_tree(tree), m_index(tree) {}
+
+    std::vector<Reference> read()
+    {
+        for_each_entry("", m_tree,
+                       [this](std::string const& path, Value const& entry, EntryKind kind)
+                       {
+                           if (kind == EntryKind::RecipeType)
+                           {
+                               read_type(path, entry);
+                           }
+                           else if (kind == EntryKind::Recipe)
+                           {
+                               read_recipe(path, entry);
+                           }
+                           return true;
+                       });
+        return std::move(m_references);
+    }
+
+private:
+    void read_type(std::string const& path, Value const& type)
+    {
+        Value const& inherited = type["recipeTypeNames"];
+        std::size_t index = 0;
+        for (auto name = inherited.begin_vector(); name != inherited.end_vector(); ++name, ++index)
+        {
+            add(Reference::Kind::InheritedType, Tree::join(path, "recipeTypeNames[" + std::to_string(index) + "]"),
+                type_path(to_string(*name)));
+        }
+        Value const& members = type["members"];
+        for (auto member = members.begin(); member != members.end(); ++member)
+        {
+            Value const& described = *member;
+            if (auto const nested = to_string(described["recipeType"]); !nested.empty())
+            {
+                auto const holder = Tree::join(Tree::join(path, "members"), member.name());
+                add(Reference::Kind::NestedType, Tree::join(holder, "recipeType"), type_path(nested));
+            }
+        }
+    }
+
+    void read_recipe(std::string const& path, Value const& recipe)
+    {
+        auto const type = to_string(recipe["recipeTypeName"]);
+        if (type.empty())
+        {
+            return;
+        }
+        add(Reference::Kind::RecipeType, Tree::join(path, "recipeTypeName"), type_path(type));
+        auto const* const members = m_index.members_of(type);
+        Value const& values = recipe["values"];
+        for (auto value = values.begin(); members != nullptr && value != values.end(); ++value)
+        {
+            read_value(Tree::join(Tree::join(path, "values"), value.name()), value.name(), *value, type, *members);
+        }
+    }
+
+    void read_value(std::string const& holder, std::string const& name, Value const& value, std::string const& type,
+                    Members const& members)
+    {
+        auto const found = members.find(name);
+        m_references.push_back({.kind = Reference::Kind::ValueMember,
+                                .holder = holder,
+                                .target = found != members.end()
+                                              ? found->second.path
+                                              : Tree::join(Tree::join(type_path(type), "members"), name),
+                                .found = found != members.end()});
+        if (found == members.end() || !found->second.nests_type)
+        {
+            return;
+        }
+        auto const named = to_string(value);
+        if (!named.empty())
+        {
+            auto const is_full_path = named.starts_with(std::string(recipe_list) + RavikSrv::path_separator());
+            add(Reference::Kind::NestedRecipe, holder, is_full_path ? named : Tree::join(recipe_list, named));
+        }
+    }
+
+    void add(Reference::Kind kind, std::string holder, std::string target)
+    {
+        auto const* const node = RavikSrv::node_path(target, m_tree).node;
+        auto const wanted = kind == Reference::Kind::NestedRecipe ? EntryKind::Recipe : EntryKind::RecipeType;
+        auto const found = node != nullptr && kind_of(target, *node) == wanted;
+        m_references.push_back(
+            {.kind = kind, .holder = std::move(holder), .target = std::move(target), .found = found});
+    }
+
+    Value const& m_tree;
+    MemberIndex m_index;
+    std::vector<Reference> m_references;
+};
+
+} // namespace
+
+char const* to_text(Reference::Kind kind) noexcept
+{
+    switch (kind)
+    {
+    case Reference::Kind::RecipeType:
+        return "recipe type";
+    case Reference::Kind::InheritedType:
+        return "inherited type";
+    case Reference::Kind::NestedType:
+        return "nested type";
+    case Reference::Kind::NestedRecipe:
+        return "nested recipe";
+    case Reference::Kind::ValueMember:
+        return "member";
+    }
+    return "";
+}
+
+std::vector<Reference> read_references(Value const& tree)
+{
+    return Reader(tree).read();
+}
+
+} // namespace Ravik

@@ -1,0 +1,246 @@
+#include "Configuration/tree.h"
+
+#include "PathIterator.h"
+#include "algorithm_helper.h"
+#include "api_helper.h"
+
+#include <iterator>
+
+namespace Ravik::Tree
+{
+
+using RavikSrv::ErrorValue;
+using RavikSrv::Value;
+using RavikSrv::ValueType;
+
+namespace
+{
+
+bool is_map(Value const& value)
+{
+    return value.type() == ValueType::Map || value.type() == ValueType::Struct;
+}
+
+bool has_empty_component(std::string const& path)
+{
+    for (RavikSrv::PathIterator components(path); components.next();)
+    {
+        if (components.component().empty())
+        {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// Whether `parent` holds an entry of that name or, for a map, could.
+bool can_hold(Value const& parent, std::string const& name)
+{
+    return is_map(parent) || (parent.type() == ValueType::Vector && RavikSrv::node(&parent, name) != nullptr);
+}
+
+/// Puts `value` at `name` of the map or vector at `parent`; the tree has been checked to take it.
+void put(Value& root, std::string const& parent, std::string const& name, Value const& value,
+         std::vector<Change>& changes)
+{
+    auto* const holder = RavikSrv::node_path(parent, root).node;
+    Change change{.parent = parent, .name = name, .before = std::nullopt};
+    if (auto* const present = RavikSrv::node(holder, name); present != nullptr)
+    {
+        change.before = *present;
+        changes.push_back(std::move(change));
+        *present = value;
+    }
+    else
+    {
+        changes.push_back(std::move(change));
+        holder->insert(name.c_str(), value);
+    }
+}
+
+void merge(Value& root, std::string const& path, Value const& entries, std::vector<Change>& changes)
+{
+    for (auto entry = entries.begin(); entry != entries.end(); ++entry)
+    {
+        put(root, path, entry.name(), *entry, changes);
+    }
+}
+
+std::size_t position_of(Value const& parent, std::string const& name)
+{
+    std::size_t position = 0;
+    if (parent.type() == ValueType::Vector)
+    {
+        RavikSrv::Algorithm::try_as_size_t(name, position);
+        return position;
+    }
+    for (auto entry = parent.begin(); entry != parent.end() && name != entry.name(); ++entry)
+    {
+        ++position;
+    }
+    return position;
+}
+
+void erase(Value& parent, std::string const& name)
+{
+    if (parent.type() == ValueType::Vector)
+    {
+        parent.erase(position_of(parent, name));
+    }
+    else
+    {
+        parent.erase(name.c_str());
+    }
+}
+
+/// Puts a removed entry back where it stood.
+void reinsert(Value& parent, Change const& change)
+{
+    if (parent.type() == ValueType::Vector)
+    {
+        parent.insert(parent.begin_vector() + static_cast<std::ptrdiff_t>(change.position), *change.before);
+        return;
+    }
+    Value restored(parent.type());
+    std::size_t position = 0;
+    Value const& present = parent;
+    for (auto entry = present.begin(); entry != present.end(); ++entry, ++position)
+    {
+        if (position == change.position)
+        {
+            restored.insert(change.name.c_str(), *change.before);
+        }
+        restored.insert(entry.name(), *entry);
+    }
+    restored.insert(change.name.c_str(), *change.before);
+    parent = restored;
+}
+
+} // namespace
+
+bool is_path_component(std::string const& name)
+{
+    RavikSrv::PathIterator components(name);
+    return components.next() && components.component() == name && !components.next() && !name.starts_with(':') &&
+           !name.ends_with(':');
+}
+
+std::vector<std::string> missing_parents(Value const& root, std::string const& path)
+{
+    std::vector<std::string> missing;
+    auto parent = split_last(path).parent;
+    while (!parent.empty() && RavikSrv::node_path(parent, root).node == nullptr)
+    {
+        missing.insert(missing.begin(), parent);
+        parent = split_last(parent).parent;
+    }
+    return missing;
+}
+
+SplitPath split_last(std::string const& path)
+{
+    std::size_t split = 0;
+    std::size_t name_start = 0;
+    auto const separator = path.rfind(RavikSrv::separator_text);
+    if (separator != std::string::npos)
+    {
+        split = separator;
+        name_start = separator + RavikSrv::separator_text.size();
+    }
+    // An index behind the last name is a component of its own.
+    std::string last;
+    std::size_t components = 0;
+    for (RavikSrv::PathIterator walk(std::string_view(path).substr(name_start)); walk.next(); ++components)
+    {
+        last = walk.component();
+    }
+    if (components > 1)
+    {
+        return {.parent = path.substr(0, path.rfind('[')), .name = last};
+    }
+    return {.parent = path.substr(0, split), .name = path.substr(name_start)};
+}
+
+std::string join(std::string_view parent, std::string_view name)
+{
+    std::string path(parent);
+    if (!path.empty())
+    {
+        path += RavikSrv::separator_text;
+    }
+    return path += name;
+}
+
+ErrorValue write(Value& root, std::string const& path, Value const& value, WriteMode mode, std::vector<Change>& changes)
+{
+    if (has_empty_component(path) || (path.empty() && !is_map(value)))
+    {
+        return ErrorValue::INVALID_PATH;
+    }
+    Value const& present = root;
+    auto const target = RavikSrv::node_path(path, present);
+    if (mode == WriteMode::Merge && target.node != nullptr && is_map(*target.node) && is_map(value))
+    {
+        merge(root, path, value, changes);
+        return ErrorValue::SUCCESS;
+    }
+    if (path.empty())
+    {
+        while (root.size() != 0)
+        {
+            remove(root, present.begin().name(), changes);
+        }
+        merge(root, path, value, changes);
+        return ErrorValue::SUCCESS;
+    }
+    auto const place = split_last(path);
+    auto const parent = RavikSrv::node_path(place.parent, present);
+    if (parent.node == nullptr || !can_hold(*parent.node, place.name))
+    {
+        return ErrorValue::ENTRY_NOT_FOUND;
+    }
+    put(root, place.parent, place.name, value, changes);
+    return ErrorValue::SUCCESS;
+}
+
+ErrorValue remove(Value& root, std::string const& path, std::vector<Change>& changes)
+{
+    if (path.empty() || has_empty_component(path))
+    {
+        return ErrorValue::INVALID_PATH;
+    }
+    Value const& present = root;
+    auto const place = split_last(path);
+    auto const parent = RavikSrv::node_path(place.parent, present);
+    auto const* const entry = RavikSrv::node(parent.node, place.name);
+    if (entry == nullptr)
+    {
+        return ErrorValue::ENTRY_NOT_FOUND;
+    }
+    changes.push_back({.parent = place.parent,
+                       .name = place.name,
+                       .before = *entry,
+                       .position = position_of(*parent.node, place.name),
+                       .removed = true});
+    erase(*RavikSrv::node_path(place.parent, root).node, place.name);
+    return ErrorValue::SUCCESS;
+}
+
+void take_back(Value& root, Change const& change)
+{
+    auto* const parent = RavikSrv::node_path(change.parent, root).node;
+    if (change.removed)
+    {
+        reinsert(*parent, change);
+    }
+    else if (change.before)
+    {
+        *RavikSrv::node(parent, change.name) = *change.before;
+    }
+    else
+    {
+        parent->erase(change.name.c_str());
+    }
+}
+
+} // namespace Ravik::Tree

@@ -1,0 +1,301 @@
+#include "Execution/Executor.h"
+
+#include "Project/ProjectFile.h"
+#include "api_helper.h"
+
+#include <algorithm>
+#include <optional>
+
+namespace Ravik
+{
+
+using RavikSrv::Command;
+using RavikSrv::CommandGroup;
+using RavikSrv::CommandOption;
+using RavikSrv::Context;
+using RavikSrv::ErrorValue;
+using RavikSrv::ResultPair;
+using RavikSrv::Value;
+
+namespace
+{
+
+constexpr std::string_view config_infix = ".Config::";
+
+void fail(Command& command, ErrorValue error, std::string const& text)
+{
+    command.set_result(error);
+    command.set_result_string(text.c_str());
+}
+
+void fail_all(CommandGroup& group, ErrorValue error, std::string const& text)
+{
+    for (auto command = group.begin_vector(); command != group.end_vector(); ++command)
+    {
+        fail(*command, error, text.empty() ? std::string(command->name()) : command->name() + (": " + text));
+    }
+}
+
+bool is_server_error(ErrorValue error)
+{
+    return error != ErrorValue::SUCCESS && error != ErrorValue::EXTENSION;
+}
+
+ErrorValue first_server_error(CommandGroup const& group)
+{
+    auto const found = std::find_if(group.begin_vector(), group.end_vector(),
+                                    [](Command const& command) { return is_server_error(command.result()); });
+    return found == group.end_vector() ? ErrorValue::SUCCESS : found->result();
+}
+
+Value const& value_to_write(Command const& command)
+{
+    return command.write_value();
+}
+
+} // namespace
+
+ErrorValue Executor::execute(Context const& context, CommandGroup& group)
+{
+    std::string const domain = group.domain();
+    auto result = ErrorValue::SUCCESS;
+    if (domain == server_domain)
+    {
+        result = execute_server_group(context, group);
+    }
+    else if (auto* const extension = m_extensions.find(domain); extension != nullptr)
+    {
+        result = execute_domain_group(context, *extension, group);
+    }
+    else
+    {
+        fail_all(group, ErrorValue::INVALID_DOMAIN, "no extension serves the domain \"" + domain + "\"");
+        result = ErrorValue::INVALID_DOMAIN;
+    }
+    m_recorder.note(context, group, result);
+    return result;
+}
+
+ErrorValue Executor::execute(Context const& context, Command& command)
+{
+    CommandGroup group;
+    group.set_domain(std::string(server_domain).c_str());
+    auto const executed = group.insert(group.end_vector(), command);
+    execute_server_group(context, group);
+    m_recorder.note(context, group, first_server_error(group));
+    command = *executed;
+    return command.result();
+}
+
+// Groups of an extension's domain -------------------------------------------------------------------------------------
+
+ErrorValue Executor::execute_domain_group(Context const& context, Extension& extension, CommandGroup& group)
+{
+    for (auto command = group.begin_vector(); command != group.end_vector(); ++command)
+    {
+        command->set_result(ErrorValue::SUCCESS);
+        map_command(extension, *command);
+    }
+    auto const unmapped = first_server_error(group);
+    if (unmapped != ErrorValue::SUCCESS)
+    {
+        for (auto command = group.begin_vector(); command != group.end_vector(); ++command)
+        {
+            if (command->result() == ErrorValue::SUCCESS)
+            {
+                fail(*command, unmapped, std::string(command->name()) + ": not sent, since another command is wrong");
+            }
+        }
+        return unmapped;
+    }
+    if (!refuse_unfit_values(group))
+    {
+        send(context, extension, group);
+    }
+    return first_server_error(group);
+}
+
+void Executor::map_command(Extension const& extension, Command& command) const
+{
+    auto const reference = m_symbols.find(command.name());
+    if (reference.symbol != nullptr && reference.symbol->domain == extension.domain())
+    {
+        command.set_mapping(reference.mapping().c_str());
+    }
+    else if (reference.symbol != nullptr)
+    {
+        fail(command, ErrorValue::INVALID_SYMBOL,
+             command.name() + (" belongs to the domain \"" + reference.symbol->domain + "\", not to \"") +
+                 extension.domain() + "\"");
+    }
+    else if (!extension.functions().empty() && !extension.has_function(command.name()))
+    {
+        fail(command, ErrorValue::INVALID_METHOD,
+             "the domain \"" + extension.domain() + "\" has no function \"" + command.name() + "\"");
+    }
+    else
+    {
+        command.set_mapping(command.name());
+    }
+}
+
+/// Answers whether a value did not fit; then every command of the group tells so.
+bool Executor::refuse_unfit_values(CommandGroup& group) const
+{
+    for (auto command = group.begin_vector(); command != group.end_vector(); ++command)
+    {
+        auto const reference = value_to_write(*command).isset() ? m_symbols.find(command->name()) : SymbolReference();
+        auto const fits = reference.symbol == nullptr
+                              ? ResultPair()
+                              : reference.symbol->check(reference.rest, value_to_write(*command));
+        if (fits.result() != ErrorValue::SUCCESS)
+        {
+            auto const text = std::string(command->name()) + ": " + fits.text();
+            std::for_each(group.begin_vector(), group.end_vector(),
+                          [&](Command& refused) { fail(refused, fits.result(), text); });
+            return true;
+        }
+    }
+    return false;
+}
+
+void Executor::send(Context const& context, Extension& extension, CommandGroup& group) const
+{
+    if (group.empty())
+    {
+        return;
+    }
+    auto const answer = extension.request(context_for(context, extension.domain()), group);
+    if (answer.result() != ErrorValue::SUCCESS)
+    {
+        fail_all(group, answer.result(), answer.text());
+    }
+}
+
+// Groups of the server's own domain -----------------------------------------------------------------------------------
+
+ErrorValue Executor::execute_server_group(Context const& context, CommandGroup& group)
+{
+    std::vector<Route> routes;
+    for (auto command = group.begin_vector(); command != group.end_vector(); ++command)
+    {
+        command->set_result(ErrorValue::SUCCESS);
+        routes.push_back(route(*command));
+    }
+    if (refuse_unfit_values(group))
+    {
+        return first_server_error(group);
+    }
+    std::vector<Command*> run;
+    std::size_t position = 0;
+    for (auto command = group.begin_vector(); command != group.end_vector(); ++command, ++position)
+    {
+        run.push_back(&*command);
+        auto const& present = routes[position];
+        auto const* const next = position + 1 < routes.size() ? &routes[position + 1] : nullptr;
+        if (next == nullptr || next->kind != present.kind || next->domain != present.domain)
+        {
+            execute_run(context, present, run);
+            run.clear();
+        }
+    }
+    return first_server_error(group);
+}
+
+/// Finds where the command leads and fills in its mapping, or its failure.
+Executor::Route Executor::route(Command& command) const
+{
+    std::string const name = command.name();
+    Route route;
+    if (auto const config = name.find(config_infix); config != std::string::npos)
+    {
+        route.kind = Route::Kind::Configuration;
+        route.domain = name.substr(0, config);
+        command.set_mapping(name.substr(config + config_infix.size()).c_str());
+    }
+    else if (auto const reference = m_symbols.find(name); reference.symbol != nullptr)
+    {
+        route.domain = reference.symbol->domain;
+        route.kind = route.domain == server_domain ? Route::Kind::Variable : Route::Kind::Extension;
+        command.set_mapping(reference.mapping().c_str());
+    }
+    else if (!route_function(command, route))
+    {
+        fail(command, ErrorValue::SYMBOL_NOT_MAPPED, name + ": no symbol or function of this name is mapped");
+    }
+    return route;
+}
+
+bool Executor::route_function(Command& command, Route& route) const
+{
+    std::string const name = command.name();
+    auto const point = name.find('.');
+    auto* const extension = point == std::string::npos ? nullptr : m_extensions.find(name.substr(0, point));
+    if (extension == nullptr || !extension->has_function(name.substr(point + 1)))
+    {
+        return false;
+    }
+    route.kind = Route::Kind::Extension;
+    route.domain = extension->domain();
+    command.set_mapping(name.substr(point + 1).c_str());
+    return true;
+}
+
+void Executor::execute_run(Context const& context, Route const& route, std::vector<Command*> const& commands)
+{
+    switch (route.kind)
+    {
+    case Route::Kind::Nowhere:
+        return;
+    case Route::Kind::Configuration:
+        std::for_each(commands.begin(), commands.end(),
+                      [&](Command* command) { execute_configuration(context, *command); });
+        return;
+    case Route::Kind::Variable:
+        m_variables.execute(context, commands);
+        return;
+    case Route::Kind::Extension:
+        execute_in_domain(context, route.domain, commands);
+        return;
+    }
+}
+
+/// Sends commands that are mapped already to a domain of their own and brings the outcomes back.
+void Executor::execute_in_domain(Context const& context, std::string const& domain,
+                                 std::vector<Command*> const& commands) const
+{
+    CommandGroup group;
+    group.set_domain(domain.c_str());
+    for (auto const* const command : commands)
+    {
+        group.insert(group.end_vector(), *command);
+    }
+    send(context, *m_extensions.find(domain), group);
+    auto executed = group.begin_vector();
+    for (auto* const command : commands)
+    {
+        auto const code = executed->extension_result();
+        *command = *executed++;
+        if (code != 0)
+        {
+            command->set_extension_result(m_extensions.combined_code(domain, code));
+        }
+    }
+}
+
+void Executor::execute_configuration(Context const& context, Command& command)
+{
+    std::string const name = command.name();
+    auto const domain = name.substr(0, name.find(config_infix));
+    auto const mode = RavikSrv::has_option(command.options(), CommandOption::REPLACE) ? Tree::WriteMode::Replace
+                                                                                      : Tree::WriteMode::Merge;
+    auto const result = RavikSrv::has_option(command.options(), CommandOption::REMOVE)
+                            ? m_writer.remove(context, domain, command.mapping())
+                            : m_writer.write(context, domain, command.mapping(), value_to_write(command), mode);
+    if (result != ErrorValue::SUCCESS)
+    {
+        fail(command, result, name);
+    }
+}
+
+} // namespace Ravik

@@ -1,0 +1,84 @@
+#pragma once
+
+#include "Configuration/ConfigurationWriter.h"
+#include "Execution/Extensions.h"
+#include "Execution/Recorder.h"
+#include "Execution/ServerVariables.h"
+#include "Execution/SymbolTable.h"
+#include "RavikSrvExtApi.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Ravik
+{
+
+/// Routes commands to whoever executes them.
+///
+/// A group of an extension's domain goes to that extension as it is. A group of the server's own domain is taken apart:
+/// each command goes where its name leads, neighbours of one domain together:
+/// - DOMAIN.Config::PATH, an entry of a domain's configuration, written or removed as the command's options say;
+/// - a mapped symbol, in whatever domain it lives;
+/// - DOMAIN.FUNCTION, a function that a domain's extension names.
+///
+/// A value is checked against its symbol's schema before anything is sent: where one value of a group does not fit,
+/// nothing of the group is executed and every command tells why. Thread-safe.
+class Executor
+{
+public:
+    Executor(SymbolTable const& symbols, Extensions const& extensions, Configuration const& configuration,
+             ConfigurationWriter& writer)
+        : m_symbols(symbols), m_extensions(extensions), m_writer(writer), m_variables(configuration, writer),
+          m_recorder(extensions)
+    {
+    }
+
+    /// Executes the group. Answers `SUCCESS` where every command succeeded or failed only inside its extension, else
+    /// the first error of the server's own; such a command carries that error and a text that names its symbol.
+    RavikSrv::ErrorValue execute(RavikSrv::Context const& context, RavikSrv::CommandGroup& group);
+    /// Executes one command as a group of the server's own domain; answers the command's own result.
+    RavikSrv::ErrorValue execute(RavikSrv::Context const& context, RavikSrv::Command& command);
+
+    Recorder& recorder() noexcept { return m_recorder; }
+
+private:
+    /// Where a command of the server's own domain leads.
+    struct Route
+    {
+        enum class Kind
+        {
+            Nowhere,
+            Configuration,
+            Variable,
+            Extension,
+        };
+        Kind kind = Kind::Nowhere;
+        std::string domain;
+    };
+
+    RavikSrv::ErrorValue execute_server_group(RavikSrv::Context const& context, RavikSrv::CommandGroup& group);
+    RavikSrv::ErrorValue execute_domain_group(RavikSrv::Context const& context, Extension& extension,
+                                              RavikSrv::CommandGroup& group);
+
+    /// Fills in the command's mapping, or its failure.
+    void map_command(Extension const& extension, RavikSrv::Command& command) const;
+    bool refuse_unfit_values(RavikSrv::CommandGroup& group) const;
+    void send(RavikSrv::Context const& context, Extension& extension, RavikSrv::CommandGroup& group) const;
+
+    Route route(RavikSrv::Command& command) const;
+    bool route_function(RavikSrv::Command& command, Route& route) const;
+    void execute_run(RavikSrv::Context const& context, Route const& route,
+                     std::vector<RavikSrv::Command*> const& commands);
+    void execute_in_domain(RavikSrv::Context const& context, std::string const& domain,
+                           std::vector<RavikSrv::Command*> const& commands) const;
+    void execute_configuration(RavikSrv::Context const& context, RavikSrv::Command& command);
+
+    SymbolTable const& m_symbols;
+    Extensions const& m_extensions;
+    ConfigurationWriter& m_writer;
+    ServerVariables m_variables;
+    Recorder m_recorder;
+};
+
+} // namespace Ravik

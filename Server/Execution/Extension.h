@@ -1,0 +1,95 @@
+#pragma once
+
+#include "Execution/ExtensionLibrary.h"
+#include "RavikSrvExtApi.h"
+
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace Ravik
+{
+
+/// An extension at work in its domain: the extension object with the listeners that it registered. Thread-safe; no lock
+/// is held while the extension is called.
+///
+/// Every call stands behind one guard: an exception out of the extension becomes `UNEXPECTED` with its text.
+class Extension
+{
+public:
+    Extension(std::string domain, ExtensionLibrary library);
+
+    std::string const& domain() const noexcept { return m_domain; }
+    ExtensionLibrary const& library() const noexcept { return m_library; }
+    /// The schema of the extension's configuration, null where it ships none.
+    RavikSrv::Value const& schema() const noexcept { return m_schema; }
+    /// The functions that the schema names. An extension that names none takes commands of every name.
+    std::vector<std::string> const& functions() const noexcept { return m_functions; }
+    bool has_function(std::string_view name) const;
+
+    /// Creates the extension object and initialises it; a running one is replaced and destroyed once nobody is in it.
+    /// Throws `ProjectError`.
+    void start(RavikSrv::IRavikSrvExtHost& host);
+
+    /// Destroys the extension object once nobody is in it. Everything that is asked of the extension after that fails.
+    void stop() noexcept;
+
+    /// Takes a listener that the extension object registers; `settings` as `IRavikSrvExtHost` tells, null for none.
+    void add_listener(RavikSrv::IRavikSrvListener* listener, RavikSrv::Value const& settings);
+
+    /// Hands the group to the extension. `NOT_REGISTERED` where it takes no requests.
+    RavikSrv::ResultPair request(RavikSrv::Context const& context, RavikSrv::CommandGroup& group);
+
+    // The configuration listeners, in the order of their registration. A question ends at the first refusal; a
+    // notification goes to every listener and answers the first failure.
+    RavikSrv::ResultPair before_change(RavikSrv::Context const& context, std::string const& path,
+                                       RavikSrv::Value& value, char const* schema_type);
+    RavikSrv::ResultPair before_import(RavikSrv::Context const& context, std::string const& path,
+                                       RavikSrv::Value& value, RavikSrv::Value const& import_data,
+                                       char const* schema_type);
+    RavikSrv::ResultPair before_delete(RavikSrv::Context const& context, std::string const& path,
+                                       RavikSrv::Value const& value, char const* schema_type);
+    RavikSrv::ResultPair before_rename(RavikSrv::Context const& context, std::string const& path,
+                                       std::string const& new_path, char const* schema_type);
+    RavikSrv::ResultPair on_change(RavikSrv::Context const& context, std::string const& path, char const* schema_type);
+    RavikSrv::ResultPair on_delete(RavikSrv::Context const& context, std::string const& path,
+                                   RavikSrv::Value const& value, char const* schema_type);
+    RavikSrv::ResultPair on_rename(RavikSrv::Context const& context, std::string const& path,
+                                   std::string const& new_path, char const* schema_type);
+
+    /// The name that the extension gives to its result code, empty where it knows none.
+    std::string error_string(unsigned code);
+
+private:
+    struct ConfigListener
+    {
+        RavikSrv::IRavikSrvConfigListener* listener = nullptr;
+        /// The paths of interest; "*" for all.
+        std::vector<std::string> paths;
+    };
+
+    /// The extension object and its listeners. Whoever calls it keeps it alive meanwhile.
+    struct Instance
+    {
+        std::unique_ptr<RavikSrv::IRavikSrvExt> object;
+        RavikSrv::IRavikSrvRequestListener* request = nullptr;
+        std::vector<ConfigListener> config;
+        std::vector<RavikSrv::IRavikSrvExportListener*> exports;
+    };
+
+    std::shared_ptr<Instance const> instance() const;
+    template <typename Call> RavikSrv::ResultPair ask(std::string const& path, Call call);
+    template <typename Call> RavikSrv::ResultPair tell(std::string const& path, Call call);
+
+    std::string m_domain;
+    ExtensionLibrary m_library;
+    RavikSrv::Value m_schema;
+    std::vector<std::string> m_functions;
+    mutable std::mutex m_mutex;
+    std::shared_ptr<Instance> m_instance;
+    /// The instance that is being initialised and takes the listeners.
+    std::shared_ptr<Instance> m_starting;
+};
+
+} // namespace Ravik

@@ -1,0 +1,82 @@
+#include "Execution/SymbolTable.h"
+
+#include "PathIterator.h"
+#include "algorithm_helper.h"
+#include "api_helper.h"
+
+#include <algorithm>
+
+namespace Ravik
+{
+
+using RavikSrv::ResultPair;
+using RavikSrv::Value;
+using RavikSrv::ValueType;
+
+namespace
+{
+
+/// The part of a schema that describes what stands at `path` of a value, null where the schema does not say.
+Value const* subschema(Value const& schema, std::string const& path)
+{
+    auto const* part = &schema;
+    for (RavikSrv::PathIterator components(path); part != nullptr && components.next();)
+    {
+        std::size_t index = 0;
+        auto const* const items = RavikSrv::node(part, "items");
+        if (RavikSrv::Algorithm::try_as_size_t(components.component(), index) && items != nullptr)
+        {
+            part = items->type() == ValueType::Vector ? items->get_vector().get(index) : items;
+        }
+        else
+        {
+            part = RavikSrv::node(RavikSrv::node(part, "properties"), components.component());
+        }
+    }
+    return part;
+}
+
+} // namespace
+
+ResultPair Symbol::check(std::string_view rest, Value const& value) const
+{
+    if (rest.empty())
+    {
+        return compiled->validate(value, "");
+    }
+    // A path component needs a name in front of its index.
+    auto const* const part =
+        subschema(schema, rest.starts_with('[') ? "_" + std::string(rest) : std::string(rest.substr(2)));
+    return part == nullptr ? ResultPair() : CompiledSchema::compile(*part, "")->validate(value, "");
+}
+
+SymbolTable::SymbolTable(Value const& symbols)
+{
+    m_symbols.reserve(symbols.size());
+    for (auto entry = symbols.begin(); entry != symbols.end(); ++entry)
+    {
+        Value const& described = *entry;
+        Symbol symbol{.name = entry.name(),
+                      .domain = RavikSrv::Algorithm::to_string(described["DOMAIN"]),
+                      .mapping = RavikSrv::Algorithm::to_string(described["MAPPING"]),
+                      .schema = described["SCHEMA"],
+                      .compiled = CompiledSchema::compile(described["SCHEMA"], "")};
+        if (symbol.mapping.empty())
+        {
+            symbol.mapping = symbol.name;
+        }
+        m_by_name.emplace(symbol.name, m_symbols.size());
+        m_symbols.push_back(std::move(symbol));
+    }
+}
+
+SymbolReference SymbolTable::find(std::string_view name) const
+{
+    auto const own_name = name.substr(0, std::min(name.find(RavikSrv::separator_text), name.find('[')));
+    auto const found = m_by_name.find(own_name);
+    return found == m_by_name.end()
+               ? SymbolReference()
+               : SymbolReference{.symbol = &m_symbols[found->second], .rest = name.substr(own_name.size())};
+}
+
+} // namespace Ravik

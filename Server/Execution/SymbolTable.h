@@ -1,0 +1,66 @@
+#pragma once
+
+#include "RavikSrvExtApi.h"
+#include "Schema/CompiledSchema.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace Ravik
+{
+
+/// A symbol as the project file maps it.
+struct Symbol
+{
+    std::string name;
+    std::string domain;
+    /// The address inside the domain; the symbol's name where the project file gives none.
+    std::string mapping;
+    RavikSrv::Value schema;
+    std::shared_ptr<CompiledSchema const> compiled;
+
+    /// Whether `value` fits the schema of the symbol or, below it, of the part that `rest` leads to ("::x", "[2]").
+    /// Where the schema does not say what stands there, every value fits.
+    RavikSrv::ResultPair check(std::string_view rest, RavikSrv::Value const& value) const;
+};
+
+/// A name that leads to a symbol, or below one.
+struct SymbolReference
+{
+    /// Null where the name leads to no mapped symbol.
+    Symbol const* symbol = nullptr;
+    /// What stands behind the symbol's own name.
+    std::string_view rest;
+
+    /// The address of the place inside the symbol's domain.
+    std::string mapping() const { return symbol->mapping + std::string(rest); }
+};
+
+/// The symbols of a project, by name. Made from the project file when the project is opened, then only read.
+class SymbolTable
+{
+public:
+    SymbolTable() = default;
+    /// `symbols` as `ProjectFile` holds them.
+    explicit SymbolTable(RavikSrv::Value const& symbols);
+
+    /// Finds the symbol whose name is the first component of `name`; the reference lives as long as both.
+    SymbolReference find(std::string_view name) const;
+    /// All symbols in the order of the project file.
+    std::vector<Symbol> const& all() const noexcept { return m_symbols; }
+
+private:
+    struct Hash : std::hash<std::string_view>
+    {
+        using is_transparent = void;
+    };
+
+    std::vector<Symbol> m_symbols;
+    std::unordered_map<std::string, std::size_t, Hash, std::equal_to<>> m_by_name;
+};
+
+} // namespace Ravik

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "Json/Location.h"
+
+#include "RavikSrvExt/Value.h"
+
+#include <string>
+#include <vector>
+
+namespace Ravik::Json
+{
+
+/// A JSON text with its value, for messages about what stands where in a file that a person wrote. Immutable.
+class Document
+{
+public:
+    /// Reads the text; throws `ParseError` as `Json::parse` does.
+    explicit Document(std::string text);
+
+    RavikSrv::Value const& value() const noexcept { return m_value; }
+
+    /// Where the path (names of entries and decimal indices of elements, from the root) leads: the first character of
+    /// the entry's key or of the element, of the text's value for the empty path. Where the path leads nowhere, the
+    /// deepest place on it. Takes time linear in the text.
+    Location locate(std::vector<std::string> const& path) const;
+
+private:
+    std::string m_text;
+    RavikSrv::Value m_value;
+};
+
+} // namespace Ravik::Json

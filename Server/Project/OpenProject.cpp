@@ -1,0 +1,216 @@
+#include "Project/OpenProject.h"
+
+#include "api_helper.h"
+
+namespace Ravik
+{
+
+using RavikSrv::Command;
+using RavikSrv::CommandGroup;
+using RavikSrv::Context;
+using RavikSrv::ErrorValue;
+using RavikSrv::Value;
+using RavikSrv::ValueType;
+
+namespace
+{
+
+constexpr char const* project_file_name = "ravik.json";
+constexpr char const* store_name = "ravik.db";
+
+std::string joined(std::vector<std::string> const& names)
+{
+    std::string text;
+    for (auto const& name : names)
+    {
+        text += (text.empty() ? "" : ", ") + name;
+    }
+    return text;
+}
+
+} // namespace
+
+std::unique_ptr<Project> Project::open(std::filesystem::path const& directory, OpenOptions const& options)
+{
+    auto const file = read_project_file(directory / project_file_name);
+    try
+    {
+        return std::make_unique<OpenProject>(file, Store::open(directory / store_name, options.wait));
+    }
+    catch (StoreError const& error)
+    {
+        throw ProjectError((directory / store_name).string() + ": " + error.what());
+    }
+}
+
+// Opening -------------------------------------------------------------------------------------------------------------
+
+OpenProject::OpenProject(ProjectFile const& file, std::unique_ptr<Store> store)
+    : m_symbols(file.symbols), m_core(m_symbols, m_validator, std::move(store)),
+      m_editor(m_core, m_symbols, m_validator, m_schemas)
+{
+    check_schemas();
+    Value own(ValueType::Map);
+    own.insert("SYMBOLS", file.symbols);
+    m_core.configuration.add_domain(std::string(server_domain), own);
+    add_extensions(file);
+    start_extensions();
+}
+
+void OpenProject::check_schemas() const
+{
+    for (auto const& symbol : m_symbols.all())
+    {
+        auto const& error = symbol.compiled->error();
+        if (error.result() != ErrorValue::SUCCESS)
+        {
+            throw ProjectError(std::string(project_file_name) + ": the schema of the symbol \"" + symbol.name +
+                               "\" can't be used: " + error.text());
+        }
+    }
+}
+
+void OpenProject::add_extensions(ProjectFile const& file)
+{
+    for (auto const& entry : file.extensions)
+    {
+        auto extension = std::make_unique<Extension>(entry.domain, ExtensionLibrary(entry.library));
+        m_schemas.emplace(entry.domain, EntrySchemas(extension->schema()));
+        m_core.configuration.add_domain(entry.domain, entry.configuration);
+        m_core.extensions.add(std::move(extension));
+    }
+}
+
+/// Starts all extensions and then tells each of the entries that the store holds, so that what they keep of them is
+/// complete after a restart.
+void OpenProject::start_extensions()
+{
+    for (auto const& domain : m_core.extensions.domains())
+    {
+        m_core.extensions.find(domain)->start(m_core.host);
+    }
+    for (auto const& domain : m_core.extensions.domains())
+    {
+        m_core.writer.tell_entries(Context(), domain, "");
+    }
+}
+
+// Functions -----------------------------------------------------------------------------------------------------------
+
+FunctionOutcome OpenProject::call(std::string const& domain, std::string const& function, Value const& parameters)
+{
+    Recorder::Recording const recording(m_core.executor.recorder());
+    Context context;
+    context.set_domain(domain.c_str());
+    context.set_session(recording.session());
+    CommandGroup group;
+    group.set_domain(domain.c_str());
+    Command command(function.c_str());
+    command.set_write_value(parameters);
+    group.insert(group.end_vector(), command);
+
+    FunctionOutcome outcome;
+    outcome.error = m_core.executor.execute(context, group);
+    auto const& executed = *group.begin_vector();
+    outcome.result = executed.extension_result();
+    outcome.name = m_core.extensions.error_string(domain, outcome.result);
+    outcome.text = executed.result_string();
+    outcome.value = executed.read_value();
+    outcome.record = recording.record();
+    outcome.record.pop_back(); // the call itself
+    if (outcome.error == ErrorValue::INVALID_DOMAIN)
+    {
+        outcome.text = unknown_domain(domain).text;
+    }
+    else if (outcome.error == ErrorValue::INVALID_METHOD)
+    {
+        outcome.text += "; it has " + joined(functions(domain));
+    }
+    return outcome;
+}
+
+std::vector<std::string> OpenProject::functions(std::string const& domain) const
+{
+    auto* const extension = m_core.extensions.find(domain);
+    return extension == nullptr ? std::vector<std::string>() : extension->functions();
+}
+
+// Configuration -------------------------------------------------------------------------------------------------------
+
+ConfigurationOutcome OpenProject::unknown_domain(std::string const& domain) const
+{
+    return {.error = ErrorValue::INVALID_DOMAIN,
+            .text = "no extension serves the domain \"" + domain + "\"; the project has " +
+                    joined(m_core.extensions.domains()),
+            .path = {},
+            .value = {}};
+}
+
+ConfigurationOutcome OpenProject::get(std::string const& domain, std::string const& path) const
+{
+    if (!m_core.configuration.has_domain(domain))
+    {
+        return unknown_domain(domain);
+    }
+    auto const tree = m_core.configuration.tree(domain);
+    auto const reached = RavikSrv::node_path(path, tree);
+    if (reached.node == nullptr)
+    {
+        return {.error = ErrorValue::ENTRY_NOT_FOUND,
+                .text = "there is nothing at this path; it ends at \"" + reached.name + "\"",
+                .path = path,
+                .value = {}};
+    }
+    return {.error = ErrorValue::SUCCESS, .text = {}, .path = {}, .value = *reached.node};
+}
+
+ConfigurationOutcome OpenProject::import(std::string const& domain, Value const& data)
+{
+    if (m_core.extensions.find(domain) == nullptr)
+    {
+        return unknown_domain(domain);
+    }
+    auto const outcome = m_editor.import(domain, data, {});
+    return {.error = outcome.refusal.error, .text = outcome.refusal.text, .path = outcome.refusal.path, .value = {}};
+}
+
+// Symbols -------------------------------------------------------------------------------------------------------------
+
+std::vector<SymbolInfo> OpenProject::symbols() const
+{
+    std::vector<SymbolInfo> infos;
+    for (auto const& symbol : m_symbols.all())
+    {
+        infos.push_back(
+            {.name = symbol.name, .domain = symbol.domain, .mapping = symbol.mapping, .schema = symbol.schema});
+    }
+    return infos;
+}
+
+ExecutedGroup OpenProject::read_symbols(std::vector<std::string> const& names)
+{
+    CommandGroup group;
+    for (auto const& name : names)
+    {
+        group.insert(group.end_vector(), Command(name.c_str()));
+    }
+    return execute_symbols(group);
+}
+
+ExecutedGroup OpenProject::write_symbol(std::string const& name, Value const& value)
+{
+    CommandGroup group;
+    Command command(name.c_str());
+    command.set_write_value(value);
+    group.insert(group.end_vector(), command);
+    return execute_symbols(group);
+}
+
+ExecutedGroup OpenProject::execute_symbols(CommandGroup& group)
+{
+    group.set_domain(std::string(server_domain).c_str());
+    auto const result = m_core.executor.execute(Context(), group);
+    return m_core.executor.recorder().describe(group, result);
+}
+
+} // namespace Ravik

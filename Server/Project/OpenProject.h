@@ -1,0 +1,53 @@
+#pragma once
+
+#include "Configuration/Editor.h"
+#include "Configuration/EntrySchemas.h"
+#include "Core.h"
+#include "Project/Project.h"
+#include "Project/ProjectFile.h"
+#include "Schema/Validator.h"
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace Ravik
+{
+
+/// The project as `Project::open` makes it.
+class OpenProject final : public Project
+{
+public:
+    OpenProject(ProjectFile const& file, std::unique_ptr<Store> store);
+
+    FunctionOutcome call(std::string const& domain, std::string const& function,
+                         RavikSrv::Value const& parameters) override;
+    std::vector<std::string> functions(std::string const& domain) const override;
+    std::vector<std::string> domains() const override { return m_core.extensions.domains(); }
+
+    ConfigurationOutcome get(std::string const& domain, std::string const& path) const override;
+    ConfigurationOutcome import(std::string const& domain, RavikSrv::Value const& data) override;
+
+    std::vector<SymbolInfo> symbols() const override;
+    ExecutedGroup read_symbols(std::vector<std::string> const& names) override;
+    ExecutedGroup write_symbol(std::string const& name, RavikSrv::Value const& value) override;
+
+    /// What the extensions see.
+    Host& host() noexcept { return m_core.host; }
+
+private:
+    void check_schemas() const;
+    void add_extensions(ProjectFile const& file);
+    void start_extensions();
+    ConfigurationOutcome unknown_domain(std::string const& domain) const;
+    ExecutedGroup execute_symbols(RavikSrv::CommandGroup& group);
+
+    SymbolTable m_symbols;
+    Validator m_validator;
+    std::map<std::string, EntrySchemas> m_schemas;
+    Core m_core;
+    Editor m_editor;
+};
+
+} // namespace Ravik

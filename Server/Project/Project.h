@@ -1,0 +1,110 @@
+#pragma once
+
+#include "Execution/ExecutionRecord.h"
+#include "Project/ProjectFile.h"
+
+#include "RavikSrvExtApi.h"
+
+#include <chrono>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Ravik
+{
+
+/// The domain of the recipe management, unless a command names another.
+inline constexpr std::string_view recipe_domain = "RavikRecipeManagement";
+
+/// What became of the call of a function.
+struct FunctionOutcome
+{
+    /// The server's own error where it could not have the function executed (unknown domain, unknown function).
+    RavikSrv::ErrorValue error = RavikSrv::ErrorValue::SUCCESS;
+    /// The extension's result, 0 for success, and the name that the extension gives to it.
+    unsigned result = 0;
+    std::string name;
+    /// The command's result string.
+    std::string text;
+    RavikSrv::Value value;
+    /// What the function had executed in other domains.
+    ExecutionRecord record;
+
+    bool succeeded() const noexcept { return error == RavikSrv::ErrorValue::SUCCESS && result == 0; }
+};
+
+/// What became of an operation on the configuration.
+struct ConfigurationOutcome
+{
+    RavikSrv::ErrorValue error = RavikSrv::ErrorValue::SUCCESS;
+    /// For a failure: what is wrong and what to do, for a person.
+    std::string text;
+    /// For a failure: the path that caused it.
+    std::string path;
+    /// The value read, where the operation reads one.
+    RavikSrv::Value value;
+
+    bool succeeded() const noexcept { return error == RavikSrv::ErrorValue::SUCCESS; }
+};
+
+/// A symbol as the project file maps it.
+struct SymbolInfo
+{
+    std::string name;
+    std::string domain;
+    /// The address inside the domain.
+    std::string mapping;
+    RavikSrv::Value schema;
+};
+
+/// How to open a project.
+struct OpenOptions
+{
+    /// How long to wait for another process that has the project open.
+    std::chrono::seconds wait{0};
+};
+
+/// An opened project: its configuration, its extensions and the way to the controllers. All operations are thread-safe
+/// and report failure by value; only opening throws.
+class Project
+{
+public:
+    /// Opens the project in `directory`: reads ravik.json, opens or makes the store, loads and initialises the
+    /// extensions. Throws `ProjectError` with a message for a person.
+    static std::unique_ptr<Project> open(std::filesystem::path const& directory, OpenOptions const& options = {});
+
+    virtual ~Project() = default;
+
+    /// Calls a function of a domain with its parameters (null for none).
+    virtual FunctionOutcome call(std::string const& domain, std::string const& function,
+                                 RavikSrv::Value const& parameters) = 0;
+    /// The functions that the domain's extension names, empty for an unknown domain.
+    virtual std::vector<std::string> functions(std::string const& domain) const = 0;
+    /// The domains of all extensions, in the order of the project file.
+    virtual std::vector<std::string> domains() const = 0;
+
+    /// Reads the entry at `path` of the domain's configuration; the empty path gives the whole.
+    virtual ConfigurationOutcome get(std::string const& domain, std::string const& path) const = 0;
+    /// Imports recipe types and recipes into the domain's configuration; see `import_configuration`.
+    virtual ConfigurationOutcome import(std::string const& domain, RavikSrv::Value const& data) = 0;
+
+    /// All symbols in the order of the project file.
+    virtual std::vector<SymbolInfo> symbols() const = 0;
+    /// Reads the symbols, whatever their domains; the record's commands stand in the order of `names`.
+    virtual ExecutedGroup read_symbols(std::vector<std::string> const& names) = 0;
+    virtual ExecutedGroup write_symbol(std::string const& name, RavikSrv::Value const& value) = 0;
+
+protected:
+    Project() = default;
+    Project(Project const&) = delete;
+    Project& operator=(Project const&) = delete;
+};
+
+/// Writes a sample project into `directory`, which is made where it is missing: ravik.json, recipes.json to import and
+/// a .gitignore for the store. Throws `ProjectError`, and writes nothing, where one of the files exists already.
+/// Answers the files written.
+std::vector<std::filesystem::path> create_sample_project(std::filesystem::path const& directory);
+
+} // namespace Ravik

@@ -1,0 +1,280 @@
+#include "Project/ProjectFile.h"
+
+#include "Json/Document.h"
+#include "Json/Json.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <fstream>
+#include <initializer_list>
+#include <ios>
+#include <iterator>
+#include <set>
+#include <system_error>
+#include <utility>
+
+namespace Ravik
+{
+
+namespace
+{
+
+using RavikSrv::Value;
+using RavikSrv::ValueType;
+
+using Path = std::vector<std::string>;
+
+/// A kind of value that a key takes: what a message calls it, and its types.
+struct Kind
+{
+    char const* name;
+    std::initializer_list<ValueType> types;
+
+    bool holds(ValueType type) const noexcept { return std::find(types.begin(), types.end(), type) != types.end(); }
+};
+
+// Lists with static storage, which a temporary initializer list would not have.
+constexpr std::initializer_list<ValueType> map_type = {ValueType::Map};
+constexpr std::initializer_list<ValueType> vector_type = {ValueType::Vector};
+constexpr std::initializer_list<ValueType> string_type = {ValueType::String};
+constexpr std::initializer_list<ValueType> bool_type = {ValueType::Bool};
+constexpr std::initializer_list<ValueType> schema_types = {ValueType::Map, ValueType::Bool};
+
+constexpr Kind object{"an object", map_type};
+constexpr Kind list{"a list", vector_type};
+constexpr Kind text{"a text", string_type};
+constexpr Kind boolean{"true or false", bool_type};
+constexpr Kind schema{"a schema (an object, true or false)", schema_types};
+
+/// A key that an object of the file may hold.
+struct Field
+{
+    char const* key;
+    Kind const* kind;
+    bool required;
+};
+
+constexpr std::initializer_list<Field> project_fields = {{"extensions", &list, true}, {"symbols", &object, false}};
+constexpr std::initializer_list<Field> extension_fields = {
+    {"domain", &text, true}, {"library", &text, true}, {"configuration", &object, false}};
+constexpr std::initializer_list<Field> symbol_fields = {
+    {"DOMAIN", &text, true}, {"MAPPING", &text, false}, {"USEMAPPING", &boolean, false}, {"SCHEMA", &schema, false}};
+
+std::string in_quotes(std::string_view name)
+{
+    return Json::write(Value(name));
+}
+
+/// The names in quotes, separated by commas.
+template <typename Range, typename Name> std::string listed(Range const& range, Name name)
+{
+    std::string names;
+    for (auto const& entry : range)
+    {
+        names += (names.empty() ? "" : ", ") + in_quotes(name(entry));
+    }
+    return names;
+}
+
+/// A value as a message names what was found: short ones as they are written, others by their kind.
+std::string found(Value const& value)
+{
+    constexpr std::size_t longest = 40;
+    switch (value.type())
+    {
+    case ValueType::Map:
+        return "an object";
+    case ValueType::Vector:
+        return "a list";
+    default:
+        break;
+    }
+    auto written = Json::write(value);
+    return written.size() <= longest ? written : (value.type() == ValueType::String ? "a text" : "a number");
+}
+
+/// Walks the document and makes the project of it; throws at the first fault.
+class Checker
+{
+public:
+    Checker(std::filesystem::path const& file, Json::Document const& document) : m_file(file), m_document(document) {}
+
+    ProjectFile check()
+    {
+        auto const& root = m_document.value();
+        check_object({}, "the project", root, project_fields);
+        ProjectFile project;
+        auto const& extensions = root["extensions"];
+        for (unsigned long index = 0; index < extensions.size(); ++index)
+        {
+            project.extensions.push_back(check_extension({"extensions", std::to_string(index)}, extensions[index]));
+        }
+        project.symbols = root["symbols"].isset() ? root["symbols"] : Value(ValueType::Map);
+        auto const& symbols = root["symbols"];
+        for (auto symbol = symbols.begin(); symbol != symbols.end(); ++symbol)
+        {
+            check_symbol(symbol.name(), *symbol);
+        }
+        return project;
+    }
+
+private:
+    [[noreturn]] void fail(Path const& path, std::string const& message) const
+    {
+        throw ProjectError(m_file, m_document.locate(path), message);
+    }
+
+    [[noreturn]] void fail(Path path, std::string key, std::string const& message) const
+    {
+        path.push_back(std::move(key));
+        fail(path, message);
+    }
+
+    void check_object(Path const& path, std::string const& what, Value const& value,
+                      std::initializer_list<Field> fields) const
+    {
+        if (value.type() != ValueType::Map)
+        {
+            fail(path, "expected " + what + " to be an object, found " + found(value));
+        }
+        for (auto entry = value.begin(); entry != value.end(); ++entry)
+        {
+            auto const has_key = [&](Field const& field) { return std::string_view(field.key) == entry.name(); };
+            auto const* const field = std::find_if(fields.begin(), fields.end(), has_key);
+            if (field == fields.end())
+            {
+                auto const known = listed(fields, [](Field const& each) { return each.key; });
+                fail(path, entry.name(), "expected one of the keys " + known + ", found " + in_quotes(entry.name()));
+            }
+            if (!field->kind->holds(entry->type()))
+            {
+                fail(path, field->key,
+                     "expected " + in_quotes(field->key) + " to be " + field->kind->name + ", found " + found(*entry));
+            }
+        }
+        for (auto const& field : fields)
+        {
+            if (field.required && value.find(field.key) == value.end())
+            {
+                fail(path, "expected " + what + " to have the key " + in_quotes(field.key) + " (" + field.kind->name +
+                               "), found none");
+            }
+        }
+    }
+
+    ExtensionEntry check_extension(Path const& path, Value const& value)
+    {
+        check_object(path, "an extension", value, extension_fields);
+        ExtensionEntry entry{value["domain"].get_string(), value["library"].get_string(), value["configuration"]};
+        check_domain(path, entry.domain);
+        if (entry.library.empty())
+        {
+            fail(path, "library", "expected \"library\" to name a shared object, found an empty text");
+        }
+        if (!entry.configuration.isset())
+        {
+            entry.configuration.set_type(ValueType::Map);
+        }
+        return entry;
+    }
+
+    void check_domain(Path const& path, std::string const& domain)
+    {
+        if (domain.empty())
+        {
+            fail(path, "domain", "expected \"domain\" to be a name, found an empty text");
+        }
+        for (auto const* const part : {"::", ".", "[", "/"})
+        {
+            if (domain.find(part) != std::string::npos)
+            {
+                fail(path, "domain", "expected a domain without " + in_quotes(part) + ", found " + in_quotes(domain));
+            }
+        }
+        if (domain == server_domain)
+        {
+            fail(path, "domain",
+                 "expected a domain of the extension's own, found " + in_quotes(domain) + ", which is the server's");
+        }
+        if (!m_domains.insert(domain).second)
+        {
+            fail(path, "domain",
+                 "expected each domain once, found " + in_quotes(domain) + " in an extension before this one");
+        }
+    }
+
+    void check_symbol(std::string const& name, Value const& value) const
+    {
+        Path const path = {"symbols", name};
+        if (name.empty())
+        {
+            fail(path, "expected a symbol to have a name, found an empty text");
+        }
+        for (auto const* const part : {"::", "["})
+        {
+            if (name.find(part) != std::string::npos)
+            {
+                fail(path, "expected a symbol's name without " + in_quotes(part) + ", found " + in_quotes(name));
+            }
+        }
+        check_object(path, "the symbol " + in_quotes(name), value, symbol_fields);
+        std::string const domain = value["DOMAIN"].get_string();
+        if (domain != server_domain && !m_domains.contains(domain))
+        {
+            auto const known = listed(m_domains, [](std::string const& each) { return std::string_view(each); });
+            fail(path, "DOMAIN",
+                 "expected \"DOMAIN\" to be " + in_quotes(server_domain) +
+                     (known.empty() ? "" : " or an extension's domain (" + known + ")") + ", found " +
+                     in_quotes(domain));
+        }
+    }
+
+    std::filesystem::path const& m_file;
+    Json::Document const& m_document;
+    std::set<std::string> m_domains;
+};
+
+[[noreturn]] void fail_to_read(std::filesystem::path const& file, std::string const& reason)
+{
+    throw ProjectError(file.lexically_normal().string() + ": the project file can't be read: " + reason);
+}
+
+std::string read_file(std::filesystem::path const& file)
+{
+    std::ifstream stream(file, std::ios::binary);
+    if (!stream)
+    {
+        fail_to_read(file, std::generic_category().message(errno));
+    }
+    try
+    {
+        return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+    }
+    catch (std::ios_base::failure const& failure)
+    {
+        fail_to_read(file, failure.code().message());
+    }
+}
+
+Json::Document read_document(std::filesystem::path const& file)
+{
+    auto content = read_file(file);
+    try
+    {
+        return Json::Document(std::move(content));
+    }
+    catch (Json::ParseError const& error)
+    {
+        throw ProjectError(file, error.location(), error.what());
+    }
+}
+
+} // namespace
+
+ProjectFile read_project_file(std::filesystem::path const& file)
+{
+    auto const document = read_document(file);
+    return Checker(file, document).check();
+}
+
+} // namespace Ravik

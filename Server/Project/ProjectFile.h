@@ -1,0 +1,44 @@
+#pragma once
+
+#include "Project/ProjectError.h"
+
+#include "RavikSrvExt/Value.h"
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Ravik
+{
+
+/// The domain of the server itself; no extension may take it.
+inline constexpr std::string_view server_domain = "RavikSrv";
+
+/// An extension that the project loads.
+struct ExtensionEntry
+{
+    std::string domain;
+    /// A path, or a name without a slash that is looked for.
+    std::string library;
+    /// What is laid over the domain's stored configuration; an empty map where the file says nothing.
+    RavikSrv::Value configuration;
+};
+
+/// The content of a project's `ravik.json`.
+struct ProjectFile
+{
+    /// In the order of the file; domains are unique.
+    std::vector<ExtensionEntry> extensions;
+    /// The symbol table: a map from each symbol's name to its entry, whose "DOMAIN" is that of an extension or the
+    /// server's own. The other keys, where they stand, have their type: "MAPPING" a text, "USEMAPPING" a bool, "SCHEMA"
+    /// a map or bool.
+    RavikSrv::Value symbols;
+};
+
+/// Reads and checks a project file. Throws `ProjectError` for the first fault that it meets: a file that can't be read,
+/// broken JSON, a key that is unknown, missing or of the wrong type, a name that cannot be addressed, a domain that
+/// stands twice or a symbol of no domain.
+ProjectFile read_project_file(std::filesystem::path const& file);
+
+} // namespace Ravik

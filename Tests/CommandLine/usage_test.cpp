@@ -1,0 +1,95 @@
+#include "CommandLine/Shell.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+using Ravik::Testing::Line;
+using Ravik::Testing::Shell;
+
+TEST(usage, needs_no_project_and_has_the_same_status_with_json)
+{
+    Shell const shell;
+    std::vector<Line> const lines = {
+        {"ravik help", 0, {"Usage: ravik", "symbol get NAME…", "--project DIR", "Exit status"}, {}},
+        {"ravik -h", 0, {"Usage: ravik [--project DIR]"}, {}},
+        {"ravik help symbol", 0, {"ravik symbol get NAME…", "ravik symbol set NAME JSON"}, {}},
+        {"ravik export --help", 0, {"ravik export [FILE]", "Examples:", "--force"}, {}},
+        {"ravik symbol set --help", 0, {"ravik symbol set Mixer.Speed 120"}, {}},
+        {"ravik --version", 0, {"ravik 1"}, {}},
+        {"ravik", 2, {}, {"no command", "ravik help"}},
+        {"ravik actvate X", 2, {}, {"unknown command 'actvate'", "'activate'"}},
+        {"ravik help imprt", 2, {}, {"unknown command 'imprt'", "'import'"}},
+        {"ravik symbol gte X", 2, {}, {"unknown command 'symbol gte'", "'symbol get'"}},
+        {"ravik symbol", 2, {}, {"symbol get, symbol set"}},
+        {"ravik --jsno get", 2, {}, {"unknown option --jsno", "--json"}},
+        {"ravik get --force", 2, {}, {"'get' takes no option --force"}},
+        {"ravik activate --domain X Y", 2, {}, {"'activate' takes no option --domain"}},
+        {"ravik get --domain A --domain=B", 2, {}, {"--domain is given twice"}},
+        {"ravik get --project", 2, {}, {"--project DIR"}},
+        {"ravik get --project --force", 2, {}, {"--project needs a value"}},
+        {"ravik get --project=", 2, {}, {"not empty"}},
+        {"ravik get --help=yes", 2, {}, {"--help takes no value"}},
+        {"ravik --wait soon get", 2, {}, {"seconds", "'soon'"}},
+        {"ravik --wait -5 get", 2, {}, {"seconds", "'-5'"}},
+        {"ravik --wait 1s get", 2, {}, {"seconds", "'1s'"}},
+        {"ravik activate", 2, {}, {"ravik activate RECIPE"}},
+        {"ravik symbol get", 2, {}, {"ravik symbol get NAME…"}},
+        {"ravik symbol set A", 2, {}, {"ravik symbol set NAME JSON"}},
+        {"ravik symbol set A -5 6", 2, {}, {"'6' is one too many"}},
+        {"ravik get a -- --json", 2, {}, {"'--json' is one too many"}},
+        {"ravik symbol set A Rye", 2, {}, {"'Rye' is not JSON", R"('"Rye"')"}},
+        {R"(ravik symbol set A "it's")", 2, {}, {R"('"it'\''s"')"}},
+        {"ravik symbol set A null", 2, {}, {"null is no value"}},
+        {R"(ravik call F '{"a": }')", 2, {}, {"not JSON (1:7: "}},
+        {R"~(ravik get "$(printf '\377')")~", 2, {}, {"'\\xff' is not valid UTF-8"}},
+        {R"~(ravik get "$(printf 'a\033[31m')" b)~", 2, {}, {"one too many"}},
+        {R"~(ravik "$(printf 'a\033[31m')")~", 2, {}, {"'a\\x1b[31m'"}},
+        {"ravik --project=nowhere get", 3, {}, {"nowhere"}},
+        {"ravik symbols", 3, {}, {"ravik.json"}},
+        {"ravik import nothing.json", 1, {}, {"nothing.json: can't be read: No such file"}},
+        {"ravik import .", 1, {}, {"can't be read"}},
+        {"ravik export .", 1, {}, {"is a folder"}},
+        {"printf '{\\n \"a\": 1,\\n x}' | ravik import -", 1, {}, {"standard input:3:2: "}},
+        {"printf '[1' >broken.json; ravik import broken.json", 1, {}, {"broken.json:1:3: "}},
+    };
+    for (auto const& line : lines)
+    {
+        shell.expect(line);
+        shell.expect_json(line);
+    }
+    // A failure before the project is opened leaves nothing behind.
+    EXPECT_FALSE(std::filesystem::exists(shell.folder() / "ravik.db"));
+}
+
+TEST(usage, output_that_cannot_be_written_fails_and_a_reader_that_goes_away_does_not)
+{
+    Shell const shell;
+    shell.expect({"ravik help >/dev/full", 1, {}, {"standard output: No space left"}});
+    shell.expect({"ravik help >&-", 1, {}, {"standard output"}});
+    shell.expect({"ravik nonsense >/dev/full 2>&-", 2, {}, {}});
+    shell.expect({"(ravik help; echo $? >&2) | true", 0, {}, {"0"}});
+}
+
+TEST(init, writes_the_sample_once_and_never_overwrites)
+{
+    Shell const shell;
+    shell.expect({"ravik init 'my plant'", 0, {"my plant/ravik.json", "ravik --project 'my plant' import"}, {}});
+    shell.expect({"cd 'my plant' && cat .gitignore && ls -A", 0, {"ravik.db", "ravik.json", "recipes.json"}, {}});
+    std::vector<Line> const lines = {
+        {"ravik init 'my plant'", 1, {}, {"my plant/ravik.json", "exists already"}},
+        {"ravik init a --project b", 2, {}, {"once"}},
+        {"mkdir -p c && echo mine >c/recipes.json; ravik init c", 1, {}, {"c/recipes.json"}},
+        {"echo x >file; ravik init file", 1, {}, {"file"}},
+    };
+    for (auto const& line : lines)
+    {
+        shell.expect(line);
+        shell.expect_json(line);
+    }
+    shell.expect({"ls -A c; cat c/recipes.json", 0, {"recipes.json\nmine\n"}, {}});
+    shell.expect_json({"ravik init new", 0, {}, {}});
+}
+
+} // namespace

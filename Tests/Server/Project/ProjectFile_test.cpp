@@ -1,0 +1,166 @@
+#include "Project/ProjectFile.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <unistd.h>
+
+namespace Ravik
+{
+
+namespace
+{
+
+/// A project file in a folder of its own, which is the working directory as long as it lives.
+class ProjectFileTest : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        std::filesystem::create_directories(m_folder);
+        std::filesystem::current_path(m_folder);
+    }
+
+    void TearDown() override
+    {
+        std::filesystem::current_path(m_before);
+        std::filesystem::remove_all(m_folder);
+    }
+
+    static ProjectFile read(std::string_view text)
+    {
+        std::ofstream("ravik.json", std::ios::binary) << text;
+        return read_project_file("./ravik.json");
+    }
+
+    /// The message of the fault, empty where there is none.
+    static std::string message_of(std::string_view text)
+    {
+        try
+        {
+            read(text);
+            return "";
+        }
+        catch (ProjectError const& error)
+        {
+            return error.what();
+        }
+    }
+
+private:
+    std::filesystem::path const m_before = std::filesystem::current_path();
+    std::filesystem::path const m_folder =
+        std::filesystem::temp_directory_path() / ("ravik_project_file_" + std::to_string(getpid()));
+};
+
+TEST_F(ProjectFileTest, ReadsExtensionsAndSymbols)
+{
+    auto const project = read(R"({
+  "extensions": [
+    { "domain": "RavikRecipeManagement", "library": "libRavikRecipeManagement.so" },
+    { "domain": "Line", "library": "./lib/line.so", "configuration": { "variables": { "Speed": 0.0 } } }
+  ],
+  "symbols": {
+    "Line.Speed": { "DOMAIN": "Line", "MAPPING": "Speed", "USEMAPPING": true,
+                    "SCHEMA": { "$ref": "ravik:general#/definitions/REAL" } },
+    "Own": { "DOMAIN": "RavikSrv", "USEMAPPING": false, "SCHEMA": false }
+  }
+})");
+    ASSERT_EQ(project.extensions.size(), 2U);
+    EXPECT_EQ(project.extensions[0].domain, "RavikRecipeManagement");
+    EXPECT_EQ(project.extensions[0].configuration, RavikSrv::Value(RavikSrv::ValueType::Map));
+    EXPECT_EQ(project.extensions[1].library, "./lib/line.so");
+    EXPECT_EQ(project.extensions[1].configuration["variables"]["Speed"], RavikSrv::Value(0.0));
+    EXPECT_EQ(project.symbols.size(), 2U);
+    EXPECT_EQ(project.symbols["Line.Speed"]["MAPPING"], RavikSrv::Value("Speed"));
+
+    auto const smallest = read(R"({"extensions": []})");
+    EXPECT_TRUE(smallest.extensions.empty());
+    EXPECT_EQ(smallest.symbols, RavikSrv::Value(RavikSrv::ValueType::Map));
+}
+
+TEST_F(ProjectFileTest, TellsWhatWasExpectedWhere)
+{
+    struct Case
+    {
+        std::string text;
+        std::string_view place;
+        std::string_view fragment;
+    };
+    auto const extension = [](std::string const& entry) { return "{\"extensions\": [\n {" + entry + "}]}"; };
+    auto const domain = [&](std::string const& name)
+    { return extension(R"("library": "x.so", "domain": ")" + name + "\""); };
+    auto const symbols = [](std::string const& entries)
+    {
+        return R"({"extensions": [{"domain": "Line", "library": "x.so"}], "symbols": {)"
+               "\n" +
+               entries + "}}";
+    };
+    std::vector<Case> const cases = {
+        {"", "1:1", "empty"},
+        {"{\"extensions\": [\n]", "2:2", "ends before"},
+        {"{\"extensions\": [],\n\"extensions\": []}", "2:1", "twice"},
+        {"[]", "1:1", "expected the project to be an object, found a list"},
+        {"\n{}", "2:1", R"(the key "extensions" (a list), found none)"},
+        {R"({"extensions": {}})", "1:2", R"(expected "extensions" to be a list, found an object)"},
+        {R"({"extensions": [], "symbols": []})", "1:20", R"("symbols" to be an object, found a list)"},
+        {"{\"extensions\": [],\n \"symbol\\n\": {}}", "2:2", R"(keys "extensions", "symbols", found "symbol\n")"},
+        {R"({"extensions": ["a.so"]})", "1:17", R"(expected an extension to be an object, found "a.so")"},
+        {extension(R"("domain": "A")"), "2:2", R"(the key "library" (a text))"},
+        {extension(R"("library": "A")"), "2:2", R"(the key "domain" (a text))"},
+        {extension(R"("domain": 3.0, "library": "A")"), "2:3", R"("domain" to be a text, found 3.0)"},
+        {extension(R"("domain": "A", "library": null)"), "2:18", R"("library" to be a text, found null)"},
+        {extension(R"("domain": "A", "library": "")"), "2:18", "empty"},
+        {extension(R"("domain": "A", "library": "x", "configuration": [1])"), "2:34", "an object, found a list"},
+        {extension(R"("domain": "A", "Library": "x")"), "2:18",
+         R"(one of the keys "domain", "library", "configuration", found "Library")"},
+        {domain(""), "2:22", "empty"},
+        {domain("A::B"), "2:22", R"(without "::", found "A::B")"},
+        {domain("A.B"), "2:22", R"(without ".")"},
+        {domain("A[1]"), "2:22", R"(without "[")"},
+        {domain("A/B"), "2:22", R"(without "/")"},
+        {domain("RavikSrv"), "2:22", "the server's"},
+        {"{\"extensions\": [{\"domain\": \"A\", \"library\": \"x\"},\n{\"domain\": \"A\", \"library\": \"y\"}]}", "2:2",
+         "each domain once"},
+        {symbols(R"("S": 1)"), "2:1", R"(the symbol "S" to be an object, found 1)"},
+        {symbols(R"("S": {})"), "2:1", R"(the key "DOMAIN" (a text))"},
+        {symbols(R"("S": {"DOMAIN": "Lin"})"), "2:7", R"("RavikSrv" or an extension's domain ("Line"), found "Lin")"},
+        {symbols(R"("S": {"DOMAIN": "Line", "MAPPING": 1})"), "2:25", R"("MAPPING" to be a text)"},
+        {symbols(R"("S": {"DOMAIN": "Line", "USEMAPPING": "true"})"), "2:25", R"("USEMAPPING" to be true or false)"},
+        {symbols(R"("S": {"DOMAIN": "Line", "SCHEMA": "REAL"})"), "2:25", R"("SCHEMA" to be a schema)"},
+        {symbols(R"("S": {"DOMAIN": "Line", "Mapping": "a"})"), "2:25", R"(found "Mapping")"},
+        {symbols(R"("": {"DOMAIN": "Line"})"), "2:1", "have a name"},
+        {symbols(R"("a::b": {"DOMAIN": "Line"})"), "2:1", R"(without "::", found "a::b")"},
+        {symbols(R"("a[1]": {"DOMAIN": "Line"})"), "2:1", R"(without "[")"},
+    };
+    for (auto const& [text, place, fragment] : cases)
+    {
+        auto const message = message_of(text);
+        EXPECT_EQ(message.rfind("ravik.json:" + std::string(place) + ": ", 0), 0U) << text << "\n" << message;
+        EXPECT_NE(message.find(fragment), std::string::npos) << text << "\n" << message;
+        EXPECT_EQ(message.find('\n'), std::string::npos) << message;
+    }
+}
+
+TEST_F(ProjectFileTest, TellsWhyAFileCannotBeRead)
+{
+    EXPECT_THROW(read_project_file("missing.json"), ProjectError);
+    try
+    {
+        read_project_file(".");
+        FAIL() << "a folder was read";
+    }
+    catch (ProjectError const& error)
+    {
+        EXPECT_NE(std::string(error.what()).find("can't be read"), std::string::npos) << error.what();
+    }
+}
+
+} // namespace
+
+} // namespace Ravik

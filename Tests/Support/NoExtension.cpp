@@ -1,0 +1,6 @@
+// A shared object that is no extension.
+
+extern "C" __attribute__((visibility("default"))) int something_else()
+{
+    return 1;
+}

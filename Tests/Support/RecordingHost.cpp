@@ -1,0 +1,158 @@
+#include "Support/RecordingHost.h"
+
+#include "algorithm_helper.h"
+#include "api_helper.h"
+
+#include <sstream>
+#include <stdexcept>
+#include <utility>
+
+namespace Ravik::Test
+{
+
+using namespace RavikSrv;
+
+std::string RecordingHost::executed() const
+{
+    std::ostringstream text;
+    auto const* before_group = "";
+    for (auto const& group : groups)
+    {
+        text << std::exchange(before_group, " ") << group.domain() << '[';
+        auto const* before_command = "";
+        for (auto command = group.begin_vector(); command != group.end_vector(); ++command)
+        {
+            auto const& value = command->write_value();
+            text << std::exchange(before_command, " ") << command->name();
+            text << (value.isset() ? "=" : "") << Algorithm::to_string(value);
+        }
+        text << ']';
+    }
+    return text.str();
+}
+
+bool RecordingHost::call_fails()
+{
+    ++call_count;
+    if (call_count == throwing_call)
+    {
+        throw std::runtime_error("host out of order");
+    }
+    return call_count == failing_call;
+}
+
+ErrorValue RecordingHost::execute_command_group(Context const& /*context*/, CommandGroup* group)
+{
+    auto const fails = call_fails();
+    for (auto command = group->begin_vector(); !fails && command != group->end_vector(); ++command)
+    {
+        execute(*command);
+    }
+    groups.push_back(*group);
+    auto const failure = group_failures.find(group->domain());
+    return fails ? ErrorValue::SERVER : failure == group_failures.end() ? ErrorValue::SUCCESS : failure->second;
+}
+
+ErrorValue RecordingHost::execute_command(Context const& /*context*/, Command* command)
+{
+    if (call_fails())
+    {
+        command->set_result(ErrorValue::SERVER);
+        return ErrorValue::SERVER;
+    }
+    execute(*command);
+    commands.push_back(*command);
+    return command->result();
+}
+
+void RecordingHost::execute(Command& command)
+{
+    if (auto const failure = symbol_failures.find(command.name()); failure != symbol_failures.end())
+    {
+        command.set_extension_result(failure->second.extension_result);
+        command.set_result(failure->second.result);
+        command.set_result_string(failure->second.text.c_str());
+    }
+    else if (std::as_const(command).write_value().isset())
+    {
+        symbols[command.name()] = command.write_value();
+    }
+    else
+    {
+        command.set_read_value(symbols[command.name()]);
+    }
+}
+
+void RecordingHost::register_listener(Context const& /*context*/, IRavikSrvListener* listener)
+{
+    call_fails();
+    listeners.push_back({listener, {}});
+}
+
+void RecordingHost::register_listener(Context const& /*context*/, IRavikSrvListener* listener, Value const& settings)
+{
+    call_fails();
+    listeners.push_back({listener, settings});
+}
+
+ErrorValue RecordingHost::set_config_value(Context const& context, char const* path, Value const* value)
+{
+    if (call_fails())
+    {
+        return ErrorValue::SERVER;
+    }
+    config_writes.emplace_back(path, value != nullptr ? *value : Value());
+    auto names = Algorithm::split_symbol_name(path);
+    auto const last = names.empty() ? std::string() : names.back();
+    auto* parent = &configuration[context.domain()];
+    for (std::size_t i = 0; i + 1 < names.size() && parent != nullptr; ++i)
+    {
+        parent = node(parent, names[i]);
+    }
+    if (parent == nullptr)
+    {
+        return ErrorValue::ENTRY_NOT_FOUND;
+    }
+    if (value == nullptr)
+    {
+        return parent->erase(last.c_str()) ? ErrorValue::SUCCESS : ErrorValue::ENTRY_NOT_FOUND;
+    }
+    auto& entry = names.empty() ? *parent : (*parent)[last.c_str()];
+    if (value->type() != ValueType::Map || entry.type() != ValueType::Map)
+    {
+        entry = *value;
+        return ErrorValue::SUCCESS;
+    }
+    for (auto item = value->begin(); item != value->end(); ++item)
+    {
+        entry.insert_or_update(item.name(), *item);
+    }
+    return ErrorValue::SUCCESS;
+}
+
+Value RecordingHost::get_config_value(Context const& context, char const* path)
+{
+    auto const fails = call_fails();
+    auto const reached = node_path(path, std::as_const(configuration[context.domain()]));
+    return fails || reached.node == nullptr ? Value() : *reached.node;
+}
+
+ResultPair RecordingHost::validate_symbol_value(char const* symbol, Value const& value)
+{
+    return call_fails() ? ErrorValue::SERVER : on_validate_symbol ? on_validate_symbol(symbol, value) : ResultPair();
+}
+
+ResultPair RecordingHost::validate(Value const& schema, Value const& value, char const* /*path*/)
+{
+    return call_fails() ? ErrorValue::SERVER : on_validate ? on_validate(schema, value) : ResultPair();
+}
+
+String RecordingHost::get_extension_error_string(char const* domain, unsigned code)
+{
+    auto const fails = call_fails();
+    auto const key = std::string(domain) + " " + std::to_string(code);
+    auto const name = error_names.find(key);
+    return fails ? String() : name == error_names.end() ? key.c_str() : name->second.c_str();
+}
+
+} // namespace Ravik::Test

@@ -1,0 +1,88 @@
+#pragma once
+
+#include "RavikSrvExtApi.h"
+
+#include <cstddef>
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace Ravik::Test
+{
+
+/// A server that holds its configuration and the symbols' values in memory, answers as it is told to and remembers what
+/// it was asked. One test, one host: its fields are there to be read and set. It does no locking.
+class RecordingHost : public RavikSrv::IRavikSrvExtHost, public RavikSrv::IInternalHost
+{
+public:
+    /// What a symbol answers instead of being read or written.
+    struct Failure
+    {
+        RavikSrv::ErrorValue result = RavikSrv::ErrorValue::EXTENSION;
+        unsigned extension_result = 0;
+        std::string text;
+    };
+
+    struct Registration
+    {
+        RavikSrv::IRavikSrvListener* listener;
+        RavikSrv::Value settings;
+    };
+
+    // What it answers from --------------------------------------------------------------------------------------------
+
+    /// By domain. Calls that write configuration change it.
+    std::map<std::string, RavikSrv::Value> configuration;
+    /// By symbol name. Executed groups write and read it.
+    std::map<std::string, RavikSrv::Value> symbols;
+    std::map<std::string, Failure> symbol_failures;
+    /// The result of a whole group, by domain. Its commands fare as they would otherwise.
+    std::map<std::string, RavikSrv::ErrorValue> group_failures;
+    /// What the extension of a domain calls a result, by "domain code"; "domain code" itself where nothing stands here.
+    std::map<std::string, std::string> error_names;
+    /// Answers of the validations, in place of success.
+    std::function<RavikSrv::ResultPair(char const* symbol, RavikSrv::Value const& value)> on_validate_symbol;
+    std::function<RavikSrv::ResultPair(RavikSrv::Value const& schema, RavikSrv::Value const& value)> on_validate;
+
+    /// The call, counted from 1, that fails: it does nothing and answers an error, or null. 0 for none.
+    std::size_t failing_call = 0;
+    /// The call, counted from 1, that throws, which no host should do. 0 for none.
+    std::size_t throwing_call = 0;
+
+    // What it remembers -----------------------------------------------------------------------------------------------
+
+    std::size_t call_count = 0;
+    std::vector<Registration> listeners;
+    /// As they stood after their execution.
+    std::vector<RavikSrv::CommandGroup> groups;
+    std::vector<RavikSrv::Command> commands;
+    /// Path and value of each write of configuration; a null value for a removal.
+    std::vector<std::pair<std::string, RavikSrv::Value>> config_writes;
+
+    /// The executed groups as text: "Domain[symbol=value symbol=value] Domain[]".
+    std::string executed() const;
+
+    // The host --------------------------------------------------------------------------------------------------------
+
+    RavikSrv::ErrorValue execute_command_group(RavikSrv::Context const& context,
+                                               RavikSrv::CommandGroup* group) override;
+    RavikSrv::ErrorValue execute_command(RavikSrv::Context const& context, RavikSrv::Command* command) override;
+    void register_listener(RavikSrv::Context const& context, RavikSrv::IRavikSrvListener* listener) override;
+    void register_listener(RavikSrv::Context const& context, RavikSrv::IRavikSrvListener* listener,
+                           RavikSrv::Value const& settings) override;
+    RavikSrv::ErrorValue set_config_value(RavikSrv::Context const& context, char const* path,
+                                          RavikSrv::Value const* value) override;
+    RavikSrv::Value get_config_value(RavikSrv::Context const& context, char const* path) override;
+
+    RavikSrv::ResultPair validate_symbol_value(char const* symbol, RavikSrv::Value const& value) override;
+    RavikSrv::ResultPair validate(RavikSrv::Value const& schema, RavikSrv::Value const& value,
+                                  char const* path) override;
+    RavikSrv::String get_extension_error_string(char const* domain, unsigned code) override;
+
+private:
+    bool call_fails();
+    void execute(RavikSrv::Command& command);
+};
+
+} // namespace Ravik::Test

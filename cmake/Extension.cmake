@@ -1,0 +1,27 @@
+# The API that extensions and the helper library are built against.
+function(ravik_define_extension_api)
+  add_library(RavikExtensionApi INTERFACE)
+  if(RAVIK_API_INCLUDE_DIR)
+    target_include_directories(RavikExtensionApi INTERFACE ${RAVIK_API_INCLUDE_DIR})
+    target_link_libraries(RavikExtensionApi INTERFACE ${RAVIK_API_LIBRARY})
+  else()
+    target_link_libraries(RavikExtensionApi INTERFACE RavikSrvExt)
+  endif()
+endfunction()
+
+# Adds the extension `name`, a shared object that exports ext_interface and nothing else. Its sources follow.
+function(ravik_add_extension name)
+  add_library(${name} MODULE ${ARGN})
+  target_include_directories(${name} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
+  target_link_libraries(${name} PRIVATE RavikOptions Helper RavikExtensionApi)
+  set(script ${PROJECT_SOURCE_DIR}/cmake/extension.map)
+  target_link_options(${name} PRIVATE -Wl,--version-script=${script} -Wl,--no-undefined)
+  set_target_properties(${name} PROPERTIES LINK_DEPENDS ${script} LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
+  install(TARGETS ${name} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+  # The schema of the extension's configuration stands beside the shared object, under the extension's name.
+  set(schema ${name}.Schema.json)
+  if(EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/${schema})
+    configure_file(${schema} ${CMAKE_BINARY_DIR}/lib/${schema} COPYONLY)
+    install(FILES ${schema} DESTINATION ${CMAKE_INSTALL_LIBDIR})
+  endif()
+endfunction()

@@ -1,0 +1,20 @@
+option(RAVIK_BUILD_TESTS "Build the tests" ON)
+option(RAVIK_BUILD_BENCHMARKS "Build the benchmark programs" ON)
+set(RAVIK_SANITIZERS "" CACHE STRING "Sanitizers for the compiler's -fsanitize, for example address,undefined")
+
+# The extension and its helpers use nothing beyond the API's contract, so they also build against another
+# implementation of it: a folder with RavikSrvExtApi.h and the library that belongs to it.
+set(RAVIK_API_INCLUDE_DIR "" CACHE PATH "Folder of another RavikSrvExtApi.h to build the extensions against")
+set(RAVIK_API_LIBRARY "" CACHE FILEPATH "Library that belongs to RAVIK_API_INCLUDE_DIR")
+
+# Every target of ours links this.
+add_library(RavikOptions INTERFACE)
+target_compile_options(RavikOptions INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual
+  -Wconversion -Wsign-conversion -Wold-style-cast -Werror
+  # g++ 12 warns of texts put together with + in optimised builds, without ground; clang-tidy does not know that warning.
+  $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict> $<$<CXX_COMPILER_ID:GNU>:-Wno-unknown-warning-option>)
+if(RAVIK_SANITIZERS)
+  target_compile_options(RavikOptions INTERFACE -fsanitize=${RAVIK_SANITIZERS} -fno-sanitize-recover=all
+    -fno-omit-frame-pointer)
+  target_link_options(RavikOptions INTERFACE -fsanitize=${RAVIK_SANITIZERS})
+endif()
