@@ -53,9 +53,32 @@ void CountingHost::add_symbol(int number, int domain_count, Value& members, Valu
     m_written.insert(symbol.c_str(), 0.5 * number);
 }
 
+void CountingHost::add_recipes(int count)
+{
+    auto& recipes = m_configuration["recipeList"]["Line"];
+    Value const product = recipes["Product"];
+    for (int i = 0; i < count; ++i)
+    {
+        recipes.insert(("Product" + std::to_string(i)).c_str(), product);
+    }
+    Value const& all = recipes;
+    for (auto recipe = all.begin(); recipe != all.end(); ++recipe)
+    {
+        m_changes->on_change(Context(), ("recipeList::Line::" + std::string(recipe.name())).c_str(), "recipe");
+    }
+}
+
 ErrorValue CountingHost::execute_command_group(Context const& /*context*/, CommandGroup* group)
 {
     commands += static_cast<std::size_t>(group->end_vector() - group->begin_vector());
+    Value const& held = m_written;
+    for (auto command = group->begin_vector(); command != group->end_vector(); ++command)
+    {
+        if (!command->write_value().isset())
+        {
+            command->set_read_value(held[command->name()]);
+        }
+    }
     return ErrorValue::SUCCESS;
 }
 
@@ -72,9 +95,9 @@ void CountingHost::register_listener(Context const& /*context*/, IRavikSrvListen
     }
 }
 
-void CountingHost::register_listener(Context const& /*context*/, IRavikSrvListener* /*listener*/,
-                                     Value const& /*settings*/)
+void CountingHost::register_listener(Context const& /*context*/, IRavikSrvListener* listener, Value const& /*settings*/)
 {
+    m_changes = dynamic_cast<IRavikSrvConfigListener*>(listener);
 }
 
 ErrorValue CountingHost::set_config_value(Context const& /*context*/, char const* /*path*/, Value const* /*value*/)
@@ -123,8 +146,13 @@ CommandGroup activation()
 {
     Value parameters(ValueType::Struct);
     parameters.insert("path", "Line::Product");
-    Command command("ActivateRecipe");
-    command.set_mapping("ActivateRecipe");
+    return request("ActivateRecipe", parameters);
+}
+
+CommandGroup request(char const* function, Value const& parameters)
+{
+    Command command(function);
+    command.set_mapping(function);
     command.set_write_value(parameters);
     CommandGroup group;
     group.insert(group.end_vector(), command);

@@ -11,14 +11,18 @@ namespace Ravik::Benchmarks
 
 /// A server that holds one recipe and counts the commands of the groups that it is told to execute.
 ///
-/// The recipe "Line::Product" has `symbol_count` values. Half of them are members of its own type, a quarter each of an
-/// inherited and of a nested type; the symbols are spread over `domain_count` domains.
+/// Its symbols hold what the recipe assigns. The recipe "Line::Product" has `symbol_count` values. Half of them are
+/// members of its own type, a quarter each of an inherited and of a nested type; the symbols are spread over
+/// `domain_count` domains.
 class CountingHost : public RavikSrv::IRavikSrvExtHost, public RavikSrv::IInternalHost
 {
 public:
     CountingHost(int symbol_count, int domain_count);
 
     std::size_t commands = 0;
+
+    /// Adds as many recipes with the same values, and tells the extension of every recipe.
+    void add_recipes(int count);
 
     RavikSrv::ErrorValue execute_command_group(RavikSrv::Context const& context,
                                                RavikSrv::CommandGroup* group) override;
@@ -45,10 +49,14 @@ private:
     RavikSrv::Value m_symbol_table;
     RavikSrv::Value m_written;
     RavikSrv::IRavikSrvRequestListener* m_requests = nullptr;
+    RavikSrv::IRavikSrvConfigListener* m_changes = nullptr;
 };
 
 /// The recipe management, loaded and initialised in the host.
 std::unique_ptr<RavikSrv::IRavikSrvExt> load_recipe_management(CountingHost& host);
+
+/// A group with one command.
+RavikSrv::CommandGroup request(char const* function, RavikSrv::Value const& parameters);
 
 /// A group with the command that activates the host's recipe.
 RavikSrv::CommandGroup activation();

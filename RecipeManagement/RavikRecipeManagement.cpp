@@ -90,6 +90,10 @@ std::vector<RavikRecipeManagement::Function> const& RavikRecipeManagement::funct
 {
     static std::vector<Function> const all{
         {"ActivateRecipe", &RavikRecipeManagement::activate_recipe},
+        {"ReadFromTarget", &RavikRecipeManagement::read_from_target_afresh},
+        {"UpdateRecipe", &RavikRecipeManagement::update_recipe},
+        {"GetRecipes", &RavikRecipeManagement::get_recipes},
+        {"GetActiveRecipes", &RavikRecipeManagement::get_active_recipes},
     };
     return all;
 }
@@ -135,32 +139,8 @@ void RavikRecipeManagement::answer(Context const& context, Command& command) noe
 
 // Callbacks that accept whatever comes --------------------------------------------------------------------------------
 
-ResultPair RavikRecipeManagement::before_change(Context /*context*/, char const* /*path*/, Value& /*value*/,
-                                                char const* /*schema_type*/)
-{
-    return ErrorValue::SUCCESS;
-}
-
-ResultPair RavikRecipeManagement::before_import(Context /*context*/, char const* /*path*/, Value& /*value*/,
-                                                Value const& /*import_data*/, char const* /*schema_type*/)
-{
-    return ErrorValue::SUCCESS;
-}
-
 ResultPair RavikRecipeManagement::before_export(Context /*context*/, char const* /*path*/, Value& /*value*/,
                                                 Value const& /*data*/, char const* /*schema_type*/)
-{
-    return ErrorValue::SUCCESS;
-}
-
-ResultPair RavikRecipeManagement::on_delete(Context /*context*/, char const* /*path*/, Value const& /*value*/,
-                                            char const* /*schema_type*/)
-{
-    return ErrorValue::SUCCESS;
-}
-
-ResultPair RavikRecipeManagement::on_rename(Context /*context*/, char const* /*path*/, char const* /*new_path*/,
-                                            char const* /*schema_type*/)
 {
     return ErrorValue::SUCCESS;
 }

@@ -14,7 +14,9 @@
 namespace RecipeManagement
 {
 
+struct Move;
 class WriteGroups;
+struct ReadGroup;
 
 /// The recipe management: recipes and recipe types in the server's configuration, and requests that bring them to the
 /// controllers and back.
@@ -76,7 +78,71 @@ private:
     bool create_cmd_group_and_activate(RavikSrv::Context const& context, RavikSrv::Command& command,
                                        WriteGroups& groups, std::string const& domain);
 
+    // ReadFromTarget --------------------------------------------------------------------------------------------------
+
+    /// Answers the values that the symbols of the recipe hold now, in the format of a recipe; reads what it needs.
+    void read_from_target_afresh(RavikSrv::Context const& context, RavikSrv::Command& command);
+    /// The same with the configuration and the symbol table at hand; leaves the recipe's records in `symbols`.
+    void read_from_target(RavikSrv::Context const& context, RavikSrv::Command& command, RavikSrv::Value const& config,
+                          RavikSrv::Value const& symbol_mapping, SymbolList& symbols);
+    /// Reads the symbols of a domain and adds to `values` those that the stored recipe names. Answers true where that
+    /// failed and the caller must stop; the command then says why.
+    bool create_cmd_group_and_read_from_target(RavikSrv::Context const& context, RavikSrv::Command& command,
+                                               ReadGroup& reads, RavikSrv::Value const& stored,
+                                               RavikSrv::Value& values);
+
+    // GetRecipes and GetActiveRecipes ---------------------------------------------------------------------------------
+
+    struct ActiveSearch;
+
+    /// Lists the recipes of a type and of the types that inherit it, the last stored first.
+    void get_recipes(RavikSrv::Context const& context, RavikSrv::Command& command);
+    /// Lists those of the named recipes, or of all, whose values stand in the controllers.
+    void get_active_recipes(RavikSrv::Context const& context, RavikSrv::Command& command);
+    /// Whether the recipe at the full path is active. Answers false after a failure; the command then says which.
+    bool recipe_is_active(ActiveSearch& search, std::string const& path, unsigned long depth);
+    bool values_are_active(ActiveSearch& search, RavikSrv::Value const& stored, RavikSrv::Value const& current,
+                           SymbolList& symbols, unsigned long depth, unsigned long& levels);
+    /// The full path of the stored recipe that a text names, empty where it names none. A relative name counts where
+    /// `stands_for_recipe` says that the text can't be anything else.
+    std::string find_nested_recipe(char const* text, bool stands_for_recipe);
+    std::vector<std::string> copy_recipe_paths();
+
+    // UpdateRecipe ----------------------------------------------------------------------------------------------------
+
+    /// Brings a stored recipe into line with its type: drops what the type no longer has, fills in what the recipe
+    /// lacks, and checks the values.
+    void update_recipe(RavikSrv::Context const& context, RavikSrv::Command& command);
+    void update_values(RavikSrv::Context const& context, RavikSrv::Command& command, RavikSrv::Value const& config,
+                       std::string const& recipe_path, SymbolList& symbols);
+    /// Empties the values of a recipe whose type has no members.
+    void clear_values(RavikSrv::Context const& context, RavikSrv::Command& command, std::string const& values_path);
+    /// Removes the values that no record stands for; the command's read value then tells which.
+    void drop_stale_values(RavikSrv::Context const& context, RavikSrv::Command& command, RavikSrv::Value const& values,
+                           std::string const& values_path, SymbolList& symbols);
+    /// Fills in the members of the recipe's own type that have no value. Answers the `RecipeResult` of a failure as a
+    /// number, with its text.
+    RavikSrv::ResultPair validate_members(RavikSrv::Context const& context, std::string const& values_path,
+                                          RavikSrv::Value const& members, RavikSrv::Value const& values,
+                                          SymbolList& symbols);
+    /// Checks the values of the symbols that no other type brought along, and resets those of a wrong type.
+    void validate_recipe_schema(RavikSrv::Context const& context, RavikSrv::Command& command,
+                                std::string const& values_path, SymbolList const& symbols);
+    /// Answers false where the checks must end; the command then says why.
+    bool validate_record(RavikSrv::Context const& context, RavikSrv::Command& command, std::string const& values_path,
+                         SymbolData const& record);
+    /// Writes one value of a recipe.
+    RavikSrv::ErrorValue write_value(RavikSrv::Context const& context, std::string const& values_path,
+                                     std::string const& name, RavikSrv::Value const& value);
+
     // Shared operations -----------------------------------------------------------------------------------------------
+
+    /// The full path of the recipe that the parameters name. Answers false where they are no struct; the command then
+    /// says so.
+    static bool requested_recipe(RavikSrv::Command& command, std::string& recipe_path);
+    /// `get_symbol_data` of a stored recipe. Answers false where that failed; the command says why, with `failure`.
+    static bool resolve_recipe(RavikSrv::Command& command, RavikSrv::Value& config, std::string& recipe_path,
+                               SymbolList& symbols, RecipeResult failure);
 
     /// Reads the server's table of mapped symbols.
     RavikSrv::Value read_symbol_table();
@@ -114,6 +180,60 @@ private:
 
     /// Adds the path to the list that it belongs to, unless it is there; a path of neither list is ignored.
     void store_path(std::string const& path);
+
+    // Change and import checks ----------------------------------------------------------------------------------------
+    // Where import data are given they stand for the stored configuration. Without the internal interface of the host
+    // nothing tells whether a value fits its schema; the other checks are made all the same.
+
+    /// Whether `value` may come to stand at `path`. Import data are the configuration as it will stand after the
+    /// import, empty for a change.
+    RavikSrv::ResultPair import_change(RavikSrv::Context const& context, std::string const& path,
+                                       RavikSrv::Value const& value, RavikSrv::Value const& import_data,
+                                       std::string const& schema_type);
+    /// A recipe without a type is held against nothing.
+    RavikSrv::ResultPair check_recipe(RavikSrv::Context const& context, std::string const& path,
+                                      RavikSrv::Value const& recipe, RavikSrv::Value const& import_data);
+    /// Whether the values fit the symbols and members of the recipe's type, which `config` holds.
+    RavikSrv::ResultPair validate_recipe_values(RavikSrv::Value const& config, std::string const& path,
+                                                RavikSrv::Value const& recipe);
+    RavikSrv::ResultPair validate_recipe_value(SymbolData const& record, RavikSrv::Value const& values,
+                                               RavikSrv::Value const& symbol_table);
+    /// Whether the symbol is mapped.
+    RavikSrv::ResultPair check_symbol(char const* symbol);
+    /// Whether nested types are no inherited ones and default values fit.
+    RavikSrv::ResultPair validate_recipe_type(RavikSrv::Context const& context, RavikSrv::Value const& recipe_type,
+                                              RavikSrv::Value const& import_data);
+    RavikSrv::ResultPair validate_default_value(RavikSrv::Value const& member);
+
+    // Delete and rename cascade ---------------------------------------------------------------------------------------
+    // A failing write stops no pass; the answer of a pass is the outcome of its last write. The first pass that fails
+    // ends the cascade. `snapshot` is the configuration as it stood when the cascade began.
+
+    /// Carries a delete (the new path is empty) or rename through whatever refers to the entry.
+    RavikSrv::ResultPair delete_rename(RavikSrv::Context const& context, std::string const& old_path,
+                                       std::string const& new_path);
+    /// Keeps the stored paths in step.
+    void delete_rename_path(std::string const& old_path, std::string const& new_path);
+    /// Moves the recipes' values of a renamed member. Ends with success at a recipe of the type that has none.
+    RavikSrv::ResultPair delete_rename_recipe_values(RavikSrv::Value const& snapshot, RavikSrv::Context const& context,
+                                                     Move const& move);
+    /// Corrects recipe types, then recipes. Ends with success at a stored type that is missing.
+    RavikSrv::ResultPair delete_rename_recipetype(RavikSrv::Value const& snapshot, RavikSrv::Context const& context,
+                                                  Move const& move);
+    /// Corrects the inherited types of one type.
+    RavikSrv::ResultPair delete_rename_recipetypenames(RavikSrv::Context const& context, Move const& move,
+                                                       RavikSrv::Value const& type, std::string const& type_path);
+    /// Corrects the nested types of one type; a member whose type is deleted goes with it.
+    RavikSrv::ResultPair delete_rename_recipetype_in_member(RavikSrv::Value const& snapshot,
+                                                            RavikSrv::Context const& context, Move const& move,
+                                                            std::string const& type_path);
+    /// Corrects the recipes of a type; they go with a type that is deleted.
+    RavikSrv::ResultPair recipetypename_in_recipes(RavikSrv::Value const& snapshot, RavikSrv::Context const& context,
+                                                   Move const& move);
+    /// Corrects values that name a recipe, in members that the recipe's own type declares as nested. A failure's text
+    /// is the path of the recipe. Ends with success at a stored recipe that is missing.
+    RavikSrv::ResultPair delete_rename_recipe_references(RavikSrv::Value const& snapshot,
+                                                         RavikSrv::Context const& context, Move const& move);
 
     RavikSrv::IRavikSrvExtHost* host;
     /// The host once more, null until `init` and where it offers no such interface.

@@ -1,3 +1,4 @@
+#include "DomainGroups.h"
 #include "Member.h"
 #include "RavikRecipeManagement.h"
 #include "configuration_keys.h"
@@ -11,7 +12,6 @@
 
 #include <cstdint>
 #include <string_view>
-#include <utility>
 
 namespace RecipeManagement
 {
@@ -21,7 +21,6 @@ using RavikSrv::Command;
 using RavikSrv::CommandGroup;
 using RavikSrv::Context;
 using RavikSrv::Value;
-using RavikSrv::ValueType;
 
 /// The write commands of a recipe, a group for each domain.
 ///
@@ -49,16 +48,13 @@ private:
 
     void add_members_and_inherited(Value const& type, unsigned long depth);
     void add_symbol_to_cmd_group(char const* symbol_name);
-    CommandGroup& group_of(std::string_view domain);
 
     Command& m_command;
     Value const& m_config;
     /// For each symbol its first record with a value or a default value. What else decides whether a record is written
     /// is the same for all records of a symbol: they have the same mapping.
     boost::unordered_flat_map<std::string_view, Symbol> m_symbols;
-    boost::unordered_flat_map<std::string_view, CommandGroup> m_groups;
-    std::string_view m_last_domain;
-    CommandGroup* m_last_group = nullptr;
+    DomainGroups<CommandGroup> m_groups;
     /// Made once, since each insertion copies it.
     Command m_write;
     std::size_t m_types_reached = 0;
@@ -150,34 +146,17 @@ void WriteGroups::add_symbol_to_cmd_group(char const* symbol_name)
     }
     found->second.is_added = true;
     auto const& record = *found->second.record;
-    if (record.use_mapping && record.domain == server_domain)
+    if (auto* const group = m_groups.group_of(record); group != nullptr)
     {
-        return;
+        m_write.set_name(symbol_name);
+        m_write.set_write_value(record.value.isset() ? record.value : record.default_value);
+        group->insert(group->end_vector(), m_write);
     }
-    auto& group = group_of(record.use_mapping ? std::string_view(record.domain) : server_domain);
-    m_write.set_name(symbol_name);
-    m_write.set_write_value(record.value.isset() ? record.value : record.default_value);
-    group.insert(group.end_vector(), m_write);
-}
-
-CommandGroup& WriteGroups::group_of(std::string_view domain)
-{
-    // Mostly one domain serves many symbols in a row.
-    if (m_last_group == nullptr || m_last_domain != domain)
-    {
-        m_last_group = &m_groups[domain];
-        m_last_domain = domain;
-    }
-    return *m_last_group;
 }
 
 CommandGroup WriteGroups::take(std::string const& domain)
 {
-    CommandGroup group;
-    if (auto const found = m_groups.find(std::string_view(domain)); found != m_groups.end())
-    {
-        group = domain == server_domain ? found->second : std::move(found->second);
-    }
+    auto group = m_groups.take(domain);
     group.set_domain(domain.c_str());
     return group;
 }
@@ -185,19 +164,15 @@ CommandGroup WriteGroups::take(std::string const& domain)
 void RavikRecipeManagement::activate_recipe(Context const& context, Command& command)
 {
     set_command_result(command, RecipeResult::SUCCESS);
-    Value const& parameters = command.write_value();
-    if (parameters.type() != ValueType::Struct)
+    std::string recipe_path;
+    if (!requested_recipe(command, recipe_path))
     {
-        set_command_result(command, RecipeResult::INVALID_WRITEVALUE);
         return;
     }
-    auto recipe_path = add_path_recipelist(Algorithm::to_string(parameters[Key::path]));
     auto config = host->get_config_value(context, "");
     SymbolList symbols;
-    auto const resolved = get_symbol_data(config, recipe_path, symbols, Value(), "");
-    if (resolved.result() != RavikSrv::ErrorValue::SUCCESS)
+    if (!resolve_recipe(command, config, recipe_path, symbols, RecipeResult::ACTIVATING_FAILED))
     {
-        set_command_error(command, resolved.text(), RecipeResult::ACTIVATING_FAILED);
         return;
     }
     std::vector<std::string> domains;

@@ -32,9 +32,15 @@ inline constexpr char const* values = "values";
 // An entry of the symbol table.
 inline constexpr char const* domain = "DOMAIN";
 inline constexpr char const* use_mapping = "USEMAPPING";
+inline constexpr char const* symbol_schema = "SCHEMA";
+inline constexpr char const* reference = "$ref";
 
 // The parameters of the requests.
 inline constexpr char const* path = "path";
+inline constexpr char const* recipe_type_path = "recipeTypePath";
+
+// What UpdateRecipe answers.
+inline constexpr char const* info = "info";
 
 } // namespace Key
 
@@ -44,6 +50,8 @@ namespace SchemaType
 
 inline constexpr char const* recipe = "recipe";
 inline constexpr char const* recipe_type = "recipeType";
+/// What the names of the server's own types begin with.
+inline constexpr char const* server_prefix = "ravik:server";
 
 } // namespace SchemaType
 

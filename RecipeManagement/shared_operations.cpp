@@ -1,6 +1,7 @@
 #include "RavikRecipeManagement.h"
 #include "configuration_keys.h"
 
+#include "algorithm_helper.h"
 #include "api_helper.h"
 
 namespace RecipeManagement
@@ -11,6 +12,30 @@ using RavikSrv::CommandGroup;
 using RavikSrv::Context;
 using RavikSrv::ErrorValue;
 using RavikSrv::Value;
+
+bool RavikRecipeManagement::requested_recipe(Command& command, std::string& recipe_path)
+{
+    Value const& parameters = command.write_value();
+    if (parameters.type() != RavikSrv::ValueType::Struct)
+    {
+        set_command_result(command, RecipeResult::INVALID_WRITEVALUE);
+        return false;
+    }
+    recipe_path = add_path_recipelist(RavikSrv::Algorithm::to_string(parameters[Key::path]));
+    return true;
+}
+
+bool RavikRecipeManagement::resolve_recipe(Command& command, Value& config, std::string& recipe_path,
+                                           SymbolList& symbols, RecipeResult failure)
+{
+    auto const resolved = get_symbol_data(config, recipe_path, symbols, Value(), "");
+    if (resolved.result() != ErrorValue::SUCCESS)
+    {
+        set_command_error(command, resolved.text(), failure);
+        return false;
+    }
+    return true;
+}
 
 Value RavikRecipeManagement::read_symbol_table()
 {

@@ -18,6 +18,8 @@ public:
     /// Appends the path unless it is in the list.
     void add(std::string const& path) { m_paths.push_back(path); }
     bool contains(std::string const& path) const { return m_paths.get<by_path>().contains(path); }
+    /// Removes the paths for which `is_removed(path)` holds.
+    template <typename Predicate> void remove_if(Predicate const& is_removed) { m_paths.remove_if(is_removed); }
 
     auto begin() const noexcept { return m_paths.begin(); }
     auto end() const noexcept { return m_paths.end(); }

@@ -7,6 +7,8 @@
 
 #include <boost/thread/lock_types.hpp>
 
+#include <utility>
+
 namespace RecipeManagement
 {
 
@@ -26,7 +28,8 @@ std::string last_part(std::string const& path)
 
 } // namespace
 
-Move::Move(std::string const& from, std::string const& to) : old_path(from), new_path(to), new_name(last_part(to))
+Move::Move(std::string from, std::string to)
+    : old_path(std::move(from)), new_path(std::move(to)), new_name(last_part(new_path))
 {
 }
 

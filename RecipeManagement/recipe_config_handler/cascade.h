@@ -22,7 +22,7 @@ namespace RecipeManagement
 struct Move
 {
     /// The new path is empty for a delete.
-    Move(std::string const& from, std::string const& to);
+    Move(std::string from, std::string to);
 
     /// Whether this is a delete.
     bool is_delete() const noexcept { return new_name.empty(); }

@@ -15,7 +15,6 @@ using RavikSrv::Context;
 using RavikSrv::ErrorValue;
 using RavikSrv::ResultPair;
 using RavikSrv::Value;
-using RavikSrv::ValueType;
 
 // Values of a renamed member ------------------------------------------------------------------------------------------
 

@@ -136,6 +136,20 @@ Value configuration_of(std::string const& types, std::string const& recipes)
     return configuration;
 }
 
+std::string text_of(Value const& values)
+{
+    std::string text;
+    for (auto value = values.begin(); value != values.end(); ++value)
+    {
+        text += (text.empty() ? "" : " ") + std::string(value.name()) + "=" + Algorithm::to_string(*value);
+    }
+    for (auto value = values.begin_vector(); value != values.end_vector(); ++value)
+    {
+        text += (text.empty() ? "" : " ") + Algorithm::to_string(*value);
+    }
+    return text;
+}
+
 Value symbol_table_of(std::string const& notation)
 {
     std::istringstream text(notation);
@@ -175,8 +189,27 @@ Command RecipeManagementFixture::activate(char const* path)
 std::string RecipeManagementFixture::outcome(char const* path)
 {
     auto const command = activate(path);
-    return host.executed() + " | " + extension.object().error_string(command.extension_result()).name() + " | " +
+    return host.executed() + " | " + told(command);
+}
+
+std::string RecipeManagementFixture::told(Command const& command)
+{
+    return std::string(extension.object().error_string(command.extension_result()).name()) + " | " +
            command.result_string();
+}
+
+void RecipeManagementFixture::announce()
+{
+    auto const configuration = host.configuration[domain];
+    for (std::string const list : {"recipeTypeList", "recipeList"})
+    {
+        auto const& entries = configuration[list.c_str()];
+        for (auto entry = entries.begin(); entry != entries.end(); ++entry)
+        {
+            auto const* const type = list == "recipeList" ? "recipe" : "recipeType";
+            extension.changes().on_change(extension.context(), (list + "::" + entry.name()).c_str(), type);
+        }
+    }
 }
 
 Value parameters(char const* name, Value const& value)

@@ -19,6 +19,9 @@ RavikSrv::Value recipes_of(std::string const& notation);
 /// A configuration of both.
 RavikSrv::Value configuration_of(std::string const& types, std::string const& recipes);
 
+/// A map of plain values, "a=1 n=S", and a list of texts, "R S".
+std::string text_of(RavikSrv::Value const& values);
+
 /// A symbol table: "A:Line v:Line!" maps A to the domain Line, and v too but without the mapping's use.
 RavikSrv::Value symbol_table_of(std::string const& notation);
 
@@ -32,6 +35,10 @@ struct RecipeManagementFixture
     RavikSrv::Command activate(char const* path);
     /// What `activate` came to: "executed groups | result's name | result's text".
     std::string outcome(char const* path);
+    /// "result's name | result's text" of an answered command.
+    std::string told(RavikSrv::Command const& command);
+    /// Tells the extension of every type and recipe that lies in no folder, in the order of the configuration.
+    void announce();
 
     static constexpr char const* domain = "RavikRecipeManagement";
 

@@ -1,0 +1,242 @@
+// What edits of large configurations cost: each is made in projects of different sizes, and the times are held against
+// marks. Exit status 1 where one is missed.
+
+#include "Project/Project.h"
+#include "Support/TemporaryFolder.h"
+#include "Json/Json.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <fcntl.h>
+#include <functional>
+#include <map>
+#include <stdexcept>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+namespace
+{
+
+using Ravik::EditReport;
+using Ravik::Project;
+using RavikSrv::Value;
+using RavikSrv::ValueType;
+
+std::string const domain(Ravik::recipe_domain);
+
+/// A project file with the symbols "s0" to "s99", which nobody serves.
+std::string project_file()
+{
+    std::string symbols;
+    for (int index = 0; index < 100; ++index)
+    {
+        symbols += std::string(symbols.empty() ? "" : ",") + "\"s" + std::to_string(index) +
+                   R"(":{"DOMAIN":"RavikSrv","SCHEMA":{"type":"number"}})";
+    }
+    return R"({"extensions":[{"domain":"RavikRecipeManagement","library":")" RECIPE_MANAGEMENT_LIBRARY
+           R"("}],"symbols":{)" +
+           symbols + "}}";
+}
+
+/// A type "T" with so many members, and recipes of it, a tenth of them in each of the folders "F0" to "F9".
+Value plant(int recipes, int values)
+{
+    Value lists(ValueType::Map);
+    auto& members = lists["recipeTypeList"]["T"]["members"];
+    members.set_type(ValueType::Map);
+    Value recipe(ValueType::Map);
+    recipe.insert("recipeTypeName", Value("T"));
+    recipe["values"].set_type(ValueType::Map);
+    for (int index = 0; index < values; ++index)
+    {
+        auto const number = std::to_string(index);
+        members[("m" + number).c_str()].insert("symbol", Value(("s" + number).c_str()));
+        recipe["values"].insert(("m" + number).c_str(), Value(index + 0.5));
+    }
+    auto& list = lists["recipeList"];
+    list.set_type(ValueType::Map);
+    for (int index = 0; index < recipes; ++index)
+    {
+        recipe["values"].insert_or_update("m0", Value(index));
+        list[("F" + std::to_string(index % 10)).c_str()].insert(("recipe" + std::to_string(index)).c_str(), recipe);
+    }
+    return lists;
+}
+
+class Plant
+{
+public:
+    Plant(int recipes, int values)
+    {
+        m_folder.write("ravik.json", project_file());
+        project = Project::open(m_folder.path());
+        made(project->import(domain, plant(recipes, values), {}));
+    }
+
+    static void made(EditReport const& report)
+    {
+        if (!report.succeeded())
+        {
+            throw std::runtime_error(report.path + ": " + report.text);
+        }
+    }
+
+    void save(int recipe, int value) const
+    {
+        auto const name = "recipeList::F" + std::to_string(recipe % 10) + "::recipe" + std::to_string(recipe);
+        made(project->set(domain, name + "::values::m1", Value(value)));
+    }
+
+    std::filesystem::path const& path() const { return m_folder.path(); }
+
+private:
+    Ravik::Testing::TemporaryFolder m_folder;
+
+public:
+    std::unique_ptr<Project> project;
+};
+
+double seconds(std::function<void()> const& work)
+{
+    auto const start = std::chrono::steady_clock::now();
+    work();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+// The edits; each answers the seconds of its fastest run.
+// --------------------------------------------------------------
+
+double rename_type(int recipes)
+{
+    Plant const plant(recipes, 10);
+    auto best = 1e9;
+    for (int run = 0; run < 4; ++run)
+    {
+        auto const* const from = run % 2 == 0 ? "recipeTypeList::T" : "recipeTypeList::Renamed";
+        auto const* const to = run % 2 == 0 ? "recipeTypeList::Renamed" : "recipeTypeList::T";
+        best = std::min(best, seconds([&] { Plant::made(plant.project->rename(domain, from, to, {})); }));
+    }
+    return best;
+}
+
+double delete_folder(int recipes)
+{
+    Plant const plant(recipes, 10);
+    auto best = 1e9;
+    for (int run = 0; run < 3; ++run)
+    {
+        auto const folder = "recipeList::F" + std::to_string(run);
+        best = std::min(best, seconds([&] { Plant::made(plant.project->remove(domain, folder, {})); }));
+    }
+    return best;
+}
+
+double import_recipes(int recipes)
+{
+    Plant const empty(0, 0);
+    auto const data = plant(recipes, 100);
+    auto best = 1e9;
+    for (int run = 0; run < 2; ++run)
+    {
+        best = std::min(best, seconds([&] { Plant::made(empty.project->import(domain, data, {})); }));
+    }
+    return best;
+}
+
+double delete_type(int recipes)
+{
+    Plant const plant(recipes, 10);
+    return seconds([&] { Plant::made(plant.project->remove(domain, "recipeTypeList::T", {})); });
+}
+
+// One value -----------------------------------------------------------------------------------------------------------
+
+struct Saves
+{
+    double in_100 = 0;
+    double in_10000 = 0;
+    double append = 0;
+};
+
+double median(std::vector<double> times)
+{
+    std::nth_element(times.begin(), times.begin() + static_cast<std::ptrdiff_t>(times.size() / 2), times.end());
+    return times[times.size() / 2];
+}
+
+/// By turns, so that whatever else happens on the machine meets all three alike.
+Saves save_one_value()
+{
+    constexpr int runs = 400;
+    Plant const small(100, 100);
+    Plant const large(10'000, 100);
+    auto const row = Ravik::Json::write(large.project->get(domain, "recipeList::F0::recipe0").value);
+    auto const file = open((large.path() / "append").c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
+    std::vector<double> times[3];
+    for (int run = 0; run < runs; ++run)
+    {
+        times[0].push_back(seconds([&] { small.save(run * 37 % 100, run); }));
+        times[1].push_back(seconds([&] { large.save(run * 3701 % 10'000, run); }));
+        times[2].push_back(seconds(
+            [&]
+            {
+                if (write(file, row.data(), row.size()) != static_cast<ssize_t>(row.size()) || fdatasync(file) != 0)
+                {
+                    throw std::runtime_error("the file can't be written");
+                }
+            }));
+    }
+    close(file);
+    return {.in_100 = median(times[0]), .in_10000 = median(times[1]), .append = median(times[2])};
+}
+
+// The table -----------------------------------------------------------------------------------------------------------
+
+bool is_any_missed = false;
+
+void row(char const* what, double time, char const* against, double other, double mark)
+{
+    auto const ratio = time / other;
+    auto const missed = mark > 0 && ratio > mark;
+    is_any_missed = is_any_missed || missed;
+    std::printf("%-44s %12.3f ms   %6.2f x %-24s", what, time * 1e3, ratio, against);
+    std::printf(mark > 0 ? "mark %5.1f  %s\n" : "\n", mark, missed ? "MISSED" : "kept");
+    std::fflush(stdout);
+}
+
+void compare_sizes(char const* what, double (*edit)(int))
+{
+    auto const small = edit(1'000);
+    row(what, edit(10'000), "that of 1,000", small, 12);
+}
+
+} // namespace
+
+int main()
+{
+    try
+    {
+        auto const saves = save_one_value();
+        row("save one value in 10,000 recipes", saves.in_10000, "that in 100", saves.in_100, 2);
+        row("save one value in 10,000 recipes", saves.in_10000, "append and fdatasync", saves.append, 3);
+        compare_sizes("rename a type that 10,000 recipes use", rename_type);
+        compare_sizes("delete a folder of 1,000 in 10,000 recipes", delete_folder);
+        compare_sizes("import 10,000 recipes of 100 values", import_recipes);
+        auto previous = delete_type(100);
+        for (auto const recipes : {1'000, 10'000})
+        {
+            auto const time = delete_type(recipes);
+            auto const what = "delete a type with " + std::to_string(recipes) + " recipes";
+            row(what.c_str(), time, "that with a tenth", previous, 0);
+            previous = time;
+        }
+        return is_any_missed ? 1 : 0;
+    }
+    catch (std::exception const& error)
+    {
+        std::fprintf(stderr, "benchmark_edits: %s\n", error.what());
+        return 1;
+    }
+}

@@ -1,0 +1,128 @@
+#include "RavikRecipeManagement.h"
+#include "configuration_keys.h"
+#include "result_pair.h"
+#include "value_text.h"
+
+#include "PathIterator.h"
+#include "algorithm_helper.h"
+#include "api_helper.h"
+
+#include <utility>
+
+namespace RecipeManagement
+{
+
+namespace Algorithm = RavikSrv::Algorithm;
+using RavikSrv::ErrorValue;
+using RavikSrv::ResultPair;
+using RavikSrv::Value;
+using RavikSrv::ValueType;
+
+ResultPair RavikRecipeManagement::validate_recipe_values(Value const& config, std::string const& path,
+                                                         Value const& recipe)
+{
+    SymbolList symbols;
+    auto walked_config = config;
+    auto recipe_path = path;
+    if (auto result = get_symbol_data(walked_config, recipe_path, symbols, recipe, path); failed(result))
+    {
+        return result;
+    }
+    auto const& values = recipe[Key::values];
+    if (values.type() != ValueType::Map)
+    {
+        return ErrorValue::SUCCESS;
+    }
+    auto const members_path = join_path(add_path_recipetypelist(text_of(recipe[Key::recipe_type_name])), Key::members);
+    if (RavikSrv::node_path(members_path, std::as_const(walked_config)).node == nullptr)
+    {
+        return failure(ErrorValue::TYPE_MISSING, RecipeResult::MISSING_RECIPETYPE_MEMBERS);
+    }
+    auto const symbol_table = read_symbol_table();
+    for (auto const& record : symbols)
+    {
+        if (record.is_recipetype)
+        {
+            continue;
+        }
+        if (auto result = validate_recipe_value(record, values, symbol_table); failed(result))
+        {
+            return result;
+        }
+    }
+    return ErrorValue::SUCCESS;
+}
+
+namespace
+{
+
+/// The part of a symbol's schema that describes what stands at `path` below the symbol; null, which every value fits,
+/// where the schema does not say.
+Value schema_below(Value const& schema, std::string const& path)
+{
+    auto const* part = &schema;
+    for (RavikSrv::PathIterator components(path); part != nullptr && components.next();)
+    {
+        auto const& name = components.component();
+        if (name.empty() && path.front() == '[')
+        {
+            // What stands in front of the symbol's own index.
+            continue;
+        }
+        auto const* const items = RavikSrv::node(part, "items");
+        std::size_t index = 0;
+        if (items != nullptr && Algorithm::try_as_size_t(name, index))
+        {
+            part = items->type() == ValueType::Vector ? items->get_vector().get(index) : items;
+        }
+        else
+        {
+            part = RavikSrv::node(RavikSrv::node(part, "properties"), name);
+        }
+    }
+    if (part == nullptr)
+    {
+        return {};
+    }
+    auto result = *part;
+    // References of the part lead to the definitions of the whole.
+    if (auto const* const definitions = RavikSrv::node(&schema, "definitions");
+        part != &schema && definitions != nullptr && result.type() == ValueType::Map)
+    {
+        result.insert("definitions", *definitions);
+    }
+    return result;
+}
+
+/// What the host says about the value of a recipe, with the value's name.
+ResultPair naming(ResultPair const& result, char const* name)
+{
+    std::string const text = Algorithm::empty(result.text()) ? name : result.text() + (" [" + std::string(name)) + "]";
+    return {result.result(), text.c_str()};
+}
+
+} // namespace
+
+ResultPair RavikRecipeManagement::validate_recipe_value(SymbolData const& record, Value const& values,
+                                                        Value const& symbol_table)
+{
+    auto const& schema = symbol_table[RavikSrv::name_from_path(record.symbol.c_str()).c_str()][Key::symbol_schema];
+    if (!schema.isset())
+    {
+        return {ErrorValue::SYMBOL_NOT_MAPPED, record.symbol.c_str()};
+    }
+    auto const value = values.find(record.name.c_str());
+    // A record may have its value from a nested recipe, which is checked for itself.
+    if (internal_host == nullptr || !record.value.isset() || value == values.end())
+    {
+        return ErrorValue::SUCCESS;
+    }
+    auto const part = schema_below(schema, RavikSrv::path_from_symbol(record.symbol.c_str()));
+    if (auto const result = internal_host->validate(part, *value, ""); failed(result))
+    {
+        return naming(result, value.name());
+    }
+    return internal_host->validate(record.schema, *value, "");
+}
+
+} // namespace RecipeManagement

@@ -1,0 +1,240 @@
+#include "RecipeNotation.h"
+#include "ResultText.h"
+
+#include <gtest/gtest.h>
+
+using namespace Ravik::Test;
+using namespace RavikSrv;
+
+namespace
+{
+
+/// Here a schema is the largest value that fits, with no text in the answer where it is odd.
+ResultPair check_limit(Value const& schema, Value const& value)
+{
+    if (schema.type() != ValueType::Int || value.get_int32() <= schema.get_int32())
+    {
+        return {};
+    }
+    return {ErrorValue::RANGE_MISMATCH, schema.get_int32() % 2 == 0 ? "too large" : ""};
+}
+
+class ImportChange : public testing::Test, protected RecipeManagementFixture
+{
+protected:
+    ImportChange()
+    {
+        auto& table = host.configuration["RavikSrv"]["SYMBOLS"];
+        table["A"]["SCHEMA"] = 10;
+        table["B"]["SCHEMA"] = 7;
+        auto& schema = table["D"]["SCHEMA"];
+        schema["properties"]["x"]["items"] << Value(2) << Value(4);
+        schema["items"]["properties"]["y"] = 6;
+        schema["definitions"]["known"] = true;
+        host.on_validate = check_limit;
+        host.on_validate_symbol = [&table](char const* symbol, Value const& value)
+        { return check_limit(std::as_const(table)[symbol]["SCHEMA"], value); };
+    }
+
+    std::string before(std::string const& path, Value value, char const* type, Value const& import_data = {})
+    {
+        auto const& context = extension.context();
+        auto const changed = text_of(extension.changes().before_change(context, path.c_str(), value, type));
+        auto const imported =
+            text_of(extension.exports().before_import(context, path.c_str(), value, import_data, type));
+        EXPECT_TRUE(!import_data.empty() || changed == imported) << path;
+        return imported;
+    }
+
+    std::string before_type(std::string const& notation, Value const& import_data = {})
+    {
+        auto const types = types_of(notation);
+        return before(std::string("recipeTypeList::") + types.begin().name(), *types.begin(), "recipeType",
+                      import_data);
+    }
+
+    std::string before_recipe(std::string const& notation, Value const& import_data = {})
+    {
+        auto const recipes = recipes_of(notation);
+        return before(std::string("recipeList::") + recipes.begin().name(), *recipes.begin(), "recipe", import_data);
+    }
+};
+
+} // namespace
+
+TEST_F(ImportChange, reserves_words_and_checks_symbols)
+{
+    for (auto const* path : {"recipeList::my members", "recipeList::options", "recipeList::xvaluesx",
+                             "recipeTypeList::recipeTypeNames", "recipeList::recipeTypeName::R", "recipeList::members",
+                             "recipeList::recipeTypeList", "xrecipeTypeList", "recipeTypeList::F::options"})
+    {
+        EXPECT_EQ(before(path, {}, "recipe"), "BLACKLISTED | recipe") << path;
+        EXPECT_EQ(before(path, {}, "recipeType"), "BLACKLISTED | recipeType") << path;
+        EXPECT_EQ(before(path, {}, ""), "SUCCESS | ") << path;
+        EXPECT_EQ(before(path, {}, "ravik:server#/x"), "SUCCESS | ") << path;
+    }
+    for (auto const* path : {"recipeList", "recipeTypeList", "", "recipeList::Members", "recipeTypeList::Options::T"})
+    {
+        EXPECT_EQ(before(path, {}, "recipe"), "SUCCESS | ") << path;
+    }
+    std::string const member = "recipeTypeList::T::members::a::";
+    std::tuple<std::string, Value, char const*> const cases[] = {
+        {member + "symbol", Value("A"), "SUCCESS | "},
+        {member + "symbol", Value("Z"), "SYMBOL_NOT_MAPPED | Z"},
+        {member + "symbol", Value("A::x[1]"), "SUCCESS | "},
+        {member + "symbol", Value("Z::A"), "SYMBOL_NOT_MAPPED | Z::A"},
+        {member + "symbol", Value(5), "SUCCESS | "},
+        {member + "symbols", Value("Z"), "SUCCESS | "},
+        {"recipeList::symbol", Value("Z"), "SUCCESS | "},
+    };
+    for (auto const& [path, value, answer] : cases)
+    {
+        EXPECT_EQ(before(path, value, ""), answer) << path;
+    }
+    EXPECT_EQ(before("recipeTypeList::symbol", Value("Z"), "recipeType"), "SYMBOL_NOT_MAPPED | Z");
+}
+
+TEST_F(ImportChange, keeps_nested_and_inherited_types_apart)
+{
+    auto const equal = [](std::string const& name)
+    { return "INVALID_PARAMETER | " + name + " - INHERITED_AND_NESTED_RECIPETYPE_IS_EQUAL"; };
+    configure("P(Q,G) { } G(H) { } H { } L(M) { } M(L) { } F::I(J) { }", "");
+    std::pair<char const*, std::string> const cases[] = {
+        {"T(P) { n>p }", equal("p")},
+        {"T(H,P) { n>U m>g }", equal("g")},
+        {"T(P) { n>H }", "SUCCESS | "},
+        {"T(L) { n>L }", equal("L")},
+        {"T(L) { n>m }", equal("m")},
+        {"T(Gone,,P) { n>U }", "SUCCESS | "},
+        {"T(F::I) { n>J }", equal("J")},
+        {"T(p) { n>G }", "SUCCESS | "},
+        {"T(P) { a:A=11 n>P }", "RANGE_MISMATCH | Invalid default value at: A"},
+        {"T(P) { n>P a:A=11 }", equal("P")},
+        {"T(P) { n:A=11>P }", equal("P")},
+        {"T { a:A=10 b:B=8 }", "RANGE_MISMATCH | Invalid default value at: B"},
+        {"T { a:A=10 b:B=7 n>T }", "SUCCESS | "},
+    };
+    for (auto const& [type, answer] : cases)
+    {
+        EXPECT_EQ(before_type(type), answer) << type;
+    }
+    EXPECT_EQ(before_type("T(P) { n>G }", configuration_of("P(R) { }", "")), "SUCCESS | ");
+    EXPECT_EQ(before_type("T(P) { n>r }", configuration_of("P(R) { }", "")), equal("r"));
+    Value type = types_of("T { a:A=11 }")["T"];
+    auto const with = [&](char const* key, Value const& value)
+    {
+        type["members"]["a"][key] = value;
+        return before("recipeTypeList::T", type, "recipeType");
+    };
+    EXPECT_EQ(with("schema", Value(8)), "RANGE_MISMATCH | too large") << "before the symbol's";
+    EXPECT_EQ(with("schema", Value(20)), "RANGE_MISMATCH | Invalid default value at: A");
+    EXPECT_EQ(with("symbol", Value()), "SUCCESS | ");
+    EXPECT_EQ(with("schema", Value(8)), "RANGE_MISMATCH | too large");
+    EXPECT_EQ(with("schema", Value()), "SUCCESS | ");
+    EXPECT_EQ(before("recipeTypeList::T", type, "other"), "SUCCESS | ");
+}
+
+TEST_F(ImportChange, holds_recipes_against_their_type)
+{
+    configure("T { a:A b:B n>U } U { d:D } E { } C { c:C } V(E) { } W { x:D::x[1] y:D[0]::y u:D::z[7] } L(L) { } "
+              "N { n>N } H { h:Z } K { n>O } O { o:A } F::T(T) { }",
+              "S:U { d=9 } Q:O { o=99 }");
+    auto const missing = [](char const* type) { return std::string("TYPE_MISSING | ") + type; };
+    std::pair<char const*, std::string> const cases[] = {
+        {"R: { a=11 }", "SUCCESS | "},
+        {"R:Gone { }", missing("Gone")},
+        {"R:F { }", missing("MISSING_RECIPETYPE_MEMBERS")},
+        {"R:T { a=10 b=7 other=99 n=S }", "SUCCESS | "},
+        {"R:T { a=11 b=8 }", "RANGE_MISMATCH | too large [a]"},
+        {"R:T { a=10 b=8 }", "RANGE_MISMATCH | b"},
+        {"R:F::T { a=11 }", "RANGE_MISMATCH | too large [a]"},
+        {"R:K { n=Q }", "SUCCESS | "},
+        {"R:C { }", "SYMBOL_NOT_MAPPED | C"},
+        {"R:H { }", "SYMBOL_NOT_MAPPED | Z"},
+        {"R:L { }", "RECURSION | "},
+        {"R:N { }", "RECURSION | "},
+        {"R:W { x=4 y=6 u=99 }", "SUCCESS | "},
+        {"R:W { x=5 }", "RANGE_MISMATCH | too large [x]"},
+        {"R:W { y=7 }", "RANGE_MISMATCH | too large [y]"},
+    };
+    for (auto const& [recipe, answer] : cases)
+    {
+        EXPECT_EQ(before_recipe(recipe), answer) << recipe;
+    }
+    auto const gone = configuration_of("X { a:A }", "");
+    EXPECT_EQ(before_recipe("R:X { a=11 }", gone), "RANGE_MISMATCH | too large [a]");
+    EXPECT_EQ(before_recipe("R:T { a=11 }", gone), "TYPE_MISSING | MISSING_RECIPETYPE - T") << "not found by fallback";
+    EXPECT_EQ(before_recipe("R:Gone { }", gone), "TYPE_MISSING | Gone");
+    EXPECT_EQ(before_recipe("R:T { a=11 }", configuration_of("T { a:D }", "")), "SUCCESS | ");
+    EXPECT_EQ(before_recipe("R:T { }", Value(1)), "TYPE_MISSING | T") << "neither list";
+
+    auto& types = host.configuration[domain]["recipeTypeList"];
+    types["T"]["members"]["b"]["schema"] = 6;
+    EXPECT_EQ(before_recipe("R:T { b=7 }"), "RANGE_MISMATCH | too large");
+    types["Y"]["members"]["y"]["symbol"] = "D[0]";
+    EXPECT_EQ(before_recipe("R:Y { y=7 }"), "SUCCESS | ");
+    host.on_validate = [](Value const& schema, Value const&)
+    { return ResultPair(schema["definitions"]["known"].get_bool() ? ErrorValue::FORMAT : ErrorValue::SUCCESS); };
+    EXPECT_EQ(before_recipe("R:Y { y=7 }"), "FORMAT | y") << "a part of a schema may refer to them";
+    auto recipe = recipes_of("R:C { }")["R"];
+    recipe["values"] = "no map";
+    EXPECT_EQ(before("recipeList::R", recipe, "recipe"), "SUCCESS | ");
+    EXPECT_EQ(before("recipeList::R", recipe, "recipeType"), "SUCCESS | ");
+}
+
+TEST(ImportChangeAlone, makes_the_other_checks_without_the_hosts_validation)
+{
+    /// Offers nothing but the basic interface.
+    struct PlainHost : IRavikSrvExtHost
+    {
+        ErrorValue execute_command_group(Context const&, CommandGroup*) override { return ErrorValue::FAIL; }
+        ErrorValue execute_command(Context const&, Command*) override { return ErrorValue::FAIL; }
+        void register_listener(Context const&, IRavikSrvListener*) override {}
+        void register_listener(Context const&, IRavikSrvListener* registered, Value const&) override
+        {
+            listener = dynamic_cast<IRavikSrvConfigListener*>(registered);
+        }
+        ErrorValue set_config_value(Context const&, char const*, Value const*) override { return ErrorValue::FAIL; }
+        Value get_config_value(Context const&, char const* path) override { return node_path(path, config).node[0]; }
+
+        Value const config = []
+        {
+            auto made = configuration_of("T { a:A z:Z } U { a:A }", "");
+            made["SYMBOLS"]["A"]["SCHEMA"] = 10;
+            return made;
+        }();
+        IRavikSrvConfigListener* listener = nullptr;
+    } host;
+    IRavikSrvExt* made = nullptr;
+    double version = 0;
+    LoadedExtension::entry(RECIPE_MANAGEMENT_LIBRARY)(&host, &made, &version);
+    std::unique_ptr<IRavikSrvExt> const extension(made);
+    extension->init(Context());
+    auto const before = [&](char const* path, Value value, char const* type)
+    { return text_of(host.listener->before_change(Context(), path, value, type)); };
+    EXPECT_EQ(before("recipeTypeList::T", types_of("T { a:A=11 }")["T"], "recipeType"), "SUCCESS | ");
+    EXPECT_EQ(before("recipeTypeList::T", types_of("T(P) { n>P }")["T"], "recipeType").substr(0, 17),
+              "INVALID_PARAMETER");
+    EXPECT_EQ(before("recipeList::R", recipes_of("R:U { a=11 }")["R"], "recipe"), "SUCCESS | ");
+    EXPECT_EQ(before("recipeList::R", recipes_of("R:T { }")["R"], "recipe"), "SYMBOL_NOT_MAPPED | Z");
+}
+
+TEST_F(ImportChange, neither_stalls_nor_throws)
+{
+    std::string types = "T30 { a:A } ";
+    for (int i = 0; i < 30; ++i)
+    {
+        auto const next = ">T" + std::to_string(i + 1) + " ";
+        types += "T" + std::to_string(i) + " { a" + next + "b" + next + "c" + next + "} ";
+        types += "I" + std::to_string(i) + "(I" + std::to_string((i + 1) % 30) + ",I0,I1,I2) { } ";
+    }
+    configure(types, "");
+    EXPECT_EQ(before_recipe("R:T10 { }"), "RECURSION | ");
+    EXPECT_EQ(before_recipe("R:T11 { }"), "REQUEST_TOO_LARGE | REQUEST_TOO_LARGE");
+    EXPECT_EQ(before_type("X(I0,I1,I2,I3,I4,I5) { n>T0 m>I7 }"), "SUCCESS | ");
+    host.call_count = 0;
+    host.throwing_call = 1;
+    EXPECT_EQ(text_of(extension.changes().before_change(extension.context(), "recipeTypeList::T",
+                                                        types_of("T { }")["T"], "recipeType")),
+              "UNEXPECTED | unexpected failure: host out of order");
+}
