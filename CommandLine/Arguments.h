@@ -16,6 +16,8 @@ enum class Option
     domain,
     wait,
     force,
+    dry_run,
+    replace,
     json,
     help,
     version,

@@ -1,8 +1,10 @@
 #include "Command.h"
 
 #include "configuration_commands.h"
+#include "edit_commands.h"
 #include "function_commands.h"
 #include "project_commands.h"
+#include "recipe_commands.h"
 #include "symbol_commands.h"
 
 #include <array>
@@ -16,7 +18,7 @@ namespace
 
 constexpr auto any_number = std::numeric_limits<std::size_t>::max();
 
-constexpr std::array<CommandEntry, 9> command_table{{
+constexpr std::array<CommandEntry, 17> command_table{{
     {"init",
      "[DIR]",
      0,
@@ -47,6 +49,62 @@ Examples:
 )",
      {},
      activate},
+    {"read",
+     "RECIPE",
+     1,
+     1,
+     "Show a recipe's values beside those in the controllers",
+     R"(
+Reads the symbols of the recipe and marks the values that differ from the stored
+ones. Nothing is changed.
+
+Examples:
+  ravik read Bread
+)",
+     {},
+     read},
+    {"active",
+     "[RECIPE…]",
+     0,
+     any_number,
+     "List the recipes that stand in the controllers now",
+     R"(
+A recipe is active when the controllers hold all of its values. Without names all
+recipes are examined; those that can't be read are named with the reason.
+
+Examples:
+  ravik active
+  ravik active Bread Pizza
+)",
+     {},
+     active},
+    {"recipes",
+     "TYPE",
+     1,
+     1,
+     "List the recipes of a recipe type",
+     R"(
+Recipes of types that inherit from TYPE are listed too.
+
+Examples:
+  ravik recipes Dough
+)",
+     {},
+     recipes},
+    {"update",
+     "RECIPE",
+     1,
+     1,
+     "Bring a recipe into line with its type",
+     R"(
+Drops values whose member is gone, fills in members that are missing with their
+defaults, and resets values that do not fit their symbol. Prints what changed.
+
+Examples:
+  ravik update Bread
+)",
+     {},
+     update},
     {"call",
      "FUNCTION [JSON]",
      1,
@@ -86,13 +144,15 @@ Examples:
      R"(
 FILE, or standard input for "-", holds an object with "recipeTypeList" and
 "recipeList". Folders are merged, an entry replaces the one of its name. One
-entry that is refused refuses the whole file.
+entry that is refused refuses the whole file; --dry-run tells of every one.
+With --replace the file becomes the whole configuration.
 
 Examples:
   ravik import recipes.json
+  ravik import --dry-run recipes.json
   ravik --project old export - | ravik --project new import -
 )",
-     {Option::domain},
+     {Option::domain, Option::dry_run, Option::replace},
      import},
     {"export",
      "[FILE]",
@@ -109,6 +169,67 @@ Examples:
 )",
      {Option::domain, Option::force},
      export_lists},
+    {"set",
+     "PATH JSON",
+     2,
+     2,
+     "Write an entry of the configuration",
+     R"(
+The value takes the place of what stands at PATH; folders that are missing are
+made. Entries never disappear this way: they are deleted by their names.
+
+Examples:
+  ravik set recipeList::Bread::values::Speed 130.0
+  ravik set 'recipeList::Shift 1' '{}'
+)",
+     {Option::domain},
+     set},
+    {"delete",
+     "PATH",
+     1,
+     1,
+     "Delete an entry of the configuration",
+     R"(
+Everything that refers to the entry follows: recipes of a deleted type go with it,
+values that name a deleted recipe are emptied. The edit is rehearsed first, and
+refused where something else would be touched or something left behind; --force
+goes ahead all the same, --dry-run only shows the rehearsal.
+
+Examples:
+  ravik delete --dry-run recipeTypeList::Dough
+  ravik delete recipeList::Pizza
+)",
+     {Option::domain, Option::force, Option::dry_run},
+     remove},
+    {"rename",
+     "PATH NEW_PATH",
+     2,
+     2,
+     "Rename or move an entry of the configuration",
+     R"(
+Both paths are full paths. Everything that refers to the entry is rewritten. The
+edit is rehearsed first, as with 'delete'.
+
+Examples:
+  ravik rename recipeTypeList::Dough recipeTypeList::Doughs::Wheat
+  ravik rename recipeTypeList::Dough::members::Speed recipeTypeList::Dough::members::Pace
+)",
+     {Option::domain, Option::force, Option::dry_run},
+     rename},
+    {"check",
+     "",
+     0,
+     0,
+     "List the references that lead nowhere",
+     R"(
+Recipes of a missing type, types that inherit or nest a missing one, values of
+missing members and names of missing recipes. Exits with 1 where there is one.
+
+Examples:
+  ravik check
+)",
+     {Option::domain},
+     check},
     {"symbols",
      "",
      0,

@@ -1,5 +1,6 @@
 #include "configuration_commands.h"
 
+#include "configuration_answer.h"
 #include "recipe_names.h"
 #include "text_file.h"
 #include "text_width.h"
@@ -12,36 +13,8 @@ namespace Ravik::CommandLine
 namespace
 {
 
-using RavikSrv::ErrorValue;
 using RavikSrv::Value;
 using RavikSrv::ValueType;
-
-/// The outcome's failure, with the path that caused it where the text does not name it.
-Answer configuration_answer(ConfigurationOutcome const& outcome)
-{
-    auto text = outcome.text;
-    if (!outcome.succeeded() && !outcome.path.empty() && text.find(outcome.path) == std::string::npos)
-    {
-        text = outcome.path + (text.empty() ? "" : ": " + text);
-    }
-    return answer_of(outcome.error, text);
-}
-
-/// Reads a file that the user names; a fault in it is told with its place.
-Value read_json(std::string const& file)
-{
-    auto const text = read_text(file);
-    try
-    {
-        return Json::parse(text);
-    }
-    catch (Json::ParseError const& error)
-    {
-        throw Failure(ErrorValue::SYNTAX, (file == "-" ? "standard input" : file) + ':' +
-                                              std::to_string(error.location().line) + ':' +
-                                              std::to_string(error.location().column) + ": " + error.what());
-    }
-}
 
 /// What an export holds: the two lists that an import reads, without anything else that the extension may keep.
 Value exported(Value const& configuration, std::string const& domain)
@@ -59,14 +32,6 @@ Value exported(Value const& configuration, std::string const& domain)
     return lists;
 }
 
-Value count_value(Value const& configuration)
-{
-    Value counts;
-    counts.insert("recipeTypes", static_cast<long>(recipe_type_names(configuration["recipeTypeList"]).size()));
-    counts.insert("recipes", static_cast<long>(recipe_names(configuration["recipeList"]).size()));
-    return counts;
-}
-
 } // namespace
 
 Answer get(Invocation& invocation)
@@ -78,19 +43,6 @@ Answer get(Invocation& invocation)
     if (outcome.succeeded())
     {
         invocation.output().print(Json::write(outcome.value, Json::Layout::Indented));
-    }
-    return answer;
-}
-
-Answer import(Invocation& invocation)
-{
-    auto const data = read_json(invocation.operands()[0]);
-    auto const outcome = invocation.project().import(invocation.domain(), data);
-    auto answer = configuration_answer(outcome);
-    if (outcome.succeeded())
-    {
-        answer.value = count_value(data);
-        invocation.output().print("Imported " + recipe_counts(data) + '.');
     }
     return answer;
 }

@@ -7,8 +7,6 @@ namespace Ravik::CommandLine
 
 /// get [PATH]
 Answer get(Invocation& invocation);
-/// import FILE
-Answer import(Invocation& invocation);
 /// export [FILE]
 Answer export_lists(Invocation& invocation);
 

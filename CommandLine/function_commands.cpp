@@ -1,6 +1,7 @@
 #include "function_commands.h"
 
 #include "Table.h"
+#include "function_answer.h"
 #include "nearest_name.h"
 #include "recipe_names.h"
 #include "text_width.h"
@@ -22,20 +23,6 @@ using RavikSrv::ErrorValue;
 using RavikSrv::Value;
 using RavikSrv::ValueType;
 
-Answer function_answer(FunctionOutcome const& outcome)
-{
-    if (outcome.error != ErrorValue::SUCCESS)
-    {
-        return answer_of(outcome.error, outcome.text);
-    }
-    Answer answer;
-    answer.result = outcome.result;
-    answer.name = outcome.name;
-    answer.text = outcome.text;
-    answer.value = outcome.value;
-    return answer;
-}
-
 Cell outcome_cell(ExecutedCommand const& command)
 {
     if (command.result == ErrorValue::SUCCESS)
@@ -51,8 +38,9 @@ Cell outcome_cell(ExecutedCommand const& command)
 void print_record(ExecutionRecord const& record, Output& output)
 {
     Table table({"SYMBOL", "DOMAIN", "VALUE", "OUTCOME"});
-    std::size_t all = 0;
-    std::size_t written = 0;
+    // A symbol may be written in more than one group; it counts once.
+    std::set<std::string> symbols;
+    std::set<std::string> failed;
     std::set<std::string> domains;
     for (auto const& group : record)
     {
@@ -63,35 +51,21 @@ void print_record(ExecutionRecord const& record, Output& output)
                 continue;
             }
             table.add({{command.name}, {group.domain}, {Json::write(command.value)}, outcome_cell(command)});
-            ++all;
-            written += command.result == ErrorValue::SUCCESS ? 1U : 0U;
+            symbols.insert(command.name);
+            if (command.result != ErrorValue::SUCCESS)
+            {
+                failed.insert(command.name);
+            }
             domains.insert(group.domain);
         }
     }
     table.print(output);
     auto const where = " in " + counted(domains.size(), "domain");
-    output.print(all == 0         ? "No symbol was written."
-                 : written == all ? counted(all, "symbol") + " written" + where + '.'
-                                  : std::to_string(written) + " of " + counted(all, "symbol") + " written" + where +
-                                        ", " + std::to_string(all - written) + " failed.");
-}
-
-/// The extension answers for an unknown recipe as for one of an unknown type, so the user is told which it is.
-void hint_at_unknown_recipe(Invocation& invocation, std::string const& recipe)
-{
-    auto const path = "recipeList" + RavikSrv::path_separator() + recipe;
-    auto& project = invocation.project();
-    std::string const domain(recipe_domain);
-    if (project.get(domain, path).succeeded())
-    {
-        return;
-    }
-    auto const names = recipe_names(project.get(domain, "recipeList").value);
-    auto const nearest = likely_name(recipe, {names.begin(), names.end()});
-    invocation.output().hint("there is no recipe '" + recipe + "'" +
-                             (names.empty()     ? "; 'import' brings some into the project"
-                              : nearest.empty() ? "; 'get recipeList' shows all"
-                                                : "; did you mean '" + std::string(nearest) + "'?"));
+    auto const written = symbols.size() - failed.size();
+    output.print(symbols.empty()  ? "No symbol was written."
+                 : failed.empty() ? counted(written, "symbol") + " written" + where + '.'
+                                  : std::to_string(written) + " of " + counted(symbols.size(), "symbol") + " written" +
+                                        where + ", " + std::to_string(failed.size()) + " failed.");
 }
 
 /// The server's message says what there is; the hint picks what was probably meant.
@@ -115,9 +89,7 @@ void hint_at_unknown_function(Invocation& invocation, std::string const& domain,
 Answer activate(Invocation& invocation)
 {
     auto const& recipe = invocation.operands()[0];
-    Value parameters(ValueType::Struct);
-    parameters.insert("path", Value(std::string_view(recipe)));
-    auto const outcome = invocation.project().call(std::string(recipe_domain), "ActivateRecipe", parameters);
+    auto const outcome = call_with(invocation, "ActivateRecipe", "path", recipe);
     print_record(outcome.record, invocation.output());
     if (!outcome.succeeded())
     {

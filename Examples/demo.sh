@@ -58,6 +58,32 @@ expect_value Filler.FillVolume '1500(\.0)?'
 expect_value Palletiser.Pattern '"Brick"'
 expect_value Line.ActiveProduct '"Cola 1\.5 l PET"'
 
+heading "Read back, the controllers hold what the recipe says, and the recipe is active"
+expect 0 read Products::Cola1500
+[[ $output != *differs* ]] || fail "no value should differ"
+expect 0 active
+[[ $output == *Products::Cola1500* ]] || fail "the recipe should be active"
+
+heading "Somebody turns the filler down behind the recipe's back: it is no longer active"
+expect 0 symbol set Filler.Speed 200
+expect 0 active Products::Cola1500 Capping::Pco28
+[[ $output != *Products::Cola1500* && $output == *Capping::Pco28* ]] || fail "only the capping should be active"
+expect 0 read Filling::Cola1500
+[[ $output == *differs* ]] || fail "the speed should differ"
+
+heading "The type loses a member; its recipes are brought into line, and one is set up again"
+expect 0 delete recipeTypeList::Filling::Carbonated::members::SnifterTime
+expect 0 update Filling::Lemonade330
+expect 0 update Filling::Cola1500
+[[ $output == *SnifterTime*Deleted* ]] || fail "the value of the lost member should be dropped"
+expect 0 activate Filling::Cola1500
+expect 0 active Products::Cola1500
+[[ $output == *Products::Cola1500* ]] || fail "the recipe should be active again"
+
+heading "A recipe is renamed, and the recipe that names it follows"
+expect 0 rename recipeList::Capping::Pco28 recipeList::Capping::Pco1881
+expect 0 check
+
 heading "A recipe that fails partly: the calibration of the checkweigher is sealed, so one of three values is refused"
 expect 1 activate Service::Checkweigher1500
 [[ $output == *WRITE_PROTECTED* ]] || fail "the refusal should bear the name WRITE_PROTECTED"

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 namespace Ravik
 {
@@ -52,7 +53,32 @@ Value Configuration::tree(std::string const& domain) const
     return found == m_domains.end() ? Value() : found->second.tree;
 }
 
+bool Configuration::is_refusing() const
+{
+    std::lock_guard const lock(m_mutex);
+    return m_failed;
+}
+
 // Saving --------------------------------------------------------------------------------------------------------------
+
+/// The rows that have been brought into line already.
+class Configuration::SavedPlaces
+{
+public:
+    /// Answers whether the row is a new one.
+    bool add(std::string const& domain, std::string const& path) { return m_places.emplace(domain, path).second; }
+
+    /// Forgets the row and all below it.
+    void forget(std::string const& domain, std::string const& path)
+    {
+        m_places.erase({domain, path});
+        // Paths below P stand between P:: and P:; since ; follows : in the order of bytes.
+        m_places.erase(m_places.lower_bound({domain, path + "::"}), m_places.lower_bound({domain, path + ":;"}));
+    }
+
+private:
+    std::set<std::pair<std::string, std::string>> m_places;
+};
 
 void Configuration::save(std::vector<Touched> const& touched)
 {
@@ -63,13 +89,10 @@ void Configuration::save(std::vector<Touched> const& touched)
     m_store->begin();
     try
     {
-        std::set<Touched> saved;
+        SavedPlaces saved;
         for (auto const& place : touched)
         {
-            if (place.removed || saved.insert(place).second)
-            {
-                save_place(place, tree(place.domain));
-            }
+            save_place(place, tree(place.domain), saved);
         }
         m_store->commit();
     }
@@ -81,7 +104,7 @@ void Configuration::save(std::vector<Touched> const& touched)
 }
 
 /// Brings the row, or the rows, that the place lies in into line with the tree as it stands at the end of the edit.
-void Configuration::save_place(Touched const& place, Value const& tree)
+void Configuration::save_place(Touched const& place, Value const& tree, SavedPlaces& saved)
 {
     auto const found = locate(place.path, tree);
     if (is_fixed(place.domain, found.owner))
@@ -89,20 +112,31 @@ void Configuration::save_place(Touched const& place, Value const& tree)
         return;
     }
     auto const* const node = RavikSrv::node_path(found.owner, tree).node;
-    if (node == nullptr || (place.removed && found.owner == place.path))
+    auto const gone = place.removed && found.owner == place.path;
+    if (gone)
     {
-        // What was removed and written again has gone to the end of its map, and so does its row.
-        m_store->erase(place.domain, found.owner);
+        // What is written again goes to the end of its map, and so does its row: its own turn comes.
+        m_store->erase(place.domain, place.path);
+        saved.forget(place.domain, place.path);
     }
-    if (node != nullptr && found.kind == EntryKind::Folder)
+    auto const unmade = Tree::split_last(found.owner);
+    if (gone && locate(unmade.parent, tree).kind == EntryKind::Folder && makes_entry(unmade.parent, unmade.name))
+    {
+        // An entry that lost what made it one is a folder now.
+        saved.forget(place.domain, unmade.parent);
+        save_folder(place.domain, unmade.parent, tree);
+    }
+    if (gone || node == nullptr || !saved.add(place.domain, found.owner))
+    {
+        return;
+    }
+    if (found.kind == EntryKind::Folder)
     {
         save_folder(place.domain, found.owner, tree);
+        return;
     }
-    else if (node != nullptr)
-    {
-        m_store->erase_below(place.domain, found.owner);
-        m_store->put(place.domain, found.owner, node);
-    }
+    m_store->erase_below(place.domain, found.owner);
+    m_store->put(place.domain, found.owner, node);
 }
 
 void Configuration::save_folder(std::string const& domain, std::string const& path, Value const& tree)
@@ -121,12 +155,9 @@ void Configuration::save_folder(std::string const& domain, std::string const& pa
 // Turns ---------------------------------------------------------------------------------------------------------------
 
 Configuration::Turn::Turn(Configuration& configuration)
-    : m_configuration(configuration), m_lock(configuration.m_turn_mutex), m_outer(configuration.m_outermost)
+    : m_configuration(configuration), m_lock(configuration.m_turn_mutex),
+      m_outer(std::exchange(configuration.m_innermost, this))
 {
-    if (m_outer == nullptr)
-    {
-        m_configuration.m_outermost = this;
-    }
 }
 
 Configuration::Turn::~Turn()
@@ -135,10 +166,7 @@ Configuration::Turn::~Turn()
     {
         take_back();
     }
-    if (m_outer == nullptr)
-    {
-        m_configuration.m_outermost = nullptr;
-    }
+    m_configuration.m_innermost = m_outer;
 }
 
 ErrorValue Configuration::Turn::write(std::string const& domain, std::string const& path, Value const& value,
@@ -156,12 +184,12 @@ ErrorValue Configuration::Turn::remove(std::string const& domain, std::string co
 
 template <typename Edit> ErrorValue Configuration::Turn::edit(std::string const& domain, Edit change_tree)
 {
+    std::vector<Tree::Change> changes;
+    std::lock_guard const lock(m_configuration.m_mutex);
     if (m_configuration.m_failed)
     {
         return ErrorValue::STORAGE;
     }
-    std::vector<Tree::Change> changes;
-    std::lock_guard const lock(m_configuration.m_mutex);
     auto const found = m_configuration.m_domains.find(domain);
     if (found == m_configuration.m_domains.end())
     {
@@ -196,6 +224,7 @@ ErrorValue Configuration::Turn::commit()
     catch (std::exception const& error)
     {
         m_failure = error.what();
+        std::lock_guard const lock(m_configuration.m_mutex);
         m_configuration.m_failed = true;
         return ErrorValue::STORAGE_STORE;
     }

@@ -47,6 +47,8 @@ public:
     bool is_fixed(std::string const& domain, std::string const& path) const;
     /// The domain's whole configuration as it stands; a null value for an unknown domain.
     RavikSrv::Value tree(std::string const& domain) const;
+    /// Whether nothing is edited any more since a commit failed; see `Turn::commit`.
+    bool is_refusing() const;
 
 private:
     struct Domain
@@ -56,8 +58,10 @@ private:
         std::set<std::string> fixed;
     };
 
+    class SavedPlaces;
+
     void save(std::vector<Touched> const& touched);
-    void save_place(Touched const& place, RavikSrv::Value const& tree);
+    void save_place(Touched const& place, RavikSrv::Value const& tree, SavedPlaces& saved);
     void save_folder(std::string const& domain, std::string const& path, RavikSrv::Value const& tree);
 
     std::unique_ptr<Store> m_store;
@@ -66,7 +70,7 @@ private:
     std::map<std::string, Domain> m_domains;
     /// The turn: one thread at a time, as often as it likes. The one lock that is held while extensions are called.
     std::recursive_mutex m_turn_mutex;
-    Turn* m_outermost = nullptr;
+    Turn* m_innermost = nullptr;
     /// Set when a commit failed: the listeners have been told what did not last, so nothing is edited until a restart.
     bool m_failed = false;
 };
@@ -93,6 +97,9 @@ public:
     RavikSrv::ErrorValue commit();
     std::string const& failure() const noexcept { return m_failure; }
 
+    /// Takes back what was written in this turn and in those that joined it and have ended.
+    void take_back() noexcept;
+
     /// What this turn, and the turns that joined it and have ended, touched so far, in their order.
     std::vector<Touched> const& touched() const noexcept { return m_touched; }
 
@@ -104,7 +111,6 @@ private:
     };
 
     template <typename Edit> RavikSrv::ErrorValue edit(std::string const& domain, Edit change_tree);
-    void take_back() noexcept;
 
     Configuration& m_configuration;
     std::unique_lock<std::recursive_mutex> m_lock;

@@ -36,17 +36,24 @@ ErrorValue ConfigurationWriter::write(Context const& context, std::string const&
     return turn.commit();
 }
 
+/// What stands at the path. The tree itself is not held on to, so that the write need not copy the maps on its way.
+std::pair<Value, EntryKind> ConfigurationWriter::find(std::string const& domain, std::string const& path) const
+{
+    auto const tree = m_configuration.tree(domain);
+    auto const* const node = RavikSrv::node_path(path, tree).node;
+    return {node == nullptr ? Value() : *node, locate(path, tree).kind};
+}
+
 ErrorValue ConfigurationWriter::remove(Context const& context, std::string const& domain, std::string const& path)
 {
     Configuration::Turn turn(m_configuration);
-    auto const before = m_configuration.tree(domain);
+    auto const [entry, kind] = find(domain, path);
     auto const result = turn.remove(domain, path);
     if (result != ErrorValue::SUCCESS)
     {
         return result;
     }
-    auto const kind = locate(path, before).kind;
-    tell_deleted(context, domain, path, *RavikSrv::node_path(path, before).node, schema_type(kind));
+    tell_deleted(context, domain, path, entry, schema_type(kind));
     return turn.commit();
 }
 
@@ -94,7 +101,7 @@ ResultPair ConfigurationWriter::tell_deleted(Context const& context, std::string
 }
 
 ResultPair ConfigurationWriter::tell_moved(Context const& context, std::string const& domain, Move const& move,
-                                           Value const& before, char const* schema_type) const
+                                           Value const& value, char const* schema_type) const
 {
     auto* const extension = m_extensions.find(domain);
     if (extension == nullptr)
@@ -103,7 +110,7 @@ ResultPair ConfigurationWriter::tell_moved(Context const& context, std::string c
     }
     if (move.is_delete())
     {
-        return tell_deleted(context, domain, move.path, *RavikSrv::node_path(move.path, before).node, schema_type);
+        return tell_deleted(context, domain, move.path, value, schema_type);
     }
     return extension->on_rename(context_for(context, domain), move.path, move.new_path, schema_type);
 }

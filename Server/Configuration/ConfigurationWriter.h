@@ -1,11 +1,13 @@
 #pragma once
 
 #include "Configuration/Configuration.h"
+#include "Configuration/Entry.h"
 #include "Configuration/expectation.h"
 #include "Execution/Extensions.h"
 #include "RavikSrvExtApi.h"
 
 #include <string>
+#include <utility>
 
 namespace Ravik
 {
@@ -41,11 +43,13 @@ public:
                                       std::string const& path, RavikSrv::Value const& value,
                                       char const* schema_type) const;
 
-    /// They are told of a delete or rename that has been made; `before` is the domain's tree as it was.
+    /// They are told of a delete or rename that has been made; `value` is what was moved.
     RavikSrv::ResultPair tell_moved(RavikSrv::Context const& context, std::string const& domain, Move const& move,
-                                    RavikSrv::Value const& before, char const* schema_type) const;
+                                    RavikSrv::Value const& value, char const* schema_type) const;
 
 private:
+    std::pair<RavikSrv::Value, EntryKind> find(std::string const& domain, std::string const& path) const;
+
     Configuration& m_configuration;
     Extensions const& m_extensions;
 };

@@ -1,6 +1,7 @@
 #include "Configuration/Editor.h"
 
 #include "Configuration/Entry.h"
+#include "Configuration/SetPlan.h"
 #include "Configuration/edit_rules.h"
 #include "Configuration/entry_checks.h"
 #include "Configuration/import.h"
@@ -8,6 +9,9 @@
 #include "Configuration/tree.h"
 #include "Project/ProjectError.h"
 #include "api_helper.h"
+#include "Json/Json.h"
+
+#include <algorithm>
 
 namespace Ravik
 {
@@ -37,6 +41,18 @@ EditOutcome refused(Refusal const& refusal)
     return {.refusal = refusal, .refusals = {}, .made = false, .cascade = {}};
 }
 
+Refusal explained_write(ErrorValue result, std::string const& path)
+{
+    return {result, "the path leads through something that holds no entries", path};
+}
+
+bool removes_entries(std::vector<Configuration::Touched> const& cascade, Value const& before)
+{
+    return std::any_of(cascade.begin(), cascade.end(),
+                       [&](Configuration::Touched const& place)
+                       { return place.removed && *schema_type(locate(place.path, before).kind) != '\0'; });
+}
+
 } // namespace
 
 Editor::Site Editor::site(std::string const& domain) const
@@ -48,19 +64,27 @@ Editor::Site Editor::site(std::string const& domain) const
             .context = context_for(Context(), domain)};
 }
 
-Refusal Editor::check_place(Site const& site, std::string const& path) const
+Refusal Editor::check_domain(Site const& site, std::string const& path) const
 {
     if (site.extension == nullptr)
     {
         return {ErrorValue::INVALID_DOMAIN, "no extension serves the domain \"" + site.domain + "\"", path};
     }
-    if (auto const refusal = check_path(path, site.schemas->has_recipes()))
-    {
-        return refusal;
-    }
-    return m_core.configuration.is_fixed(site.domain, path)
-               ? Refusal{ErrorValue::INVALID_PATH, "this stands in ravik.json; change it there", path}
+    return m_core.configuration.is_refusing()
+               ? Refusal{ErrorValue::STORAGE,
+                         "an earlier edit could not be stored; nothing can be edited until the next start", path}
                : Refusal();
+}
+
+Refusal Editor::check_place(Site const& site, std::string const& path) const
+{
+    auto refusal = check_domain(site, path);
+    refusal = refusal ? refusal : check_path(path, site.schemas->has_recipes());
+    if (!refusal && m_core.configuration.is_fixed(site.domain, path))
+    {
+        return {ErrorValue::INVALID_PATH, "this stands in ravik.json; change it there", path};
+    }
+    return refusal;
 }
 
 // Setting -------------------------------------------------------------------------------------------------------------
@@ -68,37 +92,46 @@ Refusal Editor::check_place(Site const& site, std::string const& path) const
 EditOutcome Editor::set(std::string const& domain, std::string const& path, Value const& value)
 {
     auto const here = site(domain);
-    if (auto const refusal = check_place(here, path))
-    {
-        return refused(refusal);
-    }
     Configuration::Turn turn(m_core.configuration);
-    auto const before = m_core.configuration.tree(domain);
-    auto result = ErrorValue::SUCCESS;
-    for (auto const& folder : Tree::missing_parents(before, path))
+    auto refusal = check_place(here, path);
+    if (auto const obstacle = Json::obstacle(value); !refusal && !obstacle.empty())
     {
-        result = result == ErrorValue::SUCCESS
-                     ? turn.write(domain, folder, Value(ValueType::Map), Tree::WriteMode::Merge)
-                     : result;
+        refusal = {ErrorValue::ENCODE, "the value can't be stored: " + obstacle, path};
     }
-    result = result == ErrorValue::SUCCESS ? turn.write(domain, path, value, Tree::WriteMode::Replace) : result;
-    if (result != ErrorValue::SUCCESS)
-    {
-        return refused({result, "the path leads through something that holds no entries", path});
-    }
-    auto const after = m_core.configuration.tree(domain);
-    auto refusal = check_set(path, before, after);
-    refusal = refusal ? refusal : check_entries(*here.schemas, locate(path, after).owner, after);
-    refusal = refusal ? refusal : ask_change(here, path, after);
     if (refusal)
     {
         return refused(refusal);
     }
+    SetPlan const plan(path, value, m_core.configuration.tree(domain));
+    refusal = plan.check(*here.schemas);
+    refusal = refusal ? refusal : ask_change(here, path, plan.after());
+    if (refusal)
+    {
+        return refused(refusal);
+    }
+    for (auto const& folder : plan.folders())
+    {
+        turn.write(domain, folder, Value(ValueType::Map), Tree::WriteMode::Merge);
+    }
+    if (auto const result = turn.write(domain, path, value, Tree::WriteMode::Replace); result != ErrorValue::SUCCESS)
+    {
+        return refused(explained_write(result, path));
+    }
+    return tell_set(here, path, plan.new_owner(), turn);
+}
+
+EditOutcome Editor::tell_set(Site const& site, std::string const& path, std::string const& new_owner,
+                             Configuration::Turn& turn)
+{
     auto const own = turn.touched().size();
-    m_core.writer.tell_changed(here.context, domain, path);
-    auto cascade = since(turn, own);
-    refusal = stored(turn);
-    return {.refusal = refusal, .refusals = {}, .made = !refusal, .cascade = std::move(cascade)};
+    if (!new_owner.empty())
+    {
+        m_core.writer.tell_entries(site.context, site.domain, new_owner);
+    }
+    auto const answer = m_core.writer.tell_changed(site.context, site.domain, path);
+    EditOutcome outcome{.refusal = explained(answer, path), .refusals = {}, .made = true, .cascade = since(turn, own)};
+    auto const failure = stored(turn);
+    return failure ? refused(failure) : outcome;
 }
 
 /// Asks for the path itself, for the entry that it lies in and, for a folder, for every entry in it.
@@ -146,42 +179,54 @@ EditOutcome Editor::rename(std::string const& domain, std::string const& path, s
 
 EditOutcome Editor::move(Site const& site, Move const& move, MoveOptions const& options)
 {
+    Configuration::Turn turn(m_core.configuration);
     if (auto const refusal = check_place(site, move.path))
     {
         return refused(refusal);
     }
-    Configuration::Turn turn(m_core.configuration);
     auto const before = m_core.configuration.tree(site.domain);
-    if (auto const refusal = check_move(move, before))
+    auto refusal = check_move(move, before);
+    refusal = refusal ? refusal : ask_move(site, move, before);
+    if (refusal)
     {
         return refused(refusal);
     }
-    auto const after = with_move(before, move);
-    if (auto const refusal = ask_move(site, move, before, after))
-    {
-        return refused(refusal);
-    }
-    auto rehearsal = site.schemas->has_recipes() ? rehearse(m_core, m_symbols, m_validator, *site.extension, move,
-                                                            schema_type(locate(move.path, before).kind))
-                                                 : Rehearsal();
+    auto const has_recipes = site.schemas->has_recipes();
+    auto rehearsal = has_recipes ? rehearse(m_core, m_symbols, m_validator, *site.extension, move,
+                                            schema_type(locate(move.path, before).kind))
+                                 : Rehearsal();
     if (options.dry_run || (rehearsal.refusal && !options.force))
     {
         return {.refusal = rehearsal.refusal, .refusals = {}, .made = false, .cascade = std::move(rehearsal.cascade)};
     }
-    auto const restart = site.schemas->has_recipes() && (rehearsal.refusal || loses_paths(before, move));
-    return make_move(site, move, restart, turn);
+    auto const must_match = has_recipes && !rehearsal.refusal;
+    auto outcome = make_move(site, move, before, must_match ? rehearsal.tree : Value());
+    if (!outcome.made)
+    {
+        return outcome;
+    }
+    if (auto const failure = stored(turn))
+    {
+        return refused(failure);
+    }
+    if (has_recipes && (rehearsal.refusal || loses_paths(before, move) || removes_entries(outcome.cascade, before)))
+    {
+        refusal = restart(site);
+        outcome.refusal = outcome.refusal ? outcome.refusal : refusal;
+    }
+    return outcome;
 }
 
-Refusal Editor::ask_move(Site const& site, Move const& move, Value const& before, Value const& after) const
+Refusal Editor::ask_move(Site const& site, Move const& move, Value const& before) const
 {
+    auto const after = with_move(before, move);
     auto const place = locate(move.path, before);
-    auto const type = schema_type(place.kind);
-    auto const answer =
+    auto refusal =
         move.is_delete()
-            ? site.extension->before_delete(site.context, move.path, *RavikSrv::node_path(move.path, before).node, type)
-            : site.extension->before_rename(site.context, move.path, move.new_path, type);
-    auto refusal = explained(answer, move.path);
-    if (refusal)
+            ? ask_delete(site, move.path, before)
+            : explained(site.extension->before_rename(site.context, move.path, move.new_path, schema_type(place.kind)),
+                        move.path);
+    if (refusal || (move.is_delete() && place.kind != EntryKind::Inside))
     {
         return refusal;
     }
@@ -190,15 +235,60 @@ Refusal Editor::ask_move(Site const& site, Move const& move, Value const& before
         auto const& owner = *RavikSrv::node_path(place.owner, after).node;
         refusal = check_entry(*site.schemas, kind_of(place.owner, *RavikSrv::node_path(place.owner, before).node),
                               place.owner, owner);
-        return refusal ? refusal : ask_change(site, move.is_delete() ? place.owner : move.new_path, after);
     }
-    return move.is_delete() ? Refusal() : ask_change(site, move.new_path, after);
+    else
+    {
+        refusal = check_entries(*site.schemas, move.new_path, after);
+    }
+    return refusal ? refusal : ask_change(site, move.is_delete() ? place.owner : move.new_path, after);
 }
 
-EditOutcome Editor::make_move(Site const& site, Move const& move, bool restart_after, Configuration::Turn& turn)
+/// Asks for the path itself and, for a folder, for every entry in it.
+Refusal Editor::ask_delete(Site const& site, std::string const& path, Value const& tree) const
 {
-    auto const before = m_core.configuration.tree(site.domain);
-    auto const type = schema_type(locate(move.path, before).kind);
+    auto const kind = locate(path, tree).kind;
+    auto const ask = [&](std::string const& asked, Value const& value, EntryKind asked_kind)
+    { return explained(site.extension->before_delete(site.context, asked, value, schema_type(asked_kind)), asked); };
+    auto refusal = ask(path, *RavikSrv::node_path(path, tree).node, kind);
+    if (!refusal && kind == EntryKind::Folder)
+    {
+        for_each_entry(path, tree,
+                       [&](std::string const& entry, Value const& value, EntryKind entry_kind)
+                       {
+                           refusal = ask(entry, value, entry_kind);
+                           return !refusal;
+                       });
+    }
+    return refusal;
+}
+
+/// Makes the move. Where it must come out as `expected` (null: it need not) and does not, it is taken back: the
+/// extension works through its paths in the order in which it was told of them, in its rehearsal in that of the tree.
+/// Started anew it knows them in that order too, so a second attempt is the last.
+EditOutcome Editor::make_move(Site const& site, Move const& move, Value const& before, Value const& expected)
+{
+    for (auto const is_last : {false, true})
+    {
+        Configuration::Turn attempt(m_core.configuration);
+        auto outcome = try_move(site, move, before, attempt);
+        if (!expected.isset() || differences(expected, m_core.configuration.tree(site.domain)).empty())
+        {
+            attempt.commit();
+            return outcome;
+        }
+        attempt.take_back();
+        if (auto const refusal = restart(site); refusal || is_last)
+        {
+            return refused(refusal ? refusal
+                                   : Refusal{ErrorValue::UNEXPECTED,
+                                             "the extension did something else than it had done on a copy", move.path});
+        }
+    }
+    return refused({ErrorValue::UNEXPECTED, "", move.path});
+}
+
+EditOutcome Editor::try_move(Site const& site, Move const& move, Value const& before, Configuration::Turn& turn)
+{
     auto const entry = *RavikSrv::node_path(move.path, before).node;
     turn.remove(site.domain, move.path);
     if (!move.is_delete())
@@ -210,25 +300,30 @@ EditOutcome Editor::make_move(Site const& site, Move const& move, bool restart_a
         turn.write(site.domain, move.new_path, entry, Tree::WriteMode::Replace);
     }
     auto const own = turn.touched().size();
-    auto const answer = m_core.writer.tell_moved(site.context, site.domain, move, before, type);
-    EditOutcome outcome{
-        .refusal = explained(answer, move.path), .refusals = {}, .made = true, .cascade = since(turn, own)};
-    if (auto const failure = stored(turn))
-    {
-        return refused(failure);
-    }
-    if (restart_after)
-    {
-        restart(site);
-    }
-    return outcome;
+    auto const answer =
+        m_core.writer.tell_moved(site.context, site.domain, move, entry, schema_type(locate(move.path, before).kind));
+    return {.refusal = explained(answer, move.path), .refusals = {}, .made = true, .cascade = since(turn, own)};
 }
 
 /// Still in the edit's turn, so that nobody edits while the extension learns its entries anew.
-void Editor::restart(Site const& site)
+Refusal Editor::restart(Site const& site)
 {
-    site.extension->start(m_core.host);
-    m_core.writer.tell_entries(site.context, site.domain, "");
+    try
+    {
+        std::vector<Extension::Notice> entries;
+        for_each_entry("", m_core.configuration.tree(site.domain),
+                       [&entries](std::string const& path, Value const& /*entry*/, EntryKind kind)
+                       {
+                           entries.push_back({.path = path, .schema_type = schema_type(kind)});
+                           return true;
+                       });
+        site.extension->start(m_core.host, entries);
+        return {};
+    }
+    catch (ProjectError const& error)
+    {
+        return {ErrorValue::EXTENSION, std::string("the extension could not be started anew: ") + error.what(), ""};
+    }
 }
 
 // Importing -----------------------------------------------------------------------------------------------------------
@@ -236,11 +331,11 @@ void Editor::restart(Site const& site)
 EditOutcome Editor::import(std::string const& domain, Value const& data, ImportOptions const& options)
 {
     auto const here = site(domain);
-    if (here.extension == nullptr)
-    {
-        return refused(check_place(here, ""));
-    }
     Configuration::Turn turn(m_core.configuration);
+    if (auto const refusal = check_domain(here, ""))
+    {
+        return refused(refusal);
+    }
     Import import({.extension = *here.extension,
                    .schemas = *here.schemas,
                    .context = here.context,
@@ -252,19 +347,22 @@ EditOutcome Editor::import(std::string const& domain, Value const& data, ImportO
         auto const first = refusals.empty() ? Refusal() : refusals.front();
         return {.refusal = first, .refusals = std::move(refusals), .made = false, .cascade = {}};
     }
-    auto refusal = import.write(turn);
+    if (auto const refusal = import.write(turn))
+    {
+        return refused(refusal);
+    }
     auto const own = turn.touched().size();
-    if (!refusal && !options.replace)
+    auto const answer = options.replace ? Refusal() : import.tell();
+    EditOutcome outcome{.refusal = answer, .refusals = {}, .made = true, .cascade = since(turn, own)};
+    if (auto const failure = stored(turn))
     {
-        import.tell();
+        return refused(failure);
     }
-    auto cascade = since(turn, own);
-    refusal = refusal ? refusal : stored(turn);
-    if (!refusal && options.replace)
+    if (options.replace)
     {
-        restart(here);
+        outcome.refusal = restart(here);
     }
-    return {.refusal = refusal, .refusals = {}, .made = !refusal, .cascade = std::move(cascade)};
+    return outcome;
 }
 
 } // namespace Ravik

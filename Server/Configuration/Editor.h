@@ -63,13 +63,18 @@ private:
     };
 
     Site site(std::string const& domain) const;
+    Refusal check_domain(Site const& site, std::string const& path) const;
     Refusal check_place(Site const& site, std::string const& path) const;
     Refusal ask_change(Site const& site, std::string const& path, RavikSrv::Value const& tree) const;
-    Refusal ask_move(Site const& site, Move const& move, RavikSrv::Value const& before,
-                     RavikSrv::Value const& after) const;
+    EditOutcome tell_set(Site const& site, std::string const& path, std::string const& new_owner,
+                         Configuration::Turn& turn);
     EditOutcome move(Site const& site, Move const& move, MoveOptions const& options);
-    EditOutcome make_move(Site const& site, Move const& move, bool restart, Configuration::Turn& turn);
-    void restart(Site const& site);
+    Refusal ask_move(Site const& site, Move const& move, RavikSrv::Value const& before) const;
+    Refusal ask_delete(Site const& site, std::string const& path, RavikSrv::Value const& tree) const;
+    EditOutcome make_move(Site const& site, Move const& move, RavikSrv::Value const& before,
+                          RavikSrv::Value const& expected);
+    EditOutcome try_move(Site const& site, Move const& move, RavikSrv::Value const& before, Configuration::Turn& turn);
+    Refusal restart(Site const& site);
 
     Core& m_core;
     SymbolTable const& m_symbols;

@@ -88,6 +88,14 @@ EntryKind kind_of(std::string_view path, Value const& value)
     return has(value, "recipeTypeName") || has(value, "values") ? EntryKind::Recipe : EntryKind::Folder;
 }
 
+bool makes_entry(std::string const& path, std::string const& name)
+{
+    Value folder(ValueType::Map);
+    folder.insert(name.c_str(), Value());
+    auto const kind = kind_of(path, folder);
+    return kind == EntryKind::RecipeType || kind == EntryKind::Recipe;
+}
+
 Place locate(std::string const& path, Value const& root)
 {
     std::string reached;

@@ -35,6 +35,9 @@ char const* schema_type(EntryKind kind) noexcept;
 /// is a recipe type, one with "recipeTypeName" or "values" in the recipe list is a recipe, every other object a folder.
 EntryKind kind_of(std::string_view path, RavikSrv::Value const& value);
 
+/// Whether an entry called `name` would make its folder at `path` a recipe type or recipe.
+bool makes_entry(std::string const& path, std::string const& name);
+
 /// Where a path lies.
 struct Place
 {

@@ -17,18 +17,8 @@ struct Refusal
     explicit operator bool() const noexcept { return error != RavikSrv::ErrorValue::SUCCESS; }
 };
 
-/// An extension's answer as a refusal, none where it is success. `BLACKLISTED`, by which it refuses words that it keeps
-/// for itself, says nothing to a person and is explained.
-inline Refusal explained(RavikSrv::ResultPair const& answer, std::string const& path)
-{
-    if (answer.result() == RavikSrv::ErrorValue::BLACKLISTED)
-    {
-        return {answer.result(),
-                "the path of a recipe or recipe type must not hold the reserved words \"members\", \"options\", "
-                "\"values\", \"recipeTypeNames\" and \"recipeTypeName\"",
-                path};
-    }
-    return {answer.result(), answer.text(), answer.result() == RavikSrv::ErrorValue::SUCCESS ? "" : path};
-}
+/// An extension's answer as a refusal, none where it is success. An answer that says nothing to a person is explained:
+/// `BLACKLISTED`, by which an extension refuses words that it keeps for itself, and any without a text.
+Refusal explained(RavikSrv::ResultPair const& answer, std::string const& path);
 
 } // namespace Ravik

@@ -8,11 +8,13 @@
 
 #include <sqlite3.h>
 
-#include <cerrno>
+#include <algorithm>
 #include <fcntl.h>
 #include <map>
 #include <optional>
+#include <random>
 #include <string_view>
+#include <thread>
 #include <unistd.h>
 #include <utility>
 #include <vector>
@@ -35,6 +37,9 @@ constexpr int layout_version = 1;
 constexpr off_t reserved_byte = 0x40000001;
 constexpr off_t shared_bytes = 0x40000002;
 constexpr off_t shared_length = 510;
+
+/// Two processes that open a store in the same instant may both find it taken; so long each of them tries again.
+constexpr std::chrono::milliseconds collision_grace{250};
 
 struct CloseDatabase
 {
@@ -183,13 +188,39 @@ Database open_database(std::filesystem::path const& file)
 
 /// Takes the file for this process and settles how it is written. The locking mode comes before the journal mode, so
 /// that the write-ahead log works without shared memory and a second process is told at once.
-void take_file(sqlite3* database, std::chrono::seconds wait)
+void take_file(sqlite3* database)
 {
-    sqlite3_busy_timeout(database, static_cast<int>(std::chrono::milliseconds(wait).count()));
     execute(database, "PRAGMA locking_mode=EXCLUSIVE");
     execute(database, "BEGIN EXCLUSIVE; COMMIT");
     execute(database, "PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL");
     execute(database, "BEGIN EXCLUSIVE; COMMIT");
+}
+
+/// Opens the file and takes it, trying until `wait` has passed. Each try opens the file anew: one that fails keeps a
+/// shared lock in this locking mode, with which several waiting processes would hold each other off for good.
+Database open_and_take(std::filesystem::path const& file, std::chrono::milliseconds wait)
+{
+    auto const deadline = std::chrono::steady_clock::now() + wait;
+    std::minstd_rand random(static_cast<std::minstd_rand::result_type>(getpid()));
+    while (true)
+    {
+        auto database = open_database(file);
+        try
+        {
+            take_file(database.get());
+            return database;
+        }
+        catch (SqliteError const& error)
+        {
+            if (error.code() != SQLITE_BUSY || std::chrono::steady_clock::now() >= deadline)
+            {
+                throw;
+            }
+        }
+        database.reset();
+        // Processes that were started together try again at different times.
+        std::this_thread::sleep_for(std::chrono::milliseconds(std::uniform_int_distribution(5, 25)(random)));
+    }
 }
 
 bool is_empty(sqlite3* database)
@@ -330,8 +361,7 @@ std::unique_ptr<Store> Store::open(std::filesystem::path const& file, std::chron
 {
     try
     {
-        auto database = open_database(file);
-        take_file(database.get(), wait);
+        auto database = open_and_take(file, std::max<std::chrono::milliseconds>(wait, collision_grace));
         auto const id = pragma(database.get(), "PRAGMA application_id");
         if (id != application_id && !(id == 0 && is_empty(database.get())))
         {

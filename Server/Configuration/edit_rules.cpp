@@ -16,11 +16,6 @@ using RavikSrv::Value;
 namespace
 {
 
-bool is_entry(EntryKind kind)
-{
-    return kind == EntryKind::Recipe || kind == EntryKind::RecipeType;
-}
-
 char const* word(EntryKind kind)
 {
     switch (kind)
@@ -51,6 +46,10 @@ Refusal check_rename(Move const& move, Value const& tree)
     {
         return refusal;
     }
+    if (auto const refusal = check_form(move.new_path, with_move(tree, move)))
+    {
+        return refusal;
+    }
     if (kind == EntryKind::Inside || kind == EntryKind::Other)
     {
         auto const* const parent = RavikSrv::node_path(from.parent, tree).node;
@@ -66,12 +65,19 @@ Refusal check_rename(Move const& move, Value const& tree)
     {
         return {ErrorValue::INVALID_PATH, "an entry moves only between the folders of its own list", move.new_path};
     }
-    for (auto const& folder : missing)
+    auto on_the_way = missing;
+    on_the_way.push_back(move.new_path);
+    for (auto const& folder : on_the_way)
     {
         auto const place = Tree::split_last(folder);
         if (auto const refusal = check_name(place.parent, place.name))
         {
             return refusal;
+        }
+        if (makes_entry(place.parent, place.name))
+        {
+            // It would be taken for the inside of an entry.
+            return explained(ErrorValue::BLACKLISTED, move.new_path);
         }
     }
     return {};
@@ -109,6 +115,17 @@ Refusal check_path(std::string const& path, bool has_recipes)
     return {};
 }
 
+Refusal check_form(std::string const& path, Value const& tree)
+{
+    auto const owner = locate(path, tree).owner;
+    return path.starts_with(owner) ? Refusal()
+                                   : Refusal{ErrorValue::INVALID_PATH,
+                                             "an entry is named by its name, without brackets: "
+                                             " + owner + "
+                                             "",
+                                             path};
+}
+
 Refusal check_set(std::string const& path, Value const& before, Value const& after)
 {
     Refusal refusal;
@@ -131,16 +148,6 @@ Refusal check_set(std::string const& path, Value const& before, Value const& aft
             return !refusal;
         },
         true);
-    auto const owner = locate(path, before);
-    if (!refusal && owner.kind == EntryKind::Inside)
-    {
-        auto const* const node = RavikSrv::node_path(owner.owner, after).node;
-        if (node == nullptr || !is_entry(kind_of(owner.owner, *node)))
-        {
-            return {ErrorValue::TYPE_MISMATCH, "the entry would be neither recipe nor recipe type any more",
-                    owner.owner};
-        }
-    }
     return refusal;
 }
 
@@ -155,7 +162,8 @@ Refusal check_move(Move const& move, Value const& tree)
     {
         return {ErrorValue::INVALID_PATH, "the lists themselves have their names for good", move.path};
     }
-    return move.is_delete() ? Refusal() : check_rename(move, tree);
+    auto const refusal = check_form(move.path, tree);
+    return refusal || move.is_delete() ? refusal : check_rename(move, tree);
 }
 
 } // namespace Ravik

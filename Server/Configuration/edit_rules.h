@@ -13,7 +13,11 @@ namespace Ravik
 /// Whether a client may edit at `path` at all: it is a path, and in a recipe configuration it lies in one of the lists.
 Refusal check_path(std::string const& path, bool has_recipes);
 
-/// Whether putting a value at `path` leaves every entry that stood there where it was, and as what it was.
+/// Whether the path names entries and folders by their names, so that they have one path each; only inside an entry an
+/// index may stand in brackets. `tree` is the one in which the path leads somewhere.
+Refusal check_form(std::string const& path, RavikSrv::Value const& tree);
+
+/// Whether every entry and folder that stood at or below `path` is still there, and as what it was.
 Refusal check_set(std::string const& path, RavikSrv::Value const& before, RavikSrv::Value const& after);
 
 /// Whether the entry at the move's path is there and may go to its new path.

@@ -61,12 +61,15 @@ Refusal check_entry(EntrySchemas const& schemas, EntryKind kind, std::string con
     {
         return {fits.result(), fits.text(), path};
     }
-    auto const* const named = kind == EntryKind::RecipeType ? "members" : kind == EntryKind::Recipe ? "values" : "";
-    if (auto const refusal = check_names(Tree::join(path, named), entry[named]))
+    auto const* const named = kind == EntryKind::RecipeType ? "members" : "values";
+    auto const is_folder = kind == EntryKind::Folder;
+    auto const refusal = is_folder ? check_names(path, entry) : check_names(Tree::join(path, named), entry[named]);
+    if (refusal)
     {
         return refusal;
     }
-    auto const obstacle = kind == EntryKind::Folder ? std::string() : Json::obstacle(entry);
+    // With its path, which nests it deeper wherever the configuration is written as a whole.
+    auto const obstacle = Json::obstacle(Tree::alone(path, is_folder ? Value(RavikSrv::ValueType::Map) : entry));
     return obstacle.empty() ? Refusal() : Refusal{ErrorValue::ENCODE, "can't be stored: " + obstacle, path};
 }
 

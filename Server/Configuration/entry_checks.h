@@ -15,8 +15,8 @@ inline constexpr std::size_t longest_name = 255;
 /// Whether `name` may stand in the place `path`: it must be one component of a path, not longer than `longest_name`.
 Refusal check_name(std::string const& path, std::string const& name);
 
-/// Whether the entry may stand at `path`: it fits the definition of its kind, the names of its members or values are
-/// allowed, and its text could be read again.
+/// Whether the entry may stand at `path`: it fits the definition of its kind, the names of its members, values or, in a
+/// folder, entries are allowed, and its text could be read again.
 Refusal check_entry(EntrySchemas const& schemas, EntryKind kind, std::string const& path, RavikSrv::Value const& entry);
 
 /// The same for everything at and below `path` of the two lists, folders included.

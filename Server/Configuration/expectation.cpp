@@ -8,6 +8,10 @@
 #include "api_helper.h"
 
 #include <algorithm>
+#include <map>
+#include <set>
+#include <unordered_set>
+#include <utility>
 
 namespace Ravik
 {
@@ -38,6 +42,7 @@ public:
         if (m_move.is_delete())
         {
             remove_recipes_of_deleted_types();
+            find_removed_members();
         }
         // From the back, so that the indices of inherited names hold while earlier ones are removed.
         std::for_each(m_references.rbegin(), m_references.rend(),
@@ -58,25 +63,65 @@ public:
 private:
     bool is_gone(std::string const& path) const
     {
-        return (m_move.is_delete() && m_move.covers(path)) ||
-               std::binary_search(m_removed_recipes.begin(), m_removed_recipes.end(), path);
+        return (m_move.is_delete() && m_move.covers(path)) || m_removed.contains(path);
     }
 
     void remove_recipes_of_deleted_types()
     {
+        std::map<std::string, std::set<std::string>> names_by_folder;
         for (auto const& reference : m_references)
         {
             if (reference.kind == Reference::Kind::RecipeType && reference.found && m_move.covers(reference.target))
             {
-                m_removed_recipes.push_back(Tree::split_last(reference.holder).parent);
+                auto const recipe = Tree::split_last(reference.holder).parent;
+                auto const place = Tree::split_last(recipe);
+                names_by_folder[place.parent].insert(place.name);
+                m_removed.insert(recipe);
             }
         }
-        std::sort(m_removed_recipes.begin(), m_removed_recipes.end());
-        for (auto const& recipe : m_removed_recipes)
+        for (auto const& [folder, names] : names_by_folder)
         {
-            Tree::remove(m_tree, recipe, m_changes);
+            remove_entries(folder, names);
         }
-        m_changes.clear();
+    }
+
+    /// In one go, since removing one entry takes time linear in its map.
+    void remove_entries(std::string const& folder, std::set<std::string> const& names)
+    {
+        auto const present = *RavikSrv::node_path(folder, std::as_const(m_tree)).node;
+        Value kept(ValueType::Map);
+        for (auto entry = present.begin(); entry != present.end(); ++entry)
+        {
+            if (!names.contains(entry.name()))
+            {
+                kept.insert(entry.name(), *entry);
+            }
+        }
+        rewrite(folder, kept);
+    }
+
+    /// Members that nest a deleted type go with it. What recipes hold for them stays, and names nothing any more.
+    void find_removed_members()
+    {
+        for (auto const& reference : m_references)
+        {
+            if (reference.kind == Reference::Kind::NestedType && is_gone(reference.target))
+            {
+                m_removed.insert(Tree::split_last(reference.holder).parent);
+            }
+        }
+        std::unordered_set<std::string> orphans;
+        for (auto const& reference : m_references)
+        {
+            if (reference.kind == Reference::Kind::ValueMember && is_gone(reference.target))
+            {
+                orphans.insert(reference.holder);
+            }
+        }
+        std::erase_if(m_references,
+                      [&](Reference const& reference) {
+                          return reference.kind == Reference::Kind::NestedRecipe && orphans.contains(reference.holder);
+                      });
     }
 
     /// A holder that is gone itself is not found in the tree any more, and nothing happens.
@@ -140,7 +185,8 @@ private:
     std::vector<Reference> m_references;
     Value m_tree;
     Value const& m_before;
-    std::vector<std::string> m_removed_recipes;
+    /// The recipes and members that go with a deleted type.
+    std::unordered_set<std::string> m_removed;
     std::vector<Tree::Change> m_changes;
 };
 

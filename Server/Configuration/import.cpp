@@ -4,6 +4,7 @@
 #include "Configuration/entry_checks.h"
 #include "Configuration/tree.h"
 #include "api_helper.h"
+#include "Json/Json.h"
 
 #include <utility>
 
@@ -41,7 +42,7 @@ std::vector<Refusal> Import::check()
     }
     for (auto list = std::as_const(m_data).begin(); list != std::as_const(m_data).end(); ++list)
     {
-        collect(list.name(), *list);
+        collect(list.name(), *list, 1);
     }
     std::vector<Refusal> refusals;
     auto const import_data = lists_afterwards();
@@ -94,25 +95,31 @@ Refusal Import::check_lists() const
     return {};
 }
 
-void Import::collect(std::string const& path, Value const& node)
+/// What nests too deep is no further looked into, and refused later.
+void Import::collect(std::string const& path, Value const& node, std::size_t depth)
 {
     auto const kind = kind_of(path, node);
     auto const is_folder = kind == EntryKind::Folder;
     auto const merges = is_folder && RavikSrv::node_path(path, std::as_const(m_site.tree)).node != nullptr;
     m_pieces.push_back(
         {.path = path, .kind = kind, .value = is_folder ? Value(ValueType::Map) : node, .merges = merges});
-    for (auto entry = node.begin(); is_folder && entry != node.end(); ++entry)
+    for (auto entry = node.begin(); is_folder && depth <= Json::max_nesting && entry != node.end(); ++entry)
     {
-        collect(Tree::join(path, entry.name()), *entry);
+        if (check_name(path, entry.name()))
+        {
+            // It has no path; it is refused in its folder's name.
+            m_pieces.push_back({.path = path, .unfit_name = entry.name(), .merges = true});
+            continue;
+        }
+        collect(Tree::join(path, entry.name()), *entry, depth + 1);
     }
 }
 
 Refusal Import::check_piece(Piece const& piece) const
 {
-    auto const place = Tree::split_last(piece.path);
-    if (auto refusal = place.parent.empty() ? Refusal() : check_name(place.parent, place.name))
+    if (piece.unfit_name)
     {
-        return refusal;
+        return check_name(piece.path, *piece.unfit_name);
     }
     auto refusal = check_entry(m_site.schemas, piece.kind, piece.path, piece.value);
     return refusal ? refusal : check_kind(piece);
@@ -189,15 +196,18 @@ Refusal Import::write(Configuration::Turn& turn) const
     return {};
 }
 
-void Import::tell() const
+Refusal Import::tell() const
 {
+    Refusal first;
     for (auto const& piece : m_pieces)
     {
         if (!piece.merges)
         {
-            m_site.extension.on_change(m_site.context, piece.path, schema_type(piece.kind));
+            auto const answer = m_site.extension.on_change(m_site.context, piece.path, schema_type(piece.kind));
+            first = first ? first : explained(answer, piece.path);
         }
     }
+    return first;
 }
 
 } // namespace Ravik

@@ -7,6 +7,7 @@
 #include "Execution/Extension.h"
 #include "RavikSrvExtApi.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -36,22 +37,24 @@ public:
 
     /// Writes what has passed the check.
     Refusal write(Configuration::Turn& turn) const;
-    /// Tells the extension of everything written, in the order of the import.
-    void tell() const;
+    /// Tells the extension of everything written, in the order of the import; answers its first failure.
+    Refusal tell() const;
 
 private:
     /// A folder or an entry, in the order of the data, folders before what they hold.
     struct Piece
     {
         std::string path;
+        /// For an entry whose name is no component of a path; the path is that of its folder. Refused.
+        std::optional<std::string> unfit_name{};
         EntryKind kind = EntryKind::Folder;
-        RavikSrv::Value value;
+        RavikSrv::Value value{};
         /// A folder that stands there already.
         bool merges = false;
     };
 
     Refusal check_lists() const;
-    void collect(std::string const& path, RavikSrv::Value const& node);
+    void collect(std::string const& path, RavikSrv::Value const& node, std::size_t depth);
     Refusal check_piece(Piece const& piece) const;
     Refusal check_kind(Piece const& piece) const;
     RavikSrv::Value lists_afterwards() const;

@@ -1,12 +1,11 @@
 #include "Configuration/references.h"
 
 #include "Configuration/Entry.h"
+#include "Configuration/MemberIndex.h"
 #include "Configuration/tree.h"
 #include "algorithm_helper.h"
 #include "api_helper.h"
 
-#include <set>
-#include <unordered_map>
 #include <utility>
 
 namespace Ravik
@@ -18,90 +17,10 @@ using RavikSrv::Algorithm::to_string;
 namespace
 {
 
-/// Types may be nested 20 deep before their resolution is refused; what lies deeper is not looked at.
-constexpr int max_depth = 20;
-
 std::string type_path(std::string const& name)
 {
     return Tree::join(recipe_type_list, name);
 }
-
-/// Where the values of a recipe type's recipes belong, by their names.
-struct MemberPlace
-{
-    std::string path;
-    bool nests_type = false;
-};
-
-using Members = std::unordered_map<std::string, MemberPlace>;
-
-/// Finds the members of types; each type is walked once.
-class MemberIndex
-{
-public:
-    explicit MemberIndex(Value const& tree) : m_tree(tree) {}
-
-    /// The members that a recipe of the type gives values for; null where there is no such type.
-    Members const* members_of(std::string const& type)
-    {
-        auto const [found, added] = m_by_type.try_emplace(type);
-        if (added)
-        {
-            std::set<std::string> walked;
-            found->second.exists = collect(type, 0, walked, found->second.members);
-        }
-        return found->second.exists ? &found->second.members : nullptr;
-    }
-
-private:
-    struct Entry
-    {
-        bool exists = false;
-        Members members;
-    };
-
-    bool collect(std::string const& type, int depth, std::set<std::string>& walked, Members& members) const
-    {
-        auto const path = type_path(type);
-        auto const* const node = RavikSrv::node_path(path, m_tree).node;
-        if (node == nullptr || depth > max_depth || !walked.insert(type).second)
-        {
-            return node != nullptr;
-        }
-        Value const& inherited = (*node)["recipeTypeNames"];
-        for (auto name = inherited.begin_vector(); name != inherited.end_vector(); ++name)
-        {
-            members.try_emplace(to_string(*name), MemberPlace{.path = type_path(to_string(*name)), .nests_type = true});
-            collect(to_string(*name), depth + 1, walked, members);
-        }
-        Value const& own = (*node)["members"];
-        for (auto member = own.begin(); member != own.end(); ++member)
-        {
-            add_member(Tree::join(path, "members"), member.name(), *member, depth, walked, members);
-        }
-        return true;
-    }
-
-    void add_member(std::string const& members_path, std::string const& name, Value const& member, int depth,
-                    std::set<std::string>& walked, Members& members) const
-    {
-        auto const symbol = to_string(member["symbol"]);
-        auto const nested = to_string(member["recipeType"]);
-        members.try_emplace(
-            name, MemberPlace{.path = Tree::join(members_path, name), .nests_type = symbol.empty() && !nested.empty()});
-        if (symbol.empty() && !nested.empty())
-        {
-            members.try_emplace(nested, MemberPlace{.path = type_path(nested), .nests_type = true});
-        }
-        if (!nested.empty())
-        {
-            collect(nested, depth + 1, walked, members);
-        }
-    }
-
-    Value const& m_tree;
-    std::unordered_map<std::string, Entry> m_by_type;
-};
 
 class Reader
 {
@@ -165,7 +84,7 @@ private:
     }
 
     void read_value(std::string const& holder, std::string const& name, Value const& value, std::string const& type,
-                    Members const& members)
+                    MemberIndex::Members const& members)
     {
         auto const found = members.find(name);
         m_references.push_back({.kind = Reference::Kind::ValueMember,

@@ -7,6 +7,8 @@
 #include "api_helper.h"
 #include "Json/Json.h"
 
+#include <algorithm>
+
 namespace Ravik
 {
 
@@ -46,7 +48,8 @@ public:
         auto const after = with_move(before, move);
         turn.write(m_domain, "", after, Tree::WriteMode::Replace);
         auto const own = turn.touched().size();
-        auto const answer = m_copy.writer.tell_moved(Context(), m_domain, move, before, schema_type);
+        auto const entry = *RavikSrv::node_path(move.path, before).node;
+        auto const answer = m_copy.writer.tell_moved(Context(), m_domain, move, entry, schema_type);
         cascade.assign(turn.touched().begin() + static_cast<std::ptrdiff_t>(own), turn.touched().end());
         turn.commit();
         return answer;
@@ -75,6 +78,25 @@ struct Faults
     std::vector<std::string> touched;
 };
 
+/// Whether every element of `elements` is one of `vector` too.
+bool holds_all(Value const& vector, Value const& elements)
+{
+    std::vector<Value> all(vector.begin_vector(), vector.end_vector());
+    std::vector<Value> wanted(elements.begin_vector(), elements.end_vector());
+    std::sort(all.begin(), all.end());
+    std::sort(wanted.begin(), wanted.end());
+    return std::includes(all.begin(), all.end(), wanted.begin(), wanted.end());
+}
+
+/// Whether the place stands as it did, or is a list that has lost nothing but what it should.
+bool is_left(Difference const& difference, Value const& untouched)
+{
+    auto const is_list = difference.expected.type() == RavikSrv::ValueType::Vector &&
+                         difference.actual.type() == RavikSrv::ValueType::Vector;
+    return difference.actual == untouched ||
+           (is_list && holds_all(difference.actual, difference.expected) && holds_all(untouched, difference.actual));
+}
+
 Faults sort_out(std::vector<Difference> const& found, Value const& only_moved)
 {
     Faults faults;
@@ -83,8 +105,8 @@ Faults sort_out(std::vector<Difference> const& found, Value const& only_moved)
         auto const line =
             difference.path + " would hold " + shown(difference.actual) + " instead of " + shown(difference.expected);
         auto const* const untouched = RavikSrv::node_path(difference.path, only_moved).node;
-        auto const is_untouched = (untouched == nullptr ? Value() : *untouched) == difference.actual;
-        (is_untouched ? faults.left : faults.touched).push_back(line);
+        auto const left = is_left(difference, untouched == nullptr ? Value() : *untouched);
+        (left ? faults.left : faults.touched).push_back(line);
     }
     return faults;
 }
@@ -127,17 +149,33 @@ Refusal refusal_for(Move const& move, Faults const& faults, ResultPair const& an
     return {};
 }
 
+Rehearsal run(Core const& core, SymbolTable const& symbols, Validator& validator, Extension const& extension,
+              Move const& move, char const* schema_type)
+{
+    Rehearsal rehearsal;
+    Stage stage(core, symbols, validator, extension);
+    auto const before = stage.tree();
+    auto const answer = stage.play(move, schema_type, rehearsal.cascade);
+    rehearsal.tree = stage.tree();
+    auto const found = differences(expected_after(before, move), rehearsal.tree);
+    rehearsal.refusal = refusal_for(move, sort_out(found, with_move(before, move)), answer);
+    return rehearsal;
+}
+
 } // namespace
 
 Rehearsal rehearse(Core const& core, SymbolTable const& symbols, Validator& validator, Extension const& extension,
                    Move const& move, char const* schema_type)
 {
     Rehearsal rehearsal;
-    Stage stage(core, symbols, validator, extension);
-    auto const before = stage.tree();
-    auto const answer = stage.play(move, schema_type, rehearsal.cascade);
-    auto const found = differences(expected_after(before, move), stage.tree());
-    rehearsal.refusal = refusal_for(move, sort_out(found, with_move(before, move)), answer);
+    try
+    {
+        rehearsal = run(core, symbols, validator, extension, move, schema_type);
+    }
+    catch (ProjectError const& error)
+    {
+        rehearsal.refusal = {ErrorValue::EXTENSION, error.what(), move.path};
+    }
     return rehearsal;
 }
 

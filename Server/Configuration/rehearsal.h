@@ -17,6 +17,8 @@ struct Rehearsal
     /// Set where something would not come out right: `MULTIPLE_MATCHES` where something else would be touched,
     /// `ENTRY_NOT_FOUND` where something would be left behind; the text names each place and what can be done instead.
     Refusal refusal;
+    /// The domain's configuration as it would stand.
+    RavikSrv::Value tree;
     /// What the extension would write and remove, in its order.
     std::vector<Configuration::Touched> cascade;
 };

@@ -171,6 +171,23 @@ std::string join(std::string_view parent, std::string_view name)
     return path += name;
 }
 
+Value alone(std::string const& path, Value const& value)
+{
+    std::vector<std::string> names;
+    for (RavikSrv::PathIterator components(path); components.next();)
+    {
+        names.push_back(components.component());
+    }
+    auto tree = value;
+    for (auto name = names.rbegin(); name != names.rend(); ++name)
+    {
+        Value holder(ValueType::Map);
+        holder.insert(name->c_str(), tree);
+        tree = std::move(holder);
+    }
+    return tree;
+}
+
 ErrorValue write(Value& root, std::string const& path, Value const& value, WriteMode mode, std::vector<Change>& changes)
 {
     if (has_empty_component(path) || (path.empty() && !is_map(value)))

@@ -52,6 +52,9 @@ SplitPath split_last(std::string const& path);
 /// `parent` and `name` joined; just `name` below the root.
 std::string join(std::string_view parent, std::string_view name);
 
+/// A tree that holds `value` at `path`, and nothing else than the maps that lead there. Every component is a name.
+RavikSrv::Value alone(std::string const& path, RavikSrv::Value const& value);
+
 /// Writes `value` at `path` and appends what it changed to `changes`. `INVALID_PATH` for a path with an empty component
 /// and for the empty path with a value that is no map, `ENTRY_NOT_FOUND` where the path's parent is missing or can't
 /// hold the entry; both leave the tree as it was. Takes time in proportion to the path and, for a merge, to `value`.

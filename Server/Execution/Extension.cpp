@@ -79,7 +79,7 @@ bool Extension::has_function(std::string_view name) const
     return std::find(m_functions.begin(), m_functions.end(), name) != m_functions.end();
 }
 
-void Extension::start(RavikSrv::IRavikSrvExtHost& host)
+void Extension::start(RavikSrv::IRavikSrvExtHost& host, std::vector<Notice> const& entries)
 {
     auto fresh = std::make_shared<Instance>();
     fresh->object = m_library.create(host);
@@ -90,6 +90,7 @@ void Extension::start(RavikSrv::IRavikSrvExtHost& host)
     Context context;
     context.set_domain(m_domain.c_str());
     auto const answer = guarded([&] { return fresh->object->init(context); });
+    tell_entries(*fresh, context, failed(answer) ? std::vector<Notice>() : entries);
     std::shared_ptr<Instance> previous;
     {
         std::lock_guard const lock(m_mutex);
@@ -104,6 +105,20 @@ void Extension::start(RavikSrv::IRavikSrvExtHost& host)
         throw ProjectError("the extension of domain \"" + m_domain +
                            "\" could not be initialised: " + RavikSrv::get_error_string(answer.result()).name() +
                            (*answer.text() == '\0' ? "" : std::string(", ") + answer.text()));
+    }
+}
+
+void Extension::tell_entries(Instance const& instance, Context const& context, std::vector<Notice> const& entries)
+{
+    for (auto const& config : instance.config)
+    {
+        for (auto const& [path, schema_type] : entries)
+        {
+            if (is_of_interest(config.paths, path))
+            {
+                guarded([&] { return config.listener->on_change(context, path.c_str(), schema_type); });
+            }
+        }
     }
 }
 

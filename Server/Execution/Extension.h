@@ -28,9 +28,17 @@ public:
     std::vector<std::string> const& functions() const noexcept { return m_functions; }
     bool has_function(std::string_view name) const;
 
-    /// Creates the extension object and initialises it; a running one is replaced and destroyed once nobody is in it.
-    /// Throws `ProjectError`.
-    void start(RavikSrv::IRavikSrvExtHost& host);
+    /// An entry of the configuration that the listeners are told of.
+    struct Notice
+    {
+        std::string path;
+        char const* schema_type = "";
+    };
+
+    /// Creates the extension object, initialises it and tells it of the entries. Only then it takes the place of a
+    /// running one, which is destroyed once nobody is in it; so nobody meets it while it does not know all entries.
+    /// Throws `ProjectError`, and the running one stays.
+    void start(RavikSrv::IRavikSrvExtHost& host, std::vector<Notice> const& entries = {});
 
     /// Destroys the extension object once nobody is in it. Everything that is asked of the extension after that fails.
     void stop() noexcept;
@@ -81,6 +89,8 @@ private:
     std::shared_ptr<Instance const> instance() const;
     template <typename Call> RavikSrv::ResultPair ask(std::string const& path, Call call);
     template <typename Call> RavikSrv::ResultPair tell(std::string const& path, Call call);
+    static void tell_entries(Instance const& instance, RavikSrv::Context const& context,
+                             std::vector<Notice> const& entries);
 
     std::string m_domain;
     ExtensionLibrary m_library;

@@ -28,6 +28,24 @@ std::string joined(std::vector<std::string> const& names)
     return text;
 }
 
+EditReport report(EditOutcome const& outcome)
+{
+    EditReport report;
+    report.error = outcome.refusal.error;
+    report.text = outcome.refusal.text;
+    report.path = outcome.refusal.path;
+    report.made = outcome.made;
+    for (auto const& place : outcome.cascade)
+    {
+        report.cascade.push_back({.domain = place.domain, .path = place.path, .removed = place.removed});
+    }
+    for (auto const& refusal : outcome.refusals)
+    {
+        report.refused.push_back({.error = refusal.error, .text = refusal.text, .path = refusal.path});
+    }
+    return report;
+}
+
 } // namespace
 
 std::unique_ptr<Project> Project::open(std::filesystem::path const& directory, OpenOptions const& options)
@@ -164,14 +182,32 @@ ConfigurationOutcome OpenProject::get(std::string const& domain, std::string con
     return {.error = ErrorValue::SUCCESS, .text = {}, .path = {}, .value = *reached.node};
 }
 
-ConfigurationOutcome OpenProject::import(std::string const& domain, Value const& data)
+EditReport OpenProject::set(std::string const& domain, std::string const& path, Value const& value)
 {
-    if (m_core.extensions.find(domain) == nullptr)
-    {
-        return unknown_domain(domain);
-    }
-    auto const outcome = m_editor.import(domain, data, {});
-    return {.error = outcome.refusal.error, .text = outcome.refusal.text, .path = outcome.refusal.path, .value = {}};
+    return report(m_editor.set(domain, path, value));
+}
+
+EditReport OpenProject::remove(std::string const& domain, std::string const& path, MoveOptions const& options)
+{
+    return report(m_editor.remove(domain, path, options));
+}
+
+EditReport OpenProject::rename(std::string const& domain, std::string const& path, std::string const& new_path,
+                               MoveOptions const& options)
+{
+    return report(m_editor.rename(domain, path, new_path, options));
+}
+
+EditReport OpenProject::import(std::string const& domain, Value const& data, ImportOptions const& options)
+{
+    return report(m_editor.import(domain, data, options));
+}
+
+std::vector<Reference> OpenProject::dangling_references(std::string const& domain) const
+{
+    auto references = read_references(m_core.configuration.tree(domain));
+    std::erase_if(references, [](Reference const& reference) { return reference.found; });
+    return references;
 }
 
 // Symbols -------------------------------------------------------------------------------------------------------------

@@ -27,7 +27,12 @@ public:
     std::vector<std::string> domains() const override { return m_core.extensions.domains(); }
 
     ConfigurationOutcome get(std::string const& domain, std::string const& path) const override;
-    ConfigurationOutcome import(std::string const& domain, RavikSrv::Value const& data) override;
+    EditReport set(std::string const& domain, std::string const& path, RavikSrv::Value const& value) override;
+    EditReport remove(std::string const& domain, std::string const& path, MoveOptions const& options) override;
+    EditReport rename(std::string const& domain, std::string const& path, std::string const& new_path,
+                      MoveOptions const& options) override;
+    EditReport import(std::string const& domain, RavikSrv::Value const& data, ImportOptions const& options) override;
+    std::vector<Reference> dangling_references(std::string const& domain) const override;
 
     std::vector<SymbolInfo> symbols() const override;
     ExecutedGroup read_symbols(std::vector<std::string> const& names) override;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Configuration/EditOptions.h"
+#include "Configuration/references.h"
 #include "Execution/ExecutionRecord.h"
 #include "Project/ProjectFile.h"
 
@@ -49,6 +51,32 @@ struct ConfigurationOutcome
     bool succeeded() const noexcept { return error == RavikSrv::ErrorValue::SUCCESS; }
 };
 
+/// A place of a configuration that an extension wrote or removed in the course of an edit.
+struct CascadeStep
+{
+    std::string domain;
+    std::string path;
+    bool removed = false;
+};
+
+/// Why one entry of an import was refused.
+struct RefusedEntry
+{
+    RavikSrv::ErrorValue error = RavikSrv::ErrorValue::SUCCESS;
+    std::string text;
+    std::string path;
+};
+
+/// What became of an edit. A failure with `made` set was made all the same: the extension could not carry it through.
+struct EditReport : ConfigurationOutcome
+{
+    bool made = false;
+    /// What else changed or, for a dry run, would.
+    std::vector<CascadeStep> cascade;
+    /// Every refused entry of an import that only checks.
+    std::vector<RefusedEntry> refused;
+};
+
 /// A symbol as the project file maps it.
 struct SymbolInfo
 {
@@ -75,6 +103,8 @@ public:
     /// extensions. Throws `ProjectError` with a message for a person.
     static std::unique_ptr<Project> open(std::filesystem::path const& directory, OpenOptions const& options = {});
 
+    Project(Project const&) = delete;
+    Project& operator=(Project const&) = delete;
     virtual ~Project() = default;
 
     /// Calls a function of a domain with its parameters (null for none).
@@ -87,8 +117,16 @@ public:
 
     /// Reads the entry at `path` of the domain's configuration; the empty path gives the whole.
     virtual ConfigurationOutcome get(std::string const& domain, std::string const& path) const = 0;
-    /// Imports recipe types and recipes into the domain's configuration; see `import_configuration`.
-    virtual ConfigurationOutcome import(std::string const& domain, RavikSrv::Value const& data) = 0;
+    // Edits; see `Editor`.
+    virtual EditReport set(std::string const& domain, std::string const& path, RavikSrv::Value const& value) = 0;
+    virtual EditReport remove(std::string const& domain, std::string const& path, MoveOptions const& options) = 0;
+    virtual EditReport rename(std::string const& domain, std::string const& path, std::string const& new_path,
+                              MoveOptions const& options) = 0;
+    virtual EditReport import(std::string const& domain, RavikSrv::Value const& data,
+                              ImportOptions const& options) = 0;
+
+    /// The references of the domain's configuration that lead nowhere.
+    virtual std::vector<Reference> dangling_references(std::string const& domain) const = 0;
 
     /// All symbols in the order of the project file.
     virtual std::vector<SymbolInfo> symbols() const = 0;
@@ -98,8 +136,6 @@ public:
 
 protected:
     Project() = default;
-    Project(Project const&) = delete;
-    Project& operator=(Project const&) = delete;
 };
 
 /// Writes a sample project into `directory`, which is made where it is missing: ravik.json, recipes.json to import and

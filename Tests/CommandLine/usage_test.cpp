@@ -51,7 +51,7 @@ TEST(usage, needs_no_project_and_has_the_same_status_with_json)
         {"ravik import nothing.json", 1, {}, {"nothing.json: can't be read: No such file"}},
         {"ravik import .", 1, {}, {"can't be read"}},
         {"ravik export .", 1, {}, {"is a folder"}},
-        {"printf '{\\n \"a\": 1,\\n x}' | ravik import -", 1, {}, {"standard input:3:2: "}},
+        {R"(printf '{\n "a": 1,\n x}' | ravik import -)", 1, {}, {"standard input:3:2: "}},
         {"printf '[1' >broken.json; ravik import broken.json", 1, {}, {"broken.json:1:3: "}},
     };
     for (auto const& line : lines)

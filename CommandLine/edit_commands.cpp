@@ -1,0 +1,191 @@
+#include "edit_commands.h"
+
+#include "Progress.h"
+#include "configuration_answer.h"
+#include "recipe_names.h"
+#include "text_file.h"
+#include "text_width.h"
+
+#include "Json/Json.h"
+
+#include "api_helper.h"
+
+namespace Ravik::CommandLine
+{
+
+namespace
+{
+
+using RavikSrv::ErrorValue;
+using RavikSrv::Value;
+using RavikSrv::ValueType;
+
+/// Reads a file that the user names; a fault in it is told with its place.
+Value read_json(std::string const& file)
+{
+    auto const text = read_text(file);
+    try
+    {
+        return Json::parse(text);
+    }
+    catch (Json::ParseError const& error)
+    {
+        throw Failure(ErrorValue::SYNTAX, (file == "-" ? "standard input" : file) + ':' +
+                                              std::to_string(error.location().line) + ':' +
+                                              std::to_string(error.location().column) + ": " + error.what());
+    }
+}
+
+/// The steps of a cascade as the value of an answer: what was written and what was removed.
+Value cascade_value(std::vector<CascadeStep> const& cascade)
+{
+    Value written(ValueType::Vector);
+    Value removed(ValueType::Vector);
+    for (auto const& step : cascade)
+    {
+        (step.removed ? removed : written) << Value(std::string_view(step.path));
+    }
+    Value value;
+    value.insert("written", written);
+    value.insert("removed", removed);
+    return value;
+}
+
+void print_cascade(std::vector<CascadeStep> const& cascade, bool only_rehearsed, Output& output)
+{
+    for (auto const& step : cascade)
+    {
+        auto const* const word = only_rehearsed ? (step.removed ? "would remove " : "would write  ")
+                                                : (step.removed ? "removed " : "wrote   ");
+        output.print(word + printable(step.path));
+    }
+}
+
+/// The answer to an edit of one path; `done` says what was done.
+Answer edit_answer(Invocation& invocation, EditReport const& report, std::string const& done)
+{
+    auto const dry_run = invocation.has(Option::dry_run);
+    auto answer = configuration_answer(report);
+    if (report.made || dry_run)
+    {
+        answer.value = cascade_value(report.cascade);
+        print_cascade(report.cascade, dry_run, invocation.output());
+    }
+    if (report.succeeded())
+    {
+        invocation.output().print(dry_run ? "Nothing was changed." : done);
+    }
+    return answer;
+}
+
+MoveOptions move_options(Invocation const& invocation)
+{
+    return {.force = invocation.has(Option::force), .dry_run = invocation.has(Option::dry_run)};
+}
+
+/// The answer to an import that only checks: every refusal is a message.
+Answer checked_answer(Invocation& invocation, EditReport const& report)
+{
+    auto answer = configuration_answer(report);
+    answer.value = Value(ValueType::Vector);
+    for (auto const& refused : report.refused)
+    {
+        std::string const name = RavikSrv::get_error_string(refused.error).name();
+        auto const text = with_path(refused.path, refused.text);
+        answer.messages.push_back(name + ": " + text);
+        Value entry;
+        entry.insert("path", Value(std::string_view(refused.path)));
+        entry.insert("name", Value(std::string_view(name)));
+        entry.insert("text", Value(std::string_view(refused.text)));
+        answer.value << entry;
+    }
+    if (report.succeeded())
+    {
+        invocation.output().print("Nothing speaks against the import; nothing was changed.");
+    }
+    return answer;
+}
+
+} // namespace
+
+Answer set(Invocation& invocation)
+{
+    auto const operands = invocation.operands();
+    auto const value = json_operand(operands[1]);
+    auto const report = invocation.project().set(invocation.domain(), operands[0], value);
+    return edit_answer(invocation, report, "Set " + printable(operands[0]) + '.');
+}
+
+Answer remove(Invocation& invocation)
+{
+    auto const& path = invocation.operands()[0];
+    auto const report = invocation.project().remove(invocation.domain(), path, move_options(invocation));
+    return edit_answer(invocation, report, "Deleted " + printable(path) + '.');
+}
+
+Answer rename(Invocation& invocation)
+{
+    auto const operands = invocation.operands();
+    auto const report =
+        invocation.project().rename(invocation.domain(), operands[0], operands[1], move_options(invocation));
+    return edit_answer(invocation, report, "Renamed " + printable(operands[0]) + " to " + printable(operands[1]) + '.');
+}
+
+Answer import(Invocation& invocation)
+{
+    auto const data = read_json(invocation.operands()[0]);
+    Progress progress("Checking");
+    auto const report = invocation.project().import(
+        invocation.domain(), data,
+        {.dry_run = invocation.has(Option::dry_run),
+         .replace = invocation.has(Option::replace),
+         .progress = [&progress](std::size_t done, std::size_t total) { progress.show(done, total); }});
+    progress.clear();
+    if (invocation.has(Option::dry_run))
+    {
+        return checked_answer(invocation, report);
+    }
+    auto answer = configuration_answer(report);
+    if (report.succeeded())
+    {
+        answer.value = count_value(data);
+        invocation.output().print("Imported " + recipe_counts(data) + '.');
+    }
+    return answer;
+}
+
+Answer check(Invocation& invocation)
+{
+    auto const domain = invocation.domain();
+    auto const present = invocation.project().get(domain, "");
+    auto answer = configuration_answer(present);
+    if (!present.succeeded())
+    {
+        return answer;
+    }
+    auto const references = invocation.project().dangling_references(domain);
+    answer.value = Value(ValueType::Vector);
+    for (auto const& reference : references)
+    {
+        Value entry;
+        entry.insert("path", Value(std::string_view(reference.holder)));
+        entry.insert("kind", Value(to_text(reference.kind)));
+        entry.insert("target", Value(std::string_view(reference.target)));
+        answer.value << entry;
+        invocation.output().print(printable(reference.holder) + ": there is no " + to_text(reference.kind) + " " +
+                                  printable(reference.target));
+    }
+    if (references.empty())
+    {
+        invocation.output().print("Every reference leads somewhere.");
+        return answer;
+    }
+    auto const failed = answer_of(ErrorValue::ENTRY_NOT_FOUND, counted(references.size(), "reference") + " lead" +
+                                                                   (references.size() == 1 ? "s" : "") + " nowhere");
+    answer.result = failed.result;
+    answer.name = failed.name;
+    answer.text = failed.text;
+    return answer;
+}
+
+} // namespace Ravik::CommandLine

@@ -1,0 +1,52 @@
+#include "function_answer.h"
+
+#include "nearest_name.h"
+#include "recipe_names.h"
+
+#include "api_helper.h"
+
+namespace Ravik::CommandLine
+{
+
+using RavikSrv::Value;
+
+Answer function_answer(FunctionOutcome const& outcome)
+{
+    if (outcome.error != RavikSrv::ErrorValue::SUCCESS)
+    {
+        return answer_of(outcome.error, outcome.text);
+    }
+    Answer answer;
+    answer.result = outcome.result;
+    answer.name = outcome.name;
+    answer.text = outcome.text;
+    answer.value = outcome.value;
+    return answer;
+}
+
+FunctionOutcome call_with(Invocation& invocation, std::string const& function, char const* key,
+                          std::string const& value)
+{
+    Value parameters(RavikSrv::ValueType::Struct);
+    parameters.insert(key, Value(std::string_view(value)));
+    return invocation.project().call(std::string(recipe_domain), function, parameters);
+}
+
+void hint_at_unknown_recipe(Invocation& invocation, std::string const& recipe)
+{
+    auto const path = "recipeList" + RavikSrv::path_separator() + recipe;
+    auto& project = invocation.project();
+    std::string const domain(recipe_domain);
+    if (project.get(domain, path).succeeded())
+    {
+        return;
+    }
+    auto const names = recipe_names(project.get(domain, "recipeList").value);
+    auto const nearest = likely_name(recipe, {names.begin(), names.end()});
+    invocation.output().hint("there is no recipe '" + recipe + "'" +
+                             (names.empty()     ? "; 'import' brings some into the project"
+                              : nearest.empty() ? "; 'get recipeList' shows all"
+                                                : "; did you mean '" + std::string(nearest) + "'?"));
+}
+
+} // namespace Ravik::CommandLine

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "Command.h"
+
+#include <string>
+
+namespace Ravik::CommandLine
+{
+
+/// A function's outcome as the answer of a command: the extension's result, or the server's error.
+Answer function_answer(FunctionOutcome const& outcome);
+
+/// Calls a function of the recipe management with one parameter.
+FunctionOutcome call_with(Invocation& invocation, std::string const& function, char const* key,
+                          std::string const& value);
+
+/// The extension answers for an unknown recipe as for one of an unknown type, so the user is told which it is.
+void hint_at_unknown_recipe(Invocation& invocation, std::string const& recipe);
+
+} // namespace Ravik::CommandLine

@@ -1,0 +1,82 @@
+#include "Configuration/SetPlan.h"
+
+#include "Configuration/Entry.h"
+#include "Configuration/edit_rules.h"
+#include "Configuration/entry_checks.h"
+#include "Configuration/tree.h"
+#include "api_helper.h"
+
+#include <utility>
+
+namespace Ravik
+{
+
+using RavikSrv::ErrorValue;
+using RavikSrv::Value;
+using RavikSrv::ValueType;
+
+namespace
+{
+
+/// The path of what a change at `path` touches: the entry around it, or a folder that becomes an entry by it.
+std::string subject_of(std::string const& path, Value const& tree)
+{
+    auto const place = locate(path, tree);
+    if (place.kind == EntryKind::Inside)
+    {
+        return place.owner;
+    }
+    auto const first_missing = Tree::split_last(place.owner);
+    auto const is_missing = RavikSrv::node_path(place.owner, tree).node == nullptr;
+    return is_missing && makes_entry(first_missing.parent, first_missing.name) ? first_missing.parent : path;
+}
+
+} // namespace
+
+SetPlan::SetPlan(std::string path, Value value, Value const& tree)
+    : m_path(std::move(path)), m_subject(subject_of(m_path, tree)), m_folders(Tree::missing_parents(tree, m_path))
+{
+    if (auto const* const present = RavikSrv::node_path(m_subject, tree).node; present != nullptr)
+    {
+        m_before = Tree::alone(m_subject, *present);
+    }
+    m_after = m_before;
+    std::vector<Tree::Change> changes;
+    for (auto const& folder : Tree::missing_parents(m_after, m_path))
+    {
+        Tree::write(m_after, folder, Value(ValueType::Map), Tree::WriteMode::Replace, changes);
+    }
+    m_error = Tree::write(m_after, m_path, value, Tree::WriteMode::Replace, changes);
+}
+
+Refusal SetPlan::check(EntrySchemas const& schemas) const
+{
+    if (m_error != ErrorValue::SUCCESS)
+    {
+        return {m_error, "the path leads through something that holds no entries", m_path};
+    }
+    if (auto const refusal = check_form(m_path, m_after))
+    {
+        return refusal;
+    }
+    for (auto const& folder : m_folders)
+    {
+        auto const place = Tree::split_last(folder);
+        if (auto const refusal = place.parent.empty() ? Refusal() : check_name(place.parent, place.name))
+        {
+            return refusal;
+        }
+    }
+    auto const refusal = check_set(m_subject, m_before, m_after);
+    return refusal ? refusal : check_entries(schemas, locate(m_subject, m_after).owner, m_after);
+}
+
+std::string SetPlan::new_owner() const
+{
+    auto const place = locate(m_path, m_after);
+    auto const is_new = RavikSrv::node_path(place.owner, m_before).node == nullptr ||
+                        locate(place.owner, m_before).kind == EntryKind::Folder;
+    return place.kind == EntryKind::Inside && is_new ? place.owner : std::string();
+}
+
+} // namespace Ravik

@@ -1,0 +1,224 @@
+// Kills a process that edits a project, again and again, and looks at what is left each time:
+//
+//     ServerCrashTest [KILLS [SEED]]
+//
+// The edits are numbered and the same in every run. The process acknowledges each one that was answered with success.
+// After a kill the project must open without a dangling reference, and hold the outcome of the last acknowledged edit
+// or, as a whole, of the one after it. Exit status 0 where it always did.
+
+#include "EditedProject.h"
+#include "Project/OpenProject.h"
+#include "Json/Json.h"
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+#include <random>
+#include <stdexcept>
+#include <string>
+#include <sys/wait.h>
+#include <time.h>
+#include <unistd.h>
+
+namespace
+{
+
+using Ravik::EditReport;
+using Ravik::Project;
+using Ravik::Testing::full_path;
+
+std::string const domain(Ravik::recipe_domain);
+
+std::string with_prefix(std::string text, std::string const& prefix)
+{
+    for (auto at = text.find('$'); at != std::string::npos; at = text.find('$'))
+    {
+        text.replace(at, 1, prefix);
+    }
+    return text;
+}
+
+EditReport move(Project& project, std::string const& from, std::string const& to)
+{
+    return to.empty() ? project.remove(domain, full_path(from), {})
+                      : project.rename(domain, full_path(from), full_path(to), {});
+}
+
+/// Makes the edit of that number, the outcome of the one before it given. Eleven edits bring a family of types and
+/// recipes in, reorganise it and take it away again.
+EditReport make_edit(Project& project, int number)
+{
+    auto const round = number / 11;
+    auto const named = [prefix = "P" + std::to_string(round % 3)](char const* text)
+    { return with_prefix(text, prefix); };
+    auto const set = [&](char const* place, std::string const& json)
+    { return project.set(domain, full_path(named(place)), Ravik::Json::parse(named(json.c_str()))); };
+    switch (number % 11)
+    {
+    case 0:
+        return project.import(domain,
+                              Ravik::Testing::configuration(
+                                  named("$/T(m,n) $/U<$/T>(o) $/V(k@$/T) | $/A:$/T(m=1) $/B:$/T(m=1,n=2) $/C:$/U(o=1) "
+                                        "$/D:$/V(k=$/A)")),
+                              {});
+    case 1:
+        return set("R/$/A/values/m", std::to_string(round));
+    case 2:
+        return move(project, named("T/$/T"), named("T/$/W"));
+    case 3:
+        return move(project, named("R/$/A"), named("R/$/Q"));
+    case 4:
+        return move(project, named("T/$/W/members/m"), named("T/$/W/members/q"));
+    case 5:
+        return move(project, named("T/$"), named("T/N$"));
+    case 6:
+        return set("R/$/E", R"({"recipeTypeName":"N$::W","values":{"q":)" + std::to_string(round) + "}}");
+    case 7:
+        return move(project, named("R/$/Q"), "");
+    case 8:
+        return move(project, named("R/$"), named("R/M$"));
+    case 9:
+        return move(project, named("T/N$"), "");
+    default:
+        return move(project, named("R/M$"), "");
+    }
+}
+
+/// The outcome of all edits up to a number, without a store.
+class Model
+{
+public:
+    explicit Model(std::filesystem::path const& project_file)
+        : m_project(Ravik::read_project_file(project_file), nullptr)
+    {
+    }
+
+    /// `number` must not fall. Below zero nothing has been edited.
+    std::string after(int number)
+    {
+        for (; m_done < number; ++m_done)
+        {
+            auto const report = make_edit(m_project, m_done + 1);
+            if (!report.succeeded())
+            {
+                throw std::runtime_error("edit " + std::to_string(m_done + 1) + ": " + report.path + ": " +
+                                         report.text);
+            }
+        }
+        return Ravik::Json::write(m_project.get(domain, "").value);
+    }
+
+private:
+    Ravik::OpenProject m_project;
+    int m_done = -1;
+};
+
+/// The process to be killed: edits from `number` on and writes the number of each edit that was made.
+[[noreturn]] void edit_for_ever(std::filesystem::path const& folder, int number, int acknowledge)
+{
+    try
+    {
+        auto const project = Project::open(folder);
+        for (; make_edit(*project, number).succeeded(); ++number)
+        {
+            if (write(acknowledge, &number, sizeof number) != sizeof number)
+            {
+                break;
+            }
+        }
+    }
+    catch (std::exception const& error)
+    {
+        std::fputs(error.what(), stderr);
+    }
+    _exit(EXIT_FAILURE);
+}
+
+/// Runs the process and kills it at a random moment; answers the last number acknowledged, at least `last`.
+int run_and_kill(std::filesystem::path const& folder, int last, std::mt19937& random)
+{
+    int pipe_ends[2];
+    if (pipe(pipe_ends) != 0)
+    {
+        throw std::runtime_error("no pipe could be made");
+    }
+    auto const process = fork();
+    if (process == 0)
+    {
+        close(pipe_ends[0]);
+        edit_for_ever(folder, last + 1, pipe_ends[1]);
+    }
+    close(pipe_ends[1]);
+    // Somewhere in opening, or in the edit that follows so many others.
+    auto const wanted = static_cast<int>(random() % 8);
+    int number = last;
+    for (int count = 0; count < wanted && read(pipe_ends[0], &number, sizeof number) == sizeof number; ++count)
+    {
+    }
+    timespec const moment{.tv_sec = 0, .tv_nsec = static_cast<long>(random() % (wanted == 0 ? 40'000'000 : 8'000'000))};
+    nanosleep(&moment, nullptr);
+    kill(process, SIGKILL);
+    int status = 0;
+    waitpid(process, &status, 0);
+    while (read(pipe_ends[0], &number, sizeof number) == sizeof number)
+    {
+    }
+    close(pipe_ends[0]);
+    if (!WIFSIGNALED(status))
+    {
+        throw std::runtime_error("the editing process failed before it was killed");
+    }
+    return number;
+}
+
+int run(int kills, unsigned seed)
+{
+    Ravik::Testing::TemporaryFolder const folder;
+    auto const file = folder.write("ravik.json", Ravik::Testing::project_file());
+    Model model(file);
+    std::mt19937 random(seed);
+    int last = -1;
+    int unacknowledged = 0;
+    for (int done = 0; done < kills; ++done)
+    {
+        last = run_and_kill(folder.path(), last, random);
+        auto const project = Project::open(folder.path());
+        auto const found = Ravik::Json::write(project->get(domain, "").value);
+        auto expected = model.after(last);
+        if (found != expected)
+        {
+            ++unacknowledged;
+            expected = model.after(++last);
+        }
+        if (found != expected)
+        {
+            throw std::runtime_error("after edit " + std::to_string(last) + " there is\n" + found + "\ninstead of\n" +
+                                     expected);
+        }
+        if (!project->dangling_references(domain).empty())
+        {
+            throw std::runtime_error("a reference dangles after edit " + std::to_string(last));
+        }
+    }
+    std::cout << kills << " kills, " << last + 1 << " edits, of which " << unacknowledged
+              << " had been stored when their process was killed before it could say so\n";
+    return EXIT_SUCCESS;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    auto const kills = argc > 1 ? std::atoi(argv[1]) : 15;
+    auto const seed = argc > 2 ? static_cast<unsigned>(std::atoi(argv[2])) : std::random_device{}();
+    try
+    {
+        return run(kills, seed);
+    }
+    catch (std::exception const& error)
+    {
+        std::cerr << "ServerCrashTest " << kills << ' ' << seed << ": " << error.what() << '\n';
+        return EXIT_FAILURE;
+    }
+}
