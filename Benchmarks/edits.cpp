@@ -112,7 +112,7 @@ double rename_type(int recipes)
 {
     Plant const plant(recipes, 10);
     auto best = 1e9;
-    for (int run = 0; run < 4; ++run)
+    for (int run = 0; run < 8; ++run)
     {
         auto const* const from = run % 2 == 0 ? "recipeTypeList::T" : "recipeTypeList::Renamed";
         auto const* const to = run % 2 == 0 ? "recipeTypeList::Renamed" : "recipeTypeList::T";

@@ -92,7 +92,7 @@ Answer checked_answer(Invocation& invocation, EditReport const& report)
     {
         std::string const name = RavikSrv::get_error_string(refused.error).name();
         auto const text = with_path(refused.path, refused.text);
-        answer.messages.push_back(name + ": " + text);
+        answer.messages.push_back(std::string(name).append(": ").append(text));
         Value entry;
         entry.insert("path", Value(std::string_view(refused.path)));
         entry.insert("name", Value(std::string_view(name)));

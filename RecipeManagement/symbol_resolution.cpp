@@ -1,6 +1,7 @@
 #include "Member.h"
 #include "RavikRecipeManagement.h"
 #include "configuration_keys.h"
+#include "result_pair.h"
 #include "value_text.h"
 #include "walk_limits.h"
 
@@ -21,16 +22,6 @@ using RavikSrv::Value;
 
 namespace
 {
-
-ResultPair failure(ErrorValue error, RecipeResult text)
-{
-    return {error, result_name(text)};
-}
-
-bool failed(ResultPair const& result)
-{
-    return result.result() != ErrorValue::SUCCESS;
-}
 
 /// Appends the records of a type, of the types that it inherits and of those nested in its members.
 class TypeWalk

@@ -190,6 +190,7 @@ void RavikRecipeManagement::drop_stale_values(Context const& context, Command& c
                                               std::string const& values_path, SymbolList& symbols)
 {
     Value info;
+    info.set_type(ValueType::Vector);
     for (auto value = values.begin(); value != values.end(); ++value)
     {
         if (symbols.find_name(value.name()) != nullptr)

@@ -234,10 +234,9 @@ void Configuration::Turn::take_back() noexcept
 {
     m_touched.clear();
     std::lock_guard const lock(m_configuration.m_mutex);
-    for (auto change = m_changes.rbegin(); change != m_changes.rend(); ++change)
-    {
-        Tree::take_back(m_configuration.m_domains.at(change->domain).tree, change->change);
-    }
+    std::for_each(m_changes.rbegin(), m_changes.rend(),
+                  [this](DomainChange const& made)
+                  { Tree::take_back(m_configuration.m_domains.at(made.domain).tree, made.change); });
     m_changes.clear();
 }
 

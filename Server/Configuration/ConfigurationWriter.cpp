@@ -66,7 +66,7 @@ ResultPair ConfigurationWriter::tell_changed(Context const& context, std::string
         return {};
     }
     auto const kind = locate(path, m_configuration.tree(domain)).kind;
-    auto const first = extension->on_change(context_for(context, domain), path, schema_type(kind));
+    auto first = extension->on_change(context_for(context, domain), path, schema_type(kind));
     if (kind != EntryKind::Folder && !path.empty())
     {
         return first;

@@ -18,7 +18,6 @@ namespace Ravik
 
 using RavikSrv::Context;
 using RavikSrv::ErrorValue;
-using RavikSrv::ResultPair;
 using RavikSrv::Value;
 using RavikSrv::ValueType;
 
@@ -79,7 +78,11 @@ Refusal Editor::check_domain(Site const& site, std::string const& path) const
 Refusal Editor::check_place(Site const& site, std::string const& path) const
 {
     auto refusal = check_domain(site, path);
-    refusal = refusal ? refusal : check_path(path, site.schemas->has_recipes());
+    if (refusal || site.schemas == nullptr)
+    {
+        return refusal;
+    }
+    refusal = check_path(path, site.schemas->has_recipes());
     if (!refusal && m_core.configuration.is_fixed(site.domain, path))
     {
         return {ErrorValue::INVALID_PATH, "this stands in ravik.json; change it there", path};
@@ -121,7 +124,7 @@ EditOutcome Editor::set(std::string const& domain, std::string const& path, Valu
 }
 
 EditOutcome Editor::tell_set(Site const& site, std::string const& path, std::string const& new_owner,
-                             Configuration::Turn& turn)
+                             Configuration::Turn& turn) const
 {
     auto const own = turn.touched().size();
     if (!new_owner.empty())
@@ -137,8 +140,9 @@ EditOutcome Editor::tell_set(Site const& site, std::string const& path, std::str
 /// Asks for the path itself, for the entry that it lies in and, for a folder, for every entry in it.
 Refusal Editor::ask_change(Site const& site, std::string const& path, Value const& tree) const
 {
+    auto& extension = *site.extension;
     auto const ask = [&](std::string const& asked, Value value, EntryKind kind)
-    { return explained(site.extension->before_change(site.context, asked, value, schema_type(kind)), asked); };
+    { return explained(extension.before_change(site.context, asked, value, schema_type(kind)), asked); };
     auto const place = locate(path, tree);
     auto const* const node = RavikSrv::node_path(path, tree).node;
     auto refusal = node == nullptr ? Refusal() : ask(path, *node, place.kind);
@@ -170,7 +174,7 @@ EditOutcome Editor::rename(std::string const& domain, std::string const& path, s
                            MoveOptions const& options)
 {
     auto const here = site(domain);
-    if (auto const refusal = check_place(here, new_path))
+    if (auto refusal = check_place(here, new_path))
     {
         return refused(refusal);
     }
@@ -180,7 +184,7 @@ EditOutcome Editor::rename(std::string const& domain, std::string const& path, s
 EditOutcome Editor::move(Site const& site, Move const& move, MoveOptions const& options)
 {
     Configuration::Turn turn(m_core.configuration);
-    if (auto const refusal = check_place(site, move.path))
+    if (auto refusal = check_place(site, move.path))
     {
         return refused(refusal);
     }
@@ -277,7 +281,7 @@ EditOutcome Editor::make_move(Site const& site, Move const& move, Value const& b
             return outcome;
         }
         attempt.take_back();
-        if (auto const refusal = restart(site); refusal || is_last)
+        if (auto refusal = restart(site); refusal || is_last)
         {
             return refused(refusal ? refusal
                                    : Refusal{ErrorValue::UNEXPECTED,
@@ -287,7 +291,7 @@ EditOutcome Editor::make_move(Site const& site, Move const& move, Value const& b
     return refused({ErrorValue::UNEXPECTED, "", move.path});
 }
 
-EditOutcome Editor::try_move(Site const& site, Move const& move, Value const& before, Configuration::Turn& turn)
+EditOutcome Editor::try_move(Site const& site, Move const& move, Value const& before, Configuration::Turn& turn) const
 {
     auto const entry = *RavikSrv::node_path(move.path, before).node;
     turn.remove(site.domain, move.path);
@@ -332,7 +336,7 @@ EditOutcome Editor::import(std::string const& domain, Value const& data, ImportO
 {
     auto const here = site(domain);
     Configuration::Turn turn(m_core.configuration);
-    if (auto const refusal = check_domain(here, ""))
+    if (auto refusal = check_domain(here, ""))
     {
         return refused(refusal);
     }
@@ -347,7 +351,7 @@ EditOutcome Editor::import(std::string const& domain, Value const& data, ImportO
         auto const first = refusals.empty() ? Refusal() : refusals.front();
         return {.refusal = first, .refusals = std::move(refusals), .made = false, .cascade = {}};
     }
-    if (auto const refusal = import.write(turn))
+    if (auto refusal = import.write(turn))
     {
         return refused(refusal);
     }

@@ -67,13 +67,14 @@ private:
     Refusal check_place(Site const& site, std::string const& path) const;
     Refusal ask_change(Site const& site, std::string const& path, RavikSrv::Value const& tree) const;
     EditOutcome tell_set(Site const& site, std::string const& path, std::string const& new_owner,
-                         Configuration::Turn& turn);
+                         Configuration::Turn& turn) const;
     EditOutcome move(Site const& site, Move const& move, MoveOptions const& options);
     Refusal ask_move(Site const& site, Move const& move, RavikSrv::Value const& before) const;
     Refusal ask_delete(Site const& site, std::string const& path, RavikSrv::Value const& tree) const;
     EditOutcome make_move(Site const& site, Move const& move, RavikSrv::Value const& before,
                           RavikSrv::Value const& expected);
-    EditOutcome try_move(Site const& site, Move const& move, RavikSrv::Value const& before, Configuration::Turn& turn);
+    EditOutcome try_move(Site const& site, Move const& move, RavikSrv::Value const& before,
+                         Configuration::Turn& turn) const;
     Refusal restart(Site const& site);
 
     Core& m_core;

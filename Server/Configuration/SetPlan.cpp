@@ -33,7 +33,7 @@ std::string subject_of(std::string const& path, Value const& tree)
 
 } // namespace
 
-SetPlan::SetPlan(std::string path, Value value, Value const& tree)
+SetPlan::SetPlan(std::string path, Value const& value, Value const& tree)
     : m_path(std::move(path)), m_subject(subject_of(m_path, tree)), m_folders(Tree::missing_parents(tree, m_path))
 {
     if (auto const* const present = RavikSrv::node_path(m_subject, tree).node; present != nullptr)
@@ -55,19 +55,19 @@ Refusal SetPlan::check(EntrySchemas const& schemas) const
     {
         return {m_error, "the path leads through something that holds no entries", m_path};
     }
-    if (auto const refusal = check_form(m_path, m_after))
+    if (auto refusal = check_form(m_path, m_after))
     {
         return refusal;
     }
     for (auto const& folder : m_folders)
     {
         auto const place = Tree::split_last(folder);
-        if (auto const refusal = place.parent.empty() ? Refusal() : check_name(place.parent, place.name))
+        if (auto refusal = place.parent.empty() ? Refusal() : check_name(place.parent, place.name))
         {
             return refusal;
         }
     }
-    auto const refusal = check_set(m_subject, m_before, m_after);
+    auto refusal = check_set(m_subject, m_before, m_after);
     return refusal ? refusal : check_entries(schemas, locate(m_subject, m_after).owner, m_after);
 }
 

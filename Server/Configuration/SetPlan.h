@@ -16,7 +16,7 @@ namespace Ravik
 class SetPlan
 {
 public:
-    SetPlan(std::string path, RavikSrv::Value value, RavikSrv::Value const& tree);
+    SetPlan(std::string path, RavikSrv::Value const& value, RavikSrv::Value const& tree);
 
     /// Whether every entry stays where it was, as what it was, and what comes to stand fits its definition.
     Refusal check(EntrySchemas const& schemas) const;

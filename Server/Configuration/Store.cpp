@@ -23,7 +23,6 @@ namespace Ravik
 {
 
 using RavikSrv::Value;
-using RavikSrv::ValueType;
 
 namespace
 {

@@ -42,11 +42,11 @@ Refusal check_rename(Move const& move, Value const& tree)
     {
         return {ErrorValue::ID_IN_USE, "there is an entry at the new path already", move.new_path};
     }
-    if (auto const refusal = check_name(to.parent, to.name))
+    if (auto refusal = check_name(to.parent, to.name))
     {
         return refusal;
     }
-    if (auto const refusal = check_form(move.new_path, with_move(tree, move)))
+    if (auto refusal = check_form(move.new_path, with_move(tree, move)))
     {
         return refusal;
     }
@@ -70,7 +70,7 @@ Refusal check_rename(Move const& move, Value const& tree)
     for (auto const& folder : on_the_way)
     {
         auto const place = Tree::split_last(folder);
-        if (auto const refusal = check_name(place.parent, place.name))
+        if (auto refusal = check_name(place.parent, place.name))
         {
             return refusal;
         }
@@ -108,7 +108,7 @@ Refusal check_path(std::string const& path, bool has_recipes)
     if (has_recipes && first != recipe_type_list && first != recipe_list)
     {
         return {ErrorValue::INVALID_PATH,
-                "a path begins with \"recipeTypeList\" or \"recipeList\", not with \"" + first.substr(0, longest_name) +
+                R"(a path begins with "recipeTypeList" or "recipeList", not with ")" + first.substr(0, longest_name) +
                     "\"",
                 path};
     }
@@ -162,7 +162,7 @@ Refusal check_move(Move const& move, Value const& tree)
     {
         return {ErrorValue::INVALID_PATH, "the lists themselves have their names for good", move.path};
     }
-    auto const refusal = check_form(move.path, tree);
+    auto refusal = check_form(move.path, tree);
     return refusal || move.is_delete() ? refusal : check_rename(move, tree);
 }
 

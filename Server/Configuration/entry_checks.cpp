@@ -19,7 +19,7 @@ Refusal check_names(std::string const& path, Value const& named)
 {
     for (auto entry = named.begin(); entry != named.end(); ++entry)
     {
-        if (auto const refusal = check_name(path, entry.name()))
+        if (auto refusal = check_name(path, entry.name()))
         {
             return refusal;
         }
@@ -63,7 +63,7 @@ Refusal check_entry(EntrySchemas const& schemas, EntryKind kind, std::string con
     }
     auto const* const named = kind == EntryKind::RecipeType ? "members" : "values";
     auto const is_folder = kind == EntryKind::Folder;
-    auto const refusal = is_folder ? check_names(path, entry) : check_names(Tree::join(path, named), entry[named]);
+    auto refusal = is_folder ? check_names(path, entry) : check_names(Tree::join(path, named), entry[named]);
     if (refusal)
     {
         return refusal;

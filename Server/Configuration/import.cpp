@@ -6,6 +6,7 @@
 #include "api_helper.h"
 #include "Json/Json.h"
 
+#include <array>
 #include <utility>
 
 namespace Ravik
@@ -18,13 +19,12 @@ using RavikSrv::ValueType;
 namespace
 {
 
-constexpr std::pair<std::string_view, char const*> lists[] = {{recipe_type_list, "recipeTypeList"},
-                                                              {recipe_list, "recipeList"}};
+constexpr std::array lists{"recipeTypeList", "recipeList"};
 
 } // namespace
 
-Import::Import(ImportSite site, Value const& data, ImportOptions const& options)
-    : m_site(std::move(site)), m_data(data), m_options(options)
+Import::Import(ImportSite site, Value data, ImportOptions const& options)
+    : m_site(std::move(site)), m_data(std::move(data)), m_options(options)
 {
     if (m_options.replace)
     {
@@ -71,11 +71,11 @@ Refusal Import::check_lists() const
 {
     if (m_data.type() != ValueType::Map)
     {
-        return {ErrorValue::TYPE_MISMATCH, "expected an object with \"recipeTypeList\" or \"recipeList\"", ""};
+        return {ErrorValue::TYPE_MISMATCH, R"(expected an object with "recipeTypeList" or "recipeList")", ""};
     }
     if (m_data.empty())
     {
-        return {ErrorValue::REQUIRED_FIELD, "the import holds neither \"recipeTypeList\" nor \"recipeList\"", ""};
+        return {ErrorValue::REQUIRED_FIELD, R"(the import holds neither "recipeTypeList" nor "recipeList")", ""};
     }
     for (auto entry = m_data.begin(); entry != m_data.end(); ++entry)
     {
@@ -83,8 +83,8 @@ Refusal Import::check_lists() const
         if (name != recipe_type_list && name != recipe_list)
         {
             return {ErrorValue::UNEXPECTED_FIELD,
-                    "only \"recipeTypeList\" and \"recipeList\" can be imported, not \"" +
-                        name.substr(0, longest_name) + "\"",
+                    R"(only "recipeTypeList" and "recipeList" can be imported, not ")" + name.substr(0, longest_name) +
+                        "\"",
                     name};
         }
         if (entry->type() != ValueType::Map)
@@ -152,7 +152,7 @@ Value Import::lists_afterwards() const
         }
     }
     Value both(ValueType::Map);
-    for (auto const& [list, name] : lists)
+    for (auto const* const name : lists)
     {
         Value const& entries = std::as_const(after)[name];
         both.insert(name, entries.isset() ? entries : Value(ValueType::Map));
@@ -177,7 +177,7 @@ Refusal Import::ask(Piece const& piece, Value const& import_data) const
 Refusal Import::write(Configuration::Turn& turn) const
 {
     auto const& domain = m_site.extension.domain();
-    for (auto const& [list, name] : lists)
+    for (auto const* const name : lists)
     {
         if (m_options.replace)
         {

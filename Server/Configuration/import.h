@@ -29,7 +29,7 @@ class Import
 {
 public:
     /// The data are an object with "recipeTypeList" or "recipeList" or both.
-    Import(ImportSite site, RavikSrv::Value const& data, ImportOptions const& options);
+    Import(ImportSite site, RavikSrv::Value data, ImportOptions const& options);
 
     /// Checks the names, that no entry takes the place of a folder or the reverse, the schema of each entry, and asks
     /// the extension about it. Answers the first refusal or, for a dry run, all of them.

@@ -49,7 +49,7 @@ public:
         turn.write(m_domain, "", after, Tree::WriteMode::Replace);
         auto const own = turn.touched().size();
         auto const entry = *RavikSrv::node_path(move.path, before).node;
-        auto const answer = m_copy.writer.tell_moved(Context(), m_domain, move, entry, schema_type);
+        auto answer = m_copy.writer.tell_moved(Context(), m_domain, move, entry, schema_type);
         cascade.assign(turn.touched().begin() + static_cast<std::ptrdiff_t>(own), turn.touched().end());
         turn.commit();
         return answer;

@@ -173,18 +173,13 @@ std::string join(std::string_view parent, std::string_view name)
 
 Value alone(std::string const& path, Value const& value)
 {
-    std::vector<std::string> names;
+    Value tree(ValueType::Map);
+    auto* node = &tree;
     for (RavikSrv::PathIterator components(path); components.next();)
     {
-        names.push_back(components.component());
+        node = &(*node)[components.component().c_str()];
     }
-    auto tree = value;
-    for (auto name = names.rbegin(); name != names.rend(); ++name)
-    {
-        Value holder(ValueType::Map);
-        holder.insert(name->c_str(), tree);
-        tree = std::move(holder);
-    }
+    *node = value;
     return tree;
 }
 

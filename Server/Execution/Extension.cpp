@@ -112,11 +112,11 @@ void Extension::tell_entries(Instance const& instance, Context const& context, s
 {
     for (auto const& config : instance.config)
     {
-        for (auto const& [path, schema_type] : entries)
+        for (auto const& entry : entries)
         {
-            if (is_of_interest(config.paths, path))
+            if (is_of_interest(config.paths, entry.path))
             {
-                guarded([&] { return config.listener->on_change(context, path.c_str(), schema_type); });
+                guarded([&] { return config.listener->on_change(context, entry.path.c_str(), entry.schema_type); });
             }
         }
     }
@@ -179,7 +179,7 @@ template <typename Call> ResultPair Extension::ask(std::string const& path, Call
     }
     for (auto const& config : running->config)
     {
-        auto const answer =
+        auto answer =
             is_of_interest(config.paths, path) ? guarded([&] { return call(*config.listener); }) : ResultPair();
         if (failed(answer))
         {
@@ -224,7 +224,7 @@ ResultPair Extension::before_import(Context const& context, std::string const& p
     }
     for (auto* const listener : running->exports)
     {
-        auto const answer =
+        auto answer =
             guarded([&] { return listener->before_import(context, path.c_str(), value, import_data, schema_type); });
         if (failed(answer))
         {

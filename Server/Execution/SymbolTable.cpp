@@ -16,11 +16,15 @@ using RavikSrv::ValueType;
 namespace
 {
 
-/// The part of a schema that describes what stands at `path` of a value, null where the schema does not say.
-Value const* subschema(Value const& schema, std::string const& path)
+/// The part of a schema that describes what stands at `rest` of a symbol, null where the schema does not say.
+Value const* subschema(Value const& schema, std::string_view rest)
 {
     auto const* part = &schema;
-    for (RavikSrv::PathIterator components(path); part != nullptr && components.next();)
+    // An index stands behind a name, so the walk begins with the symbol's own.
+    auto const path = "_" + std::string(rest);
+    RavikSrv::PathIterator components(path);
+    components.next();
+    while (part != nullptr && components.next())
     {
         std::size_t index = 0;
         auto const* const items = RavikSrv::node(part, "items");
@@ -44,9 +48,7 @@ ResultPair Symbol::check(std::string_view rest, Value const& value) const
     {
         return compiled->validate(value, "");
     }
-    // A path component needs a name in front of its index.
-    auto const* const part =
-        subschema(schema, rest.starts_with('[') ? "_" + std::string(rest) : std::string(rest.substr(2)));
+    auto const* const part = subschema(schema, rest);
     return part == nullptr ? ResultPair() : CompiledSchema::compile(*part, "")->validate(value, "");
 }
 

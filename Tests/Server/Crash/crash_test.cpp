@@ -10,15 +10,16 @@
 #include "Project/OpenProject.h"
 #include "Json/Json.h"
 
+#include <array>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <iostream>
 #include <random>
 #include <stdexcept>
 #include <string>
 #include <sys/wait.h>
-#include <time.h>
 #include <unistd.h>
 
 namespace
@@ -138,8 +139,8 @@ private:
 /// Runs the process and kills it at a random moment; answers the last number acknowledged, at least `last`.
 int run_and_kill(std::filesystem::path const& folder, int last, std::mt19937& random)
 {
-    int pipe_ends[2];
-    if (pipe(pipe_ends) != 0)
+    std::array<int, 2> pipe_ends{};
+    if (pipe(pipe_ends.data()) != 0)
     {
         throw std::runtime_error("no pipe could be made");
     }
@@ -193,8 +194,9 @@ int run(int kills, unsigned seed)
         }
         if (found != expected)
         {
-            throw std::runtime_error("after edit " + std::to_string(last) + " there is\n" + found + "\ninstead of\n" +
-                                     expected);
+            auto text = "after edit " + std::to_string(last);
+            text.append(" there is\n").append(found).append("\ninstead of\n").append(expected);
+            throw std::runtime_error(text);
         }
         if (!project->dangling_references(domain).empty())
         {
@@ -210,15 +212,14 @@ int run(int kills, unsigned seed)
 
 int main(int argc, char** argv)
 {
-    auto const kills = argc > 1 ? std::atoi(argv[1]) : 15;
-    auto const seed = argc > 2 ? static_cast<unsigned>(std::atoi(argv[2])) : std::random_device{}();
+    auto const seed = argc > 2 ? static_cast<unsigned>(std::strtoul(argv[2], nullptr, 10)) : std::random_device{}();
     try
     {
-        return run(kills, seed);
+        return run(argc > 1 ? std::stoi(argv[1]) : 15, seed);
     }
     catch (std::exception const& error)
     {
-        std::cerr << "ServerCrashTest " << kills << ' ' << seed << ": " << error.what() << '\n';
+        std::cerr << "ServerCrashTest: " << error.what() << "\nThe seed was " << seed << '\n';
         return EXIT_FAILURE;
     }
 }

@@ -38,7 +38,7 @@ std::string cut(std::string& text, char open, char close)
         return {};
     }
     auto const end = text.find(close, start);
-    auto const inside = text.substr(start + 1, end - start - 1);
+    auto inside = text.substr(start + 1, end - start - 1);
     text.erase(start, end - start + 1);
     return inside;
 }

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <initializer_list>
 #include <sqlite3.h>
 #include <sstream>
 
@@ -12,11 +13,9 @@ namespace Ravik
 namespace
 {
 
-using RavikSrv::ErrorValue;
 using RavikSrv::Value;
 using RavikSrv::ValueType;
 using Testing::EditedProject;
-using Testing::full_path;
 using Testing::name;
 
 constexpr char const* initial = "A(m,n) B<A>(k@N) N(o) F/T(p) E/ | R1:A(m=1,n=2) R2:B(k=R3) R3:N(o=1) F/R4:F/T(p=4)";
@@ -30,7 +29,7 @@ struct BadEdit
     char const* place;
 };
 
-BadEdit const bad_sets[] = {
+constexpr std::initializer_list<BadEdit> bad_sets = {
     // Paths.
     {"|1", "INVALID_PATH", "path"},
     {"T|{}", "TYPE_MISMATCH", "recipeTypeList::A"},
@@ -59,13 +58,13 @@ BadEdit const bad_sets[] = {
     {"T/A|{}", "TYPE_MISMATCH", "recipeTypeList::A"},
     {"T/A|[1]", "TYPE_MISMATCH", "recipeTypeList::A"},
     {"R/F|{}", "TYPE_MISMATCH", "recipeList::F::R4"},
-    {"R/F|{\"recipeTypeName\":\"A\",\"values\":{}}", "TYPE_MISMATCH", "recipeList::F"},
+    {R"(R/F|{"recipeTypeName":"A","values":{}})", "TYPE_MISMATCH", "recipeList::F"},
     {"R/F|{\"R4\":{}}", "TYPE_MISMATCH", "recipeList::F::R4"},
     {"R/F|{\"R4\":7}", "TYPE_MISMATCH", "recipeList::F::R4"},
     {"R/F/values|{}", "TYPE_MISMATCH", "recipeList::F"},
     {"R/F/recipeTypeName|\"A\"", "TYPE_MISMATCH", "recipeList::F"},
     {"T/F/members|{}", "TYPE_MISMATCH", "recipeTypeList::F"},
-    {"T/F/members/m|{\"symbol\":\"m\"}", "TYPE_MISMATCH", "recipeTypeList::F"},
+    {R"(T/F/members/m|{"symbol":"m"})", "TYPE_MISMATCH", "recipeTypeList::F"},
     {"T/F|{\"members\":{}}", "TYPE_MISMATCH", "recipeTypeList::F"},
     {"R/X|5", "TYPE_MISMATCH", "recipeList::X"},
     {"R/X|\"text\"", "TYPE_MISMATCH", "recipeList::X"},
@@ -76,41 +75,37 @@ BadEdit const bad_sets[] = {
     {"R/X|{\"a::b\":{}}", "INVALID_PATH", "recipeList::X"},
     {"R/X|{\":a\":{}}", "INVALID_PATH", "recipeList::X"},
     {"R/X|{\"a[1]\":{}}", "INVALID_PATH", "recipeList::X"},
-    {"T/A/members|{\"\":{\"symbol\":\"m\"}}", "INVALID_PATH", "recipeTypeList::A::members"},
-    {"T/A/members|{\"a::b\":{\"symbol\":\"m\"}}", "INVALID_PATH", "recipeTypeList::A::members"},
-    {"T/A/members|{\"a[2]\":{\"symbol\":\"m\"}}", "INVALID_PATH", "recipeTypeList::A::members"},
+    {R"(T/A/members|{"":{"symbol":"m"}})", "INVALID_PATH", "recipeTypeList::A::members"},
+    {R"(T/A/members|{"a::b":{"symbol":"m"}})", "INVALID_PATH", "recipeTypeList::A::members"},
+    {R"(T/A/members|{"a[2]":{"symbol":"m"}})", "INVALID_PATH", "recipeTypeList::A::members"},
     {"R/R1/values|{\"a:\":1}", "INVALID_PATH", "recipeList::R1::values"},
     {"R/R1/values|{\"a::b\":1}", "INVALID_PATH", "recipeList::R1::values"},
     // Reserved words.
-    {"R/members|{\"R\":{\"recipeTypeName\":\"A\",\"values\":{}}}", "BLACKLISTED", "recipeList::members"},
-    {"R/myvalues|{\"recipeTypeName\":\"A\",\"values\":{}}", "BLACKLISTED", "recipeList::myvalues"},
+    {R"(R/members|{"R":{"recipeTypeName":"A","values":{}}})", "BLACKLISTED", "recipeList::members"},
+    {R"(R/myvalues|{"recipeTypeName":"A","values":{}})", "BLACKLISTED", "recipeList::myvalues"},
     {"T/options|{\"members\":{}}", "BLACKLISTED", "recipeTypeList::options"},
-    {"R/recipeTypeList|{\"recipeTypeName\":\"A\",\"values\":{}}", "BLACKLISTED", "recipeList::recipeTypeList"},
+    {R"(R/recipeTypeList|{"recipeTypeName":"A","values":{}})", "BLACKLISTED", "recipeList::recipeTypeList"},
     // Recipe types.
     {"T/X|{\"members\":5}", "TYPE_MISMATCH", "recipeTypeList::X"},
     {"T/X|{\"members\":[]}", "TYPE_MISMATCH", "recipeTypeList::X"},
-    {"T/X|{\"members\":{},\"other\":1}", "UNEXPECTED_FIELD", "recipeTypeList::X"},
-    {"T/X|{\"members\":{\"m\":5}}", "TYPE_MISMATCH", "recipeTypeList::X"},
-    {"T/X|{\"members\":{\"m\":{\"symbol\":5}}}", "TYPE_MISMATCH", "recipeTypeList::X"},
-    {"T/X|{\"members\":{\"m\":{\"enabled\":\"yes\"}}}", "TYPE_MISMATCH", "recipeTypeList::X"},
-    {"T/X|{\"members\":{\"m\":{\"recipeType\":1}}}", "TYPE_MISMATCH", "recipeTypeList::X"},
-    {"T/X|{\"members\":{\"m\":{\"schema\":7}}}", "TYPE_MISMATCH", "recipeTypeList::X"},
-    {"T/X|{\"members\":{\"m\":{\"sybmol\":\"m\"}}}", "UNEXPECTED_FIELD", "recipeTypeList::X"},
-    {"T/X|{\"members\":{},\"recipeTypeNames\":\"A\"}", "TYPE_MISMATCH", "recipeTypeList::X"},
-    {"T/X|{\"members\":{},\"recipeTypeNames\":[1]}", "TYPE_MISMATCH", "recipeTypeList::X"},
-    {"T/X|{\"members\":{},\"options\":{\"enabled\":true}}", "ENUM_VALUE_MISMATCH", "recipeTypeList::X"},
-    {"T/X|{\"members\":{},\"options\":{\"x\":1}}", "UNEXPECTED_FIELD", "recipeTypeList::X"},
-    {"T/X|{\"members\":{\"m\":{\"symbol\":\"a\",\"defaultValue\":1}}}", "SYMBOL_NOT_MAPPED", "recipeTypeList::X"},
-    {"T/X|{\"members\":{\"m\":{\"symbol\":\"m\",\"defaultValue\":\"x\"}}}", "TYPE_MISMATCH", "recipeTypeList::X"},
-    {"T/X|{\"members\":{\"m\":{\"schema\":{\"type\":\"string\"},\"defaultValue\":1}}}", "TYPE_MISMATCH",
-     "recipeTypeList::X"},
-    {"T/X|{\"members\":{\"m\":{\"schema\":{\"$ref\":\"#/nowhere\"},\"defaultValue\":1}}}", "TYPE_MISSING",
-     "recipeTypeList::X"},
-    {"T/X|{\"members\":{\"m\":{\"schema\":{\"$ref\":\"#\"},\"defaultValue\":1}}}", "RECURSION", "recipeTypeList::X"},
-    {"T/X|{\"members\":{\"m\":{\"recipeType\":\"a\"}},\"recipeTypeNames\":[\"A\"]}", "INVALID_PARAMETER",
-     "recipeTypeList::X"},
-    {"T/X|{\"members\":{\"m\":{\"recipeType\":\"A\"}},\"recipeTypeNames\":[\"B\"]}", "INVALID_PARAMETER",
-     "recipeTypeList::X"},
+    {R"(T/X|{"members":{},"other":1})", "UNEXPECTED_FIELD", "recipeTypeList::X"},
+    {R"(T/X|{"members":{"m":5}})", "TYPE_MISMATCH", "recipeTypeList::X"},
+    {R"(T/X|{"members":{"m":{"symbol":5}}})", "TYPE_MISMATCH", "recipeTypeList::X"},
+    {R"(T/X|{"members":{"m":{"enabled":"yes"}}})", "TYPE_MISMATCH", "recipeTypeList::X"},
+    {R"(T/X|{"members":{"m":{"recipeType":1}}})", "TYPE_MISMATCH", "recipeTypeList::X"},
+    {R"(T/X|{"members":{"m":{"schema":7}}})", "TYPE_MISMATCH", "recipeTypeList::X"},
+    {R"(T/X|{"members":{"m":{"sybmol":"m"}}})", "UNEXPECTED_FIELD", "recipeTypeList::X"},
+    {R"(T/X|{"members":{},"recipeTypeNames":"A"})", "TYPE_MISMATCH", "recipeTypeList::X"},
+    {R"(T/X|{"members":{},"recipeTypeNames":[1]})", "TYPE_MISMATCH", "recipeTypeList::X"},
+    {R"(T/X|{"members":{},"options":{"enabled":true}})", "ENUM_VALUE_MISMATCH", "recipeTypeList::X"},
+    {R"(T/X|{"members":{},"options":{"x":1}})", "UNEXPECTED_FIELD", "recipeTypeList::X"},
+    {R"(T/X|{"members":{"m":{"symbol":"a","defaultValue":1}}})", "SYMBOL_NOT_MAPPED", "recipeTypeList::X"},
+    {R"(T/X|{"members":{"m":{"symbol":"m","defaultValue":"x"}}})", "TYPE_MISMATCH", "recipeTypeList::X"},
+    {R"(T/X|{"members":{"m":{"schema":{"type":"string"},"defaultValue":1}}})", "TYPE_MISMATCH", "recipeTypeList::X"},
+    {R"(T/X|{"members":{"m":{"schema":{"$ref":"#/nowhere"},"defaultValue":1}}})", "TYPE_MISSING", "recipeTypeList::X"},
+    {R"(T/X|{"members":{"m":{"schema":{"$ref":"#"},"defaultValue":1}}})", "RECURSION", "recipeTypeList::X"},
+    {R"(T/X|{"members":{"m":{"recipeType":"a"}},"recipeTypeNames":["A"]})", "INVALID_PARAMETER", "recipeTypeList::X"},
+    {R"(T/X|{"members":{"m":{"recipeType":"A"}},"recipeTypeNames":["B"]})", "INVALID_PARAMETER", "recipeTypeList::X"},
     {"T/A/members/m/symbol|\"nothing\"", "SYMBOL_NOT_MAPPED", "recipeTypeList::A::members::m::symbol"},
     {"T/A/members/m/symbol|[]", "TYPE_MISMATCH", "recipeTypeList::A"},
     {"T/A/members/m/enabled|1", "TYPE_MISMATCH", "recipeTypeList::A"},
@@ -121,15 +116,15 @@ BadEdit const bad_sets[] = {
     {"T/B/members/k/recipeType|\"A\"", "INVALID_PARAMETER", "recipeTypeList::B"},
     {"T/New/members/m|5", "TYPE_MISMATCH", "recipeTypeList::New"},
     // Recipes.
-    {"R/X|{\"recipeTypeName\":\"A\"}", "REQUIRED_FIELD", "recipeList::X"},
+    {R"(R/X|{"recipeTypeName":"A"})", "REQUIRED_FIELD", "recipeList::X"},
     {"R/X|{\"values\":{}}", "REQUIRED_FIELD", "recipeList::X"},
-    {"R/X|{\"recipeTypeName\":5,\"values\":{}}", "TYPE_MISMATCH", "recipeList::X"},
-    {"R/X|{\"recipeTypeName\":\"A\",\"values\":[]}", "TYPE_MISMATCH", "recipeList::X"},
-    {"R/X|{\"recipeTypeName\":\"A\",\"values\":{},\"isActive\":true}", "UNEXPECTED_FIELD", "recipeList::X"},
-    {"R/X|{\"recipeTypeName\":\"Nobody\",\"values\":{}}", "TYPE_MISSING", "recipeList::X"},
-    {"R/X|{\"recipeTypeName\":\"F\",\"values\":{}}", "TYPE_MISSING", "recipeList::X"},
-    {"R/X|{\"recipeTypeName\":\"A\",\"values\":{\"m\":\"one\"}}", "TYPE_MISMATCH", "recipeList::X"},
-    {"R/X|{\"recipeTypeName\":\"A\",\"values\":{\"m\":1.5}}", "TYPE_MISMATCH", "recipeList::X"},
+    {R"(R/X|{"recipeTypeName":5,"values":{}})", "TYPE_MISMATCH", "recipeList::X"},
+    {R"(R/X|{"recipeTypeName":"A","values":[]})", "TYPE_MISMATCH", "recipeList::X"},
+    {R"(R/X|{"recipeTypeName":"A","values":{},"isActive":true})", "UNEXPECTED_FIELD", "recipeList::X"},
+    {R"(R/X|{"recipeTypeName":"Nobody","values":{}})", "TYPE_MISSING", "recipeList::X"},
+    {R"(R/X|{"recipeTypeName":"F","values":{}})", "TYPE_MISSING", "recipeList::X"},
+    {R"(R/X|{"recipeTypeName":"A","values":{"m":"one"}})", "TYPE_MISMATCH", "recipeList::X"},
+    {R"(R/X|{"recipeTypeName":"A","values":{"m":1.5}})", "TYPE_MISMATCH", "recipeList::X"},
     {"R/R1/values/m|\"x\"", "TYPE_MISMATCH", "recipeList::R1"},
     {"R/R1/values/m|{}", "TYPE_MISMATCH", "recipeList::R1"},
     {"R/R1/recipeTypeName|\"nobody\"", "TYPE_MISSING", "recipeList::R1"},
@@ -137,7 +132,7 @@ BadEdit const bad_sets[] = {
     {"R/New/values/m|1", "REQUIRED_FIELD", "recipeList::New"},
 };
 
-BadEdit const bad_moves[] = {
+constexpr std::initializer_list<BadEdit> bad_moves = {
     {" >", "INVALID_PATH", "path"},
     {"R/nobody >", "ENTRY_NOT_FOUND", "recipeList::nobody"},
     {"R/R1/values/q >", "ENTRY_NOT_FOUND", "recipeList::R1::values::q"},
@@ -173,30 +168,29 @@ BadEdit const bad_moves[] = {
     {"R/R1/values/m > R/R2/values/m", "INVALID_PATH", "recipeList::R2::values::m"},
 };
 
-BadEdit const bad_imports[] = {
+constexpr std::initializer_list<BadEdit> bad_imports = {
     {"[]", "TYPE_MISMATCH", "recipeTypeList"},
     {"{}", "REQUIRED_FIELD", "recipeTypeList"},
     {"5", "TYPE_MISMATCH", "recipeList"},
     {"{\"other\":{}}", "UNEXPECTED_FIELD", "other"},
     {"{\"recipeList\":[]}", "TYPE_MISMATCH", "recipeList"},
-    {"{\"recipeList\":{},\"x\":1}", "UNEXPECTED_FIELD", "x"},
-    {"{\"recipeList\":{\"X\":5}}", "TYPE_MISMATCH", "recipeList::X"},
-    {"{\"recipeList\":{\"R1\":{}}}", "TYPE_MISMATCH", "recipeList::R1"},
-    {"{\"recipeList\":{\"F\":{\"recipeTypeName\":\"A\",\"values\":{}}}}", "TYPE_MISMATCH", "recipeList::F"},
-    {"{\"recipeList\":{\"\":{}}}", "INVALID_PATH", "recipeList"},
-    {"{\"recipeList\":{\"a::b\":{}}}", "INVALID_PATH", "recipeList"},
-    {"{\"recipeList\":{\"a[0]\":{}}}", "INVALID_PATH", "recipeList"},
-    {"{\"recipeList\":{\"N\":{\"recipeTypeName\":\"no\",\"values\":{}}}}", "TYPE_MISSING", "recipeList::N"},
-    {"{\"recipeList\":{\"values\":{\"recipeTypeName\":\"A\",\"values\":{}}}}", "BLACKLISTED", "recipeList::values"},
-    {"{\"recipeList\":{\"N\":{\"recipeTypeName\":\"A\",\"values\":{\"m\":\"x\"}}}}", "TYPE_MISMATCH", "recipeList::N"},
-    {"{\"recipeTypeList\":{\"X\":{\"members\":{\"m\":{\"symbol\":\"none\",\"defaultValue\":1}}}}}", "SYMBOL_NOT_MAPPED",
+    {R"({"recipeList":{},"x":1})", "UNEXPECTED_FIELD", "x"},
+    {R"({"recipeList":{"X":5}})", "TYPE_MISMATCH", "recipeList::X"},
+    {R"({"recipeList":{"R1":{}}})", "TYPE_MISMATCH", "recipeList::R1"},
+    {R"({"recipeList":{"F":{"recipeTypeName":"A","values":{}}}})", "TYPE_MISMATCH", "recipeList::F"},
+    {R"({"recipeList":{"":{}}})", "INVALID_PATH", "recipeList"},
+    {R"({"recipeList":{"a::b":{}}})", "INVALID_PATH", "recipeList"},
+    {R"({"recipeList":{"a[0]":{}}})", "INVALID_PATH", "recipeList"},
+    {R"({"recipeList":{"N":{"recipeTypeName":"no","values":{}}}})", "TYPE_MISSING", "recipeList::N"},
+    {R"({"recipeList":{"values":{"recipeTypeName":"A","values":{}}}})", "BLACKLISTED", "recipeList::values"},
+    {R"({"recipeList":{"N":{"recipeTypeName":"A","values":{"m":"x"}}}})", "TYPE_MISMATCH", "recipeList::N"},
+    {R"({"recipeTypeList":{"X":{"members":{"m":{"symbol":"none","defaultValue":1}}}}})", "SYMBOL_NOT_MAPPED",
      "recipeTypeList::X"},
     // A cycle, which the recipe of its type meets.
     {"{\"recipeTypeList\":{\"X\":{\"members\":{},\"recipeTypeNames\":[\"Y\"]},\"Y\":{\"members\":{},"
      "\"recipeTypeNames\":[\"X\"]}},\"recipeList\":{\"N\":{\"recipeTypeName\":\"X\",\"values\":{}}}}",
      "RECURSION", "recipeList::N"},
-    {"{\"recipeTypeList\":{\"X\":{\"members\":{\"m\":{\"recipeType\":\"y\"}},\"recipeTypeNames\":[\"Y\"]},\"Y\":{"
-     "\"members\":{}}}}",
+    {R"({"recipeTypeList":{"X":{"members":{"m":{"recipeType":"y"}},"recipeTypeNames":["Y"]},"Y":{"members":{}}}})",
      "INVALID_PARAMETER", "recipeTypeList::X"},
 };
 
@@ -230,7 +224,8 @@ protected:
         edited.reopen();
     }
 
-    ~BadInput() override
+    /// The store is as it was, row by row.
+    void TearDown() override
     {
         edited.project.reset();
         EXPECT_EQ(rows(edited.folder.path() / "ravik.db"), rows_before);

@@ -79,6 +79,7 @@ TEST(Concurrency, no_path_is_lost)
         },
     };
     std::vector<std::thread> threads;
+    threads.reserve(jobs.size());
     auto const end = std::chrono::steady_clock::now() + duration;
     std::atomic<int> rounds{0};
     for (auto const& job : jobs)

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <initializer_list>
 #include <sys/resource.h>
 
 namespace Ravik
@@ -11,7 +12,6 @@ namespace Ravik
 namespace
 {
 
-using RavikSrv::ErrorValue;
 using RavikSrv::Value;
 using Testing::EditedProject;
 using Testing::full_path;
@@ -28,7 +28,7 @@ struct Scenario
     char const* after;
 };
 
-Scenario const scenarios[] = {
+constexpr std::initializer_list<Scenario> scenarios = {
     {"rename a type", "A(m) B<A>(n) N(k@A) | R1:A(m=1) R2:B(n=2,m=3)", "T/A > T/C", nullptr,
      "B<C>(n) N(k@C) C(m) | R1:C(m=1) R2:B(n=2,m=3)"},
     {"rename a type into a new folder", "A(m) B<A>() | R1:A()", "T/A > T/F/G/A", nullptr,
@@ -254,11 +254,12 @@ TEST(Edits, a_store_that_fails_leaves_everything_as_it_was)
 
 TEST(Edits, dangling_references_are_listed)
 {
-    struct
+    struct Case
     {
         char const* configuration;
         char const* dangling;
-    } const cases[] = {
+    };
+    std::initializer_list<Case> const cases = {
         {"A(m) B<A>(k@A) | R1:A(m=1) R2:B(m=2,k=R1)", ""},
         {"B<A>() |", "inherited type recipeTypeList::B::recipeTypeNames[0] recipeTypeList::A;"},
         {"F/B<X,F/B>() |", "inherited type recipeTypeList::F::B::recipeTypeNames[0] recipeTypeList::X;"},

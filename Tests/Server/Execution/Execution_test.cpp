@@ -29,6 +29,7 @@ constexpr char const* project_text = R"({
     "pfail": { "DOMAIN": "P", "MAPPING": "fail" }, "qfail": { "DOMAIN": "Q", "MAPPING": "fail" },
     "pthrow": { "DOMAIN": "P", "MAPPING": "throw" }, "pint": { "DOMAIN": "P", "MAPPING": "throw int" },
     "q1": { "DOMAIN": "Q", "MAPPING": "one" }, "P.x": { "DOMAIN": "Q" },
+    "list": { "DOMAIN": "Q", "SCHEMA": { "items": { "type": "integer" } } },
     "int": { "DOMAIN": "Q", "SCHEMA": { "$ref": "ravik:general#/definitions/INT" } },
     "own": { "DOMAIN": "RavikSrv", "USEMAPPING": false, "SCHEMA": { "type": "number" } }, "own2": { "DOMAIN": "RavikSrv" }
   }
@@ -109,6 +110,7 @@ TEST_F(Execution, a_value_that_does_not_fit_stops_its_whole_group)
     EXPECT_EQ(run("RavikSrv", {"q1=1", "own=\"text\""}), "TYPE_MISMATCH TYPE_MISMATCH TYPE_MISMATCH");
     EXPECT_EQ(run("P", {"p2::x=11"}), "RANGE_MISMATCH RANGE_MISMATCH");
     EXPECT_EQ(run("P", {"p2::list[0]=1.5"}), "TYPE_MISMATCH TYPE_MISMATCH");
+    EXPECT_EQ(run("Q", {"list[2]=\"x\""}), "TYPE_MISMATCH TYPE_MISMATCH");
     EXPECT_EQ(run("Q", {"log"}), "SUCCESS SUCCESS=\"\"") << "nothing was sent";
 }
 
@@ -192,7 +194,7 @@ TEST_F(Execution, calls_are_recorded_and_explained)
     EXPECT_EQ(failed.name, "SEVEN");
     EXPECT_FALSE(failed.succeeded());
     EXPECT_EQ(project->get("P", "x::y").error, ErrorValue::ENTRY_NOT_FOUND);
-    EXPECT_EQ(project->symbols().size(), 11U);
+    EXPECT_EQ(project->symbols().size(), 12U);
 }
 
 } // namespace
