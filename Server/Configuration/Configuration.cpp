@@ -61,25 +61,6 @@ bool Configuration::is_refusing() const
 
 // Saving --------------------------------------------------------------------------------------------------------------
 
-/// The rows that have been brought into line already.
-class Configuration::SavedPlaces
-{
-public:
-    /// Answers whether the row is a new one.
-    bool add(std::string const& domain, std::string const& path) { return m_places.emplace(domain, path).second; }
-
-    /// Forgets the row and all below it.
-    void forget(std::string const& domain, std::string const& path)
-    {
-        m_places.erase({domain, path});
-        // Paths below P stand between P:: and P:; since ; follows : in the order of bytes.
-        m_places.erase(m_places.lower_bound({domain, path + "::"}), m_places.lower_bound({domain, path + ":;"}));
-    }
-
-private:
-    std::set<std::pair<std::string, std::string>> m_places;
-};
-
 void Configuration::save(std::vector<Touched> const& touched)
 {
     if (m_store == nullptr || touched.empty())
@@ -89,7 +70,7 @@ void Configuration::save(std::vector<Touched> const& touched)
     m_store->begin();
     try
     {
-        SavedPlaces saved;
+        Touched saved;
         for (auto const& place : touched)
         {
             save_place(place, tree(place.domain), saved);
@@ -104,7 +85,8 @@ void Configuration::save(std::vector<Touched> const& touched)
 }
 
 /// Brings the row, or the rows, that the place lies in into line with the tree as it stands at the end of the edit.
-void Configuration::save_place(Touched const& place, Value const& tree, SavedPlaces& saved)
+/// `saved` is the row that was written last; what an edit touches of one entry it mostly touches in a row.
+void Configuration::save_place(Touched const& place, Value const& tree, Touched& saved)
 {
     auto const found = locate(place.path, tree);
     if (is_fixed(place.domain, found.owner))
@@ -117,19 +99,20 @@ void Configuration::save_place(Touched const& place, Value const& tree, SavedPla
     {
         // What is written again goes to the end of its map, and so does its row: its own turn comes.
         m_store->erase(place.domain, place.path);
-        saved.forget(place.domain, place.path);
+        saved = {};
     }
     auto const unmade = Tree::split_last(found.owner);
     if (gone && locate(unmade.parent, tree).kind == EntryKind::Folder && makes_entry(unmade.parent, unmade.name))
     {
         // An entry that lost what made it one is a folder now.
-        saved.forget(place.domain, unmade.parent);
         save_folder(place.domain, unmade.parent, tree);
     }
-    if (gone || node == nullptr || !saved.add(place.domain, found.owner))
+    Touched owner{.domain = place.domain, .path = found.owner};
+    if (gone || node == nullptr || saved == owner)
     {
         return;
     }
+    saved = std::move(owner);
     if (found.kind == EntryKind::Folder)
     {
         save_folder(place.domain, found.owner, tree);

@@ -58,10 +58,8 @@ private:
         std::set<std::string> fixed;
     };
 
-    class SavedPlaces;
-
     void save(std::vector<Touched> const& touched);
-    void save_place(Touched const& place, RavikSrv::Value const& tree, SavedPlaces& saved);
+    void save_place(Touched const& place, RavikSrv::Value const& tree, Touched& saved);
     void save_folder(std::string const& domain, std::string const& path, RavikSrv::Value const& tree);
 
     std::unique_ptr<Store> m_store;

@@ -33,7 +33,7 @@ class Carrier
 {
 public:
     Carrier(Value const& before, Move const& move)
-        : m_move(move), m_references(read_references(before)), m_tree(with_move(before, move)), m_before(before)
+        : m_move(move), m_references(affected(before, move)), m_tree(with_move(before, move)), m_before(before)
     {
     }
 
@@ -52,7 +52,7 @@ public:
                           {
                               follow_delete(reference);
                           }
-                          else if (!m_move.is_delete() && m_move.covers(reference.target) && reference.found)
+                          else if (!m_move.is_delete())
                           {
                               follow_rename(reference);
                           }
@@ -61,6 +61,23 @@ public:
     }
 
 private:
+    /// The references that the move may concern. A delete takes recipes and members along that others name; a value
+    /// keeps its key unless its member is renamed itself.
+    static std::vector<Reference> affected(Value const& tree, Move const& move)
+    {
+        return read_references(tree,
+                               [&move](Reference const& reference)
+                               {
+                                   auto const is_covered = reference.found && move.covers(reference.target);
+                                   if (reference.kind == Reference::Kind::ValueMember)
+                                   {
+                                       return !move.is_delete() && is_covered && reference.target == move.path;
+                                   }
+                                   return is_covered ||
+                                          (move.is_delete() && reference.kind != Reference::Kind::RecipeType);
+                               });
+    }
+
     bool is_gone(std::string const& path) const
     {
         return (m_move.is_delete() && m_move.covers(path)) || m_removed.contains(path);
@@ -110,18 +127,8 @@ private:
                 m_removed.insert(Tree::split_last(reference.holder).parent);
             }
         }
-        std::unordered_set<std::string> orphans;
-        for (auto const& reference : m_references)
-        {
-            if (reference.kind == Reference::Kind::ValueMember && is_gone(reference.target))
-            {
-                orphans.insert(reference.holder);
-            }
-        }
-        std::erase_if(m_references,
-                      [&](Reference const& reference) {
-                          return reference.kind == Reference::Kind::NestedRecipe && orphans.contains(reference.holder);
-                      });
+        std::erase_if(m_references, [this](Reference const& reference)
+                      { return reference.kind == Reference::Kind::NestedRecipe && is_gone(reference.member); });
     }
 
     /// A holder that is gone itself is not found in the tree any more, and nothing happens.

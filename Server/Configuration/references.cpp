@@ -25,7 +25,10 @@ std::string type_path(std::string const& name)
 class Reader
 {
 public:
-    explicit Reader(Value const& tree) : m_tree(tree), m_index(tree) {}
+    Reader(Value const& tree, std::function<bool(Reference const&)> keep)
+        : m_tree(tree), m_index(tree), m_keep(std::move(keep))
+    {
+    }
 
     std::vector<Reference> read()
     {
@@ -87,12 +90,11 @@ private:
                     MemberIndex::Members const& members)
     {
         auto const found = members.find(name);
-        m_references.push_back({.kind = Reference::Kind::ValueMember,
-                                .holder = holder,
-                                .target = found != members.end()
-                                              ? found->second.path
-                                              : Tree::join(Tree::join(type_path(type), "members"), name),
-                                .found = found != members.end()});
+        take({.kind = Reference::Kind::ValueMember,
+              .holder = holder,
+              .target = found != members.end() ? found->second.path
+                                               : Tree::join(Tree::join(type_path(type), "members"), name),
+              .found = found != members.end()});
         if (found == members.end() || !found->second.nests_type)
         {
             return;
@@ -101,21 +103,34 @@ private:
         if (!named.empty())
         {
             auto const is_full_path = named.starts_with(std::string(recipe_list) + RavikSrv::path_separator());
-            add(Reference::Kind::NestedRecipe, holder, is_full_path ? named : Tree::join(recipe_list, named));
+            add(Reference::Kind::NestedRecipe, holder, is_full_path ? named : Tree::join(recipe_list, named),
+                found->second.path);
         }
     }
 
-    void add(Reference::Kind kind, std::string holder, std::string target)
+    void add(Reference::Kind kind, std::string holder, std::string target, std::string member = {})
     {
         auto const* const node = RavikSrv::node_path(target, m_tree).node;
         auto const wanted = kind == Reference::Kind::NestedRecipe ? EntryKind::Recipe : EntryKind::RecipeType;
         auto const found = node != nullptr && kind_of(target, *node) == wanted;
-        m_references.push_back(
-            {.kind = kind, .holder = std::move(holder), .target = std::move(target), .found = found});
+        take({.kind = kind,
+              .holder = std::move(holder),
+              .target = std::move(target),
+              .found = found,
+              .member = std::move(member)});
+    }
+
+    void take(Reference&& reference)
+    {
+        if (m_keep(reference))
+        {
+            m_references.push_back(std::move(reference));
+        }
     }
 
     Value const& m_tree;
     MemberIndex m_index;
+    std::function<bool(Reference const&)> m_keep;
     std::vector<Reference> m_references;
 };
 
@@ -141,7 +156,12 @@ char const* to_text(Reference::Kind kind) noexcept
 
 std::vector<Reference> read_references(Value const& tree)
 {
-    return Reader(tree).read();
+    return read_references(tree, [](Reference const& /*reference*/) { return true; });
+}
+
+std::vector<Reference> read_references(Value const& tree, std::function<bool(Reference const&)> keep)
+{
+    return Reader(tree, std::move(keep)).read();
 }
 
 } // namespace Ravik

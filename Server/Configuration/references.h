@@ -2,6 +2,7 @@
 
 #include "RavikSrvExtApi.h"
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -31,6 +32,8 @@ struct Reference
     /// The full path of what is named, whether or not there is anything.
     std::string target;
     bool found = false;
+    /// For a nested recipe: the full path of the member that the value stands for.
+    std::string member{};
 };
 
 /// The word for a person: "recipe type", "inherited type", …
@@ -41,5 +44,8 @@ char const* to_text(Reference::Kind kind) noexcept;
 /// of a recipe whose type is missing refer to nothing. Takes time linear in the configuration and, for each type, in
 /// what it inherits and nests.
 std::vector<Reference> read_references(RavikSrv::Value const& tree);
+
+/// The same, only those for which `keep(reference)` holds.
+std::vector<Reference> read_references(RavikSrv::Value const& tree, std::function<bool(Reference const&)> keep);
 
 } // namespace Ravik

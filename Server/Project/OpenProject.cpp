@@ -205,9 +205,8 @@ EditReport OpenProject::import(std::string const& domain, Value const& data, Imp
 
 std::vector<Reference> OpenProject::dangling_references(std::string const& domain) const
 {
-    auto references = read_references(m_core.configuration.tree(domain));
-    std::erase_if(references, [](Reference const& reference) { return reference.found; });
-    return references;
+    return read_references(m_core.configuration.tree(domain),
+                           [](Reference const& reference) { return !reference.found; });
 }
 
 // Symbols -------------------------------------------------------------------------------------------------------------

@@ -274,8 +274,8 @@ TEST(Edits, dangling_references_are_listed)
     for (auto const& expected : cases)
     {
         std::string found;
-        auto references = read_references(Testing::configuration(expected.configuration));
-        std::erase_if(references, [](Reference const& reference) { return reference.found; });
+        auto const references = read_references(Testing::configuration(expected.configuration),
+                                                [](Reference const& reference) { return !reference.found; });
         for (auto const& reference : references)
         {
             found += std::string(to_text(reference.kind)) + " " + reference.holder + " " + reference.target + ";";
