@@ -122,8 +122,7 @@ public:
     virtual EditReport remove(std::string const& domain, std::string const& path, MoveOptions const& options) = 0;
     virtual EditReport rename(std::string const& domain, std::string const& path, std::string const& new_path,
                               MoveOptions const& options) = 0;
-    virtual EditReport import(std::string const& domain, RavikSrv::Value const& data,
-                              ImportOptions const& options) = 0;
+    virtual EditReport import(std::string const& domain, RavikSrv::Value const& data, ImportOptions const& options) = 0;
 
     /// The references of the domain's configuration that lead nowhere.
     virtual std::vector<Reference> dangling_references(std::string const& domain) const = 0;
