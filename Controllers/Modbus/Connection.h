@@ -1,0 +1,62 @@
+#pragma once
+
+#include "HostLookup.h"
+#include "Settings.h"
+#include "modbus_result.h"
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+
+namespace Modbus
+{
+
+/// The connection to one device: opened when it is first needed, opened anew when it was lost. Not thread-safe.
+///
+/// Each operation is one request. It takes at most "timeoutMs" for the connection, where there is none, and as long
+/// again for the answer. A failure that the device answers itself leaves the connection open. After any other one the
+/// connection is closed, so that what may still come is never taken for the answer to the next request.
+class Connection
+{
+public:
+    explicit Connection(Settings const& settings);
+    ~Connection();
+    Connection(Connection const&) = delete;
+    Connection& operator=(Connection const&) = delete;
+
+    /// Reads `cells.size()` cells, at most as many as one request takes; a bit is 0 or 1.
+    Outcome read(Table table, std::uint32_t first, std::span<std::uint16_t> cells);
+    /// Writes the cells, at most as many as one request takes: as several also where it is one (FC15, FC16), or with
+    /// `single` as a single one (FC5, FC6).
+    Outcome write(Table table, std::uint32_t first, std::span<std::uint16_t const> cells, bool single);
+    /// Gives the bits of a holding register that `mask` names the values that they have in `bits`.
+    Outcome write_bits(std::uint32_t address, std::uint16_t mask, std::uint16_t bits);
+
+    /// A note that belongs to the connection and is gone with it: whether the device turned out to know no masked
+    /// writes.
+    bool lacks_masked_writes() const noexcept { return m_lacks_masked_writes; }
+    void set_lacks_masked_writes() noexcept { m_lacks_masked_writes = true; }
+
+private:
+    struct Device;
+
+    template <typename Request> Outcome exchange(int expected, Request const& request);
+    Outcome ensure_open();
+    Outcome open();
+    bool set_up();
+    void close() noexcept;
+    bool is_stale() const noexcept;
+    Outcome failure(int error);
+
+    Settings m_settings;
+    /// The device as messages name it.
+    std::string m_name;
+    HostLookup m_lookup;
+    /// Kept from one connection to the next, so that the numbers of the requests go on.
+    std::unique_ptr<Device> m_device;
+    bool m_is_open = false;
+    bool m_lacks_masked_writes = false;
+};
+
+} // namespace Modbus

@@ -1,0 +1,126 @@
+#include "Settings.h"
+
+#include <string_view>
+
+namespace Modbus
+{
+
+using RavikSrv::ErrorValue;
+using RavikSrv::ResultPair;
+using RavikSrv::Value;
+using RavikSrv::ValueType;
+
+namespace
+{
+
+constexpr int largest_port = 65535;
+/// A unit beyond is reserved, but for 255, which devices on TCP take for themselves.
+constexpr int largest_unit = 247;
+constexpr int unit_of_the_connection = 255;
+constexpr int longest_timeout = 600'000;
+
+ResultPair wrong_setting(char const* key, std::string const& expected, Value const& found)
+{
+    auto shown = found;
+    shown.convert(ValueType::String);
+    auto text = std::string("\"") + key + "\": expected " + expected + ", found ";
+    if (found.type() == ValueType::Int || found.type() == ValueType::Int64 || found.type() == ValueType::Double)
+    {
+        text += shown.get_text();
+    }
+    else
+    {
+        text += found.type() == ValueType::String && found.empty() ? "an empty text" : get_type_string(found.type());
+    }
+    return {ErrorValue::EXTENSION_CONFIG, text.c_str()};
+}
+
+/// A whole number of the configuration, and what to do with it.
+template <typename Take>
+ResultPair load_number(Value const& configuration, char const* key, int lowest, int highest, Take const& take)
+{
+    auto const& found = configuration[key];
+    if (!found.isset())
+    {
+        return {};
+    }
+    bool const is_whole = found.type() == ValueType::Int || found.type() == ValueType::Int64;
+    if (!is_whole || found.get_int64() < lowest || found.get_int64() > highest)
+    {
+        return wrong_setting(key, "a whole number from " + std::to_string(lowest) + " to " + std::to_string(highest),
+                             found);
+    }
+    take(found.get_int32());
+    return {};
+}
+
+ResultPair load_unit(Value const& configuration, int& unit)
+{
+    constexpr char const* key = "unit";
+    auto const& found = configuration[key];
+    auto const loaded = load_number(configuration, key, 0, unit_of_the_connection, [&](int number) { unit = number; });
+    bool const reserved = unit > largest_unit && unit != unit_of_the_connection;
+    return loaded.result() != ErrorValue::SUCCESS || reserved
+               ? wrong_setting(key, "a whole number from 0 to 247, or 255", found)
+               : ResultPair();
+}
+
+ResultPair load_host(Value const& configuration, std::string& host)
+{
+    constexpr char const* key = "host";
+    auto const& found = configuration[key];
+    if (found.type() != ValueType::String || found.empty())
+    {
+        return wrong_setting(key, "the device's name or IP address", found);
+    }
+    host = found.get_text();
+    return {};
+}
+
+ResultPair load_flag(Value const& configuration, char const* key, bool& flag)
+{
+    auto const& found = configuration[key];
+    if (found.isset() && found.type() != ValueType::Bool)
+    {
+        return wrong_setting(key, "true or false", found);
+    }
+    flag = found.isset() ? found.get_bool() : flag;
+    return {};
+}
+
+} // namespace
+
+ResultPair load_settings(Value const& configuration, Settings& settings)
+{
+    auto& limits = settings.limits;
+    auto const number = [&](char const* key, int lowest, int highest, auto const& take)
+    { return load_number(configuration, key, lowest, highest, take); };
+    auto const count = [&](char const* key, int lowest, std::uint32_t& target)
+    {
+        return number(key, lowest, static_cast<int>(target),
+                      [&](int value) { target = static_cast<std::uint32_t>(value); });
+    };
+    auto const steps = {
+        load_host(configuration, settings.host),
+        number("port", 1, largest_port, [&](int value) { settings.port = static_cast<std::uint16_t>(value); }),
+        load_unit(configuration, settings.unit),
+        number("timeoutMs", 1, longest_timeout,
+               [&](int value) { settings.timeout = std::chrono::milliseconds(value); }),
+        // What the protocol allows is the default and the most.
+        count("registersPerWrite", 1, limits.registers_per_write),
+        count("registersPerRead", 1, limits.registers_per_read),
+        load_flag(configuration, "singleWritesOnly", limits.single_writes_only),
+        number("readGap", 0, static_cast<int>(table_size) - 1,
+               [&](int value) { limits.read_gap = static_cast<std::uint32_t>(value); }),
+    };
+    for (auto const& step : steps)
+    {
+        if (step.result() != ErrorValue::SUCCESS)
+        {
+            return step;
+        }
+    }
+    return {};
+}
+
+} // namespace Modbus

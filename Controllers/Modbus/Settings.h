@@ -1,0 +1,30 @@
+#pragma once
+
+#include "RequestPlan.h"
+
+#include "RavikSrvExtApi.h"
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+
+namespace Modbus
+{
+
+/// The domain's configuration.
+struct Settings
+{
+    std::string host;
+    std::uint16_t port = 502;
+    int unit = 1;
+    std::chrono::milliseconds timeout{1000};
+    Limits limits;
+};
+
+/// Takes over "host" (a name or an IP address; the one key that has to be there), "port" (502), "unit" (1), "timeoutMs"
+/// (1000), "registersPerWrite" (123), "registersPerRead" (125), "singleWritesOnly" (false) and "readGap" (8). Other
+/// keys are passed over: the store keeps those of earlier times. A failure (`EXTENSION_CONFIG`) names the key and what
+/// was expected there, and leaves `settings` half changed.
+RavikSrv::ResultPair load_settings(RavikSrv::Value const& configuration, Settings& settings);
+
+} // namespace Modbus

@@ -1,0 +1,234 @@
+// A Modbus TCP device to try things on: its coils, inputs and registers are kept in memory, 65536 of each, and start as
+// 0. It serves any number of connections, one request after the other, until it is ended by a signal.
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <iostream>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+#include <modbus/modbus.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace
+{
+
+constexpr auto usage = R"(usage: modbus_device [--port PORT] [--delay MS] [--refuse FIRST-LAST]
+
+  --port PORT           where it listens on 127.0.0.1; 0, the default, is a free port
+  --delay MS            how long it takes to carry out a request
+  --refuse FIRST-LAST   addresses, in all tables, that it answers with the exception "illegal data address"
+
+It prints its port once it listens.
+)";
+
+constexpr int table_size = 65536;
+
+struct Options
+{
+    int port = 0;
+    std::chrono::milliseconds delay{0};
+    /// An empty range by default.
+    int first_refused = table_size;
+    int last_refused = -1;
+};
+
+int number(std::string_view text, int highest)
+{
+    int value = 0;
+    auto const [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc() || end != text.data() + text.size() || value < 0 || value > highest)
+    {
+        throw std::invalid_argument("expected a number from 0 to " + std::to_string(highest) + ", found '" +
+                                    std::string(text) + "'");
+    }
+    return value;
+}
+
+Options options_of(std::vector<std::string_view> const& arguments)
+{
+    constexpr int longest_delay = 60'000;
+    Options options;
+    for (std::size_t index = 0; index < arguments.size(); index += 2)
+    {
+        auto const option = arguments[index];
+        auto const value = index + 1 < arguments.size() ? arguments[index + 1] : std::string_view();
+        if (option == "--port")
+        {
+            options.port = number(value, table_size - 1);
+        }
+        else if (option == "--delay")
+        {
+            options.delay = std::chrono::milliseconds(number(value, longest_delay));
+        }
+        else if (option == "--refuse")
+        {
+            auto const hyphen = std::min(value.find('-'), value.size());
+            options.first_refused = number(value.substr(0, hyphen), table_size - 1);
+            options.last_refused = number(value.substr(std::min(hyphen + 1, value.size())), table_size - 1);
+        }
+        else
+        {
+            throw std::invalid_argument("unknown option '" + std::string(option) + "'");
+        }
+    }
+    return options;
+}
+
+struct Deleter
+{
+    void operator()(modbus_t* device) const { modbus_free(device); }
+    void operator()(modbus_mapping_t* tables) const { modbus_mapping_free(tables); }
+};
+
+class Device
+{
+public:
+    explicit Device(Options const& options)
+        : m_options(options), m_device(modbus_new_tcp("127.0.0.1", options.port)),
+          m_tables(modbus_mapping_new(table_size, table_size, table_size, table_size))
+    {
+        constexpr int waiting_connections = 16;
+        m_sockets.push_back(
+            {m_device == nullptr ? -1 : modbus_tcp_listen(m_device.get(), waiting_connections), POLLIN, 0});
+        if (m_tables == nullptr || m_sockets.front().fd < 0)
+        {
+            throw std::runtime_error(std::string("can't listen: ") + modbus_strerror(errno));
+        }
+    }
+
+    ~Device()
+    {
+        for (auto const& socket : m_sockets)
+        {
+            close(socket.fd);
+        }
+    }
+    Device(Device const&) = delete;
+    Device& operator=(Device const&) = delete;
+
+    int port() const
+    {
+        sockaddr_in address{};
+        socklen_t size = sizeof address;
+        getsockname(m_sockets.front().fd, reinterpret_cast<sockaddr*>(&address), &size);
+        return ntohs(address.sin_port);
+    }
+
+    void serve()
+    {
+        while (poll(m_sockets.data(), m_sockets.size(), -1) > 0 || errno == EINTR)
+        {
+            for (std::size_t index = m_sockets.size() - 1; index > 0; --index)
+            {
+                if (m_sockets[index].revents != 0 && !answer(m_sockets[index].fd))
+                {
+                    close(m_sockets[index].fd);
+                    m_sockets.erase(m_sockets.begin() + static_cast<std::ptrdiff_t>(index));
+                }
+            }
+            if (m_sockets.front().revents != 0)
+            {
+                accept_connection();
+            }
+        }
+    }
+
+private:
+    void accept_connection()
+    {
+        int const socket = accept4(m_sockets.front().fd, nullptr, nullptr, SOCK_CLOEXEC);
+        // The library waits with select, which must not be given a number beyond its fixed size.
+        if (socket >= FD_SETSIZE)
+        {
+            close(socket);
+        }
+        else if (socket >= 0)
+        {
+            int const on = 1;
+            setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+            m_sockets.push_back({socket, POLLIN, 0});
+        }
+    }
+
+    /// Answers one request; false where the connection has ended.
+    bool answer(int socket)
+    {
+        modbus_set_socket(m_device.get(), socket);
+        std::array<std::uint8_t, MODBUS_TCP_MAX_ADU_LENGTH> request{};
+        int const size = modbus_receive(m_device.get(), request.data());
+        if (size <= 0)
+        {
+            return size == 0;
+        }
+        std::this_thread::sleep_for(m_options.delay);
+        if (is_refused(request.data() + modbus_get_header_length(m_device.get())))
+        {
+            return modbus_reply_exception(m_device.get(), request.data(), MODBUS_EXCEPTION_ILLEGAL_DATA_ADDRESS) > 0;
+        }
+        return modbus_reply(m_device.get(), request.data(), size, m_tables.get()) > 0;
+    }
+
+    /// Whether the request, which begins with its function code, touches an address that is refused.
+    bool is_refused(std::uint8_t const* request) const
+    {
+        auto const word = [&](int offset) { return request[offset] << 8 | request[offset + 1]; };
+        bool const is_single = request[0] == MODBUS_FC_WRITE_SINGLE_COIL ||
+                               request[0] == MODBUS_FC_WRITE_SINGLE_REGISTER ||
+                               request[0] == MODBUS_FC_MASK_WRITE_REGISTER;
+        int const first = word(1);
+        int const last = is_single ? first : first + word(3) - 1;
+        return first <= m_options.last_refused && last >= m_options.first_refused;
+    }
+
+    Options m_options;
+    std::unique_ptr<modbus_t, Deleter> m_device;
+    std::unique_ptr<modbus_mapping_t, Deleter> m_tables;
+    /// The one that listens, then the connections.
+    std::vector<pollfd> m_sockets;
+};
+
+} // namespace
+
+int main(int count, char** arguments)
+{
+    try
+    {
+        std::vector<std::string_view> const words(arguments + 1, arguments + count);
+        if (!words.empty() && (words.front() == "--help" || words.front() == "-h"))
+        {
+            std::cout << usage;
+            return EXIT_SUCCESS;
+        }
+        Device device(options_of(words));
+        std::cout << device.port()
+                  << std::endl; // NOLINT(performance-avoid-endl): whoever started it waits for the line
+        device.serve();
+        return EXIT_FAILURE;
+    }
+    catch (std::invalid_argument const& error)
+    {
+        std::cerr << "modbus_device: " << error.what() << '\n' << usage;
+        return 2;
+    }
+    catch (std::exception const& error)
+    {
+        std::cerr << "modbus_device: " << error.what() << '\n';
+        return EXIT_FAILURE;
+    }
+}
