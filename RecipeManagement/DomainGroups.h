@@ -1,9 +1,8 @@
 #pragma once
 
+#include "NameMap.h"
 #include "SymbolData.h"
 #include "configuration_keys.h"
-
-#include <boost/unordered/unordered_flat_map.hpp>
 
 #include <string_view>
 #include <utility>
@@ -45,7 +44,7 @@ public:
     }
 
 private:
-    boost::unordered_flat_map<std::string_view, Group> m_groups;
+    NameMap<Group> m_groups;
     std::string_view m_last_domain;
     Group* m_last_group = nullptr;
 };

@@ -8,10 +8,10 @@
 namespace RecipeManagement
 {
 
-Member::Member(RavikSrv::Value const& member)
+Member::Member(RavikSrv::ConstIterator<RavikSrv::Value> const& member) : name(member.name())
 {
-    auto const end = member.end();
-    for (auto entry = member.begin(); entry != end; ++entry)
+    auto const end = member->end();
+    for (auto entry = member->begin(); entry != end; ++entry)
     {
         std::string_view const key = entry.name();
         if (key == Key::symbol)

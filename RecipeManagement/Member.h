@@ -6,11 +6,12 @@ namespace RecipeManagement
 {
 
 /// A member of a recipe type, read in one go: that is several times faster than a look-up for each key. Refers to the
-/// value that it was read from.
+/// entry of "members" that it was read from.
 struct Member
 {
-    explicit Member(RavikSrv::Value const& member);
+    explicit Member(RavikSrv::ConstIterator<RavikSrv::Value> const& member);
 
+    char const* name;
     /// Empty where there is none, as is the recipe type.
     char const* symbol = "";
     char const* recipe_type = "";

@@ -71,8 +71,7 @@ private:
     /// Writes the values of the recipe that the command names, a group for each domain.
     void activate_recipe(RavikSrv::Context const& context, RavikSrv::Command& command);
     void write_symbols(RavikSrv::Context const& context, RavikSrv::Command& command, RavikSrv::Value const& config,
-                       SymbolList const& symbols, std::string const& recipe_path,
-                       std::vector<std::string> const& domains);
+                       SymbolList& symbols, std::string const& recipe_path, std::vector<std::string> const& domains);
     /// Writes the symbols that `domain` serves. Answers true where that failed and the caller must stop; the command
     /// then says why.
     bool create_cmd_group_and_activate(RavikSrv::Context const& context, RavikSrv::Command& command,

@@ -1,6 +1,8 @@
 #include "SymbolList.h"
 
-#include <algorithm>
+#include "configuration_keys.h"
+
+#include <utility>
 
 namespace RecipeManagement
 {
@@ -15,23 +17,12 @@ void SymbolList::append_type(std::string const& name)
 
 void SymbolList::repeat_symbols(std::size_t first, std::size_t last)
 {
-    // Room for all, since each copy is taken from the list that it is appended to.
-    reserve_more(last - first);
     for (auto i = first; i != last; ++i)
     {
         if (!m_records[i].is_recipetype)
         {
             m_records.push_back(m_records[i]);
         }
-    }
-}
-
-void SymbolList::reserve_more(std::size_t count)
-{
-    // At least twice the room, so that many small steps don't move the records each time.
-    if (auto const needed = m_records.size() + count; needed > m_records.capacity())
-    {
-        m_records.reserve(std::max(needed, 2 * m_records.capacity()));
     }
 }
 
@@ -49,6 +40,23 @@ SymbolData* SymbolList::find_name(std::string_view name)
     }
     auto const found = m_first_by_name.find(name);
     return found == m_first_by_name.end() ? nullptr : found->second;
+}
+
+std::vector<Member> const& SymbolList::members_of(RavikSrv::Value const& type)
+{
+    auto const& entries = type[Key::members];
+    if (auto const read = m_types_read.find(&entries); read != m_types_read.end())
+    {
+        return read->second.members;
+    }
+    TypeMembers read{.type = type, .members = {}};
+    read.members.reserve(entries.size());
+    auto const end = entries.end();
+    for (auto entry = entries.begin(); entry != end; ++entry)
+    {
+        read.members.emplace_back(entry);
+    }
+    return m_types_read.emplace(&entries, std::move(read)).first->second.members;
 }
 
 } // namespace RecipeManagement

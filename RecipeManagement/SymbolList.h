@@ -1,20 +1,23 @@
 #pragma once
 
+#include "Member.h"
+#include "NameMap.h"
 #include "SymbolData.h"
 
-#include <boost/unordered/unordered_flat_map.hpp>
+#include <boost/container/deque.hpp>
 #include <boost/unordered/unordered_flat_set.hpp>
 
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 namespace RecipeManagement
 {
 
-/// The records of one request in the order in which they were reached. Searches answer what a walk from the front
-/// answers, without the walk. Belongs to one request and does no locking.
+/// The records of one request in the order in which they were reached, and the types read for them. Searches answer
+/// what a walk from the front answers, without the walk. Belongs to one request and does no locking.
 class SymbolList
 {
 public:
@@ -23,18 +26,19 @@ public:
     SymbolList& operator=(SymbolList const&) = delete;
     ~SymbolList() = default;
 
-    /// Appends an empty record, to be filled with a symbol, without any search. References to records end here.
+    /// Appends an empty record, to be filled with a symbol, without any search. Records stay where they are.
     SymbolData& append_symbol() { return m_records.emplace_back(); }
-    /// Appends the record of a type unless an equal one is in the list. References to records end here.
+    /// Appends the record of a type unless an equal one is in the list.
     void append_type(std::string const& name);
     /// Appends copies of the symbols' records from `first` up to, not including, `last`.
     void repeat_symbols(std::size_t first, std::size_t last);
-    /// Makes room for so many more records.
-    void reserve_more(std::size_t count);
 
     /// The first record of that name, be it a symbol's or a type's; null where there is none. The names are indexed at
     /// the first search, which is best made when the list is complete.
     SymbolData* find_name(std::string_view name);
+
+    /// The members of a recipe type of the configuration, read when they are first asked for.
+    std::vector<Member> const& members_of(RavikSrv::Value const& type);
 
     /// How many of the records stand for symbols.
     std::size_t symbol_count() const noexcept { return m_records.size() - m_types.size(); }
@@ -46,12 +50,26 @@ public:
     auto end() const noexcept { return m_records.end(); }
 
 private:
-    std::vector<SymbolData> m_records;
+    /// In blocks of so many that finding a record's block costs little: a list that grows never moves its records.
+    using Records = boost::container::deque<SymbolData, void,
+                                            boost::container::deque_options<boost::container::block_size<64U>>::type>;
+
+    Records m_records;
     /// A type's record has no symbol and no recipe type: its name alone makes it equal to another.
     boost::unordered_flat_set<std::string> m_types;
     /// The first record by name, of the first `m_indexed` records; refers to their names.
-    boost::unordered_flat_map<std::string_view, SymbolData*> m_first_by_name;
+    NameMap<SymbolData*> m_first_by_name;
     std::size_t m_indexed = 0;
+
+    struct TypeMembers
+    {
+        /// What the members refer to; kept, so that nothing else comes to stand at its address.
+        RavikSrv::Value type;
+        std::vector<Member> members;
+    };
+
+    /// By the address of a type's members, which all copies of the type share.
+    std::unordered_map<RavikSrv::Value const*, TypeMembers> m_types_read;
 };
 
 } // namespace RecipeManagement

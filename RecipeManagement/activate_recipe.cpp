@@ -1,5 +1,6 @@
 #include "DomainGroups.h"
 #include "Member.h"
+#include "NameMap.h"
 #include "RavikRecipeManagement.h"
 #include "configuration_keys.h"
 #include "value_text.h"
@@ -30,7 +31,7 @@ using RavikSrv::Value;
 class WriteGroups
 {
 public:
-    WriteGroups(Command& command, SymbolList const& symbols, Value const& config);
+    WriteGroups(Command& command, SymbolList& symbols, Value const& config);
 
     /// Adds a recipe type, the types that it nests and those that it inherits. A failure stands on the command, and the
     /// walk goes on behind it.
@@ -51,9 +52,10 @@ private:
 
     Command& m_command;
     Value const& m_config;
+    SymbolList& m_types;
     /// For each symbol its first record with a value or a default value. What else decides whether a record is written
     /// is the same for all records of a symbol: they have the same mapping.
-    boost::unordered_flat_map<std::string_view, Symbol> m_symbols;
+    NameMap<Symbol> m_symbols;
     DomainGroups<CommandGroup> m_groups;
     /// Made once, since each insertion copies it.
     Command m_write;
@@ -71,8 +73,8 @@ constexpr unsigned long write_recursion_limit = 2 * recursion_limit;
 
 } // namespace
 
-WriteGroups::WriteGroups(Command& command, SymbolList const& symbols, Value const& config)
-    : m_command(command), m_config(config)
+WriteGroups::WriteGroups(Command& command, SymbolList& symbols, Value const& config)
+    : m_command(command), m_config(config), m_types(symbols)
 {
     m_symbols.reserve(symbols.symbol_count());
     for (auto const& record : symbols)
@@ -116,11 +118,8 @@ void WriteGroups::add_to_cmd_group_if_enabled(std::string const& recipetype_name
 
 void WriteGroups::add_members_and_inherited(Value const& type, unsigned long depth)
 {
-    auto const& members = type[Key::members];
-    auto const end = members.end();
-    for (auto entry = members.begin(); entry != end; ++entry)
+    for (auto const& member : m_types.members_of(type))
     {
-        Member const member(*entry);
         if (member.enabled && !Algorithm::empty(member.symbol))
         {
             add_symbol_to_cmd_group(member.symbol);
@@ -186,7 +185,7 @@ void RavikRecipeManagement::activate_recipe(Context const& context, Command& com
 }
 
 void RavikRecipeManagement::write_symbols(Context const& context, Command& command, Value const& config,
-                                          SymbolList const& symbols, std::string const& recipe_path,
+                                          SymbolList& symbols, std::string const& recipe_path,
                                           std::vector<std::string> const& domains)
 {
     auto const* const recipetype_name = RavikSrv::node_path(join_path(recipe_path, Key::recipe_type_name), config).node;

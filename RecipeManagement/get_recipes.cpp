@@ -1,3 +1,4 @@
+#include "NameMap.h"
 #include "RavikRecipeManagement.h"
 #include "configuration_keys.h"
 #include "value_text.h"
@@ -67,7 +68,7 @@ void RavikRecipeManagement::get_recipes(Context const& context, Command& command
     std::vector<std::string> heirs;
     influenced_by_inherited_recipetype(requested, heirs, config, command, 0);
     // A type that inherits the requested one in several ways has its recipes listed once for each.
-    boost::unordered_flat_map<std::string_view, std::size_t> listings;
+    NameMap<std::size_t> listings;
     for (auto const& heir : heirs)
     {
         ++listings[heir];
@@ -161,7 +162,7 @@ private:
 
     Value const& m_symbol_mapping;
     /// By name, that of the first record.
-    boost::unordered_flat_map<std::string_view, std::string const*> m_symbols;
+    NameMap<std::string const*> m_symbols;
 };
 
 } // namespace

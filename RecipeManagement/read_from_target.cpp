@@ -1,4 +1,5 @@
 #include "DomainGroups.h"
+#include "NameMap.h"
 #include "RavikRecipeManagement.h"
 #include "configuration_keys.h"
 
@@ -49,7 +50,7 @@ DomainGroups<ReadGroup> collect_reads(SymbolList const& symbols)
 /// Adds the values read for the members that the stored recipe names. What was read first for a member stays.
 void set_recipe_values(ReadGroup const& reads, Value const& stored, Value& values)
 {
-    boost::unordered_flat_map<std::string_view, Value const*> first_reads;
+    NameMap<Value const*> first_reads;
     first_reads.reserve(reads.records.size());
     for (auto read = reads.commands.begin_vector(); read != reads.commands.end_vector(); ++read)
     {

@@ -49,9 +49,9 @@ private:
     ResultPair repeat(Walked const& walked);
     ResultPair take_from_partial_configuration(std::string const& path, std::string const& recipetype_name);
     ResultPair add_inherited(Value const& names, unsigned long depth);
-    ResultPair add_member(char const* name, Member const& member, unsigned long depth, std::string& type_context);
-    void add_symbol(char const* name, Member const& member, std::string const& type_context);
-    void add_nested_type(char const* name, char const* type, std::string& type_context);
+    ResultPair add_member(Member const& member, unsigned long depth, std::string& type_context);
+    void add_symbol(Member const& member, std::string const& type_context);
+    void add_nested_type(Member const& member, std::string& type_context);
 
     Value& m_config;
     SymbolList& m_symbols;
@@ -128,12 +128,9 @@ ResultPair TypeWalk::walk(std::string const& recipetype_name, unsigned long dept
     {
         return result;
     }
-    auto const& members = type[Key::members];
-    m_symbols.reserve_more(members.size());
-    auto const end = members.end();
-    for (auto member = members.begin(); member != end; ++member)
+    for (auto const& member : m_symbols.members_of(type))
     {
-        if (auto result = add_member(member.name(), Member(*member), depth, type_context); failed(result))
+        if (auto result = add_member(member, depth, type_context); failed(result))
         {
             return result;
         }
@@ -172,16 +169,16 @@ ResultPair TypeWalk::add_inherited(Value const& names, unsigned long depth)
     return ErrorValue::SUCCESS;
 }
 
-ResultPair TypeWalk::add_member(char const* name, Member const& member, unsigned long depth, std::string& type_context)
+ResultPair TypeWalk::add_member(Member const& member, unsigned long depth, std::string& type_context)
 {
     auto const is_nesting = !Algorithm::empty(member.recipe_type);
     if (!Algorithm::empty(member.symbol))
     {
-        add_symbol(name, member, type_context);
+        add_symbol(member, type_context);
     }
     else if (is_nesting)
     {
-        add_nested_type(name, member.recipe_type, type_context);
+        add_nested_type(member, type_context);
     }
     else
     {
@@ -201,21 +198,21 @@ ResultPair TypeWalk::add_member(char const* name, Member const& member, unsigned
     return result;
 }
 
-void TypeWalk::add_symbol(char const* name, Member const& member, std::string const& type_context)
+void TypeWalk::add_symbol(Member const& member, std::string const& type_context)
 {
     auto& record = m_symbols.append_symbol();
     record.symbol = member.symbol;
     record.recipetype = type_context;
-    record.name = name;
+    record.name = member.name;
     record.enabled = member.enabled;
     record.default_value = member.default_value != nullptr ? *member.default_value : Value();
     record.schema = member.schema != nullptr ? *member.schema : Value();
 }
 
-void TypeWalk::add_nested_type(char const* name, char const* type, std::string& type_context)
+void TypeWalk::add_nested_type(Member const& member, std::string& type_context)
 {
-    type_context = type;
-    m_symbols.append_type(name);
+    type_context = member.recipe_type;
+    m_symbols.append_type(member.name);
     m_symbols.append_type(type_context);
 }
 
@@ -305,6 +302,13 @@ ResultPair ValueWalk::lay(Value const& value, SymbolData& record, unsigned long 
     return ErrorValue::SUCCESS;
 }
 
+/// The entry of the symbol table that a symbol has by its name. Most symbols are their name alone.
+Value const& mapping_of(std::string const& symbol, Value const& symbol_mapping)
+{
+    auto const is_name = symbol.find(':') == std::string::npos && symbol.find('[') == std::string::npos;
+    return symbol_mapping[is_name ? symbol.c_str() : RavikSrv::name_from_path(symbol.c_str()).c_str()];
+}
+
 /// Reads an entry of the symbol table, in one go for speed.
 void take_mapping(Value const& mapping, SymbolData& record)
 {
@@ -354,7 +358,7 @@ RecipeResult RavikRecipeManagement::symboldata_from_srv_config(SymbolList& symbo
         {
             continue;
         }
-        auto const& mapping = symbol_mapping[RavikSrv::name_from_path(record.symbol.c_str()).c_str()];
+        auto const& mapping = mapping_of(record.symbol, symbol_mapping);
         if (mapping.empty())
         {
             return RecipeResult::SYMBOL_NOT_MAPPED;

@@ -1,12 +1,11 @@
 #include "Member.h"
+#include "NameMap.h"
 #include "RavikRecipeManagement.h"
 #include "configuration_keys.h"
 #include "value_text.h"
 
 #include "algorithm_helper.h"
 #include "api_helper.h"
-
-#include <boost/unordered/unordered_flat_map.hpp>
 
 namespace RecipeManagement
 {
@@ -109,8 +108,8 @@ private:
         }
     }
 
-    boost::unordered_flat_map<std::string_view, SymbolData*> m_by_name;
-    boost::unordered_flat_map<std::string_view, Assignments> m_by_symbol;
+    NameMap<SymbolData*> m_by_name;
+    NameMap<Assignments> m_by_symbol;
 };
 
 } // namespace
@@ -230,7 +229,7 @@ ResultPair RavikRecipeManagement::validate_members(Context const& context, std::
     for (auto entry = members.begin(); entry != members.end(); ++entry)
     {
         auto const* const name = entry.name();
-        auto* const record = Algorithm::empty(Member(*entry).symbol) ? nullptr : records.find(name);
+        auto* const record = Algorithm::empty(Member(entry).symbol) ? nullptr : records.find(name);
         if (record == nullptr)
         {
             // The member nests a type; no recipe is named yet.

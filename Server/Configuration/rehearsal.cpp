@@ -39,6 +39,10 @@ public:
         m_copy.extensions.find(m_domain)->start(m_copy.host);
         m_copy.writer.tell_entries(Context(), m_domain, "");
     }
+    Stage(Stage const&) = delete;
+    Stage& operator=(Stage const&) = delete;
+    /// The extension on the stage made the copy's host the one that all extensions find.
+    ~Stage() { RavikSrv::initialize_api(m_real_host); }
 
     /// Makes the move and tells the extension; answers what it says to it.
     ResultPair play(Move const& move, char const* schema_type, std::vector<Configuration::Touched>& cascade)
@@ -58,6 +62,7 @@ public:
     Value tree() const { return m_copy.configuration.tree(m_domain); }
 
 private:
+    RavikSrv::IRavikSrvExtHost* m_real_host = RavikSrv::host();
     Core m_copy;
     std::string m_domain;
 };
