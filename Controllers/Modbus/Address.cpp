@@ -31,6 +31,11 @@ constexpr bool is_wide(Type type)
     return type >= Type::INT32 && type <= Type::REAL64;
 }
 
+constexpr bool ends_name(char character)
+{
+    return character == ':' || character == '.' || character == '[';
+}
+
 /// Reads one mapping from the front. Each step answers whether it succeeded; the first that does not leaves its error.
 class Parser
 {
@@ -144,12 +149,12 @@ private:
     template <typename T, std::size_t N> std::optional<T> one_of(std::array<Named<T>, N> const& names) noexcept
     {
         auto const text = rest();
-        auto const length = std::min(text.find_first_of(":.["), text.size());
+        std::string_view const word(text.begin(), std::find_if(text.begin(), text.end(), ends_name));
         for (auto const& [name, value] : names)
         {
-            if (text.substr(0, length) == name)
+            if (word == name)
             {
-                m_position += length;
+                m_position += word.size();
                 return value;
             }
         }

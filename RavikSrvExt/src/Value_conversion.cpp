@@ -287,7 +287,8 @@ std::int32_t Value::get_int32() const
 
 std::int64_t Value::get_int64() const
 {
-    return m_type == ValueType::Int64 ? m_scalar.integer : converted(ValueType::Int64).m_scalar.integer;
+    bool const is_integer = m_type == ValueType::Int64 || m_type == ValueType::Int;
+    return is_integer ? m_scalar.integer : converted(ValueType::Int64).m_scalar.integer;
 }
 
 double Value::get_double() const

@@ -91,10 +91,11 @@ ErrorValue Executor::execute(Context const& context, Command& command)
 
 ErrorValue Executor::execute_domain_group(Context const& context, Extension& extension, CommandGroup& group)
 {
+    Misfit misfit;
     for (auto command = group.begin_vector(); command != group.end_vector(); ++command)
     {
         command->set_result(ErrorValue::SUCCESS);
-        map_command(extension, *command);
+        map_command(extension, *command, misfit);
     }
     auto const unmapped = first_server_error(group);
     if (unmapped != ErrorValue::SUCCESS)
@@ -108,19 +109,19 @@ ErrorValue Executor::execute_domain_group(Context const& context, Extension& ext
         }
         return unmapped;
     }
-    if (!refuse_unfit_values(group))
+    if (!refuse_all(group, misfit))
     {
         send(context, extension, group);
     }
     return first_server_error(group);
 }
 
-void Executor::map_command(Extension const& extension, Command& command) const
+void Executor::map_command(Extension const& extension, Command& command, Misfit& misfit) const
 {
     auto const reference = m_symbols.find(command.name());
     if (reference.symbol != nullptr && reference.symbol->domain == extension.domain())
     {
-        command.set_mapping(reference.mapping().c_str());
+        map_symbol(reference, command, misfit);
     }
     else if (reference.symbol != nullptr)
     {
@@ -139,24 +140,30 @@ void Executor::map_command(Extension const& extension, Command& command) const
     }
 }
 
-/// Answers whether a value did not fit; then every command of the group tells so.
-bool Executor::refuse_unfit_values(CommandGroup& group) const
+void Executor::map_symbol(SymbolReference const& reference, Command& command, Misfit& misfit)
 {
-    for (auto command = group.begin_vector(); command != group.end_vector(); ++command)
+    auto const& symbol = *reference.symbol;
+    command.set_mapping(reference.rest.empty() ? symbol.mapping.c_str() : reference.mapping().c_str());
+    auto const& value = value_to_write(command);
+    if (misfit.result != ErrorValue::SUCCESS || !value.isset())
     {
-        auto const reference = value_to_write(*command).isset() ? m_symbols.find(command->name()) : SymbolReference();
-        auto const fits = reference.symbol == nullptr
-                              ? ResultPair()
-                              : reference.symbol->check(reference.rest, value_to_write(*command));
-        if (fits.result() != ErrorValue::SUCCESS)
-        {
-            auto const text = std::string(command->name()) + ": " + fits.text();
-            std::for_each(group.begin_vector(), group.end_vector(),
-                          [&](Command& refused) { fail(refused, fits.result(), text); });
-            return true;
-        }
+        return;
     }
-    return false;
+    if (auto const fits = symbol.check(reference.rest, value); fits.result() != ErrorValue::SUCCESS)
+    {
+        misfit = {.result = fits.result(), .text = command.name() + (": " + std::string(fits.text()))};
+    }
+}
+
+bool Executor::refuse_all(CommandGroup& group, Misfit const& misfit)
+{
+    if (misfit.result == ErrorValue::SUCCESS)
+    {
+        return false;
+    }
+    std::for_each(group.begin_vector(), group.end_vector(),
+                  [&](Command& refused) { fail(refused, misfit.result, misfit.text); });
+    return true;
 }
 
 void Executor::send(Context const& context, Extension& extension, CommandGroup& group) const
@@ -177,12 +184,13 @@ void Executor::send(Context const& context, Extension& extension, CommandGroup& 
 ErrorValue Executor::execute_server_group(Context const& context, CommandGroup& group)
 {
     std::vector<Route> routes;
+    Misfit misfit;
     for (auto command = group.begin_vector(); command != group.end_vector(); ++command)
     {
         command->set_result(ErrorValue::SUCCESS);
-        routes.push_back(route(*command));
+        routes.push_back(route(*command, misfit));
     }
-    if (refuse_unfit_values(group))
+    if (refuse_all(group, misfit))
     {
         return first_server_error(group);
     }
@@ -203,7 +211,7 @@ ErrorValue Executor::execute_server_group(Context const& context, CommandGroup& 
 }
 
 /// Finds where the command leads and fills in its mapping, or its failure.
-Executor::Route Executor::route(Command& command) const
+Executor::Route Executor::route(Command& command, Misfit& misfit) const
 {
     std::string const name = command.name();
     Route route;
@@ -217,7 +225,7 @@ Executor::Route Executor::route(Command& command) const
     {
         route.domain = reference.symbol->domain;
         route.kind = route.domain == server_domain ? Route::Kind::Variable : Route::Kind::Extension;
-        command.set_mapping(reference.mapping().c_str());
+        map_symbol(reference, command, misfit);
     }
     else if (!route_function(command, route))
     {

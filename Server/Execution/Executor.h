@@ -61,12 +61,22 @@ private:
     RavikSrv::ErrorValue execute_domain_group(RavikSrv::Context const& context, Extension& extension,
                                               RavikSrv::CommandGroup& group);
 
+    /// The first value of a group that does not fit its symbol, and why.
+    struct Misfit
+    {
+        RavikSrv::ErrorValue result = RavikSrv::ErrorValue::SUCCESS;
+        std::string text;
+    };
+
     /// Fills in the command's mapping, or its failure.
-    void map_command(Extension const& extension, RavikSrv::Command& command) const;
-    bool refuse_unfit_values(RavikSrv::CommandGroup& group) const;
+    void map_command(Extension const& extension, RavikSrv::Command& command, Misfit& misfit) const;
+    /// Fills in the mapping and checks the value, unless one that does not fit is known already.
+    static void map_symbol(SymbolReference const& reference, RavikSrv::Command& command, Misfit& misfit);
+    /// Answers whether a value did not fit; then every command of the group tells so.
+    static bool refuse_all(RavikSrv::CommandGroup& group, Misfit const& misfit);
     void send(RavikSrv::Context const& context, Extension& extension, RavikSrv::CommandGroup& group) const;
 
-    Route route(RavikSrv::Command& command) const;
+    Route route(RavikSrv::Command& command, Misfit& misfit) const;
     bool route_function(RavikSrv::Command& command, Route& route) const;
     void execute_run(RavikSrv::Context const& context, Route const& route,
                      std::vector<RavikSrv::Command*> const& commands);

@@ -3,6 +3,8 @@
 #include "Execution/Extensions.h"
 #include "api_helper.h"
 
+#include <utility>
+
 namespace Ravik
 {
 
@@ -73,10 +75,10 @@ Recorder::Recording::~Recording()
     m_recorder.m_records.erase(m_session.id());
 }
 
-ExecutionRecord Recorder::Recording::record() const
+ExecutionRecord Recorder::Recording::take()
 {
     std::lock_guard const lock(m_recorder.m_mutex);
-    return m_recorder.m_records.at(m_session.id());
+    return std::exchange(m_recorder.m_records.at(m_session.id()), {});
 }
 
 } // namespace Ravik

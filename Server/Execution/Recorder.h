@@ -44,8 +44,8 @@ public:
     ~Recording();
 
     RavikSrv::Session session() const noexcept { return m_session; }
-    /// What was recorded so far.
-    ExecutionRecord record() const;
+    /// Hands out what was recorded until now.
+    ExecutionRecord take();
 
 private:
     Recorder& m_recorder;

@@ -52,8 +52,38 @@ ResultPair Symbol::check(std::string_view rest, Value const& value) const
     return part == nullptr ? ResultPair() : CompiledSchema::compile(*part, "")->validate(value, "");
 }
 
+namespace
+{
+
+/// The compiled schemas of symbols. Most refer to one of a few definitions and are nothing else; those with the same
+/// reference share one, which also keeps it at hand for the processor where many values are checked in a row.
+class SchemaPool
+{
+public:
+    std::shared_ptr<CompiledSchema const> compiled(Value const& schema)
+    {
+        auto const& reference = schema["$ref"];
+        if (reference.type() != ValueType::String || schema.size() != 1)
+        {
+            return CompiledSchema::compile(schema, "");
+        }
+        auto& shared = m_by_reference[reference.get_string()];
+        if (shared == nullptr)
+        {
+            shared = CompiledSchema::compile(schema, "");
+        }
+        return shared;
+    }
+
+private:
+    boost::unordered_flat_map<std::string, std::shared_ptr<CompiledSchema const>> m_by_reference;
+};
+
+} // namespace
+
 SymbolTable::SymbolTable(Value const& symbols)
 {
+    SchemaPool schemas;
     m_symbols.reserve(symbols.size());
     for (auto entry = symbols.begin(); entry != symbols.end(); ++entry)
     {
@@ -62,13 +92,17 @@ SymbolTable::SymbolTable(Value const& symbols)
                       .domain = RavikSrv::Algorithm::to_string(described["DOMAIN"]),
                       .mapping = RavikSrv::Algorithm::to_string(described["MAPPING"]),
                       .schema = described["SCHEMA"],
-                      .compiled = CompiledSchema::compile(described["SCHEMA"], "")};
+                      .compiled = schemas.compiled(described["SCHEMA"])};
         if (symbol.mapping.empty())
         {
             symbol.mapping = symbol.name;
         }
-        m_by_name.emplace(symbol.name, m_symbols.size());
         m_symbols.push_back(std::move(symbol));
+    }
+    m_by_name.reserve(m_symbols.size());
+    for (auto const& symbol : m_symbols)
+    {
+        m_by_name.emplace(symbol.name, &symbol);
     }
 }
 
@@ -76,9 +110,8 @@ SymbolReference SymbolTable::find(std::string_view name) const
 {
     auto const own_name = name.substr(0, std::min(name.find(RavikSrv::separator_text), name.find('[')));
     auto const found = m_by_name.find(own_name);
-    return found == m_by_name.end()
-               ? SymbolReference()
-               : SymbolReference{.symbol = &m_symbols[found->second], .rest = name.substr(own_name.size())};
+    return found == m_by_name.end() ? SymbolReference()
+                                    : SymbolReference{.symbol = found->second, .rest = name.substr(own_name.size())};
 }
 
 } // namespace Ravik

@@ -3,11 +3,12 @@
 #include "RavikSrvExtApi.h"
 #include "Schema/CompiledSchema.h"
 
+#include <boost/unordered/unordered_flat_map.hpp>
+
 #include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 namespace Ravik
@@ -45,6 +46,9 @@ class SymbolTable
 {
 public:
     SymbolTable() = default;
+    SymbolTable(SymbolTable const&) = delete;
+    SymbolTable& operator=(SymbolTable const&) = delete;
+    ~SymbolTable() = default;
     /// `symbols` as `ProjectFile` holds them.
     explicit SymbolTable(RavikSrv::Value const& symbols);
 
@@ -54,13 +58,9 @@ public:
     std::vector<Symbol> const& all() const noexcept { return m_symbols; }
 
 private:
-    struct Hash : std::hash<std::string_view>
-    {
-        using is_transparent = void;
-    };
-
     std::vector<Symbol> m_symbols;
-    std::unordered_map<std::string, std::size_t, Hash, std::equal_to<>> m_by_name;
+    /// Refers to the symbols, which stay where they are.
+    boost::unordered_flat_map<std::string_view, Symbol const*, std::hash<std::string_view>> m_by_name;
 };
 
 } // namespace Ravik

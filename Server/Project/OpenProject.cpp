@@ -117,7 +117,7 @@ void OpenProject::start_extensions()
 
 FunctionOutcome OpenProject::call(std::string const& domain, std::string const& function, Value const& parameters)
 {
-    Recorder::Recording const recording(m_core.executor.recorder());
+    Recorder::Recording recording(m_core.executor.recorder());
     Context context;
     context.set_domain(domain.c_str());
     context.set_session(recording.session());
@@ -134,7 +134,7 @@ FunctionOutcome OpenProject::call(std::string const& domain, std::string const& 
     outcome.name = m_core.extensions.error_string(domain, outcome.result);
     outcome.text = executed.result_string();
     outcome.value = executed.read_value();
-    outcome.record = recording.record();
+    outcome.record = recording.take();
     outcome.record.pop_back(); // the call itself
     if (outcome.error == ErrorValue::INVALID_DOMAIN)
     {

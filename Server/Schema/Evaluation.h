@@ -6,7 +6,7 @@
 
 #include "RavikSrvExtApi.h"
 
-#include <deque>
+#include <list>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -89,8 +89,8 @@ private:
     /// Outcomes for schemas that several places lead to: without them, schemas that each refer twice to the next would
     /// take exponential time. Values are told by their address.
     std::unordered_map<Subject, bool, SubjectHash> m_outcomes;
-    /// Names of fields as values; they keep their addresses.
-    std::deque<Value> m_names;
+    /// Names of fields as values; they keep their addresses. Most checks have none, and a list costs nothing then.
+    std::list<Value> m_names;
 };
 
 } // namespace Ravik::Schema
