@@ -28,11 +28,12 @@
 namespace
 {
 
-constexpr auto usage = R"(usage: modbus_device [--port PORT] [--delay MS] [--refuse FIRST-LAST]
+constexpr auto usage = R"(usage: modbus_device [--port PORT] [--delay MS] [--refuse FIRST-LAST] [--count]
 
   --port PORT           where it listens on 127.0.0.1; 0, the default, is a free port
   --delay MS            how long it takes to carry out a request
   --refuse FIRST-LAST   addresses, in all tables, that it answers with the exception "illegal data address"
+  --count               whenever a connection ends, print how many requests came over it
 
 It prints its port once it listens.
 )";
@@ -46,6 +47,7 @@ struct Options
     /// An empty range by default.
     int first_refused = table_size;
     int last_refused = -1;
+    bool counts = false;
 };
 
 int number(std::string_view text, int highest)
@@ -64,10 +66,16 @@ Options options_of(std::vector<std::string_view> const& arguments)
 {
     constexpr int longest_delay = 60'000;
     Options options;
-    for (std::size_t index = 0; index < arguments.size(); index += 2)
+    for (std::size_t index = 0; index < arguments.size(); ++index)
     {
         auto const option = arguments[index];
-        auto const value = index + 1 < arguments.size() ? arguments[index + 1] : std::string_view();
+        if (option == "--count")
+        {
+            options.counts = true;
+            continue;
+        }
+        ++index;
+        auto const value = index < arguments.size() ? arguments[index] : std::string_view();
         if (option == "--port")
         {
             options.port = number(value, table_size - 1);
@@ -136,10 +144,9 @@ public:
         {
             for (std::size_t index = m_sockets.size() - 1; index > 0; --index)
             {
-                if (m_sockets[index].revents != 0 && !answer(m_sockets[index].fd))
+                if (m_sockets[index].revents != 0 && !answer(index))
                 {
-                    close(m_sockets[index].fd);
-                    m_sockets.erase(m_sockets.begin() + static_cast<std::ptrdiff_t>(index));
+                    end_connection(static_cast<std::ptrdiff_t>(index));
                 }
             }
             if (m_sockets.front().revents != 0)
@@ -163,19 +170,33 @@ private:
             int const on = 1;
             setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
             m_sockets.push_back({socket, POLLIN, 0});
+            m_requests.push_back(0);
         }
     }
 
-    /// Answers one request; false where the connection has ended.
-    bool answer(int socket)
+    void end_connection(std::ptrdiff_t index)
     {
-        modbus_set_socket(m_device.get(), socket);
+        if (m_options.counts)
+        {
+            // NOLINTNEXTLINE(performance-avoid-endl): whoever started it may wait for the line
+            std::cout << m_requests[static_cast<std::size_t>(index)] << " requests" << std::endl;
+        }
+        close(m_sockets[static_cast<std::size_t>(index)].fd);
+        m_sockets.erase(m_sockets.begin() + index);
+        m_requests.erase(m_requests.begin() + index);
+    }
+
+    /// Answers one request; false where the connection has ended.
+    bool answer(std::size_t index)
+    {
+        modbus_set_socket(m_device.get(), m_sockets[index].fd);
         std::array<std::uint8_t, MODBUS_TCP_MAX_ADU_LENGTH> request{};
         int const size = modbus_receive(m_device.get(), request.data());
         if (size <= 0)
         {
             return size == 0;
         }
+        ++m_requests[index];
         std::this_thread::sleep_for(m_options.delay);
         if (is_refused(request.data() + modbus_get_header_length(m_device.get())))
         {
@@ -201,6 +222,8 @@ private:
     std::unique_ptr<modbus_mapping_t, Deleter> m_tables;
     /// The one that listens, then the connections.
     std::vector<pollfd> m_sockets;
+    /// How many requests came over each of them.
+    std::vector<std::uint64_t> m_requests{0};
 };
 
 } // namespace
