@@ -4,8 +4,7 @@
 #include "configuration_keys.h"
 
 #include "algorithm_helper.h"
-
-#include <memory>
+#include "extension_frame.h"
 
 namespace RecipeManagement
 {
@@ -21,8 +20,6 @@ using RavikSrv::ValueType;
 
 namespace
 {
-
-constexpr double interface_version = 19.0;
 
 /// All eight kinds of change.
 constexpr int every_change = 255;
@@ -100,10 +97,10 @@ std::vector<RavikRecipeManagement::Function> const& RavikRecipeManagement::funct
 
 void RavikRecipeManagement::on_request(Context context, CommandGroup* group)
 {
-    for (auto command = group->begin_vector(); command != group->end_vector(); ++command)
+    for (auto& command : RavikSrv::Commands(*group))
     {
-        answer(context, *command);
-        if (auto const result = command->extension_result(); result != 0)
+        answer(context, command);
+        if (auto const result = command.extension_result(); result != 0)
         {
             group->set_result(result);
         }
@@ -152,17 +149,9 @@ ResultPair RavikRecipeManagement::before_export(Context /*context*/, char const*
 extern "C"
 {
 
-    /// The entry of the extension. A call that has no place for an answer does nothing and succeeds.
     __attribute__((visibility("default"))) int ext_interface(RavikSrv::IRavikSrvExtHost* host,
                                                              RavikSrv::IRavikSrvExt** extension, double* version)
     {
-        if (version == nullptr || extension == nullptr)
-        {
-            return 0;
-        }
-        RavikSrv::initialize_api(host);
-        *extension = std::make_unique<RecipeManagement::RavikRecipeManagement>(host).release();
-        *version = RecipeManagement::interface_version;
-        return 0;
+        return RavikSrv::enter_extension<RecipeManagement::RavikRecipeManagement>(host, extension, version);
     }
 }

@@ -3,8 +3,8 @@
 #include "Connection.h"
 #include "RequestRunner.h"
 #include "Settings.h"
-#include "modbus_result.h"
 
+#include "ControllerExtension.h"
 #include "RavikSrvExtApi.h"
 
 #include <mutex>
@@ -22,17 +22,11 @@ namespace Modbus
 /// command of a group succeeds or fails by itself: one whose mapping or value is refused is not sent, the others are.
 /// The requests are planned by `plan_requests` and carried out by a `RequestRunner`, those of one group after
 /// another's.
-class RavikModbus : public RavikSrv::IRavikSrvExt, private RavikSrv::IRavikSrvRequestListener
+class RavikModbus : public RavikSrv::ControllerExtension
 {
 public:
     /// `host` is not owned.
-    explicit RavikModbus(RavikSrv::IRavikSrvExtHost* host) noexcept : m_host(host) {}
-
-    /// Refuses settings that are wrong with `EXTENSION_CONFIG`. Calls nobody but the host: the device may be switched
-    /// off.
-    RavikSrv::ResultPair init(RavikSrv::Context context) override;
-    RavikSrv::String error_string(unsigned code) override;
-    void on_request(RavikSrv::Context context, RavikSrv::CommandGroup* group) override;
+    explicit RavikModbus(RavikSrv::IRavikSrvExtHost* host) noexcept;
 
 private:
     /// A group's commands that reach the device, each with the access of the same index.
@@ -42,14 +36,14 @@ private:
         Batch batch;
     };
 
-    void execute(RavikSrv::CommandGroup& group);
+    RavikSrv::ResultPair load(RavikSrv::Value const& configuration) override;
+    void execute(RavikSrv::Context const& context, RavikSrv::CommandGroup& group) override;
     static void prepare(RavikSrv::Command& command, Prepared& prepared);
 
-    RavikSrv::IRavikSrvExtHost* m_host;
     Settings m_settings;
     /// Guards the connection for as long as a group takes. The one lock that is held while the driver waits.
     std::mutex m_connection_mutex;
-    /// From `init` on.
+    /// From `load` on.
     std::optional<Connection> m_connection;
 };
 

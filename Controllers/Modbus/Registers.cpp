@@ -1,5 +1,7 @@
 #include "Registers.h"
 
+#include <boost/nowide/utf/utf.hpp>
+
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -206,44 +208,17 @@ Outcome encode_text(Address const& address, Value const& value, std::span<std::u
 
 // Decoding -----------------------------------------------------------------------------------------------------------
 
-/// The number of bytes of the UTF-8 character at the front of `text`, which is not empty; 0 where there is none.
-std::size_t character_length(std::string_view text)
-{
-    auto const byte = [&](std::size_t index) { return static_cast<unsigned char>(text[index]); };
-    auto const first = byte(0);
-    if (first < 0x80U)
-    {
-        return 1;
-    }
-    // 0xC0 and 0xC1 would be overlong, and nothing above 0xF4 stands for a character.
-    std::size_t const length = first < 0xC2U ? 0U : first < 0xE0U ? 2U : first < 0xF0U ? 3U : first < 0xF5U ? 4U : 0U;
-    if (length == 0 || text.size() < length)
-    {
-        return 0;
-    }
-    for (std::size_t index = 1; index < length; ++index)
-    {
-        if ((byte(index) & 0xC0U) != 0x80U)
-        {
-            return 0;
-        }
-    }
-    auto const second = byte(1);
-    bool const overlong = (first == 0xE0U && second < 0xA0U) || (first == 0xF0U && second < 0x90U);
-    bool const no_character = (first == 0xEDU && second > 0x9FU) || (first == 0xF4U && second > 0x8FU);
-    return overlong || no_character ? 0 : length;
-}
-
 bool is_utf8(std::string_view text)
 {
-    while (!text.empty())
+    using Utf = boost::nowide::utf::utf_traits<char>;
+    auto const* next = text.begin();
+    while (next != text.end())
     {
-        auto const length = character_length(text);
-        if (length == 0)
+        auto const character = Utf::decode(next, text.end());
+        if (character == boost::nowide::utf::illegal || character == boost::nowide::utf::incomplete)
         {
             return false;
         }
-        text.remove_prefix(length);
     }
     return true;
 }

@@ -1,6 +1,9 @@
 #include "Settings.h"
 
-#include <string_view>
+#include "ControllerExtension.h"
+#include "algorithm_helper.h"
+
+#include <string>
 
 namespace Modbus
 {
@@ -21,18 +24,13 @@ constexpr int longest_timeout = 600'000;
 
 ResultPair wrong_setting(char const* key, std::string const& expected, Value const& found)
 {
-    auto shown = found;
-    shown.convert(ValueType::String);
-    auto text = std::string("\"") + key + "\": expected " + expected + ", found ";
-    if (found.type() == ValueType::Int || found.type() == ValueType::Int64 || found.type() == ValueType::Double)
-    {
-        text += shown.get_text();
-    }
-    else
-    {
-        text += found.type() == ValueType::String && found.empty() ? "an empty text" : get_type_string(found.type());
-    }
-    return {ErrorValue::EXTENSION_CONFIG, text.c_str()};
+    bool const is_number =
+        found.type() == ValueType::Int || found.type() == ValueType::Int64 || found.type() == ValueType::Double;
+    bool const is_empty_text = found.type() == ValueType::String && found.empty();
+    return RavikSrv::wrong_setting(key, expected,
+                                   is_number       ? RavikSrv::Algorithm::to_string(found)
+                                   : is_empty_text ? "an empty text"
+                                                   : get_type_string(found.type()));
 }
 
 /// A whole number of the configuration, and what to do with it.

@@ -1,7 +1,9 @@
 #pragma once
 
+#include "ControllerOutcome.h"
+
+#include <array>
 #include <cstdint>
-#include <string>
 
 namespace Modbus
 {
@@ -40,16 +42,24 @@ enum class ModbusResult : std::uint32_t
     INTERNAL_ERROR = 14,
 };
 
-/// The code's name, empty for a code that is none of these.
-char const* result_name(std::uint32_t code) noexcept;
+/// The codes' names, by code.
+inline constexpr std::array result_names = {"SUCCESS",
+                                            "ILLEGAL_FUNCTION",
+                                            "ILLEGAL_DATA_ADDRESS",
+                                            "ILLEGAL_DATA_VALUE",
+                                            "DEVICE_FAILURE",
+                                            "DEVICE_BUSY",
+                                            "GATEWAY_TARGET_FAILED",
+                                            "TIMEOUT",
+                                            "CONNECTION_REFUSED",
+                                            "CONNECTION_LOST",
+                                            "INVALID_MAPPING",
+                                            "OUT_OF_RANGE",
+                                            "READ_ONLY",
+                                            "TYPE_MISMATCH",
+                                            "INTERNAL_ERROR"};
+static_assert(result_names.size() == static_cast<std::size_t>(ModbusResult::INTERNAL_ERROR) + 1);
 
-/// How something went, with a sentence for a person where it failed.
-struct Outcome
-{
-    ModbusResult result = ModbusResult::SUCCESS;
-    std::string text;
-
-    bool succeeded() const noexcept { return result == ModbusResult::SUCCESS; }
-};
+using Outcome = RavikSrv::ControllerOutcome<ModbusResult>;
 
 } // namespace Modbus

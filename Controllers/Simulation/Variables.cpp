@@ -1,7 +1,9 @@
 #include "Variables.h"
 
-#include "algorithm_helper.h"
 #include "configuration_keys.h"
+
+#include "ControllerExtension.h"
+#include "algorithm_helper.h"
 
 #include <algorithm>
 #include <utility>
@@ -24,8 +26,7 @@ bool is_object(Value const& value)
 
 ResultPair wrong_setting(std::string const& place, std::string const& expected, Value const& found)
 {
-    auto const text = "\"" + place + "\": expected " + expected + ", found " + get_type_string(found.type());
-    return {ErrorValue::EXTENSION_CONFIG, text.c_str()};
+    return RavikSrv::wrong_setting(place, expected, get_type_string(found.type()));
 }
 
 std::string quoted(char const* name)
@@ -68,7 +69,7 @@ Outcome Variables::read(char const* name, Value& value) const
     std::lock_guard const lock(m_mutex);
     auto const found = m_variables.find(name);
     auto outcome = barred(name, found != m_variables.end());
-    if (outcome.result == SimulationResult::SUCCESS)
+    if (outcome.succeeded())
     {
         value = found->second.value;
     }
@@ -80,7 +81,7 @@ Outcome Variables::write(char const* name, Value const& value)
     std::lock_guard const lock(m_mutex);
     auto const found = m_variables.find(name);
     auto outcome = barred(name, found != m_variables.end());
-    if (outcome.result != SimulationResult::SUCCESS)
+    if (!outcome.succeeded())
     {
         return outcome;
     }
@@ -170,9 +171,8 @@ ResultPair Variables::load_write_protected(Value const& names)
         if (found == m_variables.end())
         {
             // A misspelt name would leave unprotected what somebody meant to protect.
-            auto const text = "\"" + place + "\": expected the name of one of the \"" + variables_key + "\", found " +
-                              quoted(name.get_string());
-            return {ErrorValue::EXTENSION_CONFIG, text.c_str()};
+            return RavikSrv::wrong_setting(place, std::string("the name of one of the \"") + variables_key + "\"",
+                                           quoted(name.get_string()));
         }
         found->second.write_protected = true;
     }

@@ -12,13 +12,6 @@
 namespace Simulation
 {
 
-/// How the access to a variable went, with a text for a person where it failed.
-struct Outcome
-{
-    SimulationResult result = SimulationResult::SUCCESS;
-    std::string text;
-};
-
 /// The variables of a simulated controller and their present values. It calls nobody; all operations but `load` are
 /// thread-safe.
 ///

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "ControllerOutcome.h"
+
+#include <array>
 #include <cstdint>
 
 namespace Simulation
@@ -23,7 +26,11 @@ enum class SimulationResult : std::uint32_t
     INTERNAL_ERROR = 6,
 };
 
-/// The code's name, empty for a code that is none of these.
-char const* result_name(std::uint32_t code) noexcept;
+/// The codes' names, by code.
+inline constexpr std::array result_names = {"SUCCESS",     "UNKNOWN_VARIABLE", "WRITE_PROTECTED", "TYPE_MISMATCH",
+                                            "UNREACHABLE", "NOT_STORED",       "INTERNAL_ERROR"};
+static_assert(result_names.size() == static_cast<std::size_t>(SimulationResult::INTERNAL_ERROR) + 1);
+
+using Outcome = RavikSrv::ControllerOutcome<SimulationResult>;
 
 } // namespace Simulation

@@ -23,17 +23,12 @@ TEST(Address, reads_every_form_of_a_mapping)
         {"holding:110.3:bool", {.first = 110, .bit = 3}, 1},
         {"input:0.15", {.table = Table::INPUT, .bit = 15}, 1},
         {"holding:4:bool", {.first = 4}, 1},
-        {"holding:120:string[16]", {.first = 120, .type = Type::STRING, .length = 16}, 8},
         {"input:5:string[5]", {.first = 5, .table = Table::INPUT, .type = Type::STRING, .length = 5}, 3},
         {"holding:0:string[131072]", {.type = Type::STRING, .length = 131072}, 65536},
         {"coil:7", {.first = 7, .table = Table::COIL}, 1},
         {"discrete:9:bool", {.first = 9, .table = Table::DISCRETE}, 1},
         {"input:65535:uint16", {.first = 65535, .table = Table::INPUT, .type = Type::UINT16}, 1},
         {"holding:65532:uint64", {.first = 65532, .type = Type::UINT64}, 4},
-        {"holding:1:int16", {.first = 1, .type = Type::INT16}, 1},
-        {"holding:1:uint32", {.first = 1, .type = Type::UINT32}, 2},
-        {"holding:1:int64:swapped", {.first = 1, .type = Type::INT64, .swapped = true}, 4},
-        {"holding:1:real64", {.first = 1, .type = Type::REAL64}, 4},
     };
     for (auto const& [mapping, address, count] : cases)
     {
@@ -47,53 +42,44 @@ TEST(Address, reads_every_form_of_a_mapping)
 
 TEST(Address, points_at_the_character_that_is_wrong)
 {
-    auto const type = "expected a type: bool, int16, uint16, int32, uint32, int64, uint64, real32, real64 or string[n]";
     struct Case
     {
-        std::string mapping;
-        int character;
         char const* expected;
+        /// With a '^' in front of the character at fault.
+        std::vector<std::string> mappings;
     };
     std::vector<Case> const cases = {
-        {"", 1, "expected holding, input, coil or discrete"},
-        {"Holding:1:int16", 1, "expected holding, input, coil or discrete"},
-        {"holding", 8, "expected ':' and an address"},
-        {"coil.7", 5, "expected ':' and an address"},
-        {"coil:", 6, "expected an address from 0 to 65535"},
-        {"coil:-1", 6, "expected an address from 0 to 65535"},
-        {"coil:65536", 6, "expected an address from 0 to 65535"},
-        {"holding:99999999999999999999:int16", 9, "expected an address from 0 to 65535"},
-        {"holding:0x10:int16", 10, "expected ':' and a type"},
-        {"holding:100", 12, "expected ':' and a type"},
-        {"holding:100:", 13, type},
-        {"holding:100:real", 13, type},
-        {"holding:100:int16 ", 13, type},
-        {"holding:100:real32x", 13, type},
-        {"holding:100.16", 13, "expected a bit from 0 to 15"},
-        {"holding:100.:bool", 13, "expected a bit from 0 to 15"},
-        {"holding:100.3:int16", 15, "expected bool, since this is one bit"},
-        {"coil:7:int16", 8, "expected bool, since this is one bit"},
-        {"coil:7.1", 7, "expected the end"},
-        {"holding:1:int16:swapped", 16, "expected the end"},
-        {"holding:1:int32:", 17, "expected swapped"},
-        {"holding:1:int32:swap", 17, "expected swapped"},
-        {"holding:1:int32:swapped:swapped", 24, "expected the end"},
-        {"holding:65535:int32", 15, "expected a type that ends at address 65535 or before"},
-        {"holding:65500:string[73]", 15, "expected a type that ends at address 65535 or before"},
-        {"holding:1:string", 17, "expected '[' and the text's length in bytes"},
-        {"holding:1:string[0]", 18, "expected a length of at least 1"},
-        {"holding:1:string[]", 18, "expected a length of at least 1"},
-        {"holding:1:string[4", 19, "expected ']'"},
-        {std::string("coil:7\0", 7), 7, "expected the end"},
+        {"expected holding, input, coil or discrete", {"^", "^Holding:1:int16"}},
+        {"expected ':' and an address", {"holding^", "coil^.7"}},
+        {"expected an address from 0 to 65535",
+         {"coil:^", "coil:^-1", "coil:^65536", "holding:^99999999999999999999:int16"}},
+        {"expected ':' and a type", {"holding:0^x10:int16", "holding:100^"}},
+        {"expected a type: bool, int16, uint16, int32, uint32, int64, uint64, real32, real64 or string[n]",
+         {"holding:100:^", "holding:100:^real", "holding:100:^int16 ", "holding:100:^real32x"}},
+        {"expected a bit from 0 to 15", {"holding:100.^16", "holding:100.^:bool"}},
+        {"expected bool, since this is one bit", {"holding:100.3:^int16", "coil:7:^int16"}},
+        {"expected swapped", {"holding:1:int32:^", "holding:1:int32:^swap"}},
+        {"expected a type that ends at address 65535 or before", {"holding:65535:^int32", "holding:65500:^string[73]"}},
+        {"expected '[' and the text's length in bytes", {"holding:1:string^"}},
+        {"expected a length of at least 1", {"holding:1:string[^0]", "holding:1:string[^]"}},
+        {"expected ']'", {"holding:1:string[4^"}},
+        {"expected the end",
+         {"coil:7^.1", "holding:1:int16^:swapped", "holding:1:int32:swapped^:swapped", std::string("coil:7^\0", 8)}},
     };
-    for (auto const& [mapping, character, expected] : cases)
+    for (auto const& [expected, mappings] : cases)
     {
-        auto const parsed = parse_address(mapping);
-        auto const* const error = std::get_if<AddressError>(&parsed);
-        ASSERT_NE(error, nullptr) << mapping;
-        EXPECT_EQ(describe(*error, mapping),
-                  "'" + mapping + "', character " + std::to_string(character) + ": " + expected);
+        for (auto mapping : mappings)
+        {
+            auto const position = mapping.find('^');
+            mapping.erase(position, 1);
+            auto const parsed = parse_address(mapping);
+            auto const* const error = std::get_if<AddressError>(&parsed);
+            ASSERT_NE(error, nullptr) << mapping;
+            EXPECT_EQ(error->position, position) << mapping;
+            EXPECT_STREQ(error->expected, expected) << mapping;
+        }
     }
+    EXPECT_EQ(describe({4, "expected this"}, "coil"), "'coil', character 5: expected this");
 }
 
 } // namespace

@@ -1,52 +1,46 @@
 #pragma once
 
-#include "Support/LoadedExtension.h"
-#include "Support/RecordingHost.h"
+#include "Support/Controller.h"
 
-#include <atomic>
 #include <cstdint>
-#include <string>
-#include <utility>
-#include <vector>
 
 namespace Ravik::Test
 {
 
-/// The extension, loaded for a device on this machine.
-class Domain
+/// The extension, for a device on this machine.
+class Domain : public Controller
 {
 public:
-    using Settings = std::vector<std::pair<char const*, RavikSrv::Value>>;
-    explicit Domain(std::uint16_t port, Settings const& more = {});
+    explicit Domain(std::uint16_t port, RavikSrv::Value const& more = {}) : Controller(MODBUS_LIBRARY, at(port, more))
+    {
+    }
 
-    /// Executes a group of mappings and their values; a null value reads.
-    std::vector<RavikSrv::Command> send(std::vector<std::pair<std::string, RavikSrv::Value>> const& accesses);
-    /// The same; the answer is each command's result ("TIMEOUT"), or for a success the value as text, "ok" for a write.
-    std::vector<std::string> outcomes(std::vector<std::pair<std::string, RavikSrv::Value>> const& accesses);
-    std::string outcome(RavikSrv::Command const& command);
-
-    /// Requests may come from several threads at once.
-    std::atomic<std::uint32_t> last_group_result = 0;
-
-private:
-    RecordingHost m_host;
-    LoadedExtension m_extension;
+    static RavikSrv::Value at(std::uint16_t port, RavikSrv::Value const& more)
+    {
+        auto settings = map({{"host", "127.0.0.1"}, {"port", static_cast<int>(port)}});
+        for (auto setting = more.begin(); setting != more.end(); ++setting)
+        {
+            settings.insert_or_update(setting.name(), *setting);
+        }
+        return settings;
+    }
 };
 
-/// `first` to `first + count - 1` of a table, each with the value that `value` makes of its index.
-template <typename MakeValue>
-std::vector<std::pair<std::string, RavikSrv::Value>> adjacent(std::string const& table, int first, int count,
-                                                              std::string const& type, MakeValue const& value)
+/// "holding:FIRST:uint16" and the registers behind, `count` of them, with the values `value(0)`, `value(1)` and so on.
+template <typename MakeValue> Controller::Accesses adjacent(int first, int count, MakeValue const& value)
 {
-    std::vector<std::pair<std::string, RavikSrv::Value>> accesses;
+    Controller::Accesses accesses;
     for (int index = 0; index < count; ++index)
     {
-        auto mapping = table + ":";
-        mapping += std::to_string(first + index);
-        mapping += type;
-        accesses.emplace_back(mapping, value(index));
+        auto mapping = "holding:" + std::to_string(first + index);
+        accesses.emplace_back(mapping.append(":uint16"), value(index));
     }
     return accesses;
+}
+
+inline RavikSrv::Value nothing(int /*index*/)
+{
+    return {};
 }
 
 } // namespace Ravik::Test

@@ -2,7 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
+#include <array>
+#include <cstdio>
 #include <limits>
 #include <vector>
 
@@ -15,73 +16,73 @@ namespace
 
 using Cells = std::vector<std::uint16_t>;
 
-Address address_of(char const* mapping)
+/// The address of what stands behind "holding:0".
+Address address_of(std::string const& form)
 {
-    return std::get<Address>(parse_address(mapping));
+    return std::get<Address>(parse_address("holding:0" + form));
+}
+
+std::string shown(Cells const& cells)
+{
+    std::string text;
+    for (auto const cell : cells)
+    {
+        std::array<char, 8> digits{};
+        std::snprintf(digits.data(), digits.size(), text.empty() ? "%04X" : " %04X", cell);
+        text += digits.data();
+    }
+    return text;
 }
 
 constexpr double infinity = std::numeric_limits<double>::infinity();
 constexpr double not_a_number = std::numeric_limits<double>::quiet_NaN();
+constexpr long lowest = std::numeric_limits<long>::min();
+constexpr long highest = std::numeric_limits<long>::max();
 
 TEST(Registers, take_a_value_and_give_it_back)
 {
     struct Case
     {
-        char const* mapping;
+        char const* form;
         Value written;
-        Cells cells;
+        char const* registers;
         Value read = {}; // null: as it was written
     };
     std::vector<Case> const cases = {
-        {"coil:0", true, {1}},
-        {"coil:0", false, {0}},
-        {"coil:0", 1, {1}, true},
-        {"holding:0:bool", true, {1}},
-        {"holding:0.0", true, {1}},
-        {"holding:0.15", true, {0x8000}},
-        {"holding:0.15", false, {0}},
-        {"holding:0:int16", -2, {0xFFFE}},
-        {"holding:0:int16", -32768L, {0x8000}, -32768},
-        {"holding:0:int16", 12.0, {12}, 12},
-        {"holding:0:uint16", 65535, {0xFFFF}},
-        {"holding:0:uint16", true, {1}, 1},
-        {"holding:0:int32", 0x12345678, {0x1234, 0x5678}},
-        {"holding:0:int32:swapped", 0x12345678, {0x5678, 0x1234}},
-        {"holding:0:int32", -1, {0xFFFF, 0xFFFF}},
-        {"holding:0:uint32", 4294967295L, {0xFFFF, 0xFFFF}},
-        {"holding:0:uint32", 7, {0, 7}},
-        {"holding:0:int64", std::numeric_limits<long>::min(), {0x8000, 0, 0, 0}},
-        {"holding:0:int64:swapped", 0x0001000200030004L, {4, 3, 2, 1}},
-        {"holding:0:uint64", std::numeric_limits<long>::max(), {0x7FFF, 0xFFFF, 0xFFFF, 0xFFFF}},
-        {"holding:0:uint64", 5L, {0, 0, 0, 5}, 5},
-        {"holding:0:real32", 1.5, {0x3FC0, 0}},
-        {"holding:0:real32:swapped", 1.5, {0, 0x3FC0}},
-        {"holding:0:real32", 1.8, {0x3FE6, 0x6666}},
-        {"holding:0:real32", 1.80000001, {0x3FE6, 0x6666}, 1.8},
-        {"holding:0:real32", -3, {0xC040, 0}, -3.0},
-        {"holding:0:real32", 3.4028235e38, {0x7F7F, 0xFFFF}},
-        {"holding:0:real32", 1e-45, {0, 1}},
-        {"holding:0:real32", 1e-60, {0, 0}, 0.0},
-        {"holding:0:real32", -infinity, {0xFF80, 0}},
-        {"holding:0:real64", 1.8, {0x3FFC, 0xCCCC, 0xCCCC, 0xCCCD}},
-        {"holding:0:real64:swapped", 1.8, {0xCCCD, 0xCCCC, 0xCCCC, 0x3FFC}},
-        {"holding:0:real64", 1L << 53, {0x4340, 0, 0, 0}, 9007199254740992.0},
-        {"holding:0:real64", not_a_number, {0x7FF8, 0, 0, 0}},
-        {"holding:0:string[4]", "ABC", {0x4142, 0x4300}},
-        {"holding:0:string[3]", "ABC", {0x4142, 0x4300}},
-        {"holding:0:string[4]", "", {0, 0}},
-        {"holding:0:string[4]", "\u20AC!", {0xE282, 0xAC21}},
+        {":bool", true, "0001"},
+        {":bool", 1, "0001", true},
+        {".15", true, "8000"},
+        {".15", false, "0000"},
+        {":int16", -2, "FFFE"},
+        {":int16", -32768L, "8000", -32768},
+        {":int16", 12.0, "000C", 12},
+        {":uint16", 65535, "FFFF"},
+        {":int32", 0x12345678, "1234 5678"},
+        {":int32:swapped", 0x12345678, "5678 1234"},
+        {":uint32", 4294967295L, "FFFF FFFF"},
+        {":int64", lowest, "8000 0000 0000 0000"},
+        {":uint64", highest, "7FFF FFFF FFFF FFFF"},
+        {":real32:swapped", 1.8, "6666 3FE6"},
+        {":real32", 1.80000001, "3FE6 6666", 1.8},
+        {":real32", -3, "C040 0000", -3.0},
+        {":real32", 3.4028235e38, "7F7F FFFF"},
+        {":real32", 1e-45, "0000 0001"},
+        {":real32", -infinity, "FF80 0000"},
+        {":real64:swapped", 1.8, "CCCD CCCC CCCC 3FFC"},
+        {":real64", 1L << 53, "4340 0000 0000 0000", 9007199254740992.0},
+        {":real64", not_a_number, "7FF8 0000 0000 0000"},
+        {":string[3]", "ABC", "4142 4300"},
+        {":string[4]", "\u20AC!", "E282 AC21"},
     };
-    for (auto const& [mapping, written, expected, read] : cases)
+    for (auto const& [form, written, registers, read] : cases)
     {
-        auto const address = address_of(mapping);
+        auto const address = address_of(form);
         Cells cells(address.count(), 0xAAAA);
-        auto const encoded = encode(address, written, cells);
-        EXPECT_EQ(encoded.text, "") << mapping;
-        EXPECT_EQ(cells, expected) << mapping;
+        EXPECT_EQ(encode(address, written, cells).text, "") << form;
+        EXPECT_EQ(shown(cells), registers) << form;
         Value back;
         EXPECT_TRUE(decode(address, cells, back).succeeded());
-        EXPECT_EQ(back, read.isset() ? read : written) << mapping;
+        EXPECT_EQ(back, read.isset() ? read : written) << form;
     }
 }
 
@@ -91,80 +92,72 @@ TEST(Registers, refuse_what_would_not_come_back)
     constexpr auto range = ModbusResult::OUT_OF_RANGE;
     struct Case
     {
-        char const* mapping;
-        Value written;
+        char const* form;
         ModbusResult result;
+        std::vector<Value> refused;
     };
     std::vector<Case> const cases = {
-        {"coil:0", 2, type},
-        {"coil:0", "true", type},
-        {"coil:0", not_a_number, type},
-        {"holding:0.3", Value(ValueType::Vector), type},
-        {"holding:0:int16", 32768, range},
-        {"holding:0:int16", -32769, range},
-        {"holding:0:int16", 3.7, type},
-        {"holding:0:int16", not_a_number, range},
-        {"holding:0:int64", infinity, range},
-        {"holding:0:int64", 9.3e18, range},
-        {"holding:0:int16", "12", type},
-        {"holding:0:int16", Value(ValueType::Map), type},
-        {"holding:0:uint16", -1, range},
-        {"holding:0:uint16", 65536.0, range},
-        {"holding:0:int32", 2147483648L, range},
-        {"holding:0:uint32", 4294967296L, range},
-        {"holding:0:uint64", -1L, range},
-        {"holding:0:uint64", -1.5, type},
-        {"holding:0:real32", 3.5e38, range},
-        {"holding:0:real32", 16777217, range},
-        {"holding:0:real32", "1.5", type},
-        {"holding:0:real64", (1L << 53) + 1, range},
-        {"holding:0:string[4]", "ABCDE", range},
-        {"holding:0:string[4]", Value(std::string_view("A\0B", 3)), range},
-        {"holding:0:string[4]", 5, type},
+        {":bool", type, {2, "true", not_a_number}},
+        {".3", type, {Value(ValueType::Vector)}},
+        {":int16", type, {3.7, "12", Value(ValueType::Map)}},
+        {":int16", range, {32768, -32769, not_a_number}},
+        {":uint16", range, {-1, 65536.0}},
+        {":int32", range, {2147483648L}},
+        {":uint32", range, {4294967296L}},
+        {":int64", range, {infinity, 9.3e18}},
+        {":uint64", range, {-1L}},
+        {":uint64", type, {-1.5}},
+        {":real32", range, {3.5e38, 16777217}},
+        {":real32", type, {"1.5"}},
+        {":real64", range, {(1L << 53) + 1}},
+        {":string[4]", range, {"ABCDE", Value(std::string_view("A\0B", 3))}},
+        {":string[4]", type, {5}},
     };
-    for (auto const& [mapping, written, result] : cases)
+    for (auto const& [form, result, refused] : cases)
     {
-        auto const address = address_of(mapping);
-        Cells cells(address.count());
-        auto const outcome = encode(address, written, cells);
-        EXPECT_EQ(outcome.result, result) << mapping << ": " << outcome.text;
-        EXPECT_NE(outcome.text, "") << mapping;
+        for (auto const& value : refused)
+        {
+            auto const address = address_of(form);
+            Cells cells(address.count());
+            auto const outcome = encode(address, value, cells);
+            EXPECT_EQ(outcome.result, result) << form << ": " << outcome.text;
+            EXPECT_NE(outcome.text, "") << form;
+        }
     }
     Cells cell(1);
-    auto const outcome = encode(address_of("holding:0:int16"), 40000, cell);
-    EXPECT_EQ(outcome.text, "Expected a whole number from -32768 to 32767, not 40000, a value of type int");
+    EXPECT_EQ(encode(address_of(":int16"), 40000, cell).text,
+              "Expected a whole number from -32768 to 32767, not 40000, a value of type int");
 }
 
 TEST(Registers, bring_what_a_device_sends_or_say_why_not)
 {
     struct Case
     {
-        char const* mapping;
+        char const* form;
         Cells cells;
         Value read; // null: refused
     };
     std::vector<Case> const cases = {
-        {"holding:0:bool", {0x0100}, true},
-        {"holding:0.3", {0xFFF7}, false},
-        {"holding:0.3", {0x0008}, true},
-        {"coil:0", {1}, true},
-        {"holding:0:uint64", {0x8000, 0, 0, 0}, {}},
-        {"holding:0:string[4]", {0x4100, 0xFFFF}, "A"},
-        {"holding:0:string[3]", {0x4142, 0x43FF}, "ABC"},
-        {"holding:0:string[4]", {0xFFFF, 0xFFFF}, {}},
-        {"holding:0:string[4]", {0x41C3, 0x0042}, {}}, // a character that is cut off
-        {"holding:0:string[2]", {0xC0AF}, {}},         // overlong
-        {"holding:0:string[4]", {0xE080, 0x8000}, {}}, // overlong
-        {"holding:0:string[4]", {0xEDA0, 0x8000}, {}}, // half of a pair
-        {"holding:0:string[4]", {0xF490, 0x8080}, {}}, // beyond the last character
-        {"holding:0:string[4]", {0xF48F, 0xBFBF}, "\U0010FFFF"},
+        {":bool", {0x0100}, true},
+        {".3", {0xFFF7}, false},
+        {".3", {0x0008}, true},
+        {":uint64", {0x8000, 0, 0, 0}, {}},
+        {":string[4]", {0x4100, 0xFFFF}, "A"},
+        {":string[3]", {0x4142, 0x43FF}, "ABC"},
+        {":string[4]", {0xF48F, 0xBFBF}, "\U0010FFFF"},
+        {":string[4]", {0xFFFF, 0xFFFF}, {}},
+        {":string[4]", {0x41C3, 0x0042}, {}}, // a character that is cut off
+        {":string[2]", {0xC0AF}, {}},         // overlong
+        {":string[4]", {0xE080, 0x8000}, {}}, // overlong
+        {":string[4]", {0xEDA0, 0x8000}, {}}, // half of a pair
+        {":string[4]", {0xF490, 0x8080}, {}}, // beyond the last character
     };
-    for (auto const& [mapping, cells, read] : cases)
+    for (auto const& [form, cells, read] : cases)
     {
         Value value("before");
-        auto const outcome = decode(address_of(mapping), cells, value);
-        EXPECT_EQ(outcome.result, read.isset() ? ModbusResult::SUCCESS : ModbusResult::OUT_OF_RANGE) << mapping;
-        EXPECT_EQ(value, read.isset() ? read : Value("before")) << mapping;
+        auto const outcome = decode(address_of(form), cells, value);
+        EXPECT_EQ(outcome.result, read.isset() ? ModbusResult::SUCCESS : ModbusResult::OUT_OF_RANGE) << form;
+        EXPECT_EQ(value, read.isset() ? read : Value("before")) << form;
     }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <mutex>
@@ -12,7 +13,7 @@ namespace Ravik::Test
 {
 
 /// A Modbus device of our own on plain sockets, which can do wrong whatever a device can: its script sees each request
-/// and answers as it likes. It counts requests and connections.
+/// and answers as it likes. It serves one connection after the other and has to outlive whoever is connected.
 class ScriptedDevice
 {
 public:
@@ -29,49 +30,43 @@ public:
         int function() const { return frame.at(7); }
         int word(std::size_t offset) const { return frame.at(offset) << 8 | frame.at(offset + 1); }
         int address() const { return word(8); }
-
-        void send(Bytes const& bytes) const;
-        /// Ends the connection.
-        void hang_up() const;
-        /// Whether the other side hangs up within that time, without having sent anything more.
-        bool is_left_within(int milliseconds) const;
     };
 
-    using Script = std::function<void(ScriptedDevice& device, Request const& request)>;
+    /// Gives what is to be sent, on the device's own thread.
+    using Script = std::function<Bytes(ScriptedDevice& device, Request const& request)>;
 
-    /// Listens on a free port. Without a script it answers every request rightly (`answer`).
-    explicit ScriptedDevice(Script script = {});
+    /// Listens on a free port. Without a script it answers every request rightly (`right_answer`).
+    explicit ScriptedDevice(Script script = &ScriptedDevice::right_answer);
     ~ScriptedDevice();
     ScriptedDevice(ScriptedDevice const&) = delete;
     ScriptedDevice& operator=(ScriptedDevice const&) = delete;
 
     std::uint16_t port() const { return m_port; }
-    /// The requests so far, each as "function@address" or "function@addressxcount", and their connections.
-    std::vector<std::string> requests() const;
-    int connections() const;
+    int connections() const { return m_connections; }
+    /// The requests since the last call, each as "function@address" or "function@addressxcount", with blanks between.
+    std::string requests();
 
-    // For scripts, which run on the device's own thread ---------------------------------------------------------------
-
-    /// Carries the request out on the registers and sends the answer. FC 3, 4, 6, 16 and 22 only.
-    void answer(Request const& request);
-    /// The right answer, to be spoilt.
+    /// Carries the request out on the registers: FC 3, 6, 16 and 22 only.
     Bytes right_answer(Request const& request);
     static Bytes exception(Request const& request, int code);
+    static void send(int socket, Bytes const& bytes);
 
-    std::array<std::uint16_t, 65536> registers{};
+    std::array<int, 65536> registers{};
 
 private:
     void serve();
-    bool receive(int socket, int connection);
+    void serve(int socket);
 
     Script m_script;
-    int m_listening = -1;
-    std::array<int, 2> m_stop{};
     std::uint16_t m_port = 0;
-    mutable std::mutex m_mutex;
-    std::vector<std::string> m_requests;
-    int m_connections = 0;
+    int m_listening;
+    std::atomic<int> m_connections = 0;
+    std::mutex m_mutex;
+    std::string m_requests;
     std::thread m_thread;
 };
+
+/// A socket that listens on a free port of this machine, with room for so many connections that nobody accepts.
+int listening_socket(int backlog, std::uint16_t& port);
 
 } // namespace Ravik::Test

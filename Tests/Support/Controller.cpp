@@ -1,0 +1,82 @@
+#include "Support/Controller.h"
+
+#include "Support/LoadedExtension.h"
+
+#include "algorithm_helper.h"
+
+#include <gtest/gtest.h>
+
+namespace Ravik::Test
+{
+
+using namespace RavikSrv;
+
+Value map(std::initializer_list<std::pair<char const*, Value>> entries)
+{
+    Value result(ValueType::Map);
+    for (auto const& [name, value] : entries)
+    {
+        result.insert(name, value);
+    }
+    return result;
+}
+
+Controller::Controller(std::string const& library, Value const& configuration)
+{
+    host.configuration["Line"] = configuration;
+    IRavikSrvExt* made = nullptr;
+    double version = 0;
+    EXPECT_EQ(LoadedExtension::entry(library)(&host, &made, &version), 0);
+    EXPECT_EQ(version, 19.0);
+    m_extension.reset(made);
+    Context context;
+    context.set_domain("Line");
+    started = m_extension->init(context);
+}
+
+std::vector<Command> Controller::send(Accesses const& accesses)
+{
+    CommandGroup group;
+    for (auto const& [mapping, value] : accesses)
+    {
+        Command command("Symbol");
+        command.set_mapping(mapping.c_str());
+        command.set_write_value(value);
+        group.insert(group.end_vector(), command);
+    }
+    Context context;
+    context.set_domain("Other");
+    dynamic_cast<IRavikSrvRequestListener&>(*host.listeners.at(0).listener).on_request(context, &group);
+
+    unsigned last_failure = 0;
+    std::vector<Command> answered(group.begin_vector(), group.end_vector());
+    for (auto const& command : answered)
+    {
+        last_failure = command.extension_result() != 0 ? command.extension_result() : last_failure;
+        EXPECT_EQ(command.extension_result() != 0, *command.result_string() != '\0') << "a failure says why";
+    }
+    EXPECT_EQ(group.result(), last_failure);
+    return answered;
+}
+
+std::string Controller::outcomes(Accesses const& accesses)
+{
+    std::string text;
+    for (auto const& command : send(accesses))
+    {
+        text += text.empty() ? "" : " ";
+        text += command.extension_result() != 0 ? error_name(command.extension_result())
+                : command.write_value().isset() ? "ok"
+                                                : Algorithm::to_string(command.read_value());
+    }
+    return text;
+}
+
+ErrorValue Controller::Host::set_config_value(Context const& context, char const* path, Value const* value)
+{
+    auto const failure = before_write ? before_write() : ErrorValue::SUCCESS;
+    std::lock_guard const lock(m_mutex);
+    return failure != ErrorValue::SUCCESS ? failure : RecordingHost::set_config_value(context, path, value);
+}
+
+} // namespace Ravik::Test
