@@ -1,14 +1,15 @@
-#include "RecipeNotation.h"
-#include "ResultText.h"
+#include "Fixture.h"
 
-#include "PathIterator.h"
 #include "algorithm_helper.h"
+#include "api_helper.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <atomic>
-#include <map>
 #include <set>
+#include <sstream>
 #include <thread>
 
 using namespace Ravik::Test;
@@ -17,170 +18,54 @@ using namespace RavikSrv;
 namespace
 {
 
-constexpr char const* domain = RecipeManagementFixture::domain;
-
-/// Stores what is written, indices included, and notifies of each write before it returns.
-class NotifyingHost : public RecordingHost
+/// An extension and its server for one edit: the extension never forgets a path.
+struct EditedPlant : RecipeManagementFixture
 {
-public:
-    /// Writes, counted from 1, that fail.
-    std::set<std::size_t> failing_writes;
-
-    Value& config() { return configuration[domain]; }
-
-    ErrorValue set_config_value(Context const& context, char const* path, Value const* value) override
+    /// The extension is told of every entry, first of those in `ghosts`, which are not there.
+    EditedPlant(std::string const& types, std::string const& recipes, std::string const& ghosts = "")
     {
-        config_writes.emplace_back(path, value != nullptr ? *value : Value());
-        if (failing_writes.contains(config_writes.size()))
-        {
-            return ErrorValue::SERVER;
-        }
-        auto const result = apply(path, value);
-        auto* const listener = dynamic_cast<IRavikSrvConfigListener*>(listeners.back().listener);
-        if (result == ErrorValue::SUCCESS && value == nullptr)
-        {
-            listener->on_delete(context, path, Value(), "");
-        }
-        else if (result == ErrorValue::SUCCESS)
-        {
-            listener->on_change(context, path, "");
-        }
-        return result;
-    }
-
-    ErrorValue apply(std::string const& path, Value const* value)
-    {
-        auto* entry = &config();
-        Value* parent = nullptr;
-        PathIterator components(path);
-        while (entry != nullptr && components.next())
-        {
-            parent = entry;
-            entry = node(parent, components.component(), value != nullptr);
-            if (value != nullptr && entry != nullptr && !entry->isset())
-            {
-                entry->set_type(ValueType::Map);
-            }
-        }
-        if (entry == nullptr || parent == nullptr)
-        {
-            return ErrorValue::ENTRY_NOT_FOUND;
-        }
-        if (value != nullptr)
-        {
-            *entry = *value;
-        }
-        else if (std::size_t index = 0;
-                 parent->type() == ValueType::Vector && Algorithm::try_as_size_t(components.component(), index))
-        {
-            parent->erase(index);
-        }
-        else
-        {
-            parent->erase(components.component().c_str());
-        }
-        return ErrorValue::SUCCESS;
-    }
-};
-
-/// The content in short, entries by name; empty vectors count as missing.
-std::string dump(Value const& value)
-{
-    std::map<std::string, std::string> entries;
-    for (auto entry = value.begin(); entry != value.end(); ++entry)
-    {
-        entries[entry.name()] = dump(*entry);
-    }
-    std::string text = value.type() == ValueType::Map ? "{" : "";
-    for (auto const& [name, content] : entries)
-    {
-        text += content.empty() ? "" : " " + name + ":" + content;
-    }
-    for (auto entry = value.begin_vector(); entry != value.end_vector(); ++entry)
-    {
-        text += "," + dump(*entry);
-    }
-    auto const is_text = value.type() == ValueType::String;
-    return text + (value.type() == ValueType::Map ? " }" : is_text ? "'" : "") + Algorithm::to_string(value);
-}
-
-class DeleteRename : public testing::Test
-{
-protected:
-    /// Notifies of every entry, first of those in `ghosts`, which are not there.
-    void configure(std::string const& types, std::string const& recipes, std::string const& ghosts = "")
-    {
-        extension.reset();
-        host.listeners.clear();
-        extension = std::make_unique<LoadedExtension>(RECIPE_MANAGEMENT_LIBRARY, host, domain);
-        host.config() = configuration_of(types, recipes);
-        host.config_writes.clear();
+        configure(types, recipes);
+        host.tells_of_writes = true;
         std::istringstream paths(ghosts);
         for (std::string path; paths >> path;)
         {
-            notify(path);
+            announce(path);
         }
-        Value const config = host.config();
-        notify_all("recipeTypeList", config["recipeTypeList"], "members");
-        notify_all("recipeList", config["recipeList"], "values");
+        announce();
     }
 
-    void notify(std::string const& path)
-    {
-        extension->changes().on_change(extension->context(), path.c_str(), "recipe");
-    }
-
-    void notify_all(std::string const& path, Value const& folder, char const* entry_key)
-    {
-        for (auto entry = folder.begin(); entry != folder.end(); ++entry)
-        {
-            auto const entry_path = path + "::" + entry.name();
-            if ((*entry)[entry_key].isset())
-            {
-                notify(entry_path);
-            }
-            else
-            {
-                notify_all(entry_path, *entry, entry_key);
-            }
-        }
-    }
+    std::string state() { return dump(host.configuration[domain]); }
 
     /// A client's delete, or rename where there is a new path.
     std::string edit(std::string const& path, std::string const& new_path)
     {
-        auto const entry = *node_path(path, std::as_const(host.config())).node;
-        host.apply(path, nullptr);
-        auto& changes = extension->changes();
+        auto const entry = *node_path(path, std::as_const(host.configuration[domain])).node;
+        host.change(domain, path, nullptr);
+        auto& changes = extension.changes();
         if (new_path.empty())
         {
-            return text_of(changes.on_delete(extension->context(), path.c_str(), entry, ""));
+            return told(changes.on_delete(extension.context(), path.c_str(), entry, ""));
         }
-        host.apply(new_path, &entry);
-        return text_of(changes.on_rename(extension->context(), path.c_str(), new_path.c_str(), ""));
+        host.change(domain, new_path, &entry);
+        return told(changes.on_rename(extension.context(), path.c_str(), new_path.c_str(), ""));
     }
 
-    /// The names of the recipes that are stored, in their order, and where their walk ended.
-    /// A rename of all types to themselves writes to them.
+    /// The names of the recipes that are stored, in their order, and where their walk ended. A rename of all types to
+    /// themselves writes to them.
     std::string stored_recipes()
     {
         host.config_writes.clear();
-        host.failing_writes.clear();
-        auto const answer =
-            extension->changes().on_rename(extension->context(), "recipeTypeList", "recipeTypeList", "");
+        auto const answer = extension.changes().on_rename(extension.context(), "recipeTypeList", "recipeTypeList", "");
         std::string names;
         for (auto [path, value] : host.config_writes)
         {
             if (Algorithm::remove_start(path, "recipeList::"))
             {
-                names += (names.empty() ? "" : " ") + path.substr(0, path.rfind("::"));
+                names.append(names.empty() ? "" : " ").append(path, 0, path.rfind("::"));
             }
         }
         return Algorithm::empty(answer.text()) ? names : names + " (" + answer.text() + ")";
     }
-
-    NotifyingHost host;
-    std::unique_ptr<LoadedExtension> extension;
 };
 
 struct Scenario
@@ -198,15 +83,15 @@ struct Scenario
 
 } // namespace
 
-TEST_F(DeleteRename, leaves_the_whole_configuration_as_it_should)
+TEST(DeleteRename, leaves_the_whole_configuration_as_it_should)
 {
-    Scenario const scenarios[] = {
+    auto const scenarios = std::to_array<Scenario>({
         {"rename a type", "T { a:A } V(W,T) { n>T b:B } W { }", "R:T { a=1 } S:V { n=R b=2 }", "recipeTypeList::T",
-         "recipeTypeList::U", "U { a:A } V(W,U) { n>U b:B } W { }", "R:U { a=1 } S:V { n=R b=2 }"},
+         "recipeTypeList::U", "V(W,U) { n>U b:B } W { } U { a:A }", "R:U { a=1 } S:V { n=R b=2 }"},
         {"delete a type", "T { a:A } V(W,T) { n>T b:B } W { }", "R:T { a=1 } S:V { n=R b=2 }", "recipeTypeList::T", "",
          "V(W) { b:B } W { }", "S:V { n=R b=2 }"},
         {"rename a folder of types", "F::T { a:A } F::U(F::T) { } V { n>F::T }", "R:F::T { a=1 } S:F::U { } Q:V { }",
-         "recipeTypeList::F", "recipeTypeList::G::H", "G::H::T { a:A } G::H::U(G::H::T) { } V { n>G::H::T }",
+         "recipeTypeList::F", "recipeTypeList::G::H", "V { n>G::H::T } G::H::T { a:A } G::H::U(G::H::T) { }",
          "R:G::H::T { a=1 } S:G::H::U { } Q:V { }"},
         {"delete a folder of types", "F::T { } V { n>F::T b:B }", "R:F::T { } Q:V { b=1 }", "recipeTypeList::F", "",
          "V { b:B }", "Q:V { b=1 }"},
@@ -218,18 +103,18 @@ TEST_F(DeleteRename, leaves_the_whole_configuration_as_it_should)
         {"deleting A takes the recipes of AB with it", "A { } AB { b:B } C(AB) { n>AB c:C }", "R:A { } S:AB { b=1 }",
          "recipeTypeList::A", "", "AB { b:B } C { c:C }", ""},
         {"renaming A beside AB carries nothing", "AB { b:B } A { } C(A,AB) { n>AB c:C }", "R:A { } S:AB { b=1 }",
-         "recipeTypeList::A", "recipeTypeList::X", "AB { b:B } X { } C(A,AB) { n>AB c:C }", "R:A { } S:AB { b=1 }"},
+         "recipeTypeList::A", "recipeTypeList::X", "AB { b:B } C(A,AB) { n>AB c:C } X { }", "R:A { } S:AB { b=1 }"},
         {"the first occurrence alone", "F::T { } V(F::T) { n>F::T }", "R:F::T { }", "recipeTypeList::F",
          "recipeTypeList::recipeTypeList::F",
-         "recipeTypeList::F::T { } V(recipeTypeList::F::T) { n>recipeTypeList::F::T }", "R:recipeTypeList::F::T { }"},
+         "V(recipeTypeList::F::T) { n>recipeTypeList::F::T } recipeTypeList::F::T { }", "R:recipeTypeList::F::T { }"},
         {"a missing type ends the cascade", "T { } V(T) { }", "R:T { }", "recipeTypeList::T", "recipeTypeList::U",
-         "U { } V(T) { }", "R:T { }", "SUCCESS | ", "recipeTypeList::Ghost"},
+         "V(T) { } U { }", "R:T { }", "SUCCESS | ", "recipeTypeList::Ghost"},
         {"a missing recipe is an error", "T { } V(T) { }", "R:T { }", "recipeTypeList::T", "recipeTypeList::U",
-         "U { } V(U) { }", "R:T { }", "ENTRY_NOT_FOUND | recipeList::Ghost", "recipeList::Ghost"},
+         "V(U) { } U { }", "R:T { }", "ENTRY_NOT_FOUND | recipeList::Ghost", "recipeList::Ghost"},
 
         {"rename a member", "T { a:A } V { a:B }", "R:T { a=1 } S:V { a=2 } F::Q:T { a=3 b=4 }",
          "recipeTypeList::T::members::a", "recipeTypeList::T::members::z", "T { z:A } V { a:B }",
-         "R:T { z=1 } S:V { a=2 } F::Q:T { z=3 b=4 }"},
+         "R:T { z=1 } S:V { a=2 } F::Q:T { b=4 z=3 }"},
         {"a recipe without the member ends the pass", "T { a:A }", "R:T { a=1 } S:T { b=2 } Q:T { a=3 }",
          "recipeTypeList::T::members::a", "recipeTypeList::T::members::z", "T { z:A }",
          "R:T { z=1 } S:T { b=2 } Q:T { a=3 }"},
@@ -261,133 +146,128 @@ TEST_F(DeleteRename, leaves_the_whole_configuration_as_it_should)
          "recipeList::S", "T { } V { n>T }", "Q:V { n=R } S:T { }", "SUCCESS | ", "recipeList::Ghost"},
         {"numbers name recipes as well", "T { } V { n>T }", "Q:V { n=7 } 7:T { }", "recipeList::7", "recipeList::S",
          "T { } V { n>T }", "Q:V { n=S } S:T { }"},
-    };
-    for (auto const& scenario : scenarios)
+    });
+    for (auto const& [about, types, recipes, path, new_path, types_after, recipes_after, answer, ghosts] : scenarios)
     {
-        configure(scenario.types, scenario.recipes, scenario.ghosts);
-        EXPECT_EQ(edit(scenario.path, scenario.new_path), scenario.answer) << scenario.about;
-        EXPECT_EQ(dump(host.config()), dump(configuration_of(scenario.types_after, scenario.recipes_after)))
-            << scenario.about;
+        EditedPlant plant(types, recipes, ghosts);
+        EXPECT_EQ(plant.edit(path, new_path), answer) << about;
+        EXPECT_EQ(plant.state(), dump(configuration_of(types_after, recipes_after))) << about;
     }
 }
 
-TEST_F(DeleteRename, keeps_the_stored_paths_in_step)
+TEST(DeleteRename, keeps_the_stored_paths_in_step)
 {
-    std::tuple<char const*, char const*, char const*> const cases[] = {
+    auto const cases = std::to_array<std::array<char const*, 3>>({
         {"recipeList::R", "recipeList::Z", "F::S F::Q (recipeList::Z1)"},
         {"recipeList::R1", "recipeList::Z", "R F::S F::Q Z"},
         {"recipeList::R1", "", "R F::S F::Q"},
         {"recipeList::F", "recipeList::G", "R G::S G::Q R1"},
         {"recipeList::F", "", "R R1"},
         {"recipeList::F::Q", "recipeList::F::S2", "R F::S R1 F::S2"},
-
         {"recipeTypeList::T", "", ""},
-    };
+        // What stands inside an entry is none.
+        {"recipeList::R::values::a", "recipeList::R::values::z", "R F::S F::Q R1"},
+    });
     for (auto const& [path, new_path, stored] : cases)
     {
-        configure("T { a:A }", "R:T { a=1 } F::S:T { a=1 } F::Q:T { a=1 } R1:T { a=1 }");
-        edit(path, new_path);
-        EXPECT_EQ(stored_recipes(), stored) << path << " to " << new_path;
+        EditedPlant plant("T { a:A }", "R:T { a=1 } F::S:T { a=1 } F::Q:T { a=1 } R1:T { a=1 }");
+        plant.edit(path, new_path);
+        EXPECT_EQ(plant.stored_recipes(), stored) << path << " to " << new_path;
     }
-    // A folder is no recipe: as an entry of the list it would end the pass before M.
-    configure("T { a:A }", "F::R:T { a=1 }");
-    host.config() = configuration_of("T { a:A }", "F::R:T { a=1 } M:T { a=1 }");
-    edit("recipeList::F", "recipeList::G");
-    notify("recipeList::M");
-    edit("recipeTypeList::T::members::a", "recipeTypeList::T::members::z");
-    EXPECT_EQ(dump(host.config()), dump(configuration_of("T { z:A }", "G::R:T { z=1 } M:T { z=1 }")));
+    // Were it stored, it would end the walk of the types, and with it that of the recipes.
+    EditedPlant missing("T { a:A }", "R:T { a=1 }");
+    missing.extension.changes().on_rename(missing.extension.context(), "recipeTypeList::T::members::b",
+                                          "recipeTypeList::T::members::z", "");
+    EXPECT_EQ(missing.stored_recipes(), "R");
 
-    // Nor is what stands inside an entry.
-    configure("T { a:A }", "R:T { a=1 }");
-    extension->changes().on_rename(extension->context(), "recipeList::R::values::a", "recipeList::R::values::z", "");
-    extension->changes().on_rename(extension->context(), "recipeTypeList::T::members::b",
-                                   "recipeTypeList::T::members::z", "");
-    EXPECT_EQ(stored_recipes(), "R");
+    // A folder is no recipe: as an entry of the list it would end the pass before M.
+    EditedPlant plant("T { a:A }", "F::R:T { a=1 }");
+    plant.host.configuration[EditedPlant::domain] = configuration_of("T { a:A }", "F::R:T { a=1 } M:T { a=1 }");
+    plant.edit("recipeList::F", "recipeList::G");
+    plant.announce("recipeList::M");
+    plant.edit("recipeTypeList::T::members::a", "recipeTypeList::T::members::z");
+    EXPECT_EQ(plant.state(), dump(configuration_of("T { z:A }", "M:T { z=1 } G::R:T { z=1 }")));
 }
 
-TEST_F(DeleteRename, loses_no_path_that_is_notified_meanwhile)
+TEST(DeleteRename, loses_no_path_that_is_notified_meanwhile)
 {
-    std::string recipes = "X:T { } ";
-    for (int i = 0; i < 300; ++i)
-    {
-        recipes += "N" + std::to_string(i) + ":T { } ";
-    }
-    auto const config = configuration_of("T { }", recipes);
+    auto const recipe = [](auto const& i, auto const& /*next*/) { return "N" + i + ":T { } "; };
     for (int round = 0; round < 30; ++round)
     {
-        configure("T { }", "");
+        EditedPlant plant("T { }", "");
+        plant.host.configuration[EditedPlant::domain] = configuration_of("T { }", "X:T { } " + repeated(300, recipe));
         std::atomic<bool> is_done = false;
         std::thread other(
             [&]
             {
-                notify_all("recipeList", config["recipeList"], "values");
+                plant.announce("recipeList::X");
+                for (int i = 0; i < 300; ++i)
+                {
+                    plant.announce("recipeList::N" + std::to_string(i));
+                }
                 is_done = true;
             });
         while (!is_done)
         {
-            extension->changes().on_rename(extension->context(), "recipeList::X", "recipeList::X", "");
+            plant.extension.changes().on_rename(plant.extension.context(), "recipeList::X", "recipeList::X", "");
         }
         other.join();
-        host.config() = config;
-        auto const stored = stored_recipes();
+        auto const stored = plant.stored_recipes();
         ASSERT_EQ(std::count(stored.begin(), stored.end(), ' '), 300) << stored;
     }
 }
 
-TEST_F(DeleteRename, answers_the_outcome_of_the_last_write)
+TEST(DeleteRename, answers_the_outcome_of_the_last_write)
 {
+    struct Edit
+    {
+        char const* types;
+        char const* recipes;
+        char const* path;
+        char const* new_path;
+    };
+    Edit const member = {"T { a:A }", "R:T { a=1 } S:T { a=2 }", "recipeTypeList::T::members::a",
+                         "recipeTypeList::T::members::z"};
+    Edit const last_member = {"T { a:A }", "R:T { a=1 } S:T { b=2 }", "recipeTypeList::T::members::a",
+                              "recipeTypeList::T::members::z"};
+    Edit const type = {"T { a:A } V(T,T) { n>T m>T }", "R:T { } S:T { }", "recipeTypeList::T", "recipeTypeList::U"};
+    Edit const deleted_type = {"T { a:A } V { n>T }", "R:T { } S:T { }", "recipeTypeList::T", ""};
+    Edit const recipe = {"T { } V { n>T }", "Q:V { n=R } P:V { n=R } R:T { }", "recipeList::R", ""};
     struct Case
     {
+        Edit const& edit;
         std::set<std::size_t> failing;
-        char const* answer;
         std::size_t writes;
+        /// What failed, behind the prefix; none for success.
+        char const* failed;
     };
-    auto const check = [&](std::vector<Case> const& cases, char const* types, char const* recipes, char const* path,
-                           char const* new_path)
+    std::vector<Case> const cases = {
+        {member, {1}, 4, ""},
+        {member, {1, 2, 3}, 4, ""},
+        {member, {4}, 4, "recipeList::S::values::a"},
+        {member, {1, 4}, 4, "recipeList::R::values::zrecipeList::S::values::a"},
+        {member, {2, 3, 4}, 4, "recipeList::R::values::arecipeList::S::values::zrecipeList::S::values::a"},
+        {last_member, {2}, 2, ""},
+        {type, {1, 3, 5}, 6, ""},
+        {type, {2}, 2, "recipeTypeList::V::recipeTypeNames[1]"},
+        {type, {1, 2}, 2, "recipeTypeList::V::recipeTypeNames[0]recipeTypeList::V::recipeTypeNames[1]"},
+        {type, {4}, 4, "recipeTypeList::V::members::m::recipeType"},
+        {type, {3, 4}, 4, "recipeTypeList::V::members::n::recipeTyperecipeTypeList::V::members::m::recipeType"},
+        {type, {1, 6}, 6, "recipeList::S::recipeTypeName"},
+        {type, {5, 6}, 6, "recipeList::R::recipeTypeNamerecipeList::S::recipeTypeName"},
+        {deleted_type, {1}, 1, "recipeTypeList::V::members::n"},
+        {deleted_type, {3}, 3, "recipeList::S"},
+        {deleted_type, {2}, 3, ""},
+        {recipe, {1}, 2, ""},
+        {recipe, {2}, 2, "recipeList::P"},
+        {recipe, {1, 2}, 2, "recipeList::P"},
+    };
+    for (auto const& [edit, failing, writes, failed] : cases)
     {
-        for (auto const& [failing, answer, writes] : cases)
-        {
-            configure(types, recipes);
-            host.failing_writes = failing;
-            EXPECT_EQ(edit(path, new_path), answer);
-            EXPECT_EQ(host.config_writes.size(), writes) << answer;
-        }
-    };
-    check({{{1}, "SUCCESS | ", 4},
-           {{1, 2, 3}, "SUCCESS | ", 4},
-           {{4}, "SERVER | DELETE_RENAME_PARTLY_FAILED: recipeList::S::values::a", 4},
-           {{1, 4}, "SERVER | DELETE_RENAME_PARTLY_FAILED: recipeList::R::values::zrecipeList::S::values::a", 4},
-           {{2, 3, 4},
-            "SERVER | DELETE_RENAME_PARTLY_FAILED: "
-            "recipeList::R::values::arecipeList::S::values::zrecipeList::S::values::a",
-            4}},
-          "T { a:A }", "R:T { a=1 } S:T { a=2 }", "recipeTypeList::T::members::a", "recipeTypeList::T::members::z");
-    check({{{2}, "SUCCESS | ", 2}}, "T { a:A }", "R:T { a=1 } S:T { b=2 }", "recipeTypeList::T::members::a",
-          "recipeTypeList::T::members::z");
-    check({{{1, 3, 5}, "SUCCESS | ", 6},
-           {{2}, "SERVER | DELETE_RENAME_PARTLY_FAILED: recipeTypeList::V::recipeTypeNames[1]", 2},
-           {{1, 2},
-            "SERVER | DELETE_RENAME_PARTLY_FAILED: "
-            "recipeTypeList::V::recipeTypeNames[0]recipeTypeList::V::recipeTypeNames[1]",
-            2},
-           {{4}, "SERVER | DELETE_RENAME_PARTLY_FAILED: recipeTypeList::V::members::m::recipeType", 4},
-           {{3, 4},
-            "SERVER | DELETE_RENAME_PARTLY_FAILED: "
-            "recipeTypeList::V::members::n::recipeTyperecipeTypeList::V::members::m::recipeType",
-            4},
-           {{1, 6}, "SERVER | DELETE_RENAME_PARTLY_FAILED: recipeList::S::recipeTypeName", 6},
-           {{5, 6},
-            "SERVER | DELETE_RENAME_PARTLY_FAILED: recipeList::R::recipeTypeNamerecipeList::S::recipeTypeName",
-            6}},
-          "T { a:A } V(T,T) { n>T m>T }", "R:T { } S:T { }", "recipeTypeList::T", "recipeTypeList::U");
-    check({{{1}, "SERVER | DELETE_RENAME_PARTLY_FAILED: recipeTypeList::V::members::n", 1},
-           {{3}, "SERVER | DELETE_RENAME_PARTLY_FAILED: recipeList::S", 3},
-           {{2}, "SUCCESS | ", 3}},
-          "T { a:A } V { n>T }", "R:T { } S:T { }", "recipeTypeList::T", "");
-    check({{{1}, "SUCCESS | ", 2}, {{2}, "SERVER | recipeList::P", 2}, {{1, 2}, "SERVER | recipeList::P", 2}},
-          "T { } V { n>T }", "Q:V { n=R } P:V { n=R } R:T { }", "recipeList::R", "");
-
-    configure("T { }", "R:T { }");
-    host.throwing_call = host.call_count + 1;
-    EXPECT_EQ(edit("recipeList::R", ""), "UNEXPECTED | unexpected failure: host out of order");
+        EditedPlant plant(edit.types, edit.recipes);
+        plant.host.failing_writes = failing;
+        std::string const prefix = &edit == &recipe ? "" : "DELETE_RENAME_PARTLY_FAILED: ";
+        EXPECT_EQ(plant.edit(edit.path, edit.new_path), *failed == 0 ? "SUCCESS | " : "SERVER | " + prefix + failed);
+        EXPECT_EQ(plant.host.config_writes.size(), writes) << failed;
+    }
 }

@@ -1,6 +1,10 @@
-#include "RecipeNotation.h"
+#include "Fixture.h"
+
+#include "recipe_config_handler/PathList.h"
 
 #include <gtest/gtest.h>
+
+#include <thread>
 
 using namespace Ravik::Test;
 using namespace RavikSrv;
@@ -12,10 +16,9 @@ TEST(EntryFunction, does_nothing_without_a_place_for_the_answer)
     double version = 1;
     EXPECT_EQ(entry(&host, nullptr, &version), 0);
     EXPECT_EQ(version, 1);
-    auto* const untouched = reinterpret_cast<IRavikSrvExt*>(&host);
-    auto* extension = untouched;
+    IRavikSrvExt* extension = nullptr;
     EXPECT_EQ(entry(&host, &extension, nullptr), 0);
-    EXPECT_EQ(extension, untouched);
+    EXPECT_EQ(extension, nullptr);
     EXPECT_EQ(host.call_count, 0U);
 }
 
@@ -26,57 +29,25 @@ TEST(Lifecycle, registers_three_listeners_in_order)
     EXPECT_EQ(fixture.extension.version(), 19.0);
     EXPECT_EQ(RavikSrv::host(), &fixture.host);
     ASSERT_EQ(listeners.size(), 3U);
-    ListenerType const types[] = {ListenerType::REQUEST, ListenerType::EXPORT, ListenerType::CONFIG};
-    for (std::size_t i = 0; i < listeners.size(); ++i)
-    {
-        EXPECT_EQ(listeners[i].listener->type(), types[i]);
-    }
-    EXPECT_FALSE(listeners[0].settings.isset());
-    EXPECT_FALSE(listeners[1].settings.isset());
+    EXPECT_TRUE(listeners[0].listener->type() == ListenerType::REQUEST && !listeners[0].settings.isset());
+    EXPECT_TRUE(listeners[1].listener->type() == ListenerType::EXPORT && !listeners[1].settings.isset());
+    EXPECT_EQ(listeners[2].listener->type(), ListenerType::CONFIG);
     auto const& settings = listeners[2].settings;
-    ASSERT_EQ(settings.type(), ValueType::Vector);
-    ASSERT_EQ(settings.size(), 1U);
-    auto const& only = settings[0];
-    EXPECT_EQ(only.type(), ValueType::Struct);
-    EXPECT_STREQ(only.begin().name(), "flags");
-    EXPECT_EQ(only["flags"], Value(255));
-    EXPECT_EQ(only["paths"].size(), 1U);
-    EXPECT_STREQ(only["paths"][0].get_string(), "*");
-}
-
-TEST(Lifecycle, a_host_that_throws_fails_init)
-{
-    for (std::size_t call = 1; call <= 3; ++call)
-    {
-        RecordingHost host;
-        IRavikSrvExt* made = nullptr;
-        double version = 0;
-        LoadedExtension::entry(RECIPE_MANAGEMENT_LIBRARY)(&host, &made, &version);
-        std::unique_ptr<IRavikSrvExt> const extension(made);
-        host.throwing_call = call;
-        auto const answer = extension->init(Context());
-        EXPECT_EQ(answer.result(), ErrorValue::UNEXPECTED);
-        EXPECT_STREQ(answer.text(), "unexpected failure: host out of order");
-    }
+    ASSERT_TRUE(settings.type() == ValueType::Vector && settings.size() == 1 &&
+                settings[0].type() == ValueType::Struct);
+    EXPECT_EQ(text_of(settings[0]["paths"]) + " " + text_of(settings[0]), "* flags=255 paths=");
 }
 
 TEST(Lifecycle, names_its_results)
 {
     RecipeManagementFixture fixture;
-    std::pair<unsigned, char const*> const names[] = {
-        {0, "SUCCESS"},
-        {1, "ACTIVATING_FAILED"},
-        {10, "MISSING_RECIPE_DATA"},
-        {15, "INHERITED_AND_NESTED_RECIPETYPE_IS_EQUAL"},
-        {19, "RECURSION"},
-        {22, "SERVER_ERROR"},
-        {23, ""},
-        {~0U, ""},
-    };
-    for (auto const& [code, name] : names)
+    std::string names;
+    for (unsigned const code : {0U, 1U, 10U, 15U, 19U, 22U, 23U, ~0U})
     {
-        EXPECT_STREQ(fixture.extension.object().error_string(code).name(), name);
+        names.append(fixture.extension.object().error_string(code).name()).append(" ");
     }
+    EXPECT_EQ(names, "SUCCESS ACTIVATING_FAILED MISSING_RECIPE_DATA INHERITED_AND_NESTED_RECIPETYPE_IS_EQUAL RECURSION "
+                     "SERVER_ERROR   ");
 }
 
 TEST(Requests, the_last_failure_is_the_groups_result)
@@ -95,7 +66,7 @@ TEST(Requests, the_last_failure_is_the_groups_result)
             group.insert(group.end_vector(), command);
         }
         fixture.extension.requests().on_request(fixture.extension.context(), &group);
-        std::string results = std::to_string(group.result()) + ":";
+        auto results = std::to_string(group.result()) + ":";
         for (auto command = group.begin_vector(); command != group.end_vector(); ++command)
         {
             results += " " + std::to_string(command->extension_result());
@@ -113,21 +84,54 @@ TEST(Requests, the_last_failure_is_the_groups_result)
     fixture.host.call_count = 0;
     fixture.host.throwing_call = 1;
     EXPECT_EQ(send({{activate, good}, {activate, good}}), "22: 22 0");
+    // A map is no struct of parameters, with whatever keys.
+    Value map(ValueType::Map);
+    map.insert("path", "R");
+    map.insert("recipeTypePath", "T");
+    fixture.host.throwing_call = 0;
+    for (auto const* const function : {activate, "ReadFromTarget", "UpdateRecipe", "GetRecipes"})
+    {
+        EXPECT_EQ(send({{function, map}, {function, Value("R")}, {function, Value()}}), "9: 9 9 9") << function;
+    }
 }
 
-TEST(Callbacks, accept_exports_and_what_is_not_checked)
+TEST(Callbacks, accept_what_is_not_checked_also_at_the_same_time)
 {
     RecipeManagementFixture fixture;
     auto& changes = fixture.extension.changes();
     auto const& context = fixture.extension.context();
-    Value value;
-    ResultPair const answers[] = {
-        changes.before_delete(context, "recipeList::R", value, "recipe"),
-        changes.before_rename(context, "recipeList::R", "recipeList::S", "recipe"),
-        fixture.extension.exports().before_export(context, "", value, value, ""),
-    };
-    for (auto const& answer : answers)
+    auto const succeeded = [](ResultPair const& answer) { return answer.result() == ErrorValue::SUCCESS; };
+    auto const notify = [&]
     {
-        EXPECT_EQ(answer.result(), ErrorValue::SUCCESS);
+        Value value;
+        for (auto const* path : {"", "recipeList", "recipeTypeList", "recipeList::R", "recipeTypeList::T", "other::X"})
+        {
+            for (auto const* type : {"recipe", "recipeType", "", "member"})
+            {
+                EXPECT_TRUE(succeeded(changes.on_change(context, path, type)));
+                EXPECT_TRUE(succeeded(changes.before_delete(context, path, value, type)));
+                EXPECT_TRUE(succeeded(changes.before_rename(context, path, "recipeList::S", type)));
+                EXPECT_TRUE(succeeded(fixture.extension.exports().before_export(context, path, value, value, type)));
+            }
+        }
+    };
+    std::thread other(notify);
+    notify();
+    other.join();
+    EXPECT_EQ(fixture.host.call_count, 3U) << "only the registrations";
+}
+
+TEST(PathList, keeps_the_order_and_each_path_once)
+{
+    RecipeManagement::PathList paths;
+    for (auto const* path : {"recipeList::B", "recipeList::A", "recipeList::B", "recipeList::a"})
+    {
+        paths.add(path);
     }
+    auto const copy = paths;
+    paths.add("recipeList::C");
+    EXPECT_EQ(std::vector<std::string>(copy.begin(), copy.end()),
+              (std::vector<std::string>{"recipeList::B", "recipeList::A", "recipeList::a"}));
+    EXPECT_TRUE(copy.contains("recipeList::a"));
+    EXPECT_FALSE(copy.contains("recipeList::C"));
 }

@@ -1,6 +1,8 @@
-#include "RecipeNotation.h"
+#include "Fixture.h"
 
 #include <gtest/gtest.h>
+
+#include <array>
 
 using namespace Ravik::Test;
 using namespace RavikSrv;
@@ -11,30 +13,22 @@ namespace
 class UpdateRecipe : public testing::Test, protected RecipeManagementFixture
 {
 protected:
-    void configure(std::string const& types, std::string const& recipes)
-    {
-        RecipeManagementFixture::configure(types, recipes);
-        host.config_writes.clear();
-        host.commands.clear();
-        host.symbol_failures.clear();
-    }
-
     /// "values written, a pair of brackets a call; values removed | result | text".
     std::string update()
     {
-        auto const command = extension.call("UpdateRecipe", parameters("path", "R"));
+        auto const command = call("UpdateRecipe");
         info = text_of(command.read_value()["info"]);
         std::string text;
         for (auto const& [path, value] : host.config_writes)
         {
             EXPECT_EQ(path, "recipeList::R::values");
-            text += "{" + text_of(value) + "}";
+            text.append("{").append(text_of(value)).append("}");
         }
         for (auto const& sent : host.commands)
         {
             EXPECT_EQ(static_cast<unsigned>(sent.options()), 2048U);
             EXPECT_EQ(std::string(sent.name()).substr(0, values.size()), values);
-            text += " -" + std::string(sent.name()).substr(values.size() + 2);
+            text.append(" -").append(sent.name() + values.size() + 2);
         }
         return text + " | " + told(command);
     }
@@ -47,14 +41,7 @@ protected:
 
 TEST_F(UpdateRecipe, drops_what_the_type_lost_and_fills_in_what_the_recipe_lacks)
 {
-    struct Case
-    {
-        char const* about;
-        char const* types;
-        char const* recipes;
-        char const* outcome;
-    };
-    Case const cases[] = {
+    constexpr auto cases = std::to_array<std::array<char const*, 4>>({
         {"nothing to do", "T { a:A=1 n>U } U { b:B=2 }", "R:T { a=5 n= }", " | SUCCESS | "},
         {"stale values", "T(P) { a:A n>U } P { p:C } U { b:B }", "R:T { z=1 a=5 p=1 y=2 n= b=3 U=4 }",
          " -z -y | SUCCESS | "},
@@ -73,26 +60,23 @@ TEST_F(UpdateRecipe, drops_what_the_type_lost_and_fills_in_what_the_recipe_lacks
         {"missing recipe", "T { a:A }", "S:T { }", " | UPDATING_RECIPE_FAILED | Server: MISSING_RECIPETYPE"},
         {"missing type", "U { a:A }", "R:T { }", " | UPDATING_RECIPE_FAILED | Server: MISSING_RECIPETYPE - T"},
         {"types that inherit each other", "T(P) { } P(T) { }", "R:T { }", " | UPDATING_RECIPE_FAILED | Server: "},
-    };
+    });
     for (auto const& [about, types, recipes, outcome] : cases)
     {
         configure(types, recipes);
         EXPECT_EQ(update(), outcome) << about;
         std::string const told = " not found in recipeType: Deleted";
         auto const path = values.substr(values.find("recipeList")) + "::";
-        EXPECT_EQ(info, *outcome == ' ' && outcome[1] == '-' ? path + "z" + told + " " + path + "y" + told : "");
+        auto const both = std::string(path).append("z").append(told).append(" ").append(path).append("y").append(told);
+        EXPECT_EQ(info, *outcome == ' ' && outcome[1] == '-' ? both : "");
     }
     configure("T { }", "R:T { a=1 }");
-    auto const parts = parameters("path", "R");
-    EXPECT_EQ(told(extension.call("UpdateRecipe", parts)), "SUCCESS | ");
+    EXPECT_EQ(told(call("UpdateRecipe")), "SUCCESS | ");
     EXPECT_EQ(host.commands.at(0).name(), values);
     EXPECT_EQ(static_cast<unsigned>(host.commands[0].options()), 128U);
     EXPECT_EQ(std::as_const(host.commands[0]).write_value(), Value(ValueType::Map));
     host.symbol_failures[values] = {.result = ErrorValue::STORAGE, .text = {}};
-    EXPECT_EQ(told(extension.call("UpdateRecipe", parts)), "UPDATING_RECIPE_FAILED | Server: STORAGE");
-    host.call_count = 0;
-    EXPECT_EQ(told(extension.call("UpdateRecipe", Value(ValueType::Map))), "INVALID_WRITEVALUE | ");
-    EXPECT_EQ(host.call_count, 0U);
+    EXPECT_EQ(told(call("UpdateRecipe")), "UPDATING_RECIPE_FAILED | Server: STORAGE");
 }
 
 TEST_F(UpdateRecipe, goes_on_behind_a_value_that_can_not_be_dropped)
@@ -101,6 +85,7 @@ TEST_F(UpdateRecipe, goes_on_behind_a_value_that_can_not_be_dropped)
     host.symbol_failures[values + "::z"] = {.result = ErrorValue::STORAGE, .text = {}};
     EXPECT_EQ(update(), "{a=1} -z -y | UPDATING_RECIPE_PARTLY_FAILED | Server: STORAGE");
     EXPECT_EQ(info, values.substr(values.find("recipeList")) + "::y not found in recipeType: Deleted");
+    host.symbol_failures.clear();
     auto const missing = [&](char const* list, char const* entry, char const* key)
     {
         configure("T(P) { a:A } P { b:B }", "R:T { }");
@@ -126,7 +111,7 @@ TEST_F(UpdateRecipe, checks_the_values_against_the_symbols_and_the_defaults_agai
     };
     auto const good = ErrorValue::SUCCESS;
     auto const mismatch = ErrorValue::TYPE_MISMATCH;
-    Case const cases[] = {
+    auto const cases = std::to_array<Case>({
         {"a=5 d=3", "A", mismatch, good, "{a=1} | SUCCESS | "},
         {"a=5 d=3", "A", ErrorValue::ENUM_VALUE_MISMATCH, good, "{a=1} | SUCCESS | "},
         {"a=5 d=3", "A", ErrorValue::RANGE_MISMATCH, good, " | SCHEMA | Server: RANGE_MISMATCH - of A"},
@@ -140,7 +125,7 @@ TEST_F(UpdateRecipe, checks_the_values_against_the_symbols_and_the_defaults_agai
         // Members of other types.
         {"a=5 d=3 p=6 n=S", "B", ErrorValue::RANGE_MISMATCH, good, " | SUCCESS | "},
         {"a=5 d=3 p=6 n=S", "C", mismatch, good, " | SUCCESS | "},
-    };
+    });
     for (auto const& [recipe, symbol, answer, schema, outcome] : cases)
     {
         configure("T(P) { a:A=1 d:D n>U } P { p:B } U { u:C }", "R:T { n= " + std::string(recipe) + " } S:U { u=1 }");

@@ -4,6 +4,7 @@
 #include <mutex>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 // An extension for tests of the server: it does, and misbehaves, as its configuration and its commands say, and tells
 // on request what it was asked and told.
@@ -13,7 +14,7 @@ namespace
 
 using namespace RavikSrv;
 
-class Probe : public IRavikSrvExt, IRavikSrvRequestListener, RavikSrvConfigListener, IRavikSrvExportListener
+class Probe : public IRavikSrvExt, IRavikSrvRequestListener, RavikSrvConfigListener
 {
 public:
     explicit Probe(IRavikSrvExtHost* host) : m_host(host) {}
@@ -31,113 +32,81 @@ public:
             return {ErrorValue::INIT, "refused by init"};
         }
         m_host->register_listener(context, static_cast<IRavikSrvRequestListener*>(this));
-        m_host->register_listener(context, static_cast<IRavikSrvExportListener*>(this));
         m_host->register_listener(context, static_cast<RavikSrvConfigListener*>(this));
         return {};
     }
 
     String error_string(unsigned code) override { return code == 7 ? String("SEVEN") : String(); }
 
-    /// "log" reads what happened since the last reading, "fail" answers 7, "throw" and "throw int" throw, "config PATH"
-    /// writes configuration; anything else echoes.
     void on_request(Context context, CommandGroup* group) override
     {
-        auto only_log = true;
+        std::string mapping;
         for (auto command = group->begin_vector(); command != group->end_vector(); ++command)
         {
-            std::string const mapping = command->mapping();
-            if (mapping == "log")
-            {
-                std::lock_guard const lock(m_mutex);
-                command->set_read_value(Value(m_log.c_str()));
-                m_log.clear();
-                continue;
-            }
-            only_log = false;
-            note(mapping);
-            if (mapping == "fail")
-            {
-                command->set_extension_result(7);
-            }
-            else if (mapping == "throw")
-            {
-                throw std::runtime_error("thrown from a request");
-            }
-            else if (mapping == "throw int")
-            {
-                throw 5;
-            }
-            else if (mapping.rfind("config ", 0) == 0)
-            {
-                Value const& value = command->write_value();
-                auto const result =
-                    m_host->set_config_value(context, mapping.c_str() + 7, value.isset() ? &value : nullptr);
-                command->set_extension_result(static_cast<unsigned>(result));
-            }
-            else
-            {
-                command->set_read_value(command->write_value());
-            }
+            mapping = command->mapping();
+            execute(context, mapping, *command);
         }
-        if (!only_log)
-        {
-            note("|");
-        }
+        note(mapping == "log" ? "" : "|;");
     }
 
-    ResultPair before_change(Context /*context*/, char const* path, Value& /*value*/, char const* type) override
+    ResultPair before_change(Context /*context*/, char const* /*path*/, Value& /*value*/, char const* /*type*/) override
     {
-        return asked("change?", path, type);
-    }
-    ResultPair before_delete(Context /*context*/, char const* path, Value const& /*value*/, char const* type) override
-    {
-        return asked("delete?", path, type);
-    }
-    ResultPair before_rename(Context /*context*/, char const* path, char const* /*to*/, char const* type) override
-    {
-        return asked("rename?", path, type);
+        return {};
     }
     ResultPair on_change(Context /*context*/, char const* path, char const* type) override
     {
-        note("changed", path, type);
-        return {};
+        return told("changed ", path, type);
     }
     ResultPair on_delete(Context /*context*/, char const* path, Value const& /*value*/, char const* type) override
     {
-        note("deleted", path, type);
-        return {};
+        return told("deleted ", path, type);
     }
-    ResultPair on_rename(Context /*context*/, char const* path, char const* to, char const* type) override
+    ResultPair on_rename(Context /*context*/, char const* path, char const* /*to*/, char const* type) override
     {
-        note("renamed", (path + std::string(">") + to).c_str(), type);
-        return {};
-    }
-    ResultPair before_export(Context /*context*/, char const* /*path*/, Value& /*value*/, Value const& /*data*/,
-                             char const* /*type*/) override
-    {
-        return {};
-    }
-    ResultPair before_import(Context /*context*/, char const* path, Value& /*value*/, Value const& /*data*/,
-                             char const* type) override
-    {
-        return asked("import?", path, type);
+        return told("renamed ", path, type);
     }
 
 private:
-    /// Refuses paths that end with "Refused".
-    ResultPair asked(char const* what, std::string const& path, char const* type)
+    /// "log" reads what happened since the last reading, "fail" answers 7, "throw" and "throw int" throw, "config PATH"
+    /// writes configuration; anything else echoes.
+    void execute(Context const& context, std::string const& mapping, Command& command)
     {
-        note(what, path.c_str(), type);
-        std::string const end = "Refused";
-        auto const refused = path.size() >= end.size() && path.compare(path.size() - end.size(), end.size(), end) == 0;
-        return refused ? ResultPair(ErrorValue::INVALID_PARAMETER, "the probe says no") : ResultPair();
+        Value const value = std::as_const(command).write_value();
+        if (mapping == "log")
+        {
+            std::lock_guard const lock(m_mutex);
+            command.set_read_value(Value(std::exchange(m_log, "").c_str()));
+            return;
+        }
+        note(mapping + ";");
+        if (mapping == "throw")
+        {
+            throw std::runtime_error("thrown from a request");
+        }
+        if (mapping == "throw int")
+        {
+            throw 5;
+        }
+        if (mapping.starts_with("config "))
+        {
+            auto const result = m_host->set_config_value(context, &mapping[7], value.isset() ? &value : nullptr);
+            command.set_extension_result(static_cast<unsigned>(result));
+            return;
+        }
+        command.set_read_value(value);
+        command.set_extension_result(mapping == "fail" ? 7 : 0);
     }
 
-    void note(std::string const& what, char const* path = "", char const* type = "")
+    ResultPair told(std::string const& what, std::string const& path, std::string const& type)
+    {
+        note(what + path + (type.empty() ? ";" : " as " + type + ";"));
+        return {};
+    }
+
+    void note(std::string const& text)
     {
         std::lock_guard const lock(m_mutex);
-        m_log += what + (*path == '\0' ? "" : std::string(" ") + path) +
-                 (*type == '\0' ? "" : std::string(" as ") + type) + ";";
+        m_log += text;
     }
 
     IRavikSrvExtHost* m_host;

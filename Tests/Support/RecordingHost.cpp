@@ -1,9 +1,9 @@
 #include "Support/RecordingHost.h"
 
+#include "PathIterator.h"
 #include "algorithm_helper.h"
 #include "api_helper.h"
 
-#include <sstream>
 #include <stdexcept>
 #include <utility>
 
@@ -14,21 +14,19 @@ using namespace RavikSrv;
 
 std::string RecordingHost::executed() const
 {
-    std::ostringstream text;
-    auto const* before_group = "";
+    std::string text;
     for (auto const& group : groups)
     {
-        text << std::exchange(before_group, " ") << group.domain() << '[';
-        auto const* before_command = "";
+        text.append(text.empty() ? "" : " ").append(group.domain()).append("[");
         for (auto command = group.begin_vector(); command != group.end_vector(); ++command)
         {
             auto const& value = command->write_value();
-            text << std::exchange(before_command, " ") << command->name();
-            text << (value.isset() ? "=" : "") << Algorithm::to_string(value);
+            text.append(text.back() == '[' ? "" : " ").append(command->name());
+            text.append(value.isset() ? "=" : "").append(Algorithm::to_string(value));
         }
-        text << ']';
+        text.append("]");
     }
-    return text.str();
+    return text;
 }
 
 bool RecordingHost::call_fails()
@@ -102,30 +100,54 @@ ErrorValue RecordingHost::set_config_value(Context const& context, char const* p
         return ErrorValue::SERVER;
     }
     config_writes.emplace_back(path, value != nullptr ? *value : Value());
-    auto names = Algorithm::split_symbol_name(path);
-    auto const last = names.empty() ? std::string() : names.back();
-    auto* parent = &configuration[context.domain()];
-    for (std::size_t i = 0; i + 1 < names.size() && parent != nullptr; ++i)
+    if (failing_writes.contains(config_writes.size()))
     {
-        parent = node(parent, names[i]);
+        return ErrorValue::SERVER;
     }
-    if (parent == nullptr)
+    auto const result = change(context.domain(), path, value);
+    if (tells_of_writes && result == ErrorValue::SUCCESS)
+    {
+        auto& listener = dynamic_cast<IRavikSrvConfigListener&>(*listeners.back().listener);
+        value == nullptr ? listener.on_delete(context, path, Value(), "") : listener.on_change(context, path, "");
+    }
+    return result;
+}
+
+ErrorValue RecordingHost::change(std::string const& domain, std::string const& path, Value const* value)
+{
+    auto* entry = &configuration[domain];
+    Value* parent = nullptr;
+    PathIterator components(path);
+    while (entry != nullptr && components.next())
+    {
+        if (value != nullptr && !entry->isset())
+        {
+            entry->set_type(ValueType::Map);
+        }
+        parent = entry;
+        entry = node(parent, components.component(), value != nullptr);
+    }
+    if (entry == nullptr || (parent == nullptr && value == nullptr))
     {
         return ErrorValue::ENTRY_NOT_FOUND;
     }
     if (value == nullptr)
     {
-        return parent->erase(last.c_str()) ? ErrorValue::SUCCESS : ErrorValue::ENTRY_NOT_FOUND;
+        std::size_t index = 0;
+        auto const& name = components.component();
+        auto const is_element = parent->type() == ValueType::Vector && Algorithm::try_as_size_t(name, index);
+        is_element ? parent->erase(index) : parent->erase(name.c_str());
     }
-    auto& entry = names.empty() ? *parent : (*parent)[last.c_str()];
-    if (value->type() != ValueType::Map || entry.type() != ValueType::Map)
+    else if (value->type() == ValueType::Map && entry->type() == ValueType::Map)
     {
-        entry = *value;
-        return ErrorValue::SUCCESS;
+        for (auto item = value->begin(); item != value->end(); ++item)
+        {
+            entry->insert_or_update(item.name(), *item);
+        }
     }
-    for (auto item = value->begin(); item != value->end(); ++item)
+    else
     {
-        entry.insert_or_update(item.name(), *item);
+        *entry = *value;
     }
     return ErrorValue::SUCCESS;
 }

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <functional>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -49,6 +50,10 @@ public:
     std::size_t failing_call = 0;
     /// The call, counted from 1, that throws, which no host should do. 0 for none.
     std::size_t throwing_call = 0;
+    /// Writes of configuration, counted from 1 over `config_writes`, that fail.
+    std::set<std::size_t> failing_writes;
+    /// Whether the configuration listener is told of each write before it returns, as a server does.
+    bool tells_of_writes = false;
 
     // What it remembers -----------------------------------------------------------------------------------------------
 
@@ -62,6 +67,9 @@ public:
 
     /// The executed groups as text: "Domain[symbol=value symbol=value] Domain[]".
     std::string executed() const;
+
+    /// Writes, or without a value removes, an entry of a domain's configuration. A map merges into a map.
+    RavikSrv::ErrorValue change(std::string const& domain, std::string const& path, RavikSrv::Value const* value);
 
     // The host --------------------------------------------------------------------------------------------------------
 

@@ -27,63 +27,38 @@ namespace
 
 using Ravik::EditReport;
 using Ravik::Project;
-using Ravik::Testing::full_path;
 
 std::string const domain(Ravik::recipe_domain);
 
-std::string with_prefix(std::string text, std::string const& prefix)
-{
-    for (auto at = text.find('$'); at != std::string::npos; at = text.find('$'))
-    {
-        text.replace(at, 1, prefix);
-    }
-    return text;
-}
+/// The edits bring a family of types and recipes in, reorganise it and take it away again, family by family: "$" is its
+/// name and "#" its number.
+constexpr auto edits = std::to_array<char const*>({
+    "+ $::T { m n } $::U($::T) { o } $::V { k>$::T } | "
+    "$::A:$::T { m=1 } $::B:$::T { m=1 n=2 } $::C:$::U { o=1 } $::D:$::V { k=$::A }",
+    "R::$::A::values::m = #",
+    "T::$::T > T::$::W",
+    "R::$::A > R::$::Q",
+    "T::$::W::members::m > T::$::W::members::q",
+    "T::$ > T::N$",
+    R"(R::$::E = {"recipeTypeName":"N$::W","values":{"q":#}})",
+    "R::$::Q >",
+    "R::$ > R::M$",
+    "T::N$ >",
+    "R::M$ >",
+});
 
-EditReport move(Project& project, std::string const& from, std::string const& to)
-{
-    return to.empty() ? project.remove(domain, full_path(from), {})
-                      : project.rename(domain, full_path(from), full_path(to), {});
-}
-
-/// Makes the edit of that number, the outcome of the one before it given. Eleven edits bring a family of types and
-/// recipes in, reorganise it and take it away again.
+/// Makes the edit of that number, the outcome of the one before it given.
 EditReport make_edit(Project& project, int number)
 {
-    auto const round = number / 11;
-    auto const named = [prefix = "P" + std::to_string(round % 3)](char const* text)
-    { return with_prefix(text, prefix); };
-    auto const set = [&](char const* place, std::string const& json)
-    { return project.set(domain, full_path(named(place)), Ravik::Json::parse(named(json.c_str()))); };
-    switch (number % 11)
+    auto const round = static_cast<std::size_t>(number) / edits.size();
+    std::string text;
+    for (auto const* letter = edits.at(static_cast<std::size_t>(number) % edits.size()); *letter != '\0'; ++letter)
     {
-    case 0:
-        return project.import(domain,
-                              Ravik::Testing::configuration(
-                                  named("$/T(m,n) $/U<$/T>(o) $/V(k@$/T) | $/A:$/T(m=1) $/B:$/T(m=1,n=2) $/C:$/U(o=1) "
-                                        "$/D:$/V(k=$/A)")),
-                              {});
-    case 1:
-        return set("R/$/A/values/m", std::to_string(round));
-    case 2:
-        return move(project, named("T/$/T"), named("T/$/W"));
-    case 3:
-        return move(project, named("R/$/A"), named("R/$/Q"));
-    case 4:
-        return move(project, named("T/$/W/members/m"), named("T/$/W/members/q"));
-    case 5:
-        return move(project, named("T/$"), named("T/N$"));
-    case 6:
-        return set("R/$/E", R"({"recipeTypeName":"N$::W","values":{"q":)" + std::to_string(round) + "}}");
-    case 7:
-        return move(project, named("R/$/Q"), "");
-    case 8:
-        return move(project, named("R/$"), named("R/M$"));
-    case 9:
-        return move(project, named("T/N$"), "");
-    default:
-        return move(project, named("R/M$"), "");
+        *letter == '$'   ? text.append("P").append(std::to_string(round % 3))
+        : *letter == '#' ? text.append(std::to_string(round))
+                         : text.append(1, *letter);
     }
+    return Ravik::Testing::edit(project, text);
 }
 
 /// The outcome of all edits up to a number, without a store.

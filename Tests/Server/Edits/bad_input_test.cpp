@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
-#include <initializer_list>
 #include <sqlite3.h>
 #include <sstream>
 
@@ -15,184 +15,119 @@ namespace
 
 using RavikSrv::Value;
 using RavikSrv::ValueType;
+using Test::repeated;
 using Testing::EditedProject;
 using Testing::name;
 
-constexpr char const* initial = "A(m,n) B<A>(k@N) N(o) F/T(p) E/ | R1:A(m=1,n=2) R2:B(k=R3) R3:N(o=1) F/R4:F/T(p=4)";
+constexpr char const* initial = "A { m n } B(A) { k>N } N { o } F::T { p } E/ | "
+                                "R1:A { m=1 n=2 } R2:B { k=R3 } R3:N { o=1 } F::R4:F::T { p=4 }";
 
-/// An edit that must be refused: what is set ("PATH JSON"), moved ("PATH > NEW PATH") or imported (JSON), the error,
-/// and a part of the place that the answer names.
-struct BadEdit
-{
-    char const* edit;
-    char const* error;
-    char const* place;
-};
-
-constexpr std::initializer_list<BadEdit> bad_sets = {
-    // Paths.
-    {"|1", "INVALID_PATH", "path"},
-    {"T|{}", "TYPE_MISMATCH", "recipeTypeList::A"},
-    {"R|{}", "TYPE_MISMATCH", "recipeList::R1"},
-    {"R|[]", "TYPE_MISMATCH", "recipeList"},
-    {"T|1", "TYPE_MISMATCH", "recipeTypeList"},
-    {"Tx|{}", "INVALID_PATH", "recipeTypeListx"},
-    {"other|1", "INVALID_PATH", "other"},
-    {"Rx/y|1", "INVALID_PATH", "recipeListx"},
-    {"R/|{}", "INVALID_PATH", "recipeList::"},
-    {"R//x|{}", "INVALID_PATH", "recipeList::::x"},
-    {"R/x/|{}", "INVALID_PATH", "recipeList::x::"},
-    {"R/x:|{}", "INVALID_PATH", "x:"},
-    {"R[0]|{}", "INVALID_PATH", "recipeList[0]"},
-    {"R/a[0]|{}", "INVALID_PATH", "recipeList::a[0]"},
-    {"R/R1[0]|1", "UNEXPECTED_FIELD", "recipeList::R1"},
-    {"R/R1/values/m/x|1", "ENTRY_NOT_FOUND", "recipeList::R1::values::m::x"},
-    {"R/R1/values/m[0]|1", "ENTRY_NOT_FOUND", "m[0]"},
-    {"T/B/recipeTypeNames[7]|\"A\"", "ENTRY_NOT_FOUND", "recipeTypeNames[7]"},
-    {"T/B/recipeTypeNames/x|\"A\"", "ENTRY_NOT_FOUND", "recipeTypeNames::x"},
-    // What would become of entries and folders.
-    {"R/R1|{}", "TYPE_MISMATCH", "recipeList::R1"},
-    {"R/R1|1", "TYPE_MISMATCH", "recipeList::R1"},
-    {"R/R1|null", "TYPE_MISMATCH", "recipeList::R1"},
-    {"R/R1|{\"x\":{}}", "TYPE_MISMATCH", "recipeList::R1"},
-    {"T/A|{}", "TYPE_MISMATCH", "recipeTypeList::A"},
-    {"T/A|[1]", "TYPE_MISMATCH", "recipeTypeList::A"},
-    {"R/F|{}", "TYPE_MISMATCH", "recipeList::F::R4"},
-    {R"(R/F|{"recipeTypeName":"A","values":{}})", "TYPE_MISMATCH", "recipeList::F"},
-    {"R/F|{\"R4\":{}}", "TYPE_MISMATCH", "recipeList::F::R4"},
-    {"R/F|{\"R4\":7}", "TYPE_MISMATCH", "recipeList::F::R4"},
-    {"R/F/values|{}", "TYPE_MISMATCH", "recipeList::F"},
-    {"R/F/recipeTypeName|\"A\"", "TYPE_MISMATCH", "recipeList::F"},
-    {"T/F/members|{}", "TYPE_MISMATCH", "recipeTypeList::F"},
-    {R"(T/F/members/m|{"symbol":"m"})", "TYPE_MISMATCH", "recipeTypeList::F"},
-    {"T/F|{\"members\":{}}", "TYPE_MISMATCH", "recipeTypeList::F"},
-    {"R/X|5", "TYPE_MISMATCH", "recipeList::X"},
-    {"R/X|\"text\"", "TYPE_MISMATCH", "recipeList::X"},
-    {"R/X|{\"Y\":5}", "TYPE_MISMATCH", "recipeList::X::Y"},
-    {"T/X|{\"Y\":null}", "TYPE_MISMATCH", "recipeTypeList::X::Y"},
-    // Names.
-    {"R/X|{\"\":{}}", "INVALID_PATH", "recipeList::X"},
-    {"R/X|{\"a::b\":{}}", "INVALID_PATH", "recipeList::X"},
-    {"R/X|{\":a\":{}}", "INVALID_PATH", "recipeList::X"},
-    {"R/X|{\"a[1]\":{}}", "INVALID_PATH", "recipeList::X"},
-    {R"(T/A/members|{"":{"symbol":"m"}})", "INVALID_PATH", "recipeTypeList::A::members"},
-    {R"(T/A/members|{"a::b":{"symbol":"m"}})", "INVALID_PATH", "recipeTypeList::A::members"},
-    {R"(T/A/members|{"a[2]":{"symbol":"m"}})", "INVALID_PATH", "recipeTypeList::A::members"},
-    {"R/R1/values|{\"a:\":1}", "INVALID_PATH", "recipeList::R1::values"},
-    {"R/R1/values|{\"a::b\":1}", "INVALID_PATH", "recipeList::R1::values"},
-    // Reserved words.
-    {R"(R/members|{"R":{"recipeTypeName":"A","values":{}}})", "BLACKLISTED", "recipeList::members"},
-    {R"(R/myvalues|{"recipeTypeName":"A","values":{}})", "BLACKLISTED", "recipeList::myvalues"},
-    {"T/options|{\"members\":{}}", "BLACKLISTED", "recipeTypeList::options"},
-    {R"(R/recipeTypeList|{"recipeTypeName":"A","values":{}})", "BLACKLISTED", "recipeList::recipeTypeList"},
-    // Recipe types.
-    {"T/X|{\"members\":5}", "TYPE_MISMATCH", "recipeTypeList::X"},
-    {"T/X|{\"members\":[]}", "TYPE_MISMATCH", "recipeTypeList::X"},
-    {R"(T/X|{"members":{},"other":1})", "UNEXPECTED_FIELD", "recipeTypeList::X"},
-    {R"(T/X|{"members":{"m":5}})", "TYPE_MISMATCH", "recipeTypeList::X"},
-    {R"(T/X|{"members":{"m":{"symbol":5}}})", "TYPE_MISMATCH", "recipeTypeList::X"},
-    {R"(T/X|{"members":{"m":{"enabled":"yes"}}})", "TYPE_MISMATCH", "recipeTypeList::X"},
-    {R"(T/X|{"members":{"m":{"recipeType":1}}})", "TYPE_MISMATCH", "recipeTypeList::X"},
-    {R"(T/X|{"members":{"m":{"schema":7}}})", "TYPE_MISMATCH", "recipeTypeList::X"},
-    {R"(T/X|{"members":{"m":{"sybmol":"m"}}})", "UNEXPECTED_FIELD", "recipeTypeList::X"},
-    {R"(T/X|{"members":{},"recipeTypeNames":"A"})", "TYPE_MISMATCH", "recipeTypeList::X"},
-    {R"(T/X|{"members":{},"recipeTypeNames":[1]})", "TYPE_MISMATCH", "recipeTypeList::X"},
-    {R"(T/X|{"members":{},"options":{"enabled":true}})", "ENUM_VALUE_MISMATCH", "recipeTypeList::X"},
-    {R"(T/X|{"members":{},"options":{"x":1}})", "UNEXPECTED_FIELD", "recipeTypeList::X"},
-    {R"(T/X|{"members":{"m":{"symbol":"a","defaultValue":1}}})", "SYMBOL_NOT_MAPPED", "recipeTypeList::X"},
-    {R"(T/X|{"members":{"m":{"symbol":"m","defaultValue":"x"}}})", "TYPE_MISMATCH", "recipeTypeList::X"},
-    {R"(T/X|{"members":{"m":{"schema":{"type":"string"},"defaultValue":1}}})", "TYPE_MISMATCH", "recipeTypeList::X"},
-    {R"(T/X|{"members":{"m":{"schema":{"$ref":"#/nowhere"},"defaultValue":1}}})", "TYPE_MISSING", "recipeTypeList::X"},
-    {R"(T/X|{"members":{"m":{"schema":{"$ref":"#"},"defaultValue":1}}})", "RECURSION", "recipeTypeList::X"},
-    {R"(T/X|{"members":{"m":{"recipeType":"a"}},"recipeTypeNames":["A"]})", "INVALID_PARAMETER", "recipeTypeList::X"},
-    {R"(T/X|{"members":{"m":{"recipeType":"A"}},"recipeTypeNames":["B"]})", "INVALID_PARAMETER", "recipeTypeList::X"},
-    {"T/A/members/m/symbol|\"nothing\"", "SYMBOL_NOT_MAPPED", "recipeTypeList::A::members::m::symbol"},
-    {"T/A/members/m/symbol|[]", "TYPE_MISMATCH", "recipeTypeList::A"},
-    {"T/A/members/m/enabled|1", "TYPE_MISMATCH", "recipeTypeList::A"},
-    {"T/A/members/m/defaultValue|true", "TYPE_MISMATCH", "recipeTypeList::A"},
-    {"T/A/members|7", "TYPE_MISMATCH", "recipeTypeList::A"},
-    {"T/A/recipeTypeNames|{}", "TYPE_MISMATCH", "recipeTypeList::A"},
-    {"T/A/extra|1", "UNEXPECTED_FIELD", "recipeTypeList::A"},
-    {"T/B/members/k/recipeType|\"A\"", "INVALID_PARAMETER", "recipeTypeList::B"},
-    {"T/New/members/m|5", "TYPE_MISMATCH", "recipeTypeList::New"},
-    // Recipes.
-    {R"(R/X|{"recipeTypeName":"A"})", "REQUIRED_FIELD", "recipeList::X"},
-    {"R/X|{\"values\":{}}", "REQUIRED_FIELD", "recipeList::X"},
-    {R"(R/X|{"recipeTypeName":5,"values":{}})", "TYPE_MISMATCH", "recipeList::X"},
-    {R"(R/X|{"recipeTypeName":"A","values":[]})", "TYPE_MISMATCH", "recipeList::X"},
-    {R"(R/X|{"recipeTypeName":"A","values":{},"isActive":true})", "UNEXPECTED_FIELD", "recipeList::X"},
-    {R"(R/X|{"recipeTypeName":"Nobody","values":{}})", "TYPE_MISSING", "recipeList::X"},
-    {R"(R/X|{"recipeTypeName":"F","values":{}})", "TYPE_MISSING", "recipeList::X"},
-    {R"(R/X|{"recipeTypeName":"A","values":{"m":"one"}})", "TYPE_MISMATCH", "recipeList::X"},
-    {R"(R/X|{"recipeTypeName":"A","values":{"m":1.5}})", "TYPE_MISMATCH", "recipeList::X"},
-    {"R/R1/values/m|\"x\"", "TYPE_MISMATCH", "recipeList::R1"},
-    {"R/R1/values/m|{}", "TYPE_MISMATCH", "recipeList::R1"},
-    {"R/R1/recipeTypeName|\"nobody\"", "TYPE_MISSING", "recipeList::R1"},
-    {"R/R1/values|5", "TYPE_MISMATCH", "recipeList::R1"},
-    {"R/New/values/m|1", "REQUIRED_FIELD", "recipeList::New"},
-};
-
-constexpr std::initializer_list<BadEdit> bad_moves = {
-    {" >", "INVALID_PATH", "path"},
-    {"R/nobody >", "ENTRY_NOT_FOUND", "recipeList::nobody"},
-    {"R/R1/values/q >", "ENTRY_NOT_FOUND", "recipeList::R1::values::q"},
-    {"T/B/recipeTypeNames[1] >", "ENTRY_NOT_FOUND", "recipeTypeNames[1]"},
-    {"R// >", "INVALID_PATH", "recipeList"},
-    {"x >", "INVALID_PATH", "x"},
-    {"T/A/members >", "REQUIRED_FIELD", "recipeTypeList::A"},
-    {"R/R1/values >", "REQUIRED_FIELD", "recipeList::R1"},
-    {"R/R1/recipeTypeName >", "REQUIRED_FIELD", "recipeList::R1"},
-    {"R/nobody > R/x", "ENTRY_NOT_FOUND", "recipeList::nobody"},
-    {"R/R1 > R/R2", "ID_IN_USE", "recipeList::R2"},
-    {"R/R1 > R/R1", "INVALID_PATH", "recipeList::R1"},
-    {"R/F > R/F/G", "INVALID_PATH", "recipeList::F::G"},
-    {"R/R1 > T/R1", "INVALID_PATH", "recipeTypeList::R1"},
-    {"T/A > R/A", "INVALID_PATH", "recipeList::A"},
-    {"R/R1 > x", "INVALID_PATH", "x"},
-    {"R > Rx", "INVALID_PATH", "recipeListx"},
-    {"R > T", "INVALID_PATH", "recipeList"},
-    {"R/R1 > R/R2/values/x", "INVALID_PATH", "recipeList::R2::values::x"},
-    {"R/R1 > R/a[0]", "INVALID_PATH", "recipeList::a[0]"},
-    {"R/R1 > R/:a", "INVALID_PATH", "recipeList"},
-    {"R/R1 > R/a/", "INVALID_PATH", "recipeList::a::"},
-    {"R/R1 > R/values", "BLACKLISTED", "recipeList::values"},
-    {"R/F > R/members", "BLACKLISTED", "recipeList::members"},
-    {"T/A > T/Xoptions", "BLACKLISTED", "recipeTypeList::Xoptions"},
-    {"T/F > T/G/members", "BLACKLISTED", "members"},
-    {"T/A/members/m > T/B/members/m", "INVALID_PATH", "recipeTypeList::B::members::m"},
-    {"T/A/members > T/A/member", "REQUIRED_FIELD", "recipeTypeList::A"},
-    {"T/A/members/m > T/A/members/n", "ID_IN_USE", "members::n"},
-    {"T/A/members/m > T/A/members/a:b:", "INVALID_PATH", "members"},
-    {"T/A/members/m/symbol > T/A/members/m/sybmol", "UNEXPECTED_FIELD", "recipeTypeList::A"},
-    {"T/B/recipeTypeNames[0] > T/B/recipeTypeNames[1]", "INVALID_PATH", "recipeTypeNames[1]"},
-    {"R/R1/values/m > R/R2/values/m", "INVALID_PATH", "recipeList::R2::values::m"},
-};
-
-constexpr std::initializer_list<BadEdit> bad_imports = {
-    {"[]", "TYPE_MISMATCH", "recipeTypeList"},
-    {"{}", "REQUIRED_FIELD", "recipeTypeList"},
-    {"5", "TYPE_MISMATCH", "recipeList"},
-    {"{\"other\":{}}", "UNEXPECTED_FIELD", "other"},
-    {"{\"recipeList\":[]}", "TYPE_MISMATCH", "recipeList"},
-    {R"({"recipeList":{},"x":1})", "UNEXPECTED_FIELD", "x"},
-    {R"({"recipeList":{"X":5}})", "TYPE_MISMATCH", "recipeList::X"},
-    {R"({"recipeList":{"R1":{}}})", "TYPE_MISMATCH", "recipeList::R1"},
-    {R"({"recipeList":{"F":{"recipeTypeName":"A","values":{}}}})", "TYPE_MISMATCH", "recipeList::F"},
-    {R"({"recipeList":{"":{}}})", "INVALID_PATH", "recipeList"},
-    {R"({"recipeList":{"a::b":{}}})", "INVALID_PATH", "recipeList"},
-    {R"({"recipeList":{"a[0]":{}}})", "INVALID_PATH", "recipeList"},
-    {R"({"recipeList":{"N":{"recipeTypeName":"no","values":{}}}})", "TYPE_MISSING", "recipeList::N"},
-    {R"({"recipeList":{"values":{"recipeTypeName":"A","values":{}}}})", "BLACKLISTED", "recipeList::values"},
-    {R"({"recipeList":{"N":{"recipeTypeName":"A","values":{"m":"x"}}}})", "TYPE_MISMATCH", "recipeList::N"},
-    {R"({"recipeTypeList":{"X":{"members":{"m":{"symbol":"none","defaultValue":1}}}}})", "SYMBOL_NOT_MAPPED",
-     "recipeTypeList::X"},
-    // A cycle, which the recipe of its type meets.
-    {"{\"recipeTypeList\":{\"X\":{\"members\":{},\"recipeTypeNames\":[\"Y\"]},\"Y\":{\"members\":{},"
-     "\"recipeTypeNames\":[\"X\"]}},\"recipeList\":{\"N\":{\"recipeTypeName\":\"X\",\"values\":{}}}}",
-     "RECURSION", "recipeList::N"},
-    {R"({"recipeTypeList":{"X":{"members":{"m":{"recipeType":"y"}},"recipeTypeNames":["Y"]},"Y":{"members":{}}}})",
-     "INVALID_PARAMETER", "recipeTypeList::X"},
-};
+/// Edits that must be refused, "import JSON" among them. Before each stand the error and the place, or a part of it,
+/// that the answer names.
+constexpr char const* bad_edits = R"(
+INVALID_PATH path  = 1
+TYPE_MISMATCH T::A T = {}
+TYPE_MISMATCH R::R1 R = {}
+INVALID_PATH Tx Tx = {}
+INVALID_PATH R:: R:: = {}
+INVALID_PATH R::::x R::::x = {}
+INVALID_PATH R::x:: R::x:: = {}
+INVALID_PATH x: R::x: = {}
+INVALID_PATH R::a[0] R::a[0] = {}
+UNEXPECTED_FIELD R::R1 R::R1[0] = 1
+ENTRY_NOT_FOUND R::R1::values::m::x R::R1::values::m::x = 1
+ENTRY_NOT_FOUND recipeTypeNames[7] T::B::recipeTypeNames[7] = "A"
+ENTRY_NOT_FOUND recipeTypeNames::x T::B::recipeTypeNames::x = "A"
+TYPE_MISMATCH R::R1 R::R1 = {}
+TYPE_MISMATCH R::R1 R::R1 = 1
+TYPE_MISMATCH R::R1 R::R1 = {"x":{}}
+TYPE_MISMATCH T::A T::A = {}
+TYPE_MISMATCH R::F::R4 R::F = {}
+TYPE_MISMATCH R::F R::F = {"recipeTypeName":"A","values":{}}
+TYPE_MISMATCH R::F::R4 R::F = {"R4":{}}
+TYPE_MISMATCH R::F R::F::values = {}
+TYPE_MISMATCH R::F R::F::recipeTypeName = "A"
+TYPE_MISMATCH T::F T::F::members = {}
+TYPE_MISMATCH T::F T::F = {"members":{}}
+TYPE_MISMATCH R::X R::X = 5
+TYPE_MISMATCH R::X::Y R::X = {"Y":5}
+TYPE_MISMATCH T::X::Y T::X = {"Y":null}
+INVALID_PATH R::X R::X = {"":{}}
+INVALID_PATH R::X R::X = {"a::b":{}}
+INVALID_PATH R::X R::X = {":a":{}}
+INVALID_PATH R::X R::X = {"a[1]":{}}
+INVALID_PATH T::A::members T::A::members = {"":{"symbol":"m"}}
+INVALID_PATH T::A::members T::A::members = {"a[2]":{"symbol":"m"}}
+INVALID_PATH R::R1::values R::R1::values = {"a:":1}
+BLACKLISTED R::members R::members = {"R":{"recipeTypeName":"A","values":{}}}
+TYPE_MISMATCH T::X T::X = {"members":5}
+UNEXPECTED_FIELD T::X T::X = {"members":{},"other":1}
+TYPE_MISMATCH T::X T::X = {"members":{"m":{"symbol":5}}}
+TYPE_MISMATCH T::X T::X = {"members":{"m":{"enabled":"yes"}}}
+TYPE_MISMATCH T::X T::X = {"members":{"m":{"recipeType":1}}}
+TYPE_MISMATCH T::X T::X = {"members":{"m":{"schema":7}}}
+UNEXPECTED_FIELD T::X T::X = {"members":{"m":{"sybmol":"m"}}}
+TYPE_MISMATCH T::X T::X = {"members":{},"recipeTypeNames":"A"}
+ENUM_VALUE_MISMATCH T::X T::X = {"members":{},"options":{"enabled":true}}
+UNEXPECTED_FIELD T::X T::X = {"members":{},"options":{"x":1}}
+SYMBOL_NOT_MAPPED T::X T::X = {"members":{"m":{"symbol":"a","defaultValue":1}}}
+TYPE_MISMATCH T::X T::X = {"members":{"m":{"symbol":"m","defaultValue":"x"}}}
+TYPE_MISMATCH T::X T::X = {"members":{"m":{"schema":{"type":"string"},"defaultValue":1}}}
+TYPE_MISSING T::X T::X = {"members":{"m":{"schema":{"$ref":"#/nowhere"},"defaultValue":1}}}
+RECURSION T::X T::X = {"members":{"m":{"schema":{"$ref":"#"},"defaultValue":1}}}
+INVALID_PARAMETER T::X T::X = {"members":{"m":{"recipeType":"a"}},"recipeTypeNames":["A"]}
+INVALID_PARAMETER T::X T::X = {"members":{"m":{"recipeType":"A"}},"recipeTypeNames":["B"]}
+SYMBOL_NOT_MAPPED T::A::members::m::symbol T::A::members::m::symbol = "nothing"
+TYPE_MISMATCH T::A T::A::members::m::defaultValue = true
+TYPE_MISMATCH T::A T::A::recipeTypeNames = {}
+UNEXPECTED_FIELD T::A T::A::extra = 1
+INVALID_PARAMETER T::B T::B::members::k::recipeType = "A"
+TYPE_MISMATCH T::New T::New::members::m = 5
+REQUIRED_FIELD R::X R::X = {"recipeTypeName":"A"}
+REQUIRED_FIELD R::X R::X = {"values":{}}
+TYPE_MISMATCH R::X R::X = {"recipeTypeName":5,"values":{}}
+UNEXPECTED_FIELD R::X R::X = {"recipeTypeName":"A","values":{},"isActive":true}
+TYPE_MISSING R::X R::X = {"recipeTypeName":"Nobody","values":{}}
+TYPE_MISMATCH R::X R::X = {"recipeTypeName":"A","values":{"m":"one"}}
+TYPE_MISMATCH R::X R::X = {"recipeTypeName":"A","values":{"m":1.5}}
+TYPE_MISSING R::R1 R::R1::recipeTypeName = "nobody"
+REQUIRED_FIELD R::New R::New::values::m = 1
+INVALID_PATH path  >
+ENTRY_NOT_FOUND R::nobody R::nobody >
+ENTRY_NOT_FOUND recipeTypeNames[1] T::B::recipeTypeNames[1] >
+REQUIRED_FIELD T::A T::A::members >
+REQUIRED_FIELD R::R1 R::R1::values >
+REQUIRED_FIELD R::R1 R::R1::recipeTypeName >
+ID_IN_USE R::R2 R::R1 > R::R2
+INVALID_PATH R::R1 R::R1 > R::R1
+INVALID_PATH R::F::G R::F > R::F::G
+INVALID_PATH T::R1 R::R1 > T::R1
+INVALID_PATH x R::R1 > x
+INVALID_PATH Rx R > Rx
+INVALID_PATH R::R2::values::x R::R1 > R::R2::values::x
+INVALID_PATH R::a[0] R::R1 > R::a[0]
+INVALID_PATH R R::R1 > R:::a
+BLACKLISTED R::values R::R1 > R::values
+BLACKLISTED members T::F > T::G::members
+INVALID_PATH T::B::members::m T::A::members::m > T::B::members::m
+REQUIRED_FIELD T::A T::A::members > T::A::member
+ID_IN_USE members::n T::A::members::m > T::A::members::n
+INVALID_PATH members T::A::members::m > T::A::members::a:b:
+UNEXPECTED_FIELD T::A T::A::members::m::symbol > T::A::members::m::sybmol
+INVALID_PATH recipeTypeNames[1] T::B::recipeTypeNames[0] > T::B::recipeTypeNames[1]
+INVALID_PATH R::R2::values::m R::R1::values::m > R::R2::values::m
+TYPE_MISMATCH T import []
+REQUIRED_FIELD T import {}
+UNEXPECTED_FIELD other import {"other":{}}
+UNEXPECTED_FIELD x import {"recipeList":{},"x":1}
+TYPE_MISMATCH R::X import {"recipeList":{"X":5}}
+TYPE_MISMATCH R::R1 import {"recipeList":{"R1":{}}}
+TYPE_MISMATCH R::F import {"recipeList":{"F":{"recipeTypeName":"A","values":{}}}}
+INVALID_PATH R import {"recipeList":{"a::b":{}}}
+TYPE_MISMATCH R::N import {"recipeList":{"N":{"recipeTypeName":"A","values":{"m":"x"}}}}
+SYMBOL_NOT_MAPPED T::X import {"recipeTypeList":{"X":{"members":{"m":{"symbol":"none","defaultValue":1}}}}}
+RECURSION R::N + X(Y) { } Y(X) { } | N:X { }
+INVALID_PARAMETER T::X + X(Y) { n>y } Y { } |)";
 
 /// Every row of the store, in order.
 std::string rows(std::filesystem::path const& file)
@@ -243,93 +178,89 @@ protected:
         EXPECT_TRUE(Json::write(edited.get("")) == before) << what;
     }
 
-    void set(std::string const& path, Value const& value, std::string const& error, std::string const& place)
-    {
-        expect_refused(edited.project->set(edited.domain, path, value), path.substr(0, 60), error, place);
-    }
-
     EditedProject edited;
     std::string before;
     std::string rows_before;
 };
 
-TEST_F(BadInput, sets_are_refused_and_change_nothing)
+TEST_F(BadInput, is_refused_and_changes_nothing)
 {
-    for (auto const& [edit, error, place] : bad_sets)
+    std::istringstream lines(bad_edits);
+    std::string error;
+    std::string place;
+    for (std::string edit; lines >> error >> place && lines.get() && std::getline(lines, edit);)
     {
-        std::string const text = edit;
-        auto const bar = text.find('|');
-        expect_refused(edited.set(text.substr(0, bar), text.c_str() + bar + 1), edit, error, place);
-    }
-    expect_refused(edited.project->set("Nobody", "x", Value(1)), "unknown domain", "INVALID_DOMAIN", "Nobody");
-}
-
-TEST_F(BadInput, moves_are_refused_and_change_nothing)
-{
-    for (auto const& [edit, error, place] : bad_moves)
-    {
-        expect_refused(edited.move(edit), edit, error, place);
-        expect_refused(edited.move(edit, {.force = true, .dry_run = false}), edit, error, place);
-    }
-}
-
-TEST_F(BadInput, imports_are_refused_and_change_nothing)
-{
-    for (auto const& [edit, error, place] : bad_imports)
-    {
-        for (auto const dry_run : {false, true})
+        auto const is_import = edit.starts_with("import ");
+        auto const data = is_import ? Json::parse(edit.substr(edit.find(' '))) : Value();
+        for (auto const again : {false, true})
         {
             ImportOptions options;
-            options.dry_run = dry_run;
-            expect_refused(edited.project->import(edited.domain, Json::parse(edit), options), edit, error, place);
+            options.dry_run = again;
+            auto const report = is_import ? edited.project->import(edited.domain, data, options)
+                                          : edited.edit(edit, {.force = again, .dry_run = false});
+            expect_refused(report, edit, error, Testing::full_path(place));
         }
     }
+    expect_refused(edited.project->set("Nobody", "x", Value(1)), "unknown domain", "INVALID_DOMAIN", "Nobody");
     EXPECT_THROW(Json::parse(R"({"recipeList":{"a":{},"a":{}}})"), std::exception) << "a key that stands twice";
 }
 
-TEST_F(BadInput, what_no_text_can_hold_is_refused)
+Value map_of(std::string_view key, Value const& value)
 {
-    std::string const huge(1 << 20, 'x');
-    set("recipeList::" + huge, Json::parse("{}"), "STRING_LENGTH_MISMATCH", "recipeList");
-    set("recipeList::" + huge + "::y", Json::parse("{}"), "STRING_LENGTH_MISMATCH", "recipeList");
-    set("recipeTypeList::A::members", Json::parse("{\"" + huge + "\":{}}"), "STRING_LENGTH_MISMATCH", "members");
-    set("recipeList::R1::values", Json::parse("{\"" + huge + "\":1}"), "STRING_LENGTH_MISMATCH", "values");
-    set(huge, Value(1), "INVALID_PATH", "recipeTypeList");
-    expect_refused(edited.project->import(edited.domain, Json::parse("{\"" + huge + "\":1}"), {}), "huge list",
-                   "UNEXPECTED_FIELD", "xxx");
-    expect_refused(edited.project->rename(edited.domain, "recipeList::R1", "recipeList::" + huge, {}), "huge name",
-                   "STRING_LENGTH_MISMATCH", "recipeList");
+    Value map(ValueType::Map);
+    map.insert(std::string(key).c_str(), value);
+    return map;
+}
 
-    set("recipeList::\xff", Json::parse("{}"), "ENCODE", "path");
-    set("recipeList::R1::values::m", Value("\xff"), "ENCODE", "recipeList::R1::values::m");
-    Value invalid(ValueType::Map);
-    invalid.insert("\xc3", Value(1));
-    set("recipeList::X", invalid, "ENCODE", "recipeList::X");
-    set("recipeTypeList::A::members::m::defaultValue", Value(std::string_view("a\0b", 3)), "ENCODE", "defaultValue");
-    set("recipeTypeList::A::members::m::defaultValue", Value(std::nan("")), "TYPE_MISMATCH", "recipeTypeList::A");
-
-    for (auto const depth : {150, 100000})
+TEST_F(BadInput, that_no_text_can_hold_is_refused)
+{
+    auto const nested = [](int depth)
     {
-        Value deep(ValueType::Map);
+        Value value(ValueType::Map);
         for (int level = 0; level < depth; ++level)
         {
-            Value outer(ValueType::Map);
-            outer.insert("a", deep);
-            deep = outer;
+            value = map_of("a", value);
         }
-        set("recipeList::X", deep, "ENCODE", "recipeList::X");
-        set("recipeTypeList::A::members::m::defaultValue", deep, "ENCODE", "defaultValue");
-        Value import(ValueType::Map);
-        import.insert("recipeList", deep);
-        expect_refused(edited.project->import(edited.domain, import, {}), "deep import", "ENCODE", "recipeList::a::a");
-    }
-    std::string path = "recipeList";
-    for (int level = 0; level < 130; ++level)
+        return value;
+    };
+    struct Case
     {
-        path += "::f";
+        std::string path;
+        Value value;
+        char const* error;
+        char const* place;
+    };
+    std::string const huge(1 << 20, 'x');
+    std::string const member_default = "recipeTypeList::A::members::m::defaultValue";
+    Value const empty(ValueType::Map);
+    auto deep_path = std::string("recipeList") + repeated(130, [](auto const&, auto const&) { return "::f"; });
+    auto const cases = std::to_array<Case>({
+        {"recipeList::" + huge, empty, "STRING_LENGTH_MISMATCH", "recipeList"},
+        {"recipeList::" + huge + "::y", empty, "STRING_LENGTH_MISMATCH", "recipeList"},
+        {"recipeTypeList::A::members", map_of(huge, empty), "STRING_LENGTH_MISMATCH", "members"},
+        {"recipeList::R1::values", map_of(huge, 1), "STRING_LENGTH_MISMATCH", "values"},
+        {huge, Value(1), "INVALID_PATH", "recipeTypeList"},
+        {"recipeList::\xff", empty, "ENCODE", "path"},
+        {"recipeList::R1::values::m", Value("\xff"), "ENCODE", "recipeList::R1::values::m"},
+        {"recipeList::X", map_of("\xc3", 1), "ENCODE", "recipeList::X"},
+        {member_default, Value(std::string_view("a\0b", 3)), "ENCODE", "defaultValue"},
+        {member_default, Value(std::nan("")), "TYPE_MISMATCH", "recipeTypeList::A"},
+        {"recipeList::X", nested(150), "ENCODE", "recipeList::X"},
+        {"recipeList::X", nested(100'000), "ENCODE", "recipeList::X"},
+        {member_default, nested(150), "ENCODE", "defaultValue"},
+        {deep_path, empty, "ENCODE", "recipeList::f::f"},
+    });
+    auto& project = *edited.project;
+    for (auto const& [path, value, error, place] : cases)
+    {
+        expect_refused(project.set(edited.domain, path, value), path.substr(0, 60), error, place);
     }
-    set(path, Json::parse("{}"), "ENCODE", "recipeList::f::f");
-    expect_refused(edited.project->rename(edited.domain, "recipeList::R1", path, {}), "deep rename", "ENCODE", "f::f");
+    expect_refused(project.import(edited.domain, map_of(huge, 1), {}), "huge list", "UNEXPECTED_FIELD", "xxx");
+    expect_refused(project.import(edited.domain, map_of("recipeList", nested(100'000)), {}), "deep import", "ENCODE",
+                   "recipeList::a::a");
+    expect_refused(project.rename(edited.domain, "recipeList::R1", "recipeList::" + huge, {}), "huge name",
+                   "STRING_LENGTH_MISMATCH", "recipeList");
+    expect_refused(project.rename(edited.domain, "recipeList::R1", deep_path, {}), "deep name", "ENCODE", "f::f");
 }
 
 } // namespace

@@ -72,10 +72,11 @@ protected:
         texts.clear();
         for (auto command = group.begin_vector(); command != group.end_vector(); ++command)
         {
-            outcome += std::string(" ") + RavikSrv::get_error_string(command->result()).name();
-            outcome += command->extension_result() == 0 ? "" : ":" + std::to_string(command->extension_result());
-            outcome += command->read_value().isset() ? "=" + Json::write(command->read_value()) : "";
-            texts += command->result_string() + std::string(";");
+            code = command->extension_result();
+            outcome.append(" ").append(RavikSrv::get_error_string(command->result()).name());
+            outcome.append(code == 0 ? "" : ":" + std::to_string(code));
+            outcome.append(command->read_value().isset() ? "=" + Json::write(command->read_value()) : "");
+            texts.append(command->result_string()).append(";");
         }
         return outcome;
     }
@@ -84,7 +85,9 @@ protected:
 
     TemporaryFolder folder;
     std::unique_ptr<OpenProject> project;
+    /// The texts of the last run, and its last command's extension result.
     std::string texts;
+    unsigned code = 0;
 };
 
 TEST_F(Execution, a_domains_group_goes_to_its_extension_as_it_is)
@@ -129,20 +132,26 @@ TEST_F(Execution, the_servers_group_is_taken_apart_in_its_order)
     EXPECT_NE(texts.find("nothing: "), std::string::npos) << texts;
 }
 
-TEST_F(Execution, a_code_in_the_servers_group_is_named_by_its_extension)
+TEST_F(Execution, codes_and_unknown_names_are_explained)
 {
     auto const outcome = project->read_symbols({"p1", "qfail", "pfail"});
     EXPECT_EQ(outcome.result, ErrorValue::SUCCESS);
     EXPECT_EQ(outcome.commands[1].failure, "SEVEN");
-    CommandGroup group;
-    group.set_domain("RavikSrv");
-    group.insert(group.end_vector(), Command("qfail"));
-    host().execute_command_group(Context(), &group);
     auto& internal = dynamic_cast<RavikSrv::IInternalHost&>(host());
-    EXPECT_STREQ(internal.get_extension_error_string("RavikSrv", group.begin_vector()->extension_result()).name(),
-                 "SEVEN");
+    EXPECT_EQ(run("RavikSrv", {"qfail"}).substr(0, 18), "SUCCESS EXTENSION:");
+    EXPECT_STREQ(internal.get_extension_error_string("RavikSrv", code).name(), "SEVEN") << "in the server's group";
     EXPECT_STREQ(internal.get_extension_error_string("RavikSrv", 7).name(), "");
     EXPECT_STREQ(internal.get_extension_error_string("nobody", 7).name(), "");
+
+    auto const unknown = project->call("nobody", "f", Value());
+    EXPECT_EQ(unknown.error, ErrorValue::INVALID_DOMAIN);
+    EXPECT_NE(unknown.text.find("the project has P, Q"), std::string::npos) << unknown.text;
+    auto const failed = project->call("P", "fail", Value());
+    EXPECT_EQ(failed.result, 7U);
+    EXPECT_EQ(failed.name, "SEVEN");
+    EXPECT_FALSE(failed.succeeded());
+    EXPECT_EQ(project->get("P", "x::y").error, ErrorValue::ENTRY_NOT_FOUND);
+    EXPECT_EQ(project->symbols().size(), 12U);
 }
 
 TEST_F(Execution, configuration_commands_write_replace_and_remove)
@@ -151,21 +160,19 @@ TEST_F(Execution, configuration_commands_write_replace_and_remove)
     {
         Command sent(name.c_str());
         sent.set_options(option);
-        sent.set_write_value(json == nullptr ? Value() : Json::parse(json));
+        sent.set_write_value(Json::parse(json));
         auto const result = host().execute_command(Context(), &sent);
         EXPECT_EQ(result, sent.result());
-        return result;
+        return RavikSrv::get_error_string(result).name() + (" " + Json::write(project->get("P", "").value));
     };
-    EXPECT_EQ(command("P.Config::a", R"({"x":1})"), ErrorValue::SUCCESS);
-    EXPECT_EQ(command("P.Config::a", R"({"y":2})"), ErrorValue::SUCCESS);
-    EXPECT_EQ(Json::write(project->get("P", "a").value), R"({"x":1,"y":2})");
-    EXPECT_EQ(command("P.Config::a", R"({"z":3})", CommandOption::REPLACE), ErrorValue::SUCCESS);
-    EXPECT_EQ(Json::write(project->get("P", "").value), R"({"a":{"z":3}})");
-    EXPECT_EQ(command("P.Config::a::z", nullptr, CommandOption::REMOVE), ErrorValue::SUCCESS);
-    EXPECT_EQ(command("P.Config::a::z", nullptr, CommandOption::REMOVE), ErrorValue::ENTRY_NOT_FOUND);
-    EXPECT_EQ(command("P.Config::a::::z", "1"), ErrorValue::INVALID_PATH);
-    EXPECT_EQ(command("nobody.Config::a", "1"), ErrorValue::INVALID_DOMAIN);
-    EXPECT_EQ(command("nobody", nullptr), ErrorValue::SYMBOL_NOT_MAPPED);
+    EXPECT_EQ(command("P.Config::a", R"({"x":1})"), R"(SUCCESS {"a":{"x":1}})");
+    EXPECT_EQ(command("P.Config::a", R"({"y":2})"), R"(SUCCESS {"a":{"x":1,"y":2}})");
+    EXPECT_EQ(command("P.Config::a", R"({"z":3})", CommandOption::REPLACE), R"(SUCCESS {"a":{"z":3}})");
+    EXPECT_EQ(command("P.Config::a::z", "null", CommandOption::REMOVE), R"(SUCCESS {"a":{}})");
+    EXPECT_EQ(command("P.Config::a::z", "null", CommandOption::REMOVE), R"(ENTRY_NOT_FOUND {"a":{}})");
+    EXPECT_EQ(command("P.Config::a::::z", "1"), R"(INVALID_PATH {"a":{}})");
+    EXPECT_EQ(command("nobody.Config::a", "1"), R"(INVALID_DOMAIN {"a":{}})");
+    EXPECT_EQ(command("nobody", "null"), R"(SYMBOL_NOT_MAPPED {"a":{}})");
     EXPECT_EQ(run("P", {"log"}), "SUCCESS SUCCESS=\"changed a;changed a;changed a;deleted a::z;\"");
 }
 
@@ -182,19 +189,6 @@ TEST_F(Execution, an_extensions_own_writes_are_told_before_they_return)
                                  "config recipeList::S;deleted recipeList::S as recipe;|;\"");
     EXPECT_EQ(run("P", {"config missing::deep=1"}),
               "SUCCESS EXTENSION:" + std::to_string(static_cast<unsigned>(ErrorValue::ENTRY_NOT_FOUND)));
-}
-
-TEST_F(Execution, calls_are_recorded_and_explained)
-{
-    auto const unknown = project->call("nobody", "f", Value());
-    EXPECT_EQ(unknown.error, ErrorValue::INVALID_DOMAIN);
-    EXPECT_NE(unknown.text.find("the project has P, Q"), std::string::npos) << unknown.text;
-    auto const failed = project->call("P", "fail", Value());
-    EXPECT_EQ(failed.result, 7U);
-    EXPECT_EQ(failed.name, "SEVEN");
-    EXPECT_FALSE(failed.succeeded());
-    EXPECT_EQ(project->get("P", "x::y").error, ErrorValue::ENTRY_NOT_FOUND);
-    EXPECT_EQ(project->symbols().size(), 12U);
 }
 
 } // namespace

@@ -1,64 +1,25 @@
 #include "Project/ProjectFile.h"
+#include "Support/TemporaryFolder.h"
+#include "Support/refusal.h"
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
+#include <array>
 #include <string>
-#include <string_view>
 #include <vector>
-
-#include <unistd.h>
 
 namespace Ravik
 {
-
 namespace
 {
 
-/// A project file in a folder of its own, which is the working directory as long as it lives.
-class ProjectFileTest : public testing::Test
+ProjectFile read(std::string const& text)
 {
-protected:
-    void SetUp() override
-    {
-        std::filesystem::create_directories(m_folder);
-        std::filesystem::current_path(m_folder);
-    }
+    Testing::TemporaryFolder const folder;
+    return read_project_file(folder.write("ravik.json", text));
+}
 
-    void TearDown() override
-    {
-        std::filesystem::current_path(m_before);
-        std::filesystem::remove_all(m_folder);
-    }
-
-    static ProjectFile read(std::string_view text)
-    {
-        std::ofstream("ravik.json", std::ios::binary) << text;
-        return read_project_file("./ravik.json");
-    }
-
-    /// The message of the fault, empty where there is none.
-    static std::string message_of(std::string_view text)
-    {
-        try
-        {
-            read(text);
-            return "";
-        }
-        catch (ProjectError const& error)
-        {
-            return error.what();
-        }
-    }
-
-private:
-    std::filesystem::path const m_before = std::filesystem::current_path();
-    std::filesystem::path const m_folder =
-        std::filesystem::temp_directory_path() / ("ravik_project_file_" + std::to_string(getpid()));
-};
-
-TEST_F(ProjectFileTest, ReadsExtensionsAndSymbols)
+TEST(ProjectFile, holds_extensions_and_symbols)
 {
     auto const project = read(R"({
   "extensions": [
@@ -84,14 +45,8 @@ TEST_F(ProjectFileTest, ReadsExtensionsAndSymbols)
     EXPECT_EQ(smallest.symbols, RavikSrv::Value(RavikSrv::ValueType::Map));
 }
 
-TEST_F(ProjectFileTest, TellsWhatWasExpectedWhere)
+TEST(ProjectFile, tells_what_was_expected_where)
 {
-    struct Case
-    {
-        std::string text;
-        std::string_view place;
-        std::string_view fragment;
-    };
     auto const extension = [](std::string const& entry) { return "{\"extensions\": [\n {" + entry + "}]}"; };
     auto const domain = [&](std::string const& name)
     { return extension(R"("library": "x.so", "domain": ")" + name + "\""); };
@@ -101,7 +56,7 @@ TEST_F(ProjectFileTest, TellsWhatWasExpectedWhere)
                "\n" +
                entries + "}}";
     };
-    std::vector<Case> const cases = {
+    std::vector<std::array<std::string, 3>> const cases = {
         {"", "1:1", "empty"},
         {"{\"extensions\": [\n]", "2:2", "ends before"},
         {"{\"extensions\": [],\n\"extensions\": []}", "2:1", "twice"},
@@ -140,27 +95,14 @@ TEST_F(ProjectFileTest, TellsWhatWasExpectedWhere)
     };
     for (auto const& [text, place, fragment] : cases)
     {
-        auto const message = message_of(text);
-        EXPECT_EQ(message.rfind("ravik.json:" + std::string(place) + ": ", 0), 0U) << text << "\n" << message;
+        auto const message = Testing::refusal([text = text] { read(text); });
+        EXPECT_NE(message.find("ravik.json:" + place + ": "), std::string::npos) << text << "\n" << message;
         EXPECT_NE(message.find(fragment), std::string::npos) << text << "\n" << message;
         EXPECT_EQ(message.find('\n'), std::string::npos) << message;
     }
-}
-
-TEST_F(ProjectFileTest, TellsWhyAFileCannotBeRead)
-{
-    EXPECT_THROW(read_project_file("missing.json"), ProjectError);
-    try
-    {
-        read_project_file(".");
-        FAIL() << "a folder was read";
-    }
-    catch (ProjectError const& error)
-    {
-        EXPECT_NE(std::string(error.what()).find("can't be read"), std::string::npos) << error.what();
-    }
+    EXPECT_NE(Testing::refusal([] { read_project_file("missing.json"); }), "");
+    EXPECT_NE(Testing::refusal([] { read_project_file("."); }).find("can't be read"), std::string::npos);
 }
 
 } // namespace
-
 } // namespace Ravik

@@ -1,10 +1,10 @@
-#include "Project/Project.h"
-#include "Support/TemporaryFolder.h"
+#include "EditedProject.h"
 #include "Json/Json.h"
 
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <array>
+#include <bit>
 
 namespace Ravik
 {
@@ -12,17 +12,10 @@ namespace
 {
 
 using RavikSrv::Value;
-using RavikSrv::ValueType;
+using Test::parameters;
 
-/// A member of its own for each value; what it is changed to must make the recipe inactive.
-struct Case
-{
-    char const* type;
-    char const* value;
-    char const* changed;
-};
-
-Case const cases[] = {
+/// Type, value and what a change of it is, which must make the recipe inactive. Each has a member of its own.
+constexpr auto cases = std::to_array<std::array<char const*, 3>>({
     {"BOOL", "true", "false"},
     {"SINT", "-128", "127"},
     {"USINT", "255", "0"},
@@ -42,7 +35,7 @@ Case const cases[] = {
     {"REAL64", "123456789012345680.0", "123456789012345696.0"},
     {"STRING", "\"\"", "\"x\""},
     {"STRING", R"("Apfelsaft 0,5 l \"trüb\" 果汁\n\u0001")", "\"Apfelsaft\""},
-};
+});
 
 std::string member(std::size_t index)
 {
@@ -52,103 +45,65 @@ std::string member(std::size_t index)
 /// The first half of the members belongs to a nested type, the rest to the recipe itself.
 bool is_nested(std::size_t index)
 {
-    return index < std::size(cases) / 2;
+    return index < cases.size() / 2;
 }
 
-std::string joined(std::string const& left, std::string const& right)
+std::string project_file()
 {
-    return left.empty() ? right : left + "," + right;
+    std::vector<std::pair<std::string, std::string>> symbols;
+    for (std::size_t index = 0; index < cases.size(); ++index)
+    {
+        symbols.emplace_back(member(index),
+                             std::string(R"({"$ref":"ravik:general#/definitions/)") + cases.at(index)[0] + "\"}");
+    }
+    return Testing::project_file(symbols);
 }
 
-class RoundTrip : public testing::Test
+Value configuration()
 {
-protected:
-    RoundTrip()
+    auto lists = Test::configuration_of("T { n>N } N { } | R:T { n=Inner } Inner:N { }");
+    for (std::size_t index = 0; index < cases.size(); ++index)
     {
-        std::string symbols;
-        std::string variables;
-        std::string members[2];
-        std::string values[2];
-        for (std::size_t index = 0; index < std::size(cases); ++index)
-        {
-            auto const name = "\"" + member(index) + "\":";
-            symbols = joined(symbols, name + R"({"DOMAIN":"S","SCHEMA":{"$ref":"ravik:general#/definitions/)" +
-                                          cases[index].type + "\"}}");
-            variables = joined(variables, name + "null");
-            auto& own_members = members[is_nested(index) ? 1 : 0];
-            own_members = joined(own_members, name + R"({"enabled":true,"symbol":")" + member(index) + "\"}");
-            auto& own_values = values[is_nested(index) ? 1 : 0];
-            own_values = joined(own_values, name + cases[index].value);
-        }
-        folder.write("ravik.json",
-                     R"({"extensions":[{"domain":"RavikRecipeManagement","library":")" RECIPE_MANAGEMENT_LIBRARY
-                     R"("},{"domain":"S","library":")" SIMULATION_LIBRARY R"(","configuration":{"variables":{)" +
-                         variables + "}}}],\"symbols\":{" + symbols + "}}");
-        reopen();
-        auto const data = R"({"recipeTypeList":{"T":{"members":{)" + members[0] +
-                          R"(,"n":{"recipeType":"N","enabled":true}}},"N":{"members":{)" + members[1] +
-                          R"(}}},"recipeList":{"R":{"recipeTypeName":"T","values":{)" + values[0] +
-                          R"(,"n":"Inner"}},"Inner":{"recipeTypeName":"N","values":{)" + values[1] + "}}}}";
-        auto const report = project->import(std::string(recipe_domain), Json::parse(data), {});
-        EXPECT_TRUE(report.succeeded()) << report.path << ": " << report.text;
+        auto const name = member(index);
+        auto& type = lists["recipeTypeList"][is_nested(index) ? "N" : "T"];
+        type["members"][name.c_str()] = Test::types_of("T { " + name + " }")["T"]["members"][name.c_str()];
+        auto& recipe = lists["recipeList"][is_nested(index) ? "Inner" : "R"];
+        recipe["values"][name.c_str()] = Json::parse(cases.at(index)[1]);
     }
+    return lists;
+}
 
-    void reopen()
+TEST(RoundTrip, each_type_comes_back_as_it_was_and_a_change_makes_the_recipe_inactive)
+{
+    Testing::EditedProject edited(configuration(), project_file());
+    auto const call = [&](char const* function, Value const& sent)
     {
-        project.reset();
-        project = Project::open(folder.path());
-    }
-
-    FunctionOutcome call(char const* function, std::string const& recipe)
-    {
-        Value parameters(ValueType::Struct);
-        parameters.insert("path", Value(recipe.c_str()));
-        auto outcome = project->call(std::string(recipe_domain), function, parameters);
+        auto outcome = edited.project->call(edited.domain, function, sent);
         EXPECT_TRUE(outcome.succeeded()) << outcome.name << " " << outcome.text;
-        return outcome;
-    }
-
-    std::string active()
+        return outcome.value;
+    };
+    auto const active = [&] { return Json::write(call("GetActiveRecipes", Value())); };
+    auto const both = R"(["R","Inner"])";
+    edited.reopen();
+    call("ActivateRecipe", parameters("path", "R"));
+    edited.reopen();
+    EXPECT_EQ(active(), both);
+    Value const outer = call("ReadFromTarget", parameters("path", "R"))["R"];
+    Value const inner = call("ReadFromTarget", parameters("path", "Inner"))["Inner"];
+    for (std::size_t index = 0; index < cases.size(); ++index)
     {
-        return Json::write(project->call(std::string(recipe_domain), "GetActiveRecipes", Value()).value);
-    }
+        auto const& [type, value, changed] = cases.at(index);
+        SCOPED_TRACE(std::string(type) + " " + value);
+        Value const& read = (is_nested(index) ? inner : outer)["values"][member(index).c_str()];
+        auto const stored = Json::parse(value);
+        EXPECT_EQ(read.type(), stored.type());
+        EXPECT_EQ(read, stored) << Json::write(read);
+        EXPECT_EQ(std::bit_cast<std::uint64_t>(read.get_double()), std::bit_cast<std::uint64_t>(stored.get_double()));
 
-    Testing::TemporaryFolder folder;
-    std::unique_ptr<Project> project;
-};
-
-TEST_F(RoundTrip, every_type_comes_back_as_it_was_and_the_recipe_is_active)
-{
-    reopen();
-    call("ActivateRecipe", "R");
-    reopen();
-    EXPECT_EQ(active(), R"(["R","Inner"])");
-    Value const outer = call("ReadFromTarget", "R").value["R"];
-    Value const inner = call("ReadFromTarget", "Inner").value["Inner"];
-    for (std::size_t index = 0; index < std::size(cases); ++index)
-    {
-        Value const& holder = is_nested(index) ? inner : outer;
-        Value const& read = holder["values"][member(index).c_str()];
-        auto const stored = Json::parse(cases[index].value);
-        EXPECT_EQ(read.type(), stored.type()) << cases[index].value;
-        EXPECT_EQ(read, stored) << cases[index].value << " came back as " << Json::write(read);
-        auto const expected = stored.get_double();
-        auto const actual = read.get_double();
-        EXPECT_EQ(std::memcmp(&expected, &actual, sizeof expected), 0) << cases[index].value;
-    }
-}
-
-TEST_F(RoundTrip, a_change_of_any_one_symbol_makes_the_recipe_inactive)
-{
-    call("ActivateRecipe", "R");
-    for (std::size_t index = 0; index < std::size(cases); ++index)
-    {
-        SCOPED_TRACE(cases[index].changed);
-        auto const written = project->write_symbol(member(index), Json::parse(cases[index].changed));
-        EXPECT_EQ(written.commands.at(0).failure, "");
+        EXPECT_EQ(edited.project->write_symbol(member(index), Json::parse(changed)).commands.at(0).failure, "");
         EXPECT_EQ(active(), is_nested(index) ? "[]" : R"(["Inner"])");
-        EXPECT_EQ(project->write_symbol(member(index), Json::parse(cases[index].value)).commands.at(0).failure, "");
-        EXPECT_EQ(active(), R"(["R","Inner"])");
+        EXPECT_EQ(edited.project->write_symbol(member(index), stored).commands.at(0).failure, "");
+        EXPECT_EQ(active(), both);
     }
 }
 

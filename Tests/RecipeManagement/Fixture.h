@@ -1,0 +1,42 @@
+#pragma once
+
+#include "Support/LoadedExtension.h"
+#include "Support/RecipeNotation.h"
+#include "Support/RecordingHost.h"
+
+#include <string>
+
+namespace Ravik::Test
+{
+
+/// The recipe management in a host whose symbols A to D are served by Line and X and Y by Other; V and W of Line are
+/// server symbols.
+struct RecipeManagementFixture
+{
+    RecipeManagementFixture();
+
+    /// Replaces the configuration and forgets what the host was asked.
+    void configure(std::string const& types, std::string const& recipes);
+    /// Tells the extension of every type and recipe, in the order of the configuration.
+    void announce();
+    void announce(std::string const& path);
+
+    /// Calls a function for a recipe.
+    RavikSrv::Command call(char const* function, char const* recipe = "R");
+    /// "result's name | result's text" of an answered command.
+    std::string told(RavikSrv::Command const& command);
+    /// "NAME | text" of an answered notification.
+    static std::string told(RavikSrv::ResultPair const& result);
+    /// What "ActivateRecipe" came to: "executed groups | result's name | result's text".
+    std::string outcome(char const* recipe = "R");
+
+    static constexpr char const* domain = "RavikRecipeManagement";
+
+    RecordingHost host;
+    LoadedExtension extension;
+
+private:
+    void announce(std::string const& path, RavikSrv::Value const& folder, char const* part);
+};
+
+} // namespace Ravik::Test

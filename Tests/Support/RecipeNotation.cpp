@@ -1,0 +1,207 @@
+#include "Support/RecipeNotation.h"
+
+#include "algorithm_helper.h"
+
+#include <algorithm>
+#include <sstream>
+
+namespace Ravik::Test
+{
+
+using namespace RavikSrv;
+
+namespace
+{
+
+/// Cuts off and answers what stands behind the last `mark`; empty where there is none.
+std::string cut(std::string& text, char mark)
+{
+    auto const position = text.rfind(mark);
+    auto behind = position == std::string::npos ? std::string() : text.substr(position + 1);
+    text.erase(std::min(position, text.size()));
+    return behind;
+}
+
+Value scalar(std::string const& text)
+{
+    std::size_t number = 0;
+    return Algorithm::try_as_size_t(text, number) ? Value(static_cast<int>(number)) : Value(text.c_str());
+}
+
+Value& entry_at(Value& root, std::string const& path)
+{
+    auto* entry = &root;
+    for (auto const& name : Algorithm::split_symbol_name(path.c_str()))
+    {
+        entry = &(*entry)[name.c_str()];
+    }
+    return *entry;
+}
+
+void add_member(Value& members, std::string text)
+{
+    Value member(ValueType::Map);
+    auto const nested = cut(text, '>');
+    auto const value = cut(text, '=');
+    auto const is_enabled = !Algorithm::remove_start(text, "-");
+    auto const colon = text.find(':');
+    auto const name = text.substr(0, colon);
+    if (!nested.empty())
+    {
+        member["recipeType"] = nested.c_str();
+    }
+    if (!value.empty())
+    {
+        member["defaultValue"] = scalar(value);
+    }
+    if (colon != std::string::npos || nested.empty())
+    {
+        member["symbol"] = (colon != std::string::npos ? text.substr(colon + 1) : name).c_str();
+    }
+    member["enabled"] = is_enabled;
+    members.insert(name.c_str(), member);
+}
+
+/// An entry's head, whose name it leaves.
+Value type_of(std::string& head)
+{
+    Value type(ValueType::Map);
+    if (head.ends_with(')'))
+    {
+        head.pop_back();
+        std::istringstream names(cut(head, '('));
+        for (std::string name; std::getline(names, name, ',');)
+        {
+            type["recipeTypeNames"] << Value(name.c_str());
+        }
+    }
+    if (head.ends_with('!'))
+    {
+        head.pop_back();
+        type["options"]["enabled"] = "Disabled";
+    }
+    return type;
+}
+
+Value recipe_of(std::string& head)
+{
+    // The first colon that is no part of a separator.
+    auto colon = head.find(':');
+    while (head.compare(colon, 2, "::") == 0)
+    {
+        colon = head.find(':', colon + 2);
+    }
+    Value recipe(ValueType::Map);
+    recipe["recipeTypeName"] = head.substr(colon + 1).c_str();
+    head.erase(colon);
+    return recipe;
+}
+
+void add_value(Value& values, std::string text)
+{
+    auto const content = cut(text, '=');
+    values.insert(text.c_str(), scalar(content));
+}
+
+Value entries_of(std::string const& notation, Value (*entry_of)(std::string& head), char const* parts,
+                 void (*add_part)(Value& all, std::string text))
+{
+    std::istringstream text(notation);
+    Value entries(ValueType::Map);
+    for (std::string head; text >> head;)
+    {
+        if (head.ends_with('/'))
+        {
+            head.pop_back();
+            entry_at(entries, head).set_type(ValueType::Map);
+            continue;
+        }
+        auto entry = entry_of(head);
+        auto& all = entry[parts];
+        all.set_type(ValueType::Map);
+        std::string part;
+        for (text >> part; text >> part && part != "}";)
+        {
+            add_part(all, part);
+        }
+        entry_at(entries, head) = entry;
+    }
+    return entries;
+}
+
+} // namespace
+
+Value types_of(std::string const& notation)
+{
+    return entries_of(notation, type_of, "members", add_member);
+}
+
+Value recipes_of(std::string const& notation)
+{
+    return entries_of(notation, recipe_of, "values", add_value);
+}
+
+Value configuration_of(std::string const& types, std::string const& recipes)
+{
+    Value configuration(ValueType::Map);
+    configuration["recipeTypeList"] = types_of(types);
+    configuration["recipeList"] = recipes_of(recipes);
+    return configuration;
+}
+
+Value configuration_of(std::string const& notation)
+{
+    auto types = notation;
+    auto const recipes = cut(types, '|');
+    return configuration_of(types, recipes);
+}
+
+std::string text_of(Value const& values)
+{
+    std::string text;
+    for (auto value = values.begin(); value != values.end(); ++value)
+    {
+        text.append(text.empty() ? "" : " ").append(value.name()).append("=").append(Algorithm::to_string(*value));
+    }
+    for (auto value = values.begin_vector(); value != values.end_vector(); ++value)
+    {
+        text.append(text.empty() ? "" : " ").append(Algorithm::to_string(*value));
+    }
+    return text;
+}
+
+std::string dump(Value const& value)
+{
+    std::string text;
+    for (auto entry = value.begin(); entry != value.end(); ++entry)
+    {
+        auto const content = dump(*entry);
+        text.append(content.empty() ? "" : std::string(" ") + entry.name() + ":" + content);
+    }
+    for (auto entry = value.begin_vector(); entry != value.end_vector(); ++entry)
+    {
+        text.append(",").append(dump(*entry));
+    }
+    auto const is_text = value.type() == ValueType::String;
+    return value.type() == ValueType::Map ? "{" + text + " }"
+                                          : text + (is_text ? "'" : "") + Algorithm::to_string(value);
+}
+
+std::string repeated(int count, std::function<std::string(std::string const& i, std::string const& next)> const& part)
+{
+    std::string text;
+    for (int i = 0; i < count; ++i)
+    {
+        text += part(std::to_string(i), std::to_string(i + 1));
+    }
+    return text;
+}
+
+Value parameters(char const* name, Value const& value)
+{
+    Value result(ValueType::Struct);
+    result.insert(name, value);
+    return result;
+}
+
+} // namespace Ravik::Test
