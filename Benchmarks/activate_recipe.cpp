@@ -14,7 +14,7 @@ void activate_recipe(benchmark::State& state)
     CountingHost host(static_cast<int>(state.range(0)), static_cast<int>(state.range(1)));
     auto const extension = load_recipe_management(host);
     auto const request = activation();
-    for (auto _ : state)
+    for ([[maybe_unused]] auto _ : state)
     {
         auto group = request;
         host.commands = 0;
@@ -30,7 +30,7 @@ void activate_recipe(benchmark::State& state)
 void append_to_group(benchmark::State& state)
 {
     CountingHost const host(static_cast<int>(state.range(0)), 1);
-    for (auto _ : state)
+    for ([[maybe_unused]] auto _ : state)
     {
         benchmark::DoNotOptimize(append_commands(host));
     }

@@ -115,8 +115,7 @@ double processor_seconds(std::function<void()> const& work)
     return static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
 }
 
-// The edits; each answers the seconds of its fastest run.
-// --------------------------------------------------------------
+// The edits; each answers the seconds of its fastest run -----------------------------------------------------------
 
 double rename_type(int recipes)
 {
