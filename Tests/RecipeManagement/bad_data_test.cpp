@@ -10,28 +10,6 @@ using namespace RavikSrv;
 namespace
 {
 
-/// The texts of the numbers below `count`, separated.
-std::string list(int count, std::string const& separator, std::string const& before, std::string const& behind = "")
-{
-    auto const text = repeated(count, [&](auto const& i, auto const&) { return before + i + behind + separator; });
-    return text.substr(0, text.size() - separator.size());
-}
-
-/// As many types of that name, each with the same text before its members and within them; "*" stands for the next.
-std::string types(int count, std::string const& name, std::string const& head, std::string const& members)
-{
-    return repeated(count,
-                    [&](auto const& i, auto const& next)
-                    {
-                        auto text = name + i + head + " { " + members + " } ";
-                        for (auto at = text.find('*'); at != std::string::npos; at = text.find('*'))
-                        {
-                            text.replace(at, 1, next);
-                        }
-                        return text;
-                    });
-}
-
 /// What an extension that has been told of every entry answers to a request.
 struct Plant : RecipeManagementFixture
 {
@@ -73,39 +51,27 @@ constexpr double limit = 2;
 TEST(BadData, neither_stalls_nor_exhausts_a_request)
 {
     std::string const too_large = " | ACTIVATING_FAILED | Server: REQUEST_TOO_LARGE";
-    auto const thrice = types(19, "T", "", "a>T* b>T* c>T*");
-    auto const twice = types(16, "T", "", "a>T* b>T*") + "T16 { a:A }";
-    auto const nests = "T { " + list(40, " ", "n", ">U") + " b:B=1 } U { a:A a7:A a39:B }";
-    auto const inherit_all = types(30, "T", "(" + list(30, ",", "T") + ")", "a:A");
-    auto const heirs =
-        repeated(16, [](auto const& i, auto const& next) { return "P" + next + "(P" + i + ",P" + i + ") { } "; });
-    auto const names_all = repeated(40,
-                                    [](auto const& i, auto const&)
-                                    {
-                                        auto const names = repeated(40, [](auto const& k, auto const&)
-                                                                    { return "n" + k + "=R" + k + " "; });
-                                        return "R" + i + ":T { " + names + "a" + i + "=" + i + " } ";
-                                    });
-    struct Case
-    {
-        std::string types;
-        std::string recipes;
-        std::string (Plant::*request)();
-        std::string outcome;
-    };
+    auto const* const nests_thrice = "T# { a>T* b>T* c>T* } ";
+    auto const thrice = repeated(19, nests_thrice);
+    auto const twice = repeated(16, "T# { a>T* b>T* } ") + "T16 { a:A }";
+    auto const nests = "T { " + repeated(40, "n#>U ") + " b:B=1 } U { a:A a7:A a39:B }";
+    auto const inherit_all = repeated(30, "T#(" + repeated(30, "T#,") + ") { a:A } ");
+    auto const names_all = repeated(40, "R#:T { " + repeated(40, "n#=R# ") + "a#=# } ");
+    /// Types, recipes, a request and its outcome.
+    using Case = std::tuple<std::string, std::string, std::string (Plant::*)(), std::string>;
     std::vector<Case> const cases = {
         {nests, "R:T { n0=R n1=R n2=R n3=R n4=R a=1 }", &Plant::activated, "Line[A=1 B=1] RavikSrv[] | SUCCESS | "},
         {nests, names_all + "R:T { n0=R0 }", &Plant::activated, "Line[A=7 B=39] RavikSrv[] | SUCCESS | "},
         {thrice + "T19 { a:A }", "R:T0 { }", &Plant::activated, too_large},
         {thrice + "T19 { }", "R:T0 { }", &Plant::activated, too_large},
-        {types(12, "T", "", "a>T* b>T* c>T*") + "T12! { z:A=1 }", "R:T0 { }", &Plant::activated,
+        {repeated(12, nests_thrice) + "T12! { z:A=1 }", "R:T0 { }", &Plant::activated,
          "Line[] RavikSrv[] | SUCCESS | "},
         {inherit_all, "R:T0 { }", &Plant::activated, " | ACTIVATING_FAILED | Server: "},
-        {types(15, "T", "(T*,T*)", "") + "T15 { a:A=1 }", "R:T0 { }", &Plant::activated,
+        {repeated(15, "T#(T*,T*) { } ") + "T15 { a:A=1 }", "R:T0 { }", &Plant::activated,
          "Line[A=1] RavikSrv[] | SUCCESS | "},
         {twice, "R:T0 { a=1 }", &Plant::active, "SUCCESS |  | R"},
-        {"T { a:A }", "R:T { a=1 " + list(16, " ", "n", "=recipeList::R") + " }", &Plant::active, "RECURSION |  | "},
-        {"P0 { } " + heirs, "A:P16 { } B:P0 { }", &Plant::listed, "SUCCESS |  | 65537"},
+        {"T { a:A }", "R:T { a=1 " + repeated(16, "n#=recipeList::R ") + "}", &Plant::active, "RECURSION |  | "},
+        {"P0 { } " + repeated(16, "P*(P#,P#) { } "), "A:P16 { } B:P0 { }", &Plant::listed, "SUCCESS |  | 65537"},
         {thrice + "T19 { a:A }", "R:T0 { }", &Plant::changed_recipe, "REQUEST_TOO_LARGE | REQUEST_TOO_LARGE"},
         {inherit_all, "R:T0 { }", &Plant::changed_recipe, "RECURSION | "},
         {inherit_all + "U(T0,T1,T2,T3,T4) { n>V }", "", &Plant::changed_type, "SUCCESS | "},

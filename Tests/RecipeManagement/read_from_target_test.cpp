@@ -51,9 +51,7 @@ TEST_F(ReadFromTarget, answers_what_the_symbols_hold_for_the_members_that_the_re
         {"R", "T { n>U a:A } U { x:X b:B }", "R:T { a=9 n=S x=9 } S:U { b=6 }",
          "Other[X] Line[B A] | SUCCESS |  | R:T x=7 a=1"},
         {"R", "T { v:V a:A w:W }", "R:T { w=9 v=9 a=9 }", "Line[A] Line[V W] | SUCCESS |  | R:T a=1 v=5 w=6"},
-        {"S", "T { a:A }", "R:T { }", " | READ_FROM_TARGET_FAILED | Server: MISSING_RECIPETYPE | nothing"},
         {"R", "U { a:A }", "R:T { }", " | READ_FROM_TARGET_FAILED | Server: MISSING_RECIPETYPE - T | nothing"},
-        {"R", "T(P) { a:A } P(T) { }", "R:T { }", " | READ_FROM_TARGET_FAILED | Server:  | nothing"},
         {"R", "T { a:A q:Q }", "R:T { }", " | SYMBOL_NOT_MAPPED |  | nothing"},
     });
     for (auto const& [path, types, recipes, answer] : cases)

@@ -2,7 +2,10 @@
 
 #include "algorithm_helper.h"
 
+#include <boost/algorithm/string/replace.hpp>
+
 #include <algorithm>
+#include <regex>
 #include <sstream>
 
 namespace Ravik::Test
@@ -38,28 +41,26 @@ Value& entry_at(Value& root, std::string const& path)
     return *entry;
 }
 
-void add_member(Value& members, std::string text)
+void add_member(Value& members, std::string const& text)
 {
+    static std::regex const form("(-?)([^:=>]*)(?::([^=>]*))?(?:=([^>]*))?(?:>(.*))?");
+    std::smatch parts;
+    std::regex_match(text, parts, form);
     Value member(ValueType::Map);
-    auto const nested = cut(text, '>');
-    auto const value = cut(text, '=');
-    auto const is_enabled = !Algorithm::remove_start(text, "-");
-    auto const colon = text.find(':');
-    auto const name = text.substr(0, colon);
-    if (!nested.empty())
+    if (parts[5].matched)
     {
-        member["recipeType"] = nested.c_str();
+        member["recipeType"] = parts.str(5).c_str();
     }
-    if (!value.empty())
+    if (parts[4].matched)
     {
-        member["defaultValue"] = scalar(value);
+        member["defaultValue"] = scalar(parts.str(4));
     }
-    if (colon != std::string::npos || nested.empty())
+    if (parts[3].matched || !parts[5].matched)
     {
-        member["symbol"] = (colon != std::string::npos ? text.substr(colon + 1) : name).c_str();
+        member["symbol"] = parts.str(parts[3].matched ? 3 : 2).c_str();
     }
-    member["enabled"] = is_enabled;
-    members.insert(name.c_str(), member);
+    member["enabled"] = parts.length(1) == 0;
+    members.insert(parts.str(2).c_str(), member);
 }
 
 /// An entry's head, whose name it leaves.
@@ -85,26 +86,24 @@ Value type_of(std::string& head)
 
 Value recipe_of(std::string& head)
 {
-    // The first colon that is no part of a separator.
-    auto colon = head.find(':');
-    while (head.compare(colon, 2, "::") == 0)
-    {
-        colon = head.find(':', colon + 2);
-    }
+    static std::regex const form("(.*?[^:]):([^:].*)?");
+    std::smatch parts;
+    std::regex_match(head, parts, form);
     Value recipe(ValueType::Map);
-    recipe["recipeTypeName"] = head.substr(colon + 1).c_str();
-    head.erase(colon);
+    recipe["recipeTypeName"] = parts.str(2).c_str();
+    head = parts.str(1);
     return recipe;
 }
 
-void add_value(Value& values, std::string text)
+void add_value(Value& values, std::string const& text)
 {
-    auto const content = cut(text, '=');
-    values.insert(text.c_str(), scalar(content));
+    auto name = text;
+    auto const content = cut(name, '=');
+    values.insert(name.c_str(), scalar(content));
 }
 
 Value entries_of(std::string const& notation, Value (*entry_of)(std::string& head), char const* parts,
-                 void (*add_part)(Value& all, std::string text))
+                 void (*add_part)(Value& all, std::string const& text))
 {
     std::istringstream text(notation);
     Value entries(ValueType::Map);
@@ -187,12 +186,13 @@ std::string dump(Value const& value)
                                           : text + (is_text ? "'" : "") + Algorithm::to_string(value);
 }
 
-std::string repeated(int count, std::function<std::string(std::string const& i, std::string const& next)> const& part)
+std::string repeated(int count, std::string const& part)
 {
     std::string text;
     for (int i = 0; i < count; ++i)
     {
-        text += part(std::to_string(i), std::to_string(i + 1));
+        auto const numbered = boost::replace_all_copy(part, "#", std::to_string(i));
+        text += boost::replace_all_copy(numbered, "*", std::to_string(i + 1));
     }
     return text;
 }

@@ -2,7 +2,6 @@
 
 #include "RavikSrvExtApi.h"
 
-#include <functional>
 #include <string>
 
 /// Recipes and types in a short notation, so that a case fits a line. Entries are separated by blanks, "F::T" lies in
@@ -28,8 +27,8 @@ std::string text_of(RavikSrv::Value const& values);
 /// Any content in short, in its order; an empty list counts as missing.
 std::string dump(RavikSrv::Value const& value);
 
-/// The texts that `part` makes of the numbers from 0, each given with the next, one after another.
-std::string repeated(int count, std::function<std::string(std::string const& i, std::string const& next)> const& part);
+/// The text so many times in a row, with the numbers from 0 for "#" and those from 1 for "*".
+std::string repeated(int count, std::string const& part);
 
 /// A struct with the one entry, as requests take it.
 RavikSrv::Value parameters(char const* name, RavikSrv::Value const& value);

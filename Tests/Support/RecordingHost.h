@@ -13,8 +13,9 @@ namespace Ravik::Test
 {
 
 /// A server that holds its configuration and the symbols' values in memory, answers as it is told to and remembers what
-/// it was asked. One test, one host: its fields are there to be read and set. It does no locking.
-class RecordingHost : public RavikSrv::IRavikSrvExtHost, public RavikSrv::IInternalHost
+/// it was asked. One test, one host: its fields are there to be read and set. It does no locking. This one lacks the
+/// internal interface.
+class BareHost : public RavikSrv::IRavikSrvExtHost
 {
 public:
     /// What a symbol answers instead of being read or written.
@@ -38,20 +39,13 @@ public:
     /// By symbol name. Executed groups write and read it.
     std::map<std::string, RavikSrv::Value> symbols;
     std::map<std::string, Failure> symbol_failures;
-    /// The result of a whole group, by domain. Its commands fare as they would otherwise.
-    std::map<std::string, RavikSrv::ErrorValue> group_failures;
-    /// What the extension of a domain calls a result, by "domain code"; "domain code" itself where nothing stands here.
-    std::map<std::string, std::string> error_names;
-    /// Answers of the validations, in place of success.
-    std::function<RavikSrv::ResultPair(char const* symbol, RavikSrv::Value const& value)> on_validate_symbol;
-    std::function<RavikSrv::ResultPair(RavikSrv::Value const& schema, RavikSrv::Value const& value)> on_validate;
+    /// The domain whose groups fail as a whole. Their commands fare as they would otherwise.
+    std::string failing_group;
 
-    /// The call, counted from 1, that fails: it does nothing and answers an error, or null. 0 for none.
-    std::size_t failing_call = 0;
+    /// The calls, counted from 1, that fail: they do nothing and answer an error, or null.
+    std::set<std::size_t> failing_calls;
     /// The call, counted from 1, that throws, which no host should do. 0 for none.
     std::size_t throwing_call = 0;
-    /// Writes of configuration, counted from 1 over `config_writes`, that fail.
-    std::set<std::size_t> failing_writes;
     /// Whether the configuration listener is told of each write before it returns, as a server does.
     bool tells_of_writes = false;
 
@@ -68,7 +62,7 @@ public:
     /// The executed groups as text: "Domain[symbol=value symbol=value] Domain[]".
     std::string executed() const;
 
-    /// Writes, or without a value removes, an entry of a domain's configuration. A map merges into a map.
+    /// Writes, or without a value removes, an entry of a domain's configuration.
     RavikSrv::ErrorValue change(std::string const& domain, std::string const& path, RavikSrv::Value const* value);
 
     // The host --------------------------------------------------------------------------------------------------------
@@ -83,14 +77,26 @@ public:
                                           RavikSrv::Value const* value) override;
     RavikSrv::Value get_config_value(RavikSrv::Context const& context, char const* path) override;
 
+protected:
+    /// Counts a call and answers whether it fails.
+    bool call_fails();
+
+private:
+    void execute(RavikSrv::Command& command);
+};
+
+/// The same with the internal interface.
+class RecordingHost : public BareHost, public RavikSrv::IInternalHost
+{
+public:
+    /// Answers of the validations, in place of success.
+    std::function<RavikSrv::ResultPair(char const* symbol, RavikSrv::Value const& value)> on_validate_symbol;
+    std::function<RavikSrv::ResultPair(RavikSrv::Value const& schema, RavikSrv::Value const& value)> on_validate;
+
     RavikSrv::ResultPair validate_symbol_value(char const* symbol, RavikSrv::Value const& value) override;
     RavikSrv::ResultPair validate(RavikSrv::Value const& schema, RavikSrv::Value const& value,
                                   char const* path) override;
     RavikSrv::String get_extension_error_string(char const* domain, unsigned code) override;
-
-private:
-    bool call_fails();
-    void execute(RavikSrv::Command& command);
 };
 
 } // namespace Ravik::Test

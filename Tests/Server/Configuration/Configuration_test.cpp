@@ -1,12 +1,10 @@
 #include "Configuration/Configuration.h"
 
-#include "Configuration/Entry.h"
 #include "Support/TemporaryFolder.h"
 #include "Json/Json.h"
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <random>
 #include <thread>
 
@@ -115,42 +113,6 @@ TEST(Configuration, a_restart_finds_the_tree_as_it_was)
             expected = text(configuration);
         }
     }
-}
-
-TEST(Entry, tells_entries_from_folders)
-{
-    auto const tree = Json::parse(R"({"recipeTypeList":{"T":{"members":{}},"F":{"values":{}}},
-        "recipeList":{"R":{"values":{"m":{"k":1}}},"N":{"recipeTypeName":"T"},"F":{"R":{"values":{}},"x":5}},
-        "recipeListing":{"R":{"values":{}}}})");
-    std::vector<std::pair<EntryKind, std::vector<std::pair<char const*, char const*>>>> const places = {
-        {EntryKind::Other, {{"", ""}, {"recipeListing::R", "recipeListing"}}},
-        {EntryKind::Folder, {{"recipeTypeList", "recipeTypeList"}, {"recipeTypeList::F", "recipeTypeList::F"}}},
-        {EntryKind::RecipeType, {{"recipeTypeList::T", "recipeTypeList::T"}}},
-        {EntryKind::Recipe, {{"recipeList::N", "recipeList::N"}, {"recipeList::F::R", "recipeList::F::R"}}},
-        {EntryKind::Inside, {{"recipeList::R::values::m::k", "recipeList::R"}}},
-        {EntryKind::Neither, {{"recipeList::F::x", "recipeList::F::x"}, {"recipeList::no::x", "recipeList::no"}}},
-    };
-    for (auto const& [kind, paths] : places)
-    {
-        for (auto const& [path, owner] : paths)
-        {
-            EXPECT_EQ(locate(path, tree).kind, kind) << path;
-            EXPECT_EQ(locate(path, tree).owner, owner) << path;
-        }
-    }
-    std::string visited;
-    for_each_entry(
-        "", tree,
-        [&visited](std::string const& path, Value const& /*entry*/, EntryKind kind)
-        {
-            visited.append(path).append("=").append(schema_type(kind)).append(" ");
-            return true;
-        },
-        true);
-    EXPECT_EQ(visited,
-              "recipeTypeList= recipeTypeList::T=recipeType recipeTypeList::F= recipeTypeList::F::values= recipeList= "
-              "recipeList::R=recipe recipeList::N=recipe recipeList::F= recipeList::F::R=recipe "
-              "recipeList::F::x= ");
 }
 
 } // namespace

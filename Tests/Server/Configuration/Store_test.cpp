@@ -22,22 +22,19 @@ std::string refused(std::filesystem::path const& file)
     return Testing::refusal([&] { Store::open(file, 0s); });
 }
 
-void run_sql(std::filesystem::path const& file, char const* sql)
-{
-    sqlite3* database = nullptr;
-    ASSERT_EQ(sqlite3_open(file.c_str(), &database), SQLITE_OK);
-    EXPECT_EQ(sqlite3_exec(database, sql, nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(database);
-    sqlite3_close(database);
-}
-
 TEST(Store, refuses_files_that_are_not_its_own)
 {
     TemporaryFolder const folder;
     auto const foreign = folder.path() / "foreign.db";
     auto const later = folder.path() / "later.db";
     EXPECT_EQ(refused(later), "");
-    run_sql(foreign, "CREATE TABLE t(x)");
-    run_sql(later, "PRAGMA user_version=99");
+    for (auto const& [file, sql] : {std::pair(foreign, "CREATE TABLE t(x)"), {later, "PRAGMA user_version=99"}})
+    {
+        sqlite3* database = nullptr;
+        ASSERT_EQ(sqlite3_open(file.c_str(), &database), SQLITE_OK);
+        EXPECT_EQ(sqlite3_exec(database, sql, nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(database);
+        sqlite3_close(database);
+    }
     EXPECT_NE(refused(folder.write("text.db", std::string(5000, 'x'))).find("no SQLite database"), std::string::npos);
     EXPECT_NE(refused(foreign).find("another program"), std::string::npos);
     EXPECT_NE(refused(later).find("later version"), std::string::npos);

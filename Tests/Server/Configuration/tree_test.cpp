@@ -37,8 +37,7 @@ constexpr auto cases = std::to_array<Case>({
     {"a::n", "9", merge, R"({"a":{"b":1,"c":{"d":2},"n":9},"v":["x",{"y":1}],"s":"t"})"},
     {"a::b", "9", merge, R"({"a":{"b":9,"c":{"d":2}},"v":["x",{"y":1}],"s":"t"})"},
     // A map merges into a map, one level deep.
-    {"a", R"({"n":0,"b":5})", merge, R"({"a":{"b":5,"c":{"d":2},"n":0},"v":["x",{"y":1}],"s":"t"})"},
-    {"a", R"({"c":{"z":1}})", merge, R"({"a":{"b":1,"c":{"z":1}},"v":["x",{"y":1}],"s":"t"})"},
+    {"a", R"({"n":0,"c":{"z":1}})", merge, R"({"a":{"b":1,"c":{"z":1},"n":0},"v":["x",{"y":1}],"s":"t"})"},
     {"a", R"({"n":0})", replace, R"({"a":{"n":0},"v":["x",{"y":1}],"s":"t"})"},
     {"s", R"({"n":0})", merge, R"({"a":{"b":1,"c":{"d":2}},"v":["x",{"y":1}],"s":{"n":0}})"},
     {"", R"({"s":1})", merge, R"({"a":{"b":1,"c":{"d":2}},"v":["x",{"y":1}],"s":1})"},
@@ -47,13 +46,10 @@ constexpr auto cases = std::to_array<Case>({
     {"v[1]::y", "2", merge, R"({"a":{"b":1,"c":{"d":2}},"v":["x",{"y":2}],"s":"t"})"},
     {"v[2]", "1", merge, nullptr, not_found},
     {"s::n", "1", merge, nullptr, not_found},
-    {"q::n", "1", merge, nullptr, not_found},
     {"a::::b", "1", merge, nullptr, invalid},
-    {"a::", "1", merge, nullptr, invalid},
     {"", "1", merge, nullptr, invalid},
     // Removed, first of all in the middle.
     {"a::b", nullptr, merge, R"({"a":{"c":{"d":2}},"v":["x",{"y":1}],"s":"t"})"},
-    {"v", nullptr, merge, R"({"a":{"b":1,"c":{"d":2}},"s":"t"})"},
     {"v[0]", nullptr, merge, R"({"a":{"b":1,"c":{"d":2}},"v":[{"y":1}],"s":"t"})"},
     {"a::q", nullptr, merge, nullptr, not_found},
     {"", nullptr, merge, nullptr, invalid},

@@ -5,9 +5,6 @@
 #include "api_helper.h"
 #include "Json/Json.h"
 
-#include <algorithm>
-#include <iterator>
-#include <numeric>
 #include <set>
 #include <stdexcept>
 
@@ -81,7 +78,7 @@ void EditedProject::reopen()
     project = Project::open(folder.path());
 }
 
-std::string EditedProject::lost_paths() const
+bool EditedProject::lists_all_recipes() const
 {
     std::set<std::string> stored;
     std::set<std::string> listed;
@@ -101,9 +98,7 @@ std::string EditedProject::lost_paths() const
             listed.insert(RavikSrv::Algorithm::to_string(*recipe));
         }
     }
-    std::vector<std::string> lost;
-    std::set_symmetric_difference(stored.begin(), stored.end(), listed.begin(), listed.end(), std::back_inserter(lost));
-    return std::accumulate(lost.begin(), lost.end(), std::string());
+    return listed == stored;
 }
 
 std::string state_of(std::string const& configuration)

@@ -39,15 +39,11 @@ public:
     {
         return Testing::edit(*project, text, options);
     }
-    EditReport import(std::string const& text, ImportOptions const& options) const
-    {
-        return project->import(domain, Test::configuration_of(text), options);
-    }
     RavikSrv::Value get(std::string const& path) const { return project->get(domain, path).value; }
     /// The configuration in short, to compare with `state_of` what it should be.
     std::string state() const { return Test::dump(get("")); }
-    /// The recipes that either stand in the configuration or are listed by `GetRecipes` for its types, yet not both.
-    std::string lost_paths() const;
+    /// Whether the recipes of the configuration are those that `GetRecipes` lists for its types.
+    bool lists_all_recipes() const;
 
     std::string const domain{recipe_domain};
     TemporaryFolder folder;

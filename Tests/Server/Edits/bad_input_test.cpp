@@ -5,7 +5,8 @@
 
 #include <array>
 #include <cmath>
-#include <sqlite3.h>
+#include <fstream>
+#include <iterator>
 #include <sstream>
 
 namespace Ravik
@@ -30,38 +31,28 @@ TYPE_MISMATCH T::A T = {}
 TYPE_MISMATCH R::R1 R = {}
 INVALID_PATH Tx Tx = {}
 INVALID_PATH R:: R:: = {}
-INVALID_PATH R::::x R::::x = {}
 INVALID_PATH R::x:: R::x:: = {}
 INVALID_PATH x: R::x: = {}
 INVALID_PATH R::a[0] R::a[0] = {}
-UNEXPECTED_FIELD R::R1 R::R1[0] = 1
 ENTRY_NOT_FOUND R::R1::values::m::x R::R1::values::m::x = 1
 ENTRY_NOT_FOUND recipeTypeNames[7] T::B::recipeTypeNames[7] = "A"
-ENTRY_NOT_FOUND recipeTypeNames::x T::B::recipeTypeNames::x = "A"
 TYPE_MISMATCH R::R1 R::R1 = {}
-TYPE_MISMATCH R::R1 R::R1 = 1
 TYPE_MISMATCH R::R1 R::R1 = {"x":{}}
 TYPE_MISMATCH T::A T::A = {}
 TYPE_MISMATCH R::F::R4 R::F = {}
 TYPE_MISMATCH R::F R::F = {"recipeTypeName":"A","values":{}}
 TYPE_MISMATCH R::F::R4 R::F = {"R4":{}}
 TYPE_MISMATCH R::F R::F::values = {}
-TYPE_MISMATCH R::F R::F::recipeTypeName = "A"
 TYPE_MISMATCH T::F T::F::members = {}
-TYPE_MISMATCH T::F T::F = {"members":{}}
 TYPE_MISMATCH R::X R::X = 5
 TYPE_MISMATCH R::X::Y R::X = {"Y":5}
-TYPE_MISMATCH T::X::Y T::X = {"Y":null}
 INVALID_PATH R::X R::X = {"":{}}
 INVALID_PATH R::X R::X = {"a::b":{}}
-INVALID_PATH R::X R::X = {":a":{}}
 INVALID_PATH R::X R::X = {"a[1]":{}}
 INVALID_PATH T::A::members T::A::members = {"":{"symbol":"m"}}
-INVALID_PATH T::A::members T::A::members = {"a[2]":{"symbol":"m"}}
 INVALID_PATH R::R1::values R::R1::values = {"a:":1}
 BLACKLISTED R::members R::members = {"R":{"recipeTypeName":"A","values":{}}}
 TYPE_MISMATCH T::X T::X = {"members":5}
-UNEXPECTED_FIELD T::X T::X = {"members":{},"other":1}
 TYPE_MISMATCH T::X T::X = {"members":{"m":{"symbol":5}}}
 TYPE_MISMATCH T::X T::X = {"members":{"m":{"enabled":"yes"}}}
 TYPE_MISMATCH T::X T::X = {"members":{"m":{"recipeType":1}}}
@@ -88,7 +79,6 @@ REQUIRED_FIELD R::X R::X = {"values":{}}
 TYPE_MISMATCH R::X R::X = {"recipeTypeName":5,"values":{}}
 UNEXPECTED_FIELD R::X R::X = {"recipeTypeName":"A","values":{},"isActive":true}
 TYPE_MISSING R::X R::X = {"recipeTypeName":"Nobody","values":{}}
-TYPE_MISMATCH R::X R::X = {"recipeTypeName":"A","values":{"m":"one"}}
 TYPE_MISMATCH R::X R::X = {"recipeTypeName":"A","values":{"m":1.5}}
 TYPE_MISSING R::R1 R::R1::recipeTypeName = "nobody"
 REQUIRED_FIELD R::New R::New::values::m = 1
@@ -97,7 +87,6 @@ ENTRY_NOT_FOUND R::nobody R::nobody >
 ENTRY_NOT_FOUND recipeTypeNames[1] T::B::recipeTypeNames[1] >
 REQUIRED_FIELD T::A T::A::members >
 REQUIRED_FIELD R::R1 R::R1::values >
-REQUIRED_FIELD R::R1 R::R1::recipeTypeName >
 ID_IN_USE R::R2 R::R1 > R::R2
 INVALID_PATH R::R1 R::R1 > R::R1
 INVALID_PATH R::F::G R::F > R::F::G
@@ -105,9 +94,7 @@ INVALID_PATH T::R1 R::R1 > T::R1
 INVALID_PATH x R::R1 > x
 INVALID_PATH Rx R > Rx
 INVALID_PATH R::R2::values::x R::R1 > R::R2::values::x
-INVALID_PATH R::a[0] R::R1 > R::a[0]
 INVALID_PATH R R::R1 > R:::a
-BLACKLISTED R::values R::R1 > R::values
 BLACKLISTED members T::F > T::G::members
 INVALID_PATH T::B::members::m T::A::members::m > T::B::members::m
 REQUIRED_FIELD T::A T::A::members > T::A::member
@@ -121,49 +108,28 @@ REQUIRED_FIELD T import {}
 UNEXPECTED_FIELD other import {"other":{}}
 UNEXPECTED_FIELD x import {"recipeList":{},"x":1}
 TYPE_MISMATCH R::X import {"recipeList":{"X":5}}
-TYPE_MISMATCH R::R1 import {"recipeList":{"R1":{}}}
 TYPE_MISMATCH R::F import {"recipeList":{"F":{"recipeTypeName":"A","values":{}}}}
-INVALID_PATH R import {"recipeList":{"a::b":{}}}
 TYPE_MISMATCH R::N import {"recipeList":{"N":{"recipeTypeName":"A","values":{"m":"x"}}}}
 SYMBOL_NOT_MAPPED T::X import {"recipeTypeList":{"X":{"members":{"m":{"symbol":"none","defaultValue":1}}}}}
 RECURSION R::N + X(Y) { } Y(X) { } | N:X { }
 INVALID_PARAMETER T::X + X(Y) { n>y } Y { } |)";
 
-/// Every row of the store, in order.
-std::string rows(std::filesystem::path const& file)
-{
-    std::ostringstream text;
-    sqlite3* database = nullptr;
-    EXPECT_EQ(sqlite3_open(file.c_str(), &database), SQLITE_OK);
-    auto const append = [](void* out, int count, char** values, char** /*names*/)
-    {
-        for (int column = 0; column < count; ++column)
-        {
-            *static_cast<std::ostringstream*>(out) << (values[column] == nullptr ? "NULL" : values[column]) << '|';
-        }
-        return 0;
-    };
-    EXPECT_EQ(sqlite3_exec(database, "SELECT * FROM entry ORDER BY rank", append, &text, nullptr), SQLITE_OK);
-    sqlite3_close(database);
-    return text.str();
-}
-
 class BadInput : public testing::Test
 {
 protected:
-    BadInput() : edited(initial)
-    {
-        before = Json::write(edited.get(""));
-        edited.project.reset();
-        rows_before = rows(edited.folder.path() / "ravik.db");
-        edited.reopen();
-    }
+    BadInput() : edited(initial), before(Json::write(edited.get(""))), stored(store()) {}
 
-    /// The store is as it was, row by row.
-    void TearDown() override
+    /// The store is as it was, byte by byte.
+    void TearDown() override { EXPECT_TRUE(store() == stored); }
+
+    /// The bytes of the store, which the project is closed for.
+    std::string store()
     {
         edited.project.reset();
-        EXPECT_EQ(rows(edited.folder.path() / "ravik.db"), rows_before);
+        std::ifstream file(edited.folder.path() / "ravik.db", std::ios::binary);
+        std::string bytes(std::istreambuf_iterator<char>(file), {});
+        edited.reopen();
+        return bytes;
     }
 
     void expect_refused(EditReport const& report, std::string const& what, std::string const& error,
@@ -180,7 +146,7 @@ protected:
 
     EditedProject edited;
     std::string before;
-    std::string rows_before;
+    std::string stored;
 };
 
 TEST_F(BadInput, is_refused_and_changes_nothing)
@@ -223,20 +189,14 @@ TEST_F(BadInput, that_no_text_can_hold_is_refused)
         }
         return value;
     };
-    struct Case
-    {
-        std::string path;
-        Value value;
-        char const* error;
-        char const* place;
-    };
+    /// Path, value, error and place.
+    using Case = std::tuple<std::string, Value, char const*, char const*>;
     std::string const huge(1 << 20, 'x');
     std::string const member_default = "recipeTypeList::A::members::m::defaultValue";
     Value const empty(ValueType::Map);
-    auto deep_path = std::string("recipeList") + repeated(130, [](auto const&, auto const&) { return "::f"; });
+    auto deep_path = std::string("recipeList") + repeated(130, "::f");
     auto const cases = std::to_array<Case>({
         {"recipeList::" + huge, empty, "STRING_LENGTH_MISMATCH", "recipeList"},
-        {"recipeList::" + huge + "::y", empty, "STRING_LENGTH_MISMATCH", "recipeList"},
         {"recipeTypeList::A::members", map_of(huge, empty), "STRING_LENGTH_MISMATCH", "members"},
         {"recipeList::R1::values", map_of(huge, 1), "STRING_LENGTH_MISMATCH", "values"},
         {huge, Value(1), "INVALID_PATH", "recipeTypeList"},
@@ -245,7 +205,6 @@ TEST_F(BadInput, that_no_text_can_hold_is_refused)
         {"recipeList::X", map_of("\xc3", 1), "ENCODE", "recipeList::X"},
         {member_default, Value(std::string_view("a\0b", 3)), "ENCODE", "defaultValue"},
         {member_default, Value(std::nan("")), "TYPE_MISMATCH", "recipeTypeList::A"},
-        {"recipeList::X", nested(150), "ENCODE", "recipeList::X"},
         {"recipeList::X", nested(100'000), "ENCODE", "recipeList::X"},
         {member_default, nested(150), "ENCODE", "defaultValue"},
         {deep_path, empty, "ENCODE", "recipeList::f::f"},

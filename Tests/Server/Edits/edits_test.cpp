@@ -21,33 +21,38 @@ using Testing::state_of;
 /// A configuration, an edit, what the rehearsal says (nothing where the edit goes ahead), and the configuration after
 /// it, with force where it is refused.
 constexpr auto scenarios = std::to_array<std::array<std::string_view, 4>>({
-    {"A { m } B(A) { n } N { k>A } | R1:A { m=1 } R2:B { n=2 m=3 }", "T::A > T::C", "",
-     "B(C) { n } N { k>C } C { m } | R1:C { m=1 } R2:B { n=2 m=3 }"},
+    {"A { m } B(W,A) { n } N { k>A } W { } | R1:A { m=1 } R2:B { n=2 m=3 }", "T::A > T::C", "",
+     "B(W,C) { n } N { k>C } W { } C { m } | R1:C { m=1 } R2:B { n=2 m=3 }"},
     {"F::A { m } F::B(F::A) { } X { k>F::B } | R1:F::A { m=1 } R2:F::B { }", "T::F > T::G", "",
      "X { k>G::B } G::A { m } G::B(G::A) { } | R1:G::A { m=1 } R2:G::B { }"},
-    {"A { m n } | R1:A { m=1 n=2 } G::R2:A { m=3 }", "T::A::members::m > T::A::members::k", "",
-     "A { n k:m } | R1:A { n=2 k=1 } G::R2:A { k=3 }"},
+    {"A { m n } B { m } | R1:A { m=1 n=2 } R3:B { m=1 } G::R2:A { m=3 }", "T::A::members::m > T::A::members::k", "",
+     "A { n k:m } B { m } | R1:A { n=2 k=1 } R3:B { m=1 } G::R2:A { k=3 }"},
     {"N { m } A { k>N } | R1:N { m=1 } R2:A { k=R1 }", "R::R1 > R::F::X", "",
      "N { m } A { k>N } | R2:A { k=F::X } F::X:N { m=1 }"},
     {"N { m } A { k>N } | F::R1:N { m=1 } R2:A { k=F::R1 }", "R::F > R::G", "",
      "N { m } A { k>N } | R2:A { k=G::R1 } G::R1:N { m=1 }"},
-    {"A { m } B { n } | R1:A { m=1 } R2:B { n=1 } F::R3:A { }", "T::A >", "", "B { n } | R2:B { n=1 } F/"},
-    {"A { m } B(A) { n } | R2:B { n=1 m=2 }", "T::A >", "", "B { n } | R2:B { n=1 m=2 }"},
+    {"A { m } B(W,A) { n } N { k>A o } W { } | R1:A { m=1 } R2:B { n=1 m=2 } F::R3:A { }", "T::A >", "",
+     "B(W) { n } N { o } W { } | R2:B { n=1 m=2 } F/"},
     {"F::A { m } F::B { } X(F::A) { k>F::B } | R1:F::A { m=1 }", "T::F >", "", "X { } |"},
     {"N { m } A { k>N } | R1:N { m=1 } R2:A { k=R1 }", "R::R1 >", "", "N { m } A { k>N } | R2:A { k= }"},
     {"A { m n } | R1:A { m=1 n=2 }", "T::A::members::m >", "", "A { n } | R1:A { m=1 n=2 }"},
     {"A { m } | R1:A { m=1 }", "R::R1::values::m >", "", "A { m } | R1:A { }"},
-    {"N { m } | R1:N { m=1 } R10:N { m=2 }", "R::R1 >", "", "N { m } | R10:N { m=2 }"},
     {"N { m } | R1:N { m=1 } R10:N { m=2 } R2:N { }", "R::R1 > R::X", "",
      "N { m } | R10:N { m=2 } R2:N { } X:N { m=1 }"},
-    {"A { m } B { n } | R1:A { } R10:B { }", "T::A >", "", "B { n } | R10:B { }"},
     {"A { m } F::B { } | R1:A { }", "T::F::B > T::B", "", "A { m } F/ B { } | R1:A { }"},
     // What the extension would get wrong.
-    {"A { m } AB { n } | R1:A { m=1 } R2:AB { n=2 }", "T::A > T::C", "ENTRY_NOT_FOUND",
-     "AB { n } C { m } | R1:A { m=1 } R2:AB { n=2 }"},
-    {"A { m } AB { n } | R1:A { m=1 } R2:AB { n=2 }", "T::A >", "MULTIPLE_MATCHES", "AB { n } |"},
-    {"F::A { m } F::B { n } C(F::A,F::B) { o } | R1:C { m=1 o=2 }", "T::F >", "ENTRY_NOT_FOUND",
-     "C(F::B) { o } | R1:C { m=1 o=2 }"},
+    {"A { m } AB { n } C(A) { k>AB } | R1:A { m=1 } R2:AB { n=2 }", "T::A > T::X", "ENTRY_NOT_FOUND",
+     "AB { n } C(A) { k>AB } X { m } | R1:A { m=1 } R2:AB { n=2 }"},
+    {"A { m } AB { n } C(AB) { } N { k>AB } | R1:A { m=1 } R2:AB { n=2 }", "T::A >", "MULTIPLE_MATCHES",
+     "AB { n } C { } N { } |"},
+    {"F::A { m } F::B { n } C(F::A,F::B) { o } N { k>F::A } | R1:C { m=1 o=2 } R2:F::A { }", "T::F >",
+     "ENTRY_NOT_FOUND", "C(F::B) { o } N { k>F::A } | R1:C { m=1 o=2 } R2:F::A { }"},
+    {"F::A { m } F::B { n } C(F::A,F::B,W) { } W { } | R1:C { m=1 }", "T::F >", "MULTIPLE_MATCHES",
+     "C(F::B) { } W { } | R1:C { m=1 }"},
+    {"A { m } AB { m } | R1:A { m=1 } R2:AB { m=2 }", "T::AB::members::m > T::AB::members::k", "MULTIPLE_MATCHES",
+     "A { m } AB { k:m } | R1:A { k=1 } R2:AB { k=2 }"},
+    {"N { m } A { k>N } | R1:N { } R10:N { } R2:A { k=R1 } R3:A { k=R10 }", "R::R1 > R::X", "ENTRY_NOT_FOUND",
+     "N { m } A { k>N } | R10:N { } R2:A { k=R1 } R3:A { k=R10 } X:N { }"},
     {"N { m } B { k>N } C(B) { } | R1:N { m=1 } R2:C { k=R1 }", "R::R1 > R::R9", "ENTRY_NOT_FOUND",
      "N { m } B { k>N } C(B) { } | R2:C { k=R1 } R9:N { m=1 }"},
     {"A { m n } | R1:A { n=1 } R2:A { m=1 }", "T::A::members::m > T::A::members::k", "ENTRY_NOT_FOUND",
@@ -104,17 +109,13 @@ TEST(Edits, carry_every_reference_or_are_refused)
         }
         EXPECT_EQ(edited.state(), after);
         EXPECT_EQ(cascade(trial), cascade(report));
-        for (std::string const type : {"T::A", "T::B", "T::C", "T::N", "T::G::A"})
+        if (refusal.empty())
         {
-            auto const next = type + " > T::Q";
-            if (refusal.empty() && edited.edit(next, {.force = false, .dry_run = true}).succeeded())
-            {
-                EXPECT_EQ(edited.lost_paths(), "");
-                EXPECT_TRUE(edited.edit(next).succeeded());
-                EXPECT_EQ(edited.lost_paths(), "");
-                EXPECT_TRUE(edited.edit("T::Q > " + type).succeeded());
-                break;
-            }
+            auto const first = std::string("T::") + edited.get("recipeTypeList").begin().name();
+            EXPECT_TRUE(edited.lists_all_recipes());
+            expect_made(edited, {first + " > T::Q"});
+            EXPECT_TRUE(edited.lists_all_recipes());
+            expect_made(edited, {"T::Q > " + first});
         }
         auto const last = edited.state();
         edited.reopen();
@@ -145,7 +146,6 @@ TEST(Edits, report_what_else_changed)
     EXPECT_EQ(cascade(edited.edit("T::A > T::C")),
               "+recipeTypeList::B::recipeTypeNames::0 +recipeList::R1::recipeTypeName ");
     EXPECT_EQ(cascade(edited.edit("T::C >")), "-recipeTypeList::B::recipeTypeNames::0 -recipeList::R1 ");
-    EXPECT_EQ(cascade(edited.edit("R::R2::values::m = 5")), "");
     EXPECT_EQ(cascade(edited.edit("R >")), "");
     EXPECT_FALSE(edited.get("recipeList").isset());
 }
@@ -157,7 +157,7 @@ TEST(Edits, set_makes_what_is_missing_and_tells_the_extension)
                          R"(R::F::R2 = {"recipeTypeName":"F::G::B","values":{"n":2}})", "R::R1::values::m = 7",
                          R"(R::F::G = {"R3":{"recipeTypeName":"A","values":{}}})"});
     EXPECT_EQ(edited.state(), state_of("A { m } F::G::B { n } | R1:A { m=7 } F::R2:F::G::B { n=2 } F::G::R3:A { }"));
-    EXPECT_EQ(edited.lost_paths(), "");
+    EXPECT_TRUE(edited.lists_all_recipes());
     expect_made(edited, {"T::F::G::B > T::B"});
     edited.reopen();
     EXPECT_EQ(edited.state(), state_of("A { m } F::G/ B { n } | R1:A { m=7 } F::R2:B { n=2 } F::G::R3:A { }"));
@@ -170,25 +170,22 @@ TEST(Edits, set_makes_what_is_missing_and_tells_the_extension)
 TEST(Edits, import_merges_or_replaces)
 {
     EditedProject edited("A { m } F::B { n } | R1:A { m=1 } F::R2:A { }");
+    auto const import = [&edited](char const* text, ImportOptions const& options)
+    { return edited.project->import(edited.domain, configuration_of(text), options); };
     ImportOptions options;
-    std::size_t calls = 0;
+    std::string calls;
     options.progress = [&calls](std::size_t done, std::size_t total)
-    {
-        ++calls;
-        EXPECT_EQ(done, calls);
-        EXPECT_EQ(total, 7U);
-    };
-    EXPECT_TRUE(edited.import("F::C { o } | R1:A { m=2 } F::R3:F::C { }", options).succeeded()) << "the type as well";
-    EXPECT_EQ(calls, 7U) << "both lists, two folders, three entries";
+    { calls += std::to_string(done) + "/" + std::to_string(total) + " "; };
+    EXPECT_TRUE(import("F::C { o } | R1:A { m=2 } F::R3:F::C { }", options).succeeded()) << "the type as well";
+    EXPECT_EQ(calls, "1/7 2/7 3/7 4/7 5/7 6/7 7/7 ") << "both lists, two folders, three entries";
     auto const state = state_of("A { m } F::B { n } F::C { o } | R1:A { m=2 } F::R2:A { } F::R3:F::C { }");
     EXPECT_EQ(edited.state(), state);
-    EXPECT_EQ(edited.lost_paths(), "");
+    EXPECT_TRUE(edited.lists_all_recipes());
 
     ImportOptions dry;
     dry.dry_run = true;
-    EXPECT_TRUE(edited.import("D { o } |", dry).succeeded());
-    auto const report =
-        edited.import("F { } G { y>G } A { m } | R5:nobody { m=1 } R1:A { m=x } F:A { } R6:A { m=3 }", dry);
+    EXPECT_TRUE(import("D { o } |", dry).succeeded());
+    auto const report = import("F { } G { y>G } A { m } | R5:nobody { m=1 } R1:A { m=x } F:A { } R6:A { m=3 }", dry);
     std::string refused;
     for (auto const& entry : report.refused)
     {
@@ -200,10 +197,10 @@ TEST(Edits, import_merges_or_replaces)
 
     ImportOptions replace;
     replace.replace = true;
-    EXPECT_EQ(name(edited.import("| R1:A { m=1 }", replace).error), "TYPE_MISSING") << "the types go";
+    EXPECT_EQ(name(import("| R1:A { m=1 }", replace).error), "TYPE_MISSING") << "the types go";
     EXPECT_EQ(edited.state(), state);
-    EXPECT_TRUE(edited.import("Z { m } | R7:Z { m=1 }", replace).succeeded());
-    EXPECT_EQ(edited.lost_paths(), "");
+    EXPECT_TRUE(import("Z { m } | R7:Z { m=1 }", replace).succeeded());
+    EXPECT_TRUE(edited.lists_all_recipes());
     edited.reopen();
     EXPECT_EQ(edited.state(), state_of("Z { m } | R7:Z { m=1 }"));
 }
@@ -212,17 +209,15 @@ TEST(Edits, a_store_that_fails_leaves_everything_as_it_was)
 {
     EditedProject edited("A { m } | R1:A { m=1 }");
     auto const before = edited.state();
+    signal(SIGXFSZ, SIG_IGN); // NOLINT: there is nothing to fail
     auto const limit_of = [](rlim_t bytes)
     {
-        signal(SIGXFSZ, SIG_IGN); // NOLINT: there is nothing to fail
         rlimit const limit{.rlim_cur = bytes, .rlim_max = RLIM_INFINITY};
         ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
     };
     limit_of(std::filesystem::file_size(edited.folder.path() / "ravik.db-wal"));
-    auto const report = edited.edit("T::A > T::C");
+    EXPECT_EQ(name(edited.edit("T::A > T::C").error), "STORAGE_STORE");
     limit_of(RLIM_INFINITY);
-    EXPECT_EQ(name(report.error), "STORAGE_STORE") << report.text;
-    EXPECT_FALSE(report.made);
     EXPECT_EQ(edited.state(), before);
     for (auto const* const edit : {"R::R1::values::m = 2", "R::R1 >", "+ B { } |"})
     {
@@ -238,11 +233,8 @@ TEST(Edits, dangling_references_are_listed)
     constexpr auto cases = std::to_array<std::array<char const*, 2>>({
         {"A { m } B(A) { k>A } | R1:A { m=1 } R2:B { m=2 k=R1 }", ""},
         {"B(A) { } |", "inherited type recipeTypeList::B::recipeTypeNames[0] recipeTypeList::A;"},
-        {"F::B(X,F::B) { } |", "inherited type recipeTypeList::F::B::recipeTypeNames[0] recipeTypeList::X;"},
-        {"B { k>A } |", "nested type recipeTypeList::B::members::k::recipeType recipeTypeList::A;"},
         {"A { k>A::X } |", "nested type recipeTypeList::A::members::k::recipeType recipeTypeList::A::X;"},
         {"A { m } | R1:A { n=1 }", "member recipeList::R1::values::n recipeTypeList::A::members::n;"},
-        {"A { m } B { k>A } | R1:B { k=R2 }", "nested recipe recipeList::R1::values::k recipeList::R2;"},
         {"A { m } B { k>A } | R1:B { k= }", ""},
         {"A { m } B { k>A } C(B) { } | R1:C { k=R2 m=1 }", "nested recipe recipeList::R1::values::k recipeList::R2;"},
         {"A { m } B { k>A } | F::R1:B { A=F }", "nested recipe recipeList::F::R1::values::A recipeList::F;"},
@@ -259,7 +251,6 @@ TEST(Edits, dangling_references_are_listed)
         EXPECT_EQ(found, dangling) << configuration;
     }
     EditedProject edited("A { m } B(A) { } | R1:A { m=1 }");
-    EXPECT_TRUE(edited.project->dangling_references(edited.domain).empty());
     edited.edit(R"(T::B::recipeTypeNames = ["Nobody"])");
     EXPECT_EQ(edited.project->dangling_references(edited.domain).size(), 1U);
 }

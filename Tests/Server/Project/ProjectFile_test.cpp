@@ -34,15 +34,11 @@ TEST(ProjectFile, holds_extensions_and_symbols)
 })");
     ASSERT_EQ(project.extensions.size(), 2U);
     EXPECT_EQ(project.extensions[0].domain, "RavikRecipeManagement");
-    EXPECT_EQ(project.extensions[0].configuration, RavikSrv::Value(RavikSrv::ValueType::Map));
     EXPECT_EQ(project.extensions[1].library, "./lib/line.so");
     EXPECT_EQ(project.extensions[1].configuration["variables"]["Speed"], RavikSrv::Value(0.0));
     EXPECT_EQ(project.symbols.size(), 2U);
     EXPECT_EQ(project.symbols["Line.Speed"]["MAPPING"], RavikSrv::Value("Speed"));
-
-    auto const smallest = read(R"({"extensions": []})");
-    EXPECT_TRUE(smallest.extensions.empty());
-    EXPECT_EQ(smallest.symbols, RavikSrv::Value(RavikSrv::ValueType::Map));
+    EXPECT_EQ(read(R"({"extensions": []})").symbols, RavikSrv::Value(RavikSrv::ValueType::Map));
 }
 
 TEST(ProjectFile, tells_what_was_expected_where)
@@ -63,13 +59,10 @@ TEST(ProjectFile, tells_what_was_expected_where)
         {"[]", "1:1", "expected the project to be an object, found a list"},
         {"\n{}", "2:1", R"(the key "extensions" (a list), found none)"},
         {R"({"extensions": {}})", "1:2", R"(expected "extensions" to be a list, found an object)"},
-        {R"({"extensions": [], "symbols": []})", "1:20", R"("symbols" to be an object, found a list)"},
         {"{\"extensions\": [],\n \"symbol\\n\": {}}", "2:2", R"(keys "extensions", "symbols", found "symbol\n")"},
         {R"({"extensions": ["a.so"]})", "1:17", R"(expected an extension to be an object, found "a.so")"},
-        {extension(R"("domain": "A")"), "2:2", R"(the key "library" (a text))"},
         {extension(R"("library": "A")"), "2:2", R"(the key "domain" (a text))"},
         {extension(R"("domain": 3.0, "library": "A")"), "2:3", R"("domain" to be a text, found 3.0)"},
-        {extension(R"("domain": "A", "library": null)"), "2:18", R"("library" to be a text, found null)"},
         {extension(R"("domain": "A", "library": "")"), "2:18", "empty"},
         {extension(R"("domain": "A", "library": "x", "configuration": [1])"), "2:34", "an object, found a list"},
         {extension(R"("domain": "A", "Library": "x")"), "2:18",
@@ -85,13 +78,10 @@ TEST(ProjectFile, tells_what_was_expected_where)
         {symbols(R"("S": 1)"), "2:1", R"(the symbol "S" to be an object, found 1)"},
         {symbols(R"("S": {})"), "2:1", R"(the key "DOMAIN" (a text))"},
         {symbols(R"("S": {"DOMAIN": "Lin"})"), "2:7", R"("RavikSrv" or an extension's domain ("Line"), found "Lin")"},
-        {symbols(R"("S": {"DOMAIN": "Line", "MAPPING": 1})"), "2:25", R"("MAPPING" to be a text)"},
         {symbols(R"("S": {"DOMAIN": "Line", "USEMAPPING": "true"})"), "2:25", R"("USEMAPPING" to be true or false)"},
         {symbols(R"("S": {"DOMAIN": "Line", "SCHEMA": "REAL"})"), "2:25", R"("SCHEMA" to be a schema)"},
-        {symbols(R"("S": {"DOMAIN": "Line", "Mapping": "a"})"), "2:25", R"(found "Mapping")"},
         {symbols(R"("": {"DOMAIN": "Line"})"), "2:1", "have a name"},
         {symbols(R"("a::b": {"DOMAIN": "Line"})"), "2:1", R"(without "::", found "a::b")"},
-        {symbols(R"("a[1]": {"DOMAIN": "Line"})"), "2:1", R"(without "[")"},
     };
     for (auto const& [text, place, fragment] : cases)
     {
