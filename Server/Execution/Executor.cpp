@@ -14,7 +14,6 @@ using RavikSrv::CommandGroup;
 using RavikSrv::CommandOption;
 using RavikSrv::Context;
 using RavikSrv::ErrorValue;
-using RavikSrv::ResultPair;
 using RavikSrv::Value;
 
 namespace

@@ -24,10 +24,8 @@ void Extensions::add(std::unique_ptr<Extension> extension)
 
 void Extensions::stop() noexcept
 {
-    for (auto domain = m_domains.rbegin(); domain != m_domains.rend(); ++domain)
-    {
-        m_extensions.at(*domain)->stop();
-    }
+    std::for_each(m_domains.rbegin(), m_domains.rend(),
+                  [this](std::string const& domain) { m_extensions.at(domain)->stop(); });
 }
 
 Extension* Extensions::find(std::string const& domain) const
