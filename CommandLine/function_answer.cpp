@@ -32,6 +32,33 @@ FunctionOutcome call_with(Invocation& invocation, std::string const& function, c
     return invocation.project().call(std::string(recipe_domain), function, parameters);
 }
 
+Cell outcome_cell(ExecutedCommand const& command, char const* done)
+{
+    if (command.result == RavikSrv::ErrorValue::SUCCESS)
+    {
+        return {done, Colour::green};
+    }
+    auto text =
+        command.failure.empty() ? std::string(RavikSrv::get_error_string(command.result).name()) : command.failure;
+    return {command.text.empty() ? text : text + ": " + command.text, Colour::red};
+}
+
+void print_failures(ExecutionRecord const& record, Output& output)
+{
+    Table table({"SYMBOL", "DOMAIN", "OUTCOME"});
+    for (auto const& group : record)
+    {
+        for (auto const& command : group.commands)
+        {
+            if (command.result != RavikSrv::ErrorValue::SUCCESS)
+            {
+                table.add({{command.name}, {group.domain}, outcome_cell(command, "")});
+            }
+        }
+    }
+    table.print(output);
+}
+
 void hint_at_unknown_recipe(Invocation& invocation, std::string const& recipe)
 {
     auto const path = "recipeList" + RavikSrv::path_separator() + recipe;

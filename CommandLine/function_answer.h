@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Command.h"
+#include "Table.h"
 
 #include <string>
 
@@ -13,6 +14,12 @@ Answer function_answer(FunctionOutcome const& outcome);
 /// Calls a function of the recipe management with one parameter.
 FunctionOutcome call_with(Invocation& invocation, std::string const& function, char const* key,
                           std::string const& value);
+
+/// How the command ended, in colour; `done` is the word for success.
+Cell outcome_cell(ExecutedCommand const& command, char const* done);
+
+/// Prints the commands that failed, with the reason that each has of its own; nothing where none did.
+void print_failures(ExecutionRecord const& record, Output& output);
 
 /// The extension answers for an unknown recipe as for one of an unknown type, so the user is told which it is.
 void hint_at_unknown_recipe(Invocation& invocation, std::string const& recipe);

@@ -23,17 +23,6 @@ using RavikSrv::ErrorValue;
 using RavikSrv::Value;
 using RavikSrv::ValueType;
 
-Cell outcome_cell(ExecutedCommand const& command)
-{
-    if (command.result == ErrorValue::SUCCESS)
-    {
-        return {"written", Colour::green};
-    }
-    auto text =
-        command.failure.empty() ? std::string(RavikSrv::get_error_string(command.result).name()) : command.failure;
-    return {command.text.empty() ? text : text + ": " + command.text, Colour::red};
-}
-
 /// Prints what was written to which symbol, and a line that sums it up.
 void print_record(ExecutionRecord const& record, Output& output)
 {
@@ -50,7 +39,7 @@ void print_record(ExecutionRecord const& record, Output& output)
             {
                 continue;
             }
-            table.add({{command.name}, {group.domain}, {Json::write(command.value)}, outcome_cell(command)});
+            table.add({{command.name}, {group.domain}, {Json::write(command.value)}, outcome_cell(command, "written")});
             symbols.insert(command.name);
             if (command.result != ErrorValue::SUCCESS)
             {

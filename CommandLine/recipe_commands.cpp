@@ -144,6 +144,7 @@ Answer read(Invocation& invocation)
     }
     else
     {
+        print_failures(outcome.record, invocation.output());
         hint_at_unknown_recipe(invocation, name);
     }
     return function_answer(outcome);

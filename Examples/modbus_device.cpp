@@ -74,8 +74,11 @@ Options options_of(std::vector<std::string_view> const& arguments)
             options.counts = true;
             continue;
         }
-        ++index;
-        auto const value = index < arguments.size() ? arguments[index] : std::string_view();
+        if (++index == arguments.size())
+        {
+            throw std::invalid_argument("expected a value behind '" + std::string(option) + "'");
+        }
+        auto const value = arguments[index];
         if (option == "--port")
         {
             options.port = number(value, table_size - 1);
@@ -89,6 +92,10 @@ Options options_of(std::vector<std::string_view> const& arguments)
             auto const hyphen = std::min(value.find('-'), value.size());
             options.first_refused = number(value.substr(0, hyphen), table_size - 1);
             options.last_refused = number(value.substr(std::min(hyphen + 1, value.size())), table_size - 1);
+            if (options.first_refused > options.last_refused)
+            {
+                throw std::invalid_argument("--refuse takes the lower address first");
+            }
         }
         else
         {

@@ -118,7 +118,7 @@ private:
         auto const bytes = number();
         if (!bytes || *bytes == 0)
         {
-            return fail(start, "expected a length of at least 1");
+            return fail(start, "expected a length from 1 to 131072");
         }
         m_address.length = *bytes;
         return take(']') || fail(m_position, "expected ']'");
@@ -144,7 +144,13 @@ private:
         return m_address.end() <= table_size || fail(start, "expected a type that ends at address 65535 or before");
     }
 
-    bool end() noexcept { return m_position == m_text.size() || fail(m_position, "expected the end"); }
+    bool end() noexcept
+    {
+        bool const is_swapped = rest().starts_with(":swapped") && !m_address.swapped;
+        return m_position == m_text.size() ||
+               fail(m_position, is_swapped ? "expected the end, since only numbers of several registers are swapped"
+                                           : "expected the end");
+    }
 
     template <typename T, std::size_t N> std::optional<T> one_of(std::array<Named<T>, N> const& names) noexcept
     {

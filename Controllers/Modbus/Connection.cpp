@@ -33,9 +33,11 @@ struct Refusal
 };
 
 constexpr std::array refusals = {
-    Refusal{EMBXILFUN, ModbusResult::ILLEGAL_FUNCTION, "does not know this kind of request"},
+    Refusal{EMBXILFUN, ModbusResult::ILLEGAL_FUNCTION,
+            R"(does not know this kind of request (see "singleWritesOnly"))"},
     Refusal{EMBXILADD, ModbusResult::ILLEGAL_DATA_ADDRESS, "has nothing at this address"},
-    Refusal{EMBXILVAL, ModbusResult::ILLEGAL_DATA_VALUE, "does not accept the value"},
+    Refusal{EMBXILVAL, ModbusResult::ILLEGAL_DATA_VALUE,
+            R"(does not accept the value or so many at once (see "registersPerRead", "registersPerWrite"))"},
     Refusal{EMBXSFAIL, ModbusResult::DEVICE_FAILURE, "failed to carry out the request"},
     Refusal{EMBXACK, ModbusResult::DEVICE_BUSY, "has taken the request, but needs longer to carry it out"},
     Refusal{EMBXSBUSY, ModbusResult::DEVICE_BUSY, "is busy"},
@@ -67,7 +69,8 @@ struct Connection::Device
 };
 
 Connection::Connection(Settings const& settings)
-    : m_settings(settings), m_name(settings.host + ":" + std::to_string(settings.port)),
+    : m_settings(settings), m_name(settings.host + ":" + std::to_string(settings.port) +
+                                   (settings.unit == 1 ? "" : " (unit " + std::to_string(settings.unit) + ")")),
       m_lookup(settings.host, std::to_string(settings.port))
 {
 }
@@ -80,7 +83,7 @@ Outcome Connection::read(Table table, std::uint32_t first, std::span<std::uint16
     auto const count = static_cast<int>(cells.size());
     if (!holds_bits(table))
     {
-        return exchange(count,
+        return exchange(false, count,
                         [&](modbus_t* device)
                         {
                             return table == Table::HOLDING
@@ -89,7 +92,7 @@ Outcome Connection::read(Table table, std::uint32_t first, std::span<std::uint16
                         });
     }
     std::array<std::uint8_t, MODBUS_MAX_READ_BITS> bits{};
-    auto outcome = exchange(count,
+    auto outcome = exchange(false, count,
                             [&](modbus_t* device)
                             {
                                 return table == Table::COIL
@@ -106,7 +109,7 @@ Outcome Connection::write(Table table, std::uint32_t first, std::span<std::uint1
     auto const count = static_cast<int>(cells.size());
     if (!holds_bits(table))
     {
-        return exchange(count,
+        return exchange(true, count,
                         [&](modbus_t* device)
                         {
                             return single ? modbus_write_register(device, address, cells.front())
@@ -116,7 +119,7 @@ Outcome Connection::write(Table table, std::uint32_t first, std::span<std::uint1
     std::array<std::uint8_t, MODBUS_MAX_WRITE_BITS> bits{};
     std::transform(cells.begin(), cells.end(), bits.begin(),
                    [](std::uint16_t cell) { return static_cast<std::uint8_t>(cell); });
-    return exchange(count,
+    return exchange(true, count,
                     [&](modbus_t* device)
                     {
                         return single ? modbus_write_bit(device, address, bits.front())
@@ -126,35 +129,37 @@ Outcome Connection::write(Table table, std::uint32_t first, std::span<std::uint1
 
 Outcome Connection::write_bits(std::uint32_t address, std::uint16_t mask, std::uint16_t bits)
 {
-    return exchange(1,
+    return exchange(true, 1,
                     [&](modbus_t* device) {
                         return modbus_mask_write_register(device, static_cast<int>(address),
                                                           static_cast<std::uint16_t>(~mask), bits);
                     });
 }
 
-template <typename Request> Outcome Connection::exchange(int expected, Request const& request)
+template <typename Request> Outcome Connection::exchange(bool writes, int expected, Request const& request)
 {
-    if (auto opened = ensure_open(); !opened.succeeded())
+    m_is_carrying_out = false;
+    auto const deadline = Deadline::clock::now() + m_settings.timeout;
+    if (auto opened = ensure_open(deadline); !opened.succeeded())
     {
         return opened;
     }
+    limit_answer(deadline);
     auto const answered = request(m_device->handle);
-    return answered == expected ? Outcome() : failure(answered < 0 ? errno : EMBBADDATA);
+    return answered == expected ? Outcome() : failure(answered < 0 ? errno : EMBBADDATA, writes);
 }
 
-Outcome Connection::ensure_open()
+Outcome Connection::ensure_open(Deadline deadline)
 {
     if (m_is_open && is_stale())
     {
         close();
     }
-    return m_is_open ? Outcome() : open();
+    return m_is_open ? Outcome() : open(deadline);
 }
 
-Outcome Connection::open()
+Outcome Connection::open(Deadline deadline)
 {
-    auto const deadline = Deadline::clock::now() + m_settings.timeout;
     auto const unreachable = [&](std::string const& why) {
         return Outcome{ModbusResult::CONNECTION_REFUSED, "No connection to " + m_name + ": " + why};
     };
@@ -202,18 +207,24 @@ bool Connection::set_up()
         return false;
     }
     auto device = std::make_unique<Device>(handle);
-    auto const microseconds = std::chrono::microseconds(m_settings.timeout).count();
-    constexpr auto second = std::chrono::microseconds(std::chrono::seconds(1)).count();
     // No timeout between bytes: the one for the response then holds for the whole of it.
-    if (modbus_set_slave(handle, m_settings.unit) != 0 ||
-        modbus_set_response_timeout(handle, static_cast<std::uint32_t>(microseconds / second),
-                                    static_cast<std::uint32_t>(microseconds % second)) != 0 ||
-        modbus_set_byte_timeout(handle, 0, 0) != 0)
+    if (modbus_set_slave(handle, m_settings.unit) != 0 || modbus_set_byte_timeout(handle, 0, 0) != 0)
     {
         return false;
     }
     m_device = std::move(device);
     return true;
+}
+
+void Connection::limit_answer(Deadline deadline) noexcept
+{
+    using std::chrono::microseconds;
+    constexpr auto second = microseconds(std::chrono::seconds(1)).count();
+    // The library refuses to wait no time at all.
+    auto const left = std::chrono::duration_cast<microseconds>(deadline - Deadline::clock::now());
+    auto const count = std::max<microseconds::rep>(left.count(), 1);
+    modbus_set_response_timeout(m_device->handle, static_cast<std::uint32_t>(count / second),
+                                static_cast<std::uint32_t>(count % second));
 }
 
 void Connection::close() noexcept
@@ -232,23 +243,24 @@ bool Connection::is_stale() const noexcept
     return received >= 0 || (errno != EAGAIN && errno != EWOULDBLOCK);
 }
 
-Outcome Connection::failure(int error)
+Outcome Connection::failure(int error, bool writes)
 {
     auto const refused =
         std::find_if(refusals.begin(), refusals.end(), [&](Refusal const& refusal) { return refusal.error == error; });
     if (refused != refusals.end())
     {
+        m_is_carrying_out = error == EMBXACK;
         return {refused->result, "The device " + m_name + " " + refused->text};
     }
     close();
+    auto const* const maybe_done = writes ? "; it may have been written all the same" : "";
     if (error == ETIMEDOUT)
     {
         return {ModbusResult::TIMEOUT, "The device " + m_name + " did not answer within " +
-                                           std::to_string(m_settings.timeout.count()) + " ms"};
+                                           std::to_string(m_settings.timeout.count()) + " ms" + maybe_done};
     }
-    auto const* const why = error > MODBUS_ENOBASE ? "what it sent is no answer to the request" : nullptr;
-    return {ModbusResult::CONNECTION_LOST,
-            "The connection to " + m_name + " broke: " + (why != nullptr ? std::string(why) : message(error))};
+    auto const why = error > MODBUS_ENOBASE ? "what it sent is no answer to the request" : message(error);
+    return {ModbusResult::CONNECTION_LOST, "The connection to " + m_name + " broke: " + why + maybe_done};
 }
 
 } // namespace Modbus

@@ -14,8 +14,8 @@ namespace Modbus
 
 /// The connection to one device: opened when it is first needed, opened anew when it was lost. Not thread-safe.
 ///
-/// Each operation is one request. It takes at most "timeoutMs" for the connection, where there is none, and as long
-/// again for the answer. A failure that the device answers itself leaves the connection open. After any other one the
+/// Each operation is one request. It takes at most "timeoutMs", the time for a connection that is yet to be opened
+/// included. A failure that the device answers itself leaves the connection open. After any other one the
 /// connection is closed, so that what may still come is never taken for the answer to the next request.
 class Connection
 {
@@ -38,16 +38,20 @@ public:
     bool lacks_masked_writes() const noexcept { return m_lacks_masked_writes; }
     void set_lacks_masked_writes() noexcept { m_lacks_masked_writes = true; }
 
+    /// Whether the last request failed only in that the device needs longer to carry it out: it must not be repeated.
+    bool is_carrying_out() const noexcept { return m_is_carrying_out; }
+
 private:
     struct Device;
 
-    template <typename Request> Outcome exchange(int expected, Request const& request);
-    Outcome ensure_open();
-    Outcome open();
+    template <typename Request> Outcome exchange(bool writes, int expected, Request const& request);
+    Outcome ensure_open(Deadline deadline);
+    Outcome open(Deadline deadline);
     bool set_up();
+    void limit_answer(Deadline deadline) noexcept;
     void close() noexcept;
     bool is_stale() const noexcept;
-    Outcome failure(int error);
+    Outcome failure(int error, bool writes);
 
     Settings m_settings;
     /// The device as messages name it.
@@ -57,6 +61,7 @@ private:
     std::unique_ptr<Device> m_device;
     bool m_is_open = false;
     bool m_lacks_masked_writes = false;
+    bool m_is_carrying_out = false;
 };
 
 } // namespace Modbus

@@ -1,5 +1,7 @@
 #include "HostLookup.h"
 
+#include <thread>
+
 namespace Modbus
 {
 
@@ -25,9 +27,19 @@ std::optional<HostLookup::Found> HostLookup::find(Deadline deadline)
     {
         return numeric;
     }
+    if (m_under_way.valid() && m_under_way.wait_for(std::chrono::seconds(0)) == std::future_status::ready)
+    {
+        if (auto earlier = m_under_way.get(); earlier.error == 0)
+        {
+            return earlier;
+        }
+    }
     if (!m_under_way.valid())
     {
-        m_under_way = std::async(std::launch::async, look_up, m_host, m_port, 0);
+        // A thread that nobody waits for: a lookup can take far longer than whoever needs it has time.
+        std::packaged_task<Found()> lookup([host = m_host, port = m_port] { return look_up(host, port, 0); });
+        m_under_way = lookup.get_future();
+        std::thread(std::move(lookup)).detach();
     }
     if (m_under_way.wait_until(deadline) != std::future_status::ready)
     {

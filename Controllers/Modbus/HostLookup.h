@@ -25,7 +25,6 @@ using Deadline = std::chrono::steady_clock::time_point;
 class HostLookup
 {
 public:
-    /// The destructor waits for a lookup that is still under way.
     HostLookup(std::string host, std::string port) : m_host(std::move(host)), m_port(std::move(port)) {}
 
     struct Found
@@ -36,8 +35,8 @@ public:
         int error = 0;
     };
 
-    /// The addresses; nothing where the lookup did not end by `deadline`. It goes on then, and the next call waits for
-    /// the same one.
+    /// The addresses; nothing where the lookup did not end by `deadline`. It goes on then, also when this object is
+    /// gone, and the next call waits for the same one. One that failed meanwhile is made again.
     std::optional<Found> find(Deadline deadline);
 
 private:

@@ -40,6 +40,12 @@ ResultPair RavikModbus::load(Value const& configuration)
     return loaded;
 }
 
+ResultPair RavikModbus::check(Value const& configuration) const
+{
+    Settings settings;
+    return load_settings(configuration, settings);
+}
+
 void RavikModbus::execute(Context const& /*context*/, CommandGroup& group)
 {
     Prepared prepared;

@@ -37,6 +37,7 @@ private:
     };
 
     RavikSrv::ResultPair load(RavikSrv::Value const& configuration) override;
+    RavikSrv::ResultPair check(RavikSrv::Value const& configuration) const override;
     void execute(RavikSrv::Context const& context, RavikSrv::CommandGroup& group) override;
     static void prepare(RavikSrv::Command& command, Prepared& prepared);
 

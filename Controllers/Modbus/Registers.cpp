@@ -65,7 +65,8 @@ std::string shown(Value const& value)
 {
     auto text = value;
     text.convert(ValueType::String);
-    return (text.isset() ? std::string(text.get_text()) + ", " : std::string()) + "a value of type " +
+    auto const quote = value.type() == ValueType::String ? "\"" : "";
+    return (text.isset() ? quote + std::string(text.get_text()) + quote + ", " : std::string()) + "a value of type " +
            get_type_string(value.type());
 }
 

@@ -18,7 +18,7 @@ struct Limits
     std::uint32_t bits_per_read = 2000;
     /// How many cells that nobody asked for may stand between two that are read together.
     std::uint32_t read_gap = 8;
-    /// Whether the device knows only requests that write one cell.
+    /// Whether the device knows only requests that write one cell as a whole.
     bool single_writes_only = false;
 
     std::uint32_t per_write(Table table) const noexcept;

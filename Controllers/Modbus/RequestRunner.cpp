@@ -48,9 +48,9 @@ void RequestRunner::run(Request const& request)
     auto outcome = send(request);
     if (concerns_whole_device(outcome.result))
     {
-        m_given_up = outcome;
+        m_given_up = Outcome{outcome.result, "Not tried: " + outcome.text};
     }
-    else if (!outcome.succeeded())
+    else if (!outcome.succeeded() && !m_connection.is_carrying_out())
     {
         auto const parts = split(request, m_plan, m_batch.accesses);
         for (auto const& part : parts)
@@ -119,7 +119,7 @@ Outcome RequestRunner::write_bits_of_register(Request const& request)
         mask |= 1U << m_batch.accesses[index].address.bit;
         bits |= m_batch.cells[m_batch.offsets[index]];
     }
-    if (!m_connection.lacks_masked_writes())
+    if (!m_limits.single_writes_only && !m_connection.lacks_masked_writes())
     {
         auto outcome =
             m_connection.write_bits(request.first, static_cast<std::uint16_t>(mask), static_cast<std::uint16_t>(bits));

@@ -25,7 +25,7 @@ struct Batch
 
 /// Carries out one batch over a connection. A request that the device refuses is split until the accesses at fault are
 /// known; where there is no answer, no connection or no device behind a gateway, nothing more is tried and all that is
-/// left of the batch fails in the same way.
+/// left of the batch fails in the same way, with a text that tells it was not tried.
 class RequestRunner
 {
 public:

@@ -3,7 +3,12 @@
 #include "ControllerExtension.h"
 #include "algorithm_helper.h"
 
+#include <boost/algorithm/string/predicate.hpp>
+
+#include <algorithm>
+#include <array>
 #include <string>
+#include <string_view>
 
 namespace Modbus
 {
@@ -22,15 +27,45 @@ constexpr int largest_unit = 247;
 constexpr int unit_of_the_connection = 255;
 constexpr int longest_timeout = 600'000;
 
+constexpr std::array keys = {
+    "host", "port", "unit", "timeoutMs", "registersPerWrite", "registersPerRead", "singleWritesOnly", "readGap"};
+
+bool is_number(Value const& value)
+{
+    return value.type() == ValueType::Int || value.type() == ValueType::Int64 || value.type() == ValueType::Double;
+}
+
+std::string shown(Value const& value)
+{
+    if (!value.isset())
+    {
+        return "nothing";
+    }
+    auto const text = RavikSrv::Algorithm::to_string(value);
+    return is_number(value)                    ? text
+           : value.type() == ValueType::String ? '"' + text + '"'
+                                               : "a value of type " + std::string(get_type_string(value.type()));
+}
+
 ResultPair wrong_setting(char const* key, std::string const& expected, Value const& found)
 {
-    bool const is_number =
-        found.type() == ValueType::Int || found.type() == ValueType::Int64 || found.type() == ValueType::Double;
-    bool const is_empty_text = found.type() == ValueType::String && found.empty();
-    return RavikSrv::wrong_setting(key, expected,
-                                   is_number       ? RavikSrv::Algorithm::to_string(found)
-                                   : is_empty_text ? "an empty text"
-                                                   : get_type_string(found.type()));
+    return RavikSrv::wrong_setting(key, expected, shown(found));
+}
+
+/// Settings are easily written with a letter of the wrong case, and then silently missing.
+ResultPair check_case(Value const& configuration)
+{
+    for (auto entry = configuration.begin(); entry != configuration.end(); ++entry)
+    {
+        for (std::string_view const key : keys)
+        {
+            if (key != entry.name() && boost::iequals(key, entry.name()))
+            {
+                return RavikSrv::wrong_setting(entry.name(), '"' + std::string(key) + '"', "other letters");
+            }
+        }
+    }
+    return {};
 }
 
 /// A whole number of the configuration, and what to do with it.
@@ -42,13 +77,14 @@ ResultPair load_number(Value const& configuration, char const* key, int lowest, 
     {
         return {};
     }
-    bool const is_whole = found.type() == ValueType::Int || found.type() == ValueType::Int64;
-    if (!is_whole || found.get_int64() < lowest || found.get_int64() > highest)
+    auto whole = found;
+    whole.convert(is_number(found) ? ValueType::Int64 : ValueType::Null);
+    if (!whole.isset() || whole.get_int64() < lowest || whole.get_int64() > highest)
     {
         return wrong_setting(key, "a whole number from " + std::to_string(lowest) + " to " + std::to_string(highest),
                              found);
     }
-    take(found.get_int32());
+    take(whole.get_int32());
     return {};
 }
 
@@ -67,11 +103,13 @@ ResultPair load_host(Value const& configuration, std::string& host)
 {
     constexpr char const* key = "host";
     auto const& found = configuration[key];
-    if (found.type() != ValueType::String || found.empty())
+    std::string const text = found.type() == ValueType::String ? found.get_string() : "";
+    // More than one colon makes an IPv6 address.
+    if (text.empty() || std::count(text.begin(), text.end(), ':') == 1)
     {
-        return wrong_setting(key, "the device's name or IP address", found);
+        return wrong_setting(key, "the device's name or IP address (its port stands in \"port\")", found);
     }
-    host = found.get_text();
+    host = text;
     return {};
 }
 
@@ -99,6 +137,7 @@ ResultPair load_settings(Value const& configuration, Settings& settings)
                       [&](int value) { target = static_cast<std::uint32_t>(value); });
     };
     auto const steps = {
+        check_case(configuration),
         load_host(configuration, settings.host),
         number("port", 1, largest_port, [&](int value) { settings.port = static_cast<std::uint16_t>(value); }),
         load_unit(configuration, settings.unit),

@@ -23,8 +23,9 @@ struct Settings
 
 /// Takes over "host" (a name or an IP address; the one key that has to be there), "port" (502), "unit" (1), "timeoutMs"
 /// (1000), "registersPerWrite" (123), "registersPerRead" (125), "singleWritesOnly" (false) and "readGap" (8). Other
-/// keys are passed over: the store keeps those of earlier times. A failure (`EXTENSION_CONFIG`) names the key and what
-/// was expected there, and leaves `settings` half changed.
+/// keys are passed over, since the store keeps those of earlier times, but for one that differs from these in the case
+/// of letters alone. A failure (`EXTENSION_CONFIG`) names the key and what was expected there, and leaves `settings`
+/// half changed.
 RavikSrv::ResultPair load_settings(RavikSrv::Value const& configuration, Settings& settings);
 
 } // namespace Modbus

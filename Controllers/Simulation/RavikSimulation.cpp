@@ -33,6 +33,11 @@ ResultPair RavikSimulation::load(Value const& configuration)
     return m_variables.load(configuration);
 }
 
+ResultPair RavikSimulation::check(Value const& configuration) const
+{
+    return Variables().load(configuration);
+}
+
 void RavikSimulation::execute(Context const& context, CommandGroup& group)
 {
     Written written;

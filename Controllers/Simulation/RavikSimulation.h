@@ -31,6 +31,7 @@ private:
     };
 
     RavikSrv::ResultPair load(RavikSrv::Value const& configuration) override;
+    RavikSrv::ResultPair check(RavikSrv::Value const& configuration) const override;
     void execute(RavikSrv::Context const& context, RavikSrv::CommandGroup& group) override;
     void access(RavikSrv::Command& command, Written& written);
     RavikSrv::ErrorValue keep(RavikSrv::Context const& context, Written const& written);

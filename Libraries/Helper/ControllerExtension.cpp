@@ -1,29 +1,64 @@
 #include "ControllerExtension.h"
 
+#include "PathIterator.h"
+#include "api_helper.h"
 #include "extension_frame.h"
 
 namespace RavikSrv
 {
 
-ResultPair ControllerExtension::init(Context context)
+namespace
+{
+
+/// Runs an operation that answers a `ResultPair`; what it throws becomes `UNEXPECTED` and a text.
+template <typename Operation> ResultPair answered(Operation const& operation) noexcept
 {
     ResultPair result(ErrorValue::UNEXPECTED);
-    guarded(
+    guarded([&] { result = operation(); },
+            [&](char const* text)
+            {
+                result.set_result(ErrorValue::UNEXPECTED);
+                result.set_text(text);
+            });
+    return result;
+}
+
+/// The configuration with `value` at `path`, which is made where it is missing.
+Value with_change(Value configuration, std::string const& path, Value const& value)
+{
+    if (configuration.type() != ValueType::Map)
+    {
+        configuration.set_type(ValueType::Map);
+    }
+    auto* place = &configuration;
+    PathIterator components(path);
+    while (place != nullptr && components.next())
+    {
+        place = node(place, components.component(), true);
+    }
+    if (place != nullptr)
+    {
+        *place = value;
+    }
+    return configuration;
+}
+
+} // namespace
+
+ResultPair ControllerExtension::init(Context context)
+{
+    return answered(
         [&]
         {
             m_domain = context.domain();
-            result = load(m_host->get_config_value(context, ""));
-            if (result.result() == ErrorValue::SUCCESS)
+            auto loaded = load(m_host->get_config_value(context, ""));
+            if (loaded.result() == ErrorValue::SUCCESS)
             {
-                m_host->register_listener(context, this);
+                m_host->register_listener(context, static_cast<IRavikSrvRequestListener*>(this));
+                m_host->register_listener(context, static_cast<RavikSrvConfigListener*>(this));
             }
-        },
-        [&](char const* text)
-        {
-            result.set_result(ErrorValue::UNEXPECTED);
-            result.set_text(text);
+            return loaded;
         });
-    return result;
 }
 
 String ControllerExtension::error_string(unsigned code)
@@ -64,6 +99,29 @@ void ControllerExtension::on_request(Context context, CommandGroup* group)
             group->set_result(command.extension_result());
         }
     }
+}
+
+ResultPair ControllerExtension::before_change(Context context, char const* path, Value& value,
+                                              char const* /*schema_type*/)
+{
+    return answered([&] { return check(with_change(m_host->get_config_value(context, ""), path, value)); });
+}
+
+ResultPair ControllerExtension::on_change(Context /*context*/, char const* /*path*/, char const* /*schema_type*/)
+{
+    return ErrorValue::SUCCESS;
+}
+
+ResultPair ControllerExtension::on_delete(Context /*context*/, char const* /*path*/, Value const& /*value*/,
+                                          char const* /*schema_type*/)
+{
+    return ErrorValue::SUCCESS;
+}
+
+ResultPair ControllerExtension::on_rename(Context /*context*/, char const* /*path*/, char const* /*new_path*/,
+                                          char const* /*schema_type*/)
+{
+    return ErrorValue::SUCCESS;
 }
 
 ResultPair wrong_setting(std::string const& place, std::string const& expected, std::string const& found)

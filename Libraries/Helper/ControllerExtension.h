@@ -13,15 +13,21 @@ namespace RavikSrv
 /// What differs from controller to controller is its settings and what becomes of a command (`load`, `execute`); its
 /// `ext_interface` calls `enter_extension`.
 ///
-/// No exception leaves the extension: what `load` and `execute` throw becomes a failure.
-class ControllerExtension : public IRavikSrvExt, private IRavikSrvRequestListener
+/// No exception leaves the extension: what `load`, `check` and `execute` throw becomes a failure.
+class ControllerExtension : public IRavikSrvExt, private IRavikSrvRequestListener, private RavikSrvConfigListener
 {
 public:
-    /// Loads the settings and, where they are right, registers for the domain's requests.
+    /// Loads the settings and, where they are right, registers for the domain's requests and changes.
     ResultPair init(Context context) final;
     String error_string(unsigned code) final;
     /// The group's result becomes that of the last command that failed.
     void on_request(Context context, CommandGroup* group) final;
+
+    /// Refuses settings with which the extension could not be started again. They count from the next start on.
+    ResultPair before_change(Context context, char const* path, Value& value, char const* schema_type) final;
+    ResultPair on_change(Context context, char const* path, char const* schema_type) final;
+    ResultPair on_delete(Context context, char const* path, Value const& value, char const* schema_type) final;
+    ResultPair on_rename(Context context, char const* path, char const* new_path, char const* schema_type) final;
 
 protected:
     /// The extension's own result codes; 0 is success.
@@ -42,6 +48,9 @@ private:
     /// Takes over the domain's configuration. Called once, before all requests; calls nobody but the host, since the
     /// controller may be switched off. Settings that are wrong are refused (`wrong_setting`).
     virtual ResultPair load(Value const& configuration) = 0;
+
+    /// Whether `load` would take this configuration; changes nothing. May be called from several threads at once.
+    virtual ResultPair check(Value const& configuration) const = 0;
 
     /// Executes the commands, which come with the internal error as their result, and leaves the outcome on each of
     /// them. `context` is the request's, but in this extension's own domain: a group may come from another one. May be

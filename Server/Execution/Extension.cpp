@@ -102,9 +102,13 @@ void Extension::start(RavikSrv::IRavikSrvExtHost& host, std::vector<Notice> cons
     }
     if (failed(answer))
     {
+        // A setting of the project file comes before one in the store, which is out of reach now.
+        auto const* const remedy = answer.result() == ErrorValue::EXTENSION_CONFIG
+                                       ? "; correct it in the extension's \"configuration\" in ravik.json"
+                                       : "";
         throw ProjectError("the extension of domain \"" + m_domain +
                            "\" could not be initialised: " + RavikSrv::get_error_string(answer.result()).name() +
-                           (*answer.text() == '\0' ? "" : std::string(", ") + answer.text()));
+                           (*answer.text() == '\0' ? "" : std::string(", ") + answer.text()) + remedy);
     }
 }
 

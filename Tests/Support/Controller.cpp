@@ -1,7 +1,5 @@
 #include "Support/Controller.h"
 
-#include "Support/LoadedExtension.h"
-
 #include "algorithm_helper.h"
 
 #include <gtest/gtest.h>
@@ -22,16 +20,9 @@ Value map(std::initializer_list<std::pair<char const*, Value>> entries)
 }
 
 Controller::Controller(std::string const& library, Value const& configuration)
+    : host(configuration), m_extension(library, host, "Line")
 {
-    host.configuration["Line"] = configuration;
-    IRavikSrvExt* made = nullptr;
-    double version = 0;
-    EXPECT_EQ(LoadedExtension::entry(library)(&host, &made, &version), 0);
-    EXPECT_EQ(version, 19.0);
-    m_extension.reset(made);
-    Context context;
-    context.set_domain("Line");
-    started = m_extension->init(context);
+    EXPECT_EQ(m_extension.version(), 19.0);
 }
 
 std::vector<Command> Controller::send(Accesses const& accesses)
@@ -46,7 +37,7 @@ std::vector<Command> Controller::send(Accesses const& accesses)
     }
     Context context;
     context.set_domain("Other");
-    dynamic_cast<IRavikSrvRequestListener&>(*host.listeners.at(0).listener).on_request(context, &group);
+    m_extension.requests().on_request(context, &group);
 
     unsigned last_failure = 0;
     std::vector<Command> answered(group.begin_vector(), group.end_vector());
@@ -74,9 +65,17 @@ std::string Controller::outcomes(Accesses const& accesses)
 
 ErrorValue Controller::Host::set_config_value(Context const& context, char const* path, Value const* value)
 {
-    auto const failure = before_write ? before_write() : ErrorValue::SUCCESS;
+    if (auto const failure = before_write ? before_write() : ErrorValue::SUCCESS; failure != ErrorValue::SUCCESS)
+    {
+        return failure;
+    }
     std::lock_guard const lock(m_mutex);
-    return failure != ErrorValue::SUCCESS ? failure : RecordingHost::set_config_value(context, path, value);
+    auto merged = get_config_value(context, path);
+    for (auto entry = value->begin(); entry != value->end(); ++entry)
+    {
+        merged.insert_or_update(entry.name(), *entry);
+    }
+    return RecordingHost::set_config_value(context, path, &merged);
 }
 
 } // namespace Ravik::Test

@@ -1,10 +1,9 @@
 #pragma once
 
-#include "Support/RecordingHost.h"
+#include "Support/LoadedExtension.h"
 
 #include <functional>
 #include <initializer_list>
-#include <memory>
 #include <mutex>
 #include <string>
 #include <utility>
@@ -32,13 +31,16 @@ public:
     /// that was read as text, "ok" for a write.
     std::string outcomes(Accesses const& accesses);
     RavikSrv::Value read(std::string const& mapping) { return send({{mapping, {}}}).front().read_value(); }
-    std::string error_name(unsigned result) const { return m_extension->error_string(result).name(); }
+    std::string error_name(unsigned result) const { return m_extension.object().error_string(result).name(); }
+    RavikSrv::ResultPair started() const { return m_extension.started(); }
     RavikSrv::Value configuration() { return host.configuration["Line"]; }
 
-    /// A host whose configuration may be written from several threads.
+    /// A host whose configuration may be written from several threads. Maps merge into what is there.
     class Host : public RecordingHost
     {
     public:
+        explicit Host(RavikSrv::Value const& line) { configuration["Line"] = line; }
+
         /// What comes before each write; the write fails with the answer unless that is success.
         std::function<RavikSrv::ErrorValue()> before_write;
 
@@ -49,11 +51,8 @@ public:
         std::mutex m_mutex;
     } host;
 
-    /// What `init` answered.
-    RavikSrv::ResultPair started;
-
 private:
-    std::unique_ptr<RavikSrv::IRavikSrvExt> m_extension;
+    LoadedExtension m_extension;
 };
 
 } // namespace Ravik::Test

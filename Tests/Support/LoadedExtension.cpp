@@ -21,31 +21,13 @@ LoadedExtension::Entry LoadedExtension::entry(std::string const& library)
     return reinterpret_cast<Entry>(symbol);
 }
 
-LoadedExtension::LoadedExtension(std::string const& library, RecordingHost& host, char const* domain)
+LoadedExtension::LoadedExtension(std::string const& library, RecordingHost& host, char const* domain) : m_host(host)
 {
     m_context.set_domain(domain);
     IRavikSrvExt* made = nullptr;
     entry(library)(&host, &made, &m_version);
     m_object.reset(made);
-    if (m_object->init(m_context).result() != ErrorValue::SUCCESS)
-    {
-        throw std::runtime_error("init failed");
-    }
-    for (auto const& registration : host.listeners)
-    {
-        switch (registration.listener->type())
-        {
-        case ListenerType::REQUEST:
-            m_requests = dynamic_cast<IRavikSrvRequestListener*>(registration.listener);
-            break;
-        case ListenerType::CONFIG:
-            m_changes = dynamic_cast<IRavikSrvConfigListener*>(registration.listener);
-            break;
-        case ListenerType::EXPORT:
-            m_exports = dynamic_cast<IRavikSrvExportListener*>(registration.listener);
-            break;
-        }
-    }
+    m_started = m_object->init(m_context);
 }
 
 Command LoadedExtension::call(char const* function, Value const& parameters)
@@ -56,7 +38,7 @@ Command LoadedExtension::call(char const* function, Value const& parameters)
     command.set_mapping(function);
     command.set_write_value(parameters);
     group.insert(group.end_vector(), command);
-    m_requests->on_request(m_context, &group);
+    requests().on_request(m_context, &group);
     return *group.begin_vector();
 }
 

@@ -1,5 +1,7 @@
 #include "ScriptedDevice.h"
 
+#include <array>
+#include <numeric>
 #include <stdexcept>
 #include <utility>
 
@@ -13,23 +15,9 @@ namespace Ravik::Test
 namespace
 {
 
-constexpr std::size_t header_size = 7;
-
-void put_word(ScriptedDevice::Bytes& bytes, int word)
-{
-    bytes.push_back(static_cast<std::uint8_t>(word >> 8));
-    bytes.push_back(static_cast<std::uint8_t>(word));
-}
-
-/// The request's header in front of the answer, with the answer's length.
-ScriptedDevice::Bytes framed(ScriptedDevice::Request const& request, ScriptedDevice::Bytes const& answer)
-{
-    ScriptedDevice::Bytes frame(request.frame.begin(), request.frame.begin() + 4);
-    put_word(frame, static_cast<int>(answer.size()) + 1);
-    frame.push_back(request.frame[6]);
-    frame.insert(frame.end(), answer.begin(), answer.end());
-    return frame;
-}
+constexpr std::ptrdiff_t header_size = 7;
+/// In each table.
+constexpr int cells = 3000;
 
 bool receive(int socket, ScriptedDevice::Bytes& frame, std::size_t size)
 {
@@ -58,8 +46,12 @@ int listening_socket(int backlog, std::uint16_t& port)
 }
 
 ScriptedDevice::ScriptedDevice(Script script)
-    : m_script(std::move(script)), m_listening(listening_socket(8, m_port)), m_thread([this] { serve(); })
+    : m_script(std::move(script)), m_library(modbus_new_tcp("127.0.0.1", 0), &modbus_free),
+      m_cells(modbus_mapping_new(cells, cells, cells, cells), &modbus_mapping_free),
+      m_listening(listening_socket(8, m_port))
 {
+    std::iota(m_cells->tab_registers, m_cells->tab_registers + cells, std::uint16_t{0});
+    m_thread = std::thread([this] { serve(); });
 }
 
 ScriptedDevice::~ScriptedDevice()
@@ -94,14 +86,11 @@ void ScriptedDevice::serve(int socket)
         {
             return;
         }
+        auto const text = std::to_string(request.function()) + "@" + std::to_string(request.address()) + "x" +
+                          std::to_string(request.word(10));
         {
             std::lock_guard const lock(m_mutex);
-            m_requests.append(m_requests.empty() ? "" : " ").append(std::to_string(request.function()));
-            m_requests.append("@").append(std::to_string(request.address()));
-            if (request.function() == 3 || request.function() == 16)
-            {
-                m_requests.append("x").append(std::to_string(request.word(10)));
-            }
+            m_requests.append(m_requests.empty() ? "" : " ").append(text);
         }
         send(socket, m_script(*this, request));
     }
@@ -109,39 +98,24 @@ void ScriptedDevice::serve(int socket)
 
 ScriptedDevice::Bytes ScriptedDevice::right_answer(Request const& request)
 {
-    auto const first = static_cast<std::size_t>(request.address());
-    auto const count = static_cast<std::size_t>(request.function() == 6 ? 1 : request.word(10));
-    auto const echo = [&](std::ptrdiff_t size)
-    { return framed(request, Bytes(request.frame.begin() + header_size, request.frame.begin() + header_size + size)); };
-    switch (request.function())
-    {
-    case 3:
-    {
-        Bytes body = {3, static_cast<std::uint8_t>(2 * count)};
-        for (std::size_t index = 0; index < count; ++index)
-        {
-            put_word(body, registers.at(first + index));
-        }
-        return framed(request, body);
-    }
-    case 6:
-    case 16:
-        for (std::size_t index = 0; index < count; ++index)
-        {
-            registers.at(first + index) = request.word((request.function() == 6 ? 10 : 13) + 2 * index);
-        }
-        return echo(5);
-    case 22:
-        registers.at(first) = (registers.at(first) & request.word(10)) | (request.word(12) & ~request.word(10));
-        return echo(7);
-    default:
-        return exception(request, 1);
-    }
+    std::array<int, 2> ends{};
+    socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data());
+    modbus_set_socket(m_library.get(), ends[0]);
+    modbus_reply(m_library.get(), request.frame.data(), static_cast<int>(request.frame.size()), m_cells.get());
+    Bytes answer(MODBUS_TCP_MAX_ADU_LENGTH);
+    answer.resize(static_cast<std::size_t>(recv(ends[1], answer.data(), answer.size(), 0)));
+    close(ends[0]);
+    close(ends[1]);
+    return answer;
 }
 
 ScriptedDevice::Bytes ScriptedDevice::exception(Request const& request, int code)
 {
-    return framed(request, {static_cast<std::uint8_t>(request.function() | 0x80), static_cast<std::uint8_t>(code)});
+    Bytes answer(request.frame.begin(), request.frame.begin() + header_size + 2);
+    answer[5] = 3;
+    answer[7] |= 0x80;
+    answer[8] = static_cast<std::uint8_t>(code);
+    return answer;
 }
 
 void ScriptedDevice::send(int socket, Bytes const& bytes)

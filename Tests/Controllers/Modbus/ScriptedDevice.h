@@ -1,13 +1,15 @@
 #pragma once
 
-#include <array>
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
+
+#include <modbus/modbus.h>
 
 namespace Ravik::Test
 {
@@ -43,21 +45,25 @@ public:
 
     std::uint16_t port() const { return m_port; }
     int connections() const { return m_connections; }
-    /// The requests since the last call, each as "function@address" or "function@addressxcount", with blanks between.
+    /// The requests since the last call, each as "function@addressxword", with blanks between. The word is the number
+    /// of cells, of the single writes the value and of the masked one what it keeps.
     std::string requests();
 
-    /// Carries the request out on the registers: FC 3, 6, 16 and 22 only.
+    /// Carries the request out.
     Bytes right_answer(Request const& request);
     static Bytes exception(Request const& request, int code);
     static void send(int socket, Bytes const& bytes);
 
-    std::array<int, 65536> registers{};
+    /// A holding register, up to address 2999. Each holds its own address at first, all other cells hold 0.
+    std::uint16_t& holding(int address) { return m_cells->tab_registers[address]; }
 
 private:
     void serve();
     void serve(int socket);
 
     Script m_script;
+    std::unique_ptr<modbus_t, void (*)(modbus_t*)> m_library;
+    std::unique_ptr<modbus_mapping_t, void (*)(modbus_mapping_t*)> m_cells;
     std::uint16_t m_port = 0;
     int m_listening;
     std::atomic<int> m_connections = 0;
