@@ -50,7 +50,7 @@ STEPS = (
     ("driver: registers from values and back", ("values",), ()),
     ("driver: plan of the requests", ("plan",), ()),
     ("driver: what else it takes", ("driver",), ("addresses", "values", "plan", "library")),
-    ("libmodbus, with its calls of the kernel", ("library",), ()),
+    ("libmodbus, without the kernel", ("library",), ()),
     ("all", ("all",), ()),
 )
 
