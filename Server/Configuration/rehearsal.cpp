@@ -35,7 +35,7 @@ public:
         {
             m_copy.configuration.add_copy(domain, core.configuration.tree(domain));
         }
-        m_copy.extensions.add(std::make_unique<Extension>(m_domain, extension.library()));
+        m_copy.extensions.add(std::make_unique<Extension>(m_domain, extension.shared_object()));
         m_copy.extensions.find(m_domain)->start(m_copy.host);
         m_copy.writer.tell_entries(Context(), m_domain, "");
     }

@@ -21,7 +21,7 @@ public:
     Extension(std::string domain, ExtensionLibrary library);
 
     std::string const& domain() const noexcept { return m_domain; }
-    ExtensionLibrary const& library() const noexcept { return m_library; }
+    ExtensionLibrary const& shared_object() const noexcept { return m_library; }
     /// The schema of the extension's configuration, null where it ships none.
     RavikSrv::Value const& schema() const noexcept { return m_schema; }
     /// The functions that the schema names. An extension that names none takes commands of every name.

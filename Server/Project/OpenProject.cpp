@@ -92,7 +92,7 @@ void OpenProject::add_extensions(ProjectFile const& file)
 {
     for (auto const& entry : file.extensions)
     {
-        auto extension = std::make_unique<Extension>(entry.domain, ExtensionLibrary(entry.library));
+        auto extension = std::make_unique<Extension>(entry.domain, ExtensionLibrary(entry.shared_object));
         m_schemas.emplace(entry.domain, EntrySchemas(extension->schema()));
         m_core.configuration.add_domain(entry.domain, entry.configuration);
         m_core.extensions.add(std::move(extension));

@@ -167,7 +167,7 @@ private:
         check_object(path, "an extension", value, extension_fields);
         ExtensionEntry entry{value["domain"].get_string(), value["library"].get_string(), value["configuration"]};
         check_domain(path, entry.domain);
-        if (entry.library.empty())
+        if (entry.shared_object.empty())
         {
             fail(path, "library", "expected \"library\" to name a shared object, found an empty text");
         }

@@ -20,7 +20,7 @@ struct ExtensionEntry
 {
     std::string domain;
     /// A path, or a name without a slash that is looked for.
-    std::string library;
+    std::string shared_object;
     /// What is laid over the domain's stored configuration; an empty map where the file says nothing.
     RavikSrv::Value configuration;
 };

@@ -55,7 +55,7 @@ Command RecipeManagementFixture::call(char const* function, char const* recipe)
     return extension.call(function, parameters("path", recipe));
 }
 
-std::string RecipeManagementFixture::told(Command const& command)
+std::string RecipeManagementFixture::told(Command const& command) const
 {
     return std::string(extension.object().error_string(command.extension_result()).name()) + " | " +
            command.result_string();

@@ -24,7 +24,7 @@ struct RecipeManagementFixture
     /// Calls a function for a recipe.
     RavikSrv::Command call(char const* function, char const* recipe = "R");
     /// "result's name | result's text" of an answered command.
-    std::string told(RavikSrv::Command const& command);
+    std::string told(RavikSrv::Command const& command) const;
     /// "NAME | text" of an answered notification.
     static std::string told(RavikSrv::ResultPair const& result);
     /// What "ActivateRecipe" came to: "executed groups | result's name | result's text".

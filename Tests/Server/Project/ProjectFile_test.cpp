@@ -34,7 +34,7 @@ TEST(ProjectFile, holds_extensions_and_symbols)
 })");
     ASSERT_EQ(project.extensions.size(), 2U);
     EXPECT_EQ(project.extensions[0].domain, "RavikRecipeManagement");
-    EXPECT_EQ(project.extensions[1].library, "./lib/line.so");
+    EXPECT_EQ(project.extensions[1].shared_object, "./lib/line.so");
     EXPECT_EQ(project.extensions[1].configuration["variables"]["Speed"], RavikSrv::Value(0.0));
     EXPECT_EQ(project.symbols.size(), 2U);
     EXPECT_EQ(project.symbols["Line.Speed"]["MAPPING"], RavikSrv::Value("Speed"));
