@@ -106,7 +106,7 @@ TEST_F(plant, carries_edits_through_and_refuses_wrong_ones)
          {"TYPE_MISMATCH", "recipeList::Filling::Cola1500"}},
         {"ravik set recipeList::Filling::Cola1500::values::FillerSpeed fast", 2, {}, {"'\"fast\"'"}},
         {"ravik set recipeList::Filling '{}'", 1, {}, {"would disappear"}},
-        {"ravik set recipeList::New::R '{\"recipeTypeName\": \"Nope\", \"values\": {}}'", 1, {}, {"TYPE_MISSING"}},
+        {R"(ravik set recipeList::New::R '{"recipeTypeName": "Nope", "values": {}}')", 1, {}, {"TYPE_MISSING"}},
         {"ravik set 'recipeList::Trial runs::values' 1", 1, {}, {"REQUIRED_FIELD"}},
         {"ravik --domain Filler set values::FillerSpeed 7 && ravik symbol get Filler.Speed", 0, {"7"}, {}},
         {"ravik --domain Filler set variables::FillerSpeed 7", 1, {}, {"ravik.json"}},
