@@ -1,5 +1,6 @@
 #include "configuration_commands.h"
 
+#include "Configuration/configuration_keys.h"
 #include "configuration_answer.h"
 #include "recipe_names.h"
 #include "text_file.h"
@@ -24,7 +25,7 @@ Value exported(Value const& configuration, std::string const& domain)
         return configuration;
     }
     Value lists(ValueType::Map);
-    for (auto const* const key : {"recipeTypeList", "recipeList"})
+    for (auto const* const key : {Key::recipe_type_list, Key::recipe_list})
     {
         auto const& list = configuration[key];
         lists.insert(key, list.isset() ? list : Value(ValueType::Map));

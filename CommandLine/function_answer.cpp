@@ -1,5 +1,6 @@
 #include "function_answer.h"
 
+#include "Configuration/configuration_keys.h"
 #include "nearest_name.h"
 #include "recipe_names.h"
 
@@ -61,14 +62,14 @@ void print_failures(ExecutionRecord const& record, Output& output)
 
 void hint_at_unknown_recipe(Invocation& invocation, std::string const& recipe)
 {
-    auto const path = "recipeList" + RavikSrv::path_separator() + recipe;
+    auto const path = Key::recipe_list + RavikSrv::path_separator() + recipe;
     auto& project = invocation.project();
     std::string const domain(recipe_domain);
     if (project.get(domain, path).succeeded())
     {
         return;
     }
-    auto const names = recipe_names(project.get(domain, "recipeList").value);
+    auto const names = recipe_names(project.get(domain, Key::recipe_list).value);
     auto const nearest = likely_name(recipe, {names.begin(), names.end()});
     invocation.output().hint("there is no recipe '" + recipe + "'" +
                              (names.empty()     ? "; 'import' brings some into the project"

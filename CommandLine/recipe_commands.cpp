@@ -1,5 +1,6 @@
 #include "recipe_commands.h"
 
+#include "Configuration/configuration_keys.h"
 #include "Table.h"
 #include "function_answer.h"
 #include "nearest_name.h"
@@ -29,7 +30,7 @@ std::string shown(Value const& value)
 
 Value stored_recipe(Invocation& invocation, std::string const& recipe)
 {
-    auto const path = "recipeList" + RavikSrv::path_separator() + recipe;
+    auto const path = Key::recipe_list + RavikSrv::path_separator() + recipe;
     return invocation.project().get(std::string(recipe_domain), path).value;
 }
 
@@ -60,7 +61,7 @@ void print_values(Invocation& invocation, Value const& recipe, Value const& curr
     Table table({"MEMBER", "SYMBOL", "STORED", "IN THE CONTROLLER", ""});
     std::size_t differing = 0;
     std::size_t compared = 0;
-    Value const& values = recipe["values"];
+    Value const& values = recipe[Key::values];
     for (auto value = values.begin(); value != values.end(); ++value)
     {
         auto const symbol = comparison.symbol_of(value.name());
@@ -89,7 +90,7 @@ void print_values(Invocation& invocation, Value const& recipe, Value const& curr
 Answer active_one_by_one(Invocation& invocation, Answer answer)
 {
     auto& project = invocation.project();
-    auto const names = recipe_names(project.get(std::string(recipe_domain), "recipeList").value);
+    auto const names = recipe_names(project.get(std::string(recipe_domain), Key::recipe_list).value);
     Value active(ValueType::Vector);
     for (auto const& name : names)
     {
@@ -140,7 +141,7 @@ Answer read(Invocation& invocation)
     if (outcome.succeeded())
     {
         Value const& answers = outcome.value;
-        print_values(invocation, stored_recipe(invocation, name), answers[name.c_str()]["values"]);
+        print_values(invocation, stored_recipe(invocation, name), answers[name.c_str()][Key::values]);
     }
     else
     {
@@ -159,7 +160,7 @@ Answer recipes(Invocation& invocation)
     if (outcome.succeeded() && found.empty())
     {
         auto const types =
-            recipe_type_names(invocation.project().get(std::string(recipe_domain), "recipeTypeList").value);
+            recipe_type_names(invocation.project().get(std::string(recipe_domain), Key::recipe_type_list).value);
         auto const known = std::find(types.begin(), types.end(), type) != types.end();
         auto const nearest = likely_name(type, {types.begin(), types.end()});
         invocation.output().print(known
@@ -204,7 +205,7 @@ Answer update(Invocation& invocation)
     Value const after = stored_recipe(invocation, name);
     auto const info = texts_of(outcome.value["info"]);
     print_lines(info, invocation.output());
-    print_changes(before["values"], after["values"], invocation.output());
+    print_changes(before[Key::values], after[Key::values], invocation.output());
     if (outcome.succeeded() && before == after)
     {
         invocation.output().print("The recipe fits its type already.");

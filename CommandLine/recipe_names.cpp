@@ -1,5 +1,6 @@
 #include "recipe_names.h"
 
+#include "Configuration/configuration_keys.h"
 #include "api_helper.h"
 
 #include <initializer_list>
@@ -38,21 +39,21 @@ void collect(RavikSrv::Value const& folder, std::string const& prefix, std::init
 std::vector<std::string> recipe_type_names(RavikSrv::Value const& list)
 {
     std::vector<std::string> names;
-    collect(list, "", {"members"}, names);
+    collect(list, "", {Key::members}, names);
     return names;
 }
 
 std::vector<std::string> recipe_names(RavikSrv::Value const& list)
 {
     std::vector<std::string> names;
-    collect(list, "", {"recipeTypeName", "values"}, names);
+    collect(list, "", {Key::recipe_type_name, Key::values}, names);
     return names;
 }
 
 std::string recipe_counts(RavikSrv::Value const& configuration)
 {
-    return counted(recipe_type_names(configuration["recipeTypeList"]).size(), "recipe type") + " and " +
-           counted(recipe_names(configuration["recipeList"]).size(), "recipe");
+    return counted(recipe_type_names(configuration[Key::recipe_type_list]).size(), "recipe type") + " and " +
+           counted(recipe_names(configuration[Key::recipe_list]).size(), "recipe");
 }
 
 std::string counted(std::size_t count, std::string const& noun)

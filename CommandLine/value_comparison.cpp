@@ -1,6 +1,7 @@
 #include "value_comparison.h"
 
 #include "Configuration/MemberIndex.h"
+#include "Configuration/configuration_keys.h"
 
 #include "algorithm_helper.h"
 #include "api_helper.h"
@@ -37,12 +38,12 @@ bool describes_float(Value const& schema)
 ValueComparison::ValueComparison(Project const& project, Value const& configuration, Value const& recipe)
 {
     MemberIndex index(configuration);
-    auto const* const members = index.members_of(to_string(recipe["recipeTypeName"]));
+    auto const* const members = index.members_of(to_string(recipe[Key::recipe_type_name]));
     static MemberIndex::Members const none;
     for (auto const& [name, place] : members == nullptr ? none : *members)
     {
         auto const* const member = RavikSrv::node_path(place.path, configuration).node;
-        m_symbols[name] = place.nests_type || member == nullptr ? std::string() : to_string((*member)["symbol"]);
+        m_symbols[name] = place.nests_type || member == nullptr ? std::string() : to_string((*member)[Key::symbol]);
     }
     for (auto const& symbol : project.symbols())
     {

@@ -68,8 +68,8 @@ char const* schema_type(EntryKind kind) noexcept
 
 EntryKind kind_of(std::string_view path, Value const& value)
 {
-    auto const types = in_list(path, recipe_type_list);
-    if (!types && !in_list(path, recipe_list))
+    auto const types = in_list(path, Key::recipe_type_list);
+    if (!types && !in_list(path, Key::recipe_list))
     {
         return EntryKind::Other;
     }
@@ -77,15 +77,15 @@ EntryKind kind_of(std::string_view path, Value const& value)
     {
         return EntryKind::Neither;
     }
-    if (path == recipe_type_list || path == recipe_list)
+    if (path == Key::recipe_type_list || path == Key::recipe_list)
     {
         return EntryKind::Folder;
     }
     if (types)
     {
-        return has(value, "members") ? EntryKind::RecipeType : EntryKind::Folder;
+        return has(value, Key::members) ? EntryKind::RecipeType : EntryKind::Folder;
     }
-    return has(value, "recipeTypeName") || has(value, "values") ? EntryKind::Recipe : EntryKind::Folder;
+    return has(value, Key::recipe_type_name) || has(value, Key::values) ? EntryKind::Recipe : EntryKind::Folder;
 }
 
 bool makes_entry(std::string const& path, std::string const& name)
@@ -109,7 +109,7 @@ Place locate(std::string const& path, Value const& root)
         }
         node = RavikSrv::node(node, components.component());
         reached = Tree::join(reached, components.component());
-        if (kind == EntryKind::Other && !in_list(reached, recipe_type_list) && !in_list(reached, recipe_list))
+        if (kind == EntryKind::Other && !in_list(reached, Key::recipe_type_list) && !in_list(reached, Key::recipe_list))
         {
             return {.kind = EntryKind::Other, .owner = reached};
         }
@@ -126,7 +126,7 @@ void for_each_entry(std::string const& path, Value const& root, EntryVisit const
 {
     if (path.empty())
     {
-        for (auto const list : {recipe_type_list, recipe_list})
+        for (auto const list : {Key::recipe_type_list, Key::recipe_list})
         {
             auto const* const node = RavikSrv::node(&root, std::string(list));
             if (node != nullptr && !walk(std::string(list), *node, visit, with_folders))

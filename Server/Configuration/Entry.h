@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Configuration/configuration_keys.h"
+
 #include "RavikSrvExtApi.h"
 
 #include <functional>
@@ -8,10 +10,6 @@
 
 namespace Ravik
 {
-
-/// The two lists of a recipe configuration. Whatever else a configuration holds has no entries.
-inline constexpr std::string_view recipe_type_list = "recipeTypeList";
-inline constexpr std::string_view recipe_list = "recipeList";
 
 /// What stands at a place of the configuration.
 enum class EntryKind

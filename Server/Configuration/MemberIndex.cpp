@@ -19,7 +19,7 @@ constexpr int max_depth = 20;
 
 std::string type_path(std::string const& name)
 {
-    return Tree::join(recipe_type_list, name);
+    return Tree::join(Key::recipe_type_list, name);
 }
 
 } // namespace
@@ -44,16 +44,16 @@ bool MemberIndex::collect(std::string const& type, int depth, std::set<std::stri
     {
         return node != nullptr;
     }
-    Value const& inherited = (*node)["recipeTypeNames"];
+    Value const& inherited = (*node)[Key::recipe_type_names];
     for (auto name = inherited.begin_vector(); name != inherited.end_vector(); ++name)
     {
         members.try_emplace(to_string(*name), Place{.path = type_path(to_string(*name)), .nests_type = true});
         collect(to_string(*name), depth + 1, walked, members);
     }
-    Value const& own = (*node)["members"];
+    Value const& own = (*node)[Key::members];
     for (auto member = own.begin(); member != own.end(); ++member)
     {
-        add_member(Tree::join(path, "members"), member.name(), *member, depth, walked, members);
+        add_member(Tree::join(path, Key::members), member.name(), *member, depth, walked, members);
     }
     return true;
 }
@@ -61,8 +61,8 @@ bool MemberIndex::collect(std::string const& type, int depth, std::set<std::stri
 void MemberIndex::add_member(std::string const& members_path, std::string const& name, Value const& member, int depth,
                              std::set<std::string>& walked, Members& members) const
 {
-    auto const symbol = to_string(member["symbol"]);
-    auto const nested = to_string(member["recipeType"]);
+    auto const symbol = to_string(member[Key::symbol]);
+    auto const nested = to_string(member[Key::recipe_type]);
     auto const nests_type = symbol.empty() && !nested.empty();
     members.try_emplace(name, Place{.path = Tree::join(members_path, name), .nests_type = nests_type});
     if (nests_type)

@@ -1,7 +1,7 @@
 #include "Configuration/Store.h"
 
+#include "Configuration/ProjectError.h"
 #include "Configuration/tree.h"
-#include "Project/ProjectError.h"
 #include "RavikSrvExt/MapBuilder.h"
 #include "Json/Json.h"
 #include "Json/Reader.h"

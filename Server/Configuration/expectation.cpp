@@ -263,7 +263,7 @@ Value expected_after(Value const& tree, Move const& move)
 std::vector<Difference> differences(Value const& expected, Value const& actual)
 {
     std::vector<Difference> found;
-    for (auto const list : {recipe_type_list, recipe_list})
+    for (auto const list : {Key::recipe_type_list, Key::recipe_list})
     {
         std::string const name(list);
         compare(name, expected[name.c_str()], actual[name.c_str()], found);

@@ -19,7 +19,7 @@ namespace
 
 std::string type_path(std::string const& name)
 {
-    return Tree::join(recipe_type_list, name);
+    return Tree::join(Key::recipe_type_list, name);
 }
 
 class Reader
@@ -51,38 +51,38 @@ public:
 private:
     void read_type(std::string const& path, Value const& type)
     {
-        Value const& inherited = type["recipeTypeNames"];
+        Value const& inherited = type[Key::recipe_type_names];
         std::size_t index = 0;
         for (auto name = inherited.begin_vector(); name != inherited.end_vector(); ++name, ++index)
         {
             add(Reference::Kind::InheritedType, Tree::join(path, "recipeTypeNames[" + std::to_string(index) + "]"),
                 type_path(to_string(*name)));
         }
-        Value const& members = type["members"];
+        Value const& members = type[Key::members];
         for (auto member = members.begin(); member != members.end(); ++member)
         {
             Value const& described = *member;
-            if (auto const nested = to_string(described["recipeType"]); !nested.empty())
+            if (auto const nested = to_string(described[Key::recipe_type]); !nested.empty())
             {
-                auto const holder = Tree::join(Tree::join(path, "members"), member.name());
-                add(Reference::Kind::NestedType, Tree::join(holder, "recipeType"), type_path(nested));
+                auto const holder = Tree::join(Tree::join(path, Key::members), member.name());
+                add(Reference::Kind::NestedType, Tree::join(holder, Key::recipe_type), type_path(nested));
             }
         }
     }
 
     void read_recipe(std::string const& path, Value const& recipe)
     {
-        auto const type = to_string(recipe["recipeTypeName"]);
+        auto const type = to_string(recipe[Key::recipe_type_name]);
         if (type.empty())
         {
             return;
         }
-        add(Reference::Kind::RecipeType, Tree::join(path, "recipeTypeName"), type_path(type));
+        add(Reference::Kind::RecipeType, Tree::join(path, Key::recipe_type_name), type_path(type));
         auto const* const members = m_index.members_of(type);
-        Value const& values = recipe["values"];
+        Value const& values = recipe[Key::values];
         for (auto value = values.begin(); members != nullptr && value != values.end(); ++value)
         {
-            read_value(Tree::join(Tree::join(path, "values"), value.name()), value.name(), *value, type, *members);
+            read_value(Tree::join(Tree::join(path, Key::values), value.name()), value.name(), *value, type, *members);
         }
     }
 
@@ -93,7 +93,7 @@ private:
         take({.kind = Reference::Kind::ValueMember,
               .holder = holder,
               .target = found != members.end() ? found->second.path
-                                               : Tree::join(Tree::join(type_path(type), "members"), name),
+                                               : Tree::join(Tree::join(type_path(type), Key::members), name),
               .found = found != members.end()});
         if (found == members.end() || !found->second.nests_type)
         {
@@ -102,8 +102,8 @@ private:
         auto const named = to_string(value);
         if (!named.empty())
         {
-            auto const is_full_path = named.starts_with(std::string(recipe_list) + RavikSrv::path_separator());
-            add(Reference::Kind::NestedRecipe, holder, is_full_path ? named : Tree::join(recipe_list, named),
+            auto const is_full_path = named.starts_with(std::string(Key::recipe_list) + RavikSrv::path_separator());
+            add(Reference::Kind::NestedRecipe, holder, is_full_path ? named : Tree::join(Key::recipe_list, named),
                 found->second.path);
         }
     }

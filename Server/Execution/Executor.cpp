@@ -1,6 +1,6 @@
 #include "Execution/Executor.h"
 
-#include "Project/ProjectFile.h"
+#include "Configuration/configuration_keys.h"
 #include "api_helper.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Configuration/ConfigurationWriter.h"
+#include "Execution/ConfigurationWriter.h"
 #include "Execution/Extensions.h"
 #include "Execution/Recorder.h"
 #include "Execution/ServerVariables.h"

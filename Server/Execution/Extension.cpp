@@ -1,6 +1,6 @@
 #include "Execution/Extension.h"
 
-#include "Project/ProjectError.h"
+#include "Configuration/ProjectError.h"
 #include "algorithm_helper.h"
 #include "api_helper.h"
 

@@ -1,6 +1,6 @@
 #include "Execution/ExtensionLibrary.h"
 
-#include "Project/ProjectError.h"
+#include "Configuration/ProjectError.h"
 #include "Json/Json.h"
 
 #include <cmath>

@@ -1,6 +1,6 @@
 #include "Execution/Extensions.h"
 
-#include "Project/ProjectFile.h"
+#include "Configuration/configuration_keys.h"
 
 #include <algorithm>
 

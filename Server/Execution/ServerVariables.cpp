@@ -1,6 +1,6 @@
 #include "Execution/ServerVariables.h"
 
-#include "Project/ProjectFile.h"
+#include "Configuration/configuration_keys.h"
 #include "api_helper.h"
 
 namespace Ravik
@@ -10,18 +10,11 @@ using RavikSrv::ErrorValue;
 using RavikSrv::Value;
 using RavikSrv::ValueType;
 
-namespace
-{
-
-constexpr char const* values_key = "values";
-
-} // namespace
-
 void ServerVariables::execute(RavikSrv::Context const& context, std::vector<RavikSrv::Command*> const& commands)
 {
     std::string const domain(server_domain);
     auto const tree = m_configuration.tree(domain);
-    Value const& present = tree[values_key];
+    Value const& present = tree[Key::variables];
     Value written(ValueType::Map);
     for (auto* const command : commands)
     {
@@ -39,8 +32,9 @@ void ServerVariables::execute(RavikSrv::Context const& context, std::vector<Ravi
         }
         command->set_result(ErrorValue::SUCCESS);
     }
-    auto const result = written.empty() ? ErrorValue::SUCCESS
-                                        : m_writer.write(context, domain, values_key, written, Tree::WriteMode::Merge);
+    auto const result = written.empty()
+                            ? ErrorValue::SUCCESS
+                            : m_writer.write(context, domain, Key::variables, written, Tree::WriteMode::Merge);
     for (auto* const command : commands)
     {
         Value const& value = command->write_value();

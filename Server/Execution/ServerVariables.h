@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Configuration/ConfigurationWriter.h"
+#include "Execution/ConfigurationWriter.h"
 #include "RavikSrvExtApi.h"
 
 #include <vector>

@@ -1,5 +1,6 @@
 #include "Execution/SymbolTable.h"
 
+#include "Configuration/configuration_keys.h"
 #include "PathIterator.h"
 #include "algorithm_helper.h"
 #include "api_helper.h"
@@ -89,10 +90,10 @@ SymbolTable::SymbolTable(Value const& symbols)
     {
         Value const& described = *entry;
         Symbol symbol{.name = entry.name(),
-                      .domain = RavikSrv::Algorithm::to_string(described["DOMAIN"]),
-                      .mapping = RavikSrv::Algorithm::to_string(described["MAPPING"]),
-                      .schema = described["SCHEMA"],
-                      .compiled = schemas.compiled(described["SCHEMA"])};
+                      .domain = RavikSrv::Algorithm::to_string(described[Key::domain]),
+                      .mapping = RavikSrv::Algorithm::to_string(described[Key::mapping]),
+                      .schema = described[Key::schema],
+                      .compiled = schemas.compiled(described[Key::schema])};
         if (symbol.mapping.empty())
         {
             symbol.mapping = symbol.name;

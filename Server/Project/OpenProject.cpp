@@ -1,5 +1,6 @@
 #include "Project/OpenProject.h"
 
+#include "Configuration/configuration_keys.h"
 #include "api_helper.h"
 
 namespace Ravik
@@ -69,7 +70,7 @@ OpenProject::OpenProject(ProjectFile const& file, std::unique_ptr<Store> store)
 {
     check_schemas();
     Value own(ValueType::Map);
-    own.insert("SYMBOLS", file.symbols);
+    own.insert(Key::symbols, file.symbols);
     m_core.configuration.add_domain(std::string(server_domain), own);
     add_extensions(file);
     start_extensions();

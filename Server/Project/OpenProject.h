@@ -1,8 +1,8 @@
 #pragma once
 
-#include "Configuration/Editor.h"
-#include "Configuration/EntrySchemas.h"
-#include "Core.h"
+#include "Editing/Editor.h"
+#include "Editing/EntrySchemas.h"
+#include "Execution/Core.h"
 #include "Project/Project.h"
 #include "Project/ProjectFile.h"
 #include "Schema/Validator.h"

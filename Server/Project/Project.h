@@ -1,7 +1,8 @@
 #pragma once
 
-#include "Configuration/EditOptions.h"
+#include "Configuration/configuration_keys.h"
 #include "Configuration/references.h"
+#include "Editing/EditOptions.h"
 #include "Execution/ExecutionRecord.h"
 #include "Project/ProjectFile.h"
 
@@ -16,9 +17,6 @@
 
 namespace Ravik
 {
-
-/// The domain of the recipe management, unless a command names another.
-inline constexpr std::string_view recipe_domain = "RavikRecipeManagement";
 
 /// What became of the call of a function.
 struct FunctionOutcome

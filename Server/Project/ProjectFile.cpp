@@ -1,5 +1,6 @@
 #include "Project/ProjectFile.h"
 
+#include "Configuration/configuration_keys.h"
 #include "Json/Document.h"
 #include "Json/Json.h"
 
@@ -57,8 +58,10 @@ struct Field
 constexpr std::initializer_list<Field> project_fields = {{"extensions", &list, true}, {"symbols", &object, false}};
 constexpr std::initializer_list<Field> extension_fields = {
     {"domain", &text, true}, {"library", &text, true}, {"configuration", &object, false}};
-constexpr std::initializer_list<Field> symbol_fields = {
-    {"DOMAIN", &text, true}, {"MAPPING", &text, false}, {"USEMAPPING", &boolean, false}, {"SCHEMA", &schema, false}};
+constexpr std::initializer_list<Field> symbol_fields = {{Key::domain, &text, true},
+                                                        {Key::mapping, &text, false},
+                                                        {Key::use_mapping, &boolean, false},
+                                                        {Key::schema, &schema, false}};
 
 std::string in_quotes(std::string_view name)
 {
@@ -218,11 +221,11 @@ private:
             }
         }
         check_object(path, "the symbol " + in_quotes(name), value, symbol_fields);
-        std::string const domain = value["DOMAIN"].get_string();
+        std::string const domain = value[Key::domain].get_string();
         if (domain != server_domain && !m_domains.contains(domain))
         {
             auto const known = listed(m_domains, [](std::string const& each) { return std::string_view(each); });
-            fail(path, "DOMAIN",
+            fail(path, Key::domain,
                  "expected \"DOMAIN\" to be " + in_quotes(server_domain) +
                      (known.empty() ? "" : " or an extension's domain (" + known + ")") + ", found " +
                      in_quotes(domain));

@@ -1,19 +1,15 @@
 #pragma once
 
-#include "Project/ProjectError.h"
+#include "Configuration/ProjectError.h"
 
 #include "RavikSrvExt/Value.h"
 
 #include <filesystem>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace Ravik
 {
-
-/// The domain of the server itself; no extension may take it.
-inline constexpr std::string_view server_domain = "RavikSrv";
 
 /// An extension that the project loads.
 struct ExtensionEntry

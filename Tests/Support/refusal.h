@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Project/ProjectError.h"
+#include "Configuration/ProjectError.h"
 
 #include <string>
 

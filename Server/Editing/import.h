@@ -1,9 +1,9 @@
 #pragma once
 
 #include "Configuration/Configuration.h"
-#include "Configuration/EditOptions.h"
-#include "Configuration/EntrySchemas.h"
-#include "Configuration/Refusal.h"
+#include "Editing/EditOptions.h"
+#include "Editing/EntrySchemas.h"
+#include "Editing/Refusal.h"
 #include "Execution/Extension.h"
 #include "RavikSrvExtApi.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Configuration/EntrySchemas.h"
-#include "Configuration/Refusal.h"
+#include "Editing/EntrySchemas.h"
+#include "Editing/Refusal.h"
 #include "RavikSrvExtApi.h"
 
 #include <string>

@@ -1,4 +1,4 @@
-#include "Configuration/EntrySchemas.h"
+#include "Editing/EntrySchemas.h"
 
 #include "api_helper.h"
 

@@ -1,4 +1,4 @@
-#include "Host.h"
+#include "Execution/Host.h"
 
 #include "api_helper.h"
 

@@ -1,4 +1,4 @@
-#include "Configuration/ConfigurationWriter.h"
+#include "Execution/ConfigurationWriter.h"
 
 #include "Configuration/Entry.h"
 #include "api_helper.h"

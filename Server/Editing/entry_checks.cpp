@@ -1,4 +1,4 @@
-#include "Configuration/entry_checks.h"
+#include "Editing/entry_checks.h"
 
 #include "Configuration/tree.h"
 #include "api_helper.h"
@@ -61,7 +61,7 @@ Refusal check_entry(EntrySchemas const& schemas, EntryKind kind, std::string con
     {
         return {fits.result(), fits.text(), path};
     }
-    auto const* const named = kind == EntryKind::RecipeType ? "members" : "values";
+    auto const* const named = kind == EntryKind::RecipeType ? Key::members : Key::values;
     auto const is_folder = kind == EntryKind::Folder;
     auto refusal = is_folder ? check_names(path, entry) : check_names(Tree::join(path, named), entry[named]);
     if (refusal)

@@ -1,4 +1,4 @@
-#include "Project/ProjectError.h"
+#include "Configuration/ProjectError.h"
 
 namespace Ravik
 {

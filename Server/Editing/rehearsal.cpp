@@ -1,8 +1,8 @@
-#include "Configuration/rehearsal.h"
+#include "Editing/rehearsal.h"
 
 #include "Configuration/Entry.h"
-#include "Project/ProjectError.h"
-#include "Project/ProjectFile.h"
+#include "Configuration/ProjectError.h"
+#include "Configuration/configuration_keys.h"
 #include "algorithm_helper.h"
 #include "api_helper.h"
 #include "Json/Json.h"
@@ -189,11 +189,11 @@ bool loses_paths(Value const& tree, Move const& move)
     // The extension leaves its paths alone where the old path speaks of members or values.
     if (locate(move.path, tree).kind == EntryKind::Inside)
     {
-        return !RavikSrv::Algorithm::contains(move.path, "members") &&
-               !RavikSrv::Algorithm::contains(move.path, "values") && !move.is_delete();
+        return !RavikSrv::Algorithm::contains(move.path, Key::members) &&
+               !RavikSrv::Algorithm::contains(move.path, Key::values) && !move.is_delete();
     }
     auto lost =
-        RavikSrv::Algorithm::contains(move.path, "members") || RavikSrv::Algorithm::contains(move.path, "values");
+        RavikSrv::Algorithm::contains(move.path, Key::members) || RavikSrv::Algorithm::contains(move.path, Key::values);
     auto moves_entries = false;
     for_each_entry("", tree,
                    [&](std::string const& path, Value const& /*entry*/, EntryKind /*kind*/)

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Configuration/Refusal.h"
 #include "Configuration/expectation.h"
+#include "Editing/Refusal.h"
 #include "RavikSrvExtApi.h"
 
 #include <string>

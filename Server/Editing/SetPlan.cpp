@@ -1,9 +1,9 @@
-#include "Configuration/SetPlan.h"
+#include "Editing/SetPlan.h"
 
 #include "Configuration/Entry.h"
-#include "Configuration/edit_rules.h"
-#include "Configuration/entry_checks.h"
 #include "Configuration/tree.h"
+#include "Editing/edit_rules.h"
+#include "Editing/entry_checks.h"
 #include "api_helper.h"
 
 #include <utility>

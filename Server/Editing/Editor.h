@@ -1,11 +1,11 @@
 #pragma once
 
 #include "Configuration/Configuration.h"
-#include "Configuration/EditOptions.h"
-#include "Configuration/EntrySchemas.h"
-#include "Configuration/Refusal.h"
 #include "Configuration/expectation.h"
-#include "Core.h"
+#include "Editing/EditOptions.h"
+#include "Editing/EntrySchemas.h"
+#include "Editing/Refusal.h"
+#include "Execution/Core.h"
 #include "Execution/SymbolTable.h"
 #include "Schema/Validator.h"
 

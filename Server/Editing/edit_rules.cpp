@@ -1,8 +1,8 @@
-#include "Configuration/edit_rules.h"
+#include "Editing/edit_rules.h"
 
 #include "Configuration/Entry.h"
-#include "Configuration/entry_checks.h"
 #include "Configuration/tree.h"
+#include "Editing/entry_checks.h"
 #include "PathIterator.h"
 #include "api_helper.h"
 #include "Json/Json.h"
@@ -105,7 +105,7 @@ Refusal check_path(std::string const& path, bool has_recipes)
     {
         return {ErrorValue::ENCODE, "the path can't be stored: " + obstacle, ""};
     }
-    if (has_recipes && first != recipe_type_list && first != recipe_list)
+    if (has_recipes && first != Key::recipe_type_list && first != Key::recipe_list)
     {
         return {ErrorValue::INVALID_PATH,
                 R"(a path begins with "recipeTypeList" or "recipeList", not with ")" + first.substr(0, longest_name) +

@@ -1,8 +1,8 @@
-#include "Configuration/import.h"
+#include "Editing/import.h"
 
 #include "Configuration/Entry.h"
-#include "Configuration/entry_checks.h"
 #include "Configuration/tree.h"
+#include "Editing/entry_checks.h"
 #include "api_helper.h"
 #include "Json/Json.h"
 
@@ -19,7 +19,7 @@ using RavikSrv::ValueType;
 namespace
 {
 
-constexpr std::array lists{"recipeTypeList", "recipeList"};
+constexpr std::array lists{Key::recipe_type_list, Key::recipe_list};
 
 } // namespace
 
@@ -80,7 +80,7 @@ Refusal Import::check_lists() const
     for (auto entry = m_data.begin(); entry != m_data.end(); ++entry)
     {
         std::string const name = entry.name();
-        if (name != recipe_type_list && name != recipe_list)
+        if (name != Key::recipe_type_list && name != Key::recipe_list)
         {
             return {ErrorValue::UNEXPECTED_FIELD,
                     R"(only "recipeTypeList" and "recipeList" can be imported, not ")" + name.substr(0, longest_name) +

@@ -1,4 +1,4 @@
-#include "Configuration/Refusal.h"
+#include "Editing/Refusal.h"
 
 #include "api_helper.h"
 

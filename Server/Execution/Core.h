@@ -1,11 +1,11 @@
 #pragma once
 
 #include "Configuration/Configuration.h"
-#include "Configuration/ConfigurationWriter.h"
+#include "Execution/ConfigurationWriter.h"
 #include "Execution/Executor.h"
 #include "Execution/Extensions.h"
+#include "Execution/Host.h"
 #include "Execution/SymbolTable.h"
-#include "Host.h"
 #include "Schema/Validator.h"
 
 #include <memory>

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "Configuration/Configuration.h"
-#include "Configuration/Refusal.h"
 #include "Configuration/expectation.h"
-#include "Core.h"
+#include "Editing/Refusal.h"
+#include "Execution/Core.h"
 
 #include <string>
 #include <vector>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Configuration/ConfigurationWriter.h"
+#include "Execution/ConfigurationWriter.h"
 #include "Execution/Executor.h"
 #include "Execution/Extensions.h"
 #include "Execution/SymbolTable.h"
