@@ -5,8 +5,7 @@
 
 #include "text_width.h"
 
-#include <exception>
-#include <new>
+#include "boundary_guard.h"
 
 namespace Ravik::CommandLine
 {
@@ -89,8 +88,8 @@ Answer execute(Arguments const& arguments, Output& output)
     return command.run(invocation);
 }
 
-/// The one place where everything thrown becomes an answer.
-Ending guarded(Arguments const& arguments, Output& output)
+/// Whatever commands throw on purpose becomes an answer.
+Ending run_command(Arguments const& arguments, Output& output)
 {
     try
     {
@@ -116,35 +115,31 @@ Ending guarded(Arguments const& arguments, Output& output)
         answer.messages.emplace_back(error.what());
         return {std::move(answer), ExitStatus::no_project};
     }
-    catch (std::exception const& error)
-    {
-        return {answer_of(ErrorValue::UNEXPECTED, error.what()), ExitStatus::failed};
-    }
-    catch (...)
-    {
-        return {answer_of(ErrorValue::UNEXPECTED, "an unknown error"), ExitStatus::failed};
-    }
 }
 
 } // namespace
 
 int run(std::span<char const* const> words)
 {
-    try
-    {
-        auto const arguments = parse_arguments(words);
-        Output output(arguments.has(Option::json));
-        auto const ending = guarded(arguments, output);
-        auto const complete = output.finish(ending.answer);
-        auto const status = complete || ending.status != ExitStatus::done ? ending.status : ExitStatus::failed;
-        return static_cast<int>(status);
-    }
-    catch (std::exception const& error)
-    {
+    auto exit_status = ExitStatus::failed;
+    RavikSrv::guarded(
+        "ravik",
+        [&]
+        {
+            auto const arguments = parse_arguments(words);
+            Output output(arguments.has(Option::json));
+            Ending ending;
+            RavikSrv::guarded(
+                "ravik", [&] { ending = run_command(arguments, output); },
+                [&](char const* text) {
+                    ending = {answer_of(ErrorValue::UNEXPECTED, text), ExitStatus::failed};
+                });
+            auto const complete = output.finish(ending.answer);
+            exit_status = complete || ending.status != ExitStatus::done ? ending.status : ExitStatus::failed;
+        },
         // Nothing is left to write an answer with, most likely memory.
-        Output(false).error(error.what());
-        return static_cast<int>(ExitStatus::failed);
-    }
+        [](char const* text) { Output(false).error(text); });
+    return static_cast<int>(exit_status);
 }
 
 } // namespace Ravik::CommandLine

@@ -1,9 +1,9 @@
 #include "RavikRecipeManagement.h"
 
-#include "boundary_guard.h"
 #include "configuration_keys.h"
 
 #include "algorithm_helper.h"
+#include "boundary_guard.h"
 #include "extension_frame.h"
 
 namespace RecipeManagement
@@ -52,7 +52,8 @@ RavikRecipeManagement::~RavikRecipeManagement() = default;
 
 ResultPair RavikRecipeManagement::init(Context context)
 {
-    return guarded(
+    return RavikSrv::guarded_result(
+        "init",
         [&]
         {
             host->register_listener(context, static_cast<RavikSrv::IRavikSrvRequestListener*>(this));
@@ -65,14 +66,7 @@ ResultPair RavikRecipeManagement::init(Context context)
 
 String RavikRecipeManagement::error_string(unsigned code)
 {
-    try
-    {
-        return {result_name(code)};
-    }
-    catch (...)
-    {
-        return {""};
-    }
+    return RavikSrv::guarded_answer("error_string", String(), [&] { return String(result_name(code)); });
 }
 
 // Dispatch ------------------------------------------------------------------------------------------------------------
@@ -109,28 +103,20 @@ void RavikRecipeManagement::on_request(Context context, CommandGroup* group)
 
 void RavikRecipeManagement::answer(Context const& context, Command& command) noexcept
 {
-    try
+    for (auto const& function : functions())
     {
-        for (auto const& function : functions())
+        if (RavikSrv::Algorithm::equals(command.mapping(), function.name))
         {
-            if (RavikSrv::Algorithm::equals(command.mapping(), function.name))
-            {
-                (this->*function.handler)(context, command);
-                return;
-            }
+            RavikSrv::guarded(
+                function.name, [&] { (this->*function.handler)(context, command); },
+                [&](char const* text)
+                {
+                    // The code first: it needs no memory.
+                    set_command_result(command, RecipeResult::SERVER_ERROR);
+                    set_command_error(command, text, RecipeResult::SERVER_ERROR);
+                });
+            return;
         }
-    }
-    catch (...)
-    {
-        // The code first: it needs no memory.
-        auto const text = describe_exception();
-        set_command_result(command, RecipeResult::SERVER_ERROR);
-        guarded(
-            [&]
-            {
-                set_command_error(command, text, RecipeResult::SERVER_ERROR);
-                return ResultPair();
-            });
     }
 }
 

@@ -4,6 +4,7 @@
 #include "simulation_result.h"
 
 #include "api_helper.h"
+#include "boundary_guard.h"
 #include "extension_frame.h"
 
 using RavikSrv::Command;
@@ -43,8 +44,9 @@ void RavikSimulation::execute(Context const& context, CommandGroup& group)
     Written written;
     for (auto& command : Commands(group))
     {
-        RavikSrv::guarded([&] { access(command, written); },
-                          [&](char const* text) { fail(command, SimulationResult::INTERNAL_ERROR, text); });
+        RavikSrv::guarded(
+            "access", [&] { access(command, written); },
+            [&](char const* text) { fail(command, SimulationResult::INTERNAL_ERROR, text); });
     }
     auto const not_kept = [&](char const* text)
     {
@@ -54,6 +56,7 @@ void RavikSimulation::execute(Context const& context, CommandGroup& group)
         }
     };
     RavikSrv::guarded(
+        "store",
         [&]
         {
             if (auto const error = keep(context, written); error != ErrorValue::SUCCESS)

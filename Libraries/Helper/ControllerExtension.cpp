@@ -2,6 +2,7 @@
 
 #include "PathIterator.h"
 #include "api_helper.h"
+#include "boundary_guard.h"
 #include "extension_frame.h"
 
 namespace RavikSrv
@@ -9,19 +10,6 @@ namespace RavikSrv
 
 namespace
 {
-
-/// Runs an operation that answers a `ResultPair`; what it throws becomes `UNEXPECTED` and a text.
-template <typename Operation> ResultPair answered(Operation const& operation) noexcept
-{
-    ResultPair result(ErrorValue::UNEXPECTED);
-    guarded([&] { result = operation(); },
-            [&](char const* text)
-            {
-                result.set_result(ErrorValue::UNEXPECTED);
-                result.set_text(text);
-            });
-    return result;
-}
 
 /// The configuration with `value` at `path`, which is made where it is missing.
 Value with_change(Value configuration, std::string const& path, Value const& value)
@@ -47,26 +35,24 @@ Value with_change(Value configuration, std::string const& path, Value const& val
 
 ResultPair ControllerExtension::init(Context context)
 {
-    return answered(
-        [&]
-        {
-            m_domain = context.domain();
-            auto loaded = load(m_host->get_config_value(context, ""));
-            if (loaded.result() == ErrorValue::SUCCESS)
-            {
-                m_host->register_listener(context, static_cast<IRavikSrvRequestListener*>(this));
-                m_host->register_listener(context, static_cast<RavikSrvConfigListener*>(this));
-            }
-            return loaded;
-        });
+    return guarded_result("init",
+                          [&]
+                          {
+                              m_domain = context.domain();
+                              auto loaded = load(m_host->get_config_value(context, ""));
+                              if (loaded.result() == ErrorValue::SUCCESS)
+                              {
+                                  m_host->register_listener(context, static_cast<IRavikSrvRequestListener*>(this));
+                                  m_host->register_listener(context, static_cast<RavikSrvConfigListener*>(this));
+                              }
+                              return loaded;
+                          });
 }
 
 String ControllerExtension::error_string(unsigned code)
 {
-    // Without memory the answer is no name.
-    String name;
-    guarded([&] { name = String(code < m_results.names.size() ? m_results.names[code] : ""); }, [](char const*) {});
-    return name;
+    return guarded_answer("error_string", String(),
+                          [&] { return String(code < m_results.names.size() ? m_results.names[code] : ""); });
 }
 
 void ControllerExtension::on_request(Context context, CommandGroup* group)
@@ -77,6 +63,7 @@ void ControllerExtension::on_request(Context context, CommandGroup* group)
         command.set_extension_result(m_results.internal_error);
     }
     guarded(
+        "execute",
         [&]
         {
             context.set_domain(m_domain.c_str());
@@ -104,7 +91,8 @@ void ControllerExtension::on_request(Context context, CommandGroup* group)
 ResultPair ControllerExtension::before_change(Context context, char const* path, Value& value,
                                               char const* /*schema_type*/)
 {
-    return answered([&] { return check(with_change(m_host->get_config_value(context, ""), path, value)); });
+    return guarded_result("before_change",
+                          [&] { return check(with_change(m_host->get_config_value(context, ""), path, value)); });
 }
 
 ResultPair ControllerExtension::on_change(Context /*context*/, char const* /*path*/, char const* /*schema_type*/)

@@ -2,7 +2,6 @@
 
 #include "RavikSrvExtApi.h"
 
-#include <exception>
 #include <memory>
 
 /// What every extension does at its boundary with the server, whatever it is about.
@@ -10,7 +9,8 @@ namespace RavikSrv
 {
 
 /// The body of `ext_interface` for an extension of the class `Extension`, which is made from the host. A call that has
-/// no place for an answer does nothing and succeeds.
+/// no place for an answer does nothing and succeeds. What the construction throws passes on to the caller, with nothing
+/// made and nothing written: the one exception that crosses this boundary, since the call has no answer for a failure.
 template <typename Extension>
 int enter_extension(IRavikSrvExtHost* given_host, IRavikSrvExt** extension, double* version)
 {
@@ -23,30 +23,6 @@ int enter_extension(IRavikSrvExtHost* given_host, IRavikSrvExt** extension, doub
     *extension = std::make_unique<Extension>(given_host).release();
     *version = interface_version;
     return 0;
-}
-
-/// Runs `body`; whatever it throws is handed to `on_failure` as a text. Nothing leaves, also where even the text finds
-/// no memory.
-template <typename Body, typename OnFailure> void guarded(Body const& body, OnFailure const& on_failure) noexcept
-{
-    try
-    {
-        try
-        {
-            body();
-        }
-        catch (std::exception const& error)
-        {
-            on_failure(error.what());
-        }
-        catch (...)
-        {
-            on_failure("unknown failure");
-        }
-    }
-    catch (...) // NOLINT(bugprone-empty-catch): the caller's answer stood before the call, it only gets no text
-    {
-    }
 }
 
 /// The commands of a group for a range-based loop. It refers to the group.

@@ -1,10 +1,10 @@
 #include "RavikRecipeManagement.h"
-#include "boundary_guard.h"
 #include "configuration_keys.h"
 #include "recipe_config_handler/cascade.h"
 #include "result_pair.h"
 
 #include "algorithm_helper.h"
+#include "boundary_guard.h"
 
 #include <boost/thread/lock_types.hpp>
 
@@ -20,13 +20,13 @@ using RavikSrv::Value;
 ResultPair RavikRecipeManagement::on_delete(Context context, char const* path, Value const& /*value*/,
                                             char const* /*schema_type*/)
 {
-    return guarded([&] { return delete_rename(context, path, ""); });
+    return RavikSrv::guarded_result("on_delete", [&] { return delete_rename(context, path, ""); });
 }
 
 ResultPair RavikRecipeManagement::on_rename(Context context, char const* path, char const* new_path,
                                             char const* /*schema_type*/)
 {
-    return guarded([&] { return delete_rename(context, path, new_path); });
+    return RavikSrv::guarded_result("on_rename", [&] { return delete_rename(context, path, new_path); });
 }
 
 ResultPair RavikRecipeManagement::delete_rename(Context const& context, std::string const& old_path,

@@ -1,11 +1,11 @@
 #include "RavikRecipeManagement.h"
-#include "boundary_guard.h"
 #include "configuration_keys.h"
 #include "result_pair.h"
 #include "value_text.h"
 
 #include "algorithm_helper.h"
 #include "api_helper.h"
+#include "boundary_guard.h"
 
 #include <boost/algorithm/string/case_conv.hpp>
 #include <boost/unordered/unordered_flat_set.hpp>
@@ -27,13 +27,15 @@ using RavikSrv::ValueType;
 ResultPair RavikRecipeManagement::before_change(Context context, char const* path, Value& value,
                                                 char const* schema_type)
 {
-    return guarded([&] { return import_change(context, path, value, Value(), schema_type); });
+    return RavikSrv::guarded_result("before_change",
+                                    [&] { return import_change(context, path, value, Value(), schema_type); });
 }
 
 ResultPair RavikRecipeManagement::before_import(Context context, char const* path, Value& value,
                                                 Value const& import_data, char const* schema_type)
 {
-    return guarded([&] { return import_change(context, path, value, import_data, schema_type); });
+    return RavikSrv::guarded_result("before_import",
+                                    [&] { return import_change(context, path, value, import_data, schema_type); });
 }
 
 // The shared check ----------------------------------------------------------------------------------------------------

@@ -1,8 +1,8 @@
 #include "RavikRecipeManagement.h"
-#include "boundary_guard.h"
 #include "configuration_keys.h"
 
 #include "algorithm_helper.h"
+#include "boundary_guard.h"
 
 #include <boost/thread/lock_types.hpp>
 
@@ -38,15 +38,15 @@ void add(PathList& paths, boost::mutex& mutex, std::string const& path)
 
 ResultPair RavikRecipeManagement::on_change(Context /*context*/, char const* path, char const* schema_type)
 {
-    return guarded(
-        [&]
-        {
-            if (!is_list(path) && is_entry_type(schema_type))
-            {
-                store_path(path);
-            }
-            return ResultPair(ErrorValue::SUCCESS);
-        });
+    return RavikSrv::guarded_result("on_change",
+                                    [&]
+                                    {
+                                        if (!is_list(path) && is_entry_type(schema_type))
+                                        {
+                                            store_path(path);
+                                        }
+                                        return ResultPair(ErrorValue::SUCCESS);
+                                    });
 }
 
 void RavikRecipeManagement::store_path(std::string const& path)

@@ -3,6 +3,7 @@
 #include "Configuration/ProjectError.h"
 #include "algorithm_helper.h"
 #include "api_helper.h"
+#include "boundary_guard.h"
 
 #include <algorithm>
 
@@ -12,28 +13,13 @@ namespace Ravik
 using RavikSrv::CommandGroup;
 using RavikSrv::Context;
 using RavikSrv::ErrorValue;
+using RavikSrv::guarded_answer;
+using RavikSrv::guarded_result;
 using RavikSrv::ResultPair;
 using RavikSrv::Value;
 
 namespace
 {
-
-/// The one guard around calls into an extension.
-template <typename Call> ResultPair guarded(Call call) noexcept
-{
-    try
-    {
-        return call();
-    }
-    catch (std::exception const& error)
-    {
-        return {ErrorValue::UNEXPECTED, error.what()};
-    }
-    catch (...)
-    {
-        return {ErrorValue::UNEXPECTED, "an unknown exception left the extension"};
-    }
-}
 
 std::vector<std::string> texts_of(Value const& vector)
 {
@@ -89,7 +75,7 @@ void Extension::start(RavikSrv::IRavikSrvExtHost& host, std::vector<Notice> cons
     }
     Context context;
     context.set_domain(m_domain.c_str());
-    auto const answer = guarded([&] { return fresh->object->init(context); });
+    auto const answer = guarded_result("init", [&] { return fresh->object->init(context); });
     tell_entries(*fresh, context, failed(answer) ? std::vector<Notice>() : entries);
     std::shared_ptr<Instance> previous;
     {
@@ -120,7 +106,10 @@ void Extension::tell_entries(Instance const& instance, Context const& context, s
         {
             if (is_of_interest(config.paths, entry.path))
             {
-                guarded([&] { return config.listener->on_change(context, entry.path.c_str(), entry.schema_type); });
+                // It is at work for the entries all the same, as for those that it is told of later.
+                static_cast<void>(guarded_result(
+                    "on_change",
+                    [&] { return config.listener->on_change(context, entry.path.c_str(), entry.schema_type); }));
             }
         }
     }
@@ -166,15 +155,15 @@ ResultPair Extension::request(Context const& context, CommandGroup& group)
     {
         return {ErrorValue::NOT_REGISTERED, "the extension takes no requests"};
     }
-    return guarded(
-        [&]
-        {
-            running->request->on_request(context, &group);
-            return ResultPair();
-        });
+    return guarded_result("on_request",
+                          [&]
+                          {
+                              running->request->on_request(context, &group);
+                              return ResultPair();
+                          });
 }
 
-template <typename Call> ResultPair Extension::ask(std::string const& path, Call call)
+template <typename Call> ResultPair Extension::ask(char const* question, std::string const& path, Call call)
 {
     auto const running = instance();
     if (running == nullptr)
@@ -183,8 +172,9 @@ template <typename Call> ResultPair Extension::ask(std::string const& path, Call
     }
     for (auto const& config : running->config)
     {
-        auto answer =
-            is_of_interest(config.paths, path) ? guarded([&] { return call(*config.listener); }) : ResultPair();
+        auto answer = is_of_interest(config.paths, path)
+                          ? guarded_result(question, [&] { return call(*config.listener); })
+                          : ResultPair();
         if (failed(answer))
         {
             return answer;
@@ -193,7 +183,7 @@ template <typename Call> ResultPair Extension::ask(std::string const& path, Call
     return {};
 }
 
-template <typename Call> ResultPair Extension::tell(std::string const& path, Call call)
+template <typename Call> ResultPair Extension::tell(char const* notification, std::string const& path, Call call)
 {
     auto const running = instance();
     ResultPair first;
@@ -205,7 +195,7 @@ template <typename Call> ResultPair Extension::tell(std::string const& path, Cal
     {
         if (is_of_interest(config.paths, path))
         {
-            auto const answer = guarded([&] { return call(*config.listener); });
+            auto const answer = guarded_result(notification, [&] { return call(*config.listener); });
             first = failed(first) ? first : answer;
         }
     }
@@ -215,7 +205,8 @@ template <typename Call> ResultPair Extension::tell(std::string const& path, Cal
 ResultPair Extension::before_change(Context const& context, std::string const& path, Value& value,
                                     char const* schema_type)
 {
-    return ask(path, [&](auto& listener) { return listener.before_change(context, path.c_str(), value, schema_type); });
+    return ask("before_change", path,
+               [&](auto& listener) { return listener.before_change(context, path.c_str(), value, schema_type); });
 }
 
 ResultPair Extension::before_import(Context const& context, std::string const& path, Value& value,
@@ -229,7 +220,8 @@ ResultPair Extension::before_import(Context const& context, std::string const& p
     for (auto* const listener : running->exports)
     {
         auto answer =
-            guarded([&] { return listener->before_import(context, path.c_str(), value, import_data, schema_type); });
+            guarded_result("before_import", [&]
+                           { return listener->before_import(context, path.c_str(), value, import_data, schema_type); });
         if (failed(answer))
         {
             return answer;
@@ -241,48 +233,45 @@ ResultPair Extension::before_import(Context const& context, std::string const& p
 ResultPair Extension::before_delete(Context const& context, std::string const& path, Value const& value,
                                     char const* schema_type)
 {
-    return ask(path, [&](auto& listener) { return listener.before_delete(context, path.c_str(), value, schema_type); });
+    return ask("before_delete", path,
+               [&](auto& listener) { return listener.before_delete(context, path.c_str(), value, schema_type); });
 }
 
 ResultPair Extension::before_rename(Context const& context, std::string const& path, std::string const& new_path,
                                     char const* schema_type)
 {
-    return ask(path, [&](auto& listener)
+    return ask("before_rename", path,
+               [&](auto& listener)
                { return listener.before_rename(context, path.c_str(), new_path.c_str(), schema_type); });
 }
 
 ResultPair Extension::on_change(Context const& context, std::string const& path, char const* schema_type)
 {
-    return tell(path, [&](auto& listener) { return listener.on_change(context, path.c_str(), schema_type); });
+    return tell("on_change", path,
+                [&](auto& listener) { return listener.on_change(context, path.c_str(), schema_type); });
 }
 
 ResultPair Extension::on_delete(Context const& context, std::string const& path, Value const& value,
                                 char const* schema_type)
 {
-    return tell(path, [&](auto& listener) { return listener.on_delete(context, path.c_str(), value, schema_type); });
+    return tell("on_delete", path,
+                [&](auto& listener) { return listener.on_delete(context, path.c_str(), value, schema_type); });
 }
 
 ResultPair Extension::on_rename(Context const& context, std::string const& path, std::string const& new_path,
                                 char const* schema_type)
 {
-    return tell(path, [&](auto& listener)
+    return tell("on_rename", path,
+                [&](auto& listener)
                 { return listener.on_rename(context, path.c_str(), new_path.c_str(), schema_type); });
 }
 
 std::string Extension::error_string(unsigned code)
 {
     auto const running = instance();
-    std::string name;
-    if (running != nullptr)
-    {
-        guarded(
-            [&]
-            {
-                name = running->object->error_string(code).name();
-                return ResultPair();
-            });
-    }
-    return name;
+    return running == nullptr ? std::string()
+                              : guarded_answer("error_string", std::string(),
+                                               [&] { return std::string(running->object->error_string(code).name()); });
 }
 
 } // namespace Ravik

@@ -87,8 +87,8 @@ private:
     };
 
     std::shared_ptr<Instance const> instance() const;
-    template <typename Call> RavikSrv::ResultPair ask(std::string const& path, Call call);
-    template <typename Call> RavikSrv::ResultPair tell(std::string const& path, Call call);
+    template <typename Call> RavikSrv::ResultPair ask(char const* question, std::string const& path, Call call);
+    template <typename Call> RavikSrv::ResultPair tell(char const* notification, std::string const& path, Call call);
     static void tell_entries(Instance const& instance, RavikSrv::Context const& context,
                              std::vector<Notice> const& entries);
 

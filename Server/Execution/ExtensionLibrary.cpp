@@ -1,6 +1,7 @@
 #include "Execution/ExtensionLibrary.h"
 
 #include "Configuration/ProjectError.h"
+#include "boundary_guard.h"
 #include "Json/Json.h"
 
 #include <cmath>
@@ -64,15 +65,15 @@ std::unique_ptr<IRavikSrvExt> ExtensionLibrary::create(RavikSrv::IRavikSrvExtHos
     IRavikSrvExt* created = nullptr;
     double version = 0.0;
     int result = 0;
-    try
-    {
-        result = m_entry(&host, &created, &version);
-    }
-    catch (std::exception const& error)
-    {
-        throw ProjectError("the extension \"" + m_name + "\" could not be created: " + error.what());
-    }
+    std::string failure;
+    RavikSrv::guarded(
+        "ext_interface", [&] { result = m_entry(&host, &created, &version); },
+        [&](char const* text) { failure = text; });
     std::unique_ptr<IRavikSrvExt> extension(created);
+    if (!failure.empty())
+    {
+        throw ProjectError("the extension \"" + m_name + "\" could not be created: " + failure);
+    }
     if (result != 0 || extension == nullptr)
     {
         throw ProjectError("the extension \"" + m_name + "\" could not be created (its entry function answered " +

@@ -87,7 +87,9 @@ TEST_F(HostFailures, of_any_one_call_are_survived_by_each_function)
             EXPECT_FALSE(answer.read_value().isset() && call < 3) << function << ' ' << call;
             host.failing_calls.clear();
             host.throwing_call = call;
-            EXPECT_EQ(told(run()), "SERVER_ERROR | Server: unexpected failure: host out of order") << function;
+            EXPECT_EQ(told(run()),
+                      "SERVER_ERROR | Server: " + std::string(function) + ": unexpected failure: host out of order")
+                << function;
             host.throwing_call = 0;
         }
         // No call is left out.
@@ -125,16 +127,17 @@ TEST_F(HostFailures, by_an_exception_are_answered_to_every_call_of_the_server)
     auto const& context = extension.context();
     auto type = types_of("T { }")["T"];
     host.throwing_call = 1;
-    std::vector<std::function<ResultPair()>> const calls = {
-        [&] { return changes.before_change(context, "recipeTypeList::T", type, "recipeType"); },
-        [&] { return changes.on_delete(context, "recipeList::R", Value(), ""); },
-        [&] { return changes.on_rename(context, "recipeList::R", "recipeList::S", ""); },
-        [&] { return extension.exports().before_import(context, "recipeTypeList::T", type, {}, "recipeType"); },
-        [&] { return extension.object().init(context); },
+    std::map<std::string, std::function<ResultPair()>> const calls = {
+        {"before_change", [&] { return changes.before_change(context, "recipeTypeList::T", type, "recipeType"); }},
+        {"on_delete", [&] { return changes.on_delete(context, "recipeList::R", Value(), ""); }},
+        {"on_rename", [&] { return changes.on_rename(context, "recipeList::R", "recipeList::S", ""); }},
+        {"before_import",
+         [&] { return extension.exports().before_import(context, "recipeTypeList::T", type, {}, "recipeType"); }},
+        {"init", [&] { return extension.object().init(context); }},
     };
-    for (auto const& call : calls)
+    for (auto const& [operation, call] : calls)
     {
         host.call_count = 0;
-        EXPECT_EQ(told(call()), "UNEXPECTED | unexpected failure: host out of order");
+        EXPECT_EQ(told(call()), "UNEXPECTED | " + operation + ": unexpected failure: host out of order");
     }
 }

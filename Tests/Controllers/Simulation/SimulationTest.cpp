@@ -41,7 +41,7 @@ TEST(Simulation, throws_nothing)
     host.throwing_call = 1;
     LoadedExtension const extension(SIMULATION_LIBRARY, host, "Line");
     EXPECT_EQ(extension.started().result(), ErrorValue::UNEXPECTED);
-    EXPECT_STREQ(extension.started().text(), "host out of order");
+    EXPECT_STREQ(extension.started().text(), "init: unexpected failure: host out of order");
 }
 
 TEST(Simulation, takes_a_value_where_nothing_is_lost)
@@ -121,7 +121,7 @@ TEST(Simulation, says_which_values_could_not_be_kept)
     EXPECT_EQ(press.outcomes({{"Count", 2}, {"On", 5}, {"Count", {}}}), "NOT_STORED TYPE_MISMATCH 2");
 
     press.host.before_write = []() -> ErrorValue { throw std::runtime_error("out of order"); };
-    EXPECT_STREQ(press.send({{"Count", 3}}).front().result_string(), "out of order");
+    EXPECT_STREQ(press.send({{"Count", 3}}).front().result_string(), "store: unexpected failure: out of order");
     EXPECT_EQ(press.outcomes({{"Count", 3}}), "NOT_STORED");
 }
 

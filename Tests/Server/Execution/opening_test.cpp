@@ -26,7 +26,7 @@ TEST(Opening, tells_what_is_wrong_with_a_project)
         {one_extension(NO_EXTENSION_LIBRARY), "is no extension: it does not export ext_interface"},
         {one_extension(OLD_PROBE_LIBRARY), "interface version 18"},
         {one_extension(PROBE_LIBRARY, R"(,"configuration":{"fault":"throw"})"),
-         "domain \"P\" could not be initialised: UNEXPECTED, thrown from init"},
+         "domain \"P\" could not be initialised: UNEXPECTED, init: unexpected failure: thrown from init"},
         {one_extension(PROBE_LIBRARY, R"(,"configuration":{"fault":"refuse"})"), "INIT, refused by init"},
     });
     for (auto const& [file, message] : projects)
