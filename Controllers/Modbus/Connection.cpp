@@ -25,30 +25,30 @@ std::string message(int error)
 }
 
 /// What the device answered instead of carrying out the request.
-struct Refusal
+struct DeviceException
 {
     int error;
     ModbusResult result;
     char const* text;
 };
 
-constexpr std::array refusals = {
-    Refusal{EMBXILFUN, ModbusResult::ILLEGAL_FUNCTION,
-            R"(does not know this kind of request (see "singleWritesOnly"))"},
-    Refusal{EMBXILADD, ModbusResult::ILLEGAL_DATA_ADDRESS, "has nothing at this address"},
-    Refusal{EMBXILVAL, ModbusResult::ILLEGAL_DATA_VALUE,
-            R"(does not accept the value or so many at once (see "registersPerRead", "registersPerWrite"))"},
-    Refusal{EMBXSFAIL, ModbusResult::DEVICE_FAILURE, "failed to carry out the request"},
-    Refusal{EMBXACK, ModbusResult::DEVICE_BUSY, "has taken the request, but needs longer to carry it out"},
-    Refusal{EMBXSBUSY, ModbusResult::DEVICE_BUSY, "is busy"},
-    Refusal{EMBXNACK, ModbusResult::DEVICE_FAILURE, "can't carry out the request"},
-    Refusal{EMBXMEMPAR, ModbusResult::DEVICE_FAILURE, "reports a fault of its memory"},
-    Refusal{EMBXGPATH, ModbusResult::GATEWAY_TARGET_FAILED, "is a gateway without a way to the unit"},
-    Refusal{EMBXGTAR, ModbusResult::GATEWAY_TARGET_FAILED, "is a gateway whose unit does not answer"},
-    Refusal{MODBUS_ENOBASE, ModbusResult::DEVICE_FAILURE, "answered with an unknown exception"},
-    Refusal{MODBUS_ENOBASE + MODBUS_EXCEPTION_NOT_DEFINED, ModbusResult::DEVICE_FAILURE,
-            "answered with an unknown exception"},
-    Refusal{EMBBADEXC, ModbusResult::DEVICE_FAILURE, "answered with an unknown exception"},
+constexpr std::array device_exceptions = {
+    DeviceException{EMBXILFUN, ModbusResult::ILLEGAL_FUNCTION,
+                    R"(does not know this kind of request (see "singleWritesOnly"))"},
+    DeviceException{EMBXILADD, ModbusResult::ILLEGAL_DATA_ADDRESS, "has nothing at this address"},
+    DeviceException{EMBXILVAL, ModbusResult::ILLEGAL_DATA_VALUE,
+                    R"(does not accept the value or so many at once (see "registersPerRead", "registersPerWrite"))"},
+    DeviceException{EMBXSFAIL, ModbusResult::DEVICE_FAILURE, "failed to carry out the request"},
+    DeviceException{EMBXACK, ModbusResult::DEVICE_BUSY, "has taken the request, but needs longer to carry it out"},
+    DeviceException{EMBXSBUSY, ModbusResult::DEVICE_BUSY, "is busy"},
+    DeviceException{EMBXNACK, ModbusResult::DEVICE_FAILURE, "can't carry out the request"},
+    DeviceException{EMBXMEMPAR, ModbusResult::DEVICE_FAILURE, "reports a fault of its memory"},
+    DeviceException{EMBXGPATH, ModbusResult::GATEWAY_TARGET_FAILED, "is a gateway without a way to the unit"},
+    DeviceException{EMBXGTAR, ModbusResult::GATEWAY_TARGET_FAILED, "is a gateway whose unit does not answer"},
+    DeviceException{MODBUS_ENOBASE, ModbusResult::DEVICE_FAILURE, "answered with an unknown exception"},
+    DeviceException{MODBUS_ENOBASE + MODBUS_EXCEPTION_NOT_DEFINED, ModbusResult::DEVICE_FAILURE,
+                    "answered with an unknown exception"},
+    DeviceException{EMBBADEXC, ModbusResult::DEVICE_FAILURE, "answered with an unknown exception"},
 };
 
 } // namespace
@@ -245,9 +245,9 @@ bool Connection::is_stale() const noexcept
 
 Outcome Connection::failure(int error, bool writes)
 {
-    auto const refused =
-        std::find_if(refusals.begin(), refusals.end(), [&](Refusal const& refusal) { return refusal.error == error; });
-    if (refused != refusals.end())
+    auto const refused = std::find_if(device_exceptions.begin(), device_exceptions.end(),
+                                      [&](DeviceException const& exception) { return exception.error == error; });
+    if (refused != device_exceptions.end())
     {
         m_is_carrying_out = error == EMBXACK;
         return {refused->result, "The device " + m_name + " " + refused->text};

@@ -47,7 +47,7 @@ bool MemberIndex::collect(std::string const& type, int depth, std::set<std::stri
     Value const& inherited = (*node)[Key::recipe_type_names];
     for (auto name = inherited.begin_vector(); name != inherited.end_vector(); ++name)
     {
-        members.try_emplace(to_string(*name), Place{.path = type_path(to_string(*name)), .nests_type = true});
+        members.try_emplace(to_string(*name), Target{.path = type_path(to_string(*name)), .nests_type = true});
         collect(to_string(*name), depth + 1, walked, members);
     }
     Value const& own = (*node)[Key::members];
@@ -64,10 +64,10 @@ void MemberIndex::add_member(std::string const& members_path, std::string const&
     auto const symbol = to_string(member[Key::symbol]);
     auto const nested = to_string(member[Key::recipe_type]);
     auto const nests_type = symbol.empty() && !nested.empty();
-    members.try_emplace(name, Place{.path = Tree::join(members_path, name), .nests_type = nests_type});
+    members.try_emplace(name, Target{.path = Tree::join(members_path, name), .nests_type = nests_type});
     if (nests_type)
     {
-        members.try_emplace(nested, Place{.path = type_path(nested), .nests_type = true});
+        members.try_emplace(nested, Target{.path = type_path(nested), .nests_type = true});
     }
     if (!nested.empty())
     {

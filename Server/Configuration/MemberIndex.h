@@ -16,7 +16,7 @@ class MemberIndex
 {
 public:
     /// Where a value of a recipe belongs.
-    struct Place
+    struct Target
     {
         /// The full path of the member; of the type where a value stands under the name of a type.
         std::string path;
@@ -24,7 +24,7 @@ public:
         bool nests_type = false;
     };
 
-    using Members = std::unordered_map<std::string, Place>;
+    using Members = std::unordered_map<std::string, Target>;
 
     explicit MemberIndex(RavikSrv::Value const& tree) : m_tree(tree) {}
 

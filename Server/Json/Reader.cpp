@@ -76,7 +76,7 @@ std::size_t next_hash(std::size_t hash, std::string_view name) noexcept
 /// Why the handler stopped the parser, and where to point to.
 struct Fault
 {
-    enum class Place
+    enum class Position
     {
         /// `count` bytes before the parser's position
         Before,
@@ -87,7 +87,7 @@ struct Fault
     };
 
     std::string message;
-    Place place = Place::Before;
+    Position position = Position::Before;
     std::size_t count = 0;
 };
 
@@ -217,7 +217,7 @@ bool Builder::on_object_end(std::size_t count, error_code& error)
         if (!map.insert(name_of(pending), std::move(pending.value)))
         {
             auto message = "the key " + in_quotes(name_of(pending)) + " stands twice in one object";
-            return fail({std::move(message), Fault::Place::Key, pending.key_number}, error);
+            return fail({std::move(message), Fault::Position::Key, pending.key_number}, error);
         }
     }
     m_names.resize(m_pending[first].name_begin);
@@ -247,7 +247,7 @@ bool Builder::on_array_end(std::size_t count, error_code& /*error*/)
 bool Builder::check_zero(std::string_view part, error_code& error)
 {
     return part.find('\0') == std::string_view::npos ||
-           fail({"a text or key may not hold U+0000", Fault::Place::ZeroEscape, 0}, error);
+           fail({"a text or key may not hold U+0000", Fault::Position::ZeroEscape, 0}, error);
 }
 
 bool Builder::on_key_part(boost::json::string_view part, std::size_t /*total*/, error_code& error)
@@ -324,7 +324,7 @@ bool Builder::add_integer(std::string_view digits, error_code& error)
     auto const result = std::from_chars(digits.data(), digits.data() + digits.size(), number);
     if (result.ec != std::errc())
     {
-        return fail({"the integer is beyond the range of 64 bits", Fault::Place::Before, digits.size()}, error);
+        return fail({"the integer is beyond the range of 64 bits", Fault::Position::Before, digits.size()}, error);
     }
     auto const narrow = static_cast<std::int32_t>(number);
     return add(narrow == number ? Value(narrow) : Value(number));
@@ -338,7 +338,7 @@ bool Builder::add_double(std::string_view digits, double approximation, error_co
     {
         if (std::abs(approximation) > 1.0)
         {
-            return fail({"the number is too large for a double", Fault::Place::Before, digits.size()}, error);
+            return fail({"the number is too large for a double", Fault::Position::Before, digits.size()}, error);
         }
         number = std::copysign(0.0, approximation); // nearer to zero than any other double
     }
@@ -383,15 +383,15 @@ std::size_t offset_of_zero_escape(std::string_view text, std::size_t end)
 
 ParseError fault_error(std::string_view text, std::size_t offset, Fault const& fault)
 {
-    switch (fault.place)
+    switch (fault.position)
     {
-    case Fault::Place::Key:
+    case Fault::Position::Key:
         offset = offset_of_key(text, fault.count);
         break;
-    case Fault::Place::ZeroEscape:
+    case Fault::Position::ZeroEscape:
         offset = offset_of_zero_escape(text, offset);
         break;
-    case Fault::Place::Before:
+    case Fault::Position::Before:
         offset -= fault.count;
         break;
     }

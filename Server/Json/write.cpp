@@ -21,7 +21,7 @@ using RavikSrv::ValueType;
 namespace
 {
 
-bool is_map(Value const& value) noexcept
+bool has_entries(Value const& value) noexcept
 {
     switch (value.type())
     {
@@ -38,14 +38,14 @@ bool is_map(Value const& value) noexcept
 
 bool is_container(Value const& value) noexcept
 {
-    return is_map(value) || value.type() == ValueType::Vector;
+    return has_entries(value) || value.type() == ValueType::Vector;
 }
 
 /// A container on the way from the root to where a walk stands, and what comes next in it.
 struct Level
 {
     explicit Level(Value const& value) noexcept
-        : container(&value), map(is_map(value)), entry(value.begin()), element(value.begin_vector())
+        : container(&value), map(has_entries(value)), entry(value.begin()), element(value.begin_vector())
     {
     }
 
@@ -234,7 +234,7 @@ private:
         }
         else if (value.size() == 0)
         {
-            m_text += is_map(value) ? "{}" : "[]";
+            m_text += has_entries(value) ? "{}" : "[]";
         }
         else if (m_indented && fits_line(value))
         {
@@ -242,7 +242,7 @@ private:
         }
         else
         {
-            m_text += is_map(value) ? '{' : '[';
+            m_text += has_entries(value) ? '{' : '[';
             m_open.emplace_back(value);
         }
     }

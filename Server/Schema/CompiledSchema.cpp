@@ -21,9 +21,9 @@ std::shared_ptr<CompiledSchema const> CompiledSchema::compile(Value const& docum
         return std::make_shared<CompiledSchema const>(std::make_unique<Schema::CompiledNodes const>(std::move(nodes)),
                                                       ResultPair());
     }
-    catch (Schema::Refusal const& refusal)
+    catch (Schema::SchemaFailure const& failure)
     {
-        return std::make_shared<CompiledSchema const>(nullptr, ResultPair(refusal.result(), refusal.what()));
+        return std::make_shared<CompiledSchema const>(nullptr, ResultPair(failure.result(), failure.what()));
     }
 }
 
@@ -42,7 +42,7 @@ ResultPair CompiledSchema::validate(Value const& value, std::string_view path) c
     }
     if (m_error.result() != ErrorValue::SUCCESS)
     {
-        return {m_error.result(), Schema::with_place(path, m_error.text()).c_str()};
+        return {m_error.result(), Schema::with_location(path, m_error.text()).c_str()};
     }
     return Schema::Evaluation(m_nodes->nodes, path).run(value);
 }

@@ -44,19 +44,19 @@ ResultPair Evaluation::run(Value const& value)
 {
     try
     {
-        if (fits(0, value, Place()))
+        if (fits(0, value, InstanceLocation()))
         {
             return {};
         }
-        return {m_failure.result, with_place(m_failure.place, m_failure.text).c_str()};
+        return {m_failure.result, with_location(m_failure.location, m_failure.text).c_str()};
     }
-    catch (Refusal const& refusal)
+    catch (SchemaFailure const& failure)
     {
-        return {refusal.result(), with_place(m_path, refusal.what()).c_str()};
+        return {failure.result(), with_location(m_path, failure.what()).c_str()};
     }
 }
 
-bool Evaluation::fits(NodeId id, Value const& value, Place const& place)
+bool Evaluation::fits(NodeId id, Value const& value, InstanceLocation const& location)
 {
     if (id == no_node || !value.isset())
     {
@@ -68,14 +68,14 @@ bool Evaluation::fits(NodeId id, Value const& value, Place const& place)
     auto const& node = m_nodes[id];
     if (!node.remembered)
     {
-        return check(node, value, place);
+        return check(node, value, location);
     }
     auto const known = m_outcomes.find({id, &value});
     if (known != m_outcomes.end() && (known->second || m_silent > 0))
     {
         return known->second;
     }
-    auto const outcome = check(node, value, place);
+    auto const outcome = check(node, value, location);
     if (m_outcomes.size() < outcome_limit)
     {
         m_outcomes.emplace(Subject{id, &value}, outcome);
@@ -83,29 +83,30 @@ bool Evaluation::fits(NodeId id, Value const& value, Place const& place)
     return outcome;
 }
 
-bool Evaluation::fits_silently(NodeId id, Value const& value, Place const& place)
+bool Evaluation::fits_silently(NodeId id, Value const& value, InstanceLocation const& location)
 {
     Counting const counting(m_silent);
-    return fits(id, value, place);
+    return fits(id, value, location);
 }
 
-bool Evaluation::check(Node const& node, Value const& value, Place const& place)
+bool Evaluation::check(Node const& node, Value const& value, InstanceLocation const& location)
 {
     if (node.never)
     {
-        return fail(ErrorValue::EXCLUDED, place, [] { return "no value is allowed here"; });
+        return fail(ErrorValue::EXCLUDED, location, [] { return "no value is allowed here"; });
     }
     // The type goes first, also the one that a reference brings.
-    if (!check_type(node, value, place) || (node.combination && !fits(node.combination->reference, value, place)) ||
-        !check_choice(node, value, place))
+    if (!check_type(node, value, location) ||
+        (node.combination && !fits(node.combination->reference, value, location)) ||
+        !check_choice(node, value, location))
     {
         return false;
     }
     auto const type = json_type(value);
-    if ((node.number && type == JsonType::NUMBER && !check_number(*node.number, value, place)) ||
-        (node.text && type == JsonType::STRING && !check_text(*node.text, value, place)) ||
-        (node.array && type == JsonType::ARRAY && !check_array(*node.array, value, place)) ||
-        (node.object && type == JsonType::OBJECT && !check_object(*node.object, value, place)))
+    if ((node.number && type == JsonType::NUMBER && !check_number(*node.number, value, location)) ||
+        (node.text && type == JsonType::STRING && !check_text(*node.text, value, location)) ||
+        (node.array && type == JsonType::ARRAY && !check_array(*node.array, value, location)) ||
+        (node.object && type == JsonType::OBJECT && !check_object(*node.object, value, location)))
     {
         return false;
     }
@@ -115,40 +116,40 @@ bool Evaluation::check(Node const& node, Value const& value, Place const& place)
     }
     auto const& combination = *node.combination;
     return std::all_of(combination.all.begin(), combination.all.end(),
-                       [&](NodeId schema) { return fits(schema, value, place); }) &&
-           check_any(combination.any, value, place) && check_one(combination.one, value, place) &&
-           check_condition(combination, value, place);
+                       [&](NodeId schema) { return fits(schema, value, location); }) &&
+           check_any(combination.any, value, location) && check_one(combination.one, value, location) &&
+           check_condition(combination, value, location);
 }
 
-bool Evaluation::check_type(Node const& node, Value const& value, Place const& place)
+bool Evaluation::check_type(Node const& node, Value const& value, InstanceLocation const& location)
 {
     return node.types == TYPE_ALL || (type_bits(value) & node.types) != 0 ||
-           fail(ErrorValue::TYPE_MISMATCH, place,
+           fail(ErrorValue::TYPE_MISMATCH, location,
                 [&] { return describe(value) + " is not of type " + type_names(node.types); });
 }
 
-bool Evaluation::check_choice(Node const& node, Value const& value, Place const& place)
+bool Evaluation::check_choice(Node const& node, Value const& value, InstanceLocation const& location)
 {
     if (node.enumeration && !node.enumeration->contains(value, m_budget))
     {
-        return fail(ErrorValue::ENUM_VALUE_MISMATCH, place,
+        return fail(ErrorValue::ENUM_VALUE_MISMATCH, location,
                     [&] { return describe(value) + " is none of: " + describe_list(node.enumeration->values()); });
     }
     if (node.constant && !node.constant->contains(value, m_budget))
     {
         return fail(
-            ErrorValue::ENUM_VALUE_MISMATCH, place,
+            ErrorValue::ENUM_VALUE_MISMATCH, location,
             [&]
             { return describe(value) + " is not the only allowed value: " + describe_list(node.constant->values()); });
     }
     return true;
 }
 
-bool Evaluation::check_number(NumberRules const& rules, Value const& number, Place const& place)
+bool Evaluation::check_number(NumberRules const& rules, Value const& number, InstanceLocation const& location)
 {
     auto const refuse = [&](char const* what, Value const& bound)
     {
-        return fail(ErrorValue::RANGE_MISMATCH, place,
+        return fail(ErrorValue::RANGE_MISMATCH, location,
                     [&] { return describe(number) + " is " + what + " " + describe(bound); });
     };
     // A NaN has no order and so is within no bound.
@@ -172,24 +173,24 @@ bool Evaluation::check_number(NumberRules const& rules, Value const& number, Pla
            refuse("not a multiple of", rules.multiple_of);
 }
 
-bool Evaluation::check_text(TextRules const& rules, Value const& value, Place const& place)
+bool Evaluation::check_text(TextRules const& rules, Value const& value, InstanceLocation const& location)
 {
     TextOf const text(value);
     if (rules.length.is_set())
     {
         m_budget.spend(text.view().size() / 64);
-        if (!check_size(rules.length, text.length(), "character", ErrorValue::STRING_LENGTH_MISMATCH, place))
+        if (!check_size(rules.length, text.length(), "character", ErrorValue::STRING_LENGTH_MISMATCH, location))
         {
             return false;
         }
     }
     return !rules.pattern || rules.pattern->matches(text.view(), m_budget) ||
-           fail(ErrorValue::REGEX, place,
+           fail(ErrorValue::REGEX, location,
                 [&] { return describe(value) + " does not match the pattern " + quoted(rules.pattern->expression()); });
 }
 
 bool Evaluation::check_size(SizeRange const& range, std::size_t size, char const* unit, ErrorValue result,
-                            Place const& place)
+                            InstanceLocation const& location)
 {
     if (size >= range.minimum && size <= range.maximum)
     {
@@ -200,7 +201,7 @@ bool Evaluation::check_size(SizeRange const& range, std::size_t size, char const
         auto const plural = std::string(unit) == "entry" ? std::string("entries") : std::string(unit) + "s";
         return std::to_string(number) + " " + (number == 1 ? unit : plural);
     };
-    return fail(result, place,
+    return fail(result, location,
                 [&]
                 {
                     return size < range.minimum
@@ -209,27 +210,27 @@ bool Evaluation::check_size(SizeRange const& range, std::size_t size, char const
                 });
 }
 
-bool Evaluation::check_any(std::vector<NodeId> const& schemas, Value const& value, Place const& place)
+bool Evaluation::check_any(std::vector<NodeId> const& schemas, Value const& value, InstanceLocation const& location)
 {
     return schemas.empty() ||
            std::any_of(schemas.begin(), schemas.end(),
-                       [&](NodeId schema) { return fits_silently(schema, value, place); }) ||
-           fail(ErrorValue::NO_MATCHES, place, [&] { return reasons(schemas, value, place); });
+                       [&](NodeId schema) { return fits_silently(schema, value, location); }) ||
+           fail(ErrorValue::NO_MATCHES, location, [&] { return reasons(schemas, value, location); });
 }
 
-bool Evaluation::check_one(std::vector<NodeId> const& schemas, Value const& value, Place const& place)
+bool Evaluation::check_one(std::vector<NodeId> const& schemas, Value const& value, InstanceLocation const& location)
 {
     std::vector<std::size_t> matches;
     for (std::size_t position = 0; position < schemas.size() && matches.size() < 2; ++position)
     {
-        if (fits_silently(schemas[position], value, place))
+        if (fits_silently(schemas[position], value, location))
         {
             matches.push_back(position + 1);
         }
     }
     if (matches.size() > 1)
     {
-        return fail(ErrorValue::MULTIPLE_MATCHES, place,
+        return fail(ErrorValue::MULTIPLE_MATCHES, location,
                     [&]
                     {
                         return describe(value) + " fits more than one alternative, number " +
@@ -237,26 +238,27 @@ bool Evaluation::check_one(std::vector<NodeId> const& schemas, Value const& valu
                     });
     }
     return schemas.empty() || !matches.empty() ||
-           fail(ErrorValue::NO_MATCHES, place, [&] { return reasons(schemas, value, place); });
+           fail(ErrorValue::NO_MATCHES, location, [&] { return reasons(schemas, value, location); });
 }
 
-bool Evaluation::check_condition(Combination const& combination, Value const& value, Place const& place)
+bool Evaluation::check_condition(Combination const& combination, Value const& value, InstanceLocation const& location)
 {
-    if (combination.excluded != no_node && fits_silently(combination.excluded, value, place))
+    if (combination.excluded != no_node && fits_silently(combination.excluded, value, location))
     {
-        return fail(ErrorValue::EXCLUDED, place, [&] { return describe(value) + " is excluded"; });
+        return fail(ErrorValue::EXCLUDED, location, [&] { return describe(value) + " is excluded"; });
     }
     if (combination.condition == no_node)
     {
         return true;
     }
-    auto const holds = fits_silently(combination.condition, value, place);
-    return fits(holds ? combination.consequence : combination.alternative, value, place);
+    auto const holds = fits_silently(combination.condition, value, location);
+    return fits(holds ? combination.consequence : combination.alternative, value, location);
 }
 
 /// Says that the value fits no alternative, and of the first ones why. Combinators inside them give no reasons of their
 /// own: each level would multiply the work.
-std::string Evaluation::reasons(std::vector<NodeId> const& schemas, Value const& value, Place const& place)
+std::string Evaluation::reasons(std::vector<NodeId> const& schemas, Value const& value,
+                                InstanceLocation const& location)
 {
     auto text = describe(value) + " fits none of the alternatives";
     if (m_giving_reasons)
@@ -264,14 +266,14 @@ std::string Evaluation::reasons(std::vector<NodeId> const& schemas, Value const&
         return text;
     }
     m_giving_reasons = true;
-    auto const here = place_text(m_path, place);
+    auto const here = location_text(m_path, location);
     std::string list;
     for (std::size_t position = 0; position < std::min(schemas.size(), reason_limit); ++position)
     {
-        if (!fits(schemas[position], value, place))
+        if (!fits(schemas[position], value, location))
         {
             list += list.empty() ? "" : "; ";
-            list += m_failure.place == here ? m_failure.text : with_place(m_failure.place, m_failure.text);
+            list += m_failure.location == here ? m_failure.text : with_location(m_failure.location, m_failure.text);
         }
     }
     m_giving_reasons = false;

@@ -22,7 +22,7 @@ class Evaluation
 public:
     Evaluation(std::vector<Node> const& nodes, std::string_view path) : m_nodes(nodes), m_path(path) {}
 
-    /// The answer for the first of the schemas. Never throws a `Refusal`.
+    /// The answer for the first of the schemas. Never throws a `SchemaFailure`.
     RavikSrv::ResultPair run(RavikSrv::Value const& value);
 
 private:
@@ -35,45 +35,46 @@ private:
     struct Failure
     {
         RavikSrv::ErrorValue result = RavikSrv::ErrorValue::SUCCESS;
-        std::string place;
+        std::string location;
         std::string text;
     };
 
     /// Whether the value fits; the first failure is told in `m_failure` unless the check is a silent one.
-    bool fits(NodeId id, Value const& value, Place const& place);
+    bool fits(NodeId id, Value const& value, InstanceLocation const& location);
     /// The same without telling why.
-    bool fits_silently(NodeId id, Value const& value, Place const& place);
+    bool fits_silently(NodeId id, Value const& value, InstanceLocation const& location);
 
-    bool check(Node const& node, Value const& value, Place const& place);
-    bool check_type(Node const& node, Value const& value, Place const& place);
-    bool check_choice(Node const& node, Value const& value, Place const& place);
-    bool check_number(NumberRules const& rules, Value const& number, Place const& place);
-    bool check_text(TextRules const& rules, Value const& value, Place const& place);
+    bool check(Node const& node, Value const& value, InstanceLocation const& location);
+    bool check_type(Node const& node, Value const& value, InstanceLocation const& location);
+    bool check_choice(Node const& node, Value const& value, InstanceLocation const& location);
+    bool check_number(NumberRules const& rules, Value const& number, InstanceLocation const& location);
+    bool check_text(TextRules const& rules, Value const& value, InstanceLocation const& location);
 
-    bool check_array(ArrayRules const& rules, Value const& array, Place const& place);
-    bool check_items(ArrayRules const& rules, Value const& array, Place const& place);
-    bool check_contains(NodeId contained, Value const& array, Place const& place);
-    bool check_unique(Value const& array, Place const& place);
-    bool check_object(ObjectRules const& rules, Value const& object, Place const& place);
-    bool check_required(std::vector<std::string> const& names, Value const& object, Place const& place,
+    bool check_array(ArrayRules const& rules, Value const& array, InstanceLocation const& location);
+    bool check_items(ArrayRules const& rules, Value const& array, InstanceLocation const& location);
+    bool check_contains(NodeId contained, Value const& array, InstanceLocation const& location);
+    bool check_unique(Value const& array, InstanceLocation const& location);
+    bool check_object(ObjectRules const& rules, Value const& object, InstanceLocation const& location);
+    bool check_required(std::vector<std::string> const& names, Value const& object, InstanceLocation const& location,
                         std::string const& because);
-    bool check_field(ObjectRules const& rules, char const* name, Value const& value, Place const& object_place);
-    bool check_name(NodeId names, char const* name, Place const& object_place);
-    bool check_dependency(Dependency const& dependency, Value const& object, Place const& place);
+    bool check_field(ObjectRules const& rules, char const* name, Value const& value,
+                     InstanceLocation const& object_location);
+    bool check_name(NodeId names, char const* name, InstanceLocation const& object_location);
+    bool check_dependency(Dependency const& dependency, Value const& object, InstanceLocation const& location);
     bool check_size(SizeRange const& range, std::size_t size, char const* unit, RavikSrv::ErrorValue result,
-                    Place const& place);
+                    InstanceLocation const& location);
 
-    bool check_any(std::vector<NodeId> const& schemas, Value const& value, Place const& place);
-    bool check_one(std::vector<NodeId> const& schemas, Value const& value, Place const& place);
-    bool check_condition(Combination const& combination, Value const& value, Place const& place);
-    std::string reasons(std::vector<NodeId> const& schemas, Value const& value, Place const& place);
+    bool check_any(std::vector<NodeId> const& schemas, Value const& value, InstanceLocation const& location);
+    bool check_one(std::vector<NodeId> const& schemas, Value const& value, InstanceLocation const& location);
+    bool check_condition(Combination const& combination, Value const& value, InstanceLocation const& location);
+    std::string reasons(std::vector<NodeId> const& schemas, Value const& value, InstanceLocation const& location);
 
     /// Answers false; `text`, a function, is only asked where somebody will read it.
-    template <typename Text> bool fail(RavikSrv::ErrorValue result, Place const& place, Text const& text)
+    template <typename Text> bool fail(RavikSrv::ErrorValue result, InstanceLocation const& location, Text const& text)
     {
         if (m_silent == 0)
         {
-            m_failure = {result, place_text(m_path, place), text()};
+            m_failure = {result, location_text(m_path, location), text()};
         }
         return false;
     }

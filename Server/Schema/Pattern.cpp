@@ -126,7 +126,7 @@ private:
     {
         if (m_rest.empty())
         {
-            throw Refusal(ErrorValue::SCHEMA, "a backslash stands at its end");
+            throw SchemaFailure(ErrorValue::SCHEMA, "a backslash stands at its end");
         }
         auto const byte = take();
         if (!is_letter(byte) && !is_digit(byte))
@@ -169,9 +169,9 @@ private:
         auto code = byte == 'x' ? take_hexadecimal(2) : byte == 'u' ? take_unicode() : std::nullopt;
         if (!code)
         {
-            throw Refusal(ErrorValue::SCHEMA, is_digit(byte) || byte == 'k'
-                                                  ? std::string("references back to a group are not supported")
-                                                  : std::string{'\\', byte} + " is no known escape");
+            throw SchemaFailure(ErrorValue::SCHEMA, is_digit(byte) || byte == 'k'
+                                                        ? std::string("references back to a group are not supported")
+                                                        : std::string{'\\', byte} + " is no known escape");
         }
         return *code;
     }
@@ -222,7 +222,7 @@ Pattern::Pattern(std::string_view expression, WorkBudget& budget) : m_expression
     m_compiled = std::make_shared<re2::RE2 const>(Translation(expression).run(), options);
     if (!m_compiled->ok())
     {
-        throw Refusal(ErrorValue::SCHEMA, shortened(m_compiled->error(), 200));
+        throw SchemaFailure(ErrorValue::SCHEMA, shortened(m_compiled->error(), 200));
     }
     m_size = static_cast<std::size_t>(m_compiled->ProgramSize());
     budget.spend(m_size * 8);

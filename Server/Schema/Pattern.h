@@ -20,7 +20,7 @@ namespace Ravik::Schema
 class Pattern
 {
 public:
-    /// Throws a `Refusal` with the reason where the expression is wrong or needs what no linear matching can do
+    /// Throws a `SchemaFailure` with the reason where the expression is wrong or needs what no linear matching can do
     /// (references back, looking ahead or behind), and where it is too large for the budget.
     Pattern(std::string_view expression, WorkBudget& budget);
 

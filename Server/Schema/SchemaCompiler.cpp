@@ -32,7 +32,7 @@ std::vector<Node> SchemaCompiler::compile(std::string_view pointer)
     }
     if (auto const endless = find_endless(nodes); endless != no_node)
     {
-        throw Refusal(ErrorValue::RECURSION, "the schema refers to itself without end at " + place(endless, ""));
+        throw SchemaFailure(ErrorValue::RECURSION, "the schema refers to itself without end at " + place(endless, ""));
     }
     return nodes;
 }
@@ -248,13 +248,13 @@ Pattern SchemaCompiler::pattern(std::string_view expression, std::string const& 
     {
         return {expression, m_budget};
     }
-    catch (Refusal const& refusal)
+    catch (SchemaFailure const& failure)
     {
-        if (refusal.result() != ErrorValue::SCHEMA)
+        if (failure.result() != ErrorValue::SCHEMA)
         {
             throw;
         }
-        broken(where, "the pattern " + quoted(expression) + " cannot be used: " + refusal.what());
+        broken(where, "the pattern " + quoted(expression) + " cannot be used: " + failure.what());
     }
 }
 
@@ -301,8 +301,8 @@ NodeId SchemaCompiler::enter(SchemaLocation location, NodeId parent, std::string
 
 void SchemaCompiler::broken(std::string_view where, std::string_view reason) const
 {
-    throw Refusal(ErrorValue::SCHEMA,
-                  "the schema is broken at " + place(m_current, where) + ": " + std::string(reason));
+    throw SchemaFailure(ErrorValue::SCHEMA,
+                        "the schema is broken at " + place(m_current, where) + ": " + std::string(reason));
 }
 
 std::string SchemaCompiler::place(NodeId node, std::string_view below) const

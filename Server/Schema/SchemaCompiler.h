@@ -24,7 +24,7 @@ public:
     {
     }
 
-    /// Throws a `Refusal` where the schema cannot be used.
+    /// Throws a `SchemaFailure` where the schema cannot be used.
     std::vector<Node> compile(std::string_view pointer);
 
 private:

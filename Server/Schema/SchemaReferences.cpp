@@ -116,7 +116,7 @@ bool holds_data(std::string_view keyword)
 
 [[noreturn]] void throw_unknown(std::string_view reference)
 {
-    throw Refusal(ErrorValue::TYPE_MISSING, "the schema refers to " + quoted(reference) + ", which is not known");
+    throw SchemaFailure(ErrorValue::TYPE_MISSING, "the schema refers to " + quoted(reference) + ", which is not known");
 }
 
 } // namespace
@@ -149,7 +149,7 @@ SchemaLocation SchemaReferences::inside(Value const& schema, std::string const* 
     auto const uri = absolute_uri(*base, without_fragment(id));
     if (uri.size() > uri_limit)
     {
-        throw Refusal(ErrorValue::SCHEMA, "the schema is broken: its \"$id\" " + quoted(uri) + " is too long");
+        throw SchemaFailure(ErrorValue::SCHEMA, "the schema is broken: its \"$id\" " + quoted(uri) + " is too long");
     }
     return {&schema, &*m_bases.emplace(uri).first};
 }

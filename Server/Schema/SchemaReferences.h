@@ -35,7 +35,8 @@ public:
     SchemaLocation root() const { return m_root; }
     /// A schema inside another one whose base is `base`: an `$id` of its own changes it.
     SchemaLocation inside(RavikSrv::Value const& schema, std::string const* base);
-    /// What `reference` means to a schema with `base`. Throws a `Refusal` (`TYPE_MISSING`) where that is nothing known.
+    /// What `reference` means to a schema with `base`. Throws a `SchemaFailure` (`TYPE_MISSING`) where that is nothing
+    /// known.
     SchemaLocation resolve(std::string_view reference, std::string const* base);
 
 private:

@@ -37,13 +37,13 @@ ResultPair Validator::validate(Value const& schema, Value const& value, char con
     {
         return compiled(schema)->validate(value, path);
     }
-    catch (Schema::Refusal const& refusal)
+    catch (Schema::SchemaFailure const& failure)
     {
-        return {refusal.result(), Schema::with_place(path, refusal.what()).c_str()};
+        return {failure.result(), Schema::with_location(path, failure.what()).c_str()};
     }
 }
 
-/// Throws a `Refusal` where the schema is too large or nested too deeply even to be looked up.
+/// Throws a `SchemaFailure` where the schema is too large or nested too deeply even to be looked up.
 Validator::Compiled Validator::compiled(Value const& schema)
 {
     Schema::WorkBudget budget;

@@ -11,10 +11,10 @@ namespace Ravik::Schema
 {
 
 /// Ends the reading of a schema or a check that cannot go on; never leaves the validator.
-class Refusal : public std::exception
+class SchemaFailure : public std::exception
 {
 public:
-    Refusal(RavikSrv::ErrorValue result, std::string text) : m_result(result), m_text(std::move(text)) {}
+    SchemaFailure(RavikSrv::ErrorValue result, std::string text) : m_result(result), m_text(std::move(text)) {}
 
     RavikSrv::ErrorValue result() const noexcept { return m_result; }
     char const* what() const noexcept override { return m_text.c_str(); }
@@ -32,23 +32,24 @@ public:
     /// How deep schemas and values may nest in each other, so that the stack suffices.
     static constexpr std::size_t depth_limit = 1000;
 
-    /// Throws a `Refusal` where the budget is spent.
+    /// Throws a `SchemaFailure` where the budget is spent.
     void spend(std::size_t steps = 1)
     {
         if (steps > m_left)
         {
-            throw Refusal(RavikSrv::ErrorValue::REQUEST_TOO_LARGE,
-                          "the value or its schema is too large to be checked");
+            throw SchemaFailure(RavikSrv::ErrorValue::REQUEST_TOO_LARGE,
+                                "the value or its schema is too large to be checked");
         }
         m_left -= steps;
     }
 
-    /// Throws a `Refusal` where `depth` is beyond the limit.
+    /// Throws a `SchemaFailure` where `depth` is beyond the limit.
     static void check_depth(std::size_t depth)
     {
         if (depth > depth_limit)
         {
-            throw Refusal(RavikSrv::ErrorValue::REQUEST_TOO_LARGE, "the value or its schema is nested too deeply");
+            throw SchemaFailure(RavikSrv::ErrorValue::REQUEST_TOO_LARGE,
+                                "the value or its schema is nested too deeply");
         }
     }
 

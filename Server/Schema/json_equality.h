@@ -44,7 +44,7 @@ private:
 };
 
 /// A hash that is the same for values that are equal as JSON (3 and 3.0 are), another one in each process. Charges the
-/// budget for the value's size and throws a `Refusal` where the value is too large or nested too deeply.
+/// budget for the value's size and throws a `SchemaFailure` where the value is too large or nested too deeply.
 std::uint64_t json_hash(RavikSrv::Value const& value, WorkBudget& budget);
 
 /// Whether two values are equal as JSON. Both must have passed `json_hash`, which limits their depth.

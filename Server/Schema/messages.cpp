@@ -19,10 +19,10 @@ constexpr std::size_t list_limit = 6;
 
 } // namespace
 
-std::string place_text(std::string_view path, Place const& place)
+std::string location_text(std::string_view path, InstanceLocation const& location)
 {
-    std::vector<Place const*> steps;
-    for (auto const* step = &place; step->parent != nullptr; step = step->parent)
+    std::vector<InstanceLocation const*> steps;
+    for (auto const* step = &location; step->parent != nullptr; step = step->parent)
     {
         steps.push_back(step);
     }
@@ -41,10 +41,10 @@ std::string place_text(std::string_view path, Place const& place)
     return text;
 }
 
-std::string with_place(std::string_view place, std::string_view text)
+std::string with_location(std::string_view location, std::string_view text)
 {
-    std::string all(place);
-    all += place.empty() ? "" : ": ";
+    std::string all(location);
+    all += location.empty() ? "" : ": ";
     return all.append(text);
 }
 

@@ -11,24 +11,24 @@
 namespace Ravik::Schema
 {
 
-/// A place inside the value that is checked, told as steps from the place around it, which must outlive this one.
-struct Place
+/// A place inside the value that is checked, told as steps from the one around it, which must outlive this one.
+struct InstanceLocation
 {
-    Place() = default;
-    Place(Place const& around, char const* field) : parent(&around), name(field) {}
-    Place(Place const& around, std::size_t item) : parent(&around), index(item) {}
+    InstanceLocation() = default;
+    InstanceLocation(InstanceLocation const& around, char const* field) : parent(&around), name(field) {}
+    InstanceLocation(InstanceLocation const& around, std::size_t item) : parent(&around), index(item) {}
 
-    Place const* parent = nullptr;
+    InstanceLocation const* parent = nullptr;
     /// Null for an item of an array.
     char const* name = nullptr;
     std::size_t index = 0;
 };
 
-/// The place as a server path below `path`: "values::Speed", "list[3]::x".
-std::string place_text(std::string_view path, Place const& place);
+/// The location as a server path below `path`: "values::Speed", "list[3]::x".
+std::string location_text(std::string_view path, InstanceLocation const& location);
 
-/// The text led by its place, where there is one.
-std::string with_place(std::string_view place, std::string_view text);
+/// The text led by its location, where there is one.
+std::string with_location(std::string_view location, std::string_view text);
 
 /// The value in a few words: a number or bool as it is, a text in quotes and shortened, a list or object by its kind.
 std::string describe(RavikSrv::Value const& value);
