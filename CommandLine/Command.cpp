@@ -83,6 +83,10 @@ Project& Invocation::project()
     if (!m_project)
     {
         m_project = Project::open(directory(), open_options());
+        for (auto const& warning : m_project->warnings())
+        {
+            m_output.warning(warning);
+        }
     }
     return *m_project;
 }

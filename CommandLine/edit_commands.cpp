@@ -37,7 +37,7 @@ Value read_json(std::string const& file)
 }
 
 /// The steps of a cascade as the value of an answer: what was written and what was removed.
-Value cascade_value(std::vector<CascadeStep> const& cascade)
+Value cascade_value(std::vector<Touched> const& cascade)
 {
     Value written(ValueType::Vector);
     Value removed(ValueType::Vector);
@@ -51,7 +51,7 @@ Value cascade_value(std::vector<CascadeStep> const& cascade)
     return value;
 }
 
-void print_cascade(std::vector<CascadeStep> const& cascade, bool only_rehearsed, Output& output)
+void print_cascade(std::vector<Touched> const& cascade, bool only_rehearsed, Output& output)
 {
     for (auto const& step : cascade)
     {

@@ -3,8 +3,6 @@
 #include "Configuration/Entry.h"
 #include "api_helper.h"
 
-#include <algorithm>
-#include <iterator>
 #include <utility>
 
 namespace Ravik
@@ -179,13 +177,7 @@ template <typename Edit> ErrorValue Configuration::Turn::edit(std::string const&
         return ErrorValue::INVALID_DOMAIN;
     }
     auto const result = change_tree(found->second.tree, changes);
-    for (auto& change : changes)
-    {
-        // A map merged into a folder touches the entries that it names, not the whole folder.
-        m_touched.push_back(
-            {.domain = domain, .path = Tree::join(change.parent, change.name), .removed = change.removed});
-        m_changes.push_back({.domain = domain, .change = std::move(change)});
-    }
+    m_changes.add(domain, std::move(changes));
     return result;
 }
 
@@ -194,13 +186,12 @@ ErrorValue Configuration::Turn::commit()
     if (m_outer != nullptr)
     {
         m_done = true;
-        std::move(m_touched.begin(), m_touched.end(), std::back_inserter(m_outer->m_touched));
-        std::move(m_changes.begin(), m_changes.end(), std::back_inserter(m_outer->m_changes));
+        m_outer->m_changes.append(std::move(m_changes));
         return ErrorValue::SUCCESS;
     }
     try
     {
-        m_configuration.save(m_touched);
+        m_configuration.save(m_changes.touched());
         m_done = true;
         return ErrorValue::SUCCESS;
     }
@@ -215,11 +206,9 @@ ErrorValue Configuration::Turn::commit()
 
 void Configuration::Turn::take_back() noexcept
 {
-    m_touched.clear();
     std::lock_guard const lock(m_configuration.m_mutex);
-    std::for_each(m_changes.rbegin(), m_changes.rend(),
-                  [this](DomainChange const& made)
-                  { Tree::take_back(m_configuration.m_domains.at(made.domain).tree, made.change); });
+    m_changes.take_back([this](std::string const& domain) -> Value&
+                        { return m_configuration.m_domains.at(domain).tree; });
     m_changes.clear();
 }
 

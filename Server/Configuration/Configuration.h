@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Configuration/Changes.h"
 #include "Configuration/Store.h"
 #include "Configuration/tree.h"
 #include "RavikSrvExtApi.h"
@@ -22,16 +23,6 @@ class Configuration
 {
 public:
     class Turn;
-
-    /// A place of a tree that an edit touched.
-    struct Touched
-    {
-        std::string domain;
-        std::string path;
-        bool removed = false;
-
-        friend auto operator<=>(Touched const& left, Touched const& right) = default;
-    };
 
     /// `store` may be null: then nothing lasts.
     explicit Configuration(std::unique_ptr<Store> store) : m_store(std::move(store)) {}
@@ -98,24 +89,17 @@ public:
     /// Takes back what was written in this turn and in those that joined it and have ended.
     void take_back() noexcept;
 
-    /// What this turn, and the turns that joined it and have ended, touched so far, in their order.
-    std::vector<Touched> const& touched() const noexcept { return m_touched; }
+    /// What this turn, and the turns that joined it and have ended, changed so far.
+    Changes const& changes() const noexcept { return m_changes; }
 
 private:
-    struct DomainChange
-    {
-        std::string domain;
-        Tree::Change change;
-    };
-
     template <typename Edit> RavikSrv::ErrorValue edit(std::string const& domain, Edit change_tree);
 
     Configuration& m_configuration;
     std::unique_lock<std::recursive_mutex> m_lock;
     /// The turn that this one is part of, null for the outermost.
     Turn* m_outer;
-    std::vector<DomainChange> m_changes;
-    std::vector<Touched> m_touched;
+    Changes m_changes;
     std::string m_failure;
     bool m_done = false;
 };

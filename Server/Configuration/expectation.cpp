@@ -138,10 +138,10 @@ private:
         switch (reference.kind)
         {
         case Reference::Kind::InheritedType:
-            Tree::remove(m_tree, holder, m_changes);
+            remove(holder);
             break;
         case Reference::Kind::NestedType:
-            Tree::remove(m_tree, Tree::split_last(holder).parent, m_changes);
+            remove(Tree::split_last(holder).parent);
             break;
         case Reference::Kind::NestedRecipe:
             rewrite(holder, Value(""));
@@ -166,12 +166,13 @@ private:
         rewrite(holder, Value((is_full_path ? target : relative(target)).c_str()));
     }
 
+    /// Nothing happens where nothing stands.
     void rewrite(std::string const& path, Value const& value)
     {
         Value const& present = m_tree;
         if (RavikSrv::node_path(path, present).node != nullptr)
         {
-            Tree::write(m_tree, path, value, Tree::WriteMode::Replace, m_changes);
+            write(path, value);
         }
     }
 
@@ -183,10 +184,19 @@ private:
         if (value != nullptr && place.name != name)
         {
             auto const kept = *value;
-            Tree::write(m_tree, Tree::join(place.parent, name), kept, Tree::WriteMode::Replace, m_changes);
-            Tree::remove(m_tree, path, m_changes);
+            write(Tree::join(place.parent, name), kept);
+            remove(path);
         }
     }
+
+    // The paths come from the tree itself; what has gone in the meantime needs no change any more.
+
+    void write(std::string const& path, Value const& value)
+    {
+        static_cast<void>(Tree::write(m_tree, path, value, Tree::WriteMode::Replace, m_changes));
+    }
+
+    void remove(std::string const& path) { static_cast<void>(Tree::remove(m_tree, path, m_changes)); }
 
     Move const& m_move;
     std::vector<Reference> m_references;
@@ -242,14 +252,11 @@ Value with_move(Value const& tree, Move const& move)
     auto const* const node = RavikSrv::node_path(move.path, tree).node;
     if (node != nullptr)
     {
-        Tree::remove(after, move.path, changes);
+        // The move has been checked: each of the places can be written.
+        static_cast<void>(Tree::remove(after, move.path, changes));
         if (!move.is_delete())
         {
-            for (auto const& parent : Tree::missing_parents(after, move.new_path))
-            {
-                Tree::write(after, parent, Value(ValueType::Map), Tree::WriteMode::Replace, changes);
-            }
-            Tree::write(after, move.new_path, *node, Tree::WriteMode::Replace, changes);
+            static_cast<void>(Tree::write(after, move.new_path, *node, Tree::WriteMode::ReplaceInPath, changes));
         }
     }
     return after;

@@ -44,7 +44,7 @@ void put(Value& root, std::string const& parent, std::string const& name, Value 
          std::vector<Change>& changes)
 {
     auto* const holder = RavikSrv::node_path(parent, root).node;
-    Change change{.parent = parent, .name = name, .before = std::nullopt};
+    Change change{.parent = parent, .name = name, .before = std::nullopt, .after = value};
     if (auto* const present = RavikSrv::node(holder, name); present != nullptr)
     {
         change.before = *present;
@@ -198,18 +198,26 @@ ErrorValue write(Value& root, std::string const& path, Value const& value, Write
     }
     if (path.empty())
     {
-        while (root.size() != 0)
+        auto result = ErrorValue::SUCCESS;
+        while (root.size() != 0 && result == ErrorValue::SUCCESS)
         {
-            remove(root, present.begin().name(), changes);
+            result = remove(root, present.begin().name(), changes);
         }
         merge(root, path, value, changes);
-        return ErrorValue::SUCCESS;
+        return result;
     }
+    auto const missing = mode == WriteMode::ReplaceInPath ? missing_parents(root, path) : std::vector<std::string>();
     auto const place = split_last(path);
-    auto const parent = RavikSrv::node_path(place.parent, present);
-    if (parent.node == nullptr || !can_hold(*parent.node, place.name))
+    auto const first = missing.empty() ? place : split_last(missing.front());
+    auto const* const parent = RavikSrv::node_path(first.parent, present).node;
+    if (parent == nullptr || !can_hold(*parent, first.name))
     {
         return ErrorValue::ENTRY_NOT_FOUND;
+    }
+    for (auto const& folder : missing)
+    {
+        auto const made = split_last(folder);
+        put(root, made.parent, made.name, Value(ValueType::Map), changes);
     }
     put(root, place.parent, place.name, value, changes);
     return ErrorValue::SUCCESS;
@@ -232,16 +240,33 @@ ErrorValue remove(Value& root, std::string const& path, std::vector<Change>& cha
     changes.push_back({.parent = place.parent,
                        .name = place.name,
                        .before = *entry,
-                       .position = position_of(*parent.node, place.name),
-                       .removed = true});
+                       .after = std::nullopt,
+                       .position = position_of(*parent.node, place.name)});
     erase(*RavikSrv::node_path(place.parent, root).node, place.name);
     return ErrorValue::SUCCESS;
+}
+
+void apply(Value& root, Change const& change)
+{
+    auto* const parent = RavikSrv::node_path(change.parent, root).node;
+    if (change.is_removal())
+    {
+        erase(*parent, change.name);
+    }
+    else if (change.before)
+    {
+        *RavikSrv::node(parent, change.name) = *change.after;
+    }
+    else
+    {
+        parent->insert(change.name.c_str(), *change.after);
+    }
 }
 
 void take_back(Value& root, Change const& change)
 {
     auto* const parent = RavikSrv::node_path(change.parent, root).node;
-    if (change.removed)
+    if (change.is_removal())
     {
         reinsert(*parent, change);
     }

@@ -18,9 +18,11 @@ enum class WriteMode
     Merge,
     /// The value takes the place of what stands there.
     Replace,
+    /// The same; the maps that are missing on the way are made.
+    ReplaceInPath,
 };
 
-/// One change of a tree, with what takes it back. Kept in a list by whoever may have to.
+/// One change of a tree, with what makes it once more and what takes it back.
 struct Change
 {
     /// The path of the map or vector that holds the entry, and the entry's name or index in it.
@@ -28,9 +30,12 @@ struct Change
     std::string name;
     /// What stood there before, nothing where the entry is new.
     std::optional<RavikSrv::Value> before;
+    /// What stands there now, nothing where the entry was removed.
+    std::optional<RavikSrv::Value> after;
     /// For a removed entry: where it stood among its siblings.
     std::size_t position = 0;
-    bool removed = false;
+
+    bool is_removal() const noexcept { return !after; }
 };
 
 /// Whether `name` can stand in a path as one component and come out of it as it went in: it is not empty, holds no
@@ -63,6 +68,9 @@ RavikSrv::ErrorValue write(RavikSrv::Value& root, std::string const& path, Ravik
 
 /// Removes the entry at `path`; errors as above, `ENTRY_NOT_FOUND` where there is none.
 RavikSrv::ErrorValue remove(RavikSrv::Value& root, std::string const& path, std::vector<Change>& changes);
+
+/// Makes the change once more, in a tree that stands as the first one did before it.
+void apply(RavikSrv::Value& root, Change const& change);
 
 /// Takes one change back. Changes are taken back in the reverse order of their making.
 void take_back(RavikSrv::Value& root, Change const& change);

@@ -18,6 +18,7 @@ namespace Ravik
 
 using RavikSrv::Context;
 using RavikSrv::ErrorValue;
+using RavikSrv::ResultPair;
 using RavikSrv::Value;
 using RavikSrv::ValueType;
 
@@ -30,11 +31,6 @@ Refusal stored(Configuration::Turn& turn)
     return {result, result == ErrorValue::SUCCESS ? "" : "it could not be stored: " + turn.failure(), ""};
 }
 
-std::vector<Configuration::Touched> since(Configuration::Turn const& turn, std::size_t own)
-{
-    return {turn.touched().begin() + static_cast<std::ptrdiff_t>(own), turn.touched().end()};
-}
-
 EditOutcome refused(Refusal const& refusal)
 {
     return {.refusal = refusal, .refusals = {}, .made = false, .cascade = {}};
@@ -45,10 +41,10 @@ Refusal explained_write(ErrorValue result, std::string const& path)
     return {result, "the path leads through something that holds no entries", path};
 }
 
-bool removes_entries(std::vector<Configuration::Touched> const& cascade, Value const& before)
+bool removes_entries(std::vector<Touched> const& cascade, Value const& before)
 {
     return std::any_of(cascade.begin(), cascade.end(),
-                       [&](Configuration::Touched const& place)
+                       [&](Touched const& place)
                        { return place.removed && *schema_type(locate(place.path, before).kind) != '\0'; });
 }
 
@@ -112,11 +108,8 @@ EditOutcome Editor::set(std::string const& domain, std::string const& path, Valu
     {
         return refused(refusal);
     }
-    for (auto const& folder : plan.folders())
-    {
-        turn.write(domain, folder, Value(ValueType::Map), Tree::WriteMode::Merge);
-    }
-    if (auto const result = turn.write(domain, path, value, Tree::WriteMode::Replace); result != ErrorValue::SUCCESS)
+    if (auto const result = turn.write(domain, path, value, Tree::WriteMode::ReplaceInPath);
+        result != ErrorValue::SUCCESS)
     {
         return refused(explained_write(result, path));
     }
@@ -126,13 +119,12 @@ EditOutcome Editor::set(std::string const& domain, std::string const& path, Valu
 EditOutcome Editor::tell_set(Site const& site, std::string const& path, std::string const& new_owner,
                              Configuration::Turn& turn) const
 {
-    auto const own = turn.touched().size();
-    if (!new_owner.empty())
-    {
-        m_core.writer.tell_entries(site.context, site.domain, new_owner);
-    }
-    auto const answer = m_core.writer.tell_changed(site.context, site.domain, path);
-    EditOutcome outcome{.refusal = explained(answer, path), .refusals = {}, .made = true, .cascade = since(turn, own)};
+    auto const own = turn.changes().size();
+    auto answer = new_owner.empty() ? ResultPair() : m_core.writer.tell_entries(site.context, site.domain, new_owner);
+    auto const changed = m_core.writer.tell_changed(site.context, site.domain, path);
+    answer = answer.result() == ErrorValue::SUCCESS ? changed : answer;
+    EditOutcome outcome{
+        .refusal = explained(answer, path), .refusals = {}, .made = true, .cascade = turn.changes().touched(own)};
     auto const failure = stored(turn);
     return failure ? refused(failure) : outcome;
 }
@@ -277,7 +269,8 @@ EditOutcome Editor::make_move(Site const& site, Move const& move, Value const& b
         auto outcome = try_move(site, move, before, attempt);
         if (!expected.isset() || differences(expected, m_core.configuration.tree(site.domain)).empty())
         {
-            attempt.commit();
+            // It joins the edit's turn, which fails at its own end if at all.
+            static_cast<void>(attempt.commit());
             return outcome;
         }
         attempt.take_back();
@@ -294,19 +287,20 @@ EditOutcome Editor::make_move(Site const& site, Move const& move, Value const& b
 EditOutcome Editor::try_move(Site const& site, Move const& move, Value const& before, Configuration::Turn& turn) const
 {
     auto const entry = *RavikSrv::node_path(move.path, before).node;
-    turn.remove(site.domain, move.path);
-    if (!move.is_delete())
+    auto result = turn.remove(site.domain, move.path);
+    if (!move.is_delete() && result == ErrorValue::SUCCESS)
     {
-        for (auto const& folder : Tree::missing_parents(before, move.new_path))
-        {
-            turn.write(site.domain, folder, Value(ValueType::Map), Tree::WriteMode::Merge);
-        }
-        turn.write(site.domain, move.new_path, entry, Tree::WriteMode::Replace);
+        result = turn.write(site.domain, move.new_path, entry, Tree::WriteMode::ReplaceInPath);
     }
-    auto const own = turn.touched().size();
+    if (result != ErrorValue::SUCCESS)
+    {
+        return refused(explained_write(result, move.path));
+    }
+    auto const own = turn.changes().size();
     auto const answer =
         m_core.writer.tell_moved(site.context, site.domain, move, entry, schema_type(locate(move.path, before).kind));
-    return {.refusal = explained(answer, move.path), .refusals = {}, .made = true, .cascade = since(turn, own)};
+    return {
+        .refusal = explained(answer, move.path), .refusals = {}, .made = true, .cascade = turn.changes().touched(own)};
 }
 
 /// Still in the edit's turn, so that nobody edits while the extension learns its entries anew.
@@ -355,9 +349,9 @@ EditOutcome Editor::import(std::string const& domain, Value const& data, ImportO
     {
         return refused(refusal);
     }
-    auto const own = turn.touched().size();
+    auto const own = turn.changes().size();
     auto const answer = options.replace ? Refusal() : import.tell();
-    EditOutcome outcome{.refusal = answer, .refusals = {}, .made = true, .cascade = since(turn, own)};
+    EditOutcome outcome{.refusal = answer, .refusals = {}, .made = true, .cascade = turn.changes().touched(own)};
     if (auto const failure = stored(turn))
     {
         return refused(failure);

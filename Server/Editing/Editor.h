@@ -17,7 +17,7 @@ namespace Ravik
 {
 
 /// What became of an edit.
-struct EditOutcome
+struct [[nodiscard]] EditOutcome
 {
     /// Set where the edit was refused, and nothing changed; or where it was made and the extension could not carry it
     /// through (`made` tells which).
@@ -26,7 +26,7 @@ struct EditOutcome
     std::vector<Refusal> refusals;
     bool made = false;
     /// What the extension wrote and removed besides, in its order; for a dry run what it would.
-    std::vector<Configuration::Touched> cascade;
+    std::vector<Touched> cascade;
 };
 
 /// The edits that clients make: each is checked, put to the extension of the domain, for a delete or rename rehearsed,

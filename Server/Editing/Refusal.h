@@ -8,7 +8,7 @@ namespace Ravik
 {
 
 /// Why an edit was refused: the error, what is wrong for a person, and the path that caused it.
-struct Refusal
+struct [[nodiscard]] Refusal
 {
     RavikSrv::ErrorValue error = RavikSrv::ErrorValue::SUCCESS;
     std::string text;

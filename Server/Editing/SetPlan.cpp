@@ -42,11 +42,7 @@ SetPlan::SetPlan(std::string path, Value const& value, Value const& tree)
     }
     m_after = m_before;
     std::vector<Tree::Change> changes;
-    for (auto const& folder : Tree::missing_parents(m_after, m_path))
-    {
-        Tree::write(m_after, folder, Value(ValueType::Map), Tree::WriteMode::Replace, changes);
-    }
-    m_error = Tree::write(m_after, m_path, value, Tree::WriteMode::Replace, changes);
+    m_error = Tree::write(m_after, m_path, value, Tree::WriteMode::ReplaceInPath, changes);
 }
 
 Refusal SetPlan::check(EntrySchemas const& schemas) const

@@ -148,7 +148,7 @@ Value Import::lists_afterwards() const
     {
         if (!piece.merges)
         {
-            Tree::write(after, piece.path, piece.value, Tree::WriteMode::Replace, changes);
+            static_cast<void>(Tree::write(after, piece.path, piece.value, Tree::WriteMode::Replace, changes));
         }
     }
     Value both(ValueType::Map);
@@ -179,9 +179,11 @@ Refusal Import::write(Configuration::Turn& turn) const
     auto const& domain = m_site.extension.domain();
     for (auto const* const name : lists)
     {
-        if (m_options.replace)
+        // A configuration may lack a list.
+        auto const result = m_options.replace ? turn.remove(domain, name) : ErrorValue::SUCCESS;
+        if (result != ErrorValue::SUCCESS && result != ErrorValue::ENTRY_NOT_FOUND)
         {
-            turn.remove(domain, name);
+            return {result, "it could not be removed", name};
         }
     }
     for (auto const& piece : m_pieces)

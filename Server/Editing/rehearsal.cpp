@@ -37,7 +37,8 @@ public:
         }
         m_copy.extensions.add(std::make_unique<Extension>(m_domain, extension.shared_object()));
         m_copy.extensions.find(m_domain)->start(m_copy.host);
-        m_copy.writer.tell_entries(Context(), m_domain, "");
+        // What it says of an entry it has said to the one at work.
+        static_cast<void>(m_copy.writer.tell_entries(Context(), m_domain, ""));
     }
     Stage(Stage const&) = delete;
     Stage& operator=(Stage const&) = delete;
@@ -45,17 +46,18 @@ public:
     ~Stage() { RavikSrv::initialize_api(m_real_host); }
 
     /// Makes the move and tells the extension; answers what it says to it.
-    ResultPair play(Move const& move, char const* schema_type, std::vector<Configuration::Touched>& cascade)
+    ResultPair play(Move const& move, char const* schema_type, std::vector<Touched>& cascade)
     {
         Configuration::Turn turn(m_copy.configuration);
         auto const before = tree();
         auto const after = with_move(before, move);
-        turn.write(m_domain, "", after, Tree::WriteMode::Replace);
-        auto const own = turn.touched().size();
+        // A copy takes whatever the original held; without a store its turn has nothing to fail at.
+        static_cast<void>(turn.write(m_domain, "", after, Tree::WriteMode::Replace));
+        auto const own = turn.changes().size();
         auto const entry = *RavikSrv::node_path(move.path, before).node;
         auto answer = m_copy.writer.tell_moved(Context(), m_domain, move, entry, schema_type);
-        cascade.assign(turn.touched().begin() + static_cast<std::ptrdiff_t>(own), turn.touched().end());
-        turn.commit();
+        cascade = turn.changes().touched(own);
+        static_cast<void>(turn.commit());
         return answer;
     }
 

@@ -20,7 +20,7 @@ struct Rehearsal
     /// The domain's configuration as it would stand.
     RavikSrv::Value tree;
     /// What the extension would write and remove, in its order.
-    std::vector<Configuration::Touched> cascade;
+    std::vector<Touched> cascade;
 };
 
 /// Runs the move on a copy of all configurations with an instance of the extension of its own, and compares the

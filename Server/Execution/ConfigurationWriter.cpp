@@ -32,7 +32,8 @@ ErrorValue ConfigurationWriter::write(Context const& context, std::string const&
     {
         return result;
     }
-    tell_changed(context, domain, path);
+    // The write stands, whatever a listener says to it.
+    static_cast<void>(tell_changed(context, domain, path));
     return turn.commit();
 }
 
@@ -53,7 +54,7 @@ ErrorValue ConfigurationWriter::remove(Context const& context, std::string const
     {
         return result;
     }
-    tell_deleted(context, domain, path, entry, schema_type(kind));
+    static_cast<void>(tell_deleted(context, domain, path, entry, schema_type(kind)));
     return turn.commit();
 }
 

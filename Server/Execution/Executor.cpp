@@ -80,8 +80,8 @@ ErrorValue Executor::execute(Context const& context, Command& command)
     CommandGroup group;
     group.set_domain(std::string(server_domain).c_str());
     auto const executed = group.insert(group.end_vector(), command);
-    execute_server_group(context, group);
-    m_recorder.note(context, group, first_server_error(group));
+    auto const result = execute_server_group(context, group);
+    m_recorder.note(context, group, result);
     command = *executed;
     return command.result();
 }

@@ -29,21 +29,15 @@ std::string joined(std::vector<std::string> const& names)
     return text;
 }
 
-EditReport report(EditOutcome const& outcome)
+EditReport report(EditOutcome outcome)
 {
     EditReport report;
     report.error = outcome.refusal.error;
     report.text = outcome.refusal.text;
     report.path = outcome.refusal.path;
     report.made = outcome.made;
-    for (auto const& place : outcome.cascade)
-    {
-        report.cascade.push_back({.domain = place.domain, .path = place.path, .removed = place.removed});
-    }
-    for (auto const& refusal : outcome.refusals)
-    {
-        report.refused.push_back({.error = refusal.error, .text = refusal.text, .path = refusal.path});
-    }
+    report.cascade = std::move(outcome.cascade);
+    report.refused = std::move(outcome.refusals);
     return report;
 }
 
@@ -110,7 +104,13 @@ void OpenProject::start_extensions()
     }
     for (auto const& domain : m_core.extensions.domains())
     {
-        m_core.writer.tell_entries(Context(), domain, "");
+        auto const answer = m_core.writer.tell_entries(Context(), domain, "");
+        if (answer.result() != ErrorValue::SUCCESS)
+        {
+            m_warnings.push_back("the extension of domain \"" + domain +
+                                 "\" may not know all its entries; told of them at its start it failed: " +
+                                 RavikSrv::get_error_string(answer.result()).name() + ", " + answer.text());
+        }
     }
 }
 

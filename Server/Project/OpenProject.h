@@ -21,6 +21,8 @@ class OpenProject final : public Project
 public:
     OpenProject(ProjectFile const& file, std::unique_ptr<Store> store);
 
+    std::vector<std::string> const& warnings() const noexcept override { return m_warnings; }
+
     FunctionOutcome call(std::string const& domain, std::string const& function,
                          RavikSrv::Value const& parameters) override;
     std::vector<std::string> functions(std::string const& domain) const override;
@@ -53,6 +55,7 @@ private:
     std::map<std::string, EntrySchemas> m_schemas;
     Core m_core;
     Editor m_editor;
+    std::vector<std::string> m_warnings;
 };
 
 } // namespace Ravik

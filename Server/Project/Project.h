@@ -1,8 +1,10 @@
 #pragma once
 
+#include "Configuration/Changes.h"
 #include "Configuration/configuration_keys.h"
 #include "Configuration/references.h"
 #include "Editing/EditOptions.h"
+#include "Editing/Refusal.h"
 #include "Execution/ExecutionRecord.h"
 #include "Project/ProjectFile.h"
 
@@ -19,7 +21,7 @@ namespace Ravik
 {
 
 /// What became of the call of a function.
-struct FunctionOutcome
+struct [[nodiscard]] FunctionOutcome
 {
     /// The server's own error where it could not have the function executed (unknown domain, unknown function).
     RavikSrv::ErrorValue error = RavikSrv::ErrorValue::SUCCESS;
@@ -36,7 +38,7 @@ struct FunctionOutcome
 };
 
 /// What became of an operation on the configuration.
-struct ConfigurationOutcome
+struct [[nodiscard]] ConfigurationOutcome
 {
     RavikSrv::ErrorValue error = RavikSrv::ErrorValue::SUCCESS;
     /// For a failure: what is wrong and what to do, for a person.
@@ -49,30 +51,14 @@ struct ConfigurationOutcome
     bool succeeded() const noexcept { return error == RavikSrv::ErrorValue::SUCCESS; }
 };
 
-/// A place of a configuration that an extension wrote or removed in the course of an edit.
-struct CascadeStep
-{
-    std::string domain;
-    std::string path;
-    bool removed = false;
-};
-
-/// Why one entry of an import was refused.
-struct RefusedEntry
-{
-    RavikSrv::ErrorValue error = RavikSrv::ErrorValue::SUCCESS;
-    std::string text;
-    std::string path;
-};
-
 /// What became of an edit. A failure with `made` set was made all the same: the extension could not carry it through.
-struct EditReport : ConfigurationOutcome
+struct [[nodiscard]] EditReport : ConfigurationOutcome
 {
     bool made = false;
     /// What else changed or, for a dry run, would.
-    std::vector<CascadeStep> cascade;
+    std::vector<Touched> cascade;
     /// Every refused entry of an import that only checks.
-    std::vector<RefusedEntry> refused;
+    std::vector<Refusal> refused;
 };
 
 /// A symbol as the project file maps it.
@@ -104,6 +90,9 @@ public:
     Project(Project const&) = delete;
     Project& operator=(Project const&) = delete;
     virtual ~Project() = default;
+
+    /// What went wrong at opening and did not stop it, a text for a person each.
+    virtual std::vector<std::string> const& warnings() const noexcept = 0;
 
     /// Calls a function of a domain with its parameters (null for none).
     virtual FunctionOutcome call(std::string const& domain, std::string const& function,

@@ -47,7 +47,7 @@ void RecipeManagementFixture::announce(std::string const& path, Value const& fol
 void RecipeManagementFixture::announce(std::string const& path)
 {
     auto const* const type = path.starts_with("recipeList") ? "recipe" : "recipeType";
-    extension.changes().on_change(extension.context(), path.c_str(), type);
+    static_cast<void>(extension.changes().on_change(extension.context(), path.c_str(), type));
 }
 
 Command RecipeManagementFixture::call(char const* function, char const* recipe)

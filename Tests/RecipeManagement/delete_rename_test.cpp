@@ -40,13 +40,13 @@ struct EditedPlant : RecipeManagementFixture
     std::string edit(std::string const& path, std::string const& new_path)
     {
         auto const entry = *node_path(path, std::as_const(host.configuration[domain])).node;
-        host.change(domain, path, nullptr);
+        EXPECT_EQ(host.change(domain, path, nullptr), ErrorValue::SUCCESS);
         auto& changes = extension.changes();
         if (new_path.empty())
         {
             return told(changes.on_delete(extension.context(), path.c_str(), entry, ""));
         }
-        host.change(domain, new_path, &entry);
+        EXPECT_EQ(host.change(domain, new_path, &entry), ErrorValue::SUCCESS);
         return told(changes.on_rename(extension.context(), path.c_str(), new_path.c_str(), ""));
     }
 
@@ -126,7 +126,8 @@ TEST(DeleteRename, keeps_the_stored_paths_in_step)
         for (auto const& [other, type] :
              {std::pair("recipeList", "recipe"), {"recipeList::Z", ""}, {"other", "recipe"}})
         {
-            plant.extension.changes().on_change(plant.extension.context(), other, type);
+            EXPECT_EQ(plant.extension.changes().on_change(plant.extension.context(), other, type).result(),
+                      ErrorValue::SUCCESS);
         }
         plant.edit(path, new_path);
         EXPECT_EQ(plant.stored_recipes(), stored) << path << " to " << new_path;
@@ -136,7 +137,7 @@ TEST(DeleteRename, keeps_the_stored_paths_in_step)
     plant.edit("recipeList::F", "recipeList::G");
     plant.edit("recipeList::M", "recipeList::N");
     plant.edit("recipeTypeList::T::members::a", "recipeTypeList::T::members::z");
-    plant.host.change(EditedPlant::domain, "recipeTypeList::T::members::z", nullptr);
+    EXPECT_EQ(plant.host.change(EditedPlant::domain, "recipeTypeList::T::members::z", nullptr), ErrorValue::SUCCESS);
     plant.edit("recipeTypeList::T", "recipeTypeList::U");
     EXPECT_EQ(plant.state(), dump(configuration_of("U { }", "G::R:U { z=1 } N:U { z=1 }")));
 }
@@ -157,7 +158,10 @@ TEST(DeleteRename, loses_no_path_that_is_notified_meanwhile)
             });
         while (!is_done)
         {
-            plant.extension.changes().on_rename(plant.extension.context(), "recipeList::X", "recipeList::X", "");
+            EXPECT_EQ(plant.extension.changes()
+                          .on_rename(plant.extension.context(), "recipeList::X", "recipeList::X", "")
+                          .result(),
+                      ErrorValue::SUCCESS);
         }
         other.join();
         auto const stored = plant.stored_recipes();

@@ -176,7 +176,7 @@ TEST(ImportChangeAlone, makes_the_other_checks_without_the_hosts_validation)
     double version = 0;
     LoadedExtension::entry(RECIPE_MANAGEMENT_LIBRARY)(&host, &made, &version);
     std::unique_ptr<IRavikSrvExt> const extension(made);
-    extension->init({});
+    EXPECT_EQ(extension->init({}).result(), ErrorValue::SUCCESS);
     host.configuration[""] = configuration_of("T { a:A }", "");
     host.configuration["RavikSrv"]["SYMBOLS"]["A"]["SCHEMA"] = 10;
     auto type = types_of("T(P) { a:A=11 n>P }")["T"];

@@ -8,7 +8,7 @@ namespace RavikSrv
 {
 
 /// The answer of a listener call or of a check by the host: an error value and a text for whoever asked.
-class ResultPair
+class [[nodiscard]] ResultPair
 {
 public:
     /// Success without a text.

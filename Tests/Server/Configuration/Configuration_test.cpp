@@ -36,7 +36,7 @@ TEST(Configuration, a_turn_lasts_whole_or_not_at_all)
     auto const* const before = R"({"recipeList":{"a":{"values":{}}}})";
     {
         Turn turn(configuration);
-        turn.write("D", "recipeList", Json::parse(R"({"a":{"values":{}}})"), merge);
+        EXPECT_EQ(turn.write("D", "recipeList", Json::parse(R"({"a":{"values":{}}})"), merge), ErrorValue::SUCCESS);
         EXPECT_EQ(turn.commit(), ErrorValue::SUCCESS);
     }
     {
@@ -49,7 +49,7 @@ TEST(Configuration, a_turn_lasts_whole_or_not_at_all)
         }
         {
             Turn abandoned(configuration);
-            abandoned.write("D", "recipeList::b", Value(1), merge);
+            EXPECT_EQ(abandoned.write("D", "recipeList::b", Value(1), merge), ErrorValue::SUCCESS);
         }
         EXPECT_EQ(text(configuration), R"({"recipeList":{"b":{"values":{}}}})");
         std::thread([&] { EXPECT_TRUE(configuration.tree("D").isset()) << "readers never wait for a turn"; }).join();
@@ -70,7 +70,8 @@ TEST(Configuration, what_the_project_file_fixes_wins_and_is_not_stored)
     {
         auto const configuration = open(R"({"host":"a"})");
         Turn turn(*configuration);
-        turn.write("D", "", Json::parse(R"({"host":"changed","values":{"x":1}})"), merge);
+        EXPECT_EQ(turn.write("D", "", Json::parse(R"({"host":"changed","values":{"x":1}})"), merge),
+                  ErrorValue::SUCCESS);
         EXPECT_EQ(turn.commit(), ErrorValue::SUCCESS);
     }
     EXPECT_EQ(text(*open("{}")), R"({"values":{"x":1}})");
@@ -100,7 +101,7 @@ TEST(Configuration, a_restart_finds_the_tree_as_it_was)
         configuration.add_domain("D", Value());
         ASSERT_EQ(text(configuration), expected) << "round " << round;
         Turn turn(configuration);
-        turn.write("D", pick(lists), Json::parse("{}"), merge);
+        EXPECT_EQ(turn.write("D", pick(lists), Json::parse("{}"), merge), ErrorValue::SUCCESS);
         for (int edit = 0; edit < 12; ++edit)
         {
             auto const path = Tree::join(pick(lists), pick(names));

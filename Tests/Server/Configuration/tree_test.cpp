@@ -27,6 +27,7 @@ struct Case
 
 constexpr auto merge = Tree::WriteMode::Merge;
 constexpr auto replace = Tree::WriteMode::Replace;
+constexpr auto in_path = Tree::WriteMode::ReplaceInPath;
 constexpr char const* before = R"({"a":{"b":1,"c":{"d":2}},"v":["x",{"y":1}],"s":"t"})";
 
 constexpr auto not_found = ErrorValue::ENTRY_NOT_FOUND;
@@ -47,6 +48,10 @@ constexpr auto cases = std::to_array<Case>({
     {"v[2]", "1", merge, nullptr, not_found},
     {"s::n", "1", merge, nullptr, not_found},
     {"a::::b", "1", merge, nullptr, invalid},
+    // Maps on the way are made.
+    {"n::m::x", "1", replace, nullptr, not_found},
+    {"n::m::x", "1", in_path, R"({"a":{"b":1,"c":{"d":2}},"v":["x",{"y":1}],"s":"t","n":{"m":{"x":1}}})"},
+    {"s::n::x", "1", in_path, nullptr, not_found},
     {"", "1", merge, nullptr, invalid},
     // Removed, first of all in the middle.
     {"a::b", nullptr, merge, R"({"a":{"c":{"d":2}},"v":["x",{"y":1}],"s":"t"})"},
@@ -55,7 +60,7 @@ constexpr auto cases = std::to_array<Case>({
     {"", nullptr, merge, nullptr, invalid},
 });
 
-TEST(Tree, edits_and_takes_them_back)
+TEST(Tree, edits_takes_them_back_and_makes_them_once_more)
 {
     for (auto const& test : cases)
     {
@@ -71,6 +76,8 @@ TEST(Tree, edits_and_takes_them_back)
         EXPECT_EQ(Json::write(original), before) << "a copy changed with it";
         std::for_each(changes.rbegin(), changes.rend(), [&tree](auto const& change) { Tree::take_back(tree, change); });
         EXPECT_EQ(Json::write(tree), before);
+        std::for_each(changes.begin(), changes.end(), [&tree](auto const& change) { Tree::apply(tree, change); });
+        EXPECT_EQ(Json::write(tree), test.after == nullptr ? before : test.after);
     }
 }
 

@@ -136,12 +136,12 @@ int run(int kills, unsigned seed)
         auto const found = text_of(*project);
         while (last < acknowledged)
         {
-            make_edit(model, ++last);
+            static_cast<void>(make_edit(model, ++last));
         }
         if (found != text_of(model))
         {
             ++unacknowledged;
-            make_edit(model, ++last);
+            static_cast<void>(make_edit(model, ++last));
         }
         if (found != text_of(model) || !project->dangling_references(domain).empty())
         {

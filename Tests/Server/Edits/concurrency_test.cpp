@@ -50,8 +50,8 @@ TEST(Concurrency, no_path_is_lost)
         [&](int /*round*/)
         {
             // They may come between the end of a recipe and that of its path.
-            project.call(domain, "GetRecipes", parameters("recipeTypePath", "A"));
-            project.call(domain, "GetActiveRecipes", Value());
+            static_cast<void>(project.call(domain, "GetRecipes", parameters("recipeTypePath", "A")));
+            static_cast<void>(project.call(domain, "GetActiveRecipes", Value()));
         },
         requester("ActivateRecipe", parameters("path", "R")),
         // Writes of the extension itself.

@@ -251,7 +251,7 @@ TEST(Edits, dangling_references_are_listed)
         EXPECT_EQ(found, dangling) << configuration;
     }
     EditedProject edited("A { m } B(A) { } | R1:A { m=1 }");
-    edited.edit(R"(T::B::recipeTypeNames = ["Nobody"])");
+    EXPECT_TRUE(edited.edit(R"(T::B::recipeTypeNames = ["Nobody"])").succeeded());
     EXPECT_EQ(edited.project->dangling_references(edited.domain).size(), 1U);
 }
 

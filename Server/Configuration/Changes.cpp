@@ -1,0 +1,48 @@
+#include "Configuration/Changes.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+namespace Ravik
+{
+
+void Changes::add(std::string const& domain, std::vector<Tree::Change> made)
+{
+    for (auto& change : made)
+    {
+        m_entries.push_back({.domain = domain, .change = std::move(change)});
+    }
+}
+
+void Changes::append(Changes later)
+{
+    std::move(later.m_entries.begin(), later.m_entries.end(), std::back_inserter(m_entries));
+}
+
+void Changes::apply(TreeOf const& tree_of) const
+{
+    std::for_each(m_entries.begin(), m_entries.end(),
+                  [&](Entry const& entry) { Tree::apply(tree_of(entry.domain), entry.change); });
+}
+
+void Changes::take_back(TreeOf const& tree_of) const
+{
+    std::for_each(m_entries.rbegin(), m_entries.rend(),
+                  [&](Entry const& entry) { Tree::take_back(tree_of(entry.domain), entry.change); });
+}
+
+std::vector<Touched> Changes::touched(std::size_t first) const
+{
+    std::vector<Touched> places;
+    places.reserve(m_entries.size() - first);
+    for (auto index = first; index != m_entries.size(); ++index)
+    {
+        auto const& [domain, change] = m_entries[index];
+        places.push_back(
+            {.domain = domain, .path = Tree::join(change.parent, change.name), .removed = change.is_removal()});
+    }
+    return places;
+}
+
+} // namespace Ravik
