@@ -94,7 +94,7 @@ public:
     std::filesystem::path const& path() const { return m_folder.path(); }
 
 private:
-    Ravik::Testing::TemporaryFolder m_folder;
+    Ravik::Test::TemporaryFolder m_folder;
 
 public:
     std::unique_ptr<Project> project;

@@ -97,7 +97,7 @@ public:
     }
 
 private:
-    Testing::TemporaryFolder m_folder;
+    Test::TemporaryFolder m_folder;
     std::unique_ptr<Project> m_project;
     std::size_t m_count;
     Value m_parameters{ValueType::Struct};

@@ -9,7 +9,7 @@
 #include <iterator>
 #include <sys/wait.h>
 
-namespace Ravik::Testing
+namespace Ravik::Test
 {
 
 namespace
@@ -112,4 +112,4 @@ std::string Shell::read(std::string const& file) const
     return content(m_folder / file);
 }
 
-} // namespace Ravik::Testing
+} // namespace Ravik::Test

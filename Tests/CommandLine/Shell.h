@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace Ravik::Testing
+namespace Ravik::Test
 {
 
 /// How a line of shell ended.
@@ -54,4 +54,4 @@ private:
     std::filesystem::path m_streams;
 };
 
-} // namespace Ravik::Testing
+} // namespace Ravik::Test

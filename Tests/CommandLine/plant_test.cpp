@@ -2,11 +2,11 @@
 
 #include <gtest/gtest.h>
 
-namespace
+namespace Ravik::Test
 {
 
-using Ravik::Testing::Line;
-using Ravik::Testing::Shell;
+namespace
+{
 
 /// The example plant with its recipes.
 class plant : public testing::Test
@@ -120,3 +120,5 @@ TEST_F(plant, carries_edits_through_and_refuses_wrong_ones)
 }
 
 } // namespace
+
+} // namespace Ravik::Test

@@ -2,11 +2,11 @@
 
 #include <gtest/gtest.h>
 
-namespace
+namespace Ravik::Test
 {
 
-using Ravik::Testing::Line;
-using Ravik::Testing::Shell;
+namespace
+{
 
 /// The sample project with its recipes.
 class project : public testing::Test
@@ -117,3 +117,5 @@ TEST_F(project, that_is_broken_is_named_with_the_place)
 }
 
 } // namespace
+
+} // namespace Ravik::Test

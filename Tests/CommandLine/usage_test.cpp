@@ -2,11 +2,11 @@
 
 #include <gtest/gtest.h>
 
-namespace
+namespace Ravik::Test
 {
 
-using Ravik::Testing::Line;
-using Ravik::Testing::Shell;
+namespace
+{
 
 TEST(usage, needs_no_project_and_has_the_same_status_with_json)
 {
@@ -93,3 +93,5 @@ TEST(init, writes_the_sample_once_and_never_overwrites)
 }
 
 } // namespace
+
+} // namespace Ravik::Test

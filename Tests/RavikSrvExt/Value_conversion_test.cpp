@@ -9,11 +9,12 @@
 #include <string>
 #include <vector>
 
-namespace RavikSrv
+namespace Ravik::Test
 {
 namespace
 {
 
+using namespace RavikSrv;
 using namespace std::string_view_literals;
 
 constexpr auto infinity = std::numeric_limits<double>::infinity();
@@ -198,4 +199,4 @@ TEST(ValueConversion, of_containers_keeps_entries_among_the_types_with_names_onl
 }
 
 } // namespace
-} // namespace RavikSrv
+} // namespace Ravik::Test

@@ -10,10 +10,12 @@
 #include <utility>
 #include <vector>
 
-namespace RavikSrv
+namespace Ravik::Test
 {
 namespace
 {
+
+using namespace RavikSrv;
 
 std::vector<std::string> names_of(Value const& map)
 {
@@ -158,4 +160,4 @@ TEST(MapBuilder, makes_the_same_map_with_every_model_and_shares_names_where_all_
 }
 
 } // namespace
-} // namespace RavikSrv
+} // namespace Ravik::Test

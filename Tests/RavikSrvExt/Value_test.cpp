@@ -12,11 +12,12 @@
 #include <utility>
 #include <vector>
 
-namespace RavikSrv
+namespace Ravik::Test
 {
 namespace
 {
 
+using namespace RavikSrv;
 using namespace std::string_view_literals;
 
 // What must not compile, and what must.
@@ -354,4 +355,4 @@ TEST(ValueVector, answers_what_is_not_there)
 }
 
 } // namespace
-} // namespace RavikSrv
+} // namespace Ravik::Test

@@ -5,10 +5,12 @@
 #include <algorithm>
 #include <string>
 
-namespace RavikSrv
+namespace Ravik::Test
 {
 namespace
 {
+
+using namespace RavikSrv;
 
 constexpr auto both = CommandOption::REPLACE | CommandOption::REMOVE;
 static_assert(static_cast<unsigned>(both) == 128U + 2048U);
@@ -44,4 +46,4 @@ TEST(CommandGroup, holds_copies_in_the_order_of_insertion)
 }
 
 } // namespace
-} // namespace RavikSrv
+} // namespace Ravik::Test

@@ -6,7 +6,7 @@
 #include <stdlib.h>
 #include <string>
 
-namespace Ravik::Testing
+namespace Ravik::Test
 {
 
 /// A folder of its own for one test, removed with all that is in it.
@@ -46,4 +46,4 @@ private:
     std::filesystem::path m_path;
 };
 
-} // namespace Ravik::Testing
+} // namespace Ravik::Test

@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace Ravik::Testing
+namespace Ravik::Test
 {
 
 /// The message with which `open` refuses what it opens; empty where it doesn't.
@@ -21,4 +21,4 @@ template <typename Open> std::string refusal(Open const& open)
     }
 }
 
-} // namespace Ravik::Testing
+} // namespace Ravik::Test

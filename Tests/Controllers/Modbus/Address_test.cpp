@@ -4,10 +4,13 @@
 
 #include <vector>
 
-using namespace Modbus;
+namespace Ravik::Test
+{
 
 namespace
 {
+
+using namespace Modbus;
 
 TEST(Address, reads_every_form_of_a_mapping)
 {
@@ -69,3 +72,5 @@ TEST(Address, points_at_the_character_that_is_wrong)
 }
 
 } // namespace
+
+} // namespace Ravik::Test

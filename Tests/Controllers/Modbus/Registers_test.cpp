@@ -5,12 +5,15 @@
 #include <limits>
 #include <vector>
 
-using namespace Modbus;
-using RavikSrv::Value;
-using RavikSrv::ValueType;
+namespace Ravik::Test
+{
 
 namespace
 {
+
+using namespace Modbus;
+using RavikSrv::Value;
+using RavikSrv::ValueType;
 
 using Cells = std::vector<std::uint16_t>;
 
@@ -108,3 +111,5 @@ TEST(Registers, refuse_what_would_not_come_back)
 }
 
 } // namespace
+
+} // namespace Ravik::Test

@@ -11,11 +11,13 @@
 
 #include <sys/stat.h>
 
-using namespace RavikSrv;
-using namespace Ravik::Test;
+namespace Ravik::Test
+{
 
 namespace
 {
+
+using namespace RavikSrv;
 
 using Pipe = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
 
@@ -50,7 +52,7 @@ protected:
     std::uint16_t port = 0;
 
 private:
-    Ravik::Testing::TemporaryFolder m_folder;
+    TemporaryFolder m_folder;
     Pipe m_device{nullptr, pclose};
 };
 
@@ -121,3 +123,5 @@ TEST_F(Pymodbus, serves_several_requests_at_once_over_one_connection)
 }
 
 } // namespace
+
+} // namespace Ravik::Test

@@ -8,11 +8,13 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-using namespace RavikSrv;
-using namespace Ravik::Test;
+namespace Ravik::Test
+{
 
 namespace
 {
+
+using namespace RavikSrv;
 
 using Bytes = ScriptedDevice::Bytes;
 using Request = ScriptedDevice::Request;
@@ -196,3 +198,5 @@ TEST(ModbusFaults, exceptions_bear_their_names)
 }
 
 } // namespace
+
+} // namespace Ravik::Test

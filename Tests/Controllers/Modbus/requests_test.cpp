@@ -6,11 +6,13 @@
 #include <cctype>
 #include <sstream>
 
-using namespace RavikSrv;
-using namespace Ravik::Test;
+namespace Ravik::Test
+{
 
 namespace
 {
+
+using namespace RavikSrv;
 
 using Request = ScriptedDevice::Request;
 
@@ -191,3 +193,5 @@ TEST(ModbusRequests, that_a_device_puts_off_are_repeated_only_where_it_has_not_t
 }
 
 } // namespace
+
+} // namespace Ravik::Test

@@ -9,13 +9,14 @@
 
 #include <chrono>
 
-using namespace Ravik;
-using namespace Ravik::Test;
-using RavikSrv::Value;
-using RavikSrv::ValueType;
+namespace Ravik::Test
+{
 
 namespace
 {
+
+using RavikSrv::Value;
+using RavikSrv::ValueType;
 
 constexpr int timeout = 300;
 
@@ -78,7 +79,7 @@ protected:
     Value m_recipe;
 
 private:
-    Ravik::Testing::TemporaryFolder m_folder;
+    TemporaryFolder m_folder;
     std::unique_ptr<Project> m_project;
 };
 
@@ -108,3 +109,5 @@ TEST_F(ModbusTwoDomains, the_one_that_answers_is_served_before_the_one_that_does
 }
 
 } // namespace
+
+} // namespace Ravik::Test

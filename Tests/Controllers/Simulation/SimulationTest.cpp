@@ -6,11 +6,13 @@
 #include <stdexcept>
 #include <thread>
 
-using namespace RavikSrv;
-using namespace Ravik::Test;
+namespace Ravik::Test
+{
 
 namespace
 {
+
+using namespace RavikSrv;
 
 /// A press with a variable of each kind, and one more setting.
 Value configuration_with(char const* key, Value const& setting)
@@ -181,3 +183,5 @@ TEST(Simulation, serves_several_requests_at_once)
 }
 
 } // namespace
+
+} // namespace Ravik::Test

@@ -8,14 +8,13 @@
 #include <random>
 #include <thread>
 
-namespace Ravik
+namespace Ravik::Test
 {
 namespace
 {
 
 using RavikSrv::ErrorValue;
 using RavikSrv::Value;
-using Testing::TemporaryFolder;
 using namespace std::chrono_literals;
 using Turn = Configuration::Turn;
 
@@ -117,4 +116,4 @@ TEST(Configuration, a_restart_finds_the_tree_as_it_was)
 }
 
 } // namespace
-} // namespace Ravik
+} // namespace Ravik::Test

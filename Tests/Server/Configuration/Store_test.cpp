@@ -9,17 +9,16 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-namespace Ravik
+namespace Ravik::Test
 {
 namespace
 {
 
-using Testing::TemporaryFolder;
 using namespace std::chrono_literals;
 
 std::string refused(std::filesystem::path const& file)
 {
-    return Testing::refusal([&] { Store::open(file, 0s); });
+    return refusal([&] { Store::open(file, 0s); });
 }
 
 TEST(Store, refuses_files_that_are_not_its_own)
@@ -59,4 +58,4 @@ TEST(Store, tells_a_second_process_who_has_it)
 }
 
 } // namespace
-} // namespace Ravik
+} // namespace Ravik::Test

@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <array>
 
-namespace Ravik
+namespace Ravik::Test
 {
 namespace
 {
@@ -82,4 +82,4 @@ TEST(Tree, edits_takes_them_back_and_makes_them_once_more)
 }
 
 } // namespace
-} // namespace Ravik
+} // namespace Ravik::Test

@@ -25,10 +25,10 @@
 namespace
 {
 
-using Ravik::EditReport;
-using Ravik::Project;
+using namespace Ravik;
+using namespace Ravik::Test;
 
-std::string const domain(Ravik::recipe_domain);
+std::string const domain(recipe_domain);
 
 /// The edits bring a family of types and recipes in, reorganise it and take it away again, family by family: "$" is its
 /// name and "#" its number.
@@ -58,7 +58,7 @@ EditReport make_edit(Project& project, int number)
         : *letter == '#' ? text.append(std::to_string(round))
                          : text.append(1, *letter);
     }
-    return Ravik::Testing::edit(project, text);
+    return edit(project, text);
 }
 
 /// The process to be killed: edits from `number` on and writes the number of each edit that was made.
@@ -121,11 +121,11 @@ int run_and_kill(std::filesystem::path const& folder, int last, std::mt19937& ra
 
 int run(int kills, unsigned seed)
 {
-    Ravik::Testing::TemporaryFolder const folder;
-    auto const file = folder.write("ravik.json", Ravik::Testing::project_file());
+    TemporaryFolder const folder;
+    auto const file = folder.write("ravik.json", project_file());
     // The outcome of all edits up to `last`, without a store.
-    Ravik::OpenProject model(Ravik::read_project_file(file), nullptr);
-    auto const text_of = [](Project const& project) { return Ravik::Json::write(project.get(domain, "").value); };
+    OpenProject model(read_project_file(file), nullptr);
+    auto const text_of = [](Project const& project) { return Json::write(project.get(domain, "").value); };
     std::mt19937 random(seed);
     int last = -1;
     int unacknowledged = 0;

@@ -8,7 +8,7 @@
 #include <set>
 #include <stdexcept>
 
-namespace Ravik::Testing
+namespace Ravik::Test
 {
 
 using RavikSrv::Value;
@@ -111,4 +111,4 @@ std::string name(RavikSrv::ErrorValue error)
     return RavikSrv::get_error_string(error).name();
 }
 
-} // namespace Ravik::Testing
+} // namespace Ravik::Test

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace Ravik::Testing
+namespace Ravik::Test
 {
 
 /// The text of a project file with the recipe management and the simulated domain "Line", which has a variable and a
@@ -37,7 +37,7 @@ public:
     void reopen();
     EditReport edit(std::string const& text, MoveOptions const& options = {}) const
     {
-        return Testing::edit(*project, text, options);
+        return Test::edit(*project, text, options);
     }
     RavikSrv::Value get(std::string const& path) const { return project->get(domain, path).value; }
     /// The configuration in short, to compare with `state_of` what it should be.
@@ -55,4 +55,4 @@ std::string state_of(std::string const& configuration);
 /// "SUCCESS" or the error's name, for readable comparisons.
 std::string name(RavikSrv::ErrorValue error);
 
-} // namespace Ravik::Testing
+} // namespace Ravik::Test

@@ -9,16 +9,13 @@
 #include <iterator>
 #include <sstream>
 
-namespace Ravik
+namespace Ravik::Test
 {
 namespace
 {
 
 using RavikSrv::Value;
 using RavikSrv::ValueType;
-using Test::repeated;
-using Testing::EditedProject;
-using Testing::name;
 
 constexpr char const* initial = "A { m n } B(A) { k>N } N { o } F::T { p } E/ | "
                                 "R1:A { m=1 n=2 } R2:B { k=R3 } R3:N { o=1 } F::R4:F::T { p=4 }";
@@ -164,7 +161,7 @@ TEST_F(BadInput, is_refused_and_changes_nothing)
             options.dry_run = again;
             auto const report = is_import ? edited.project->import(edited.domain, data, options)
                                           : edited.edit(edit, {.force = again, .dry_run = false});
-            expect_refused(report, edit, error, Testing::full_path(place));
+            expect_refused(report, edit, error, full_path(place));
         }
     }
     expect_refused(edited.project->set("Nobody", "x", Value(1)), "unknown domain", "INVALID_DOMAIN", "Nobody");
@@ -223,4 +220,4 @@ TEST_F(BadInput, that_no_text_can_hold_is_refused)
 }
 
 } // namespace
-} // namespace Ravik
+} // namespace Ravik::Test

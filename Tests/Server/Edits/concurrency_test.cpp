@@ -8,14 +8,12 @@
 #include <functional>
 #include <thread>
 
-namespace Ravik
+namespace Ravik::Test
 {
 namespace
 {
 
 using RavikSrv::Value;
-using Test::parameters;
-using Testing::EditedProject;
 
 constexpr auto duration = std::chrono::milliseconds(1200);
 
@@ -89,4 +87,4 @@ TEST(Concurrency, no_path_is_lost)
 }
 
 } // namespace
-} // namespace Ravik
+} // namespace Ravik::Test

@@ -7,16 +7,12 @@
 #include <filesystem>
 #include <sys/resource.h>
 
-namespace Ravik
+namespace Ravik::Test
 {
 namespace
 {
 
 using RavikSrv::Value;
-using Test::configuration_of;
-using Testing::EditedProject;
-using Testing::name;
-using Testing::state_of;
 
 /// A configuration, an edit, what the rehearsal says (nothing where the edit goes ahead), and the configuration after
 /// it, with force where it is refused.
@@ -256,4 +252,4 @@ TEST(Edits, dangling_references_are_listed)
 }
 
 } // namespace
-} // namespace Ravik
+} // namespace Ravik::Test

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-namespace Ravik
+namespace Ravik::Test
 {
 namespace
 {
@@ -16,7 +16,6 @@ using RavikSrv::CommandOption;
 using RavikSrv::Context;
 using RavikSrv::ErrorValue;
 using RavikSrv::Value;
-using Testing::TemporaryFolder;
 
 /// Two domains served by probes, with symbols in both and in the server's own domain. "P.x" is a symbol whose name
 /// looks like a function's.
@@ -185,4 +184,4 @@ TEST_F(Execution, an_extensions_own_writes_are_told_before_they_return)
 }
 
 } // namespace
-} // namespace Ravik
+} // namespace Ravik::Test

@@ -6,12 +6,10 @@
 
 #include <array>
 
-namespace Ravik
+namespace Ravik::Test
 {
 namespace
 {
-
-using Testing::TemporaryFolder;
 
 std::string one_extension(std::string const& library, std::string const& more = "")
 {
@@ -33,11 +31,11 @@ TEST(Opening, tells_what_is_wrong_with_a_project)
     {
         TemporaryFolder const folder;
         auto const open = [&] { Project::open(folder.path()); };
-        EXPECT_NE(Testing::refusal(open), "") << "a folder without a project";
+        EXPECT_NE(refusal(open), "") << "a folder without a project";
         folder.write("ravik.json", file);
-        EXPECT_NE(Testing::refusal(open).find(message), std::string::npos) << Testing::refusal(open);
+        EXPECT_NE(refusal(open).find(message), std::string::npos) << refusal(open);
     }
 }
 
 } // namespace
-} // namespace Ravik
+} // namespace Ravik::Test

@@ -15,12 +15,13 @@
 #include <utility>
 #include <vector>
 
-namespace Ravik::Json
+namespace Ravik::Test
 {
 namespace
 {
 
 using namespace std::string_literals;
+using namespace Json;
 using RavikSrv::Timespan;
 using RavikSrv::Timestamp;
 using RavikSrv::Value;
@@ -316,4 +317,4 @@ TEST(JsonDocument, LocatesKeysAndElements)
 }
 
 } // namespace
-} // namespace Ravik::Json
+} // namespace Ravik::Test

@@ -8,14 +8,14 @@
 #include <string>
 #include <vector>
 
-namespace Ravik
+namespace Ravik::Test
 {
 namespace
 {
 
 ProjectFile read(std::string const& text)
 {
-    Testing::TemporaryFolder const folder;
+    TemporaryFolder const folder;
     return read_project_file(folder.write("ravik.json", text));
 }
 
@@ -85,14 +85,14 @@ TEST(ProjectFile, tells_what_was_expected_where)
     };
     for (auto const& [text, place, fragment] : cases)
     {
-        auto const message = Testing::refusal([text = text] { read(text); });
+        auto const message = refusal([text = text] { read(text); });
         EXPECT_NE(message.find("ravik.json:" + place + ": "), std::string::npos) << text << "\n" << message;
         EXPECT_NE(message.find(fragment), std::string::npos) << text << "\n" << message;
         EXPECT_EQ(message.find('\n'), std::string::npos) << message;
     }
-    EXPECT_NE(Testing::refusal([] { read_project_file("missing.json"); }), "");
-    EXPECT_NE(Testing::refusal([] { read_project_file("."); }).find("can't be read"), std::string::npos);
+    EXPECT_NE(refusal([] { read_project_file("missing.json"); }), "");
+    EXPECT_NE(refusal([] { read_project_file("."); }).find("can't be read"), std::string::npos);
 }
 
 } // namespace
-} // namespace Ravik
+} // namespace Ravik::Test

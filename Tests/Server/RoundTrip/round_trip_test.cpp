@@ -6,13 +6,12 @@
 #include <array>
 #include <bit>
 
-namespace Ravik
+namespace Ravik::Test
 {
 namespace
 {
 
 using RavikSrv::Value;
-using Test::parameters;
 
 /// Type, value and what a change of it is, which must make the recipe inactive. Each has a member of its own.
 constexpr auto cases = std::to_array<std::array<char const*, 3>>({
@@ -47,7 +46,7 @@ bool is_nested(std::size_t index)
     return index < cases.size() / 2;
 }
 
-std::string project_file()
+std::string file_with_every_type()
 {
     std::vector<std::pair<std::string, std::string>> symbols;
     for (std::size_t index = 0; index < cases.size(); ++index)
@@ -55,17 +54,17 @@ std::string project_file()
         symbols.emplace_back(member(index),
                              std::string(R"({"$ref":"ravik:general#/definitions/)") + cases.at(index)[0] + "\"}");
     }
-    return Testing::project_file(symbols);
+    return project_file(symbols);
 }
 
 Value configuration()
 {
-    auto lists = Test::configuration_of("T { n>N } N { } | R:T { n=Inner } Inner:N { }");
+    auto lists = configuration_of("T { n>N } N { } | R:T { n=Inner } Inner:N { }");
     for (std::size_t index = 0; index < cases.size(); ++index)
     {
         auto const name = member(index);
         auto& type = lists["recipeTypeList"][is_nested(index) ? "N" : "T"];
-        type["members"][name.c_str()] = Test::types_of("T { " + name + " }")["T"]["members"][name.c_str()];
+        type["members"][name.c_str()] = types_of("T { " + name + " }")["T"]["members"][name.c_str()];
         auto& recipe = lists["recipeList"][is_nested(index) ? "Inner" : "R"];
         recipe["values"][name.c_str()] = Json::parse(cases.at(index)[1]);
     }
@@ -74,7 +73,7 @@ Value configuration()
 
 TEST(RoundTrip, each_type_comes_back_as_it_was_and_a_change_makes_the_recipe_inactive)
 {
-    Testing::EditedProject edited(configuration(), project_file());
+    EditedProject edited(configuration(), file_with_every_type());
     auto const call = [&](char const* function, Value const& sent)
     {
         auto outcome = edited.project->call(edited.domain, function, sent);
@@ -107,4 +106,4 @@ TEST(RoundTrip, each_type_comes_back_as_it_was_and_a_change_makes_the_recipe_ina
 }
 
 } // namespace
-} // namespace Ravik
+} // namespace Ravik::Test

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-namespace Ravik
+namespace Ravik::Test
 {
 namespace
 {
@@ -127,4 +127,4 @@ TEST(OfficialSuite, AnswersAsExpectedButForTheListedExceptions)
 }
 
 } // namespace
-} // namespace Ravik
+} // namespace Ravik::Test

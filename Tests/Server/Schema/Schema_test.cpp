@@ -14,7 +14,7 @@
 #include <thread>
 #include <vector>
 
-namespace Ravik
+namespace Ravik::Test
 {
 namespace
 {
@@ -436,4 +436,4 @@ TEST(SchemaRobustness, OneValidatorKeepsSchemasApartAndServesManyThreads)
 }
 
 } // namespace
-} // namespace Ravik
+} // namespace Ravik::Test
