@@ -9,10 +9,10 @@ namespace
 {
 
 /// The example plant with its recipes.
-class plant : public testing::Test
+class Plant : public testing::Test
 {
 protected:
-    plant()
+    Plant()
     {
         shell.expect({"cp " RAVIK_EXAMPLES "/plant/*.json . && ravik import recipes.json",
                       0,
@@ -31,7 +31,7 @@ protected:
     Shell shell;
 };
 
-TEST_F(plant, tells_what_stands_in_the_controllers)
+TEST_F(Plant, tells_what_stands_in_the_controllers)
 {
     expect_all({
         {"ravik active", 0, {"No recipe is active."}, {}},
@@ -55,7 +55,7 @@ TEST_F(plant, tells_what_stands_in_the_controllers)
     });
 }
 
-TEST_F(plant, one_recipe_that_cannot_be_read_does_not_hide_the_others)
+TEST_F(Plant, one_recipe_that_cannot_be_read_does_not_hide_the_others)
 {
     expect_all({
         {"ravik activate Products::Cola1500 >out && "
@@ -66,7 +66,7 @@ TEST_F(plant, one_recipe_that_cannot_be_read_does_not_hide_the_others)
     });
 }
 
-TEST_F(plant, brings_recipes_into_line_with_their_types)
+TEST_F(Plant, brings_recipes_into_line_with_their_types)
 {
     expect_all({
         {"ravik update Filling::Cola1500", 0, {"The recipe fits its type already."}, {}},
@@ -83,7 +83,7 @@ TEST_F(plant, brings_recipes_into_line_with_their_types)
     });
 }
 
-TEST_F(plant, carries_edits_through_and_refuses_wrong_ones)
+TEST_F(Plant, carries_edits_through_and_refuses_wrong_ones)
 {
     expect_all({
         {"ravik rename --dry-run recipeList::Capping::Pco28 recipeList::Capping::Pco",

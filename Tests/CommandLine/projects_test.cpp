@@ -9,10 +9,13 @@ namespace
 {
 
 /// The sample project with its recipes.
-class project : public testing::Test
+class SampleProject : public testing::Test
 {
 protected:
-    project() { shell.expect({"ravik init && ravik import recipes.json", 0, {"1 recipe type and 2 recipes"}, {}}); }
+    SampleProject()
+    {
+        shell.expect({"ravik init && ravik import recipes.json", 0, {"1 recipe type and 2 recipes"}, {}});
+    }
 
     void expect_both(std::initializer_list<Line> lines) const
     {
@@ -26,7 +29,7 @@ protected:
     Shell shell;
 };
 
-TEST_F(project, activates_recipes_and_shows_what_was_written)
+TEST_F(SampleProject, activates_recipes_and_shows_what_was_written)
 {
     expect_both({
         {"ravik activate Bread", 0, {"Mixer.Speed", "120.0", "24.0", "written", "4 symbols written in 1 domain"}, {}},
@@ -41,7 +44,7 @@ TEST_F(project, activates_recipes_and_shows_what_was_written)
     EXPECT_NE(json.out.find(R"("name":"ACTIVATING_FAILED")"), std::string::npos) << json.out;
 }
 
-TEST_F(project, marks_the_symbols_that_could_not_be_written)
+TEST_F(SampleProject, marks_the_symbols_that_could_not_be_written)
 {
     shell.expect({R"(sed -i 's/"Ready"\]/"Speed"]/' ravik.json)", 0, {}, {}});
     shell.expect({"ravik activate Bread",
@@ -50,7 +53,7 @@ TEST_F(project, marks_the_symbols_that_could_not_be_written)
                   {"ACTIVATING_RECIPE_PARTLY_FAILED", "Mixer.Speed"}});
 }
 
-TEST_F(project, reads_and_writes_symbols)
+TEST_F(SampleProject, reads_and_writes_symbols)
 {
     expect_both({
         {"ravik symbols", 0, {"SYMBOL", "number 0..300", "UINT", "Mixer.Temperature  Mixer   Temperature  REAL"}, {}},
@@ -68,7 +71,7 @@ TEST_F(project, reads_and_writes_symbols)
     });
 }
 
-TEST_F(project, keeps_its_configuration_through_export_and_import)
+TEST_F(SampleProject, keeps_its_configuration_through_export_and_import)
 {
     expect_both({
         {"ravik get recipeList::Bread::values", 0, {R"("Speed": 120.0)"}, {}},
@@ -92,7 +95,7 @@ TEST_F(project, keeps_its_configuration_through_export_and_import)
         {"ln -s c link && chmod 640 c && ravik export --force link && test -L link && stat -c %a c", 0, {"640"}, {}});
 }
 
-TEST_F(project, aligns_tables_by_what_a_terminal_shows)
+TEST_F(SampleProject, aligns_tables_by_what_a_terminal_shows)
 {
     shell.write("ravik.json", R"({"extensions": [{"domain": "M", "library": "libRavikSimulation.so",
         "configuration": {"variables": {"Tür": 1, "混合": 2, "e": "a\u001b[31m\nb"}}}],
@@ -108,7 +111,7 @@ TEST_F(project, aligns_tables_by_what_a_terminal_shows)
     EXPECT_EQ(ended.out.find('\x1b'), std::string::npos) << "colours without a terminal";
 }
 
-TEST_F(project, that_is_broken_is_named_with_the_place)
+TEST_F(SampleProject, that_is_broken_is_named_with_the_place)
 {
     shell.write("ravik.json", "{\n  \"extensions\": [],\n  \"symbol\": {}\n}\n");
     expect_both({{"ravik symbols", 3, {}, {"ravik.json:3:3: "}}});

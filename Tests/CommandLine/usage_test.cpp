@@ -8,7 +8,7 @@ namespace Ravik::Test
 namespace
 {
 
-TEST(usage, needs_no_project_and_has_the_same_status_with_json)
+TEST(Usage, needs_no_project_and_has_the_same_status_with_json)
 {
     Shell const shell;
     std::vector<Line> const lines = {
@@ -63,7 +63,7 @@ TEST(usage, needs_no_project_and_has_the_same_status_with_json)
     EXPECT_FALSE(std::filesystem::exists(shell.folder() / "ravik.db"));
 }
 
-TEST(usage, output_that_cannot_be_written_fails_and_a_reader_that_goes_away_does_not)
+TEST(Usage, output_that_cannot_be_written_fails_and_a_reader_that_goes_away_does_not)
 {
     Shell const shell;
     shell.expect({"ravik help >/dev/full", 1, {}, {"standard output: No space left"}});
@@ -72,7 +72,7 @@ TEST(usage, output_that_cannot_be_written_fails_and_a_reader_that_goes_away_does
     shell.expect({"(ravik help; echo $? >&2) | true", 0, {}, {"0"}});
 }
 
-TEST(init, writes_the_sample_once_and_never_overwrites)
+TEST(Init, writes_the_sample_once_and_never_overwrites)
 {
     Shell const shell;
     shell.expect({"ravik init 'my plant'", 0, {"my plant/ravik.json", "ravik --project 'my plant' import"}, {}});

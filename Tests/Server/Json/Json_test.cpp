@@ -58,7 +58,7 @@ Value nested(std::size_t depth)
     return value;
 }
 
-TEST(Json, ReadsEachKindOfValueAndWritesItBack)
+TEST(Json, reads_each_kind_of_value_and_writes_it_back)
 {
     struct Case
     {
@@ -95,7 +95,7 @@ TEST(Json, ReadsEachKindOfValueAndWritesItBack)
     }
 }
 
-TEST(JsonParse, KeepsOrderNestingAndLongTexts)
+TEST(JsonParse, keeps_order_nesting_and_long_texts)
 {
     auto const value = parse(R"({"b": [1, [], {"x": null}, "t"], "a\n": {"b": 2.5}, "": [[["deep"]]]})");
     EXPECT_EQ(write(value), R"({"b":[1,[],{"x":null},"t"],"a\n":{"b":2.5},"":[[["deep"]]]})");
@@ -111,7 +111,7 @@ TEST(JsonParse, KeepsOrderNestingAndLongTexts)
     EXPECT_EQ(parse(repeated(128, "[") + repeated(128, "]")).size(), 1U);
 }
 
-TEST(JsonParse, TellsWhatIsWrongAndWhere)
+TEST(JsonParse, tells_what_is_wrong_and_where)
 {
     struct Case
     {
@@ -179,7 +179,7 @@ TEST(JsonParse, TellsWhatIsWrongAndWhere)
     }
 }
 
-TEST(JsonParse, GivesEveryDoubleBackExactly)
+TEST(JsonParse, gives_every_double_back_exactly)
 {
     std::mt19937_64 random(20240501);
     using Limits = std::numeric_limits<double>;
@@ -205,7 +205,7 @@ bool share_keys(Value const& left, Value const& right)
     return left.begin().key() == right.begin().key();
 }
 
-TEST(JsonReader, MapsOfOneShapeShareTheirKeys)
+TEST(JsonReader, maps_of_one_shape_share_their_keys)
 {
     // Two shapes with the same first key take turns, a third has the same keys in another order.
     auto const a = R"({"n": 1, "x": 2, "y": 3})"s;
@@ -222,7 +222,7 @@ TEST(JsonReader, MapsOfOneShapeShareTheirKeys)
     EXPECT_EQ(write(first[5]), R"({"x":1,"n":2,"y":3})");
 }
 
-TEST(JsonWrite, WritesWhatJsonHasNoKindFor)
+TEST(JsonWrite, writes_what_json_has_no_kind_for)
 {
     for (auto const& [value, text] : std::vector<std::pair<Value, char const*>>{
              {Value(ValueType::Any), "null"},
@@ -248,7 +248,7 @@ TEST(JsonWrite, WritesWhatJsonHasNoKindFor)
     }
 }
 
-TEST(JsonWrite, LaysOut)
+TEST(JsonWrite, lays_out)
 {
     auto const value = parse(R"({"a":[1,"x",null],"b":[],"c":{},"d":[[1],{"e":2.0}],"f":[1,2,3,4,5,6,7,8]})");
     EXPECT_EQ(write(value, Layout::Indented), R"({
@@ -266,7 +266,7 @@ TEST(JsonWrite, LaysOut)
     EXPECT_EQ(write(parse("[1,2,3,4,5,6,7,8,9]"), Layout::Indented).substr(0, 10), "[\n  1,\n  2");
 }
 
-TEST(JsonWrite, TellsWhatCannotBeReadAgain)
+TEST(JsonWrite, tells_what_cannot_be_read_again)
 {
     EXPECT_EQ(parse(write(nested(max_nesting))), nested(max_nesting));
     EXPECT_THROW(parse(write(nested(max_nesting + 1))), ParseError);
@@ -285,7 +285,7 @@ TEST(JsonWrite, TellsWhatCannotBeReadAgain)
     }
 }
 
-TEST(JsonDocument, LocatesKeysAndElements)
+TEST(JsonDocument, locates_keys_and_elements)
 {
     Document const document(R"(
 {

@@ -107,7 +107,7 @@ std::vector<std::string> differences(std::string const& file, SchemaDocuments co
     return found;
 }
 
-TEST(OfficialSuite, AnswersAsExpectedButForTheListedExceptions)
+TEST(OfficialSuite, answers_as_expected_but_for_the_listed_exceptions)
 {
     auto const documents = remotes();
     std::vector<std::string> found;

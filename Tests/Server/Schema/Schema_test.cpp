@@ -100,7 +100,7 @@ Value nested(Value value, int depth, std::function<Value(Value const&)> const& a
     return value;
 }
 
-TEST(Schema, TellsWhatFailsAndWhere)
+TEST(Schema, tells_what_fails_and_where)
 {
     expect_answers({
         {"{'maximum': 3000}", "5000", "RANGE_MISMATCH 5000 is more than the maximum of 3000"},
@@ -147,7 +147,7 @@ TEST(Schema, TellsWhatFailsAndWhere)
     EXPECT_LT(check("{'type': 'integer'}", "'" + std::string(10'000, 'x') + "'").size(), 150U);
 }
 
-TEST(Schema, ReadsNumbersExactly)
+TEST(Schema, reads_numbers_exactly)
 {
     expect_answers({
         {"{'type': 'integer'}", "3.0", "SUCCESS"},
@@ -175,7 +175,7 @@ TEST(Schema, ReadsNumbersExactly)
                     {bounded, std::nan(""), ErrorValue::RANGE_MISMATCH}});
 }
 
-TEST(Schema, KnowsTheBuiltinDefinitions)
+TEST(Schema, knows_the_builtin_definitions)
 {
     struct Range
     {
@@ -217,7 +217,7 @@ TEST(Schema, KnowsTheBuiltinDefinitions)
     });
 }
 
-TEST(Schema, FollowsReferences)
+TEST(Schema, follows_references)
 {
     auto const document = json(R"({
         "definitions": {"int": {"type": "integer"}, "list": {"items": [{"$ref": "#/definitions/int"}]}, "broken": 1},
@@ -237,7 +237,7 @@ TEST(Schema, FollowsReferences)
     EXPECT_EQ(answer("#/none", 1), "TYPE_MISSING the schema refers to '#/none', which is not known");
 }
 
-TEST(Schema, TakesNullForNoValueAndNoSchema)
+TEST(Schema, takes_null_for_no_value_and_no_schema)
 {
     expect_answers({
         {"{'type': 'integer', 'enum': [1], 'not': {}}", "null", "SUCCESS"},
@@ -249,7 +249,7 @@ TEST(Schema, TakesNullForNoValueAndNoSchema)
     });
 }
 
-TEST(Schema, SeesEveryTypeOfValue)
+TEST(Schema, sees_every_type_of_value)
 {
     Value binary;
     binary.set_binary("\xff\x80");
@@ -270,7 +270,7 @@ TEST(Schema, SeesEveryTypeOfValue)
     });
 }
 
-TEST(Schema, ReadsPatternsAsJsonSchemasWriteThem)
+TEST(Schema, reads_patterns_as_json_schemas_write_them)
 {
     auto const answer = [](char const* pattern, char const* text)
     { return Validator().validate(map_of("pattern", pattern), text, "").result(); };
@@ -288,7 +288,7 @@ TEST(Schema, ReadsPatternsAsJsonSchemasWriteThem)
     EXPECT_TRUE(differs("^a$", "a\n") && differs("^.$", "\r") && differs("[]", "a"));
 }
 
-TEST(SchemaRobustness, RefusesBrokenSchemas)
+TEST(SchemaRobustness, refuses_broken_schemas)
 {
     for (auto const& [schema, answer] : std::vector<std::pair<char const*, std::string>>{
              {"'x'", "#: a schema is an object, true or false"},
@@ -323,7 +323,7 @@ TEST(SchemaRobustness, RefusesBrokenSchemas)
     }
 }
 
-TEST(SchemaRobustness, RefusesEndlessReferences)
+TEST(SchemaRobustness, refuses_endless_references)
 {
     expect_answers({
         {"{'$ref': '#'}", "1", "RECURSION"},
@@ -336,7 +336,7 @@ TEST(SchemaRobustness, RefusesEndlessReferences)
     });
 }
 
-TEST(SchemaRobustness, ExponentialSchemasTakeLinearTime)
+TEST(SchemaRobustness, exponential_schemas_take_linear_time)
 {
     auto const schema = [](char const* combinator) {
         return nested(map_of("type", "integer"), 60,
@@ -357,7 +357,7 @@ TEST(SchemaRobustness, ExponentialSchemasTakeLinearTime)
     });
 }
 
-TEST(SchemaRobustness, NestingCostsNoStack)
+TEST(SchemaRobustness, nesting_costs_no_stack)
 {
     auto const in_list = [](Value const& inner) { return Value() << inner; };
     auto const deep = nested(1, 20'000, in_list);
@@ -383,7 +383,7 @@ TEST(SchemaRobustness, NestingCostsNoStack)
     }
 }
 
-TEST(SchemaRobustness, WorkIsBounded)
+TEST(SchemaRobustness, work_is_bounded)
 {
     Value numbers(ValueType::Vector);
     Value names;
@@ -415,7 +415,7 @@ TEST(SchemaRobustness, WorkIsBounded)
     });
 }
 
-TEST(SchemaRobustness, OneValidatorKeepsSchemasApartAndServesManyThreads)
+TEST(SchemaRobustness, one_validator_keeps_schemas_apart_and_serves_many_threads)
 {
     Validator validator(4);
     auto const validate = [&validator](int start)
