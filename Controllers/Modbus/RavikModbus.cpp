@@ -35,6 +35,7 @@ ResultPair RavikModbus::load(Value const& configuration)
     auto loaded = load_settings(configuration, m_settings);
     if (loaded.result() == ErrorValue::SUCCESS)
     {
+        RavikSrv::Lock const lock(m_connection_mutex);
         m_connection.emplace(m_settings);
     }
     return loaded;
@@ -63,7 +64,7 @@ void RavikModbus::execute(Context const& /*context*/, CommandGroup& group)
         finish(command,
                cells.empty() ? outcome : decode(prepared.batch.accesses[index].address, cells, command.read_value()));
     };
-    std::lock_guard const lock(m_connection_mutex);
+    RavikSrv::Lock const lock(m_connection_mutex);
     RequestRunner(*m_connection, m_settings.limits, prepared.batch, report).run();
 }
 

@@ -5,9 +5,9 @@
 #include "Settings.h"
 
 #include "ControllerExtension.h"
+#include "Mutex.h"
 #include "RavikSrvExtApi.h"
 
-#include <mutex>
 #include <optional>
 #include <vector>
 
@@ -43,9 +43,9 @@ private:
 
     Settings m_settings;
     /// Guards the connection for as long as a group takes. The one lock that is held while the driver waits.
-    std::mutex m_connection_mutex;
+    RavikSrv::Mutex m_connection_mutex;
     /// From `load` on.
-    std::optional<Connection> m_connection;
+    std::optional<Connection> m_connection RAVIK_GUARDED_BY(m_connection_mutex);
 };
 
 } // namespace Modbus

@@ -44,6 +44,7 @@ std::string described(Value const& value)
 
 ResultPair Variables::load(Value const& configuration)
 {
+    RavikSrv::Lock const lock(m_mutex);
     m_variables.clear();
     // In this order: the later keys speak about the variables that the first one names.
     for (auto const& [key, load_setting] :
@@ -66,7 +67,7 @@ ResultPair Variables::load(Value const& configuration)
 
 Outcome Variables::read(char const* name, Value& value) const
 {
-    std::lock_guard const lock(m_mutex);
+    RavikSrv::Lock const lock(m_mutex);
     auto const found = m_variables.find(name);
     auto outcome = barred(name, found != m_variables.end());
     if (outcome.succeeded())
@@ -78,7 +79,7 @@ Outcome Variables::read(char const* name, Value& value) const
 
 Outcome Variables::write(char const* name, Value const& value)
 {
-    std::lock_guard const lock(m_mutex);
+    RavikSrv::Lock const lock(m_mutex);
     auto const found = m_variables.find(name);
     auto outcome = barred(name, found != m_variables.end());
     if (!outcome.succeeded())
@@ -102,7 +103,7 @@ Outcome Variables::write(char const* name, Value const& value)
 
 Variables::Snapshot Variables::snapshot(Names const& names) const
 {
-    std::lock_guard const lock(m_mutex);
+    RavikSrv::Lock const lock(m_mutex);
     Snapshot result{Value(ValueType::Map), m_writes};
     for (auto const& name : names)
     {
@@ -116,9 +117,9 @@ Variables::Snapshot Variables::snapshot(Names const& names) const
 
 bool Variables::changed_since(std::uint64_t moment, Names const& names) const
 {
-    std::lock_guard const lock(m_mutex);
+    RavikSrv::Lock const lock(m_mutex);
     return std::any_of(names.begin(), names.end(),
-                       [&](auto const& name)
+                       [&](auto const& name) RAVIK_REQUIRES(m_mutex)
                        {
                            auto const found = m_variables.find(name);
                            return found != m_variables.end() && found->second.written > moment;

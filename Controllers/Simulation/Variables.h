@@ -1,11 +1,11 @@
 #pragma once
 
+#include "Mutex.h"
 #include "RavikSrvExtApi.h"
 #include "simulation_result.h"
 
 #include <cstdint>
 #include <map>
-#include <mutex>
 #include <set>
 #include <string>
 
@@ -56,17 +56,17 @@ private:
         bool accept(RavikSrv::Value const& offered);
     };
 
-    RavikSrv::ResultPair load_variables(RavikSrv::Value const& variables);
-    RavikSrv::ResultPair load_write_protected(RavikSrv::Value const& names);
-    RavikSrv::ResultPair load_unreachable(RavikSrv::Value const& flag);
-    RavikSrv::ResultPair load_values(RavikSrv::Value const& values);
+    RavikSrv::ResultPair load_variables(RavikSrv::Value const& variables) RAVIK_REQUIRES(m_mutex);
+    RavikSrv::ResultPair load_write_protected(RavikSrv::Value const& names) RAVIK_REQUIRES(m_mutex);
+    RavikSrv::ResultPair load_unreachable(RavikSrv::Value const& flag) RAVIK_REQUIRES(m_mutex);
+    RavikSrv::ResultPair load_values(RavikSrv::Value const& values) RAVIK_REQUIRES(m_mutex);
     /// What bars every access to the variable, whether it is to be read or written.
-    Outcome barred(char const* name, bool known) const;
+    Outcome barred(char const* name, bool known) const RAVIK_REQUIRES(m_mutex);
 
-    mutable std::mutex m_mutex;
-    std::map<std::string, Variable, std::less<>> m_variables;
-    std::uint64_t m_writes = 0;
-    bool m_unreachable = false;
+    mutable RavikSrv::Mutex m_mutex;
+    std::map<std::string, Variable, std::less<>> m_variables RAVIK_GUARDED_BY(m_mutex);
+    std::uint64_t m_writes RAVIK_GUARDED_BY(m_mutex) = 0;
+    bool m_unreachable RAVIK_GUARDED_BY(m_mutex) = false;
 };
 
 } // namespace Simulation

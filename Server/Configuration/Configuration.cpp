@@ -21,39 +21,39 @@ void Configuration::add_domain(std::string const& domain, Value const& fixed)
         added.tree.insert_or_update(entry.name(), *entry);
         added.fixed.insert(entry.name());
     }
-    std::lock_guard const lock(m_mutex);
+    RavikSrv::Lock const lock(m_mutex);
     m_domains.insert_or_assign(domain, std::move(added));
 }
 
 void Configuration::add_copy(std::string const& domain, Value const& tree)
 {
-    std::lock_guard const lock(m_mutex);
+    RavikSrv::Lock const lock(m_mutex);
     m_domains.insert_or_assign(domain, Domain{.tree = tree, .fixed = {}});
 }
 
 bool Configuration::is_fixed(std::string const& domain, std::string const& path) const
 {
-    std::lock_guard const lock(m_mutex);
+    RavikSrv::Lock const lock(m_mutex);
     auto const found = m_domains.find(domain);
     return found != m_domains.end() && found->second.fixed.contains(RavikSrv::name_from_path(path.c_str()));
 }
 
 bool Configuration::has_domain(std::string const& domain) const
 {
-    std::lock_guard const lock(m_mutex);
+    RavikSrv::Lock const lock(m_mutex);
     return m_domains.contains(domain);
 }
 
 Value Configuration::tree(std::string const& domain) const
 {
-    std::lock_guard const lock(m_mutex);
+    RavikSrv::Lock const lock(m_mutex);
     auto const found = m_domains.find(domain);
     return found == m_domains.end() ? Value() : found->second.tree;
 }
 
 bool Configuration::is_refusing() const
 {
-    std::lock_guard const lock(m_mutex);
+    RavikSrv::Lock const lock(m_mutex);
     return m_failed;
 }
 
@@ -135,10 +135,10 @@ void Configuration::save_folder(std::string const& domain, std::string const& pa
 
 // Turns ---------------------------------------------------------------------------------------------------------------
 
-Configuration::Turn::Turn(Configuration& configuration)
-    : m_configuration(configuration), m_lock(configuration.m_turn_mutex),
-      m_outer(std::exchange(configuration.m_innermost, this))
+Configuration::Turn::Turn(Configuration& configuration) : m_configuration(configuration)
 {
+    configuration.m_turn_mutex.lock();
+    m_outer = std::exchange(configuration.m_innermost, this);
 }
 
 Configuration::Turn::~Turn()
@@ -148,6 +148,7 @@ Configuration::Turn::~Turn()
         take_back();
     }
     m_configuration.m_innermost = m_outer;
+    m_configuration.m_turn_mutex.unlock();
 }
 
 ErrorValue Configuration::Turn::write(std::string const& domain, std::string const& path, Value const& value,
@@ -166,7 +167,7 @@ ErrorValue Configuration::Turn::remove(std::string const& domain, std::string co
 template <typename Edit> ErrorValue Configuration::Turn::edit(std::string const& domain, Edit change_tree)
 {
     std::vector<Tree::Change> changes;
-    std::lock_guard const lock(m_configuration.m_mutex);
+    RavikSrv::Lock const lock(m_configuration.m_mutex);
     if (m_configuration.m_failed)
     {
         return ErrorValue::STORAGE;
@@ -198,7 +199,7 @@ ErrorValue Configuration::Turn::commit()
     catch (std::exception const& error)
     {
         m_failure = error.what();
-        std::lock_guard const lock(m_configuration.m_mutex);
+        RavikSrv::Lock const lock(m_configuration.m_mutex);
         m_configuration.m_failed = true;
         return ErrorValue::STORAGE_STORE;
     }
@@ -206,8 +207,8 @@ ErrorValue Configuration::Turn::commit()
 
 void Configuration::Turn::take_back() noexcept
 {
-    std::lock_guard const lock(m_configuration.m_mutex);
-    m_changes.take_back([this](std::string const& domain) -> Value&
+    RavikSrv::Lock const lock(m_configuration.m_mutex);
+    m_changes.take_back([this](std::string const& domain) RAVIK_REQUIRES(m_configuration.m_mutex) -> Value&
                         { return m_configuration.m_domains.at(domain).tree; });
     m_changes.clear();
 }

@@ -3,11 +3,11 @@
 #include "Configuration/Changes.h"
 #include "Configuration/Store.h"
 #include "Configuration/tree.h"
+#include "Mutex.h"
 #include "RavikSrvExtApi.h"
 
 #include <map>
 #include <memory>
-#include <mutex>
 #include <set>
 #include <string>
 #include <vector>
@@ -55,25 +55,25 @@ private:
 
     std::unique_ptr<Store> m_store;
     /// Held to look up, copy or change a tree, never across a call to anyone else.
-    mutable std::mutex m_mutex;
-    std::map<std::string, Domain> m_domains;
+    mutable RavikSrv::Mutex m_mutex;
+    std::map<std::string, Domain> m_domains RAVIK_GUARDED_BY(m_mutex);
     /// The turn: one thread at a time, as often as it likes. The one lock that is held while extensions are called.
-    std::recursive_mutex m_turn_mutex;
-    Turn* m_innermost = nullptr;
+    RavikSrv::RecursiveMutex m_turn_mutex;
+    Turn* m_innermost RAVIK_GUARDED_BY(m_turn_mutex) = nullptr;
     /// Set when a commit failed: the listeners have been told what did not last, so nothing is edited until a restart.
-    bool m_failed = false;
+    bool m_failed RAVIK_GUARDED_BY(m_mutex) = false;
 };
 
 /// A turn of edits: all that is written in it, and in turns that the same thread takes meanwhile, lasts together or not
 /// at all. Whoever takes one waits until no other thread has one. Destroyed without `commit` it takes back what was
 /// written in it.
-class Configuration::Turn
+class RAVIK_THREAD_SAFETY(scoped_lockable) Configuration::Turn
 {
 public:
-    explicit Turn(Configuration& configuration);
+    explicit Turn(Configuration& configuration) RAVIK_THREAD_SAFETY(acquire_capability(configuration.m_turn_mutex));
     Turn(Turn const&) = delete;
     Turn& operator=(Turn const&) = delete;
-    ~Turn();
+    ~Turn() RAVIK_THREAD_SAFETY(release_capability());
 
     /// Writes or removes an entry of the domain's tree, see `Tree`. `INVALID_DOMAIN` for an unknown domain,
     /// `STORAGE` after a failed commit.
@@ -96,9 +96,8 @@ private:
     template <typename Edit> RavikSrv::ErrorValue edit(std::string const& domain, Edit change_tree);
 
     Configuration& m_configuration;
-    std::unique_lock<std::recursive_mutex> m_lock;
     /// The turn that this one is part of, null for the outermost.
-    Turn* m_outer;
+    Turn* m_outer = nullptr;
     Changes m_changes;
     std::string m_failure;
     bool m_done = false;

@@ -187,30 +187,29 @@ EditOutcome Editor::move(Site const& site, Move const& move, MoveOptions const& 
     {
         return refused(refusal);
     }
-    auto const has_recipes = site.schemas->has_recipes();
-    auto rehearsal = has_recipes ? rehearse(m_core, m_symbols, m_validator, *site.extension, move,
-                                            schema_type(locate(move.path, before).kind))
-                                 : Rehearsal();
+    if (!site.schemas->has_recipes())
+    {
+        return options.dry_run ? EditOutcome() : finish_move(make_move(site, move, before, Value()), turn);
+    }
+    auto rehearsal =
+        rehearse(m_core, m_symbols, m_validator, *site.extension, move, schema_type(locate(move.path, before).kind));
     if (options.dry_run || (rehearsal.refusal && !options.force))
     {
         return {.refusal = rehearsal.refusal, .refusals = {}, .made = false, .cascade = std::move(rehearsal.cascade)};
     }
-    auto const must_match = has_recipes && !rehearsal.refusal;
-    auto outcome = make_move(site, move, before, must_match ? rehearsal.tree : Value());
-    if (!outcome.made)
-    {
-        return outcome;
-    }
-    if (auto const failure = stored(turn))
-    {
-        return refused(failure);
-    }
-    if (has_recipes && (rehearsal.refusal || loses_paths(before, move) || removes_entries(outcome.cascade, before)))
+    auto outcome = finish_move(make_move(site, move, before, rehearsal.refusal ? Value() : rehearsal.tree), turn);
+    if (outcome.made && (rehearsal.refusal || loses_paths(before, move) || removes_entries(outcome.cascade, before)))
     {
         refusal = restart(site);
         outcome.refusal = outcome.refusal ? outcome.refusal : refusal;
     }
     return outcome;
+}
+
+EditOutcome Editor::finish_move(EditOutcome outcome, Configuration::Turn& turn)
+{
+    auto const failure = outcome.made ? stored(turn) : Refusal();
+    return failure ? refused(failure) : outcome;
 }
 
 Refusal Editor::ask_move(Site const& site, Move const& move, Value const& before) const

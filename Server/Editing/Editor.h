@@ -69,6 +69,7 @@ private:
     EditOutcome tell_set(Site const& site, std::string const& path, std::string const& new_owner,
                          Configuration::Turn& turn) const;
     EditOutcome move(Site const& site, Move const& move, MoveOptions const& options);
+    static EditOutcome finish_move(EditOutcome outcome, Configuration::Turn& turn);
     Refusal ask_move(Site const& site, Move const& move, RavikSrv::Value const& before) const;
     Refusal ask_delete(Site const& site, std::string const& path, RavikSrv::Value const& tree) const;
     EditOutcome make_move(Site const& site, Move const& move, RavikSrv::Value const& before,

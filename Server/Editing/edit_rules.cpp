@@ -29,10 +29,9 @@ char const* word(EntryKind kind)
     }
 }
 
-Refusal check_rename(Move const& move, Value const& tree)
+/// Whether the new path is a free one that can be written.
+Refusal check_new_path(Move const& move, Value const& tree)
 {
-    auto const kind = locate(move.path, tree).kind;
-    auto const from = Tree::split_last(move.path);
     auto const to = Tree::split_last(move.new_path);
     if (move.covers(move.new_path))
     {
@@ -46,18 +45,25 @@ Refusal check_rename(Move const& move, Value const& tree)
     {
         return refusal;
     }
-    if (auto refusal = check_form(move.new_path, with_move(tree, move)))
-    {
-        return refusal;
-    }
-    if (kind == EntryKind::Inside || kind == EntryKind::Other)
-    {
-        auto const* const parent = RavikSrv::node_path(from.parent, tree).node;
-        return from.parent == to.parent && parent != nullptr && parent->type() != RavikSrv::ValueType::Vector
-                   ? Refusal()
-                   : Refusal{ErrorValue::INVALID_PATH,
-                             "what stands inside an entry can only get another name in the same place", move.new_path};
-    }
+    return check_form(move.new_path, with_move(tree, move));
+}
+
+/// What stands inside an entry, or outside both lists, stays in the map that it is in.
+Refusal check_rename_inside(Move const& move, Value const& tree)
+{
+    auto const from = Tree::split_last(move.path);
+    auto const* const parent = RavikSrv::node_path(from.parent, tree).node;
+    auto const stays = from.parent == Tree::split_last(move.new_path).parent;
+    return stays && parent != nullptr && parent->type() != RavikSrv::ValueType::Vector
+               ? Refusal()
+               : Refusal{ErrorValue::INVALID_PATH,
+                         "what stands inside an entry can only get another name in the same place", move.new_path};
+}
+
+/// An entry or folder moves between the folders of its list; those that are missing are made.
+Refusal check_rename_entry(Move const& move, Value const& tree)
+{
+    auto const to = Tree::split_last(move.new_path);
     auto const missing = Tree::missing_parents(tree, move.new_path);
     auto const parent = missing.empty() ? to.parent : Tree::split_last(missing.front()).parent;
     auto const same_list = RavikSrv::name_from_path(move.path.c_str()) == RavikSrv::name_from_path(to.parent.c_str());
@@ -81,6 +87,17 @@ Refusal check_rename(Move const& move, Value const& tree)
         }
     }
     return {};
+}
+
+Refusal check_rename(Move const& move, Value const& tree)
+{
+    if (auto refusal = check_new_path(move, tree))
+    {
+        return refusal;
+    }
+    auto const kind = locate(move.path, tree).kind;
+    auto const is_inside = kind == EntryKind::Inside || kind == EntryKind::Other;
+    return is_inside ? check_rename_inside(move, tree) : check_rename_entry(move, tree);
 }
 
 } // namespace

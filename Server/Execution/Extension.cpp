@@ -70,7 +70,7 @@ void Extension::start(RavikSrv::IRavikSrvExtHost& host, std::vector<Notice> cons
     auto fresh = std::make_shared<Instance>();
     fresh->object = m_library.create(host);
     {
-        std::lock_guard const lock(m_mutex);
+        RavikSrv::Lock const lock(m_mutex);
         m_starting = fresh;
     }
     Context context;
@@ -79,7 +79,7 @@ void Extension::start(RavikSrv::IRavikSrvExtHost& host, std::vector<Notice> cons
     tell_entries(*fresh, context, failed(answer) ? std::vector<Notice>() : entries);
     std::shared_ptr<Instance> previous;
     {
-        std::lock_guard const lock(m_mutex);
+        RavikSrv::Lock const lock(m_mutex);
         m_starting.reset();
         if (!failed(answer))
         {
@@ -119,14 +119,14 @@ void Extension::stop() noexcept
 {
     std::shared_ptr<Instance> previous;
     {
-        std::lock_guard const lock(m_mutex);
+        RavikSrv::Lock const lock(m_mutex);
         previous.swap(m_instance);
     }
 }
 
 void Extension::add_listener(RavikSrv::IRavikSrvListener* listener, Value const& settings)
 {
-    std::lock_guard const lock(m_mutex);
+    RavikSrv::Lock const lock(m_mutex);
     auto const target = m_starting != nullptr ? m_starting : m_instance;
     if (auto* const request = dynamic_cast<RavikSrv::IRavikSrvRequestListener*>(listener); request != nullptr)
     {
@@ -144,7 +144,7 @@ void Extension::add_listener(RavikSrv::IRavikSrvListener* listener, Value const&
 
 std::shared_ptr<Extension::Instance const> Extension::instance() const
 {
-    std::lock_guard const lock(m_mutex);
+    RavikSrv::Lock const lock(m_mutex);
     return m_instance != nullptr ? m_instance : m_starting;
 }
 

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "Execution/ExtensionLibrary.h"
+#include "Mutex.h"
 #include "RavikSrvExtApi.h"
 
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -96,10 +96,10 @@ private:
     ExtensionLibrary m_library;
     RavikSrv::Value m_schema;
     std::vector<std::string> m_functions;
-    mutable std::mutex m_mutex;
-    std::shared_ptr<Instance> m_instance;
+    mutable RavikSrv::Mutex m_mutex;
+    std::shared_ptr<Instance> m_instance RAVIK_GUARDED_BY(m_mutex);
     /// The instance that is being initialised and takes the listeners.
-    std::shared_ptr<Instance> m_starting;
+    std::shared_ptr<Instance> m_starting RAVIK_GUARDED_BY(m_mutex);
 };
 
 } // namespace Ravik

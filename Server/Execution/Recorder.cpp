@@ -31,14 +31,14 @@ void Recorder::note(RavikSrv::Context const& context, RavikSrv::CommandGroup con
 {
     auto const session = context.session().id();
     {
-        std::lock_guard const lock(m_mutex);
+        RavikSrv::Lock const lock(m_mutex);
         if (group.empty() || !m_records.contains(session))
         {
             return;
         }
     }
     auto described = describe(group, result);
-    std::lock_guard const lock(m_mutex);
+    RavikSrv::Lock const lock(m_mutex);
     if (auto const found = m_records.find(session); found != m_records.end())
     {
         found->second.push_back(std::move(described));
@@ -64,20 +64,20 @@ ExecutedGroup Recorder::describe(RavikSrv::CommandGroup const& group, ErrorValue
 
 Recorder::Recording::Recording(Recorder& recorder) : m_recorder(recorder)
 {
-    std::lock_guard const lock(m_recorder.m_mutex);
+    RavikSrv::Lock const lock(m_recorder.m_mutex);
     m_session = RavikSrv::Session(++m_recorder.m_last_session);
     m_recorder.m_records.emplace(m_session.id(), ExecutionRecord());
 }
 
 Recorder::Recording::~Recording()
 {
-    std::lock_guard const lock(m_recorder.m_mutex);
+    RavikSrv::Lock const lock(m_recorder.m_mutex);
     m_recorder.m_records.erase(m_session.id());
 }
 
 ExecutionRecord Recorder::Recording::take()
 {
-    std::lock_guard const lock(m_recorder.m_mutex);
+    RavikSrv::Lock const lock(m_recorder.m_mutex);
     return std::exchange(m_recorder.m_records.at(m_session.id()), {});
 }
 

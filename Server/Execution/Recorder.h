@@ -1,11 +1,11 @@
 #pragma once
 
 #include "Execution/ExecutionRecord.h"
+#include "Mutex.h"
 #include "RavikSrvExtApi.h"
 
 #include <cstdint>
 #include <map>
-#include <mutex>
 
 namespace Ravik
 {
@@ -29,9 +29,9 @@ public:
 
 private:
     Extensions const& m_extensions;
-    std::mutex m_mutex;
-    std::uint64_t m_last_session = 0;
-    std::map<std::uint64_t, ExecutionRecord> m_records;
+    RavikSrv::Mutex m_mutex;
+    std::uint64_t m_last_session RAVIK_GUARDED_BY(m_mutex) = 0;
+    std::map<std::uint64_t, ExecutionRecord> m_records RAVIK_GUARDED_BY(m_mutex);
 };
 
 /// A session of its own whose groups are recorded as long as this lives.

@@ -38,10 +38,24 @@ std::string found_at(std::string_view text, std::size_t offset)
     return found == "\"" ? "a double quote" : std::string("\"").append(found).append("\"");
 }
 
+/// What a person most likely meant with a value, or the beginning of one, where none may stand or no such.
+/// `stands_apart` tells whether a blank is before it.
+std::string hint_for_value(char found, char before, bool stands_apart)
+{
+    constexpr std::string_view value_may_follow("\0{[:,", 5);
+    auto const may_follow = value_may_follow.find(before) != std::string_view::npos;
+    auto const is_word = is_word_character(found);
+    auto const starts_value = found == '"' || found == '{' || found == '[';
+    if (!may_follow && (starts_value || (is_word && stands_apart)))
+    {
+        return " (a comma or colon is missing before it)";
+    }
+    return may_follow && is_word ? " (a text stands in double quotes; other words are true, false and null)" : "";
+}
+
 /// What a person most likely meant where the parser met a character that does not belong there.
 std::string hint_for(std::string_view text, std::size_t offset)
 {
-    constexpr std::string_view value_may_follow("\0{[:,", 5);
     auto const found = text[offset];
     auto const last = text.substr(0, offset).find_last_not_of(blanks);
     auto const before = last == std::string_view::npos ? '\0' : text[last];
@@ -57,17 +71,7 @@ std::string hint_for(std::string_view text, std::size_t offset)
     {
         return " (texts and keys stand in double quotes)";
     }
-    auto const starts_value = found == '"' || found == '{' || found == '[';
-    auto const stands_apart = last + 1 < offset && is_word_character(found);
-    if ((starts_value || stands_apart) && value_may_follow.find(before) == std::string_view::npos)
-    {
-        return " (a comma or colon is missing before it)";
-    }
-    if (is_word_character(found) && value_may_follow.find(before) != std::string_view::npos)
-    {
-        return " (a text stands in double quotes; other words are true, false and null)";
-    }
-    return "";
+    return hint_for_value(found, before, last + 1 < offset);
 }
 
 std::string unexpected_character(std::string_view text, std::size_t offset)

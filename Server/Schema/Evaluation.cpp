@@ -102,19 +102,30 @@ bool Evaluation::check(Node const& node, Value const& value, InstanceLocation co
     {
         return false;
     }
-    auto const type = json_type(value);
-    if ((node.number && type == JsonType::NUMBER && !check_number(*node.number, value, location)) ||
-        (node.text && type == JsonType::STRING && !check_text(*node.text, value, location)) ||
-        (node.array && type == JsonType::ARRAY && !check_array(*node.array, value, location)) ||
-        (node.object && type == JsonType::OBJECT && !check_object(*node.object, value, location)))
+    return check_content(node, value, location) &&
+           (!node.combination || check_combination(*node.combination, value, location));
+}
+
+/// The rules for values of the type that this one is of.
+bool Evaluation::check_content(Node const& node, Value const& value, InstanceLocation const& location)
+{
+    switch (json_type(value))
     {
-        return false;
-    }
-    if (!node.combination)
-    {
+    case JsonType::NUMBER:
+        return !node.number || check_number(*node.number, value, location);
+    case JsonType::STRING:
+        return !node.text || check_text(*node.text, value, location);
+    case JsonType::ARRAY:
+        return !node.array || check_array(*node.array, value, location);
+    case JsonType::OBJECT:
+        return !node.object || check_object(*node.object, value, location);
+    default:
         return true;
     }
-    auto const& combination = *node.combination;
+}
+
+bool Evaluation::check_combination(Combination const& combination, Value const& value, InstanceLocation const& location)
+{
     return std::all_of(combination.all.begin(), combination.all.end(),
                        [&](NodeId schema) { return fits(schema, value, location); }) &&
            check_any(combination.any, value, location) && check_one(combination.one, value, location) &&

@@ -45,6 +45,9 @@ private:
     bool fits_silently(NodeId id, Value const& value, InstanceLocation const& location);
 
     bool check(Node const& node, Value const& value, InstanceLocation const& location);
+    bool check_content(Node const& node, RavikSrv::Value const& value, InstanceLocation const& location);
+    bool check_combination(Combination const& combination, RavikSrv::Value const& value,
+                           InstanceLocation const& location);
     bool check_type(Node const& node, Value const& value, InstanceLocation const& location);
     bool check_choice(Node const& node, Value const& value, InstanceLocation const& location);
     bool check_number(NumberRules const& rules, Value const& number, InstanceLocation const& location);

@@ -68,7 +68,7 @@ Validator::Compiled Validator::find(std::uint64_t hash, Value const& schema)
 {
     Entry entry;
     {
-        std::lock_guard const lock(m_mutex);
+        RavikSrv::Lock const lock(m_mutex);
         if (auto const recent = m_recent.find(hash); recent != m_recent.end())
         {
             entry = recent->second;
@@ -86,7 +86,7 @@ Validator::Compiled Validator::find(std::uint64_t hash, Value const& schema)
 void Validator::keep(std::uint64_t hash, Entry entry)
 {
     Generation dropped; // destroyed outside the lock
-    std::lock_guard const lock(m_mutex);
+    RavikSrv::Lock const lock(m_mutex);
     m_recent.insert_or_assign(hash, std::move(entry));
     if (m_recent.size() >= m_capacity)
     {

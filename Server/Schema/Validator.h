@@ -2,6 +2,7 @@
 
 #include "Schema/CompiledSchema.h"
 
+#include "Mutex.h"
 #include "RavikSrvExtApi.h"
 
 #include <cstddef>
@@ -9,7 +10,6 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <unordered_map>
 
@@ -45,10 +45,10 @@ private:
     std::size_t m_capacity;
     /// The built-in definitions by the text of their reference, by far the most frequent schemas.
     std::map<std::string, Compiled, std::less<>> m_builtins;
-    std::mutex m_mutex;
+    RavikSrv::Mutex m_mutex;
     /// Schemas by the hash of their content. A full generation becomes the old one, whose entries move back when used.
-    Generation m_recent;
-    Generation m_old;
+    Generation m_recent RAVIK_GUARDED_BY(m_mutex);
+    Generation m_old RAVIK_GUARDED_BY(m_mutex);
 };
 
 } // namespace Ravik

@@ -1,0 +1,81 @@
+#include "EditedProject.h"
+
+#include "Configuration/Store.h"
+#include "Project/OpenProject.h"
+
+#include <gtest/gtest.h>
+
+namespace Ravik::Test
+{
+namespace
+{
+
+using RavikSrv::Value;
+
+/// A store whose n-th changing call fails, and does nothing.
+class FailingStore : public Store
+{
+public:
+    FailingStore(std::unique_ptr<Store> store, int& calls_left) : m_store(std::move(store)), m_calls_left(calls_left) {}
+
+    Value load(std::string const& domain) override { return m_store->load(domain); }
+    void begin() override { before_call(), m_store->begin(); }
+    void put(std::string const& domain, std::string const& path, Value const* value) override
+    {
+        before_call(), m_store->put(domain, path, value);
+    }
+    void erase(std::string const& domain, std::string const& path) override
+    {
+        before_call(), m_store->erase(domain, path);
+    }
+    void erase_below(std::string const& domain, std::string const& path) override
+    {
+        before_call(), m_store->erase_below(domain, path);
+    }
+    void commit() override { before_call(), m_store->commit(); }
+    void rollback() noexcept override { m_store->rollback(); }
+
+private:
+    void before_call()
+    {
+        if (--m_calls_left == 0)
+        {
+            throw StoreError("the disk is out of order");
+        }
+    }
+
+    std::unique_ptr<Store> m_store;
+    int& m_calls_left;
+};
+
+TEST(StoreFailures, at_any_call_of_an_edit_leave_all_of_it_or_nothing)
+{
+    // Each rewrites more than the entry that it names.
+    for (auto const* const text : {"T::A > T::C", "T::A >", "T::D::members::k > T::D::members::j", "R::R1 > R::F::R1",
+                                   R"(R::F = {"R4":{"recipeTypeName":"A","values":{"m":3}}})", "+ E { } | R4:E { }"})
+    {
+        SCOPED_TRACE(text);
+        EditedProject edited("A { m } B(A) { n } D { k>A } | R1:A { m=1 } R2:B { m=2 n=2 } R3:D { k=R1 }");
+        auto const before = edited.state();
+        edited.project.reset();
+        auto calls = 1;
+        for (auto is_made = false; !is_made && calls < 100; ++calls)
+        {
+            auto calls_left = calls;
+            auto store = Store::open(edited.folder.path() / "ravik.db", std::chrono::seconds(0));
+            OpenProject project(read_project_file(edited.folder.path() / "ravik.json"),
+                                std::make_unique<FailingStore>(std::move(store), calls_left));
+            auto const report = edit(project, text);
+            is_made = report.succeeded();
+            EXPECT_EQ(report.made, is_made) << calls;
+            EXPECT_EQ(dump(project.get(edited.domain, "").value) == before, !is_made) << calls;
+            EXPECT_TRUE(is_made || report.text.find("the disk is out of order") != std::string::npos) << report.text;
+        }
+        EXPECT_GT(calls, 3);
+        edited.reopen();
+        EXPECT_NE(edited.state(), before);
+    }
+}
+
+} // namespace
+} // namespace Ravik::Test
