@@ -1,11 +1,4 @@
-#include "Command.h"
-
-#include "configuration_commands.h"
-#include "edit_commands.h"
-#include "function_commands.h"
-#include "project_commands.h"
-#include "recipe_commands.h"
-#include "symbol_commands.h"
+#include "commands.h"
 
 #include <array>
 #include <limits>

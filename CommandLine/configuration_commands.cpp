@@ -1,4 +1,4 @@
-#include "configuration_commands.h"
+#include "commands.h"
 
 #include "Configuration/configuration_keys.h"
 #include "configuration_answer.h"
@@ -14,6 +14,7 @@ namespace Ravik::CommandLine
 namespace
 {
 
+using RavikSrv::ErrorValue;
 using RavikSrv::Value;
 using RavikSrv::ValueType;
 
@@ -75,6 +76,40 @@ Answer export_lists(Invocation& invocation)
     answer.value = count_value(lists);
     answer.value.insert("file", Value(std::string_view(file)));
     invocation.output().print("Exported " + recipe_counts(lists) + " to " + printable(file) + '.');
+    return answer;
+}
+
+Answer check(Invocation& invocation)
+{
+    auto const domain = invocation.domain();
+    auto const present = invocation.project().get(domain, "");
+    auto answer = configuration_answer(present);
+    if (!present.succeeded())
+    {
+        return answer;
+    }
+    auto const references = invocation.project().dangling_references(domain);
+    answer.value = Value(ValueType::Vector);
+    for (auto const& reference : references)
+    {
+        Value entry;
+        entry.insert("path", Value(std::string_view(reference.holder)));
+        entry.insert("kind", Value(to_text(reference.kind)));
+        entry.insert("target", Value(std::string_view(reference.target)));
+        answer.value << entry;
+        invocation.output().print(printable(reference.holder) + ": there is no " + to_text(reference.kind) + " " +
+                                  printable(reference.target));
+    }
+    if (references.empty())
+    {
+        invocation.output().print("Every reference leads somewhere.");
+        return answer;
+    }
+    auto const failed = answer_of(ErrorValue::ENTRY_NOT_FOUND, counted(references.size(), "reference") + " lead" +
+                                                                   (references.size() == 1 ? "s" : "") + " nowhere");
+    answer.result = failed.result;
+    answer.name = failed.name;
+    answer.text = failed.text;
     return answer;
 }
 

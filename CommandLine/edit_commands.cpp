@@ -1,4 +1,4 @@
-#include "edit_commands.h"
+#include "commands.h"
 
 #include "Progress.h"
 #include "configuration_answer.h"
@@ -151,40 +151,6 @@ Answer import(Invocation& invocation)
         answer.value = count_value(data);
         invocation.output().print("Imported " + recipe_counts(data) + '.');
     }
-    return answer;
-}
-
-Answer check(Invocation& invocation)
-{
-    auto const domain = invocation.domain();
-    auto const present = invocation.project().get(domain, "");
-    auto answer = configuration_answer(present);
-    if (!present.succeeded())
-    {
-        return answer;
-    }
-    auto const references = invocation.project().dangling_references(domain);
-    answer.value = Value(ValueType::Vector);
-    for (auto const& reference : references)
-    {
-        Value entry;
-        entry.insert("path", Value(std::string_view(reference.holder)));
-        entry.insert("kind", Value(to_text(reference.kind)));
-        entry.insert("target", Value(std::string_view(reference.target)));
-        answer.value << entry;
-        invocation.output().print(printable(reference.holder) + ": there is no " + to_text(reference.kind) + " " +
-                                  printable(reference.target));
-    }
-    if (references.empty())
-    {
-        invocation.output().print("Every reference leads somewhere.");
-        return answer;
-    }
-    auto const failed = answer_of(ErrorValue::ENTRY_NOT_FOUND, counted(references.size(), "reference") + " lead" +
-                                                                   (references.size() == 1 ? "s" : "") + " nowhere");
-    answer.result = failed.result;
-    answer.name = failed.name;
-    answer.text = failed.text;
     return answer;
 }
 

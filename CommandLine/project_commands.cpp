@@ -1,4 +1,4 @@
-#include "project_commands.h"
+#include "commands.h"
 
 #include "shell_word.h"
 #include "text_width.h"

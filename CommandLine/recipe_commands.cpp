@@ -1,4 +1,4 @@
-#include "recipe_commands.h"
+#include "commands.h"
 
 #include "Configuration/configuration_keys.h"
 #include "Table.h"
@@ -13,12 +13,16 @@
 #include "algorithm_helper.h"
 #include "api_helper.h"
 
+#include <algorithm>
+#include <set>
+
 namespace Ravik::CommandLine
 {
 
 namespace
 {
 
+using RavikSrv::ErrorValue;
 using RavikSrv::Value;
 using RavikSrv::ValueType;
 using RavikSrv::Algorithm::to_string;
@@ -26,6 +30,40 @@ using RavikSrv::Algorithm::to_string;
 std::string shown(Value const& value)
 {
     return value.isset() ? Json::write(value) : "-";
+}
+
+/// Prints what was written to which symbol, and a line that sums it up.
+void print_record(ExecutionRecord const& record, Output& output)
+{
+    Table table({"SYMBOL", "DOMAIN", "VALUE", "OUTCOME"});
+    // A symbol may be written in more than one group; it counts once.
+    std::set<std::string> symbols;
+    std::set<std::string> failed;
+    std::set<std::string> domains;
+    for (auto const& group : record)
+    {
+        for (auto const& command : group.commands)
+        {
+            if (!command.wrote)
+            {
+                continue;
+            }
+            table.add({{command.name}, {group.domain}, {Json::write(command.value)}, outcome_cell(command, "written")});
+            symbols.insert(command.name);
+            if (command.result != ErrorValue::SUCCESS)
+            {
+                failed.insert(command.name);
+            }
+            domains.insert(group.domain);
+        }
+    }
+    table.print(output);
+    auto const where = " in " + counted(domains.size(), "domain");
+    auto const written = symbols.size() - failed.size();
+    output.print(symbols.empty()  ? "No symbol was written."
+                 : failed.empty() ? counted(written, "symbol") + " written" + where + '.'
+                                  : std::to_string(written) + " of " + counted(symbols.size(), "symbol") + " written" +
+                                        where + ", " + std::to_string(failed.size()) + " failed.");
 }
 
 Value stored_recipe(Invocation& invocation, std::string const& recipe)
@@ -134,6 +172,18 @@ void print_changes(Value const& before, Value const& after, Output& output)
 
 } // namespace
 
+Answer activate(Invocation& invocation)
+{
+    auto const& recipe = invocation.operands()[0];
+    auto const outcome = call_with(invocation, "ActivateRecipe", "path", recipe);
+    print_record(outcome.record, invocation.output());
+    if (!outcome.succeeded())
+    {
+        hint_at_unknown_recipe(invocation, recipe);
+    }
+    return function_answer(outcome);
+}
+
 Answer read(Invocation& invocation)
 {
     auto const& name = invocation.operands()[0];
@@ -149,6 +199,32 @@ Answer read(Invocation& invocation)
         hint_at_unknown_recipe(invocation, name);
     }
     return function_answer(outcome);
+}
+
+Answer active(Invocation& invocation)
+{
+    Value names;
+    for (auto const& name : invocation.operands())
+    {
+        names << Value(std::string_view(name));
+    }
+    auto const outcome = invocation.project().call(std::string(recipe_domain), "GetActiveRecipes", names);
+    auto answer = function_answer(outcome);
+    if (!outcome.succeeded() && outcome.error == ErrorValue::SUCCESS && names.empty())
+    {
+        return active_one_by_one(invocation, std::move(answer));
+    }
+    auto const active = texts_of(outcome.value);
+    print_lines(active, invocation.output());
+    if (outcome.succeeded() && active.empty())
+    {
+        invocation.output().print(names.empty() ? "No recipe is active." : "None of them is active.");
+    }
+    if (!outcome.succeeded() && names.size() == 1)
+    {
+        hint_at_unknown_recipe(invocation, invocation.operands()[0]);
+    }
+    return answer;
 }
 
 Answer recipes(Invocation& invocation)
@@ -169,32 +245,6 @@ Answer recipes(Invocation& invocation)
                                             (nearest.empty() ? "." : "; did you mean '" + std::string(nearest) + "'?"));
     }
     return function_answer(outcome);
-}
-
-Answer active(Invocation& invocation)
-{
-    Value names;
-    for (auto const& name : invocation.operands())
-    {
-        names << Value(std::string_view(name));
-    }
-    auto const outcome = invocation.project().call(std::string(recipe_domain), "GetActiveRecipes", names);
-    auto answer = function_answer(outcome);
-    if (!outcome.succeeded() && outcome.error == RavikSrv::ErrorValue::SUCCESS && names.empty())
-    {
-        return active_one_by_one(invocation, std::move(answer));
-    }
-    auto const active = texts_of(outcome.value);
-    print_lines(active, invocation.output());
-    if (outcome.succeeded() && active.empty())
-    {
-        invocation.output().print(names.empty() ? "No recipe is active." : "None of them is active.");
-    }
-    if (!outcome.succeeded() && names.size() == 1)
-    {
-        hint_at_unknown_recipe(invocation, invocation.operands()[0]);
-    }
-    return answer;
 }
 
 Answer update(Invocation& invocation)

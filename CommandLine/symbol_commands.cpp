@@ -1,4 +1,4 @@
-#include "symbol_commands.h"
+#include "commands.h"
 
 #include "Table.h"
 #include "nearest_name.h"

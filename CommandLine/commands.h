@@ -1,0 +1,45 @@
+#pragma once
+
+#include "Command.h"
+
+/// What the commands do, in the order of their table: each prints for a person and returns what `--json` prints. They
+/// throw `UsageError`, `Failure` and `ProjectError`.
+namespace Ravik::CommandLine
+{
+
+/// init [DIR]
+Answer init(Invocation& invocation);
+/// activate RECIPE
+Answer activate(Invocation& invocation);
+/// read RECIPE
+Answer read(Invocation& invocation);
+/// active [RECIPE…]
+Answer active(Invocation& invocation);
+/// recipes TYPE
+Answer recipes(Invocation& invocation);
+/// update RECIPE
+Answer update(Invocation& invocation);
+/// call FUNCTION [JSON]
+Answer call(Invocation& invocation);
+/// get [PATH]
+Answer get(Invocation& invocation);
+/// import FILE
+Answer import(Invocation& invocation);
+/// export [FILE]
+Answer export_lists(Invocation& invocation);
+/// set PATH JSON
+Answer set(Invocation& invocation);
+/// delete PATH
+Answer remove(Invocation& invocation);
+/// rename PATH NEW_PATH
+Answer rename(Invocation& invocation);
+/// check
+Answer check(Invocation& invocation);
+/// symbols
+Answer symbols(Invocation& invocation);
+/// symbol get NAME…
+Answer symbol_get(Invocation& invocation);
+/// symbol set NAME JSON
+Answer symbol_set(Invocation& invocation);
+
+} // namespace Ravik::CommandLine
