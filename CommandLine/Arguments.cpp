@@ -3,6 +3,8 @@
 #include "nearest_name.h"
 #include "text_width.h"
 
+#include "Json/unicode.h"
+
 #include <algorithm>
 #include <array>
 
@@ -54,7 +56,7 @@ private:
 
     void take(std::string_view word)
     {
-        if (!is_utf8(word))
+        if (!Json::is_utf8(word))
         {
             fail("the argument '" + printable(word) + "' is not valid UTF-8");
         }
@@ -115,7 +117,7 @@ private:
     void keep_value(OptionEntry const& entry, std::string_view value)
     {
         auto const name = std::string(entry.name);
-        if (!is_utf8(value))
+        if (!Json::is_utf8(value))
         {
             fail("the value of " + name + ", '" + printable(value) + "', is not valid UTF-8");
         }

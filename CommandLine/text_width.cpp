@@ -1,6 +1,6 @@
 #include "text_width.h"
 
-#include <boost/locale/utf.hpp>
+#include "Json/unicode.h"
 
 #include <clocale>
 #include <cwchar>
@@ -13,24 +13,13 @@ namespace Ravik::CommandLine
 namespace
 {
 
-namespace Utf = boost::locale::utf;
+using Json::Character;
 
-/// One character of a text: its code point and its bytes. Bytes that are no UTF-8 come one by one.
-struct Character
-{
-    Utf::code_point code = 0;
-    std::string_view bytes;
-    bool valid = false;
-};
-
+/// Takes the first character off the text.
 Character next_character(std::string_view& rest)
 {
-    char const* position = rest.data();
-    auto const code = Utf::utf_traits<char>::decode(position, rest.data() + rest.size());
-    auto const valid = Utf::is_valid_codepoint(code);
-    auto const length = valid ? static_cast<std::size_t>(position - rest.data()) : std::size_t{1};
-    Character const character{code, rest.substr(0, length), valid};
-    rest.remove_prefix(length);
+    auto const character = Json::first_character(rest);
+    rest.remove_prefix(character.bytes.size());
     return character;
 }
 
@@ -69,7 +58,7 @@ std::size_t character_width(Character const& character)
     return width < 0 ? 1 : static_cast<std::size_t>(width);
 }
 
-bool is_control(Utf::code_point code)
+bool is_control(char32_t code)
 {
     auto const is_direction_change = (code >= 0x202A && code <= 0x202E) || (code >= 0x2066 && code <= 0x2069);
     return code < 0x20 || (code >= 0x7F && code < 0xA0) || is_direction_change;
@@ -111,18 +100,6 @@ std::string escaped(std::string_view text, bool keep_line_ends)
 }
 
 } // namespace
-
-bool is_utf8(std::string_view text)
-{
-    while (!text.empty())
-    {
-        if (!next_character(text).valid)
-        {
-            return false;
-        }
-    }
-    return true;
-}
 
 std::size_t display_width(std::string_view text)
 {

@@ -7,9 +7,6 @@
 namespace Ravik::CommandLine
 {
 
-/// Whether the text is valid UTF-8.
-bool is_utf8(std::string_view text);
-
 /// The columns that a UTF-8 text takes on a terminal: none for a combining mark, two for a wide character.
 std::size_t display_width(std::string_view text);
 

@@ -44,6 +44,8 @@ TEST(Usage, needs_no_project_and_has_the_same_status_with_json)
         {"ravik symbol set A null", 2, {}, {"null is no value"}},
         {R"(ravik call F '{"a": }')", 2, {}, {"not JSON (1:7: "}},
         {R"~(ravik get "$(printf '\377')")~", 2, {}, {"'\\xff' is not valid UTF-8"}},
+        {R"~(ravik --project "$(printf '\377')" get)~", 2, {}, {"the value of --project, '\\xff', is not valid UTF-8"}},
+        {R"(printf '"\377"' | ravik import -)", 1, {}, {"standard input:1:2: the text is not valid UTF-8"}},
         {R"~(ravik get "$(printf 'a\033[31m')" b)~", 2, {}, {"one too many"}},
         {R"~(ravik "$(printf 'a\033[31m')")~", 2, {}, {"'a\\x1b[31m'"}},
         {"ravik --project=nowhere get", 3, {}, {"nowhere"}},
