@@ -1,6 +1,5 @@
 #include "configuration_answer.h"
 
-#include "Configuration/configuration_keys.h"
 #include "recipe_names.h"
 
 namespace Ravik::CommandLine
@@ -21,8 +20,8 @@ std::string with_path(std::string const& path, std::string const& text)
 Value count_value(Value const& configuration)
 {
     Value counts;
-    counts.insert("recipeTypes", static_cast<long>(recipe_type_names(configuration[Key::recipe_type_list]).size()));
-    counts.insert("recipes", static_cast<long>(recipe_names(configuration[Key::recipe_list]).size()));
+    counts.insert("recipeTypes", static_cast<long>(recipe_type_names(configuration).size()));
+    counts.insert("recipes", static_cast<long>(recipe_names(configuration).size()));
     return counts;
 }
 

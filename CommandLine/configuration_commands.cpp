@@ -1,11 +1,11 @@
 #include "commands.h"
 
-#include "Configuration/configuration_keys.h"
 #include "configuration_answer.h"
 #include "recipe_names.h"
 #include "text_file.h"
 #include "text_width.h"
 
+#include "Configuration/configuration_keys.h"
 #include "Json/Json.h"
 
 namespace Ravik::CommandLine

@@ -1,8 +1,9 @@
 #include "function_answer.h"
 
-#include "Configuration/configuration_keys.h"
 #include "nearest_name.h"
 #include "recipe_names.h"
+
+#include "Configuration/configuration_keys.h"
 
 #include "api_helper.h"
 
@@ -69,11 +70,11 @@ void hint_at_unknown_recipe(Invocation& invocation, std::string const& recipe)
     {
         return;
     }
-    auto const names = recipe_names(project.get(domain, Key::recipe_list).value);
+    auto const names = recipe_names(recipe_configuration(project));
     auto const nearest = likely_name(recipe, {names.begin(), names.end()});
     invocation.output().hint("there is no recipe '" + recipe + "'" +
                              (names.empty()     ? "; 'import' brings some into the project"
-                              : nearest.empty() ? "; 'get recipeList' shows all"
+                              : nearest.empty() ? "; 'get " + std::string(Key::recipe_list) + "' shows all"
                                                 : "; did you mean '" + std::string(nearest) + "'?"));
 }
 

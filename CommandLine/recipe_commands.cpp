@@ -1,13 +1,14 @@
 #include "commands.h"
 
-#include "Configuration/configuration_keys.h"
 #include "Table.h"
 #include "function_answer.h"
 #include "nearest_name.h"
+#include "recipe_functions.h"
 #include "recipe_names.h"
 #include "text_width.h"
 #include "value_comparison.h"
 
+#include "Configuration/configuration_keys.h"
 #include "Json/Json.h"
 
 #include "algorithm_helper.h"
@@ -94,7 +95,7 @@ void print_lines(std::vector<std::string> const& lines, Output& output)
 void print_values(Invocation& invocation, Value const& recipe, Value const& current)
 {
     auto& project = invocation.project();
-    auto const configuration = project.get(std::string(recipe_domain), "").value;
+    auto const configuration = recipe_configuration(project);
     ValueComparison const comparison(project, configuration, recipe);
     Table table({"MEMBER", "SYMBOL", "STORED", "IN THE CONTROLLER", ""});
     std::size_t differing = 0;
@@ -128,13 +129,13 @@ void print_values(Invocation& invocation, Value const& recipe, Value const& curr
 Answer active_one_by_one(Invocation& invocation, Answer answer)
 {
     auto& project = invocation.project();
-    auto const names = recipe_names(project.get(std::string(recipe_domain), Key::recipe_list).value);
+    auto const names = recipe_names(recipe_configuration(project));
     Value active(ValueType::Vector);
     for (auto const& name : names)
     {
         Value one;
         one << Value(std::string_view(name));
-        auto const outcome = project.call(std::string(recipe_domain), "GetActiveRecipes", one);
+        auto const outcome = project.call(std::string(recipe_domain), Function::get_active_recipes, one);
         if (outcome.succeeded())
         {
             for (auto found = outcome.value.begin_vector(); found != outcome.value.end_vector(); ++found)
@@ -143,7 +144,7 @@ Answer active_one_by_one(Invocation& invocation, Answer answer)
             }
             continue;
         }
-        auto const reading = call_with(invocation, "ReadFromTarget", "path", name);
+        auto const reading = call_with(invocation, Function::read_from_target, Parameter::path, name);
         auto const& told = reading.succeeded() ? outcome : reading;
         answer.messages.push_back(name + ": " + told.name + (told.text.empty() ? "" : ": " + told.text));
     }
@@ -175,7 +176,7 @@ void print_changes(Value const& before, Value const& after, Output& output)
 Answer activate(Invocation& invocation)
 {
     auto const& recipe = invocation.operands()[0];
-    auto const outcome = call_with(invocation, "ActivateRecipe", "path", recipe);
+    auto const outcome = call_with(invocation, Function::activate_recipe, Parameter::path, recipe);
     print_record(outcome.record, invocation.output());
     if (!outcome.succeeded())
     {
@@ -187,7 +188,7 @@ Answer activate(Invocation& invocation)
 Answer read(Invocation& invocation)
 {
     auto const& name = invocation.operands()[0];
-    auto const outcome = call_with(invocation, "ReadFromTarget", "path", name);
+    auto const outcome = call_with(invocation, Function::read_from_target, Parameter::path, name);
     if (outcome.succeeded())
     {
         Value const& answers = outcome.value;
@@ -208,7 +209,7 @@ Answer active(Invocation& invocation)
     {
         names << Value(std::string_view(name));
     }
-    auto const outcome = invocation.project().call(std::string(recipe_domain), "GetActiveRecipes", names);
+    auto const outcome = invocation.project().call(std::string(recipe_domain), Function::get_active_recipes, names);
     auto answer = function_answer(outcome);
     if (!outcome.succeeded() && outcome.error == ErrorValue::SUCCESS && names.empty())
     {
@@ -230,13 +231,12 @@ Answer active(Invocation& invocation)
 Answer recipes(Invocation& invocation)
 {
     auto const& type = invocation.operands()[0];
-    auto const outcome = call_with(invocation, "GetRecipes", "recipeTypePath", type);
+    auto const outcome = call_with(invocation, Function::get_recipes, Parameter::recipe_type_path, type);
     auto const found = texts_of(outcome.value);
     print_lines(found, invocation.output());
     if (outcome.succeeded() && found.empty())
     {
-        auto const types =
-            recipe_type_names(invocation.project().get(std::string(recipe_domain), Key::recipe_type_list).value);
+        auto const types = recipe_type_names(recipe_configuration(invocation.project()));
         auto const known = std::find(types.begin(), types.end(), type) != types.end();
         auto const nearest = likely_name(type, {types.begin(), types.end()});
         invocation.output().print(known
@@ -251,9 +251,9 @@ Answer update(Invocation& invocation)
 {
     auto const& name = invocation.operands()[0];
     Value const before = stored_recipe(invocation, name);
-    auto const outcome = call_with(invocation, "UpdateRecipe", "path", name);
+    auto const outcome = call_with(invocation, Function::update_recipe, Parameter::path, name);
     Value const after = stored_recipe(invocation, name);
-    auto const info = texts_of(outcome.value["info"]);
+    auto const info = texts_of(outcome.value[Returned::info]);
     print_lines(info, invocation.output());
     print_changes(before[Key::values], after[Key::values], invocation.output());
     if (outcome.succeeded() && before == after)

@@ -1,59 +1,55 @@
 #include "recipe_names.h"
 
-#include "Configuration/configuration_keys.h"
-#include "api_helper.h"
+#include "Configuration/Entry.h"
 
-#include <initializer_list>
+#include "api_helper.h"
 
 namespace Ravik::CommandLine
 {
 
+using RavikSrv::Value;
+
 namespace
 {
 
-/// Folders nest no deeper than a text that was imported.
-void collect(RavikSrv::Value const& folder, std::string const& prefix, std::initializer_list<char const*> marks,
-             std::vector<std::string>& names)
+/// The names of the entries of a kind, in the order of their list.
+std::vector<std::string> names_of(EntryKind wanted, std::string const& list, Value const& configuration)
 {
-    for (auto entry = folder.begin(); entry != folder.end(); ++entry)
-    {
-        bool is_folder = true;
-        for (auto const* const mark : marks)
-        {
-            is_folder = is_folder && entry->find(mark) == entry->end();
-        }
-        auto const name = prefix + entry.name();
-        if (is_folder)
-        {
-            collect(*entry, name + RavikSrv::path_separator(), marks, names);
-        }
-        else
-        {
-            names.push_back(name);
-        }
-    }
+    auto const behind_list = list.size() + RavikSrv::path_separator().size();
+    std::vector<std::string> names;
+    for_each_entry(list, configuration,
+                   [&](std::string const& path, Value const&, EntryKind kind)
+                   {
+                       if (kind == wanted)
+                       {
+                           names.push_back(path.substr(behind_list));
+                       }
+                       return true;
+                   });
+    return names;
 }
 
 } // namespace
 
-std::vector<std::string> recipe_type_names(RavikSrv::Value const& list)
+Value recipe_configuration(Project const& project)
 {
-    std::vector<std::string> names;
-    collect(list, "", {Key::members}, names);
-    return names;
+    return project.get(std::string(recipe_domain), "").value;
 }
 
-std::vector<std::string> recipe_names(RavikSrv::Value const& list)
+std::vector<std::string> recipe_type_names(Value const& configuration)
 {
-    std::vector<std::string> names;
-    collect(list, "", {Key::recipe_type_name, Key::values}, names);
-    return names;
+    return names_of(EntryKind::RecipeType, Key::recipe_type_list, configuration);
 }
 
-std::string recipe_counts(RavikSrv::Value const& configuration)
+std::vector<std::string> recipe_names(Value const& configuration)
 {
-    return counted(recipe_type_names(configuration[Key::recipe_type_list]).size(), "recipe type") + " and " +
-           counted(recipe_names(configuration[Key::recipe_list]).size(), "recipe");
+    return names_of(EntryKind::Recipe, Key::recipe_list, configuration);
+}
+
+std::string recipe_counts(Value const& configuration)
+{
+    return counted(recipe_type_names(configuration).size(), "recipe type") + " and " +
+           counted(recipe_names(configuration).size(), "recipe");
 }
 
 std::string counted(std::size_t count, std::string const& noun)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "RavikSrvExtApi.h"
+#include "Project/Project.h"
 
 #include <cstddef>
 #include <string>
@@ -9,9 +9,12 @@
 namespace Ravik::CommandLine
 {
 
-/// The names, folders included, of the recipe types in a "recipeTypeList" or of the recipes in a "recipeList".
-std::vector<std::string> recipe_type_names(RavikSrv::Value const& list);
-std::vector<std::string> recipe_names(RavikSrv::Value const& list);
+/// The recipe management's configuration; null where the project has none.
+RavikSrv::Value recipe_configuration(Project const& project);
+
+/// The names, folders included, of the recipe types or of the recipes in a configuration.
+std::vector<std::string> recipe_type_names(RavikSrv::Value const& configuration);
+std::vector<std::string> recipe_names(RavikSrv::Value const& configuration);
 
 /// "1 recipe type and 2 recipes", as a configuration holds them.
 std::string recipe_counts(RavikSrv::Value const& configuration);
