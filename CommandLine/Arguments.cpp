@@ -15,15 +15,20 @@ namespace
 {
 
 constexpr std::array<OptionEntry, 9> option_table{{
-    {Option::project, "--project", "DIR", "the project's folder; the working directory where it is not given", true},
-    {Option::domain, "--domain", "NAME", "the domain to work on; RavikRecipeManagement where it is not given", false},
-    {Option::wait, "--wait", "SECONDS", "how long to wait for another process that has the project open", true},
-    {Option::force, "--force", "", "go ahead: replace a file, or make an edit that its rehearsal refuses", false},
-    {Option::dry_run, "--dry-run", "", "check and show what would happen, and change nothing", false},
-    {Option::replace, "--replace", "", "the imported file becomes the whole configuration", false},
-    {Option::json, "--json", "", R"(print one JSON object: {"result", "name", "text", "value"})", true},
-    {Option::help, "--help", "", "print the help of a command", true},
-    {Option::version, "--version", "", "print the version", true},
+    {Option::project, "--project", "DIR", "the project's folder; the working directory where it is not given",
+     TakenBy::every_command},
+    {Option::domain, "--domain", "NAME", "the domain to work on; RavikRecipeManagement where it is not given",
+     TakenBy::some_commands},
+    {Option::wait, "--wait", "SECONDS", "how long to wait for another process that has the project open",
+     TakenBy::every_command},
+    {Option::force, "--force", "", "go ahead: replace a file, or make an edit that its rehearsal refuses",
+     TakenBy::some_commands},
+    {Option::dry_run, "--dry-run", "", "check and show what would happen, and change nothing", TakenBy::some_commands},
+    {Option::replace, "--replace", "", "the imported file becomes the whole configuration", TakenBy::some_commands},
+    {Option::json, "--json", "", R"(print one JSON object: {"result", "name", "text", "value"})",
+     TakenBy::every_command},
+    {Option::help, "--help", "", "print the help of a command", TakenBy::every_command},
+    {Option::version, "--version", "", "print the version", TakenBy::every_command},
 }};
 
 class Parser

@@ -43,6 +43,14 @@ private:
     unsigned m_bits = 0;
 };
 
+/// Which commands take an option.
+enum class TakenBy
+{
+    every_command,
+    /// Those that name it among their own.
+    some_commands,
+};
+
 /// An option as the user writes it: "--name", with a value where `value` names one.
 struct OptionEntry
 {
@@ -50,8 +58,7 @@ struct OptionEntry
     std::string_view name;
     std::string_view value;
     std::string_view summary;
-    /// Whether every command takes it; the others say themselves which further ones they take.
-    bool common;
+    TakenBy taken_by;
 };
 
 /// All options, in the order in which the help lists them.

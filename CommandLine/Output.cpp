@@ -1,5 +1,6 @@
 #include "Output.h"
 
+#include "text_file.h"
 #include "text_width.h"
 
 #include "Json/Json.h"
@@ -37,21 +38,6 @@ std::string painted(std::string_view text, Colour colour)
     return std::string(codes.at(static_cast<std::size_t>(colour))).append(text).append("\x1b[0m");
 }
 
-/// Answers 0 or the error number that stopped it.
-int write_all(int descriptor, std::string_view text)
-{
-    while (!text.empty())
-    {
-        auto const written = ::write(descriptor, text.data(), text.size());
-        if (written < 0 && errno != EINTR)
-        {
-            return errno;
-        }
-        text.remove_prefix(written < 0 ? 0 : static_cast<std::size_t>(written));
-    }
-    return 0;
-}
-
 void write_message(bool colours, std::string_view kind, Colour colour, std::string_view text)
 {
     auto line = colours ? painted(kind, colour) : std::string(kind);
@@ -86,14 +72,14 @@ Answer answer_of(RavikSrv::ErrorValue error, std::string text)
     return answer;
 }
 
-Output::Output(bool json)
-    : m_json(json), m_colours_out(wants_colours(STDOUT_FILENO)), m_colours_err(wants_colours(STDERR_FILENO))
+Output::Output(OutputForm form)
+    : m_form(form), m_colours_out(wants_colours(STDOUT_FILENO)), m_colours_err(wants_colours(STDERR_FILENO))
 {
 }
 
 void Output::print(std::string_view lines)
 {
-    if (!m_json)
+    if (m_form == OutputForm::text)
     {
         m_text.append(lines).append("\n");
     }
@@ -121,7 +107,7 @@ void Output::hint(std::string text)
 
 bool Output::finish(Answer const& answer)
 {
-    if (m_json)
+    if (m_form == OutputForm::json)
     {
         m_text = answer_text(answer);
     }

@@ -33,15 +33,22 @@ enum class Colour
     yellow,
 };
 
+/// What standard output holds: what commands print, or one JSON object.
+enum class OutputForm
+{
+    text,
+    json,
+};
+
 /// Where commands write to. What goes to standard output is kept until `finish`, messages to standard error are
 /// written at once, hints excepted. Texts may come from a project: control characters in them never reach a terminal.
 class Output
 {
 public:
-    /// With `json`, standard output holds the answer of `finish` and nothing else.
-    explicit Output(bool json);
+    /// As JSON, standard output holds the answer of `finish` and nothing else.
+    explicit Output(OutputForm form);
 
-    bool json() const noexcept { return m_json; }
+    OutputForm form() const noexcept { return m_form; }
     /// Takes lines for standard output, which a person is to read; a line end is added.
     void print(std::string_view lines);
     /// The text in a colour, where standard output is a terminal that wants colours.
@@ -52,14 +59,14 @@ public:
     /// Keeps a hint, which stands behind the failure that it helps with.
     void hint(std::string text);
 
-    /// Writes what is due on standard output, and the answer's failure or warning on standard error. Answers whether
+    /// Writes what is due on standard output, and the answer's failure or warning on standard error. Returns whether
     /// standard output took everything; a reader that has gone away is no failure.
     bool finish(Answer const& answer);
 
 private:
     bool write_out() const;
 
-    bool m_json;
+    OutputForm m_form;
     bool m_colours_out;
     bool m_colours_err;
     std::string m_text;

@@ -53,7 +53,7 @@ void Table::add(std::vector<Cell> row)
 
 void Table::print(Output& output) const
 {
-    if (m_rows.size() == 1 || output.json())
+    if (m_rows.size() == 1 || output.form() == OutputForm::json)
     {
         return;
     }

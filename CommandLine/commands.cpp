@@ -12,12 +12,12 @@ namespace
 constexpr auto any_number = std::numeric_limits<std::size_t>::max();
 
 constexpr std::array<CommandEntry, 17> command_table{{
-    {"init",
-     "[DIR]",
-     0,
-     1,
-     "Write a sample project",
-     R"(
+    {.name = "init",
+     .operands = "[DIR]",
+     .least = 0,
+     .most = 1,
+     .summary = "Write a sample project",
+     .description = R"(
 Writes ravik.json (the extensions and symbols), recipes.json (recipes to import)
 and a .gitignore for the store into DIR, which is made where it is missing.
 Nothing is written where one of the files exists already.
@@ -25,14 +25,14 @@ Nothing is written where one of the files exists already.
 Examples:
   ravik init plant
 )",
-     {},
-     init},
-    {"activate",
-     "RECIPE",
-     1,
-     1,
-     "Write a recipe's values to the controllers",
-     R"(
+     .options = {},
+     .run = init},
+    {.name = "activate",
+     .operands = "RECIPE",
+     .least = 1,
+     .most = 1,
+     .summary = "Write a recipe's values to the controllers",
+     .description = R"(
 RECIPE is the recipe's name, with its folders: Folder::Name. Prints what was
 written to which symbol. Where a write fails, the values written before it stay.
 
@@ -40,28 +40,28 @@ Examples:
   ravik activate Bread
   ravik activate 'Shift 1::Bread'
 )",
-     {},
-     activate},
-    {"read",
-     "RECIPE",
-     1,
-     1,
-     "Show a recipe's values beside those in the controllers",
-     R"(
+     .options = {},
+     .run = activate},
+    {.name = "read",
+     .operands = "RECIPE",
+     .least = 1,
+     .most = 1,
+     .summary = "Show a recipe's values beside those in the controllers",
+     .description = R"(
 Reads the symbols of the recipe and marks the values that differ from the stored
 ones. Nothing is changed.
 
 Examples:
   ravik read Bread
 )",
-     {},
-     read},
-    {"active",
-     "[RECIPE…]",
-     0,
-     any_number,
-     "List the recipes that stand in the controllers now",
-     R"(
+     .options = {},
+     .run = read},
+    {.name = "active",
+     .operands = "[RECIPE…]",
+     .least = 0,
+     .most = any_number,
+     .summary = "List the recipes that stand in the controllers now",
+     .description = R"(
 A recipe is active when the controllers hold all of its values. Without names all
 recipes are examined; those that can't be read are named with the reason.
 
@@ -69,41 +69,41 @@ Examples:
   ravik active
   ravik active Bread Pizza
 )",
-     {},
-     active},
-    {"recipes",
-     "TYPE",
-     1,
-     1,
-     "List the recipes of a recipe type",
-     R"(
+     .options = {},
+     .run = active},
+    {.name = "recipes",
+     .operands = "TYPE",
+     .least = 1,
+     .most = 1,
+     .summary = "List the recipes of a recipe type",
+     .description = R"(
 Recipes of types that inherit from TYPE are listed too.
 
 Examples:
   ravik recipes Dough
 )",
-     {},
-     recipes},
-    {"update",
-     "RECIPE",
-     1,
-     1,
-     "Bring a recipe into line with its type",
-     R"(
+     .options = {},
+     .run = recipes},
+    {.name = "update",
+     .operands = "RECIPE",
+     .least = 1,
+     .most = 1,
+     .summary = "Bring a recipe into line with its type",
+     .description = R"(
 Drops values whose member is gone, fills in members that are missing with their
 defaults, and resets values that do not fit their symbol. Prints what changed.
 
 Examples:
   ravik update Bread
 )",
-     {},
-     update},
-    {"call",
-     "FUNCTION [JSON]",
-     1,
-     2,
-     "Call any function of a domain",
-     R"(
+     .options = {},
+     .run = update},
+    {.name = "call",
+     .operands = "FUNCTION [JSON]",
+     .least = 1,
+     .most = 2,
+     .summary = "Call any function of a domain",
+     .description = R"(
 A JSON object is handed over as the function's parameters. Prints the value that
 the function answers.
 
@@ -111,14 +111,14 @@ Examples:
   ravik call ActivateRecipe '{"path": "Bread"}'
   ravik call --domain Line SomeFunction 3
 )",
-     {Option::domain},
-     call},
-    {"get",
-     "[PATH]",
-     0,
-     1,
-     "Print the configuration, or an entry of it, as JSON",
-     R"(
+     .options = {Option::domain},
+     .run = call},
+    {.name = "get",
+     .operands = "[PATH]",
+     .least = 0,
+     .most = 1,
+     .summary = "Print the configuration, or an entry of it, as JSON",
+     .description = R"(
 The parts of PATH are separated by "::"; an element of a list is named by its
 index: name[0].
 
@@ -127,14 +127,14 @@ Examples:
   ravik get recipeList::Bread::values
   ravik --domain Mixer get variables
 )",
-     {Option::domain},
-     get},
-    {"import",
-     "FILE",
-     1,
-     1,
-     "Take recipe types and recipes from a JSON file",
-     R"(
+     .options = {Option::domain},
+     .run = get},
+    {.name = "import",
+     .operands = "FILE",
+     .least = 1,
+     .most = 1,
+     .summary = "Take recipe types and recipes from a JSON file",
+     .description = R"(
 FILE, or standard input for "-", holds an object with "recipeTypeList" and
 "recipeList". Folders are merged, an entry replaces the one of its name. One
 entry that is refused refuses the whole file; --dry-run tells of every one.
@@ -145,14 +145,14 @@ Examples:
   ravik import --dry-run recipes.json
   ravik --project old export - | ravik --project new import -
 )",
-     {Option::domain, Option::dry_run, Option::replace},
-     import},
-    {"export",
-     "[FILE]",
-     0,
-     1,
-     "Write recipe types and recipes as JSON",
-     R"(
+     .options = {Option::domain, Option::dry_run, Option::replace},
+     .run = import},
+    {.name = "export",
+     .operands = "[FILE]",
+     .least = 0,
+     .most = 1,
+     .summary = "Write recipe types and recipes as JSON",
+     .description = R"(
 Writes what 'import' reads into FILE, or to standard output without one and for
 "-". An existing file is replaced with --force only.
 
@@ -160,14 +160,14 @@ Examples:
   ravik export
   ravik export --force backup.json
 )",
-     {Option::domain, Option::force},
-     export_lists},
-    {"set",
-     "PATH JSON",
-     2,
-     2,
-     "Write an entry of the configuration",
-     R"(
+     .options = {Option::domain, Option::force},
+     .run = export_lists},
+    {.name = "set",
+     .operands = "PATH JSON",
+     .least = 2,
+     .most = 2,
+     .summary = "Write an entry of the configuration",
+     .description = R"(
 The value takes the place of what stands at PATH; folders that are missing are
 made. Entries never disappear this way: they are deleted by their names.
 
@@ -175,14 +175,14 @@ Examples:
   ravik set recipeList::Bread::values::Speed 130.0
   ravik set 'recipeList::Shift 1' '{}'
 )",
-     {Option::domain},
-     set},
-    {"delete",
-     "PATH",
-     1,
-     1,
-     "Delete an entry of the configuration",
-     R"(
+     .options = {Option::domain},
+     .run = set},
+    {.name = "delete",
+     .operands = "PATH",
+     .least = 1,
+     .most = 1,
+     .summary = "Delete an entry of the configuration",
+     .description = R"(
 Everything that refers to the entry follows: recipes of a deleted type go with it,
 values that name a deleted recipe are emptied. The edit is rehearsed first, and
 refused where something else would be touched or something left behind; --force
@@ -192,14 +192,14 @@ Examples:
   ravik delete --dry-run recipeTypeList::Dough
   ravik delete recipeList::Pizza
 )",
-     {Option::domain, Option::force, Option::dry_run},
-     remove},
-    {"rename",
-     "PATH NEW_PATH",
-     2,
-     2,
-     "Rename or move an entry of the configuration",
-     R"(
+     .options = {Option::domain, Option::force, Option::dry_run},
+     .run = remove},
+    {.name = "rename",
+     .operands = "PATH NEW_PATH",
+     .least = 2,
+     .most = 2,
+     .summary = "Rename or move an entry of the configuration",
+     .description = R"(
 Both paths are full paths. Everything that refers to the entry is rewritten. The
 edit is rehearsed first, as with 'delete'.
 
@@ -207,28 +207,28 @@ Examples:
   ravik rename recipeTypeList::Dough recipeTypeList::Doughs::Wheat
   ravik rename recipeTypeList::Dough::members::Speed recipeTypeList::Dough::members::Pace
 )",
-     {Option::domain, Option::force, Option::dry_run},
-     rename},
-    {"check",
-     "",
-     0,
-     0,
-     "List the references that lead nowhere",
-     R"(
+     .options = {Option::domain, Option::force, Option::dry_run},
+     .run = rename},
+    {.name = "check",
+     .operands = "",
+     .least = 0,
+     .most = 0,
+     .summary = "List the references that lead nowhere",
+     .description = R"(
 Recipes of a missing type, types that inherit or nest a missing one, values of
 missing members and names of missing recipes. Exits with 1 where there is one.
 
 Examples:
   ravik check
 )",
-     {Option::domain},
-     check},
-    {"symbols",
-     "",
-     0,
-     0,
-     "List the symbols with their live values",
-     R"(
+     .options = {Option::domain},
+     .run = check},
+    {.name = "symbols",
+     .operands = "",
+     .least = 0,
+     .most = 0,
+     .summary = "List the symbols with their live values",
+     .description = R"(
 Each symbol with its domain, its address there, its type, its value and whether
 that could be read.
 
@@ -236,14 +236,14 @@ Examples:
   ravik symbols
   ravik --json symbols
 )",
-     {},
-     symbols},
-    {"symbol get",
-     "NAME…",
-     1,
-     any_number,
-     "Read symbols",
-     R"(
+     .options = {},
+     .run = symbols},
+    {.name = "symbol get",
+     .operands = "NAME…",
+     .least = 1,
+     .most = any_number,
+     .summary = "Read symbols",
+     .description = R"(
 Prints the value of one symbol as JSON; several give an object of names and
 values.
 
@@ -251,14 +251,14 @@ Examples:
   ravik symbol get Mixer.Speed
   ravik symbol get Mixer.Speed Mixer.Temperature
 )",
-     {},
-     symbol_get},
-    {"symbol set",
-     "NAME JSON",
-     2,
-     2,
-     "Write a symbol",
-     R"(
+     .options = {},
+     .run = symbol_get},
+    {.name = "symbol set",
+     .operands = "NAME JSON",
+     .least = 2,
+     .most = 2,
+     .summary = "Write a symbol",
+     .description = R"(
 The value must fit the symbol's schema. A text needs double quotes of its own.
 
 Examples:
@@ -266,8 +266,8 @@ Examples:
   ravik symbol set Mixer.Temperature -5.5
   ravik symbol set Mixer.Product '"Rye"'
 )",
-     {},
-     symbol_set},
+     .options = {},
+     .run = symbol_set},
 }};
 
 } // namespace

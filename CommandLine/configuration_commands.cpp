@@ -53,10 +53,10 @@ Answer export_lists(Invocation& invocation)
 {
     auto const operands = invocation.operands();
     auto const file = operands.empty() ? std::string("-") : operands[0];
-    auto const replace = invocation.has(Option::force);
+    auto const existing = invocation.has(Option::force) ? Existing::replaced : Existing::kept;
     if (file != "-")
     {
-        check_writable(file, replace);
+        check_writable(file, existing);
     }
     auto const outcome = invocation.project().get(invocation.domain(), "");
     auto answer = configuration_answer(outcome);
@@ -72,7 +72,7 @@ Answer export_lists(Invocation& invocation)
         invocation.output().print(text);
         return answer;
     }
-    write_text(file, text + '\n', replace);
+    write_text(file, text + '\n', existing);
     answer.value = count_value(lists);
     answer.value.insert("file", Value(std::string_view(file)));
     invocation.output().print("Exported " + recipe_counts(lists) + " to " + printable(file) + '.');

@@ -51,13 +51,14 @@ Value cascade_value(std::vector<Touched> const& cascade)
     return value;
 }
 
-void print_cascade(std::vector<Touched> const& cascade, bool only_rehearsed, Output& output)
+void print_cascade(Invocation const& invocation, std::vector<Touched> const& cascade)
 {
+    auto const only_rehearsed = invocation.has(Option::dry_run);
     for (auto const& step : cascade)
     {
         auto const* const word = only_rehearsed ? (step.removed ? "would remove " : "would write  ")
                                                 : (step.removed ? "removed " : "wrote   ");
-        output.print(word + printable(step.path));
+        invocation.output().print(word + printable(step.path));
     }
 }
 
@@ -69,7 +70,7 @@ Answer edit_answer(Invocation& invocation, EditReport const& report, std::string
     if (report.made || dry_run)
     {
         answer.value = cascade_value(report.cascade);
-        print_cascade(report.cascade, dry_run, invocation.output());
+        print_cascade(invocation, report.cascade);
     }
     if (report.succeeded())
     {

@@ -47,7 +47,7 @@ std::string help_of(CommandEntry const& command)
     std::vector<std::pair<std::string, std::string_view>> options;
     for (auto const& option : all_options())
     {
-        if (option.common || command.options.contains(option.option))
+        if (option.taken_by == TakenBy::every_command || command.options.contains(option.option))
         {
             options.emplace_back(written(option), option.summary);
         }

@@ -36,7 +36,7 @@ void check_options(CommandEntry const& command, Arguments const& arguments)
     for (auto const& [option, value] : arguments.options)
     {
         auto const& entry = option_entry(option);
-        if (!entry.common && !command.options.contains(option))
+        if (entry.taken_by == TakenBy::some_commands && !command.options.contains(option))
         {
             throw UsageError("'" + std::string(command.name) + "' takes no option " + std::string(entry.name));
         }
@@ -127,7 +127,7 @@ int run(std::span<char const* const> words)
         [&]
         {
             auto const arguments = parse_arguments(words);
-            Output output(arguments.has(Option::json));
+            Output output(arguments.has(Option::json) ? OutputForm::json : OutputForm::text);
             Ending ending;
             RavikSrv::guarded(
                 "ravik", [&] { ending = run_command(arguments, output); },
@@ -138,7 +138,7 @@ int run(std::span<char const* const> words)
             exit_status = complete || ending.status != ExitStatus::done ? ending.status : ExitStatus::failed;
         },
         // Nothing is left to write an answer with, most likely memory.
-        [](char const* text) { Output(false).error(text); });
+        [](char const* text) { Output(OutputForm::text).error(text); });
     return static_cast<int>(exit_status);
 }
 

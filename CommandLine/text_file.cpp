@@ -32,6 +32,15 @@ using RavikSrv::ErrorValue;
          what + ": " + std::generic_category().message(number));
 }
 
+/// What came of writing: 0, or the number of the error that stopped it.
+void fail_on(int number, std::string const& file)
+{
+    if (number != 0)
+    {
+        fail_with(number, file, "can't be written");
+    }
+}
+
 [[noreturn]] void exists_already(std::string const& file)
 {
     fail(ErrorValue::FILE_WRITE, file, "the file exists already; --force replaces it");
@@ -49,7 +58,7 @@ public:
     bool is_open() const noexcept { return m_number >= 0; }
     void swap(Descriptor& other) noexcept { std::swap(m_number, other.m_number); }
 
-    /// Answers 0 or the error number; some file systems report a failed write only here.
+    /// Returns 0 or the error number; some file systems report a failed write only here.
     int close() noexcept
     {
         auto const number = m_number;
@@ -78,25 +87,6 @@ std::string read_all(int descriptor, std::string const& name)
         }
         text.append(buffer.data(), count < 0 ? 0 : static_cast<std::size_t>(count));
     }
-}
-
-/// Answers 0 or the error number.
-int fill(Descriptor& file, std::string_view text, bool sync)
-{
-    while (!text.empty())
-    {
-        auto const written = ::write(file.number(), text.data(), text.size());
-        if (written < 0 && errno != EINTR)
-        {
-            return errno;
-        }
-        text.remove_prefix(written < 0 ? 0 : static_cast<std::size_t>(written));
-    }
-    if (sync && ::fsync(file.number()) != 0)
-    {
-        return errno;
-    }
-    return file.close();
 }
 
 /// A file with a name of its own in the folder of the one that it is to become. Removed where it did not.
@@ -133,16 +123,18 @@ public:
         {
             fail_with(errno, target, "can't be written");
         }
-        if (auto const error = fill(m_file, text, true); error != 0)
+        auto error = write_all(m_file.number(), text);
+        if (error == 0 && ::fsync(m_file.number()) != 0)
         {
-            fail_with(error, target, "can't be written");
+            error = errno;
         }
+        fail_on(error != 0 ? error : m_file.close(), target);
     }
 
-    void become(fs::path const& target, bool replace)
+    void become(fs::path const& target, Existing existing)
     {
-        auto error = move_to(target, replace ? 0U : unsigned{RENAME_NOREPLACE});
-        if (error == EINVAL && !replace && ::access(target.c_str(), F_OK) != 0)
+        auto error = move_to(target, existing == Existing::replaced ? 0U : unsigned{RENAME_NOREPLACE});
+        if (error == EINVAL && existing == Existing::kept && ::access(target.c_str(), F_OK) != 0)
         {
             // The file system can't promise not to replace; the look before has to do.
             error = move_to(target, 0);
@@ -151,10 +143,7 @@ public:
         {
             exists_already(target);
         }
-        if (error != 0)
-        {
-            fail_with(error, target, "can't be written");
-        }
+        fail_on(error, target);
         m_done = true;
     }
 
@@ -179,6 +168,20 @@ private:
 
 } // namespace
 
+int write_all(int descriptor, std::string_view text)
+{
+    while (!text.empty())
+    {
+        auto const written = ::write(descriptor, text.data(), text.size());
+        if (written < 0 && errno != EINTR)
+        {
+            return errno;
+        }
+        text.remove_prefix(written < 0 ? 0 : static_cast<std::size_t>(written));
+    }
+    return 0;
+}
+
 std::string read_text(std::string const& file)
 {
     if (file == "-")
@@ -193,7 +196,7 @@ std::string read_text(std::string const& file)
     return read_all(opened.number(), file);
 }
 
-void check_writable(std::string const& file, bool replace)
+void check_writable(std::string const& file, Existing existing)
 {
     std::error_code ignored;
     auto const status = fs::symlink_status(file, ignored);
@@ -201,32 +204,29 @@ void check_writable(std::string const& file, bool replace)
     {
         fail(ErrorValue::FILESYSTEM, file, "is a folder");
     }
-    if (fs::exists(status) && !replace)
+    if (fs::exists(status) && existing == Existing::kept)
     {
         exists_already(file);
     }
 }
 
-void write_text(std::string const& file, std::string_view text, bool replace)
+void write_text(std::string const& file, std::string_view text, Existing existing)
 {
-    check_writable(file, replace);
+    check_writable(file, existing);
     std::error_code ignored;
     auto const status = fs::status(file, ignored);
     if (fs::exists(status) && !fs::is_regular_file(status))
     {
         // A device or pipe is written to, not replaced.
         Descriptor device(::open(file.c_str(), O_WRONLY | O_CLOEXEC));
-        auto const error = device.is_open() ? fill(device, text, false) : errno;
-        if (error != 0)
-        {
-            fail_with(error, file, "can't be written");
-        }
+        auto const error = device.is_open() ? write_all(device.number(), text) : errno;
+        fail_on(error != 0 ? error : device.close(), file);
         return;
     }
     auto const target = fs::exists(status) ? fs::canonical(file) : fs::path(file);
     TemporaryFile temporary(target);
     temporary.write(text, target);
-    temporary.become(target, replace);
+    temporary.become(target, existing);
 }
 
 } // namespace Ravik::CommandLine

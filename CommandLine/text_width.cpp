@@ -76,14 +76,21 @@ void append_escaped(std::string& result, std::string_view bytes)
     }
 }
 
-std::string escaped(std::string_view text, bool keep_line_ends)
+/// What becomes of the line ends of a text.
+enum class LineEnds
+{
+    escaped,
+    kept,
+};
+
+std::string escaped(std::string_view text, LineEnds line_ends)
 {
     std::string result;
     result.reserve(text.size());
     while (!text.empty())
     {
         auto const character = next_character(text);
-        if (character.code == '\n' && keep_line_ends)
+        if (character.code == '\n' && line_ends == LineEnds::kept)
         {
             result += '\n';
         }
@@ -114,12 +121,12 @@ std::size_t display_width(std::string_view text)
 
 std::string printable(std::string_view text)
 {
-    return escaped(text, false);
+    return escaped(text, LineEnds::escaped);
 }
 
 std::string printable_lines(std::string_view text)
 {
-    return escaped(text, true);
+    return escaped(text, LineEnds::kept);
 }
 
 std::string shortened(std::string const& text, std::size_t width)
