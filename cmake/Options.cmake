@@ -7,6 +7,10 @@ set(RAVIK_SANITIZERS "" CACHE STRING "Sanitizers for the compiler's -fsanitize, 
 # implementation of it: a folder with RavikSrvExtApi.h and the library that belongs to it.
 set(RAVIK_API_INCLUDE_DIR "" CACHE PATH "Folder of another RavikSrvExtApi.h to build the extensions against")
 set(RAVIK_API_LIBRARY "" CACHE FILEPATH "Library that belongs to RAVIK_API_INCLUDE_DIR")
+if(RAVIK_API_LIBRARY)
+  cmake_path(GET RAVIK_API_LIBRARY PARENT_PATH api_library_folder)
+  list(APPEND CMAKE_INSTALL_RPATH ${api_library_folder})
+endif()
 
 # Every target of ours links this.
 add_library(RavikOptions INTERFACE)
