@@ -13,7 +13,8 @@ namespace RavikSrv
 /// What differs from controller to controller is its settings and what becomes of a command (`load`, `execute`); its
 /// `ext_interface` calls `enter_extension`.
 ///
-/// No exception leaves the extension: what `load`, `check` and `execute` throw becomes a failure.
+/// No exception leaves the extension: what `load`, `check` and `execute` throw becomes a failure. All
+/// three may call the host, though never with a lock held.
 class ControllerExtension : public IRavikSrvExt, private IRavikSrvRequestListener, private RavikSrvConfigListener
 {
 public:
@@ -45,7 +46,7 @@ protected:
     IRavikSrvExtHost& host() const noexcept { return *m_host; }
 
 private:
-    /// Takes over the domain's configuration. Called once, before all requests; calls nobody but the host, since the
+    /// Takes over the domain's configuration. Called once, in `init`; calls nobody but the host, since the
     /// controller may be switched off. Settings that are wrong are refused (`wrong_setting`).
     virtual ResultPair load(Value const& configuration) = 0;
 

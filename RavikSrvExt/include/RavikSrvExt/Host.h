@@ -12,8 +12,9 @@
 namespace RavikSrv
 {
 
-/// What the server offers to its extensions. All operations are thread-safe, may be called from inside any listener
-/// operation, report failure by value and never throw. The host outlives every extension.
+/// What the server offers to its extensions. All operations are thread-safe, may be called from `init` on, on the
+/// extension's own threads and from inside any listener operation, report failure by value and never throw. The host
+/// outlives every extension; `IRavikSrvExt` says what is left of it in the destruction.
 class RAVIK_SRV_EXT_API IRavikSrvExtHost
 {
 public:

@@ -18,7 +18,10 @@ enum class ListenerType
 };
 
 /// What an extension registers with the host, which does not own it: a listener lives as long as its extension. The
-/// server may call the operations of a listener from several threads at once, from the end of `init` on. None throws.
+/// server may call the operations of a listener on any thread, several at once and the same one several times at once,
+/// from the end of `init` to the beginning of the extension's destruction. The host may be called from inside each of
+/// them, and what that brings about comes back to the listeners on the same thread: no operation holds a lock across a
+/// call to the host. None throws.
 class RAVIK_SRV_EXT_API IRavikSrvListener
 {
 public:
@@ -48,6 +51,9 @@ public:
 /// Is asked before the extension's configuration changes and told after it has changed. `path` is the server path of
 /// the entry inside the extension's configuration, `schema_type` the name of the schema type of the value there, empty
 /// where it has none. A result other than success from a `before_` operation refuses the change.
+///
+/// The change is under way meanwhile, and other threads that write configuration wait for its end: these operations may
+/// write configuration themselves, but never wait for a thread that does. Requests go on beside them.
 class RAVIK_SRV_EXT_API IRavikSrvConfigListener : public IRavikSrvListener
 {
 public:
@@ -94,14 +100,24 @@ public:
 // NOLINTEND(cppcoreguidelines-special-member-functions)
 
 /// An extension as the server sees it; made by its `ext_interface`, destroyed by the server.
+///
+/// **Construction** happens on one thread, and nothing else of the object is called meanwhile. The host is kept and not
+/// called yet: the extension learns its domain in `init` only. Another object of the same extension may be at work, on
+/// other threads, until this one takes its place: what objects share is thread-safe.
 class RAVIK_SRV_EXT_API IRavikSrvExt
 {
 public:
-    /// Called once after loading, before any other operation and on one thread. The extension registers its listeners
-    /// here. A result other than success makes the server give the extension up.
+    /// Called once after the construction, before any other operation and on one thread. The extension registers its
+    /// listeners here. The host may be called; what that brings about comes back to the listeners that are registered
+    /// already, and nothing else is called meanwhile. Domains that the server starts later take no requests yet. A
+    /// result other than success makes the server give the extension up: nothing but the destruction follows.
     virtual ResultPair init(Context context) = 0;
-    /// The name of a result code of this extension, empty for a code that it does not know. Thread-safe.
+    /// The name of a result code of this extension, empty for a code that it does not know. Called on any thread, also
+    /// while listener operations run, from `init` to the destruction. Thread-safe; does not call the host.
     virtual String error_string(unsigned code) = 0;
+    /// Called once, on any thread, when no operation of the extension or of its listeners runs any more; none follows.
+    /// The extension ends its own threads here. The host may still be called, but not to write configuration: an edit
+    /// may be under way on this very thread, and a thread of the extension that waits for its end can't be waited for.
     virtual ~IRavikSrvExt();
 
 protected:
