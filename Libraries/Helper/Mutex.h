@@ -18,7 +18,7 @@
 namespace RavikSrv
 {
 
-/// A mutex that the annotations can name; it thinly wraps one of the standard library or of Boost.
+/// A mutex that the annotations can name; it thinly wraps another one.
 template <typename Native> class RAVIK_THREAD_SAFETY(capability("mutex")) AnnotatedMutex
 {
 public:
