@@ -16,4 +16,11 @@ install(FILES
   cmake/extension.map
   ${CMAKE_CURRENT_BINARY_DIR}/RavikConfigVersion.cmake
   DESTINATION ${package_folder})
-install(DIRECTORY Examples/controller DESTINATION ${CMAKE_INSTALL_DATADIR}/ravik/Examples)
+set(example Examples/controller)
+install(FILES
+  ${example}/CMakeLists.txt
+  ${example}/TextFile.cpp
+  ${example}/oven.txt
+  ${example}/ravik.json
+  ${example}/recipes.json
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/ravik/${example})
