@@ -2,6 +2,8 @@
 
 #include "Json/Json.h"
 
+#include "Support/api_types.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -92,7 +94,7 @@ void Shell::expect_json(Line const& line) const
             keys.emplace_back(entry.name());
         }
         EXPECT_EQ(keys, (std::vector<std::string>{"result", "name", "text", "value"})) << ended.out;
-        RavikSrv::Value const& root = object;
+        Value const& root = object;
         EXPECT_EQ(root["result"].get_int64() == 0, line.status == 0) << ended.out;
         EXPECT_FALSE(root["name"].empty()) << ended.out;
     }

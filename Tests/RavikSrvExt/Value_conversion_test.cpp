@@ -1,5 +1,7 @@
 #include "RavikSrvExt/Value.h"
 
+#include "Support/api_types.h"
+
 #include <gtest/gtest.h>
 
 #include <array>
@@ -14,7 +16,6 @@ namespace Ravik::Test
 namespace
 {
 
-using namespace RavikSrv;
 using namespace std::string_view_literals;
 
 constexpr auto infinity = std::numeric_limits<double>::infinity();

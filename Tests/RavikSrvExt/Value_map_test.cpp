@@ -1,6 +1,8 @@
 #include "RavikSrvExt/MapBuilder.h"
 #include "RavikSrvExt/Value.h"
 
+#include "Support/api_types.h"
+
 #include <gtest/gtest.h>
 
 #include <map>
@@ -15,7 +17,7 @@ namespace Ravik::Test
 namespace
 {
 
-using namespace RavikSrv;
+using RavikSrv::MapBuilder;
 
 std::vector<std::string> names_of(Value const& map)
 {

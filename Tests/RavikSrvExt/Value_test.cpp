@@ -1,5 +1,7 @@
 #include "RavikSrvExt/Value.h"
 
+#include "Support/api_types.h"
+
 #include <gtest/gtest.h>
 
 #include <array>
@@ -17,7 +19,6 @@ namespace Ravik::Test
 namespace
 {
 
-using namespace RavikSrv;
 using namespace std::string_view_literals;
 
 // What must not compile, and what must.

@@ -1,4 +1,4 @@
-#include "RavikSrvExtApi.h"
+#include "Support/api_types.h"
 
 #include <gtest/gtest.h>
 
@@ -9,8 +9,6 @@ namespace Ravik::Test
 {
 namespace
 {
-
-using namespace RavikSrv;
 
 constexpr auto both = CommandOption::REPLACE | CommandOption::REMOVE;
 static_assert(static_cast<unsigned>(both) == 128U + 2048U);

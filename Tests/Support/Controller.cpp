@@ -7,7 +7,7 @@
 namespace Ravik::Test
 {
 
-using namespace RavikSrv;
+namespace Algorithm = RavikSrv::Algorithm;
 
 Value map(std::initializer_list<std::pair<char const*, Value>> entries)
 {

@@ -13,7 +13,7 @@ namespace Ravik::Test
 {
 
 /// A map of these entries.
-RavikSrv::Value map(std::initializer_list<std::pair<char const*, RavikSrv::Value>> entries);
+Value map(std::initializer_list<std::pair<char const*, Value>> entries);
 
 /// The extension of a controller, loaded from its shared object and started as the domain "Line" of a host of its own,
 /// and requests to it. Requests may come from several threads at once.
@@ -21,31 +21,30 @@ class Controller
 {
 public:
     /// Mappings and their values; a null value reads.
-    using Accesses = std::vector<std::pair<std::string, RavikSrv::Value>>;
+    using Accesses = std::vector<std::pair<std::string, Value>>;
 
-    Controller(std::string const& library, RavikSrv::Value const& configuration);
+    Controller(std::string const& library, Value const& configuration);
 
     /// Executes the accesses as one group, on behalf of another domain.
-    std::vector<RavikSrv::Command> send(Accesses const& accesses);
+    std::vector<Command> send(Accesses const& accesses);
     /// The same; the answer is each command's outcome, with blanks between: a failure's name ("TIMEOUT"), the value
     /// that was read as text, "ok" for a write.
     std::string outcomes(Accesses const& accesses);
-    RavikSrv::Value read(std::string const& mapping) { return send({{mapping, {}}}).front().read_value(); }
+    Value read(std::string const& mapping) { return send({{mapping, {}}}).front().read_value(); }
     std::string error_name(unsigned result) const { return m_extension.object().error_string(result).name(); }
-    RavikSrv::ResultPair started() const { return m_extension.started(); }
-    RavikSrv::Value configuration() { return host.configuration["Line"]; }
+    ResultPair started() const { return m_extension.started(); }
+    Value configuration() { return host.configuration["Line"]; }
 
     /// A host whose configuration may be written from several threads. Maps merge into what is there.
     class Host : public RecordingHost
     {
     public:
-        explicit Host(RavikSrv::Value const& line) { configuration["Line"] = line; }
+        explicit Host(Value const& line) { configuration["Line"] = line; }
 
         /// What comes before each write; the write fails with the answer unless that is success.
-        std::function<RavikSrv::ErrorValue()> before_write;
+        std::function<ErrorValue()> before_write;
 
-        RavikSrv::ErrorValue set_config_value(RavikSrv::Context const& context, char const* path,
-                                              RavikSrv::Value const* value) override;
+        ErrorValue set_config_value(Context const& context, char const* path, Value const* value) override;
 
     private:
         std::mutex m_mutex;

@@ -7,8 +7,6 @@
 namespace Ravik::Test
 {
 
-using namespace RavikSrv;
-
 LoadedExtension::Entry LoadedExtension::entry(std::string const& library)
 {
     // Never closed, as in the server: type information and texts of an extension may outlive its object.

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "RavikSrvExtApi.h"
 #include "Support/RecordingHost.h"
+#include "Support/api_types.h"
 
 #include <memory>
 #include <string>
@@ -18,20 +18,20 @@ public:
     LoadedExtension(std::string const& library, RecordingHost& host, char const* domain);
 
     /// The entry function of the shared object.
-    using Entry = int (*)(RavikSrv::IRavikSrvExtHost* host, RavikSrv::IRavikSrvExt** extension, double* version);
+    using Entry = int (*)(IRavikSrvExtHost* host, IRavikSrvExt** extension, double* version);
     static Entry entry(std::string const& library);
 
-    RavikSrv::IRavikSrvExt& object() const { return *m_object; }
-    RavikSrv::IRavikSrvRequestListener& requests() { return listener<RavikSrv::IRavikSrvRequestListener>(0); }
-    RavikSrv::IRavikSrvExportListener& exports() { return listener<RavikSrv::IRavikSrvExportListener>(1); }
-    RavikSrv::IRavikSrvConfigListener& changes() { return listener<RavikSrv::IRavikSrvConfigListener>(2); }
-    RavikSrv::Context const& context() const { return m_context; }
+    IRavikSrvExt& object() const { return *m_object; }
+    IRavikSrvRequestListener& requests() { return listener<IRavikSrvRequestListener>(0); }
+    IRavikSrvExportListener& exports() { return listener<IRavikSrvExportListener>(1); }
+    IRavikSrvConfigListener& changes() { return listener<IRavikSrvConfigListener>(2); }
+    Context const& context() const { return m_context; }
     double version() const { return m_version; }
     /// What `init` answered.
-    RavikSrv::ResultPair const& started() const { return m_started; }
+    ResultPair const& started() const { return m_started; }
 
     /// Sends one command, mapped to `function`, with these parameters.
-    RavikSrv::Command call(char const* function, RavikSrv::Value const& parameters);
+    Command call(char const* function, Value const& parameters);
 
 private:
     template <typename Listener> Listener& listener(std::size_t index)
@@ -40,9 +40,9 @@ private:
     }
 
     RecordingHost& m_host;
-    RavikSrv::Context m_context;
-    std::unique_ptr<RavikSrv::IRavikSrvExt> m_object;
-    RavikSrv::ResultPair m_started;
+    Context m_context;
+    std::unique_ptr<IRavikSrvExt> m_object;
+    ResultPair m_started;
     double m_version = 0;
 };
 

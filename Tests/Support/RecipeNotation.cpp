@@ -11,12 +11,12 @@
 namespace Ravik::Test
 {
 
-using namespace RavikSrv;
+namespace Algorithm = RavikSrv::Algorithm;
 
 namespace
 {
 
-/// Cuts off and answers what stands behind the last `mark`; empty where there is none.
+/// Cuts off and returns what stands behind the last `mark`; empty where there is none.
 std::string cut(std::string& text, char mark)
 {
     auto const position = text.rfind(mark);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "RavikSrvExtApi.h"
+#include "Support/api_types.h"
 
 #include <string>
 
@@ -11,26 +11,26 @@ namespace Ravik::Test
 
 /// Types: "T(P,Q) { a:A=1 -b:B n>U c:C>U d }" inherits P and Q and has the member a for the symbol A with the default
 /// value 1, b for B and not enabled, n that nests U, c with both, and d for the symbol d; "T!" is disabled.
-RavikSrv::Value types_of(std::string const& notation);
+Value types_of(std::string const& notation);
 
 /// Recipes: "R:T { a=1 n=S }" of the type T with the number 1 for a and the text "S" for n.
-RavikSrv::Value recipes_of(std::string const& notation);
+Value recipes_of(std::string const& notation);
 
 /// A configuration of both.
-RavikSrv::Value configuration_of(std::string const& types, std::string const& recipes);
+Value configuration_of(std::string const& types, std::string const& recipes);
 /// The same in one text, with a bar between them.
-RavikSrv::Value configuration_of(std::string const& notation);
+Value configuration_of(std::string const& notation);
 
 /// A map of plain values, "a=1 n=S", or a list of texts, "R S".
-std::string text_of(RavikSrv::Value const& values);
+std::string text_of(Value const& values);
 
 /// Any content in short, in its order; an empty list counts as missing.
-std::string dump(RavikSrv::Value const& value);
+std::string dump(Value const& value);
 
 /// The text so many times in a row, with the numbers from 0 for "#" and those from 1 for "*".
 std::string repeated(int count, std::string const& part);
 
 /// A struct with the one entry, as requests take it.
-RavikSrv::Value parameters(char const* name, RavikSrv::Value const& value);
+Value parameters(char const* name, Value const& value);
 
 } // namespace Ravik::Test

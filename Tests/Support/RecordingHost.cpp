@@ -10,7 +10,8 @@
 namespace Ravik::Test
 {
 
-using namespace RavikSrv;
+namespace Algorithm = RavikSrv::Algorithm;
+using RavikSrv::PathIterator;
 
 std::string BareHost::executed() const
 {

@@ -34,7 +34,7 @@ public:
 
     std::filesystem::path const& path() const noexcept { return m_path; }
 
-    /// Writes a file into the folder and answers its path.
+    /// Writes a file into the folder and returns its path.
     std::filesystem::path write(std::string const& name, std::string const& content) const
     {
         auto const file = m_path / name;

@@ -11,13 +11,10 @@ namespace Ravik::Test
 class Domain : public Controller
 {
 public:
-    explicit Domain(std::uint16_t port, RavikSrv::Value const& more = map({}))
-        : Controller(MODBUS_LIBRARY, at(port, more))
-    {
-    }
+    explicit Domain(std::uint16_t port, Value const& more = map({})) : Controller(MODBUS_LIBRARY, at(port, more)) {}
 
     /// What is missing in the settings.
-    static RavikSrv::Value at(std::uint16_t port, RavikSrv::Value settings)
+    static Value at(std::uint16_t port, Value settings)
     {
         settings.insert("host", "127.0.0.1");
         settings.insert("port", static_cast<int>(port));

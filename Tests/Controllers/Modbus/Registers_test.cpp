@@ -1,5 +1,7 @@
 #include "Registers.h"
 
+#include "Support/api_types.h"
+
 #include <gtest/gtest.h>
 
 #include <limits>
@@ -12,8 +14,6 @@ namespace
 {
 
 using namespace Modbus;
-using RavikSrv::Value;
-using RavikSrv::ValueType;
 
 using Cells = std::vector<std::uint16_t>;
 

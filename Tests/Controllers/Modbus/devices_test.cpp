@@ -17,8 +17,6 @@ namespace Ravik::Test
 namespace
 {
 
-using namespace RavikSrv;
-
 using Pipe = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
 
 /// Against a device that nobody here wrote, read back with a program that nobody here wrote.

@@ -14,8 +14,6 @@ namespace Ravik::Test
 namespace
 {
 
-using namespace RavikSrv;
-
 using Bytes = ScriptedDevice::Bytes;
 using Request = ScriptedDevice::Request;
 

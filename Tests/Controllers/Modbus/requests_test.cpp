@@ -12,8 +12,6 @@ namespace Ravik::Test
 namespace
 {
 
-using namespace RavikSrv;
-
 using Request = ScriptedDevice::Request;
 
 TEST(ModbusSettings, are_refused_with_the_key_and_what_was_expected)

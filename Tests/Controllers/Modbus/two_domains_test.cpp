@@ -15,9 +15,6 @@ namespace Ravik::Test
 namespace
 {
 
-using RavikSrv::Value;
-using RavikSrv::ValueType;
-
 constexpr int timeout = 300;
 
 constexpr char const* all_of_far_failed =

@@ -12,8 +12,6 @@ namespace Ravik::Test
 namespace
 {
 
-using namespace RavikSrv;
-
 /// A press with a variable of each kind, and one more setting.
 Value configuration_with(char const* key, Value const& setting)
 {

@@ -1,5 +1,6 @@
 #include "Project/OpenProject.h"
 #include "Support/TemporaryFolder.h"
+#include "Support/api_types.h"
 #include "api_helper.h"
 #include "Json/Json.h"
 
@@ -9,13 +10,6 @@ namespace Ravik::Test
 {
 namespace
 {
-
-using RavikSrv::Command;
-using RavikSrv::CommandGroup;
-using RavikSrv::CommandOption;
-using RavikSrv::Context;
-using RavikSrv::ErrorValue;
-using RavikSrv::Value;
 
 /// Two domains served by probes, with symbols in both and in the server's own domain. "P.x" is a symbol whose name
 /// looks like a function's.
@@ -80,7 +74,7 @@ protected:
         return outcome;
     }
 
-    RavikSrv::IRavikSrvExtHost& host() { return project->host(); }
+    IRavikSrvExtHost& host() { return project->host(); }
 
     TemporaryFolder folder;
     std::unique_ptr<OpenProject> project;
@@ -133,7 +127,7 @@ TEST_F(Execution, codes_and_unknown_names_are_explained)
     auto const outcome = project->read_symbols({"p1", "qfail", "pfail"});
     EXPECT_EQ(outcome.result, ErrorValue::SUCCESS);
     EXPECT_EQ(outcome.commands[1].failure, "SEVEN");
-    auto& internal = dynamic_cast<RavikSrv::IInternalHost&>(host());
+    auto& internal = dynamic_cast<IInternalHost&>(host());
     EXPECT_EQ(run("RavikSrv", {"qfail"}).substr(0, 18), "SUCCESS EXTENSION:");
     EXPECT_STREQ(internal.get_extension_error_string("RavikSrv", code).name(), "SEVEN") << "in the server's group";
     EXPECT_STREQ(internal.get_extension_error_string("RavikSrv", 7).name(), "");

@@ -2,7 +2,9 @@
 #include "Json/Json.h"
 #include "Json/Reader.h"
 
+#include "Support/api_types.h"
 #include <gmock/gmock.h>
+
 #include <gtest/gtest.h>
 
 #include <bit>
@@ -22,10 +24,6 @@ namespace
 
 using namespace std::string_literals;
 using namespace Json;
-using RavikSrv::Timespan;
-using RavikSrv::Timestamp;
-using RavikSrv::Value;
-using RavikSrv::ValueType;
 using testing::HasSubstr;
 
 std::string repeated(std::size_t count, std::string_view text)

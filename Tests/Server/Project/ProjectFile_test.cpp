@@ -1,5 +1,6 @@
 #include "Project/ProjectFile.h"
 #include "Support/TemporaryFolder.h"
+#include "Support/api_types.h"
 #include "Support/refusal.h"
 
 #include <gtest/gtest.h>
@@ -35,10 +36,10 @@ TEST(ProjectFile, holds_extensions_and_symbols)
     ASSERT_EQ(project.extensions.size(), 2U);
     EXPECT_EQ(project.extensions[0].domain, "RavikRecipeManagement");
     EXPECT_EQ(project.extensions[1].shared_object, "./lib/line.so");
-    EXPECT_EQ(project.extensions[1].configuration["variables"]["Speed"], RavikSrv::Value(0.0));
+    EXPECT_EQ(project.extensions[1].configuration["variables"]["Speed"], Value(0.0));
     EXPECT_EQ(project.symbols.size(), 2U);
-    EXPECT_EQ(project.symbols["Line.Speed"]["MAPPING"], RavikSrv::Value("Speed"));
-    EXPECT_EQ(read(R"({"extensions": []})").symbols, RavikSrv::Value(RavikSrv::ValueType::Map));
+    EXPECT_EQ(project.symbols["Line.Speed"]["MAPPING"], Value("Speed"));
+    EXPECT_EQ(read(R"({"extensions": []})").symbols, Value(ValueType::Map));
 }
 
 TEST(ProjectFile, tells_what_was_expected_where)

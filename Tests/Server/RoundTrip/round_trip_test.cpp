@@ -1,6 +1,8 @@
 #include "EditedProject.h"
 #include "Json/Json.h"
 
+#include "Support/api_types.h"
+
 #include <gtest/gtest.h>
 
 #include <array>
@@ -10,8 +12,6 @@ namespace Ravik::Test
 {
 namespace
 {
-
-using RavikSrv::Value;
 
 /// Type, value and what a change of it is, which must make the recipe inactive. Each has a member of its own.
 constexpr auto cases = std::to_array<std::array<char const*, 3>>({

@@ -1,7 +1,9 @@
 #include "Schema/CompiledSchema.h"
 #include "Json/Json.h"
 
+#include "Support/api_types.h"
 #include <gmock/gmock.h>
+
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -14,9 +16,6 @@ namespace Ravik::Test
 {
 namespace
 {
-
-using RavikSrv::ErrorValue;
-using RavikSrv::Value;
 
 std::filesystem::path const suite = RAVIK_SCHEMA_TEST_SUITE;
 

@@ -3,6 +3,8 @@
 #include "api_helper.h"
 #include "Json/Json.h"
 
+#include "Support/api_types.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -20,10 +22,6 @@ namespace
 {
 
 using namespace std::string_literals;
-using RavikSrv::ErrorValue;
-using RavikSrv::ResultPair;
-using RavikSrv::Value;
-using RavikSrv::ValueType;
 
 /// The name of the error value and, but for success, the text, with single quotes.
 std::string told(ResultPair const& answer)
@@ -257,12 +255,12 @@ TEST(Schema, sees_every_type_of_value)
     record.insert("a", "x");
     Value event = record;
     event.convert(ValueType::Event);
-    Value const time = RavikSrv::Timestamp{0};
+    Value const time = Timestamp{0};
     expect_results({
         {json("{'type': 'string', 'pattern': '^1970-01-01T', 'const': '1970-01-01T00:00:00Z'}"), time,
          ErrorValue::SUCCESS},
         {json("{'type': 'integer'}"), time, ErrorValue::TYPE_MISMATCH},
-        {json("{'type': 'string', 'pattern': '^PT1.5S$'}"), RavikSrv::Timespan{1'500'000}, ErrorValue::SUCCESS},
+        {json("{'type': 'string', 'pattern': '^PT1.5S$'}"), Timespan{1'500'000}, ErrorValue::SUCCESS},
         {json("{'type': 'string', 'minLength': 2, 'maxLength': 2}"), binary, ErrorValue::SUCCESS},
         {json("{'type': 'object', 'const': {'a': 'x'}}"), record, ErrorValue::SUCCESS},
         {json("{'properties': {'a': {'type': 'integer'}}}"), event, ErrorValue::TYPE_MISMATCH},
