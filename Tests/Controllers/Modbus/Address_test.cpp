@@ -14,7 +14,13 @@ using namespace Modbus;
 
 TEST(Address, reads_every_form_of_a_mapping)
 {
-    std::vector<std::tuple<char const*, Address, std::uint32_t>> const cases = {
+    struct Case
+    {
+        char const* mapping;
+        Address address;
+        std::uint32_t count;
+    };
+    std::vector<Case> const cases = {
         {"holding:100:real32", {.first = 100, .type = Type::REAL32}, 2},
         {"holding:102:int32:swapped", {.first = 102, .type = Type::INT32, .swapped = true}, 2},
         {"holding:110.3:bool", {.first = 110, .bit = 3}, 1},
@@ -27,17 +33,24 @@ TEST(Address, reads_every_form_of_a_mapping)
     };
     for (auto const& [mapping, address, count] : cases)
     {
+        SCOPED_TRACE(mapping);
         auto const parsed = parse_address(mapping);
         auto const* const error = std::get_if<AddressError>(&parsed);
         ASSERT_EQ(error, nullptr) << describe(*error, mapping);
-        EXPECT_EQ(std::get<Address>(parsed), address) << mapping;
-        EXPECT_EQ(std::get<Address>(parsed).count(), count) << mapping;
+        EXPECT_EQ(std::get<Address>(parsed), address);
+        EXPECT_EQ(std::get<Address>(parsed).count(), count);
     }
 }
 
 TEST(Address, points_at_the_character_that_is_wrong)
 {
-    std::vector<std::pair<char const*, std::vector<std::string>>> const cases = {
+    struct Case
+    {
+        char const* expected;
+        /// With a '^' in front of the character at fault.
+        std::vector<std::string> mappings;
+    };
+    std::vector<Case> const cases = {
         {"expected holding, input, coil or discrete", {"^", "^Holding:1:int16"}},
         {"expected ':' and an address", {"holding^", "coil^.7"}},
         {"expected an address from 0 to 65535",
@@ -57,15 +70,16 @@ TEST(Address, points_at_the_character_that_is_wrong)
     };
     for (auto const& [expected, mappings] : cases)
     {
-        for (auto mapping : mappings) // with a '^' in front of the character at fault
+        for (auto mapping : mappings)
         {
+            SCOPED_TRACE(mapping);
             auto const position = mapping.find('^');
             mapping.erase(position, 1);
             auto const parsed = parse_address(mapping);
             auto const* const error = std::get_if<AddressError>(&parsed);
-            ASSERT_NE(error, nullptr) << mapping;
-            EXPECT_EQ(error->position, position) << mapping;
-            EXPECT_STREQ(error->expected, expected) << mapping;
+            ASSERT_NE(error, nullptr);
+            EXPECT_EQ(error->position, position);
+            EXPECT_STREQ(error->expected, expected);
         }
     }
     EXPECT_EQ(describe({4, "expected this"}, "coil"), "'coil', character 5: expected this");

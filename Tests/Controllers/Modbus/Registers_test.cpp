@@ -30,9 +30,16 @@ constexpr long highest = std::numeric_limits<long>::max();
 
 TEST(Registers, take_a_value_and_give_it_back)
 {
-    // What is written, null where the device has sent the registers; what is read, null where it is what was written,
-    // or refused.
-    std::vector<std::tuple<char const*, Value, Cells, Value>> const cases = {
+    struct Case
+    {
+        char const* form;
+        /// Null where the device has sent the registers.
+        Value written;
+        Cells registers;
+        /// Null where it is what was written, or refused.
+        Value read;
+    };
+    std::vector<Case> const cases = {
         {":bool", 1, {1}, true},
         {".15", true, {0x8000}, {}},
         {":int16", -32768L, {0x8000}, -32768},
@@ -61,17 +68,18 @@ TEST(Registers, take_a_value_and_give_it_back)
     };
     for (auto const& [form, written, registers, read] : cases)
     {
+        SCOPED_TRACE(form + (" " + testing::PrintToString(registers)));
         auto const address = address_of(form);
         if (written.isset())
         {
             Cells cells(address.count(), 0xAAAA);
-            EXPECT_EQ(encode(address, written, cells).text, "") << form;
-            EXPECT_EQ(cells, registers) << form;
+            EXPECT_EQ(encode(address, written, cells).text, "");
+            EXPECT_EQ(cells, registers);
         }
         auto const& expected = read.isset() ? read : written;
         Value back;
-        EXPECT_EQ(decode(address, registers, back).succeeded(), expected.isset()) << form;
-        EXPECT_EQ(back, expected) << form;
+        EXPECT_EQ(decode(address, registers, back).succeeded(), expected.isset());
+        EXPECT_EQ(back, expected);
     }
 }
 
@@ -79,7 +87,13 @@ TEST(Registers, refuse_what_would_not_come_back)
 {
     constexpr auto type = ModbusResult::TYPE_MISMATCH;
     constexpr auto range = ModbusResult::OUT_OF_RANGE;
-    std::vector<std::tuple<char const*, ModbusResult, std::vector<Value>>> const cases = {
+    struct Case
+    {
+        char const* form;
+        ModbusResult result;
+        std::vector<Value> refused;
+    };
+    std::vector<Case> const cases = {
         {":bool", type, {2, "true", not_a_number}},
         {".3", type, {Value(ValueType::Vector)}},
         {":int16", type, {3.7, "12", Value(ValueType::Map)}},

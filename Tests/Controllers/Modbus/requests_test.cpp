@@ -16,7 +16,18 @@ using Request = ScriptedDevice::Request;
 
 TEST(ModbusSettings, are_refused_with_the_key_and_what_was_expected)
 {
-    std::vector<std::tuple<char const*, char const*, std::vector<std::pair<Value, char const*>>>> const cases = {
+    struct Setting
+    {
+        Value value;
+        char const* found;
+    };
+    struct Case
+    {
+        char const* key;
+        char const* expected;
+        std::vector<Setting> refused;
+    };
+    std::vector<Case> const cases = {
         {"host",
          "the device's name or IP address (its port stands in \"port\")",
          {{{}, "nothing"}, {"", R"("")"}, {"10.0.0.1:502", R"("10.0.0.1:502")"}}},
@@ -31,13 +42,14 @@ TEST(ModbusSettings, are_refused_with_the_key_and_what_was_expected)
     };
     for (auto const& [key, expected, refused] : cases)
     {
-        for (auto const& [setting, found] : refused)
+        for (auto const& [value, found] : refused)
         {
-            Domain const domain(502, map({{key, setting}}));
+            SCOPED_TRACE(std::string(key) + ": " + found);
+            Domain const domain(502, map({{key, value}}));
             EXPECT_EQ(domain.started().result(), ErrorValue::EXTENSION_CONFIG);
             EXPECT_EQ(domain.started().text(),
                       "\"" + std::string(key) + "\": expected " + expected + ", found " + found);
-            EXPECT_TRUE(domain.host.listeners.empty()) << key;
+            EXPECT_TRUE(domain.host.listeners.empty());
         }
     }
     Domain const accepted(502, map({{"unit", 255}, {"readGap", 3.0}, {"somethingElse", true}}));
@@ -51,16 +63,23 @@ TEST(ModbusSettings, are_changed_only_to_what_the_next_start_takes)
     ASSERT_NE(listener, nullptr);
     Context context;
     context.set_domain("Line");
-    std::vector<std::tuple<char const*, Value, ErrorValue>> const cases = {
-        {"unit", 300, ErrorValue::EXTENSION_CONFIG},
-        {"unit", 3, ErrorValue::SUCCESS},
-        {"notes::by", "me", ErrorValue::SUCCESS},
-        {"", map({{"unit", 3}}), ErrorValue::EXTENSION_CONFIG}, // without a host
-        {"", map({{"host", "h"}}), ErrorValue::SUCCESS},
-    };
-    for (auto [path, value, expected] : cases)
+    struct Case
     {
-        EXPECT_EQ(listener->before_change(context, path, value, "").result(), expected) << path;
+        char const* about;
+        char const* path;
+        Value value;
+        ErrorValue expected;
+    };
+    std::vector<Case> const cases = {
+        {"a setting out of range", "unit", 300, ErrorValue::EXTENSION_CONFIG},
+        {"a setting", "unit", 3, ErrorValue::SUCCESS},
+        {"what is no setting", "notes::by", "me", ErrorValue::SUCCESS},
+        {"all settings, without a host", "", map({{"unit", 3}}), ErrorValue::EXTENSION_CONFIG},
+        {"all settings", "", map({{"host", "h"}}), ErrorValue::SUCCESS},
+    };
+    for (auto [about, path, value, expected] : cases)
+    {
+        EXPECT_EQ(listener->before_change(context, path, value, "").result(), expected) << about;
     }
 }
 
@@ -83,7 +102,13 @@ Controller::Accesses accesses_of(std::string const& text)
 
 TEST(ModbusRequests, are_the_fewest_in_the_groups_order)
 {
-    std::vector<std::array<char const*, 3>> const cases = {
+    struct Case
+    {
+        char const* accesses;
+        char const* requests;
+        char const* outcomes;
+    };
+    std::vector<Case> const cases = {
         // writes: neighbours in the group that are neighbours in registers, up to the limit
         {"w1 w2:int32 w4", "16@1x3 16@4x1", "ok ok ok"},
         {"w2 w1 w9 w2 w2", "16@2x1 16@1x1 16@9x1 16@2x1 16@2x1", "ok ok ok ok ok"},
@@ -180,7 +205,12 @@ TEST(ModbusRequests, that_a_device_puts_off_are_repeated_only_where_it_has_not_t
 {
     constexpr std::uint8_t taken = 5;
     constexpr std::uint8_t busy = 6;
-    std::vector<std::pair<std::uint8_t, char const*>> const cases = {{taken, "16@1x2"}, {busy, "16@1x2 16@1x1 16@2x1"}};
+    struct Case
+    {
+        std::uint8_t code;
+        char const* requests;
+    };
+    std::vector<Case> const cases = {{taken, "16@1x2"}, {busy, "16@1x2 16@1x1 16@2x1"}};
     for (auto const& [code, requests] : cases)
     {
         ScriptedDevice device([code = code](ScriptedDevice& /*self*/, Request const& request)

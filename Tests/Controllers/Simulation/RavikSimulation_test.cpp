@@ -48,7 +48,18 @@ TEST(Simulation, takes_a_value_where_nothing_is_lost)
 {
     Press press;
     auto const pattern = map({{"Layers", 4}});
-    std::vector<std::tuple<char const*, std::vector<std::pair<Value, Value>>, std::vector<Value>>> const cases = {
+    struct Taken
+    {
+        Value written;
+        Value stands;
+    };
+    struct Case
+    {
+        char const* variable;
+        std::vector<Taken> taken;
+        std::vector<Value> refused;
+    };
+    std::vector<Case> const cases = {
         {"Count", {{8L, 8}, {9.0, 9}, {true, 1}}, {3.7, 2'147'483'648L, "many"}},
         {"Total", {{3, 3L}, {9.2e18, 9'200'000'000'000'000'000L}}, {9.3e18}},
         {"Force", {{4, 4.0}}, {"strong", 9'007'199'254'740'993L}},
@@ -59,15 +70,16 @@ TEST(Simulation, takes_a_value_where_nothing_is_lost)
     };
     for (auto const& [variable, taken, refused] : cases)
     {
+        SCOPED_TRACE(variable);
         for (auto const& [written, stands] : taken)
         {
-            EXPECT_EQ(press.outcomes({{variable, written}}), "ok") << variable;
-            EXPECT_EQ(press.read(variable), stands) << variable;
+            EXPECT_EQ(press.outcomes({{variable, written}}), "ok");
+            EXPECT_EQ(press.read(variable), stands);
         }
         for (auto const& written : refused)
         {
-            EXPECT_EQ(press.outcomes({{variable, written}}), "TYPE_MISMATCH") << variable;
-            EXPECT_EQ(press.read(variable), taken.back().second) << variable;
+            EXPECT_EQ(press.outcomes({{variable, written}}), "TYPE_MISMATCH");
+            EXPECT_EQ(press.read(variable), taken.back().stands);
         }
     }
     EXPECT_STREQ(press.send({{"Count", 3.7}}).front().result_string(),
@@ -127,7 +139,13 @@ TEST(Simulation, says_which_values_could_not_be_kept)
 
 TEST(Simulation, refuses_settings_that_it_does_not_understand)
 {
-    std::vector<std::tuple<char const*, Value, char const*>> const cases = {
+    struct Case
+    {
+        char const* key;
+        Value setting;
+        char const* text;
+    };
+    std::vector<Case> const cases = {
         {"variables", 3, R"("variables": expected an object of variable names and their values, found int)"},
         {"values", "x", R"("values": expected an object of variable names and their values, found string)"},
         {"unreachable", 1, R"("unreachable": expected true or false, found int)"},
@@ -138,6 +156,7 @@ TEST(Simulation, refuses_settings_that_it_does_not_understand)
     };
     for (auto const& [key, setting, text] : cases)
     {
+        SCOPED_TRACE(text);
         Press const refused(key, setting);
         EXPECT_EQ(refused.started().result(), ErrorValue::EXTENSION_CONFIG);
         EXPECT_STREQ(refused.started().text(), text);

@@ -53,7 +53,13 @@ TEST(ProjectFile, tells_what_was_expected_where)
                "\n" +
                entries + "}}";
     };
-    std::vector<std::array<std::string, 3>> const cases = {
+    struct Case
+    {
+        std::string text;
+        std::string place;
+        std::string fragment;
+    };
+    std::vector<Case> const cases = {
         {"", "1:1", "empty"},
         {"{\"extensions\": [\n]", "2:2", "ends before"},
         {"{\"extensions\": [],\n\"extensions\": []}", "2:1", "twice"},
@@ -86,9 +92,10 @@ TEST(ProjectFile, tells_what_was_expected_where)
     };
     for (auto const& [text, place, fragment] : cases)
     {
+        SCOPED_TRACE(text);
         auto const message = refusal([text = text] { read(text); });
-        EXPECT_NE(message.find("ravik.json:" + place + ": "), std::string::npos) << text << "\n" << message;
-        EXPECT_NE(message.find(fragment), std::string::npos) << text << "\n" << message;
+        EXPECT_NE(message.find("ravik.json:" + place + ": "), std::string::npos) << message;
+        EXPECT_NE(message.find(fragment), std::string::npos) << message;
         EXPECT_EQ(message.find('\n'), std::string::npos) << message;
     }
     EXPECT_NE(refusal([] { read_project_file("missing.json"); }), "");

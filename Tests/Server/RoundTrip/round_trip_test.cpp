@@ -13,8 +13,15 @@ namespace Ravik::Test
 namespace
 {
 
-/// Type, value and what a change of it is, which must make the recipe inactive. Each has a member of its own.
-constexpr auto cases = std::to_array<std::array<char const*, 3>>({
+/// A value of a type. Each has a member of its own.
+struct Case
+{
+    char const* type;
+    char const* value;
+    /// Makes the recipe inactive.
+    char const* changed;
+};
+constexpr auto cases = std::to_array<Case>({
     {"BOOL", "true", "false"},
     {"SINT", "-128", "127"},
     {"USINT", "255", "0"},
@@ -52,7 +59,7 @@ std::string file_with_every_type()
     for (std::size_t index = 0; index < cases.size(); ++index)
     {
         symbols.emplace_back(member(index),
-                             std::string(R"({"$ref":"ravik:general#/definitions/)") + cases.at(index)[0] + "\"}");
+                             std::string(R"({"$ref":"ravik:general#/definitions/)") + cases.at(index).type + "\"}");
     }
     return project_file(symbols);
 }
@@ -66,7 +73,7 @@ Value configuration()
         auto& type = lists["recipeTypeList"][is_nested(index) ? "N" : "T"];
         type["members"][name.c_str()] = types_of("T { " + name + " }")["T"]["members"][name.c_str()];
         auto& recipe = lists["recipeList"][is_nested(index) ? "Inner" : "R"];
-        recipe["values"][name.c_str()] = Json::parse(cases.at(index)[1]);
+        recipe["values"][name.c_str()] = Json::parse(cases.at(index).value);
     }
     return lists;
 }
