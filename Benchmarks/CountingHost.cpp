@@ -64,7 +64,9 @@ void CountingHost::add_recipes(int count)
     Value const& all = recipes;
     for (auto recipe = all.begin(); recipe != all.end(); ++recipe)
     {
-        m_changes->on_change(Context(), ("recipeList::Line::" + std::string(recipe.name())).c_str(), "recipe");
+        // A listener that is told of a change has nothing to refuse.
+        static_cast<void>(
+            m_changes->on_change(Context(), ("recipeList::Line::" + std::string(recipe.name())).c_str(), "recipe"));
     }
 }
 
@@ -138,7 +140,10 @@ std::unique_ptr<IRavikSrvExt> load_recipe_management(CountingHost& host)
     double version = 0;
     reinterpret_cast<Entry>(entry)(&host, &extension, &version);
     std::unique_ptr<IRavikSrvExt> owned(extension);
-    owned->init(Context());
+    if (owned->init(Context()).result() != RavikSrv::ErrorValue::SUCCESS)
+    {
+        throw std::runtime_error("the extension could not be initialised");
+    }
     return owned;
 }
 
