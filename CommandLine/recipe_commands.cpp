@@ -1,12 +1,12 @@
 #include "commands.h"
 
 #include "Table.h"
+#include "ValueComparison.h"
 #include "function_answer.h"
 #include "nearest_name.h"
 #include "recipe_functions.h"
 #include "recipe_names.h"
 #include "text_width.h"
-#include "value_comparison.h"
 
 #include "Configuration/configuration_keys.h"
 #include "Json/Json.h"

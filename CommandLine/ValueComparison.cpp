@@ -1,39 +1,17 @@
-#include "value_comparison.h"
+#include "ValueComparison.h"
 
 #include "Configuration/MemberIndex.h"
 #include "Configuration/configuration_keys.h"
 
 #include "algorithm_helper.h"
 #include "api_helper.h"
-
-#include <cmath>
-#include <limits>
+#include "value_comparison.h"
 
 namespace Ravik::CommandLine
 {
 
 using RavikSrv::Value;
-using RavikSrv::ValueType;
 using RavikSrv::Algorithm::to_string;
-
-namespace
-{
-
-template <typename Float> bool within_epsilon(double left, double right)
-{
-    auto const narrow_left = static_cast<Float>(left);
-    auto const narrow_right = static_cast<Float>(right);
-    return narrow_left == narrow_right ||
-           std::fabs(narrow_left - narrow_right) <= std::numeric_limits<Float>::epsilon();
-}
-
-bool describes_float(Value const& schema)
-{
-    auto const reference = to_string(schema["$ref"]);
-    return reference == "ravik:general#/definitions/REAL32" || reference == "ravik:general#/definitions/REAL";
-}
-
-} // namespace
 
 ValueComparison::ValueComparison(Project const& project, Value const& configuration, Value const& recipe)
 {
@@ -47,7 +25,7 @@ ValueComparison::ValueComparison(Project const& project, Value const& configurat
     }
     for (auto const& symbol : project.symbols())
     {
-        m_is_float[symbol.name] = describes_float(symbol.schema);
+        m_is_float[symbol.name] = RavikSrv::describes_float(symbol.schema);
     }
 }
 
@@ -59,16 +37,8 @@ std::string ValueComparison::symbol_of(std::string const& member) const
 
 bool ValueComparison::agree(std::string const& member, Value const& stored, Value const& current) const
 {
-    auto converted = current;
-    converted.convert(stored.type());
-    if (stored.type() != ValueType::Double || converted.type() != ValueType::Double)
-    {
-        return stored == converted;
-    }
     auto const found = m_is_float.find(RavikSrv::name_from_path(symbol_of(member).c_str()));
-    return found != m_is_float.end() && found->second
-               ? within_epsilon<float>(stored.get_double(), converted.get_double())
-               : within_epsilon<double>(stored.get_double(), converted.get_double());
+    return RavikSrv::values_agree(stored, current, found != m_is_float.end() && found->second);
 }
 
 } // namespace Ravik::CommandLine
