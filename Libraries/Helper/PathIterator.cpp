@@ -51,14 +51,22 @@ bool PathIterator::next()
         return false;
     }
     take_name(m_names.part());
+    m_at_start = false;
     return true;
 }
 
 void PathIterator::take_name(std::string_view part)
 {
     auto const length = part.ends_with(']') ? name_length(part) : part.size();
-    m_component.assign(part.substr(0, length));
     m_indices = part.substr(length);
+    if (m_at_start && length == 0 && !m_indices.empty())
+    {
+        take_index();
+    }
+    else
+    {
+        m_component.assign(part.substr(0, length));
+    }
 }
 
 void PathIterator::take_index()

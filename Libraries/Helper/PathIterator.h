@@ -18,7 +18,7 @@ class NameSplitter
 public:
     explicit NameSplitter(std::string_view name) noexcept : m_rest(name), m_more(!name.empty()) {}
 
-    /// Steps to the next part; answers false behind the last one. An empty name has no parts.
+    /// Steps to the next part; returns false behind the last one. An empty name has no parts.
     bool next() noexcept;
     std::string_view part() const noexcept { return m_part; }
 
@@ -31,7 +31,8 @@ private:
 
 /// Walks the components of a server path from the front without splitting the whole of it: the names between the
 /// separators "::", and behind a name each index in brackets as a component of its own, so that a[2]::b gives a, 2, b.
-/// Brackets that are no such index (a[x], a[], a[1]b) are ordinary characters of the name.
+/// A path may also begin with an index, as does what lies below a symbol: [2]::b gives 2, b. Brackets that are no such
+/// index (a[x], a[], a[1]b) are ordinary characters of the name.
 ///
 /// The path must outlive the iterator. A component is valid until the next step.
 class PathIterator
@@ -39,7 +40,7 @@ class PathIterator
 public:
     explicit PathIterator(std::string_view path) noexcept : m_names(path) {}
 
-    /// Steps to the next component; answers false behind the last one. An empty path has no components.
+    /// Steps to the next component; returns false behind the last one. An empty path has no components.
     bool next();
     /// The component that the last step reached. Empty where two separators stand in a row, or one at either end.
     std::string const& component() const& noexcept { return m_component; }
@@ -50,6 +51,7 @@ private:
     void take_index();
 
     NameSplitter m_names;
+    bool m_at_start = true;
     /// The indices of the part that the walk is in, brackets included.
     std::string_view m_indices;
     std::string m_component;

@@ -48,7 +48,7 @@ PathNode node_path(std::string const& path, Value const& root);
 MutablePathNode node_path(std::string const& path, Value& root);
 PathNode node_path(std::string const& path, Value const&& root) = delete;
 
-/// Follows `path` from `root` and answers whether the whole of it was followed, with a copy of the node reached. The
+/// Follows `path` from `root` and returns whether the whole of it was followed, with a copy of the node reached. The
 /// walk goes through an event into the event's data.
 std::pair<bool, Value> follow_hmi_path(std::string const& path, Value const& root);
 

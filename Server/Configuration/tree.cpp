@@ -158,7 +158,7 @@ SplitPath split_last(std::string const& path)
     {
         return {.parent = path.substr(0, path.rfind('[')), .name = last};
     }
-    return {.parent = path.substr(0, split), .name = path.substr(name_start)};
+    return {.parent = path.substr(0, split), .name = last};
 }
 
 std::string join(std::string_view parent, std::string_view name)

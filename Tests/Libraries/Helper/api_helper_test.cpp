@@ -11,7 +11,7 @@ namespace RavikSrv
 namespace
 {
 
-/// a: a list of 1, {b: 2, "": 3}, [4, 5]; s: a struct with x: 6; e: an event whose data hold y: 7; "n[x]": 8
+/// a: a list of 1, {b: 2, "": 3}, [4, 5]; s: a struct with x: 6; e: an event whose data hold y: 7; "n[x]": 8; 0: {x: 9}
 Value tree()
 {
     Value root;
@@ -23,6 +23,7 @@ Value tree()
     root["e"].set_type(ValueType::Event);
     root["e"]["data"]["y"] = 7;
     root["n[x]"] = 8;
+    root["0"]["x"] = 9;
     return root;
 }
 
@@ -99,10 +100,14 @@ TEST(Paths, node_path_and_follow_hmi_path_walk)
     expect_walk("s::x", "x", 6);
     expect_walk("n[x]", "n[x]", 8);
     expect_walk("e::y", "y", 7);
+    expect_walk("[n[x]]", "[n[x]]");
+    expect_walk("[0]::x", "x", 9);
+    expect_walk("[0][x]", "[0][x]");
+    expect_walk("[1]", "1");
     expect_walk("a[3]::b", "3");
     expect_walk("s::x::z", "z");
     expect_walk("a[99999999999999999999]", "99999999999999999999");
-    for (auto const* const with_empty_component : {"a[1]::", "a::::0", "::a", "a:::0", "[0]"})
+    for (auto const* const with_empty_component : {"a[1]::", "a::::0", "::a", "a:::0", "a::[0]", "::[0]"})
     {
         expect_walk(with_empty_component, "");
     }
