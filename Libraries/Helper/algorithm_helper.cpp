@@ -18,7 +18,8 @@ bool equals(char const* left, char const* right)
 
 bool iequals(std::string const& left, char const* right)
 {
-    return boost::algorithm::iequals(left, right, std::locale::classic());
+    // As the C comparison, which this stands for, ends at a zero byte.
+    return boost::algorithm::iequals(left.c_str(), right, std::locale::classic());
 }
 
 bool empty(char const* text)

@@ -14,7 +14,7 @@ namespace RavikSrv::Algorithm
 /// Whether both texts are the same, byte for byte.
 bool equals(char const* left, char const* right);
 
-/// Whether both texts are the same but for the case of ASCII letters.
+/// Whether both texts, up to their first zero byte, are the same but for the case of ASCII letters.
 bool iequals(std::string const& left, char const* right);
 
 /// Whether the text is empty.
@@ -31,18 +31,18 @@ bool ends_with(std::string const& text, std::string const& suffix);
 bool contains(std::string const& text, std::string const& needle, unsigned start = 0);
 bool contains(std::string const& text, char const* needle, unsigned start = 0);
 
-/// Replaces the first occurrence of `from` by `to`, in place, and answers whether there was one. An empty `from` occurs
+/// Replaces the first occurrence of `from` by `to`, in place, and returns whether there was one. An empty `from` occurs
 /// in front of every text but the empty one, in which nothing is replaced.
 bool replace(std::string& text, std::string const& from, std::string const& to);
 
-/// Removes `prefix` from the front of the text where it stands there; answers whether it did.
+/// Removes `prefix` from the front of the text where it stands there; returns whether it did.
 bool remove_start(std::string& text, std::string const& prefix);
 
 /// The parts of a server name between the separators "::". An empty text has no parts; any other has one more than
 /// separators, empty ones included. Single colons, points and brackets are ordinary characters.
 std::vector<std::string> split_symbol_name(char const* name);
 
-/// Reads a text of decimal digits alone. Answers false, and leaves `number` as it is, for any other text and for a
+/// Reads a text of decimal digits alone. Returns false, and leaves `number` as it is, for any other text and for a
 /// number beyond the range.
 bool try_as_size_t(std::string const& text, std::size_t& number);
 

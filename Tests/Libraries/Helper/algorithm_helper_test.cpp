@@ -59,6 +59,7 @@ TEST(Algorithm, compares_bytes)
     EXPECT_TRUE(equals("RecipeA", "RecipeA") && equals("", ""));
     EXPECT_FALSE(equals("RecipeA", "recipea") || equals("a", "ab"));
     EXPECT_TRUE(iequals("RecipeA", "recipea") && iequals("", "") && iequals("[Z", "[z"));
+    EXPECT_TRUE(iequals(std::string("a\0b", 3), "A") && iequals("A", "a\0c")) << "up to a zero byte";
     EXPECT_FALSE(iequals("a", "ab") || iequals("\xC3\xA4", "\xC3\x84") || iequals("@", "`") || iequals("[", "{"));
     EXPECT_TRUE(empty("") && !empty(" "));
 }
