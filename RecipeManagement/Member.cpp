@@ -8,7 +8,7 @@
 namespace RecipeManagement
 {
 
-Member::Member(RavikSrv::ConstIterator<RavikSrv::Value> const& member) : name(member.name())
+Member::Member(RavikSrv::ConstIterator<Value> const& member) : name(member.name())
 {
     auto const end = member->end();
     for (auto entry = member->begin(); entry != end; ++entry)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "RavikSrvExtApi.h"
+#include "api_types.h"
 
 namespace RecipeManagement
 {
@@ -9,7 +9,7 @@ namespace RecipeManagement
 /// entry of "members" that it was read from.
 struct Member
 {
-    explicit Member(RavikSrv::ConstIterator<RavikSrv::Value> const& member);
+    explicit Member(RavikSrv::ConstIterator<Value> const& member);
 
     char const* name;
     /// Empty where there is none, as is the recipe type.
@@ -17,8 +17,8 @@ struct Member
     char const* recipe_type = "";
     bool enabled = false;
     /// Null where there is none, as is the schema.
-    RavikSrv::Value const* default_value = nullptr;
-    RavikSrv::Value const* schema = nullptr;
+    Value const* default_value = nullptr;
+    Value const* schema = nullptr;
 };
 
 } // namespace RecipeManagement

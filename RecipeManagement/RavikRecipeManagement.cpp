@@ -1,6 +1,7 @@
 #include "RavikRecipeManagement.h"
 
 #include "configuration_keys.h"
+#include "recipe_result.h"
 
 #include "algorithm_helper.h"
 #include "boundary_guard.h"
@@ -8,15 +9,6 @@
 
 namespace RecipeManagement
 {
-
-using RavikSrv::Command;
-using RavikSrv::CommandGroup;
-using RavikSrv::Context;
-using RavikSrv::ErrorValue;
-using RavikSrv::ResultPair;
-using RavikSrv::String;
-using RavikSrv::Value;
-using RavikSrv::ValueType;
 
 namespace
 {
@@ -32,8 +24,8 @@ Value listener_settings()
     paths << Value("*");
     Value settings;
     settings.set_type(ValueType::Struct);
-    settings.insert("flags", every_change);
-    settings.insert("paths", paths);
+    settings.insert(Key::flags, every_change);
+    settings.insert(Key::paths, paths);
     Value all;
     all.set_type(ValueType::Vector);
     all << settings;
@@ -44,7 +36,7 @@ Value listener_settings()
 
 // Lifecycle -----------------------------------------------------------------------------------------------------------
 
-RavikRecipeManagement::RavikRecipeManagement(RavikSrv::IRavikSrvExtHost* given_host) : host(given_host)
+RavikRecipeManagement::RavikRecipeManagement(IRavikSrvExtHost* given_host) : host(given_host)
 {
 }
 
@@ -58,7 +50,7 @@ ResultPair RavikRecipeManagement::init(Context context)
         {
             host->register_listener(context, static_cast<RavikSrv::IRavikSrvRequestListener*>(this));
             host->register_listener(context, static_cast<RavikSrv::IRavikSrvExportListener*>(this));
-            internal_host = dynamic_cast<RavikSrv::IInternalHost*>(host);
+            internal_host = dynamic_cast<IInternalHost*>(host);
             host->register_listener(context, static_cast<RavikSrv::RavikSrvConfigListener*>(this), listener_settings());
             return ResultPair(ErrorValue::SUCCESS);
         });
@@ -81,7 +73,7 @@ std::vector<RavikRecipeManagement::Function> const& RavikRecipeManagement::funct
 {
     static std::vector<Function> const all{
         {"ActivateRecipe", &RavikRecipeManagement::activate_recipe},
-        {"ReadFromTarget", &RavikRecipeManagement::read_from_target_afresh},
+        {"ReadFromTarget", &RavikRecipeManagement::read_from_target},
         {"UpdateRecipe", &RavikRecipeManagement::update_recipe},
         {"GetRecipes", &RavikRecipeManagement::get_recipes},
         {"GetActiveRecipes", &RavikRecipeManagement::get_active_recipes},
@@ -105,7 +97,7 @@ void RavikRecipeManagement::answer(Context const& context, Command& command) noe
 {
     for (auto const& function : functions())
     {
-        if (RavikSrv::Algorithm::equals(command.mapping(), function.name))
+        if (Algorithm::equals(command.mapping(), function.name))
         {
             RavikSrv::guarded(
                 function.name, [&] { (this->*function.handler)(context, command); },

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "RavikSrvExtApi.h"
+#include "api_types.h"
 
 #include <string>
 
@@ -24,7 +24,7 @@ struct SymbolData
     /// The member's name; in the record of a type, the member or recipe type that it stands for.
     std::string name;
     /// What the recipe assigns, or what was read from the controller; null until then.
-    RavikSrv::Value value;
+    Value value;
     /// The server domain that serves the symbol.
     std::string domain;
     /// The member's flag.
@@ -34,9 +34,9 @@ struct SymbolData
     /// Whether this stands for a recipe type, not for a symbol.
     bool is_recipetype = false;
     /// What the member is given where the recipe has no value for it.
-    RavikSrv::Value default_value;
+    Value default_value;
     /// The member's own schema.
-    RavikSrv::Value schema;
+    Value schema;
 };
 
 /// Whether both stand for the same symbol or type. What is known about it takes no part.

@@ -42,7 +42,7 @@ SymbolData* SymbolList::find_name(std::string_view name)
     return found == m_first_by_name.end() ? nullptr : found->second;
 }
 
-std::vector<Member> const& SymbolList::members_of(RavikSrv::Value const& type)
+std::vector<Member> const& SymbolList::members_of(Value const& type)
 {
     auto const& entries = type[Key::members];
     if (auto const read = m_types_read.find(&entries); read != m_types_read.end())

@@ -17,7 +17,7 @@ namespace RecipeManagement
 {
 
 /// The records of one request in the order in which they were reached, and the types read for them. Searches answer
-/// what a walk from the front answers, without the walk. Belongs to one request and does no locking.
+/// what a walk from the front would return, without the walk. Belongs to one request and does no locking.
 class SymbolList
 {
 public:
@@ -38,7 +38,7 @@ public:
     SymbolData* find_name(std::string_view name);
 
     /// The members of a recipe type of the configuration, read when they are first asked for.
-    std::vector<Member> const& members_of(RavikSrv::Value const& type);
+    std::vector<Member> const& members_of(Value const& type);
 
     /// How many of the records stand for symbols.
     std::size_t symbol_count() const noexcept { return m_records.size() - m_types.size(); }
@@ -64,12 +64,12 @@ private:
     struct TypeMembers
     {
         /// What the members refer to; kept, so that nothing else comes to stand at its address.
-        RavikSrv::Value type;
+        Value type;
         std::vector<Member> members;
     };
 
     /// By the address of a type's members, which all copies of the type share.
-    std::unordered_map<RavikSrv::Value const*, TypeMembers> m_types_read;
+    std::unordered_map<Value const*, TypeMembers> m_types_read;
 };
 
 } // namespace RecipeManagement

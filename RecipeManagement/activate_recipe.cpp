@@ -2,7 +2,9 @@
 #include "Member.h"
 #include "NameMap.h"
 #include "RavikRecipeManagement.h"
+#include "RecipeRequest.h"
 #include "configuration_keys.h"
+#include "symbol_resolution.h"
 #include "value_text.h"
 #include "walk_limits.h"
 
@@ -13,15 +15,14 @@
 
 #include <cstdint>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace RecipeManagement
 {
 
-namespace Algorithm = RavikSrv::Algorithm;
-using RavikSrv::Command;
-using RavikSrv::CommandGroup;
-using RavikSrv::Context;
-using RavikSrv::Value;
+namespace
+{
 
 /// The write commands of a recipe, a group for each domain.
 ///
@@ -59,19 +60,14 @@ private:
     DomainGroups<CommandGroup> m_groups;
     /// Made once, since each insertion copies it.
     Command m_write;
-    std::size_t m_types_reached = 0;
+    std::size_t m_types_walked = 0;
     std::size_t m_failures = 0;
     /// The depths, a bit for each, from which a type has been walked without a failure: once more would add nothing.
     boost::unordered_flat_map<Value const*, std::uint64_t> m_walked;
 };
 
-namespace
-{
-
 /// The types of a recipe are walked twice as deep as when its symbols are collected.
 constexpr unsigned long write_recursion_limit = 2 * recursion_limit;
-
-} // namespace
 
 WriteGroups::WriteGroups(Command& command, SymbolList& symbols, Value const& config)
     : m_command(command), m_config(config), m_types(symbols)
@@ -88,7 +84,7 @@ WriteGroups::WriteGroups(Command& command, SymbolList& symbols, Value const& con
 
 void WriteGroups::add_to_cmd_group_if_enabled(std::string const& recipetype_name, unsigned long depth)
 {
-    if (depth + 1 > write_recursion_limit || ++m_types_reached > walk_limit)
+    if (depth + 1 > write_recursion_limit)
     {
         ++m_failures;
         set_command_result(m_command, RecipeResult::RECURSION);
@@ -106,6 +102,12 @@ void WriteGroups::add_to_cmd_group_if_enabled(std::string const& recipetype_name
     auto const is_repeated = walked != m_walked.end() && (walked->second & bit) != 0;
     if (is_repeated || Algorithm::equals(text_of((*type)[Key::options][Key::enabled]), type_disabled))
     {
+        return;
+    }
+    if (++m_types_walked > walk_limit)
+    {
+        ++m_failures;
+        set_command_result(m_command, RecipeResult::RECURSION);
         return;
     }
     auto const failures_before = m_failures;
@@ -160,60 +162,77 @@ CommandGroup WriteGroups::take(std::string const& domain)
     return group;
 }
 
-void RavikRecipeManagement::activate_recipe(Context const& context, Command& command)
+/// One activation of a recipe.
+class ActivateRecipe : private RecipeRequest
 {
-    set_command_result(command, RecipeResult::SUCCESS);
-    std::string recipe_path;
-    if (!requested_recipe(command, recipe_path))
+public:
+    ActivateRecipe(Call const& call, Command& command) : RecipeRequest(call, command) {}
+
+    void activate_recipe();
+
+private:
+    void write_symbols(std::vector<std::string> const& domains);
+    /// Writes the symbols that `domain` serves. Returns false where that failed; the command then says why.
+    [[nodiscard]] bool create_cmd_group_and_activate(WriteGroups& groups, std::string const& domain);
+};
+
+void ActivateRecipe::activate_recipe()
+{
+    set_command_result(m_command, RecipeResult::SUCCESS);
+    if (!requested_recipe())
     {
         return;
     }
-    auto config = host->get_config_value(context, "");
-    SymbolList symbols;
-    if (!resolve_recipe(command, config, recipe_path, symbols, RecipeResult::ACTIVATING_FAILED))
+    m_config = m_call.read_configuration();
+    if (!resolve_recipe(RecipeResult::ACTIVATING_FAILED))
     {
         return;
     }
     std::vector<std::string> domains;
-    auto const mapped = symboldata_from_srv_config(symbols, domains, read_symbol_table());
+    auto const mapped = symboldata_from_srv_config(m_symbols, domains, m_call.read_symbol_table());
     if (mapped != RecipeResult::SUCCESS)
     {
-        set_command_result(command, mapped);
+        set_command_result(m_command, mapped);
         return;
     }
-    write_symbols(context, command, config, symbols, recipe_path, domains);
+    write_symbols(domains);
 }
 
-void RavikRecipeManagement::write_symbols(Context const& context, Command& command, Value const& config,
-                                          SymbolList& symbols, std::string const& recipe_path,
-                                          std::vector<std::string> const& domains)
+void ActivateRecipe::write_symbols(std::vector<std::string> const& domains)
 {
-    auto const* const recipetype_name = RavikSrv::node_path(join_path(recipe_path, Key::recipe_type_name), config).node;
+    auto const* const recipetype_name =
+        RavikSrv::node_path(join_path(m_recipe_path, Key::recipe_type_name), std::as_const(m_config)).node;
     if (recipetype_name == nullptr)
     {
-        set_command_error(command, recipe_path, RecipeResult::MISSING_RECIPE_DATA);
+        set_command_error(m_command, m_recipe_path, RecipeResult::MISSING_RECIPE_DATA);
         return;
     }
-    WriteGroups groups(command, symbols, config);
+    WriteGroups groups(m_command, m_symbols, m_config);
     groups.add_to_cmd_group_if_enabled(text_of(*recipetype_name), 0);
     for (auto const& domain : domains)
     {
-        if (create_cmd_group_and_activate(context, command, groups, domain))
+        if (!create_cmd_group_and_activate(groups, domain))
         {
             return;
         }
     }
     // What fails among the server's own symbols leaves its text and does not fail the request.
-    create_cmd_group_and_activate(context, command, groups, server_domain);
-    set_command_result(command, RecipeResult::SUCCESS);
+    static_cast<void>(create_cmd_group_and_activate(groups, server_domain));
+    set_command_result(m_command, RecipeResult::SUCCESS);
 }
 
-bool RavikRecipeManagement::create_cmd_group_and_activate(Context const& context, Command& command, WriteGroups& groups,
-                                                          std::string const& domain)
+bool ActivateRecipe::create_cmd_group_and_activate(WriteGroups& groups, std::string const& domain)
 {
     auto group = groups.take(domain);
-    auto const error = host->execute_command_group(context, &group);
-    return handle_read_errors(command, error, group, RecipeResult::ACTIVATING_RECIPE_PARTLY_FAILED);
+    auto const error = m_call.execute(group);
+    return handle_read_errors(error, group, RecipeResult::ACTIVATING_RECIPE_PARTLY_FAILED);
+}
+
+} // namespace
+
+void RavikRecipeManagement::activate_recipe(Context const& context, Command& command)
+{
+    ActivateRecipe(call_in(context), command).activate_recipe();
 }
 
 } // namespace RecipeManagement

@@ -1,5 +1,8 @@
 #include "configuration_keys.h"
 
+#include "api_types.h"
+
+#include "algorithm_helper.h"
 #include "api_helper.h"
 
 namespace RecipeManagement
@@ -18,6 +21,18 @@ std::string add_path_recipetypelist(std::string const& name)
 std::string add_path_recipelist(std::string const& name)
 {
     return join_path(Key::recipe_list, name);
+}
+
+std::string relative_recipetype_name(std::string path)
+{
+    Algorithm::replace(path, add_path_recipetypelist(""), "");
+    return path;
+}
+
+std::string relative_recipe_name(std::string path)
+{
+    Algorithm::replace(path, add_path_recipelist(""), "");
+    return path;
 }
 
 } // namespace RecipeManagement

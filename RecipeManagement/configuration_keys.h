@@ -33,13 +33,21 @@ inline constexpr char const* values = "values";
 inline constexpr char const* domain = "DOMAIN";
 inline constexpr char const* use_mapping = "USEMAPPING";
 inline constexpr char const* symbol_schema = "SCHEMA";
-inline constexpr char const* reference = "$ref";
+
+// A schema.
+inline constexpr char const* items = "items";
+inline constexpr char const* properties = "properties";
+inline constexpr char const* definitions = "definitions";
+
+// The settings of a configuration listener.
+inline constexpr char const* flags = "flags";
+inline constexpr char const* paths = "paths";
 
 // The parameters of the requests.
 inline constexpr char const* path = "path";
 inline constexpr char const* recipe_type_path = "recipeTypePath";
 
-// What UpdateRecipe answers.
+// What UpdateRecipe tells.
 inline constexpr char const* info = "info";
 
 } // namespace Key
@@ -70,5 +78,9 @@ std::string add_path_recipetypelist(std::string const& name);
 
 /// The configuration path of the recipe `name`, which may lie in folders and is not checked.
 std::string add_path_recipelist(std::string const& name);
+
+/// The names by which recipe types name the recipe type, and recipes and clients the recipe, at a configuration path.
+std::string relative_recipetype_name(std::string path);
+std::string relative_recipe_name(std::string path);
 
 } // namespace RecipeManagement

@@ -1,37 +1,58 @@
+#include "Call.h"
 #include "NameMap.h"
 #include "RavikRecipeManagement.h"
 #include "configuration_keys.h"
+#include "recipe_config_handler/StoredPaths.h"
+#include "recipe_result.h"
 #include "value_text.h"
 #include "walk_limits.h"
 
 #include "algorithm_helper.h"
 #include "api_helper.h"
 
-#include <boost/thread/lock_types.hpp>
 #include <boost/unordered/unordered_flat_map.hpp>
 
 #include <algorithm>
-#include <cmath>
-#include <limits>
 
 namespace RecipeManagement
 {
 
-namespace Algorithm = RavikSrv::Algorithm;
-using RavikSrv::Command;
-using RavikSrv::Context;
-using RavikSrv::Value;
-using RavikSrv::ValueType;
-
 namespace
 {
 
-/// The name by which clients address the recipe at a full path.
-std::string relative_name(std::string path)
+/// One listing of the recipes of a type.
+class GetRecipes
 {
-    Algorithm::replace(path, join_path(Key::recipe_list, ""), "");
-    return path;
-}
+public:
+    GetRecipes(Call const& call, Command& command, StoredPaths const& recipe_paths,
+               StoredPaths const& recipe_type_paths)
+        : m_call(call), m_command(command), m_recipe_paths(recipe_paths), m_recipe_type_paths(recipe_type_paths)
+    {
+    }
+
+    void get_recipes();
+
+private:
+    /// How often the recipes of a type are listed.
+    using Listings = NameMap<std::size_t>;
+
+    /// Returns false where the request has failed; the command then says why.
+    [[nodiscard]] bool list(Listings const& listings, std::vector<std::string>& names);
+    void collect_heirs();
+    /// Appends to `result` the names of all types that inherit the type, directly or through others, one for each way
+    /// in which they do. Sets the command's result to `RECURSION` where a walk goes too deep or the names too many;
+    /// returns false in the latter case, in which the walk must end.
+    bool influenced_by_inherited_recipetype(std::string const& recipetype_name, std::vector<std::string>& result,
+                                            unsigned long depth);
+
+    Call const m_call;
+    Command& m_command;
+    StoredPaths const m_recipe_paths;
+    StoredPaths const m_recipe_type_paths;
+    Value m_config;
+    /// The types that inherit a type directly, in the order of the stored paths.
+    boost::unordered_flat_map<std::string, std::vector<std::string>> m_heirs;
+};
 
 Value list_of(std::vector<std::string> const& names)
 {
@@ -45,43 +66,45 @@ Value list_of(std::vector<std::string> const& names)
     return list;
 }
 
-} // namespace
-
-std::vector<std::string> RavikRecipeManagement::copy_recipe_paths()
+void GetRecipes::get_recipes()
 {
-    boost::unique_lock<boost::mutex> const lock(recipe_paths_mutex);
-    return {recipe_paths.begin(), recipe_paths.end()};
-}
-
-// GetRecipes ----------------------------------------------------------------------------------------------------------
-
-void RavikRecipeManagement::get_recipes(Context const& context, Command& command)
-{
-    Value const& parameters = command.write_value();
+    Value const& parameters = std::as_const(m_command).write_value();
     if (parameters.type() != ValueType::Struct)
     {
-        set_command_result(command, RecipeResult::INVALID_WRITEVALUE);
+        set_command_result(m_command, RecipeResult::INVALID_WRITEVALUE);
         return;
     }
     auto const requested = Algorithm::to_string(parameters[Key::recipe_type_path]);
-    auto const config = host->get_config_value(context, "");
+    m_config = m_call.read_configuration();
+    collect_heirs();
     std::vector<std::string> heirs;
-    influenced_by_inherited_recipetype(requested, heirs, config, command, 0);
+    // What was collected before a failure counts.
+    static_cast<void>(influenced_by_inherited_recipetype(requested, heirs, 0));
     // A type that inherits the requested one in several ways has its recipes listed once for each.
-    NameMap<std::size_t> listings;
+    Listings listings;
     for (auto const& heir : heirs)
     {
         ++listings[heir];
     }
     listings[requested] = 1;
     std::vector<std::string> names;
-    for (auto const& path : copy_recipe_paths())
+    if (list(listings, names))
+    {
+        std::reverse(names.begin(), names.end());
+        m_command.set_read_value(list_of(names));
+    }
+}
+
+bool GetRecipes::list(Listings const& listings, std::vector<std::string>& names)
+{
+    Value const& config = m_config;
+    for (auto const& path : m_recipe_paths.copy())
     {
         auto const* const recipe = RavikSrv::node_path(path, config).node;
         if (recipe == nullptr)
         {
-            set_command_result(command, RecipeResult::MISSING_RECIPE_VALUES);
-            return;
+            set_command_result(m_command, RecipeResult::MISSING_RECIPE_VALUES);
+            return false;
         }
         std::string_view const type = text_of((*recipe)[Key::recipe_type_name]);
         auto const found = listings.find(type);
@@ -91,213 +114,55 @@ void RavikRecipeManagement::get_recipes(Context const& context, Command& command
         }
         if (names.size() + found->second > walk_limit)
         {
-            set_command_result(command, RecipeResult::RECURSION);
-            return;
-        }
-        names.insert(names.end(), found->second, relative_name(path));
-    }
-    std::reverse(names.begin(), names.end());
-    command.set_read_value(list_of(names));
-}
-
-// Comparing a recipe with the controllers -----------------------------------------------------------------------------
-
-namespace
-{
-
-/// Whether an entry of the symbol table describes a floating-point symbol of 32 bits.
-bool is_float(Value const& symbol)
-{
-    auto const* const reference = text_of(symbol[Key::symbol_schema][Key::reference]);
-    return Algorithm::equals(reference, "ravik:general#/definitions/REAL32") ||
-           Algorithm::equals(reference, "ravik:general#/definitions/REAL");
-}
-
-/// Whether both are the same but for the epsilon of their type. A NaN is the same as nothing.
-template <typename Number> bool is_within_epsilon(Number left, Number right)
-{
-    return left == right || std::abs(left - right) <= std::numeric_limits<Number>::epsilon();
-}
-
-/// Compares stored values with those that were read.
-class Comparison
-{
-public:
-    Comparison(SymbolList const& symbols, Value const& symbol_mapping) : m_symbol_mapping(symbol_mapping)
-    {
-        m_symbols.reserve(symbols.symbol_count());
-        for (auto const& record : symbols)
-        {
-            if (!record.is_recipetype)
-            {
-                m_symbols.emplace(record.name, &record.symbol);
-            }
-        }
-    }
-
-    bool agrees(char const* name, Value const& stored, Value current) const
-    {
-        current.convert(stored.type());
-        // What can't be converted is no number either, and agrees with none.
-        if (stored.type() != ValueType::Double || current.type() != ValueType::Double)
-        {
-            return current == stored;
-        }
-        auto const left = stored.get_double();
-        auto const right = current.get_double();
-        return is_float(mapping_of(name)) ? is_within_epsilon(static_cast<float>(left), static_cast<float>(right))
-                                          : is_within_epsilon(left, right);
-    }
-
-private:
-    /// The table's entry under the member's name, or else that of the member's symbol.
-    Value const& mapping_of(char const* name) const
-    {
-        auto const& entry = m_symbol_mapping[name];
-        auto const symbol = m_symbols.find(std::string_view(name));
-        return entry.isset() || symbol == m_symbols.end()
-                   ? entry
-                   : m_symbol_mapping[RavikSrv::name_from_path(symbol->second->c_str()).c_str()];
-    }
-
-    Value const& m_symbol_mapping;
-    /// By name, that of the first record.
-    NameMap<std::string const*> m_symbols;
-};
-
-} // namespace
-
-// GetActiveRecipes ----------------------------------------------------------------------------------------------------
-
-/// What a search for active recipes knows. Each recipe is read and compared once in a request, however many others
-/// name it: otherwise recipes that name several others would take exponential time.
-struct RavikRecipeManagement::ActiveSearch
-{
-    struct Verdict
-    {
-        bool is_active = false;
-        /// How many levels of nested recipes the verdict took, with the recipe's own: from deeper down than these
-        /// leave room for, it would have failed.
-        unsigned long levels = 1;
-    };
-
-    Context const& context;
-    Command& command;
-    Value const& config;
-    Value const& symbol_mapping;
-    /// By full path. A search ends at its first failure, so none is kept.
-    boost::unordered_flat_map<std::string, Verdict> verdicts = {};
-};
-
-void RavikRecipeManagement::get_active_recipes(Context const& context, Command& command)
-{
-    auto const config = host->get_config_value(context, "");
-    auto const symbol_mapping = read_symbol_table();
-    ActiveSearch search{context, command, config, symbol_mapping};
-    Value answer;
-    answer.set_type(ValueType::Vector);
-    // Answers false where the request has failed.
-    auto const examine = [&](std::string const& path, std::string const& name)
-    {
-        if (recipe_is_active(search, path, 0))
-        {
-            answer << Value(name.c_str());
-        }
-        return command.extension_result() == 0;
-    };
-    // A copy, since the command is worked on.
-    Value const requested = command.write_value();
-    for (auto entry = requested.begin_vector(); entry != requested.end_vector(); ++entry)
-    {
-        auto const name = Algorithm::to_string(*entry);
-        if (!examine(add_path_recipelist(name), name))
-        {
-            return;
-        }
-    }
-    auto const paths = requested.empty() ? copy_recipe_paths() : std::vector<std::string>();
-    for (auto const& path : paths)
-    {
-        if (!examine(path, relative_name(path)))
-        {
-            return;
-        }
-    }
-    set_command_result(command, RecipeResult::SUCCESS);
-    command.set_read_value(answer);
-}
-
-bool RavikRecipeManagement::recipe_is_active(ActiveSearch& search, std::string const& path, unsigned long depth)
-{
-    auto const known = search.verdicts.find(path);
-    auto const levels = known == search.verdicts.end() ? 1 : known->second.levels;
-    if (depth + levels > recursion_limit)
-    {
-        set_command_result(search.command, RecipeResult::RECURSION);
-        return false;
-    }
-    if (known != search.verdicts.end())
-    {
-        return known->second.is_active;
-    }
-    auto const* const recipe = RavikSrv::node_path(path, search.config).node;
-    if (recipe == nullptr)
-    {
-        set_command_result(search.command, RecipeResult::MISSING_RECIPE_DATA);
-        return false;
-    }
-    ActiveSearch::Verdict verdict;
-    auto const& stored = (*recipe)[Key::values];
-    if (stored.begin() != stored.end())
-    {
-        auto const name = relative_name(path);
-        Value parameters;
-        parameters.set_type(ValueType::Struct);
-        parameters.insert(Key::path, Value(name.c_str()));
-        Command probe;
-        probe.set_write_value(parameters);
-        SymbolList symbols;
-        read_from_target(search.context, probe, search.config, search.symbol_mapping, symbols);
-        if (probe.extension_result() != 0)
-        {
-            search.command.set_extension_result(probe.extension_result());
+            set_command_result(m_command, RecipeResult::RECURSION);
             return false;
         }
-        Value const& read = probe.read_value();
-        verdict.is_active =
-            values_are_active(search, stored, read[name.c_str()][Key::values], symbols, depth, verdict.levels);
+        names.insert(names.end(), found->second, relative_recipe_name(path));
     }
-    if (search.command.extension_result() == 0)
-    {
-        search.verdicts.emplace(path, verdict);
-    }
-    return verdict.is_active;
+    return true;
 }
 
-bool RavikRecipeManagement::values_are_active(ActiveSearch& search, Value const& stored, Value const& current,
-                                              SymbolList& symbols, unsigned long depth, unsigned long& levels)
+void GetRecipes::collect_heirs()
 {
-    Comparison const comparison(symbols, search.symbol_mapping);
-    auto verdict = false;
-    for (auto value = stored.begin(); value != stored.end(); ++value)
+    Value const& config = m_config;
+    for (auto const& path : m_recipe_type_paths.copy())
     {
-        // Where nothing was read for a value, the verdict on the value before it stands.
-        if (auto const read = current.find(value.name()); read != current.end())
+        auto const* const type = RavikSrv::node_path(path, config).node;
+        if (type == nullptr)
         {
-            verdict = comparison.agrees(value.name(), *value, *read);
+            continue;
         }
-        if (value->type() == ValueType::String)
+        auto const name = relative_recipetype_name(path);
+        auto const& inherited = (*type)[Key::recipe_type_names];
+        for (auto entry = inherited.begin_vector(); entry != inherited.end_vector(); ++entry)
         {
-            auto const* const record = symbols.find_name(value.name());
-            auto const nested = find_nested_recipe(value->get_string(), record != nullptr && record->is_recipetype);
-            if (!nested.empty())
-            {
-                verdict = recipe_is_active(search, nested, depth + 1);
-                auto const known = search.verdicts.find(nested);
-                levels = std::max(levels, known == search.verdicts.end() ? 1 : known->second.levels + 1);
-            }
+            m_heirs[text_of(*entry)].push_back(name);
         }
-        if (!verdict)
+    }
+}
+
+bool GetRecipes::influenced_by_inherited_recipetype(std::string const& recipetype_name,
+                                                    std::vector<std::string>& result, unsigned long depth)
+{
+    if (is_too_deep(depth))
+    {
+        set_command_result(m_command, RecipeResult::RECURSION);
+        return true;
+    }
+    auto const found = m_heirs.find(recipetype_name);
+    if (found == m_heirs.end())
+    {
+        return true;
+    }
+    for (auto const& heir : found->second)
+    {
+        if (result.size() == walk_limit)
+        {
+            set_command_result(m_command, RecipeResult::RECURSION);
+            return false;
+        }
+        result.push_back(heir);
+        if (!influenced_by_inherited_recipetype(heir, result, depth + 1))
         {
             return false;
         }
@@ -305,23 +170,11 @@ bool RavikRecipeManagement::values_are_active(ActiveSearch& search, Value const&
     return true;
 }
 
-std::string RavikRecipeManagement::find_nested_recipe(char const* text, bool stands_for_recipe)
+} // namespace
+
+void RavikRecipeManagement::get_recipes(Context const& context, Command& command)
 {
-    std::string path = text;
-    boost::unique_lock<boost::mutex> const lock(recipe_paths_mutex);
-    if (recipe_paths.contains(path))
-    {
-        return path;
-    }
-    if (stands_for_recipe && !Algorithm::starts_with(path, Key::recipe_list))
-    {
-        path = add_path_recipelist(path);
-        if (recipe_paths.contains(path))
-        {
-            return path;
-        }
-    }
-    return {};
+    GetRecipes(call_in(context), command, stored_recipes(), stored_recipe_types()).get_recipes();
 }
 
 } // namespace RecipeManagement

@@ -1,21 +1,17 @@
+#include "read_from_target.h"
+
 #include "DomainGroups.h"
 #include "NameMap.h"
 #include "RavikRecipeManagement.h"
 #include "configuration_keys.h"
+#include "symbol_resolution.h"
 
-#include "algorithm_helper.h"
 #include "api_helper.h"
+
+#include <utility>
 
 namespace RecipeManagement
 {
-
-namespace Algorithm = RavikSrv::Algorithm;
-using RavikSrv::Command;
-using RavikSrv::CommandGroup;
-using RavikSrv::Context;
-using RavikSrv::ErrorValue;
-using RavikSrv::Value;
-using RavikSrv::ValueType;
 
 /// The read commands of a domain and the records that they are for, in the order of the list.
 struct ReadGroup
@@ -69,7 +65,7 @@ void set_recipe_values(ReadGroup const& reads, Value const& stored, Value& value
 }
 
 /// A recipe of whose symbols none was read has no entry.
-Value answer_of(std::string name, Value const& recipe, Value const& values, bool is_any_read)
+Value answer_of(std::string const& path, Value const& recipe, Value const& values, bool is_any_read)
 {
     Value answer;
     answer.set_type(ValueType::Map);
@@ -77,45 +73,39 @@ Value answer_of(std::string name, Value const& recipe, Value const& values, bool
     {
         return answer;
     }
-    Algorithm::replace(name, join_path(Key::recipe_list, ""), "");
     Value entry;
     entry.set_type(ValueType::Map);
     entry.insert(Key::recipe_type_name, recipe[Key::recipe_type_name]);
     entry.insert(Key::values, values);
-    answer.insert(name.c_str(), entry);
+    answer.insert(relative_recipe_name(path).c_str(), entry);
     return answer;
 }
 
 } // namespace
 
-void RavikRecipeManagement::read_from_target_afresh(Context const& context, Command& command)
+ReadFromTarget::ReadFromTarget(Call const& call, Command& command, Value const& config, Value const& symbol_mapping)
+    : RecipeRequest(call, command), m_symbol_mapping(symbol_mapping)
 {
-    auto const config = host->get_config_value(context, "");
-    SymbolList symbols;
-    read_from_target(context, command, config, read_symbol_table(), symbols);
+    m_config = config;
 }
 
-void RavikRecipeManagement::read_from_target(Context const& context, Command& command, Value const& config,
-                                             Value const& symbol_mapping, SymbolList& symbols)
+void ReadFromTarget::read_from_target()
 {
-    std::string recipe_path;
-    auto whole = config;
-    if (!requested_recipe(command, recipe_path) ||
-        !resolve_recipe(command, whole, recipe_path, symbols, RecipeResult::READ_FROM_TARGET_FAILED))
+    if (!requested_recipe() || !resolve_recipe(RecipeResult::READ_FROM_TARGET_FAILED))
     {
         return;
     }
     std::vector<std::string> domains;
-    if (auto const mapped = symboldata_from_srv_config(symbols, domains, symbol_mapping);
+    if (auto const mapped = symboldata_from_srv_config(m_symbols, domains, m_symbol_mapping);
         mapped != RecipeResult::SUCCESS)
     {
-        set_command_result(command, mapped);
+        set_command_result(m_command, mapped);
         return;
     }
     domains.emplace_back(server_domain);
-    auto groups = collect_reads(symbols);
+    auto groups = collect_reads(m_symbols);
     // Found a moment ago, when its symbols were resolved.
-    Value const& recipe = *RavikSrv::node_path(recipe_path, config).node;
+    Value const& recipe = *RavikSrv::node_path(m_recipe_path, std::as_const(m_config)).node;
     Value values;
     values.set_type(ValueType::Map);
     auto is_any_read = false;
@@ -126,33 +116,40 @@ void RavikRecipeManagement::read_from_target(Context const& context, Command& co
         {
             continue;
         }
-        if (create_cmd_group_and_read_from_target(context, command, reads, recipe, values))
+        if (!create_cmd_group_and_read_from_target(reads, recipe, values))
         {
             return;
         }
         is_any_read = true;
     }
-    if (command.extension_result() == 0)
+    if (m_command.extension_result() == 0)
     {
-        command.set_read_value(answer_of(recipe_path, recipe, values, is_any_read));
-        set_command_result(command, RecipeResult::SUCCESS);
+        m_command.set_read_value(answer_of(m_recipe_path, recipe, values, is_any_read));
+        set_command_result(m_command, RecipeResult::SUCCESS);
     }
 }
 
-bool RavikRecipeManagement::create_cmd_group_and_read_from_target(Context const& context, Command& command,
-                                                                  ReadGroup& reads, Value const& stored, Value& values)
+bool ReadFromTarget::create_cmd_group_and_read_from_target(ReadGroup& reads, Value const& stored, Value& values)
 {
-    auto const error = host->execute_command_group(context, &reads.commands);
-    if (handle_read_errors(command, error, reads.commands, RecipeResult::READ_FROM_TARGET_PARTLY_FAILED))
+    auto const error = m_call.execute(reads.commands);
+    if (!handle_read_errors(error, reads.commands, RecipeResult::READ_FROM_TARGET_PARTLY_FAILED))
     {
         if (error != ErrorValue::SUCCESS)
         {
-            set_command_error(command, RavikSrv::get_error_string(error).name(), RecipeResult::SERVER_ERROR);
+            set_command_error(m_command, RavikSrv::get_error_string(error).name(), RecipeResult::SERVER_ERROR);
         }
-        return true;
+        return false;
     }
     set_recipe_values(reads, stored, values);
-    return false;
+    return true;
+}
+
+void RavikRecipeManagement::read_from_target(Context const& context, Command& command)
+{
+    auto const call = call_in(context);
+    auto const config = call.read_configuration();
+    auto const symbol_mapping = call.read_symbol_table();
+    ReadFromTarget(call, command, config, symbol_mapping).read_from_target();
 }
 
 } // namespace RecipeManagement

@@ -48,12 +48,12 @@ char const* result_name(RecipeResult code) noexcept
     return result_name(static_cast<std::uint32_t>(code));
 }
 
-void set_command_result(RavikSrv::Command& command, RecipeResult code) noexcept
+void set_command_result(Command& command, RecipeResult code) noexcept
 {
     command.set_extension_result(static_cast<std::uint32_t>(code));
 }
 
-void set_command_error(RavikSrv::Command& command, std::string const& text, RecipeResult const& code)
+void set_command_error(Command& command, std::string const& text, RecipeResult const& code)
 {
     command.set_result_string(("Server: " + text).c_str());
     set_command_result(command, code);

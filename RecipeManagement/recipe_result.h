@@ -1,6 +1,6 @@
 #pragma once
 
-#include "RavikSrvExtApi.h"
+#include "api_types.h"
 
 #include <cstdint>
 #include <string>
@@ -41,10 +41,10 @@ char const* result_name(std::uint32_t code) noexcept;
 char const* result_name(RecipeResult code) noexcept;
 
 /// Sets the command's extension result and leaves its text alone.
-void set_command_result(RavikSrv::Command& command, RecipeResult code) noexcept;
+void set_command_result(Command& command, RecipeResult code) noexcept;
 
 /// Marks the command as failed: its result string becomes "Server: " followed by `text`, its extension result `code`.
 /// Nothing else of it is touched; the caller decides whether to go on.
-void set_command_error(RavikSrv::Command& command, std::string const& text, RecipeResult const& code);
+void set_command_error(Command& command, std::string const& text, RecipeResult const& code);
 
 } // namespace RecipeManagement

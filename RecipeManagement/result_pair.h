@@ -2,18 +2,18 @@
 
 #include "recipe_result.h"
 
-#include "RavikSrvExtApi.h"
+#include "api_types.h"
 
 namespace RecipeManagement
 {
 
-inline bool failed(RavikSrv::ResultPair const& result) noexcept
+inline bool failed(ResultPair const& result) noexcept
 {
-    return result.result() != RavikSrv::ErrorValue::SUCCESS;
+    return result.result() != ErrorValue::SUCCESS;
 }
 
 /// A failure whose text is the name of one of the extension's own results.
-inline RavikSrv::ResultPair failure(RavikSrv::ErrorValue error, RecipeResult text)
+inline ResultPair failure(ErrorValue error, RecipeResult text)
 {
     return {error, result_name(text)};
 }

@@ -1,5 +1,6 @@
+#include "symbol_resolution.h"
+
 #include "Member.h"
-#include "RavikRecipeManagement.h"
 #include "configuration_keys.h"
 #include "result_pair.h"
 #include "value_text.h"
@@ -9,16 +10,12 @@
 #include "api_helper.h"
 
 #include <boost/unordered/unordered_flat_map.hpp>
+#include <boost/unordered/unordered_flat_set.hpp>
 
 #include <utility>
 
 namespace RecipeManagement
 {
-
-namespace Algorithm = RavikSrv::Algorithm;
-using RavikSrv::ErrorValue;
-using RavikSrv::ResultPair;
-using RavikSrv::Value;
 
 namespace
 {
@@ -34,19 +31,19 @@ public:
     ResultPair recipetype_symbols(std::string const& recipetype_name, unsigned long depth, std::string& type_context);
 
 private:
-    /// What a type came to: the records from `first` up to `last`, so many of them symbols, and so many types reached.
+    /// What a type came to: the records from `first` up to `last`, so many of them symbols.
     struct Walked
     {
         unsigned long depth;
         std::size_t first;
         std::size_t last;
         std::size_t symbols;
-        std::size_t types;
     };
 
     Value const& config() const { return m_config; }
     ResultPair walk(std::string const& recipetype_name, unsigned long depth, std::string& type_context);
-    ResultPair repeat(Walked const& walked);
+    ResultPair repeat(Walked& walked);
+    bool is_walked_too_often(Value const& type);
     ResultPair take_from_partial_configuration(std::string const& path, std::string const& recipetype_name);
     ResultPair add_inherited(Value const& names, unsigned long depth);
     ResultPair add_member(Member const& member, unsigned long depth, std::string& type_context);
@@ -55,9 +52,12 @@ private:
 
     Value& m_config;
     SymbolList& m_symbols;
-    std::size_t m_types_reached = 0;
     /// By type and type context. A type that is reached again, no deeper than before, appends the same symbols again.
     boost::unordered_flat_map<std::pair<std::string, std::string>, Walked> m_walked;
+    /// The types that have been walked in any context or at any depth, and how many members and inherited types have
+    /// been looked at once more.
+    boost::unordered_flat_set<Value const*> m_known;
+    std::size_t m_looked_at_again = 0;
 };
 
 ResultPair missing_type(std::string path)
@@ -84,34 +84,42 @@ ResultPair TypeWalk::recipetype_symbols(std::string const& recipetype_name, unsi
     }
     auto const first = m_symbols.size();
     auto const first_symbol = m_symbols.symbol_count();
-    auto const first_type = m_types_reached;
     auto result = walk(recipetype_name, depth, type_context);
     if (!failed(result))
     {
-        Walked const walked{depth, first, m_symbols.size(), m_symbols.symbol_count() - first_symbol,
-                            m_types_reached - first_type};
-        m_walked.insert_or_assign(key, walked);
+        m_walked.insert_or_assign(key, Walked{depth, first, m_symbols.size(), m_symbols.symbol_count() - first_symbol});
     }
     return result;
 }
 
-ResultPair TypeWalk::repeat(Walked const& walked)
+ResultPair TypeWalk::repeat(Walked& walked)
 {
-    m_types_reached += walked.types;
-    if (m_types_reached > walk_limit || m_symbols.size() + walked.symbols > walk_limit)
+    auto const first = m_symbols.size();
+    if (first + walked.symbols > walk_limit)
     {
         return too_large();
     }
     m_symbols.repeat_symbols(walked.first, walked.last);
+    // The next repetition takes these, between which no types stand: it costs no more than what it appends.
+    walked.first = first;
+    walked.last = m_symbols.size();
     return ErrorValue::SUCCESS;
+}
+
+/// What is remembered holds for one context and from one depth on. In others the type is walked anew, which may bring
+/// next to nothing; as long as it does, nothing else bounds how often.
+bool TypeWalk::is_walked_too_often(Value const& type)
+{
+    if (m_known.insert(&type).second)
+    {
+        return false;
+    }
+    m_looked_at_again += 1 + type[Key::members].size() + type[Key::recipe_type_names].size();
+    return m_looked_at_again > walk_limit;
 }
 
 ResultPair TypeWalk::walk(std::string const& recipetype_name, unsigned long depth, std::string& type_context)
 {
-    if (++m_types_reached > walk_limit)
-    {
-        return too_large();
-    }
     auto const path = add_path_recipetypelist(recipetype_name);
     if (auto result = take_from_partial_configuration(path, recipetype_name); failed(result))
     {
@@ -124,6 +132,10 @@ ResultPair TypeWalk::walk(std::string const& recipetype_name, unsigned long dept
     }
     // A copy, since the configuration may be replaced on the way.
     Value const type = *found; // NOLINT(performance-unnecessary-copy-initialization)
+    if (is_walked_too_often(*found))
+    {
+        return too_large();
+    }
     if (auto result = add_inherited(type[Key::recipe_type_names], depth); failed(result))
     {
         return result;
@@ -330,8 +342,8 @@ void take_mapping(Value const& mapping, SymbolData& record)
 
 } // namespace
 
-ResultPair RavikRecipeManagement::get_symbol_data(Value& config, std::string& recipe_path, SymbolList& symbols,
-                                                  Value const& recipe, std::string const& recipe_name)
+ResultPair get_symbol_data(Value& config, std::string& recipe_path, SymbolList& symbols, Value const& recipe,
+                           std::string const& recipe_name)
 {
     auto const* const source = recipe.isset() ? &recipe : RavikSrv::node_path(recipe_path, std::as_const(config)).node;
     if (source == nullptr)
@@ -348,8 +360,8 @@ ResultPair RavikRecipeManagement::get_symbol_data(Value& config, std::string& re
     return ValueWalk(config, symbols, recipe, recipe_name).recipe_values(recipe_path, 0);
 }
 
-RecipeResult RavikRecipeManagement::symboldata_from_srv_config(SymbolList& symbols, std::vector<std::string>& domains,
-                                                               Value const& symbol_mapping)
+RecipeResult symboldata_from_srv_config(SymbolList& symbols, std::vector<std::string>& domains,
+                                        Value const& symbol_mapping)
 {
     boost::unordered_flat_set<std::string_view> known;
     for (auto& record : symbols)

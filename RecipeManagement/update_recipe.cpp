@@ -1,22 +1,21 @@
+#include "InheritedDefaults.h"
 #include "Member.h"
 #include "NameMap.h"
 #include "RavikRecipeManagement.h"
+#include "RecipeRequest.h"
 #include "configuration_keys.h"
+#include "result_pair.h"
 #include "value_text.h"
 
 #include "algorithm_helper.h"
 #include "api_helper.h"
 
+#include <optional>
+#include <string>
+#include <utility>
+
 namespace RecipeManagement
 {
-
-namespace Algorithm = RavikSrv::Algorithm;
-using RavikSrv::Command;
-using RavikSrv::Context;
-using RavikSrv::ErrorValue;
-using RavikSrv::ResultPair;
-using RavikSrv::Value;
-using RavikSrv::ValueType;
 
 namespace
 {
@@ -24,18 +23,12 @@ namespace
 constexpr auto remove_entry = static_cast<RavikSrv::CommandOption>(2048);
 constexpr auto replace_entry = static_cast<RavikSrv::CommandOption>(128);
 
-/// A command that addresses an entry of the extension's configuration.
-Command config_command(Context const& context, std::string const& path, RavikSrv::CommandOption options)
+/// Why a check ended an update: what the command is to say.
+struct UpdateFailure
 {
-    Command command(join_path(std::string(context.domain()) + ".Config", path).c_str());
-    command.set_options(options);
-    return command;
-}
-
-ResultPair member_failure(RecipeResult code, std::string const& text)
-{
-    return {static_cast<ErrorValue>(code), text.c_str()};
-}
+    RecipeResult code;
+    std::string text;
+};
 
 std::string name_and_text(ResultPair const& result)
 {
@@ -112,105 +105,116 @@ private:
     NameMap<Assignments> m_by_symbol;
 };
 
-} // namespace
-
-void RavikRecipeManagement::update_recipe(Context const& context, Command& command)
+/// One update of a stored recipe: drops what its type no longer has, fills in what it lacks, and checks the values.
+class UpdateRecipe : private RecipeRequest
 {
-    std::string recipe_path;
-    if (!requested_recipe(command, recipe_path))
+public:
+    UpdateRecipe(Call const& call, Command& command) : RecipeRequest(call, command) {}
+
+    void update_recipe();
+
+private:
+    void update_values();
+    /// Empties the values of a recipe whose type has no members.
+    void clear_values();
+    /// Removes the values that no record stands for; the command's read value then tells which.
+    void drop_stale_values(Value const& values);
+    bool drop(std::string const& path);
+    /// Fills in the members of the recipe's own type that have no value; `values` are those that the recipe holds.
+    [[nodiscard]] std::optional<UpdateFailure> validate_members(Value const& members, Value const& values);
+    [[nodiscard]] std::optional<UpdateFailure> fill_in(char const* name, Value const& value) const;
+    /// Checks the values of the symbols that no other type brought along, and resets those of a wrong type.
+    [[nodiscard]] std::optional<UpdateFailure> validate_recipe_schema();
+    [[nodiscard]] std::optional<UpdateFailure> validate_value(IInternalHost& host, SymbolData const& record) const;
+    /// Writes one value of the recipe.
+    [[nodiscard]] ErrorValue write_value(std::string const& name, Value const& value) const;
+
+    std::string m_values_path;
+};
+
+void UpdateRecipe::update_recipe()
+{
+    if (!requested_recipe())
     {
         return;
     }
-    auto config = host->get_config_value(context, "");
-    SymbolList symbols;
-    if (!resolve_recipe(command, config, recipe_path, symbols, RecipeResult::UPDATING_RECIPE_FAILED))
+    m_config = m_call.read_configuration();
+    if (!resolve_recipe(RecipeResult::UPDATING_RECIPE_FAILED))
     {
         return;
     }
-    if (symbols.empty())
-    {
-        clear_values(context, command, join_path(recipe_path, Key::values));
-        return;
-    }
-    update_values(context, command, config, recipe_path, symbols);
+    m_values_path = join_path(m_recipe_path, Key::values);
+    m_symbols.empty() ? clear_values() : update_values();
 }
 
-void RavikRecipeManagement::clear_values(Context const& context, Command& command, std::string const& values_path)
+void UpdateRecipe::clear_values()
 {
     Value none;
     none.set_type(ValueType::Map);
-    auto replacement = config_command(context, values_path, replace_entry);
+    Command replacement(m_call.config_command(m_values_path).c_str());
+    replacement.set_options(replace_entry);
     replacement.set_write_value(none);
-    auto const error = host->execute_command(context, &replacement);
+    auto const error = m_call.execute(replacement);
     if (error == ErrorValue::SUCCESS && replacement.result() == ErrorValue::SUCCESS)
     {
-        set_command_result(command, RecipeResult::SUCCESS);
+        set_command_result(m_command, RecipeResult::SUCCESS);
         return;
     }
-    set_command_error(command, RavikSrv::get_error_string(replacement.result()).name(),
+    set_command_error(m_command, RavikSrv::get_error_string(replacement.result()).name(),
                       RecipeResult::UPDATING_RECIPE_FAILED);
 }
 
-void RavikRecipeManagement::update_values(Context const& context, Command& command, Value const& config,
-                                          std::string const& recipe_path, SymbolList& symbols)
+void UpdateRecipe::update_values()
 {
-    auto const values_path = join_path(recipe_path, Key::values);
-    auto const* const values = RavikSrv::node_path(values_path, config).node;
+    Value const& config = m_config;
+    auto const* const values = RavikSrv::node_path(m_values_path, config).node;
     if (values == nullptr)
     {
-        set_command_result(command, RecipeResult::MISSING_RECIPE_VALUES);
+        set_command_result(m_command, RecipeResult::MISSING_RECIPE_VALUES);
         return;
     }
-    auto const* const type = RavikSrv::node_path(join_path(recipe_path, Key::recipe_type_name), config).node;
+    auto const* const type = RavikSrv::node_path(join_path(m_recipe_path, Key::recipe_type_name), config).node;
     std::string const type_name = type != nullptr ? text_of(*type) : "";
     auto const* const members =
         RavikSrv::node_path(join_path(add_path_recipetypelist(type_name), Key::members), config).node;
     if (members == nullptr)
     {
-        set_command_result(command, RecipeResult::MISSING_RECIPETYPE_MEMBERS);
+        set_command_result(m_command, RecipeResult::MISSING_RECIPETYPE_MEMBERS);
         return;
     }
-    drop_stale_values(context, command, *values, values_path, symbols);
-    recipe_add_inherited_symbols(context, command, type_name, config, values_path, 0);
-    auto const members_valid = validate_members(context, values_path, *members, *values, symbols);
-    if (members_valid.result() != ErrorValue::SUCCESS)
+    drop_stale_values(*values);
+    InheritedDefaults inherited(m_call, m_command, config, m_values_path, *values, m_symbols);
+    inherited.recipe_add_inherited_symbols(type_name);
+    auto failure = validate_members(*members, inherited.held());
+    if (!failure)
     {
-        set_command_error(command, members_valid.text(), static_cast<RecipeResult>(members_valid.result()));
-        return;
+        failure = validate_recipe_schema();
     }
-    validate_recipe_schema(context, command, values_path, symbols);
-    if (command.extension_result() == 0)
+    if (failure)
     {
-        set_command_result(command, RecipeResult::SUCCESS);
+        set_command_error(m_command, failure->text, failure->code);
+    }
+    else if (m_command.extension_result() == 0)
+    {
+        set_command_result(m_command, RecipeResult::SUCCESS);
     }
 }
 
-void RavikRecipeManagement::drop_stale_values(Context const& context, Command& command, Value const& values,
-                                              std::string const& values_path, SymbolList& symbols)
+void UpdateRecipe::drop_stale_values(Value const& values)
 {
     Value info;
     info.set_type(ValueType::Vector);
     for (auto value = values.begin(); value != values.end(); ++value)
     {
-        if (symbols.find_name(value.name()) != nullptr)
+        if (m_symbols.find_name(value.name()) != nullptr)
         {
             continue;
         }
-        auto const path = join_path(values_path, value.name());
-        auto removal = config_command(context, path, remove_entry);
-        auto const error = host->execute_command(context, &removal);
-        if (removal.result() == ErrorValue::SUCCESS)
+        // The others are dropped whatever comes of this one.
+        auto const path = join_path(m_values_path, value.name());
+        if (drop(path))
         {
             info << Value((path + " not found in recipeType: Deleted").c_str());
-        }
-        // The others are still dropped.
-        for (auto const failure : {error, removal.result()})
-        {
-            if (failure != ErrorValue::SUCCESS)
-            {
-                set_command_error(command, RavikSrv::get_error_string(failure).name(),
-                                  RecipeResult::UPDATING_RECIPE_PARTLY_FAILED);
-            }
         }
     }
     if (!info.empty())
@@ -218,113 +222,134 @@ void RavikRecipeManagement::drop_stale_values(Context const& context, Command& c
         Value answer;
         answer.set_type(ValueType::Map);
         answer.insert(Key::info, info);
-        command.set_read_value(answer);
+        m_command.set_read_value(answer);
     }
 }
 
-ResultPair RavikRecipeManagement::validate_members(Context const& context, std::string const& values_path,
-                                                   Value const& members, Value const& values, SymbolList& symbols)
+/// Returns whether the value is gone, which it may be although the host tells of a failure.
+bool UpdateRecipe::drop(std::string const& path)
 {
-    MemberRecords const records(symbols);
+    Command removal(m_call.config_command(path).c_str());
+    removal.set_options(remove_entry);
+    auto const error = m_call.execute(removal);
+    for (auto const failure : {error, removal.result()})
+    {
+        if (failure != ErrorValue::SUCCESS)
+        {
+            set_command_error(m_command, RavikSrv::get_error_string(failure).name(),
+                              RecipeResult::UPDATING_RECIPE_PARTLY_FAILED);
+        }
+    }
+    return removal.result() == ErrorValue::SUCCESS;
+}
+
+std::optional<UpdateFailure> UpdateRecipe::validate_members(Value const& members, Value const& values)
+{
+    MemberRecords const records(m_symbols);
     for (auto entry = members.begin(); entry != members.end(); ++entry)
     {
         auto const* const name = entry.name();
         auto* const record = Algorithm::empty(Member(entry).symbol) ? nullptr : records.find(name);
+        std::optional<UpdateFailure> failure;
         if (record == nullptr)
         {
             // The member nests a type; no recipe is named yet.
-            auto const error = values.find(name) != values.end() ? ErrorValue::SUCCESS
-                                                                 : write_value(context, values_path, name, Value(""));
-            if (error != ErrorValue::SUCCESS)
-            {
-                return member_failure(RecipeResult::UPDATING_RECIPE_FAILED, RavikSrv::get_error_string(error).name());
-            }
-            continue;
+            failure = values.find(name) != values.end() ? std::nullopt : fill_in(name, Value(""));
         }
-        if (auto const* const other = records.find_contradiction(*record); other != nullptr)
+        else if (auto const* const other = records.find_contradiction(*record); other != nullptr)
         {
-            return member_failure(RecipeResult::MULTIPLE_VALUES_ASSIGNED_TO_SYMBOL,
-                                  other->recipetype + ": " + other->name);
+            failure =
+                UpdateFailure{RecipeResult::MULTIPLE_VALUES_ASSIGNED_TO_SYMBOL, other->recipetype + ": " + other->name};
         }
         // A value that lies on another record of that name, or comes from a nested recipe, is a value as well.
-        if (record->value.isset() || values[name].isset() || !record->default_value.isset())
+        else if (!record->value.isset() && !values[name].isset() && record->default_value.isset())
+        {
+            failure = fill_in(name, record->default_value);
+            record->value = record->default_value;
+        }
+        if (failure)
+        {
+            return failure;
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<UpdateFailure> UpdateRecipe::fill_in(char const* name, Value const& value) const
+{
+    auto const error = write_value(name, value);
+    return error == ErrorValue::SUCCESS ? std::nullopt
+                                        : std::optional(UpdateFailure{RecipeResult::UPDATING_RECIPE_FAILED,
+                                                                      RavikSrv::get_error_string(error).name()});
+}
+
+std::optional<UpdateFailure> UpdateRecipe::validate_recipe_schema()
+{
+    auto* const host = m_call.internal_host();
+    if (host == nullptr)
+    {
+        return UpdateFailure{RecipeResult::VALIDATION_FAILED,
+                             RavikSrv::get_error_string(ErrorValue::NOT_IMPLEMENTED).name()};
+    }
+    for (auto const& record : m_symbols)
+    {
+        // The members of other types are checked when the recipes of their types are updated.
+        if (record.is_recipetype || !record.recipetype.empty())
         {
             continue;
         }
-        if (auto const error = write_value(context, values_path, name, record->default_value);
-            error != ErrorValue::SUCCESS)
+        if (auto failure = validate_value(*host, record))
         {
-            return member_failure(RecipeResult::UPDATING_RECIPE_FAILED, RavikSrv::get_error_string(error).name());
+            return failure;
         }
-        record->value = record->default_value;
-    }
-    return {};
-}
-
-void RavikRecipeManagement::validate_recipe_schema(Context const& context, Command& command,
-                                                   std::string const& values_path, SymbolList const& symbols)
-{
-    if (internal_host == nullptr)
-    {
-        set_command_error(command, RavikSrv::get_error_string(ErrorValue::NOT_IMPLEMENTED).name(),
-                          RecipeResult::VALIDATION_FAILED);
-        return;
-    }
-    for (auto const& record : symbols)
-    {
-        // The members of other types are checked when the recipes of their types are updated.
-        if (!record.is_recipetype && record.recipetype.empty() &&
-            !validate_record(context, command, values_path, record))
+        // The default value, on purpose: the symbol has judged the recipe's.
+        auto const default_fits =
+            record.schema.isset() ? host->validate(record.schema, record.default_value, "") : ResultPair();
+        if (failed(default_fits))
         {
-            return;
+            return UpdateFailure{RecipeResult::SCHEMA, name_and_text(default_fits)};
         }
     }
+    return std::nullopt;
 }
 
-bool RavikRecipeManagement::validate_record(Context const& context, Command& command, std::string const& values_path,
-                                            SymbolData const& record)
+std::optional<UpdateFailure> UpdateRecipe::validate_value(IInternalHost& host, SymbolData const& record) const
 {
-    auto const fits = internal_host->validate_symbol_value(record.symbol.c_str(), record.value);
+    auto const fits = host.validate_symbol_value(record.symbol.c_str(), record.value);
+    if (!failed(fits))
+    {
+        return std::nullopt;
+    }
     auto const is_wrong_type =
         fits.result() == ErrorValue::TYPE_MISMATCH || fits.result() == ErrorValue::ENUM_VALUE_MISMATCH;
-    // Where there is no value there is none to reset; what stands under that name belongs to another record.
-    auto const is_reset = is_wrong_type && record.value.isset() && record.default_value.isset();
-    auto const is_accepted = fits.result() == ErrorValue::SUCCESS || (is_wrong_type && !record.value.isset());
-    if (is_reset)
+    if (is_wrong_type && !record.value.isset())
     {
-        auto const error = write_value(context, values_path, record.name, record.default_value);
-        if (error != ErrorValue::SUCCESS)
-        {
-            set_command_error(command, RavikSrv::get_error_string(error).name(), RecipeResult::VALIDATION_FAILED);
-            return false;
-        }
+        // Where there is no value there is none to reset; what stands under that name belongs to another record.
+        return std::nullopt;
     }
-    else if (!is_accepted)
+    if (!is_wrong_type || !record.default_value.isset())
     {
-        set_command_error(command, name_and_text(fits), RecipeResult::SCHEMA);
-        return false;
+        return UpdateFailure{RecipeResult::SCHEMA, name_and_text(fits)};
     }
-    if (!record.schema.isset())
-    {
-        return true;
-    }
-    // The default value, on purpose: the symbol has judged the recipe's.
-    auto const default_fits = internal_host->validate(record.schema, record.default_value, "");
-    if (default_fits.result() != ErrorValue::SUCCESS)
-    {
-        set_command_error(command, name_and_text(default_fits), RecipeResult::SCHEMA);
-        return false;
-    }
-    return true;
+    auto const error = write_value(record.name, record.default_value);
+    return error == ErrorValue::SUCCESS ? std::nullopt
+                                        : std::optional(UpdateFailure{RecipeResult::VALIDATION_FAILED,
+                                                                      RavikSrv::get_error_string(error).name()});
 }
 
-ErrorValue RavikRecipeManagement::write_value(Context const& context, std::string const& values_path,
-                                              std::string const& name, Value const& value)
+ErrorValue UpdateRecipe::write_value(std::string const& name, Value const& value) const
 {
     Value written;
     written.set_type(ValueType::Map);
     written.insert(name.c_str(), value);
-    return host->set_config_value(context, values_path.c_str(), &written);
+    return m_call.write(m_values_path, written);
+}
+
+} // namespace
+
+void RavikRecipeManagement::update_recipe(Context const& context, Command& command)
+{
+    UpdateRecipe(call_in(context), command).update_recipe();
 }
 
 } // namespace RecipeManagement

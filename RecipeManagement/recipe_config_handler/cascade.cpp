@@ -5,17 +5,10 @@
 
 #include "algorithm_helper.h"
 
-#include <boost/thread/lock_types.hpp>
-
 #include <utility>
 
 namespace RecipeManagement
 {
-
-namespace Algorithm = RavikSrv::Algorithm;
-using RavikSrv::ErrorValue;
-using RavikSrv::ResultPair;
-using RavikSrv::Value;
 
 namespace
 {
@@ -28,27 +21,25 @@ std::string last_part(std::string const& path)
 
 } // namespace
 
-Move::Move(std::string from, std::string to)
+PathChange::PathChange(std::string from, std::string to)
     : old_path(std::move(from)), new_path(std::move(to)), new_name(last_part(new_path))
 {
 }
 
-bool Move::moves_type(std::string const& name) const
+bool PathChange::moves_type(std::string const& name) const
 {
     return !name.empty() && Algorithm::contains(add_path_recipetypelist(name), old_path);
 }
 
-std::string Move::moved_type(std::string const& name) const
+std::string PathChange::moved_type(std::string const& name) const
 {
     auto path = add_path_recipetypelist(name);
     Algorithm::replace(path, old_path, new_path);
-    Algorithm::replace(path, add_path_recipetypelist(""), "");
-    return path;
+    return relative_recipetype_name(path);
 }
 
-PassWrites::PassWrites(RavikSrv::IRavikSrvExtHost& host, RavikSrv::Context const& context)
-    : m_host(host), m_context(context),
-      m_running_text(std::string(result_name(RecipeResult::DELETE_RENAME_PARTLY_FAILED)) + ": ")
+PassWrites::PassWrites(Call const& call)
+    : m_call(call), m_running_text(std::string(result_name(RecipeResult::DELETE_RENAME_PARTLY_FAILED)) + ": ")
 {
 }
 
@@ -62,22 +53,22 @@ void PassWrites::remove(std::string const& path)
     set(path, nullptr);
 }
 
-void PassWrites::carry_type(Move const& move, std::string const& name, std::string const& owner,
+void PassWrites::carry_type(PathChange const& change, std::string const& name, std::string const& owner,
                             std::string const& reference)
 {
-    if (move.is_delete())
+    if (change.is_delete())
     {
         remove(owner);
     }
     else
     {
-        write(reference, Value(move.moved_type(name).c_str()));
+        write(reference, Value(change.moved_type(name).c_str()));
     }
 }
 
 void PassWrites::set(std::string const& path, Value const* value)
 {
-    auto const error = m_host.set_config_value(m_context, path.c_str(), value);
+    auto const error = value != nullptr ? m_call.write(path, *value) : m_call.remove(path);
     if (error != ErrorValue::SUCCESS)
     {
         m_running_text += path;
@@ -88,12 +79,6 @@ void PassWrites::set(std::string const& path, Value const* value)
 ResultPair write_outcome(ErrorValue error, std::string const& text)
 {
     return error == ErrorValue::SUCCESS ? ResultPair() : ResultPair(error, text.c_str());
-}
-
-std::vector<std::string> copy_paths(PathList const& paths, boost::mutex& mutex)
-{
-    boost::unique_lock<boost::mutex> const lock(mutex);
-    return {paths.begin(), paths.end()};
 }
 
 } // namespace RecipeManagement

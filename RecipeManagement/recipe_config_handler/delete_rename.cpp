@@ -1,21 +1,15 @@
 #include "RavikRecipeManagement.h"
 #include "configuration_keys.h"
-#include "recipe_config_handler/cascade.h"
+#include "recipe_config_handler/DeleteRename.h"
 #include "result_pair.h"
 
 #include "algorithm_helper.h"
 #include "boundary_guard.h"
 
-#include <boost/thread/lock_types.hpp>
+#include <utility>
 
 namespace RecipeManagement
 {
-
-namespace Algorithm = RavikSrv::Algorithm;
-using RavikSrv::Context;
-using RavikSrv::ErrorValue;
-using RavikSrv::ResultPair;
-using RavikSrv::Value;
 
 ResultPair RavikRecipeManagement::on_delete(Context context, char const* path, Value const& /*value*/,
                                             char const* /*schema_type*/)
@@ -32,25 +26,36 @@ ResultPair RavikRecipeManagement::on_rename(Context context, char const* path, c
 ResultPair RavikRecipeManagement::delete_rename(Context const& context, std::string const& old_path,
                                                 std::string const& new_path)
 {
-    Move const move(old_path, new_path);
-    delete_rename_path(old_path, new_path);
-    // All passes read this one state; none sees what another has written.
-    auto const snapshot = host->get_config_value(context, "");
+    PathChange const change(old_path, new_path);
+    return DeleteRename(call_in(context), change, stored_recipes(), stored_recipe_types()).delete_rename();
+}
+
+DeleteRename::DeleteRename(Call const& call, PathChange change, StoredPaths const& recipes,
+                           StoredPaths const& recipe_types)
+    : m_call(call), m_change(std::move(change)), m_recipes(recipes), m_recipe_types(recipe_types)
+{
+}
+
+ResultPair DeleteRename::delete_rename()
+{
+    delete_rename_path();
+    m_snapshot = m_call.read_configuration();
+    auto const& old_path = m_change.old_path;
     ResultPair result;
     if (Algorithm::starts_with(old_path, Key::recipe_type_list))
     {
         if (Algorithm::contains(old_path, Key::members) || Algorithm::contains(old_path, Key::recipe_type_names))
         {
-            result = delete_rename_recipe_values(snapshot, context, move);
+            result = delete_rename_recipe_values();
         }
         if (!failed(result))
         {
-            result = delete_rename_recipetype(snapshot, context, move);
+            result = delete_rename_recipetype();
         }
     }
     else if (Algorithm::starts_with(old_path, Key::recipe_list))
     {
-        result = delete_rename_recipe_references(snapshot, context, move);
+        result = delete_rename_recipe_references();
     }
     return failed(result) ? result : ResultPair(ErrorValue::SUCCESS);
 }
@@ -82,36 +87,35 @@ PathList renamed_paths(PathList const& paths, std::string const& old_path, std::
     return renamed;
 }
 
-/// Under one lock, so that no path is lost that is notified meanwhile.
-void change_paths(PathList& paths, boost::mutex& mutex, std::string const& old_path, std::string const& new_path)
-{
-    boost::unique_lock<boost::mutex> const lock(mutex);
-    if (new_path.empty())
-    {
-        paths.remove_if([&](std::string const& path) { return Algorithm::contains(path, old_path); });
-    }
-    else
-    {
-        paths = renamed_paths(paths, old_path, new_path);
-    }
-}
-
 } // namespace
 
-void RavikRecipeManagement::delete_rename_path(std::string const& old_path, std::string const& new_path)
+void DeleteRename::delete_rename_path() const
 {
+    auto const& old_path = m_change.old_path;
+    auto const& new_path = m_change.new_path;
     // A change inside an entry does not move the entry.
     if (Algorithm::contains(old_path, Key::members) || Algorithm::contains(old_path, Key::values))
     {
         return;
     }
+    auto const keep_in_step = [&](PathList& paths)
+    {
+        if (new_path.empty())
+        {
+            paths.remove_if([&](std::string const& path) { return Algorithm::contains(path, old_path); });
+        }
+        else
+        {
+            paths = renamed_paths(paths, old_path, new_path);
+        }
+    };
     if (Algorithm::starts_with(old_path, Key::recipe_type_list))
     {
-        change_paths(recipe_type_paths, recipe_type_paths_mutex, old_path, new_path);
+        m_recipe_types.change(keep_in_step);
     }
     else if (Algorithm::starts_with(old_path, Key::recipe_list))
     {
-        change_paths(recipe_paths, recipe_paths_mutex, old_path, new_path);
+        m_recipes.change(keep_in_step);
     }
 }
 

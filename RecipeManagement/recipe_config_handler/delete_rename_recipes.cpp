@@ -1,6 +1,6 @@
-#include "RavikRecipeManagement.h"
+#include "recipe_config_handler/DeleteRename.h"
+
 #include "configuration_keys.h"
-#include "recipe_config_handler/cascade.h"
 #include "result_pair.h"
 
 #include "algorithm_helper.h"
@@ -10,19 +10,12 @@
 namespace RecipeManagement
 {
 
-namespace Algorithm = RavikSrv::Algorithm;
-using RavikSrv::Context;
-using RavikSrv::ErrorValue;
-using RavikSrv::ResultPair;
-using RavikSrv::Value;
-
 // Values of a renamed member ------------------------------------------------------------------------------------------
 
-ResultPair RavikRecipeManagement::delete_rename_recipe_values(Value const& snapshot, Context const& context,
-                                                              Move const& move)
+ResultPair DeleteRename::delete_rename_recipe_values() const
 {
-    PassWrites writes(*host, context);
-    auto const member = Algorithm::split_symbol_name(move.old_path.c_str()).back();
+    PassWrites writes(m_call);
+    auto const member = Algorithm::split_symbol_name(m_change.old_path.c_str()).back();
     auto const correct = [&](std::string const& path, Value const* recipe) -> std::optional<ResultPair>
     {
         if (recipe == nullptr)
@@ -30,32 +23,31 @@ ResultPair RavikRecipeManagement::delete_rename_recipe_values(Value const& snaps
             return failure(ErrorValue::ENTRY_NOT_FOUND, RecipeResult::DELETE_RENAME_PARTLY_FAILED);
         }
         // A recipe keeps its value for a deleted member.
-        if (!Algorithm::contains(move.old_path, Algorithm::to_string((*recipe)[Key::recipe_type_name])) ||
-            move.is_delete())
+        if (!Algorithm::contains(m_change.old_path, Algorithm::to_string((*recipe)[Key::recipe_type_name])) ||
+            m_change.is_delete())
         {
             return std::nullopt;
         }
         auto const values_path = join_path(path, Key::values);
         auto const old_value_path = join_path(values_path, member);
-        auto const* const value = RavikSrv::node_path(old_value_path, snapshot).node;
+        auto const* const value = RavikSrv::node_path(old_value_path, m_snapshot).node;
         if (value == nullptr)
         {
             // The end of the pass: later recipes keep the old name.
             return ErrorValue::SUCCESS;
         }
-        writes.write(join_path(values_path, move.new_name), *value);
+        writes.write(join_path(values_path, m_change.new_name), *value);
         writes.remove(old_value_path);
         return std::nullopt;
     };
-    return visit_entries(copy_paths(recipe_paths, recipe_paths_mutex), snapshot, correct).value_or(writes.outcome());
+    return visit_entries(m_recipes.copy(), m_snapshot, correct).value_or(writes.outcome());
 }
 
 // Recipes of a moved type ---------------------------------------------------------------------------------------------
 
-ResultPair RavikRecipeManagement::recipetypename_in_recipes(Value const& snapshot, Context const& context,
-                                                            Move const& move)
+ResultPair DeleteRename::recipetypename_in_recipes() const
 {
-    PassWrites writes(*host, context);
+    PassWrites writes(m_call);
     auto const correct = [&](std::string const& path, Value const* recipe) -> std::optional<ResultPair>
     {
         if (recipe == nullptr)
@@ -63,13 +55,13 @@ ResultPair RavikRecipeManagement::recipetypename_in_recipes(Value const& snapsho
             return ResultPair(ErrorValue::ENTRY_NOT_FOUND, path.c_str());
         }
         auto const type_name = Algorithm::to_string((*recipe)[Key::recipe_type_name]);
-        if (move.moves_type(type_name))
+        if (m_change.moves_type(type_name))
         {
-            writes.carry_type(move, type_name, path, join_path(path, Key::recipe_type_name));
+            writes.carry_type(m_change, type_name, path, join_path(path, Key::recipe_type_name));
         }
         return std::nullopt;
     };
-    return visit_entries(copy_paths(recipe_paths, recipe_paths_mutex), snapshot, correct).value_or(writes.outcome());
+    return visit_entries(m_recipes.copy(), m_snapshot, correct).value_or(writes.outcome());
 }
 
 // Values that name a moved recipe -------------------------------------------------------------------------------------
@@ -118,22 +110,14 @@ bool NestedMembers::has(std::string const& type_name, char const* member) const
     return RavikSrv::node_path(path, m_config).node != nullptr;
 }
 
-/// The name by which values name the recipe at the path.
-std::string recipe_name(std::string path)
-{
-    Algorithm::replace(path, add_path_recipelist(""), "");
-    return path;
-}
-
 } // namespace
 
-ResultPair RavikRecipeManagement::delete_rename_recipe_references(Value const& snapshot, Context const& context,
-                                                                  Move const& move)
+ResultPair DeleteRename::delete_rename_recipe_references() const
 {
     ResultPair outcome;
-    auto const old_name = recipe_name(move.old_path);
-    auto const new_name = recipe_name(move.new_path);
-    NestedMembers nested(snapshot);
+    auto const old_name = relative_recipe_name(m_change.old_path);
+    auto const new_name = relative_recipe_name(m_change.new_path);
+    NestedMembers nested(m_snapshot);
     auto const correct = [&](std::string const& path, Value const* recipe) -> std::optional<ResultPair>
     {
         if (recipe == nullptr)
@@ -155,12 +139,12 @@ ResultPair RavikRecipeManagement::delete_rename_recipe_references(Value const& s
                 Algorithm::replace(text, old_name, new_name);
                 Value const written(text.c_str());
                 auto const value_path = join_path(join_path(path, Key::values), value.name());
-                outcome = write_outcome(host->set_config_value(context, value_path.c_str(), &written), path);
+                outcome = write_outcome(m_call.write(value_path, written), path);
             }
         }
         return std::nullopt;
     };
-    auto const end = visit_entries(copy_paths(recipe_paths, recipe_paths_mutex), snapshot, correct);
+    auto const end = visit_entries(m_recipes.copy(), m_snapshot, correct);
     return end.value_or(outcome);
 }
 

@@ -1,6 +1,6 @@
-#include "RavikRecipeManagement.h"
+#include "recipe_config_handler/DeleteRename.h"
+
 #include "configuration_keys.h"
-#include "recipe_config_handler/cascade.h"
 #include "result_pair.h"
 
 #include "algorithm_helper.h"
@@ -8,14 +8,7 @@
 namespace RecipeManagement
 {
 
-namespace Algorithm = RavikSrv::Algorithm;
-using RavikSrv::Context;
-using RavikSrv::ErrorValue;
-using RavikSrv::ResultPair;
-using RavikSrv::Value;
-
-ResultPair RavikRecipeManagement::delete_rename_recipetype(Value const& snapshot, Context const& context,
-                                                           Move const& move)
+ResultPair DeleteRename::delete_rename_recipetype() const
 {
     auto const correct = [&](std::string const& path, Value const* type) -> std::optional<ResultPair>
     {
@@ -24,42 +17,40 @@ ResultPair RavikRecipeManagement::delete_rename_recipetype(Value const& snapshot
             // The end of everything: neither later types nor recipes are visited.
             return ErrorValue::SUCCESS;
         }
-        auto result = delete_rename_recipetypenames(context, move, *type, path);
+        auto result = delete_rename_recipetypenames(*type, path);
         if (!failed(result))
         {
-            result = delete_rename_recipetype_in_member(snapshot, context, move, path);
+            result = delete_rename_recipetype_in_member(path);
         }
         return failed(result) ? std::optional(result) : std::nullopt;
     };
-    auto const end = visit_entries(copy_paths(recipe_type_paths, recipe_type_paths_mutex), snapshot, correct);
-    return end ? *end : recipetypename_in_recipes(snapshot, context, move);
+    auto const end = visit_entries(m_recipe_types.copy(), m_snapshot, correct);
+    return end ? *end : recipetypename_in_recipes();
 }
 
-ResultPair RavikRecipeManagement::delete_rename_recipetypenames(Context const& context, Move const& move,
-                                                                Value const& type, std::string const& type_path)
+ResultPair DeleteRename::delete_rename_recipetypenames(Value const& type, std::string const& type_path) const
 {
-    PassWrites writes(*host, context);
+    PassWrites writes(m_call);
     auto const& names = type[Key::recipe_type_names];
     // The index in the list as read, also behind a removal.
     std::size_t index = 0;
     for (auto entry = names.begin_vector(); entry != names.end_vector(); ++entry, ++index)
     {
         auto const name = Algorithm::to_string(*entry);
-        if (move.moves_type(name))
+        if (m_change.moves_type(name))
         {
             auto const path = join_path(type_path, Key::recipe_type_names) + "[" + std::to_string(index) + "]";
-            writes.carry_type(move, name, path, path);
+            writes.carry_type(m_change, name, path, path);
         }
     }
     return writes.outcome();
 }
 
-ResultPair RavikRecipeManagement::delete_rename_recipetype_in_member(Value const& snapshot, Context const& context,
-                                                                     Move const& move, std::string const& type_path)
+ResultPair DeleteRename::delete_rename_recipetype_in_member(std::string const& type_path) const
 {
-    PassWrites writes(*host, context);
+    PassWrites writes(m_call);
     auto const members_path = join_path(type_path, Key::members);
-    auto const* const members = RavikSrv::node_path(members_path, snapshot).node;
+    auto const* const members = RavikSrv::node_path(members_path, m_snapshot).node;
     if (members == nullptr)
     {
         return writes.outcome();
@@ -67,10 +58,10 @@ ResultPair RavikRecipeManagement::delete_rename_recipetype_in_member(Value const
     for (auto member = members->begin(); member != members->end(); ++member)
     {
         auto const nested_name = Algorithm::to_string((*member)[Key::recipe_type]);
-        if (move.moves_type(nested_name))
+        if (m_change.moves_type(nested_name))
         {
             auto const path = join_path(members_path, member.name());
-            writes.carry_type(move, nested_name, path, join_path(path, Key::recipe_type));
+            writes.carry_type(m_change, nested_name, path, join_path(path, Key::recipe_type));
         }
     }
     return writes.outcome();

@@ -1,5 +1,6 @@
 #include "RavikRecipeManagement.h"
 #include "configuration_keys.h"
+#include "recipe_config_handler/recipe_values_check.h"
 #include "result_pair.h"
 #include "value_text.h"
 
@@ -13,30 +14,10 @@
 #include <algorithm>
 #include <array>
 #include <locale>
+#include <utility>
 
 namespace RecipeManagement
 {
-
-namespace Algorithm = RavikSrv::Algorithm;
-using RavikSrv::Context;
-using RavikSrv::ErrorValue;
-using RavikSrv::ResultPair;
-using RavikSrv::Value;
-using RavikSrv::ValueType;
-
-ResultPair RavikRecipeManagement::before_change(Context context, char const* path, Value& value,
-                                                char const* schema_type)
-{
-    return RavikSrv::guarded_result("before_change",
-                                    [&] { return import_change(context, path, value, Value(), schema_type); });
-}
-
-ResultPair RavikRecipeManagement::before_import(Context context, char const* path, Value& value,
-                                                Value const& import_data, char const* schema_type)
-{
-    return RavikSrv::guarded_result("before_import",
-                                    [&] { return import_change(context, path, value, import_data, schema_type); });
-}
 
 // The shared check ----------------------------------------------------------------------------------------------------
 
@@ -57,16 +38,34 @@ bool is_foreign(std::string const& schema_type)
     return !schema_type.empty() && !Algorithm::starts_with(schema_type, SchemaType::server_prefix);
 }
 
-/// The configuration that a check is made against: import data stand for what is stored.
-Value const& in_effect(Value const& stored, Value const& import_data)
+/// One check of a change or an import. Import data stand for the stored configuration where they are given. Without the
+/// internal interface of the host nothing tells whether a value fits its schema; the other checks are made all the
+/// same.
+class ChangeCheck
 {
-    return import_data.empty() ? stored : import_data;
-}
+public:
+    ChangeCheck(Call const& call, Value const& import_data) : m_call(call), m_import_data(import_data) {}
 
-} // namespace
+    [[nodiscard]] ResultPair import_change(std::string const& path, Value const& value, std::string const& schema_type);
 
-ResultPair RavikRecipeManagement::import_change(Context const& context, std::string const& path, Value const& value,
-                                                Value const& import_data, std::string const& schema_type)
+private:
+    /// A recipe without a type is held against nothing.
+    [[nodiscard]] ResultPair check_recipe(std::string const& path, Value const& recipe);
+    /// Whether the symbol is mapped.
+    [[nodiscard]] ResultPair check_symbol(char const* symbol) const;
+    /// Whether nested types are no inherited ones and default values fit.
+    [[nodiscard]] ResultPair validate_recipe_type(Value const& recipe_type);
+    [[nodiscard]] ResultPair validate_default_value(Value const& member) const;
+
+    /// The configuration that a check is made against.
+    Value const& in_effect() const { return m_import_data.empty() ? m_stored : m_import_data; }
+
+    Call const m_call;
+    Value const& m_import_data;
+    Value m_stored;
+};
+
+ResultPair ChangeCheck::import_change(std::string const& path, Value const& value, std::string const& schema_type)
 {
     if (holds_reserved_word(path) && is_foreign(schema_type))
     {
@@ -74,7 +73,7 @@ ResultPair RavikRecipeManagement::import_change(Context const& context, std::str
     }
     if (Algorithm::starts_with(path, Key::recipe_list) && schema_type == SchemaType::recipe)
     {
-        return check_recipe(context, path, value, import_data);
+        return check_recipe(path, value);
     }
     if (!Algorithm::starts_with(path, Key::recipe_type_list))
     {
@@ -87,39 +86,34 @@ ResultPair RavikRecipeManagement::import_change(Context const& context, std::str
             return result;
         }
     }
-    return schema_type == SchemaType::recipe_type ? validate_recipe_type(context, value, import_data)
-                                                  : ResultPair(ErrorValue::SUCCESS);
+    return schema_type == SchemaType::recipe_type ? validate_recipe_type(value) : ResultPair(ErrorValue::SUCCESS);
 }
 
-ResultPair RavikRecipeManagement::check_recipe(Context const& context, std::string const& path, Value const& recipe,
-                                               Value const& import_data)
+ResultPair ChangeCheck::check_recipe(std::string const& path, Value const& recipe)
 {
-    auto const stored = host->get_config_value(context, "");
+    m_stored = m_call.read_configuration();
     std::string const type_name = text_of(recipe[Key::recipe_type_name]);
     if (type_name.empty())
     {
         return ErrorValue::SUCCESS;
     }
     auto const type_path = add_path_recipetypelist(type_name);
-    auto const is_imported = RavikSrv::follow_hmi_path(type_path, import_data).first;
-    if (!is_imported && RavikSrv::node_path(type_path, stored).node == nullptr)
+    auto const is_imported = RavikSrv::follow_hmi_path(type_path, m_import_data).first;
+    if (!is_imported && RavikSrv::node_path(type_path, std::as_const(m_stored)).node == nullptr)
     {
         return {ErrorValue::TYPE_MISSING, type_name.c_str()};
     }
-    return validate_recipe_values(in_effect(stored, import_data), path, recipe);
+    return validate_recipe_values(m_call, in_effect(), path, recipe);
 }
 
-ResultPair RavikRecipeManagement::check_symbol(char const* symbol)
+ResultPair ChangeCheck::check_symbol(char const* symbol) const
 {
-    auto const table = read_symbol_table();
+    auto const table = m_call.read_symbol_table();
     auto const& mapping = table[RavikSrv::name_from_path(symbol).c_str()];
     return mapping.isset() ? ResultPair(ErrorValue::SUCCESS) : ResultPair(ErrorValue::SYMBOL_NOT_MAPPED, symbol);
 }
 
 // Recipe types --------------------------------------------------------------------------------------------------------
-
-namespace
-{
 
 /// The types that a recipe type inherits, one level up and two. Made once for all members, and without following the
 /// ancestry any further: what lies beyond the second level has no say.
@@ -162,13 +156,10 @@ private:
     boost::unordered_flat_set<std::string> m_folded;
 };
 
-} // namespace
-
-ResultPair RavikRecipeManagement::validate_recipe_type(Context const& context, Value const& recipe_type,
-                                                       Value const& import_data)
+ResultPair ChangeCheck::validate_recipe_type(Value const& recipe_type)
 {
-    auto const stored = host->get_config_value(context, "");
-    InheritedTypes const inherited(recipe_type[Key::recipe_type_names], in_effect(stored, import_data));
+    m_stored = m_call.read_configuration();
+    InheritedTypes const inherited(recipe_type[Key::recipe_type_names], in_effect());
     auto const& members = recipe_type[Key::members];
     for (auto const& member : members)
     {
@@ -186,16 +177,17 @@ ResultPair RavikRecipeManagement::validate_recipe_type(Context const& context, V
     return ErrorValue::SUCCESS;
 }
 
-ResultPair RavikRecipeManagement::validate_default_value(Value const& member)
+ResultPair ChangeCheck::validate_default_value(Value const& member) const
 {
-    if (internal_host == nullptr)
+    auto* const host = m_call.internal_host();
+    if (host == nullptr)
     {
         return ErrorValue::SUCCESS;
     }
     auto const& default_value = member[Key::default_value];
     if (auto const& schema = member[Key::schema]; schema.isset())
     {
-        if (auto result = internal_host->validate(schema, default_value, ""); failed(result))
+        if (auto result = host->validate(schema, default_value, ""); failed(result))
         {
             return result;
         }
@@ -203,12 +195,36 @@ ResultPair RavikRecipeManagement::validate_default_value(Value const& member)
     if (auto const& symbol = member[Key::symbol]; symbol.isset())
     {
         auto const* const name = text_of(symbol);
-        if (auto const result = internal_host->validate_symbol_value(name, default_value); failed(result))
+        if (auto const result = host->validate_symbol_value(name, default_value); failed(result))
         {
             return {result.result(), (std::string("Invalid default value at: ") + name).c_str()};
         }
     }
     return ErrorValue::SUCCESS;
+}
+
+} // namespace
+
+// The callbacks -------------------------------------------------------------------------------------------------------
+
+ResultPair RavikRecipeManagement::before_change(Context context, char const* path, Value& value,
+                                                char const* schema_type)
+{
+    return RavikSrv::guarded_result("before_change",
+                                    [&] { return import_change(context, path, value, Value(), schema_type); });
+}
+
+ResultPair RavikRecipeManagement::before_import(Context context, char const* path, Value& value,
+                                                Value const& import_data, char const* schema_type)
+{
+    return RavikSrv::guarded_result("before_import",
+                                    [&] { return import_change(context, path, value, import_data, schema_type); });
+}
+
+ResultPair RavikRecipeManagement::import_change(Context const& context, std::string const& path, Value const& value,
+                                                Value const& import_data, std::string const& schema_type)
+{
+    return ChangeCheck(call_in(context), import_data).import_change(path, value, schema_type);
 }
 
 } // namespace RecipeManagement

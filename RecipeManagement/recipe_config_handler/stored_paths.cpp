@@ -4,15 +4,8 @@
 #include "algorithm_helper.h"
 #include "boundary_guard.h"
 
-#include <boost/thread/lock_types.hpp>
-
 namespace RecipeManagement
 {
-
-namespace Algorithm = RavikSrv::Algorithm;
-using RavikSrv::Context;
-using RavikSrv::ErrorValue;
-using RavikSrv::ResultPair;
 
 namespace
 {
@@ -26,12 +19,6 @@ bool is_entry_type(char const* schema_type)
 {
     return Algorithm::equals(schema_type, SchemaType::recipe) ||
            Algorithm::equals(schema_type, SchemaType::recipe_type);
-}
-
-void add(PathList& paths, boost::mutex& mutex, std::string const& path)
-{
-    boost::unique_lock<boost::mutex> const lock(mutex);
-    paths.add(path);
 }
 
 } // namespace
@@ -51,14 +38,15 @@ ResultPair RavikRecipeManagement::on_change(Context /*context*/, char const* pat
 
 void RavikRecipeManagement::store_path(std::string const& path)
 {
+    auto const add = [&](PathList& paths) { paths.add(path); };
     // The path alone decides, whatever type the entry is said to have.
     if (Algorithm::starts_with(path, Key::recipe_list))
     {
-        add(recipe_paths, recipe_paths_mutex, path);
+        stored_recipes().change(add);
     }
     else if (Algorithm::starts_with(path, Key::recipe_type_list))
     {
-        add(recipe_type_paths, recipe_type_paths_mutex, path);
+        stored_recipe_types().change(add);
     }
 }
 

@@ -46,17 +46,25 @@ struct Plant : RecipeManagementFixture
 
 TEST(GetRecipes, lists_the_recipes_of_a_type_and_of_its_heirs_the_last_stored_first)
 {
-    auto const cases = std::to_array<std::array<std::string, 3>>({
-        {"P { } Q(P) { } S(Q,P) { }", "P", "C C B A"},
-        {"P { } Q(P) { } S(Q,P) { }", "Q", "C B"},
-        {"P { } Q(P) { } S { }", "p", ""},
-        {"P { } Q() { } S { }", "", ""},
-        {"P(Q) { } Q(P) { } S { }", "P", "RECURSION | " + repeated(10, "B ") + "A"},
-    });
-    for (auto const& [types, requested, answer] : cases)
+    struct Case
     {
+        char const* about;
+        std::string types;
+        std::string requested;
+        std::string answer;
+    };
+    auto const cases = std::to_array<Case>({
+        {"inherited in two ways", "P { } Q(P) { } S(Q,P) { }", "P", "C C B A"},
+        {"inherited in one", "P { } Q(P) { } S(Q,P) { }", "Q", "C B"},
+        {"another case of letters", "P { } Q(P) { } S { }", "p", ""},
+        {"no name", "P { } Q() { } S { }", "", ""},
+        {"inherit each other", "P(Q) { } Q(P) { } S { }", "P", "RECURSION | " + repeated(10, "B ") + "A"},
+    });
+    for (auto const& [about, types, requested, answer] : cases)
+    {
+        SCOPED_TRACE(about);
         Plant plant(types, "A:P { } B:Q { } C:S { }");
-        EXPECT_EQ(plant.call("GetRecipes", parameters("recipeTypePath", requested.c_str())), answer) << types;
+        EXPECT_EQ(plant.call("GetRecipes", parameters("recipeTypePath", requested.c_str())), answer);
         plant.configure(types, "A:P { } C:S { }");
         EXPECT_EQ(plant.call("GetRecipes", parameters("recipeTypePath", "Z")), "MISSING_RECIPE_VALUES | ");
     }
@@ -65,7 +73,18 @@ TEST(GetRecipes, lists_the_recipes_of_a_type_and_of_its_heirs_the_last_stored_fi
 TEST(GetActiveRecipes, lists_the_recipes_whose_values_the_controllers_hold)
 {
     auto const* const nests = "T { a:A t:C n>U } U { b:B }";
-    auto const cases = std::to_array<std::array<char const*, 6>>({
+    struct Case
+    {
+        char const* about;
+        char const* types;
+        char const* recipes;
+        /// What the symbols hold.
+        char const* values;
+        /// The recipes asked for.
+        char const* names;
+        char const* answer;
+    };
+    auto const cases = std::to_array<Case>({
         {"all, in stored order", "T { a:A b:B }", "R:T { a=1 b=2 } S:T { a=1 b=3 } E:T { } Q:T { b=2 }", "A=1 B=2", "",
          "R Q"},
         {"as asked for", "T { a:A }", "R:T { a=1 } S:T { a=2 } Q:T { a=1 }", "A=1", "Q,S,R,Q", "Q R Q"},
@@ -81,13 +100,15 @@ TEST(GetActiveRecipes, lists_the_recipes_whose_values_the_controllers_hold)
         {"nested recipe named first but not there", nests, "R:T { n= a=1 }", "A=1", "", ""},
         {"asked for, not there", "T { a:A }", "R:T { a=1 }", "A=1", "R,Z", "MISSING_RECIPE_DATA | "},
         {"symbol not mapped", "T { q:Q }", "R:T { q=1 }", "", "", "SYMBOL_NOT_MAPPED | "},
+        {"nothing to compare, symbol not mapped", "T { q:Q }", "R:T { }", "", "", "SYMBOL_NOT_MAPPED | "},
         {"no such type", "U { a:A }", "R:T { a=1 }", "", "", "READ_FROM_TARGET_FAILED | "},
         {"names itself behind a difference", nests, "R:T { a=1 n=R }", "A=2", "", ""},
         {"name each other", nests, "R:T { a=1 n=S } S:T { a=1 n=R }", "A=1", "S", "RECURSION | "},
     });
     for (auto const& [about, types, recipes, values, names, answer] : cases)
     {
-        EXPECT_EQ(Plant(types, recipes, values).active(names), answer) << about;
+        SCOPED_TRACE(about);
+        EXPECT_EQ(Plant(types, recipes, values).active(names), answer);
     }
     Plant plant("T { a:A }", "R:T { a=1 }", "A=1");
     plant.host.symbol_failures["A"] = {.extension_result = 1, .text = {}};

@@ -27,21 +27,30 @@ protected:
         for (auto const& sent : host.commands)
         {
             EXPECT_EQ(static_cast<unsigned>(sent.options()), 2048U);
-            EXPECT_EQ(std::string(sent.name()).substr(0, values.size()), values);
-            text.append(" -").append(sent.name() + values.size() + 2);
+            EXPECT_EQ(std::string(sent.name()).substr(0, values_command.size()), values_command);
+            text.append(" -").append(sent.name() + values_command.size() + 2);
         }
         return text + " | " + told(command);
     }
 
-    std::string const values = "RavikRecipeManagement.Config::recipeList::R::values";
+    std::string const values_command = "RavikRecipeManagement.Config::recipeList::R::values";
     std::string info;
+};
+
+/// What an update comes to.
+struct Update
+{
+    char const* about;
+    char const* types;
+    char const* recipes;
+    char const* outcome;
 };
 
 } // namespace
 
 TEST_F(UpdateRecipe, drops_what_the_type_lost_and_fills_in_what_the_recipe_lacks)
 {
-    constexpr auto cases = std::to_array<std::array<char const*, 4>>({
+    constexpr auto cases = std::to_array<Update>({
         {"nothing to do", "T { a:A=1 n>U } U { b:B=2 }", "R:T { a=5 n= }", " | SUCCESS | "},
         {"stale values", "T(P) { a:A n>U } P { p:C } U { b:B }", "R:T { z=1 a=5 p=1 y=2 n= b=3 U=4 }",
          " -z -y | SUCCESS | "},
@@ -60,28 +69,57 @@ TEST_F(UpdateRecipe, drops_what_the_type_lost_and_fills_in_what_the_recipe_lacks
     });
     for (auto const& [about, types, recipes, outcome] : cases)
     {
+        SCOPED_TRACE(about);
         configure(types, recipes);
-        EXPECT_EQ(update(), outcome) << about;
+        EXPECT_EQ(update(), outcome);
         std::string const told = " not found in recipeType: Deleted";
-        auto const path = values.substr(values.find("recipeList")) + "::";
+        auto const path = values_command.substr(values_command.find("recipeList")) + "::";
         auto const both = std::string(path).append("z").append(told).append(" ").append(path).append("y").append(told);
         EXPECT_EQ(info, *outcome == ' ' && outcome[1] == '-' ? both : "");
     }
     configure("T { }", "R:T { a=1 }");
     EXPECT_EQ(told(call("UpdateRecipe")), "SUCCESS | ");
-    EXPECT_EQ(host.commands.at(0).name(), values);
+    EXPECT_EQ(host.commands.at(0).name(), values_command);
     EXPECT_EQ(static_cast<unsigned>(host.commands[0].options()), 128U);
     EXPECT_EQ(std::as_const(host.commands[0]).write_value(), Value(ValueType::Map));
-    host.symbol_failures[values] = {.result = ErrorValue::STORAGE, .text = {}};
+    host.symbol_failures[values_command] = {.result = ErrorValue::STORAGE, .text = {}};
     EXPECT_EQ(told(call("UpdateRecipe")), "UPDATING_RECIPE_FAILED | Server: STORAGE");
+}
+
+// A value goes to the first record of its name, so it is the default of that record's member that may be filled in.
+TEST_F(UpdateRecipe, fills_in_nothing_that_an_activation_would_not_write)
+{
+    constexpr auto cases = std::to_array<Update>({
+        {"at the level of the first record", "T(I) { } I(K) { m:A=1 } K { m:B=2 }", "R:T { }", "{m=2} | SUCCESS | "},
+        {"whose own default is null", "T(I) { } I(K) { m:A=1 } K { m:B }", "R:T { }", " | SUCCESS | "},
+        {"not filled in again", "T(I) { m:C=3 } I(K) { m:A=1 } K { m:B=2 }", "R:T { }", "{m=2} | SUCCESS | "},
+        {"in the order of inheritance", "T(I,K) { } I { m:A=1 } K { m:B=2 }", "R:T { }", "{m=1} | SUCCESS | "},
+        {"behind a member that nests a type", "T(I) { } I(K) { n>U m:A=1 } K { n>U m:A=1 } U { }", "R:T { }",
+         "{n=}{m=1} | SUCCESS | "},
+        {"first in a nested type", "T(I) { } I { n>U m:A=1 } U { m:B=2 }", "R:T { }", "{n=} | SUCCESS | "},
+        {"a value that a nested recipe brings", "T(I) { n>U } I { m:A=1 } U { b:B }", "R:T { n=S } S:U { m=5 }",
+         " | SUCCESS | "},
+        {"nested below, a symbol above", "T(I) { } I(K) { m:A=1 } K { m>U } U { b:B }", "R:T { }", "{m=} | SUCCESS | "},
+        {"a symbol below, nested above", "T(I) { } I(K) { m>U } K { m:A=1 } U { b:B }", "R:T { }",
+         "{m=1} | SUCCESS | "},
+    });
+    for (auto const& [about, types, recipes, outcome] : cases)
+    {
+        SCOPED_TRACE(about);
+        configure(types, recipes);
+        auto const written = this->outcome();
+        host.groups.clear();
+        EXPECT_EQ(update(), outcome);
+        EXPECT_EQ(this->outcome(), written);
+    }
 }
 
 TEST_F(UpdateRecipe, goes_on_behind_a_value_that_can_not_be_dropped)
 {
     configure("T { a:A=1 }", "R:T { z=1 y=2 }");
-    host.symbol_failures[values + "::z"] = {.result = ErrorValue::STORAGE, .text = {}};
+    host.symbol_failures[values_command + "::z"] = {.result = ErrorValue::STORAGE, .text = {}};
     EXPECT_EQ(update(), "{a=1} -z -y | UPDATING_RECIPE_PARTLY_FAILED | Server: STORAGE");
-    EXPECT_EQ(info, values.substr(values.find("recipeList")) + "::y not found in recipeType: Deleted");
+    EXPECT_EQ(info, values_command.substr(values_command.find("recipeList")) + "::y not found in recipeType: Deleted");
     host.symbol_failures.clear();
     auto const missing = [&](char const* list, char const* entry, char const* key)
     {
@@ -95,32 +133,41 @@ TEST_F(UpdateRecipe, goes_on_behind_a_value_that_can_not_be_dropped)
 
 TEST_F(UpdateRecipe, checks_the_values_against_the_symbols_and_the_defaults_against_the_schemas)
 {
-    /// A recipe, what the check of which symbol answers and that of a's schema, and the outcome.
-    using Case = std::tuple<char const*, char const*, ErrorValue, ErrorValue, char const*>;
+    struct Case
+    {
+        char const* about;
+        char const* values;
+        /// The symbol whose check comes to `checked`; that of a's schema comes to `schema`.
+        char const* symbol;
+        ErrorValue checked;
+        ErrorValue schema;
+        char const* outcome;
+    };
     auto const good = ErrorValue::SUCCESS;
     auto const mismatch = ErrorValue::TYPE_MISMATCH;
     auto const cases = std::to_array<Case>({
-        {"a=5 d=3", "A", mismatch, good, "{a=1} | SUCCESS | "},
-        {"a=5 d=3", "A", ErrorValue::ENUM_VALUE_MISMATCH, good, "{a=1} | SUCCESS | "},
-        {"a=5 d=3", "A", ErrorValue::RANGE_MISMATCH, good, " | SCHEMA | Server: RANGE_MISMATCH - of A"},
-        {"a=5 d=3", "A", mismatch, ErrorValue::FORMAT, "{a=1} | SCHEMA | Server: FORMAT - of 1"},
-        // Filled in, it is checked as the recipe's.
-        {"d=3", "A", ErrorValue::RANGE_MISMATCH, good, "{a=1} | SCHEMA | Server: RANGE_MISMATCH - of A"},
-        // Without a default there is nothing to reset to, and without a value nothing to reset.
-        {"a=5 d=3", "D", mismatch, good, " | SCHEMA | Server: TYPE_MISMATCH - of D"},
-        {"a=5", "D", mismatch, good, " | SUCCESS | "},
-        // Members of other types.
-        {"a=5 d=3 p=6 n=S", "C", mismatch, good, " | SUCCESS | "},
+        {"reset", "a=5 d=3", "A", mismatch, good, "{a=1} | SUCCESS | "},
+        {"reset as no enumerator", "a=5 d=3", "A", ErrorValue::ENUM_VALUE_MISMATCH, good, "{a=1} | SUCCESS | "},
+        {"out of range", "a=5 d=3", "A", ErrorValue::RANGE_MISMATCH, good, " | SCHEMA | Server: RANGE_MISMATCH - of A"},
+        {"reset to what the schema refuses", "a=5 d=3", "A", mismatch, ErrorValue::FORMAT,
+         "{a=1} | SCHEMA | Server: FORMAT - of 1"},
+        {"filled in, and checked as the recipe's", "d=3", "A", ErrorValue::RANGE_MISMATCH, good,
+         "{a=1} | SCHEMA | Server: RANGE_MISMATCH - of A"},
+        {"without a default nothing to reset to", "a=5 d=3", "D", mismatch, good,
+         " | SCHEMA | Server: TYPE_MISMATCH - of D"},
+        {"without a value nothing to reset", "a=5", "D", mismatch, good, " | SUCCESS | "},
+        {"members of other types", "a=5 d=3 p=6 n=S", "C", mismatch, good, " | SUCCESS | "},
     });
-    for (auto const& [recipe, symbol, answer, schema, outcome] : cases)
+    for (auto const& [about, values, symbol, checked, schema, outcome] : cases)
     {
-        configure("T(P) { a:A=1 d:D n>U } P { p:B } U { u:C }", "R:T { n= " + std::string(recipe) + " } S:U { u=1 }");
+        SCOPED_TRACE(about);
+        configure("T(P) { a:A=1 d:D n>U } P { p:B } U { u:C }", "R:T { n= " + std::string(values) + " } S:U { u=1 }");
         host.configuration[domain]["recipeTypeList"]["T"]["members"]["a"]["schema"].set_type(ValueType::Map);
-        host.on_validate_symbol = [&, failing = symbol, error = answer](std::string const& name, Value const&)
+        host.on_validate_symbol = [&, failing = symbol, error = checked](std::string const& name, Value const&)
         { return name == failing ? ResultPair(error, ("of " + name).c_str()) : ResultPair(); };
         host.on_validate = [&, error = schema](Value const&, Value const& value)
         { return ResultPair(error, ("of " + std::to_string(value.get_int32())).c_str()); };
-        EXPECT_EQ(update(), outcome) << recipe << ' ' << symbol;
+        EXPECT_EQ(update(), outcome);
     }
     host.on_validate_symbol = [](char const*, Value const&) { return ErrorValue::TYPE_MISMATCH; };
     configure("T { a:A=1 }", "R:T { a=5 }");
