@@ -10,8 +10,14 @@ using namespace RavikSrv;
 namespace
 {
 
-/// What it is about, types, recipes, and what the activation of the recipe R comes to.
-using Case = std::array<char const*, 4>;
+struct Case
+{
+    char const* about;
+    char const* types;
+    char const* recipes;
+    /// What the activation of the recipe R comes to.
+    char const* outcome;
+};
 
 constexpr auto written = std::to_array<Case>({
     {"value, default, not enabled, neither", "T { a:A b:B=2 -c:C=3 d:D }", "R:T { a=1 c=9 other=5 }", "Line[A=1 B=2]"},
@@ -56,10 +62,11 @@ TEST_F(ActivateRecipe, writes_each_symbol_in_the_group_that_serves_it)
 {
     for (auto const& [about, types, recipes, executed] : written)
     {
+        SCOPED_TRACE(about);
         configure(types, recipes);
         std::string const expected = executed;
         auto const server_group = expected.find("RavikSrv") == std::string::npos ? " RavikSrv[]" : "";
-        EXPECT_EQ(outcome(), expected + server_group + " | SUCCESS | ") << about;
+        EXPECT_EQ(outcome(), expected + server_group + " | SUCCESS | ");
     }
 }
 
@@ -67,8 +74,9 @@ TEST_F(ActivateRecipe, writes_nothing_where_the_recipe_cannot_be_resolved)
 {
     for (auto const& [about, types, recipes, text] : refused)
     {
+        SCOPED_TRACE(about);
         configure(types, recipes);
-        EXPECT_EQ(outcome(), std::string(" | ACTIVATING_FAILED | ") + text) << about;
+        EXPECT_EQ(outcome(), std::string(" | ACTIVATING_FAILED | ") + text);
     }
     configure("T { a:A q:Q }", "R:T { a=1 q=2 }");
     EXPECT_EQ(outcome(), " | SYMBOL_NOT_MAPPED | ");

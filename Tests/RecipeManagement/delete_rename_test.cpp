@@ -59,7 +59,7 @@ struct EditedPlant : RecipeManagementFixture
     }
 };
 
-struct Scenario
+struct Case
 {
     char const* about;
     char const* types;
@@ -77,7 +77,7 @@ struct Scenario
 // What a server that checks its edits can bring about as well is tested there, with the whole configuration after it.
 TEST(DeleteRename, leaves_the_whole_configuration_as_it_should)
 {
-    auto const scenarios = std::to_array<Scenario>({
+    auto const cases = std::to_array<Case>({
         {"the first occurrence alone", "F::T { } V(F::T) { n>F::T }", "R:F::T { }", "recipeTypeList::F",
          "recipeTypeList::recipeTypeList::F",
          "V(recipeTypeList::F::T) { n>recipeTypeList::F::T } recipeTypeList::F::T { }", "R:recipeTypeList::F::T { }"},
@@ -98,29 +98,37 @@ TEST(DeleteRename, leaves_the_whole_configuration_as_it_should)
         {"numbers name recipes as well", "T { } V { n>T }", "Q:V { n=7 } 7:T { }", "recipeList::7", "recipeList::S",
          "T { } V { n>T }", "Q:V { n=S } S:T { }"},
     });
-    for (auto const& [about, types, recipes, path, new_path, types_after, recipes_after, answer, ghosts] : scenarios)
+    for (auto const& [about, types, recipes, path, new_path, types_after, recipes_after, answer, ghosts] : cases)
     {
+        SCOPED_TRACE(about);
         EditedPlant plant(types, recipes, ghosts);
-        EXPECT_EQ(plant.edit(path, new_path), answer) << about;
-        EXPECT_EQ(plant.state(), dump(configuration_of(types_after, recipes_after))) << about;
+        EXPECT_EQ(plant.edit(path, new_path), answer);
+        EXPECT_EQ(plant.state(), dump(configuration_of(types_after, recipes_after)));
     }
 }
 
 TEST(DeleteRename, keeps_the_stored_paths_in_step)
 {
-    auto const cases = std::to_array<std::array<char const*, 3>>({
-        {"recipeList::R", "recipeList::Z", "MISSING_RECIPE_DATA | "}, // Z1
-        {"recipeList::R1", "recipeList::Z", "R F::S F::Q Z"},
-        {"recipeList::R1", "", "R F::S F::Q"},
-        {"recipeList::F", "recipeList::G", "R G::S G::Q R1"},
-        {"recipeList::F", "", "R R1"},
-        {"recipeList::F::Q", "recipeList::F::S2", "R F::S R1 F::S2"},
-        {"recipeTypeList::T", "", ""},
-        // What stands inside an entry is none.
-        {"recipeList::R::values::a", "recipeList::R::values::z", "F::S F::Q R1"},
-    });
-    for (auto const& [path, new_path, stored] : cases)
+    struct PathCase
     {
+        char const* about;
+        char const* path;
+        char const* new_path;
+        char const* stored;
+    };
+    auto const cases = std::to_array<PathCase>({
+        {"R1 is rewritten to Z1", "recipeList::R", "recipeList::Z", "MISSING_RECIPE_DATA | "},
+        {"renamed", "recipeList::R1", "recipeList::Z", "R F::S F::Q Z"},
+        {"deleted", "recipeList::R1", "", "R F::S F::Q"},
+        {"a folder renamed", "recipeList::F", "recipeList::G", "R G::S G::Q R1"},
+        {"a folder deleted", "recipeList::F", "", "R R1"},
+        {"renamed in its folder", "recipeList::F::Q", "recipeList::F::S2", "R F::S R1 F::S2"},
+        {"its type deleted", "recipeTypeList::T", "", ""},
+        {"what stands inside an entry is none", "recipeList::R::values::a", "recipeList::R::values::z", "F::S F::Q R1"},
+    });
+    for (auto const& [about, path, new_path, stored] : cases)
+    {
+        SCOPED_TRACE(about);
         EditedPlant plant("T { a:A }", "R:T { a=1 } F::S:T { a=1 } F::Q:T { a=1 } R1:T { a=1 }");
         plant.announce();
         for (auto const& [other, type] :
@@ -130,7 +138,7 @@ TEST(DeleteRename, keeps_the_stored_paths_in_step)
                       ErrorValue::SUCCESS);
         }
         plant.edit(path, new_path);
-        EXPECT_EQ(plant.stored_recipes(), stored) << path << " to " << new_path;
+        EXPECT_EQ(plant.stored_recipes(), stored);
     }
     // Neither a folder's path is one, which would keep N from being reached, nor a member's, which would keep all.
     EditedPlant plant("T { a:A }", "F::R:T { a=1 } M:T { a=1 }");
@@ -171,45 +179,68 @@ TEST(DeleteRename, loses_no_path_that_is_notified_meanwhile)
 
 TEST(DeleteRename, answers_the_outcome_of_the_last_write)
 {
-    /// Types, recipes, path and new path.
-    using Edit = std::array<char const*, 4>;
+    struct Edit
+    {
+        char const* types;
+        char const* recipes;
+        char const* path;
+        char const* new_path;
+    };
     constexpr Edit member = {"T { a:A }", "R:T { a=1 } S:T { a=2 }", "recipeTypeList::T::members::a",
                              "recipeTypeList::T::members::z"};
-    constexpr Edit last_member = {"T { a:A }", "R:T { a=1 } S:T { b=2 }", member[2], member[3]};
+    constexpr Edit last_member = {"T { a:A }", "R:T { a=1 } S:T { b=2 }", member.path, member.new_path};
     constexpr Edit type = {"T { a:A } V(T,T) { n>T m>T }", "R:T { } S:T { }", "recipeTypeList::T", "recipeTypeList::U"};
     constexpr Edit deleted_type = {"T { a:A } V { n>T }", "R:T { } S:T { }", "recipeTypeList::T", ""};
     constexpr Edit recipe = {"T { } V { n>T }", "Q:V { n=R } P:V { n=R } R:T { }", "recipeList::R", ""};
-    /// An edit, the writes that fail, counted from 1, how many there are, and the answer's text; none for success.
-    using Case = std::tuple<Edit, std::set<std::size_t>, std::size_t, std::string>;
+    struct FailureCase
+    {
+        char const* about;
+        Edit edit;
+        /// The writes that fail, counted from 1, and how many there are.
+        std::set<std::size_t> failing;
+        std::size_t writes;
+        /// That of the answer, none for success.
+        std::string text;
+    };
     std::string const failed = "DELETE_RENAME_PARTLY_FAILED: ";
-    std::vector<Case> const cases = {
-        {member, {1, 2, 3}, 4, ""},
-        {member, {1, 4}, 4, failed + "recipeList::R::values::zrecipeList::S::values::a"},
-        {member, {2, 3, 4}, 4, failed + "recipeList::R::values::arecipeList::S::values::zrecipeList::S::values::a"},
-        {last_member, {2}, 2, ""},
-        {type, {1, 3, 5}, 6, ""},
-        {type, {1, 2}, 2, failed + "recipeTypeList::V::recipeTypeNames[0]recipeTypeList::V::recipeTypeNames[1]"},
-        {type,
+    std::vector<FailureCase> const cases = {
+        {"a member, the last write good", member, {1, 2, 3}, 4, ""},
+        {"a member, first and last", member, {1, 4}, 4, failed + "recipeList::R::values::zrecipeList::S::values::a"},
+        {"a member, three",
+         member,
+         {2, 3, 4},
+         4,
+         failed + "recipeList::R::values::arecipeList::S::values::zrecipeList::S::values::a"},
+        {"a recipe without the member ends the pass", last_member, {2}, 2, ""},
+        {"a type, the first of each pass", type, {1, 3, 5}, 6, ""},
+        {"the inherited types",
+         type,
+         {1, 2},
+         2,
+         failed + "recipeTypeList::V::recipeTypeNames[0]recipeTypeList::V::recipeTypeNames[1]"},
+        {"the nested types",
+         type,
          {3, 4},
          4,
          failed + "recipeTypeList::V::members::n::recipeTyperecipeTypeList::V::members::m::recipeType"},
-        {type, {1, 6}, 6, failed + "recipeList::S::recipeTypeName"},
-        {deleted_type, {1}, 1, failed + "recipeTypeList::V::members::n"},
-        {deleted_type, {2}, 3, ""},
-        {deleted_type, {2, 3}, 3, failed + "recipeList::RrecipeList::S"},
-        {recipe, {1}, 2, ""},
-        {recipe, {1, 2}, 2, "recipeList::P"},
+        {"a recipe's type", type, {1, 6}, 6, failed + "recipeList::S::recipeTypeName"},
+        {"a deleted type's member", deleted_type, {1}, 1, failed + "recipeTypeList::V::members::n"},
+        {"its first recipe", deleted_type, {2}, 3, ""},
+        {"its recipes", deleted_type, {2, 3}, 3, failed + "recipeList::RrecipeList::S"},
+        {"a value, the last write good", recipe, {1}, 2, ""},
+        {"a value, the last write not", recipe, {1, 2}, 2, "recipeList::P"},
     };
-    for (auto const& [edit, failing, writes, text] : cases)
+    for (auto const& [about, edit, failing, writes, text] : cases)
     {
-        EditedPlant plant(edit[0], edit[1]);
+        SCOPED_TRACE(about);
+        EditedPlant plant(edit.types, edit.recipes);
         plant.host.tells_of_writes = false;
         for (auto const write : failing)
         {
             // The first call reads the configuration.
             plant.host.failing_calls.insert(1 + write);
         }
-        EXPECT_EQ(plant.edit(edit[2], edit[3]), text.empty() ? "SUCCESS | " : "SERVER | " + text);
-        EXPECT_EQ(plant.host.config_writes.size(), writes) << text;
+        EXPECT_EQ(plant.edit(edit.path, edit.new_path), text.empty() ? "SUCCESS | " : "SERVER | " + text);
+        EXPECT_EQ(plant.host.config_writes.size(), writes);
     }
 }

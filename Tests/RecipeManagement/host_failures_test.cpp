@@ -19,8 +19,15 @@ class HostFailures : public testing::Test, protected RecipeManagementFixture
 
 TEST_F(HostFailures, stop_an_activation_or_a_reading_and_are_told)
 {
-    /// Symbols and the extension results that they fail with, a failing group, and what the two requests come to.
-    using Case = std::tuple<std::map<char const*, unsigned>, char const*, std::string, std::string>;
+    struct Case
+    {
+        char const* about;
+        /// Symbols and the extension results that they fail with.
+        std::map<char const*, unsigned> symbols;
+        char const* group;
+        std::string activated;
+        std::string answer;
+    };
     std::string const line = "Line[A=1 B=2]";
     std::string const all = line + " Other[X=3] RavikSrv[V=4] | SUCCESS | Server: ";
     std::string const partly = " | ACTIVATING_RECIPE_PARTLY_FAILED | Server: ";
@@ -29,15 +36,15 @@ TEST_F(HostFailures, stop_an_activation_or_a_reading_and_are_told)
     std::string const two = "2 Symbol(s) failed. Line: A: Line 6; B: Line 5; ";
     std::string const group_failed = "Line[A B] | SERVER_ERROR | Server: FAIL";
     std::vector<Case> const cases = {
-        {{{"A", 6}, {"B", 5}}, "", line + partly + two, "Line[A B]" + unread + two},
-        {{}, "Line", line + partly + "FAIL - Line", group_failed},
-        {{{"B", 5}}, "Line", line + partly + one + "Line: B: Line 5; ", group_failed},
-        // The server's own group fails an activation in its text alone.
-        {{{"V", 7}},
+        {"two symbols", {{"A", 6}, {"B", 5}}, "", line + partly + two, "Line[A B]" + unread + two},
+        {"a group", {}, "Line", line + partly + "FAIL - Line", group_failed},
+        {"a symbol and its group", {{"B", 5}}, "Line", line + partly + one + "Line: B: Line 5; ", group_failed},
+        {"a symbol of the server's own group, an activation in its text alone",
+         {{"V", 7}},
          "",
          all + one + "RavikSrv: V: RavikSrv 7; ",
          "Line[A B] Other[X] Line[V]" + unread + one + "Line: V: Line 7; "},
-        {{}, "RavikSrv", all + "FAIL - RavikSrv", "Line[A B] Other[X] Line[V] | SUCCESS | "},
+        {"the server's own group", {}, "RavikSrv", all + "FAIL - RavikSrv", "Line[A B] Other[X] Line[V] | SUCCESS | "},
     };
     auto const read = [this]
     {
@@ -46,15 +53,16 @@ TEST_F(HostFailures, stop_an_activation_or_a_reading_and_are_told)
         EXPECT_EQ(answer.read_value().isset(), answer.extension_result() == 0);
         return host.executed() + " | " + told(answer);
     };
-    for (auto const& [failing, failing_group, activated, answer] : cases)
+    for (auto const& [about, symbols, group, activated, answer] : cases)
     {
+        SCOPED_TRACE(about);
         configure("T { a:A b:B x:X v:V }", "R:T { a=1 b=2 x=3 v=4 }");
         host.symbol_failures.clear();
-        for (auto const& [symbol, code] : failing)
+        for (auto const& [symbol, code] : symbols)
         {
             host.symbol_failures[symbol] = {ErrorValue::EXTENSION, code, "ignored"};
         }
-        host.failing_group = failing_group;
+        host.failing_group = group;
         EXPECT_EQ(outcome(), activated);
         EXPECT_EQ(read(), answer);
     }
@@ -79,22 +87,23 @@ TEST_F(HostFailures, of_any_one_call_are_survived_by_each_function)
             announce();
             return extension.call(function, sent);
         };
+        SCOPED_TRACE(function);
         for (std::size_t call = 1; call <= failed.size(); ++call)
         {
+            SCOPED_TRACE(call);
             host.failing_calls = {call};
             auto const answer = run();
-            EXPECT_EQ(told(answer), failed[call - 1]) << function << ' ' << call;
-            EXPECT_FALSE(answer.read_value().isset() && call < 3) << function << ' ' << call;
+            EXPECT_EQ(told(answer), failed[call - 1]);
+            EXPECT_FALSE(answer.read_value().isset() && call < 3);
             host.failing_calls.clear();
             host.throwing_call = call;
             EXPECT_EQ(told(run()),
-                      "SERVER_ERROR | Server: " + std::string(function) + ": unexpected failure: host out of order")
-                << function;
+                      "SERVER_ERROR | Server: " + std::string(function) + ": unexpected failure: host out of order");
             host.throwing_call = 0;
         }
         // No call is left out.
-        EXPECT_EQ(told(run()), succeeded) << function;
-        EXPECT_EQ(host.call_count, failed.size()) << function;
+        EXPECT_EQ(told(run()), succeeded);
+        EXPECT_EQ(host.call_count, failed.size());
     };
     auto const recipe = parameters("path", "R");
     std::string const unmapped = "SYMBOL_NOT_MAPPED | ";
@@ -137,6 +146,7 @@ TEST_F(HostFailures, by_an_exception_are_answered_to_every_call_of_the_server)
     };
     for (auto const& [operation, call] : calls)
     {
+        SCOPED_TRACE(operation);
         host.call_count = 0;
         EXPECT_EQ(told(call()), "UNEXPECTED | " + operation + ": unexpected failure: host out of order");
     }

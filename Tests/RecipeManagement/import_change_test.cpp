@@ -21,6 +21,13 @@ ResultPair check_limit(Value const& schema, Value const& value)
     return {ErrorValue::RANGE_MISMATCH, schema.get_int32() % 2 == 0 ? "too large" : ""};
 }
 
+struct Case
+{
+    char const* about;
+    char const* entry;
+    std::string answer;
+};
+
 class ImportChange : public testing::Test, protected RecipeManagementFixture
 {
 protected:
@@ -78,15 +85,23 @@ TEST_F(ImportChange, reserves_words_and_checks_symbols)
         EXPECT_EQ(before(path, {}, "recipe"), "SUCCESS | ") << path;
     }
     std::string const member = "recipeTypeList::T::members::a::";
-    auto const cases = std::to_array<std::tuple<std::string, Value, char const*>>({
-        {member + "symbol", Value("A::x[1]"), "SUCCESS | "},
-        {member + "symbol", Value("Z::A"), "SYMBOL_NOT_MAPPED | Z::A"},
-        {member + "symbol", Value(5), "SUCCESS | "},
-        {"recipeList::symbol", Value("Z"), "SUCCESS | "},
-    });
-    for (auto const& [path, value, answer] : cases)
+    struct Change
     {
-        EXPECT_EQ(before(path, value, ""), answer) << path;
+        char const* about;
+        std::string path;
+        Value value;
+        char const* answer;
+    };
+    auto const cases = std::to_array<Change>({
+        {"mapped", member + "symbol", Value("A::x[1]"), "SUCCESS | "},
+        {"not mapped", member + "symbol", Value("Z::A"), "SYMBOL_NOT_MAPPED | Z::A"},
+        {"no text", member + "symbol", Value(5), "SUCCESS | "},
+        {"no member", "recipeList::symbol", Value("Z"), "SUCCESS | "},
+    });
+    for (auto const& [about, path, value, answer] : cases)
+    {
+        SCOPED_TRACE(about);
+        EXPECT_EQ(before(path, value, ""), answer);
     }
     EXPECT_EQ(before("recipeTypeList::symbol", Value("Z"), "recipeType"), "SYMBOL_NOT_MAPPED | Z");
 }
@@ -96,20 +111,21 @@ TEST_F(ImportChange, keeps_nested_and_inherited_types_apart)
     auto const equal = [](std::string const& name)
     { return "INVALID_PARAMETER | " + name + " - INHERITED_AND_NESTED_RECIPETYPE_IS_EQUAL"; };
     configure("P(Q,G) { } G(H) { } H { } F::I(J) { }", "");
-    auto const cases = std::to_array<std::pair<char const*, std::string>>({
-        {"T(P) { n>p }", equal("p")},
-        {"T(H,P) { n>U m>g }", equal("g")},
-        {"T(P) { n>H }", "SUCCESS | "},
-        {"T(Gone,,P) { n>U }", "SUCCESS | "},
-        {"T(F::I) { n>J }", equal("J")},
-        {"T(p) { n>G }", "SUCCESS | "},
-        {"T(P) { a:A=11 n>P }", "RANGE_MISMATCH | Invalid default value at: A"},
-        {"T(P) { n:A=11>P }", equal("P")},
-        {"T { a:A=10 b:B=7 n>T }", "SUCCESS | "},
+    auto const cases = std::to_array<Case>({
+        {"inherited", "T(P) { n>p }", equal("p")},
+        {"inherited by an inherited type", "T(H,P) { n>U m>g }", equal("g")},
+        {"inherited further up", "T(P) { n>H }", "SUCCESS | "},
+        {"inherited types that are not there", "T(Gone,,P) { n>U }", "SUCCESS | "},
+        {"in folders", "T(F::I) { n>J }", equal("J")},
+        {"another case of letters leads to no type", "T(p) { n>G }", "SUCCESS | "},
+        {"members in order", "T(P) { a:A=11 n>P }", "RANGE_MISMATCH | Invalid default value at: A"},
+        {"the nested type before the default", "T(P) { n:A=11>P }", equal("P")},
+        {"good", "T { a:A=10 b:B=7 n>T }", "SUCCESS | "},
     });
-    for (auto const& [type, answer] : cases)
+    for (auto const& [about, entry, answer] : cases)
     {
-        EXPECT_EQ(before_type(type), answer) << type;
+        SCOPED_TRACE(about);
+        EXPECT_EQ(before_type(entry), answer);
     }
     EXPECT_EQ(before_type("T(P) { m>G n>r }", configuration_of("P(R) { }", "")), equal("r"));
     Value type = types_of("T { a:A=11 }")["T"];
@@ -130,24 +146,25 @@ TEST_F(ImportChange, holds_recipes_against_their_type)
               "H { h:Z } K { n>O } O { o:A } F::T(T) { }",
               "S:U { d=9 } Q:O { o=99 }");
     auto const missing = [](char const* type) { return std::string("TYPE_MISSING | ") + type; };
-    auto const cases = std::to_array<std::pair<char const*, std::string>>({
-        {"R: { a=11 }", "SUCCESS | "},
-        {"R:Gone { }", missing("Gone")},
-        {"R:F { }", missing("MISSING_RECIPETYPE_MEMBERS")},
-        {"R:T { a=10 b=7 other=99 n=S }", "SUCCESS | "},
-        {"R:T { a=11 b=8 }", "RANGE_MISMATCH | too large [a]"},
-        {"R:T { a=10 b=8 }", "RANGE_MISMATCH | b"},
-        {"R:F::T { a=11 }", "RANGE_MISMATCH | too large [a]"},
-        {"R:K { n=Q }", "SUCCESS | "},
-        {"R:H { }", "SYMBOL_NOT_MAPPED | Z"},
-        {"R:L { }", "RECURSION | "},
-        {"R:W { x=4 y=6 u=99 }", "SUCCESS | "},
-        {"R:W { x=5 }", "RANGE_MISMATCH | too large [x]"},
-        {"R:W { y=7 }", "RANGE_MISMATCH | too large [y]"},
+    auto const cases = std::to_array<Case>({
+        {"no type named", "R: { a=11 }", "SUCCESS | "},
+        {"no such type", "R:Gone { }", missing("Gone")},
+        {"a folder", "R:F { }", missing("MISSING_RECIPETYPE_MEMBERS")},
+        {"good", "R:T { a=10 b=7 other=99 n=S }", "SUCCESS | "},
+        {"the first that is too large", "R:T { a=11 b=8 }", "RANGE_MISMATCH | too large [a]"},
+        {"without a text of the host", "R:T { a=10 b=8 }", "RANGE_MISMATCH | b"},
+        {"inherited, in a folder", "R:F::T { a=11 }", "RANGE_MISMATCH | too large [a]"},
+        {"a nested recipe is checked for itself", "R:K { n=Q }", "SUCCESS | "},
+        {"a symbol that is not mapped", "R:H { }", "SYMBOL_NOT_MAPPED | Z"},
+        {"inherits itself", "R:L { }", "RECURSION | "},
+        {"parts of a symbol", "R:W { x=4 y=6 u=99 }", "SUCCESS | "},
+        {"an element too large", "R:W { x=5 }", "RANGE_MISMATCH | too large [x]"},
+        {"below the symbol's own index", "R:W { y=7 }", "RANGE_MISMATCH | too large [y]"},
     });
-    for (auto const& [recipe, answer] : cases)
+    for (auto const& [about, entry, answer] : cases)
     {
-        EXPECT_EQ(before_recipe(recipe), answer) << recipe;
+        SCOPED_TRACE(about);
+        EXPECT_EQ(before_recipe(entry), answer);
     }
     auto const gone = configuration_of("X { a:A }", "");
     EXPECT_EQ(before_recipe("R:X { a=11 }", gone), "RANGE_MISMATCH | too large [a]");

@@ -41,23 +41,34 @@ protected:
 
 TEST_F(ReadFromTarget, answers_what_the_symbols_hold_for_the_members_that_the_recipe_names)
 {
-    constexpr auto cases = std::to_array<std::array<char const*, 4>>({
-        {"R", "T { a:A -b:B=7 c:C }", "R:T { b=9 a=9 other=1 }", "Line[A B C] | SUCCESS |  | R:T a=1 b=2"},
-        {"F::R", "F::T { a:A }", "F::R:F::T { a=9 }", "Line[A] | SUCCESS |  | F::R:F::T a=1"},
-        {"R", "T { a:A }", "R:T { }", "Line[A] | SUCCESS |  | R:T "},
-        {"R", "T { }", "R:T { a=9 }", " | SUCCESS | "},
-        {"R", "T { a:A b:A }", "R:T { a=9 b=9 }", "Line[A A] | SUCCESS |  | R:T a=1 b=1"},
-        {"R", "P { a:A } T(P) { a:B }", "R:T { a=9 }", "Line[A B] | SUCCESS |  | R:T a=1"},
-        {"R", "T { n>U a:A } U { x:X b:B }", "R:T { a=9 n=S x=9 } S:U { b=6 }",
-         "Other[X] Line[B A] | SUCCESS |  | R:T x=7 a=1"},
-        {"R", "T { v:V a:A w:W }", "R:T { w=9 v=9 a=9 }", "Line[A] Line[V W] | SUCCESS |  | R:T a=1 v=5 w=6"},
-        {"R", "U { a:A }", "R:T { }", " | READ_FROM_TARGET_FAILED | Server: MISSING_RECIPETYPE - T | nothing"},
-        {"R", "T { a:A q:Q }", "R:T { }", " | SYMBOL_NOT_MAPPED |  | nothing"},
-    });
-    for (auto const& [path, types, recipes, answer] : cases)
+    struct Case
     {
+        char const* about;
+        char const* types;
+        char const* recipes;
+        char const* answer;
+        char const* path = "R";
+    };
+    constexpr auto cases = std::to_array<Case>({
+        {"enabled or not, with a value alone", "T { a:A -b:B=7 c:C }", "R:T { b=9 a=9 other=1 }",
+         "Line[A B C] | SUCCESS |  | R:T a=1 b=2"},
+        {"in folders", "F::T { a:A }", "F::R:F::T { a=9 }", "Line[A] | SUCCESS |  | F::R:F::T a=1", "F::R"},
+        {"no values", "T { a:A }", "R:T { }", "Line[A] | SUCCESS |  | R:T "},
+        {"no symbols", "T { }", "R:T { a=9 }", " | SUCCESS | "},
+        {"one symbol twice", "T { a:A b:A }", "R:T { a=9 b=9 }", "Line[A A] | SUCCESS |  | R:T a=1 b=1"},
+        {"one name twice", "P { a:A } T(P) { a:B }", "R:T { a=9 }", "Line[A B] | SUCCESS |  | R:T a=1"},
+        {"two domains", "T { n>U a:A } U { x:X b:B }", "R:T { a=9 n=S x=9 } S:U { b=6 }",
+         "Other[X] Line[B A] | SUCCESS |  | R:T x=7 a=1"},
+        {"server symbols", "T { v:V a:A w:W }", "R:T { w=9 v=9 a=9 }",
+         "Line[A] Line[V W] | SUCCESS |  | R:T a=1 v=5 w=6"},
+        {"no type", "U { a:A }", "R:T { }", " | READ_FROM_TARGET_FAILED | Server: MISSING_RECIPETYPE - T | nothing"},
+        {"a symbol that is not mapped", "T { a:A q:Q }", "R:T { }", " | SYMBOL_NOT_MAPPED |  | nothing"},
+    });
+    for (auto const& [about, types, recipes, answer, path] : cases)
+    {
+        SCOPED_TRACE(about);
         configure(types, recipes);
-        EXPECT_EQ(read(path), answer) << types;
+        EXPECT_EQ(read(path), answer);
     }
     // Symbols without the mapping's use are read with the server's domain and once more at the end, the others never.
     auto& table = host.configuration["RavikSrv"]["SYMBOLS"];
