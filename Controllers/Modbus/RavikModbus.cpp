@@ -47,7 +47,7 @@ ResultPair RavikModbus::check(Value const& configuration) const
     return load_settings(configuration, settings);
 }
 
-void RavikModbus::execute(Context const& /*context*/, CommandGroup& group)
+void RavikModbus::execute(Context const& context, CommandGroup& group)
 {
     Prepared prepared;
     prepared.commands.reserve(group.size());
@@ -57,6 +57,15 @@ void RavikModbus::execute(Context const& /*context*/, CommandGroup& group)
     {
         prepare(command, prepared);
     }
+    // Who knows already that the device can't be reached does not wait for others who are about to find out.
+    if (auto const outcome = m_failed_sessions.find(context.session()))
+    {
+        for (auto* const command : prepared.commands)
+        {
+            finish(*command, *outcome);
+        }
+        return;
+    }
     RequestRunner::Report const report =
         [&](std::uint32_t index, Outcome const& outcome, std::span<std::uint16_t const> cells)
     {
@@ -65,7 +74,10 @@ void RavikModbus::execute(Context const& /*context*/, CommandGroup& group)
                cells.empty() ? outcome : decode(prepared.batch.accesses[index].address, cells, command.read_value()));
     };
     RavikSrv::Lock const lock(m_connection_mutex);
-    RequestRunner(*m_connection, m_settings.limits, prepared.batch, report).run();
+    if (auto const untried = RequestRunner(*m_connection, m_settings.limits, prepared.batch, report).run())
+    {
+        m_failed_sessions.note(context.session(), *untried);
+    }
 }
 
 void RavikModbus::prepare(Command& command, Prepared& prepared)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Connection.h"
+#include "FailedSessions.h"
 #include "RequestRunner.h"
 #include "Settings.h"
 
@@ -21,7 +22,8 @@ namespace Modbus
 /// address (`parse_address`); what is written is converted as `encode` says, what is read as `decode` does. Each
 /// command of a group succeeds or fails by itself: one whose mapping or value is refused is not sent, the others are.
 /// The requests are planned by `plan_requests` and carried out by a `RequestRunner`, those of one group after
-/// another's.
+/// another's. Where the device can't be reached, further groups of the same session fail in the same way without
+/// another attempt.
 class RavikModbus : public RavikSrv::ControllerExtension
 {
 public:
@@ -42,6 +44,7 @@ private:
     static void prepare(RavikSrv::Command& command, Prepared& prepared);
 
     Settings m_settings;
+    FailedSessions m_failed_sessions;
     /// Guards the connection for as long as a group takes. The one lock that is held while the driver waits.
     RavikSrv::Mutex m_connection_mutex;
     /// From `load` on.

@@ -30,12 +30,13 @@ Outcome in_pieces(std::span<Cell> cells, std::uint32_t limit, Transfer const& tr
 
 } // namespace
 
-void RequestRunner::run()
+std::optional<Outcome> RequestRunner::run()
 {
     for (auto const& request : m_plan.requests)
     {
         run(request);
     }
+    return m_given_up;
 }
 
 void RequestRunner::run(Request const& request)

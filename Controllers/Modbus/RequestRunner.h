@@ -39,7 +39,8 @@ public:
     {
     }
 
-    void run();
+    /// Returns the outcome of what was left untried, if anything that failed concerns the whole device.
+    std::optional<Outcome> run();
 
 private:
     void run(Request const& request);

@@ -25,7 +25,7 @@ Controller::Controller(std::string const& library, Value const& configuration)
     EXPECT_EQ(m_extension.version(), 19.0);
 }
 
-std::vector<Command> Controller::send(Accesses const& accesses)
+std::vector<Command> Controller::send(Accesses const& accesses, std::uint64_t session)
 {
     CommandGroup group;
     for (auto const& [mapping, value] : accesses)
@@ -37,6 +37,7 @@ std::vector<Command> Controller::send(Accesses const& accesses)
     }
     Context context;
     context.set_domain("Other");
+    context.set_session(RavikSrv::Session(session));
     m_extension.requests().on_request(context, &group);
 
     unsigned last_failure = 0;
@@ -50,10 +51,10 @@ std::vector<Command> Controller::send(Accesses const& accesses)
     return answered;
 }
 
-std::string Controller::outcomes(Accesses const& accesses)
+std::string Controller::outcomes(Accesses const& accesses, std::uint64_t session)
 {
     std::string text;
-    for (auto const& command : send(accesses))
+    for (auto const& command : send(accesses, session))
     {
         text += text.empty() ? "" : " ";
         text += command.extension_result() != 0 ? error_name(command.extension_result())

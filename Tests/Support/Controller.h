@@ -2,6 +2,7 @@
 
 #include "Support/LoadedExtension.h"
 
+#include <cstdint>
 #include <functional>
 #include <initializer_list>
 #include <mutex>
@@ -26,10 +27,10 @@ public:
     Controller(std::string const& library, Value const& configuration);
 
     /// Executes the accesses as one group, on behalf of another domain.
-    std::vector<Command> send(Accesses const& accesses);
+    std::vector<Command> send(Accesses const& accesses, std::uint64_t session = 0);
     /// The same; the answer is each command's outcome, with blanks between: a failure's name ("TIMEOUT"), the value
     /// that was read as text, "ok" for a write.
-    std::string outcomes(Accesses const& accesses);
+    std::string outcomes(Accesses const& accesses, std::uint64_t session = 0);
     Value read(std::string const& mapping) { return send({{mapping, {}}}).front().read_value(); }
     std::string error_name(unsigned result) const { return m_extension.object().error_string(result).name(); }
     ResultPair started() const { return m_extension.started(); }

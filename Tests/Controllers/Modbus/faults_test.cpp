@@ -3,7 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
+#include <thread>
 
 #include <sys/socket.h>
 #include <unistd.h>
@@ -32,7 +34,9 @@ TEST(ModbusFaults, nobody_listens)
 {
     std::uint16_t port = 0;
     close(listening_socket(1, port));
-    EXPECT_EQ(Domain(port).outcomes(scattered), thrice("CONNECTION_REFUSED"));
+    Domain domain(port);
+    EXPECT_EQ(domain.outcomes(scattered, 1), thrice("CONNECTION_REFUSED"));
+    EXPECT_EQ(std::string(domain.send(only_100, 1).front().result_string()).rfind("Not tried: No connection", 0), 0U);
     auto const outcome = Domain(port, map({{"host", "no-such-device.invalid"}})).outcomes(only_100);
     EXPECT_TRUE(outcome == "CONNECTION_REFUSED" || outcome == "TIMEOUT") << outcome;
 }
@@ -99,6 +103,75 @@ TEST(ModbusFaults, an_answer_that_is_none_ends_the_connection_and_the_group)
         EXPECT_EQ(domain.outcomes(scattered), "100 200 300") << test.name;
         EXPECT_EQ(device.connections(), 2) << test.name;
     }
+}
+
+TEST(ModbusFaults, a_device_out_of_reach_is_tried_once_a_session)
+{
+    struct Case
+    {
+        char const* result;
+        bool tried_again;
+        std::function<Bytes(Request const&)> answer;
+    };
+    std::vector<Case> const cases = {
+        {"TIMEOUT", false, [](Request const&) { return Bytes(); }},
+        {"GATEWAY_TARGET_FAILED", false, [](Request const& request) { return ScriptedDevice::exception(request, 11); }},
+        {"CONNECTION_LOST", true, [](Request const&) { return Bytes(12, 0xA5); }},
+        {"DEVICE_BUSY", true, [](Request const& request) { return ScriptedDevice::exception(request, 6); }},
+    };
+    for (auto const& test : cases)
+    {
+        SCOPED_TRACE(test.result);
+        std::atomic<bool> out_of_reach = true;
+        ScriptedDevice device([&](ScriptedDevice& self, Request const& request)
+                              { return out_of_reach ? test.answer(request) : self.right_answer(request); });
+        Domain domain(device.port(), map({{"timeoutMs", 100}}));
+        for (std::uint64_t const session : {1UL, 2UL, 0UL})
+        {
+            EXPECT_EQ(domain.outcomes(only_100, session), test.result) << "of a session of its own: " << session;
+        }
+        EXPECT_EQ(device.requests(), "3@100x1 3@100x1 3@100x1");
+        out_of_reach = false;
+        for (std::uint64_t const session : {1UL, 2UL})
+        {
+            EXPECT_EQ(domain.outcomes(scattered, session), test.tried_again ? "100 200 300" : thrice(test.result));
+        }
+        for (std::uint64_t const session : {0UL, 3UL})
+        {
+            EXPECT_EQ(domain.outcomes(only_100, session), "100") << "one without a failure of its own: " << session;
+        }
+    }
+}
+
+TEST(ModbusFaults, of_sessions_at_once_are_kept_apart_and_the_oldest_go)
+{
+    ScriptedDevice device([](ScriptedDevice& /*self*/, Request const& request)
+                          { return ScriptedDevice::exception(request, 10); });
+    Domain domain(device.port());
+    auto const requests_of = [&](std::uint64_t first, std::uint64_t last)
+    {
+        std::vector<std::thread> clients;
+        for (auto session = first; session <= last; ++session)
+        {
+            clients.emplace_back(
+                [&, session]
+                {
+                    domain.outcomes(only_100, session);
+                    auto const later = domain.send(scattered, session);
+                    EXPECT_EQ(std::string(later[2].result_string()).rfind("Not tried: The device", 0), 0U);
+                });
+        }
+        std::for_each(clients.begin(), clients.end(), [](auto& client) { client.join(); });
+        auto const requests = device.requests();
+        return std::count(requests.begin(), requests.end(), '@');
+    };
+    EXPECT_EQ(requests_of(1, 8), 8);
+    EXPECT_EQ(requests_of(1, 8), 0);
+    for (std::uint64_t first = 9; first <= 65; first += 8)
+    {
+        EXPECT_EQ(requests_of(first, first + 7), 8);
+    }
+    EXPECT_EQ(requests_of(1, 1), 1);
 }
 
 TEST(ModbusFaults, an_answer_byte_by_byte_has_one_timeout)
