@@ -29,9 +29,15 @@ Answer function_answer(FunctionOutcome const& outcome)
 FunctionOutcome call_with(Invocation& invocation, std::string const& function, char const* key,
                           std::string const& value)
 {
+    return call_with(invocation, invocation.project().begin_request(), function, key, value);
+}
+
+FunctionOutcome call_with(Invocation& invocation, RavikSrv::Session request, std::string const& function,
+                          char const* key, std::string const& value)
+{
     Value parameters(RavikSrv::ValueType::Struct);
     parameters.insert(key, Value(std::string_view(value)));
-    return invocation.project().call(std::string(recipe_domain), function, parameters);
+    return invocation.project().call(request, std::string(recipe_domain), function, parameters);
 }
 
 Cell outcome_cell(ExecutedCommand const& command, char const* done)

@@ -11,9 +11,11 @@ namespace Ravik::CommandLine
 /// A function's outcome as the answer of a command: the extension's result, or the server's error.
 Answer function_answer(FunctionOutcome const& outcome);
 
-/// Calls a function of the recipe management with one parameter.
+/// Calls a function of the recipe management with one parameter, as a request of its own or as part of `request`.
 FunctionOutcome call_with(Invocation& invocation, std::string const& function, char const* key,
                           std::string const& value);
+FunctionOutcome call_with(Invocation& invocation, RavikSrv::Session request, std::string const& function,
+                          char const* key, std::string const& value);
 
 /// How the command ended, in colour; `done` is the word for success.
 Cell outcome_cell(ExecutedCommand const& command, char const* done);

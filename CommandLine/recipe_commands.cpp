@@ -125,8 +125,9 @@ void print_values(Invocation& invocation, Value const& recipe, Value const& curr
                                                    (differing == 1 ? " differs." : " differ."));
 }
 
-/// Asks for each recipe on its own, so that one that can't be read does not hide the others.
-Answer active_one_by_one(Invocation& invocation, Answer answer)
+/// Asks for each recipe on its own, so that one that can't be read does not hide the others. All of it belongs to the
+/// request that failed for all recipes together, so that no controller that can't be reached is waited for again.
+Answer active_one_by_one(Invocation& invocation, RavikSrv::Session request, Answer answer)
 {
     auto& project = invocation.project();
     auto const names = recipe_names(recipe_configuration(project));
@@ -135,7 +136,7 @@ Answer active_one_by_one(Invocation& invocation, Answer answer)
     {
         Value one;
         one << Value(std::string_view(name));
-        auto const outcome = project.call(std::string(recipe_domain), Function::get_active_recipes, one);
+        auto const outcome = project.call(request, std::string(recipe_domain), Function::get_active_recipes, one);
         if (outcome.succeeded())
         {
             for (auto found = outcome.value.begin_vector(); found != outcome.value.end_vector(); ++found)
@@ -144,7 +145,7 @@ Answer active_one_by_one(Invocation& invocation, Answer answer)
             }
             continue;
         }
-        auto const reading = call_with(invocation, Function::read_from_target, Parameter::path, name);
+        auto const reading = call_with(invocation, request, Function::read_from_target, Parameter::path, name);
         auto const& told = reading.succeeded() ? outcome : reading;
         answer.messages.push_back(name + ": " + told.name + (told.text.empty() ? "" : ": " + told.text));
     }
@@ -209,11 +210,13 @@ Answer active(Invocation& invocation)
     {
         names << Value(std::string_view(name));
     }
-    auto const outcome = invocation.project().call(std::string(recipe_domain), Function::get_active_recipes, names);
+    auto& project = invocation.project();
+    auto const request = project.begin_request();
+    auto const outcome = project.call(request, std::string(recipe_domain), Function::get_active_recipes, names);
     auto answer = function_answer(outcome);
     if (!outcome.succeeded() && outcome.error == ErrorValue::SUCCESS && names.empty())
     {
-        return active_one_by_one(invocation, std::move(answer));
+        return active_one_by_one(invocation, request, std::move(answer));
     }
     auto const active = texts_of(outcome.value);
     print_lines(active, invocation.output());

@@ -27,6 +27,12 @@ std::string failure_of(Command const& command, std::string const& domain, Extens
 
 } // namespace
 
+RavikSrv::Session Recorder::new_session()
+{
+    RavikSrv::Lock const lock(m_mutex);
+    return RavikSrv::Session(++m_last_session);
+}
+
 void Recorder::note(RavikSrv::Context const& context, RavikSrv::CommandGroup const& group, ErrorValue result)
 {
     auto const session = context.session().id();
@@ -62,10 +68,9 @@ ExecutedGroup Recorder::describe(RavikSrv::CommandGroup const& group, ErrorValue
     return described;
 }
 
-Recorder::Recording::Recording(Recorder& recorder) : m_recorder(recorder)
+Recorder::Recording::Recording(Recorder& recorder, RavikSrv::Session session) : m_recorder(recorder), m_session(session)
 {
     RavikSrv::Lock const lock(m_recorder.m_mutex);
-    m_session = RavikSrv::Session(++m_recorder.m_last_session);
     m_recorder.m_records.emplace(m_session.id(), ExecutionRecord());
 }
 

@@ -21,6 +21,9 @@ public:
 
     explicit Recorder(Extensions const& extensions) : m_extensions(extensions) {}
 
+    /// A session that nobody had before.
+    RavikSrv::Session new_session();
+
     /// Notes an executed group where its session is recorded. Groups without commands are passed over.
     void note(RavikSrv::Context const& context, RavikSrv::CommandGroup const& group, RavikSrv::ErrorValue result);
 
@@ -34,16 +37,15 @@ private:
     std::map<std::uint64_t, ExecutionRecord> m_records RAVIK_GUARDED_BY(m_mutex);
 };
 
-/// A session of its own whose groups are recorded as long as this lives.
+/// Records the groups of a session as long as it lives. A session has one at a time.
 class Recorder::Recording
 {
 public:
-    explicit Recording(Recorder& recorder);
+    Recording(Recorder& recorder, RavikSrv::Session session);
     Recording(Recording const&) = delete;
     Recording& operator=(Recording const&) = delete;
     ~Recording();
 
-    RavikSrv::Session session() const noexcept { return m_session; }
     /// Hands out what was recorded until now.
     ExecutionRecord take();
 

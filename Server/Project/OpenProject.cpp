@@ -116,12 +116,13 @@ void OpenProject::start_extensions()
 
 // Functions -----------------------------------------------------------------------------------------------------------
 
-FunctionOutcome OpenProject::call(std::string const& domain, std::string const& function, Value const& parameters)
+FunctionOutcome OpenProject::call(RavikSrv::Session request, std::string const& domain, std::string const& function,
+                                  Value const& parameters)
 {
-    Recorder::Recording recording(m_core.executor.recorder());
+    Recorder::Recording recording(m_core.executor.recorder(), request);
     Context context;
     context.set_domain(domain.c_str());
-    context.set_session(recording.session());
+    context.set_session(request);
     CommandGroup group;
     group.set_domain(domain.c_str());
     Command command(function.c_str());
@@ -245,7 +246,9 @@ ExecutedGroup OpenProject::write_symbol(std::string const& name, Value const& va
 ExecutedGroup OpenProject::execute_symbols(CommandGroup& group)
 {
     group.set_domain(std::string(server_domain).c_str());
-    auto const result = m_core.executor.execute(Context(), group);
+    Context context;
+    context.set_session(begin_request());
+    auto const result = m_core.executor.execute(context, group);
     return m_core.executor.recorder().describe(group, result);
 }
 

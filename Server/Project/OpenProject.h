@@ -23,7 +23,9 @@ public:
 
     std::vector<std::string> const& warnings() const noexcept override { return m_warnings; }
 
-    FunctionOutcome call(std::string const& domain, std::string const& function,
+    RavikSrv::Session begin_request() override { return m_core.executor.recorder().new_session(); }
+    using Project::call;
+    FunctionOutcome call(RavikSrv::Session request, std::string const& domain, std::string const& function,
                          RavikSrv::Value const& parameters) override;
     std::vector<std::string> functions(std::string const& domain) const override;
     std::vector<std::string> domains() const override { return m_core.extensions.domains(); }

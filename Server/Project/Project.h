@@ -94,8 +94,17 @@ public:
     /// What went wrong at opening and did not stop it, a text for a person each.
     virtual std::vector<std::string> const& warnings() const noexcept = 0;
 
-    /// Calls a function of a domain with its parameters (null for none).
-    virtual FunctionOutcome call(std::string const& domain, std::string const& function,
+    /// Begins a request of a client and returns the session that everything executed on its behalf carries. Within a
+    /// request a controller that could not be reached is not tried again. There is nothing to end.
+    virtual RavikSrv::Session begin_request() = 0;
+
+    /// Calls a function of a domain with its parameters (null for none) as a request of its own.
+    FunctionOutcome call(std::string const& domain, std::string const& function, RavikSrv::Value const& parameters)
+    {
+        return call(begin_request(), domain, function, parameters);
+    }
+    /// The same as one of the calls of a request, which are made one after another.
+    virtual FunctionOutcome call(RavikSrv::Session request, std::string const& domain, std::string const& function,
                                  RavikSrv::Value const& parameters) = 0;
     /// The functions that the domain's extension names, empty for an unknown domain.
     virtual std::vector<std::string> functions(std::string const& domain) const = 0;
@@ -116,8 +125,10 @@ public:
 
     /// All symbols in the order of the project file.
     virtual std::vector<SymbolInfo> symbols() const = 0;
-    /// Reads the symbols, whatever their domains; the record's commands stand in the order of `names`.
+    /// Reads the symbols, whatever their domains, as a request of its own; the record's commands stand in the order of
+    /// `names`.
     virtual ExecutedGroup read_symbols(std::vector<std::string> const& names) = 0;
+    /// Writes the symbol as a request of its own.
     virtual ExecutedGroup write_symbol(std::string const& name, RavikSrv::Value const& value) = 0;
 
 protected:

@@ -74,8 +74,6 @@ protected:
     ScriptedDevice far{[this](ScriptedDevice& self, ScriptedDevice::Request const& request)
                        { return silent ? ScriptedDevice::Bytes() : self.right_answer(request); }};
     Value m_recipe;
-
-private:
     TemporaryFolder m_folder;
     std::unique_ptr<Project> m_project;
 };
@@ -98,6 +96,11 @@ TEST_F(ModbusTwoDomains, the_one_that_answers_is_served_before_the_one_that_does
     EXPECT_EQ(near.requests(), "3@0x1 3@100x1 3@200x1");
     EXPECT_EQ(read.record.at(0).commands.at(1).value, Value(7));
     EXPECT_EQ(far.requests(), "16@0x1 3@0x1") << "one request each told that nobody answers";
+
+    auto const symbols = m_project->read_symbols({"Far0", "Near0", "Far100", "Near100", "Far200"});
+    EXPECT_EQ(symbols.commands.at(3).value, Value(7));
+    EXPECT_EQ(symbols.commands.at(4).failure, "TIMEOUT");
+    EXPECT_EQ(far.requests(), "3@0x1") << "once a request, whatever stands between";
 
     silent = false;
     EXPECT_EQ(call("ActivateRecipe").name, "SUCCESS");
