@@ -24,32 +24,40 @@ std::string message(int error)
     return std::generic_category().message(error);
 }
 
+char const* maybe_done(bool writes)
+{
+    return writes ? "; it may have been written all the same" : "";
+}
+
 /// What the device answered instead of carrying out the request.
 struct DeviceException
 {
-    int error;
+    std::uint8_t code;
     ModbusResult result;
     char const* text;
 };
 
 constexpr std::array device_exceptions = {
-    DeviceException{EMBXILFUN, ModbusResult::ILLEGAL_FUNCTION,
+    DeviceException{MODBUS_EXCEPTION_ILLEGAL_FUNCTION, ModbusResult::ILLEGAL_FUNCTION,
                     R"(does not know this kind of request (see "singleWritesOnly"))"},
-    DeviceException{EMBXILADD, ModbusResult::ILLEGAL_DATA_ADDRESS, "has nothing at this address"},
-    DeviceException{EMBXILVAL, ModbusResult::ILLEGAL_DATA_VALUE,
+    DeviceException{MODBUS_EXCEPTION_ILLEGAL_DATA_ADDRESS, ModbusResult::ILLEGAL_DATA_ADDRESS,
+                    "has nothing at this address"},
+    DeviceException{MODBUS_EXCEPTION_ILLEGAL_DATA_VALUE, ModbusResult::ILLEGAL_DATA_VALUE,
                     R"(does not accept the value or so many at once (see "registersPerRead", "registersPerWrite"))"},
-    DeviceException{EMBXSFAIL, ModbusResult::DEVICE_FAILURE, "failed to carry out the request"},
-    DeviceException{EMBXACK, ModbusResult::DEVICE_BUSY, "has taken the request, but needs longer to carry it out"},
-    DeviceException{EMBXSBUSY, ModbusResult::DEVICE_BUSY, "is busy"},
-    DeviceException{EMBXNACK, ModbusResult::DEVICE_FAILURE, "can't carry out the request"},
-    DeviceException{EMBXMEMPAR, ModbusResult::DEVICE_FAILURE, "reports a fault of its memory"},
-    DeviceException{EMBXGPATH, ModbusResult::GATEWAY_TARGET_FAILED, "is a gateway without a way to the unit"},
-    DeviceException{EMBXGTAR, ModbusResult::GATEWAY_TARGET_FAILED, "is a gateway whose unit does not answer"},
-    DeviceException{MODBUS_ENOBASE, ModbusResult::DEVICE_FAILURE, "answered with an unknown exception"},
-    DeviceException{MODBUS_ENOBASE + MODBUS_EXCEPTION_NOT_DEFINED, ModbusResult::DEVICE_FAILURE,
-                    "answered with an unknown exception"},
-    DeviceException{EMBBADEXC, ModbusResult::DEVICE_FAILURE, "answered with an unknown exception"},
+    DeviceException{MODBUS_EXCEPTION_SLAVE_OR_SERVER_FAILURE, ModbusResult::DEVICE_FAILURE,
+                    "failed to carry out the request"},
+    DeviceException{MODBUS_EXCEPTION_ACKNOWLEDGE, ModbusResult::DEVICE_BUSY,
+                    "has taken the request, but needs longer to carry it out"},
+    DeviceException{MODBUS_EXCEPTION_SLAVE_OR_SERVER_BUSY, ModbusResult::DEVICE_BUSY, "is busy"},
+    DeviceException{MODBUS_EXCEPTION_NEGATIVE_ACKNOWLEDGE, ModbusResult::DEVICE_FAILURE, "can't carry out the request"},
+    DeviceException{MODBUS_EXCEPTION_MEMORY_PARITY, ModbusResult::DEVICE_FAILURE, "reports a fault of its memory"},
+    DeviceException{MODBUS_EXCEPTION_GATEWAY_PATH, ModbusResult::GATEWAY_TARGET_FAILED,
+                    "is a gateway without a way to the unit"},
+    DeviceException{MODBUS_EXCEPTION_GATEWAY_TARGET, ModbusResult::GATEWAY_TARGET_FAILED,
+                    "is a gateway whose unit does not answer"},
 };
+
+constexpr DeviceException unknown_exception = {0, ModbusResult::DEVICE_FAILURE, "answered with an unknown exception"};
 
 } // namespace
 
@@ -79,64 +87,25 @@ Connection::~Connection() = default;
 
 Outcome Connection::read(Table table, std::uint32_t first, std::span<std::uint16_t> cells)
 {
-    auto const address = static_cast<int>(first);
-    auto const count = static_cast<int>(cells.size());
-    if (!holds_bits(table))
+    auto outcome = exchange(Frame::read(table, first, cells.size()));
+    if (outcome.succeeded())
     {
-        return exchange(false, count,
-                        [&](modbus_t* device)
-                        {
-                            return table == Table::HOLDING
-                                       ? modbus_read_registers(device, address, count, cells.data())
-                                       : modbus_read_input_registers(device, address, count, cells.data());
-                        });
+        m_answer.take_cells(table, cells);
     }
-    std::array<std::uint8_t, MODBUS_MAX_READ_BITS> bits{};
-    auto outcome = exchange(false, count,
-                            [&](modbus_t* device)
-                            {
-                                return table == Table::COIL
-                                           ? modbus_read_bits(device, address, count, bits.data())
-                                           : modbus_read_input_bits(device, address, count, bits.data());
-                            });
-    std::copy_n(bits.begin(), cells.size(), cells.begin());
     return outcome;
 }
 
 Outcome Connection::write(Table table, std::uint32_t first, std::span<std::uint16_t const> cells, bool single)
 {
-    auto const address = static_cast<int>(first);
-    auto const count = static_cast<int>(cells.size());
-    if (!holds_bits(table))
-    {
-        return exchange(true, count,
-                        [&](modbus_t* device)
-                        {
-                            return single ? modbus_write_register(device, address, cells.front())
-                                          : modbus_write_registers(device, address, count, cells.data());
-                        });
-    }
-    std::array<std::uint8_t, MODBUS_MAX_WRITE_BITS> bits{};
-    std::transform(cells.begin(), cells.end(), bits.begin(),
-                   [](std::uint16_t cell) { return static_cast<std::uint8_t>(cell); });
-    return exchange(true, count,
-                    [&](modbus_t* device)
-                    {
-                        return single ? modbus_write_bit(device, address, bits.front())
-                                      : modbus_write_bits(device, address, count, bits.data());
-                    });
+    return exchange(single ? Frame::write_single(table, first, cells.front()) : Frame::write(table, first, cells));
 }
 
 Outcome Connection::write_bits(std::uint32_t address, std::uint16_t mask, std::uint16_t bits)
 {
-    return exchange(true, 1,
-                    [&](modbus_t* device) {
-                        return modbus_mask_write_register(device, static_cast<int>(address),
-                                                          static_cast<std::uint16_t>(~mask), bits);
-                    });
+    return exchange(Frame::write_bits(address, mask, bits));
 }
 
-template <typename Request> Outcome Connection::exchange(bool writes, int expected, Request const& request)
+Outcome Connection::exchange(Frame request)
 {
     m_is_carrying_out = false;
     auto const deadline = Deadline::clock::now() + m_settings.timeout;
@@ -144,9 +113,24 @@ template <typename Request> Outcome Connection::exchange(bool writes, int expect
     {
         return opened;
     }
+    request.set_header(++m_transaction, m_settings.unit);
+    // The library could send it as well, but takes an answer for one whatever unit or protocol it names.
+    if (int const error = send(request); error != 0)
+    {
+        return failure(error, request.writes());
+    }
     limit_answer(deadline);
-    auto const answered = request(m_device->handle);
-    return answered == expected ? Outcome() : failure(answered < 0 ? errno : EMBBADDATA, writes);
+    static_assert(Frame::capacity >= MODBUS_TCP_MAX_ADU_LENGTH);
+    if (m_answer.receive([&](std::uint8_t* room) { return modbus_receive_confirmation(m_device->handle, room); }) < 0)
+    {
+        return failure(errno, request.writes());
+    }
+    if (auto const why = m_answer.mismatch(request))
+    {
+        return broken(*why, request.writes());
+    }
+    auto const exception = m_answer.exception();
+    return exception ? refusal(*exception) : Outcome();
 }
 
 Outcome Connection::ensure_open(Deadline deadline)
@@ -208,12 +192,20 @@ bool Connection::set_up()
     }
     auto device = std::make_unique<Device>(handle);
     // No timeout between bytes: the one for the response then holds for the whole of it.
-    if (modbus_set_slave(handle, m_settings.unit) != 0 || modbus_set_byte_timeout(handle, 0, 0) != 0)
+    if (modbus_set_byte_timeout(handle, 0, 0) != 0)
     {
         return false;
     }
     m_device = std::move(device);
     return true;
+}
+
+int Connection::send(Frame const& request) const noexcept
+{
+    // So little finds room whenever everything before it was answered.
+    auto const bytes = request.bytes();
+    auto const sent = ::send(modbus_get_socket(m_device->handle), bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    return sent < 0 ? errno : static_cast<std::size_t>(sent) == bytes.size() ? 0 : ENOBUFS;
 }
 
 void Connection::limit_answer(Deadline deadline) noexcept
@@ -243,24 +235,30 @@ bool Connection::is_stale() const noexcept
     return received >= 0 || (errno != EAGAIN && errno != EWOULDBLOCK);
 }
 
+Outcome Connection::refusal(std::uint8_t exception)
+{
+    m_is_carrying_out = exception == MODBUS_EXCEPTION_ACKNOWLEDGE;
+    auto const* const known = std::find_if(device_exceptions.begin(), device_exceptions.end(),
+                                           [&](DeviceException const& one) { return one.code == exception; });
+    auto const& meant = known == device_exceptions.end() ? unknown_exception : *known;
+    return {meant.result, "The device " + m_name + " " + meant.text};
+}
+
 Outcome Connection::failure(int error, bool writes)
 {
-    auto const refused = std::find_if(device_exceptions.begin(), device_exceptions.end(),
-                                      [&](DeviceException const& exception) { return exception.error == error; });
-    if (refused != device_exceptions.end())
+    if (error != ETIMEDOUT)
     {
-        m_is_carrying_out = error == EMBXACK;
-        return {refused->result, "The device " + m_name + " " + refused->text};
+        return broken(error > MODBUS_ENOBASE ? "what it sent is no answer to the request" : message(error), writes);
     }
     close();
-    auto const* const maybe_done = writes ? "; it may have been written all the same" : "";
-    if (error == ETIMEDOUT)
-    {
-        return {ModbusResult::TIMEOUT, "The device " + m_name + " did not answer within " +
-                                           std::to_string(m_settings.timeout.count()) + " ms" + maybe_done};
-    }
-    auto const why = error > MODBUS_ENOBASE ? "what it sent is no answer to the request" : message(error);
-    return {ModbusResult::CONNECTION_LOST, "The connection to " + m_name + " broke: " + why + maybe_done};
+    return {ModbusResult::TIMEOUT, "The device " + m_name + " did not answer within " +
+                                       std::to_string(m_settings.timeout.count()) + " ms" + maybe_done(writes)};
+}
+
+Outcome Connection::broken(std::string const& why, bool writes)
+{
+    close();
+    return {ModbusResult::CONNECTION_LOST, "The connection to " + m_name + " broke: " + why + maybe_done(writes)};
 }
 
 } // namespace Modbus

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Frame.h"
 #include "HostLookup.h"
 #include "Settings.h"
 #include "modbus_result.h"
@@ -16,7 +17,8 @@ namespace Modbus
 ///
 /// Each operation is one request. It takes at most "timeoutMs", the time for a connection that is yet to be opened
 /// included. A failure that the device answers itself leaves the connection open. After any other one the
-/// connection is closed, so that what may still come is never taken for the answer to the next request.
+/// connection is closed, so that what may still come is never taken for the answer to the next request. An answer
+/// is one only where it names the request's number and unit and the protocol.
 class Connection
 {
 public:
@@ -44,21 +46,28 @@ public:
 private:
     struct Device;
 
-    template <typename Request> Outcome exchange(bool writes, int expected, Request const& request);
+    /// Success leaves what came in `m_answer`.
+    Outcome exchange(Frame request);
     Outcome ensure_open(Deadline deadline);
     Outcome open(Deadline deadline);
     bool set_up();
+    /// 0, or why it can't be sent.
+    int send(Frame const& request) const noexcept;
     void limit_answer(Deadline deadline) noexcept;
     void close() noexcept;
     bool is_stale() const noexcept;
+    Outcome refusal(std::uint8_t exception);
     Outcome failure(int error, bool writes);
+    Outcome broken(std::string const& why, bool writes);
 
     Settings m_settings;
     /// The device as messages name it.
     std::string m_name;
     HostLookup m_lookup;
-    /// Kept from one connection to the next, so that the numbers of the requests go on.
     std::unique_ptr<Device> m_device;
+    Frame m_answer;
+    /// The number of the last request. It goes on from one connection to the next.
+    std::uint16_t m_transaction = 0;
     bool m_is_open = false;
     bool m_lacks_masked_writes = false;
     bool m_is_carrying_out = false;
