@@ -24,11 +24,6 @@ std::string message(int error)
     return std::generic_category().message(error);
 }
 
-char const* maybe_done(bool writes)
-{
-    return writes ? "; it may have been written all the same" : "";
-}
-
 /// What the device answered instead of carrying out the request.
 struct DeviceException
 {
@@ -108,27 +103,30 @@ Outcome Connection::write_bits(std::uint32_t address, std::uint16_t mask, std::u
 Outcome Connection::exchange(Frame request)
 {
     m_is_carrying_out = false;
+    m_may_be_done = false;
     auto const deadline = Deadline::clock::now() + m_settings.timeout;
     if (auto opened = ensure_open(deadline); !opened.succeeded())
     {
         return opened;
     }
     request.set_header(++m_transaction, m_settings.unit);
+    m_may_be_done = request.writes();
     // The library could send it as well, but takes an answer for one whatever unit or protocol it names.
     if (int const error = send(request); error != 0)
     {
-        return failure(error, request.writes());
+        return failure(error);
     }
     limit_answer(deadline);
     static_assert(Frame::capacity >= MODBUS_TCP_MAX_ADU_LENGTH);
     if (m_answer.receive([&](std::uint8_t* room) { return modbus_receive_confirmation(m_device->handle, room); }) < 0)
     {
-        return failure(errno, request.writes());
+        return failure(errno);
     }
     if (auto const why = m_answer.mismatch(request))
     {
-        return broken(*why, request.writes());
+        return broken(*why);
     }
+    m_may_be_done = false;
     auto const exception = m_answer.exception();
     return exception ? refusal(*exception) : Outcome();
 }
@@ -244,21 +242,21 @@ Outcome Connection::refusal(std::uint8_t exception)
     return {meant.result, "The device " + m_name + " " + meant.text};
 }
 
-Outcome Connection::failure(int error, bool writes)
+Outcome Connection::failure(int error)
 {
     if (error != ETIMEDOUT)
     {
-        return broken(error > MODBUS_ENOBASE ? "what it sent is no answer to the request" : message(error), writes);
+        return broken(error > MODBUS_ENOBASE ? "what it sent is no answer to the request" : message(error));
     }
     close();
-    return {ModbusResult::TIMEOUT, "The device " + m_name + " did not answer within " +
-                                       std::to_string(m_settings.timeout.count()) + " ms" + maybe_done(writes)};
+    return {ModbusResult::TIMEOUT,
+            "The device " + m_name + " did not answer within " + std::to_string(m_settings.timeout.count()) + " ms"};
 }
 
-Outcome Connection::broken(std::string const& why, bool writes)
+Outcome Connection::broken(std::string const& why)
 {
     close();
-    return {ModbusResult::CONNECTION_LOST, "The connection to " + m_name + " broke: " + why + maybe_done(writes)};
+    return {ModbusResult::CONNECTION_LOST, "The connection to " + m_name + " broke: " + why};
 }
 
 } // namespace Modbus

@@ -42,6 +42,8 @@ public:
 
     /// Whether the last request failed only in that the device needs longer to carry it out: it must not be repeated.
     bool is_carrying_out() const noexcept { return m_is_carrying_out; }
+    /// Whether the last request writes and was sent, but nobody told what became of it.
+    bool may_be_done() const noexcept { return m_may_be_done; }
 
 private:
     struct Device;
@@ -57,8 +59,8 @@ private:
     void close() noexcept;
     bool is_stale() const noexcept;
     Outcome refusal(std::uint8_t exception);
-    Outcome failure(int error, bool writes);
-    Outcome broken(std::string const& why, bool writes);
+    Outcome failure(int error);
+    Outcome broken(std::string const& why);
 
     Settings m_settings;
     /// The device as messages name it.
@@ -71,6 +73,7 @@ private:
     bool m_is_open = false;
     bool m_lacks_masked_writes = false;
     bool m_is_carrying_out = false;
+    bool m_may_be_done = false;
 };
 
 } // namespace Modbus

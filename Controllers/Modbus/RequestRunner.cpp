@@ -50,6 +50,7 @@ void RequestRunner::run(Request const& request)
     if (concerns_whole_device(outcome.result))
     {
         m_given_up = Outcome{outcome.result, "Not tried: " + outcome.text};
+        outcome.text += m_connection.may_be_done() ? "; it may have been written all the same" : "";
     }
     else if (!outcome.succeeded() && !m_connection.is_carrying_out())
     {

@@ -133,7 +133,7 @@ TEST(ModbusFaults, a_device_out_of_reach_is_tried_once_a_session)
         std::atomic<bool> out_of_reach = true;
         ScriptedDevice device([&](ScriptedDevice& self, Request const& request)
                               { return out_of_reach ? test.answer(request) : self.right_answer(request); });
-        Domain domain(device.port(), map({{"timeoutMs", 100}}));
+        Domain domain(device.port(), map({{"timeoutMs", 200}}));
         for (std::uint64_t const session : {1UL, 2UL, 0UL})
         {
             EXPECT_EQ(domain.outcomes(only_100, session), test.result) << "of a session of its own: " << session;
