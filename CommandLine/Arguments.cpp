@@ -21,7 +21,7 @@ constexpr std::array<OptionEntry, 9> option_table{{
      TakenBy::some_commands},
     {Option::wait, "--wait", "SECONDS", "how long to wait for another process that has the project open",
      TakenBy::every_command},
-    {Option::force, "--force", "", "go ahead: replace a file, or make an edit that its rehearsal refuses",
+    {Option::force, "--force", "", "replace what exists",
      TakenBy::some_commands},
     {Option::dry_run, "--dry-run", "", "check and show what would happen, and change nothing", TakenBy::some_commands},
     {Option::replace, "--replace", "", "the imported file becomes the whole configuration", TakenBy::some_commands},

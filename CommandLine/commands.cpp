@@ -184,15 +184,14 @@ Examples:
      .summary = "Delete an entry of the configuration",
      .description = R"(
 Everything that refers to the entry follows: recipes of a deleted type go with it,
-values that name a deleted recipe are emptied. The edit is rehearsed first, and
-refused where something else would be touched or something left behind; --force
-goes ahead all the same, --dry-run only shows the rehearsal.
+members that nest it and its name where it is inherited are removed, and values
+that name a deleted recipe are emptied. --dry-run shows all that would change.
 
 Examples:
   ravik delete --dry-run recipeTypeList::Dough
   ravik delete recipeList::Pizza
 )",
-     .options = {Option::domain, Option::force, Option::dry_run},
+     .options = {Option::domain, Option::dry_run},
      .run = remove},
     {.name = "rename",
      .operands = "PATH NEW_PATH",
@@ -200,14 +199,14 @@ Examples:
      .most = 2,
      .summary = "Rename or move an entry of the configuration",
      .description = R"(
-Both paths are full paths. Everything that refers to the entry is rewritten. The
-edit is rehearsed first, as with 'delete'.
+Both paths are full paths. Everything that refers to the entry is rewritten;
+--dry-run shows all that would change.
 
 Examples:
   ravik rename recipeTypeList::Dough recipeTypeList::Doughs::Wheat
   ravik rename recipeTypeList::Dough::members::Speed recipeTypeList::Dough::members::Pace
 )",
-     .options = {Option::domain, Option::force, Option::dry_run},
+     .options = {Option::domain, Option::dry_run},
      .run = rename},
     {.name = "check",
      .operands = "",

@@ -81,7 +81,7 @@ Answer edit_answer(Invocation& invocation, EditReport const& report, std::string
 
 MoveOptions move_options(Invocation const& invocation)
 {
-    return {.force = invocation.has(Option::force), .dry_run = invocation.has(Option::dry_run)};
+    return {.dry_run = invocation.has(Option::dry_run)};
 }
 
 /// The answer to an import that only checks: every refusal is a message.

@@ -15,20 +15,15 @@ using RavikSrv::ValueType;
 void Configuration::add_domain(std::string const& domain, Value const& fixed)
 {
     auto loaded = m_store != nullptr ? m_store->load(domain) : Value(ValueType::Map);
-    Domain added{.tree = std::move(loaded), .fixed = {}};
+    Domain added{.tree = std::move(loaded), .finished = {}, .fixed = {}};
     for (auto entry = fixed.begin(); entry != fixed.end(); ++entry)
     {
         added.tree.insert_or_update(entry.name(), *entry);
         added.fixed.insert(entry.name());
     }
+    added.finished = added.tree;
     RavikSrv::Lock const lock(m_mutex);
     m_domains.insert_or_assign(domain, std::move(added));
-}
-
-void Configuration::add_copy(std::string const& domain, Value const& tree)
-{
-    RavikSrv::Lock const lock(m_mutex);
-    m_domains.insert_or_assign(domain, Domain{.tree = tree, .fixed = {}});
 }
 
 bool Configuration::is_fixed(std::string const& domain, std::string const& path) const
@@ -48,7 +43,11 @@ Value Configuration::tree(std::string const& domain) const
 {
     RavikSrv::Lock const lock(m_mutex);
     auto const found = m_domains.find(domain);
-    return found == m_domains.end() ? Value() : found->second.tree;
+    if (found == m_domains.end())
+    {
+        return {};
+    }
+    return m_turn_thread == std::this_thread::get_id() ? found->second.tree : found->second.finished;
 }
 
 bool Configuration::is_refusing() const
@@ -139,6 +138,7 @@ Configuration::Turn::Turn(Configuration& configuration) : m_configuration(config
 {
     configuration.m_turn_mutex.lock();
     m_outer = std::exchange(configuration.m_innermost, this);
+    set_thread(std::this_thread::get_id());
 }
 
 Configuration::Turn::~Turn()
@@ -148,6 +148,10 @@ Configuration::Turn::~Turn()
         take_back();
     }
     m_configuration.m_innermost = m_outer;
+    if (m_outer == nullptr)
+    {
+        set_thread({});
+    }
     m_configuration.m_turn_mutex.unlock();
 }
 
@@ -193,6 +197,7 @@ ErrorValue Configuration::Turn::commit()
     try
     {
         m_configuration.save(m_changes.touched());
+        publish();
         m_done = true;
         return ErrorValue::SUCCESS;
     }
@@ -202,6 +207,31 @@ ErrorValue Configuration::Turn::commit()
         RavikSrv::Lock const lock(m_configuration.m_mutex);
         m_configuration.m_failed = true;
         return ErrorValue::STORAGE_STORE;
+    }
+}
+
+void Configuration::Turn::set_thread(std::thread::id thread) noexcept
+{
+    RavikSrv::Lock const lock(m_configuration.m_mutex);
+    m_configuration.m_turn_thread = thread;
+}
+
+/// Shows everybody what the turn did.
+void Configuration::Turn::publish() noexcept
+{
+    RavikSrv::Lock const lock(m_configuration.m_mutex);
+    try
+    {
+        m_changes.apply([this](std::string const& domain) RAVIK_REQUIRES(m_configuration.m_mutex) -> Value&
+                        { return m_configuration.m_domains.at(domain).finished; });
+    }
+    catch (...)
+    {
+        // It is stored already. Without memory for a tree of their own readers share the other one.
+        for (auto& domain : m_configuration.m_domains)
+        {
+            domain.second.finished = domain.second.tree;
+        }
     }
 }
 

@@ -10,6 +10,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace Ravik
@@ -17,8 +18,8 @@ namespace Ravik
 
 /// The configuration of all domains of a project: a tree for each, and the store behind them.
 ///
-/// **Reading** copies one pointer and never waits for an edit: it gets the tree as it stands, also in the middle of an
-/// edit. **Writing** takes a `Turn`. Thread-safe.
+/// **Reading** copies one pointer and never waits for an edit: it gets the tree that the last finished turn left. Only
+/// the thread that has the turn sees it in progress. **Writing** takes a `Turn`. Thread-safe.
 class Configuration
 {
 public:
@@ -30,13 +31,10 @@ public:
     /// Loads the domain's tree from the store and lays `fixed` over it: its top-level entries win and are never stored.
     void add_domain(std::string const& domain, RavikSrv::Value const& fixed);
 
-    /// Takes `tree` as the domain's whole configuration; for configurations without a store.
-    void add_copy(std::string const& domain, RavikSrv::Value const& tree);
-
     bool has_domain(std::string const& domain) const;
     /// Whether the path lies in what the project file fixes.
     bool is_fixed(std::string const& domain, std::string const& path) const;
-    /// The domain's whole configuration as it stands; a null value for an unknown domain.
+    /// The domain's whole configuration; a null value for an unknown domain.
     RavikSrv::Value tree(std::string const& domain) const;
     /// Whether nothing is edited any more since a commit failed; see `Turn::commit`.
     bool is_refusing() const;
@@ -44,7 +42,11 @@ public:
 private:
     struct Domain
     {
+        /// The tree as the turn in progress has left it so far.
         RavikSrv::Value tree;
+        /// As the last finished turn left it. A tree of its own whose folders are not shared with the other, so that an
+        /// edit need not copy them; what the folders hold is shared.
+        RavikSrv::Value finished;
         /// The top-level entries that come from the project file.
         std::set<std::string> fixed;
     };
@@ -60,6 +62,8 @@ private:
     /// The turn: one thread at a time, as often as it likes. The one lock that is held while extensions are called.
     RavikSrv::RecursiveMutex m_turn_mutex;
     Turn* m_innermost RAVIK_GUARDED_BY(m_turn_mutex) = nullptr;
+    /// The thread that has the turn, none where nobody has.
+    std::thread::id m_turn_thread RAVIK_GUARDED_BY(m_mutex);
     /// Set when a commit failed: the listeners have been told what did not last, so nothing is edited until a restart.
     bool m_failed RAVIK_GUARDED_BY(m_mutex) = false;
 };
@@ -93,6 +97,8 @@ public:
     Changes const& changes() const noexcept { return m_changes; }
 
 private:
+    void set_thread(std::thread::id thread) noexcept;
+    void publish() noexcept;
     template <typename Edit> RavikSrv::ErrorValue edit(std::string const& domain, Edit change_tree);
 
     Configuration& m_configuration;

@@ -144,4 +144,38 @@ void for_each_entry(std::string const& path, Value const& root, EntryVisit const
     }
 }
 
+std::string relative_name(std::string const& path)
+{
+    auto const separator = path.find(RavikSrv::separator_text);
+    return separator == std::string::npos ? std::string() : path.substr(separator + RavikSrv::separator_text.size());
+}
+
+bool is_last_entry(std::string const& path, Value const& tree)
+{
+    auto const* folder = &tree;
+    for (RavikSrv::PathIterator components(path); components.next();)
+    {
+        auto const entry = folder->find(components.component().c_str());
+        auto next = entry;
+        if (folder != &tree && ++next != folder->end())
+        {
+            return false;
+        }
+        folder = &*entry;
+    }
+    return true;
+}
+
+std::vector<std::string> entry_paths(std::string const& path, Value const& tree)
+{
+    std::vector<std::string> paths;
+    for_each_entry(path, tree,
+                   [&paths](std::string const& entry, Value const& /*value*/, EntryKind /*kind*/)
+                   {
+                       paths.push_back(entry);
+                       return true;
+                   });
+    return paths;
+}
+
 } // namespace Ravik

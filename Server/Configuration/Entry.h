@@ -7,6 +7,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace Ravik
 {
@@ -55,5 +56,14 @@ Place locate(std::string const& path, RavikSrv::Value const& root);
 using EntryVisit = std::function<bool(std::string const& path, RavikSrv::Value const& entry, EntryKind kind)>;
 void for_each_entry(std::string const& path, RavikSrv::Value const& root, EntryVisit const& visit,
                     bool with_folders = false);
+
+/// The path without the list that it begins with: the name by which entries refer to the entry.
+std::string relative_name(std::string const& path);
+
+/// Whether the entry at the path is the last one of its list in the order of the tree.
+bool is_last_entry(std::string const& path, RavikSrv::Value const& tree);
+
+/// The paths of the entries at and below `path`, in the order of the tree.
+std::vector<std::string> entry_paths(std::string const& path, RavikSrv::Value const& tree);
 
 } // namespace Ravik

@@ -22,12 +22,6 @@ using RavikSrv::ValueType;
 namespace
 {
 
-/// The path without the list and the separator that it begins with: the name by which entries refer to it.
-std::string relative(std::string const& path)
-{
-    return path.substr(path.find(RavikSrv::separator_text) + RavikSrv::separator_text.size());
-}
-
 /// Brings the references of a tree into line with a move that has been made in it.
 class Carrier
 {
@@ -163,7 +157,7 @@ private:
         }
         auto const name = RavikSrv::node_path(reference.holder, m_before).node->get_string();
         auto const is_full_path = reference.target == name;
-        rewrite(holder, Value((is_full_path ? target : relative(target)).c_str()));
+        rewrite(holder, Value((is_full_path ? target : relative_name(target)).c_str()));
     }
 
     /// Nothing happens where nothing stands.
@@ -207,28 +201,62 @@ private:
     std::vector<Tree::Change> m_changes;
 };
 
-void compare(std::string const& path, Value const& expected, Value const& actual, std::vector<Difference>& found)
+/// Null where nothing stands.
+void compare(std::string const& path, Value const* expected, Value const* actual, std::vector<Difference>& found)
 {
-    if (expected == actual)
+    auto const copy = [](Value const* value) { return value == nullptr ? std::nullopt : std::optional(*value); };
+    if (expected == nullptr || actual == nullptr)
     {
-        return;
-    }
-    if (expected.type() != ValueType::Map || actual.type() != ValueType::Map)
-    {
-        found.push_back({.path = path, .expected = expected, .actual = actual});
-        return;
-    }
-    for (auto entry = expected.begin(); entry != expected.end(); ++entry)
-    {
-        compare(Tree::join(path, entry.name()), *entry, actual[entry.name()], found);
-    }
-    for (auto entry = actual.begin(); entry != actual.end(); ++entry)
-    {
-        if (expected.find(entry.name()) == expected.end())
+        if (expected != actual)
         {
-            found.push_back({.path = Tree::join(path, entry.name()), .expected = {}, .actual = *entry});
+            found.push_back({.path = path, .expected = copy(expected), .actual = copy(actual)});
+        }
+        return;
+    }
+    if (*expected == *actual)
+    {
+        return;
+    }
+    if (expected->type() != ValueType::Map || actual->type() != ValueType::Map)
+    {
+        found.push_back({.path = path, .expected = *expected, .actual = *actual});
+        return;
+    }
+    for (auto entry = expected->begin(); entry != expected->end(); ++entry)
+    {
+        compare(Tree::join(path, entry.name()), &*entry, RavikSrv::node(actual, entry.name()), found);
+    }
+    for (auto entry = actual->begin(); entry != actual->end(); ++entry)
+    {
+        if (expected->find(entry.name()) == expected->end())
+        {
+            found.push_back({.path = Tree::join(path, entry.name()), .expected = std::nullopt, .actual = *entry});
         }
     }
+}
+
+/// The elements of a list that were replaced or, where it became shorter, removed; the list itself where that does not
+/// tell what happened to it.
+std::vector<Touched> changed_elements(Touched const& list, Value const& before, Value const& after)
+{
+    std::vector<Touched> changed;
+    std::vector<Value> const old(before.begin_vector(), before.end_vector());
+    std::vector<Value> const present(after.begin_vector(), after.end_vector());
+    auto const is_shorter = present.size() < old.size();
+    std::size_t kept = 0;
+    for (std::size_t index = 0; index != old.size(); ++index)
+    {
+        auto const counterpart = is_shorter ? kept : index;
+        if (counterpart < present.size() && old[index] == present[counterpart])
+        {
+            ++kept;
+            continue;
+        }
+        changed.push_back(
+            {.domain = list.domain, .path = list.path + "[" + std::to_string(index) + "]", .removed = is_shorter});
+    }
+    auto const is_told = is_shorter ? kept == present.size() : old.size() == present.size();
+    return is_told ? changed : std::vector<Touched>{list};
 }
 
 } // namespace
@@ -270,12 +298,40 @@ Value expected_after(Value const& tree, Move const& move)
 std::vector<Difference> differences(Value const& expected, Value const& actual)
 {
     std::vector<Difference> found;
-    for (auto const list : {Key::recipe_type_list, Key::recipe_list})
+    for (auto const* const list : {Key::recipe_type_list, Key::recipe_list})
     {
-        std::string const name(list);
-        compare(name, expected[name.c_str()], actual[name.c_str()], found);
+        compare(list, RavikSrv::node(&expected, list), RavikSrv::node(&actual, list), found);
     }
     return found;
+}
+
+std::vector<Touched> consequences(std::string const& domain, Move const& move, Value const& before,
+                                  Value const& expected)
+{
+    std::vector<Touched> places;
+    if (move.is_delete())
+    {
+        for_each_entry(move.path, before,
+                       [&](std::string const& path, Value const& /*entry*/, EntryKind kind)
+                       {
+                           if (path != move.path && kind != EntryKind::Inside)
+                           {
+                               places.push_back({.domain = domain, .path = path, .removed = true});
+                           }
+                           return true;
+                       });
+    }
+    for (auto const& difference : differences(expected, with_move(before, move)))
+    {
+        Touched const place{.domain = domain, .path = difference.path, .removed = !difference.expected};
+        auto const is_list = difference.expected && difference.actual &&
+                             difference.expected->type() == ValueType::Vector &&
+                             difference.actual->type() == ValueType::Vector;
+        auto const changed =
+            is_list ? changed_elements(place, *difference.actual, *difference.expected) : std::vector<Touched>{place};
+        places.insert(places.end(), changed.begin(), changed.end());
+    }
+    return places;
 }
 
 } // namespace Ravik

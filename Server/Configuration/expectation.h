@@ -1,7 +1,9 @@
 #pragma once
 
+#include "Configuration/Changes.h"
 #include "RavikSrvExtApi.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -32,17 +34,21 @@ RavikSrv::Value with_move(RavikSrv::Value const& tree, Move const& move);
 /// deleted member stay.
 RavikSrv::Value expected_after(RavikSrv::Value const& tree, Move const& move);
 
-/// Something that stands otherwise in one tree than in another.
+/// Something that stands otherwise in one tree than in another; no value where nothing stands.
 struct Difference
 {
     std::string path;
-    /// Null where there is nothing.
-    RavikSrv::Value expected;
-    RavikSrv::Value actual;
+    std::optional<RavikSrv::Value> expected;
+    std::optional<RavikSrv::Value> actual;
 };
 
 /// The places of the two lists in which the trees differ: the deepest ones that tell what differs, whole entries where
 /// one is missing. Equal parts that the trees share cost nothing.
 std::vector<Difference> differences(RavikSrv::Value const& expected, RavikSrv::Value const& actual);
+
+/// What else changes with a move that leaves `expected`: the entries of a deleted folder, and every place that was
+/// carried along, elements of a list by their index in the tree `before` the move.
+std::vector<Touched> consequences(std::string const& domain, Move const& move, RavikSrv::Value const& before,
+                                  RavikSrv::Value const& expected);
 
 } // namespace Ravik

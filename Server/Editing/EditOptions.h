@@ -9,9 +9,7 @@ namespace Ravik
 /// How to delete or rename.
 struct MoveOptions
 {
-    /// Go ahead although the rehearsal says that something would not come out right.
-    bool force = false;
-    /// Check and rehearse, and change nothing.
+    /// Check, tell what would change, and change nothing.
     bool dry_run = false;
 };
 

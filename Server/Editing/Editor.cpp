@@ -7,7 +7,7 @@
 #include "Editing/edit_rules.h"
 #include "Editing/entry_checks.h"
 #include "Editing/import.h"
-#include "Editing/rehearsal.h"
+#include "algorithm_helper.h"
 #include "api_helper.h"
 #include "Json/Json.h"
 
@@ -41,11 +41,14 @@ Refusal explained_write(ErrorValue result, std::string const& path)
     return {result, "the path leads through something that holds no entries", path};
 }
 
-bool removes_entries(std::vector<Touched> const& cascade, Value const& before)
+/// Whether the extension's list of paths, which it keeps in the order of the tree, is right after the move without its
+/// being started anew. It leaves its list alone where the old path speaks of members or values, and takes any other new
+/// path for an entry's.
+bool keeps_paths(Move const& move, Value const& before)
 {
-    return std::any_of(cascade.begin(), cascade.end(),
-                       [&](Touched const& place)
-                       { return place.removed && *schema_type(locate(place.path, before).kind) != '\0'; });
+    auto const speaks_of = [&](char const* word) { return RavikSrv::Algorithm::contains(move.path, word); };
+    return locate(move.path, before).kind == EntryKind::Inside &&
+           (move.is_delete() || speaks_of(Key::members) || speaks_of(Key::values));
 }
 
 } // namespace
@@ -113,19 +116,20 @@ EditOutcome Editor::set(std::string const& domain, std::string const& path, Valu
     {
         return refused(explained_write(result, path));
     }
-    return tell_set(here, path, plan.new_owner(), turn);
+    return tell_set(here, path, plan, turn);
 }
 
-EditOutcome Editor::tell_set(Site const& site, std::string const& path, std::string const& new_owner,
-                             Configuration::Turn& turn) const
+EditOutcome Editor::tell_set(Site const& site, std::string const& path, SetPlan const& plan, Configuration::Turn& turn)
 {
     auto const own = turn.changes().size();
+    auto const new_owner = plan.new_owner();
     auto answer = new_owner.empty() ? ResultPair() : m_core.writer.tell_entries(site.context, site.domain, new_owner);
     auto const changed = m_core.writer.tell_changed(site.context, site.domain, path);
     answer = answer.result() == ErrorValue::SUCCESS ? changed : answer;
     EditOutcome outcome{
         .refusal = explained(answer, path), .refusals = {}, .made = true, .cascade = turn.changes().touched(own)};
-    auto const failure = stored(turn);
+    auto failure = stored(turn);
+    failure = failure || plan.keeps_order(m_core.configuration.tree(site.domain)) ? failure : restart(site);
     return failure ? refused(failure) : outcome;
 }
 
@@ -173,6 +177,8 @@ EditOutcome Editor::rename(std::string const& domain, std::string const& path, s
     return move(here, {.path = path, .new_path = new_path}, options);
 }
 
+/// The outcome follows from the tree alone. The extension is notified and left to do what it does; what then stands
+/// otherwise is put right before anybody sees it.
 EditOutcome Editor::move(Site const& site, Move const& move, MoveOptions const& options)
 {
     Configuration::Turn turn(m_core.configuration);
@@ -187,29 +193,31 @@ EditOutcome Editor::move(Site const& site, Move const& move, MoveOptions const& 
     {
         return refused(refusal);
     }
-    if (!site.schemas->has_recipes())
+    auto const has_recipes = site.schemas->has_recipes();
+    auto const expected = has_recipes ? expected_after(before, move) : Value();
+    EditOutcome outcome;
+    if (has_recipes)
     {
-        return options.dry_run ? EditOutcome() : finish_move(make_move(site, move, before, Value()), turn);
+        outcome.cascade = consequences(site.domain, move, before, expected);
     }
-    auto rehearsal =
-        rehearse(m_core, m_symbols, m_validator, *site.extension, move, schema_type(locate(move.path, before).kind));
-    if (options.dry_run || (rehearsal.refusal && !options.force))
+    if (options.dry_run)
     {
-        return {.refusal = rehearsal.refusal, .refusals = {}, .made = false, .cascade = std::move(rehearsal.cascade)};
+        return outcome;
     }
-    auto outcome = finish_move(make_move(site, move, before, rehearsal.refusal ? Value() : rehearsal.tree), turn);
-    if (outcome.made && (rehearsal.refusal || loses_paths(before, move) || removes_entries(outcome.cascade, before)))
+    outcome.refusal = make_move(site, move, before, turn);
+    refusal = has_recipes ? put_right(site, move, expected, turn) : Refusal();
+    refusal = refusal ? refusal : stored(turn);
+    if (refusal)
     {
-        refusal = restart(site);
-        outcome.refusal = outcome.refusal ? outcome.refusal : refusal;
+        return refused(refusal);
+    }
+    outcome.made = true;
+    if (has_recipes)
+    {
+        // Whatever the extension said to the move, it has come out right.
+        outcome.refusal = keeps_paths(move, before) ? Refusal() : restart(site);
     }
     return outcome;
-}
-
-EditOutcome Editor::finish_move(EditOutcome outcome, Configuration::Turn& turn)
-{
-    auto const failure = outcome.made ? stored(turn) : Refusal();
-    return failure ? refused(failure) : outcome;
 }
 
 Refusal Editor::ask_move(Site const& site, Move const& move, Value const& before) const
@@ -257,33 +265,8 @@ Refusal Editor::ask_delete(Site const& site, std::string const& path, Value cons
     return refusal;
 }
 
-/// Makes the move. Where it must come out as `expected` (null: it need not) and does not, it is taken back: the
-/// extension works through its paths in the order in which it was told of them, in its rehearsal in that of the tree.
-/// Started anew it knows them in that order too, so a second attempt is the last.
-EditOutcome Editor::make_move(Site const& site, Move const& move, Value const& before, Value const& expected)
-{
-    for (auto const is_last : {false, true})
-    {
-        Configuration::Turn attempt(m_core.configuration);
-        auto outcome = try_move(site, move, before, attempt);
-        if (!expected.isset() || differences(expected, m_core.configuration.tree(site.domain)).empty())
-        {
-            // It joins the edit's turn, which fails at its own end if at all.
-            static_cast<void>(attempt.commit());
-            return outcome;
-        }
-        attempt.take_back();
-        if (auto refusal = restart(site); refusal || is_last)
-        {
-            return refused(refusal ? refusal
-                                   : Refusal{ErrorValue::UNEXPECTED,
-                                             "the extension did something else than it had done on a copy", move.path});
-        }
-    }
-    return refused({ErrorValue::UNEXPECTED, "", move.path});
-}
-
-EditOutcome Editor::try_move(Site const& site, Move const& move, Value const& before, Configuration::Turn& turn) const
+/// Makes the move and tells the extension; returns what that says to it.
+Refusal Editor::make_move(Site const& site, Move const& move, Value const& before, Configuration::Turn& turn) const
 {
     auto const entry = *RavikSrv::node_path(move.path, before).node;
     auto result = turn.remove(site.domain, move.path);
@@ -293,13 +276,26 @@ EditOutcome Editor::try_move(Site const& site, Move const& move, Value const& be
     }
     if (result != ErrorValue::SUCCESS)
     {
-        return refused(explained_write(result, move.path));
+        return explained_write(result, move.path);
     }
-    auto const own = turn.changes().size();
-    auto const answer =
-        m_core.writer.tell_moved(site.context, site.domain, move, entry, schema_type(locate(move.path, before).kind));
-    return {
-        .refusal = explained(answer, move.path), .refusals = {}, .made = true, .cascade = turn.changes().touched(own)};
+    auto const kind = schema_type(locate(move.path, before).kind);
+    return explained(m_core.writer.tell_moved(site.context, site.domain, move, entry, kind), move.path);
+}
+
+/// Writes whatever stands otherwise than expected.
+Refusal Editor::put_right(Site const& site, Move const& move, Value const& expected, Configuration::Turn& turn) const
+{
+    for (auto const& difference : differences(expected, m_core.configuration.tree(site.domain)))
+    {
+        auto const result = difference.expected ? turn.write(site.domain, difference.path, *difference.expected,
+                                                             Tree::WriteMode::ReplaceInPath)
+                                                : turn.remove(site.domain, difference.path);
+        if (result != ErrorValue::SUCCESS)
+        {
+            return {ErrorValue::UNEXPECTED, "it could not be carried through at " + difference.path, move.path};
+        }
+    }
+    return {};
 }
 
 /// Still in the edit's turn, so that nobody edits while the extension learns its entries anew.
@@ -355,9 +351,10 @@ EditOutcome Editor::import(std::string const& domain, Value const& data, ImportO
     {
         return refused(failure);
     }
-    if (options.replace)
+    if (options.replace || !import.keeps_order(m_core.configuration.tree(domain)))
     {
-        outcome.refusal = restart(here);
+        auto const failure = restart(here);
+        outcome.refusal = outcome.refusal ? outcome.refusal : failure;
     }
     return outcome;
 }

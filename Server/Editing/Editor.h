@@ -5,9 +5,8 @@
 #include "Editing/EditOptions.h"
 #include "Editing/EntrySchemas.h"
 #include "Editing/Refusal.h"
+#include "Editing/SetPlan.h"
 #include "Execution/Core.h"
-#include "Execution/SymbolTable.h"
-#include "Schema/Validator.h"
 
 #include <map>
 #include <string>
@@ -25,22 +24,18 @@ struct [[nodiscard]] EditOutcome
     /// All refusals of an import that only checks.
     std::vector<Refusal> refusals;
     bool made = false;
-    /// What the extension wrote and removed besides, in its order; for a dry run what it would.
+    /// What changed besides the edited place; for a dry run what would.
     std::vector<Touched> cascade;
 };
 
-/// The edits that clients make: each is checked, put to the extension of the domain, for a delete or rename rehearsed,
-/// stored, and the extension notified; all in one turn, with everything that the extension writes in its course.
-/// Thread-safe.
+/// The edits that clients make: each is checked, put to the extension of the domain, stored, and the extension
+/// notified; all in one turn, with everything that the extension writes in its course. A delete or rename comes out
+/// with every reference carried along exactly, whatever the extension makes of it. Thread-safe.
 class Editor
 {
 public:
-    /// `schemas` by domain; all parts outlive the editor.
-    Editor(Core& core, SymbolTable const& symbols, Validator& validator,
-           std::map<std::string, EntrySchemas> const& schemas)
-        : m_core(core), m_symbols(symbols), m_validator(validator), m_schemas(schemas)
-    {
-    }
+    /// `schemas` by domain; both outlive the editor.
+    Editor(Core& core, std::map<std::string, EntrySchemas> const& schemas) : m_core(core), m_schemas(schemas) {}
 
     /// Puts `value` at `path`, making the folders that are missing. Refused where an entry would disappear with it.
     EditOutcome set(std::string const& domain, std::string const& path, RavikSrv::Value const& value);
@@ -66,21 +61,17 @@ private:
     Refusal check_domain(Site const& site, std::string const& path) const;
     Refusal check_place(Site const& site, std::string const& path) const;
     Refusal ask_change(Site const& site, std::string const& path, RavikSrv::Value const& tree) const;
-    EditOutcome tell_set(Site const& site, std::string const& path, std::string const& new_owner,
-                         Configuration::Turn& turn) const;
+    EditOutcome tell_set(Site const& site, std::string const& path, SetPlan const& plan, Configuration::Turn& turn);
     EditOutcome move(Site const& site, Move const& move, MoveOptions const& options);
-    static EditOutcome finish_move(EditOutcome outcome, Configuration::Turn& turn);
     Refusal ask_move(Site const& site, Move const& move, RavikSrv::Value const& before) const;
     Refusal ask_delete(Site const& site, std::string const& path, RavikSrv::Value const& tree) const;
-    EditOutcome make_move(Site const& site, Move const& move, RavikSrv::Value const& before,
-                          RavikSrv::Value const& expected);
-    EditOutcome try_move(Site const& site, Move const& move, RavikSrv::Value const& before,
-                         Configuration::Turn& turn) const;
+    Refusal make_move(Site const& site, Move const& move, RavikSrv::Value const& before,
+                      Configuration::Turn& turn) const;
+    Refusal put_right(Site const& site, Move const& move, RavikSrv::Value const& expected,
+                      Configuration::Turn& turn) const;
     Refusal restart(Site const& site);
 
     Core& m_core;
-    SymbolTable const& m_symbols;
-    Validator& m_validator;
     std::map<std::string, EntrySchemas> const& m_schemas;
 };
 

@@ -75,4 +75,16 @@ std::string SetPlan::new_owner() const
     return place.kind == EntryKind::Inside && is_new ? place.owner : std::string();
 }
 
+bool SetPlan::keeps_order(Value const& tree) const
+{
+    if (auto const owner = new_owner(); !owner.empty())
+    {
+        return is_last_entry(owner, tree);
+    }
+    auto const before = entry_paths(m_subject, m_before);
+    auto const after = entry_paths(m_subject, m_after);
+    // A folder that is set as a whole may hold its entries in another order than before.
+    return before == after || (before.empty() && after.size() == 1 && is_last_entry(after.front(), tree));
+}
+
 } // namespace Ravik

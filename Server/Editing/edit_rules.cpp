@@ -3,6 +3,7 @@
 #include "Configuration/Entry.h"
 #include "Configuration/tree.h"
 #include "Editing/entry_checks.h"
+#include "Editing/name_conflicts.h"
 #include "PathIterator.h"
 #include "api_helper.h"
 #include "Json/Json.h"
@@ -97,7 +98,8 @@ Refusal check_rename(Move const& move, Value const& tree)
     }
     auto const kind = locate(move.path, tree).kind;
     auto const is_inside = kind == EntryKind::Inside || kind == EntryKind::Other;
-    return is_inside ? check_rename_inside(move, tree) : check_rename_entry(move, tree);
+    auto refusal = is_inside ? check_rename_inside(move, tree) : check_rename_entry(move, tree);
+    return refusal ? refusal : check_new_names(move, tree);
 }
 
 } // namespace

@@ -6,7 +6,9 @@
 #include "api_helper.h"
 #include "Json/Json.h"
 
+#include <algorithm>
 #include <array>
+#include <unordered_set>
 #include <utility>
 
 namespace Ravik
@@ -210,6 +212,25 @@ Refusal Import::tell() const
         }
     }
     return first;
+}
+
+bool Import::keeps_order(Value const& tree) const
+{
+    return std::all_of(lists.begin(), lists.end(),
+                       [&](char const* list)
+                       {
+                           auto paths = entry_paths(list, m_site.tree);
+                           std::unordered_set<std::string> const present(paths.begin(), paths.end());
+                           for (auto const& piece : m_pieces)
+                           {
+                               auto const is_new = piece.kind != EntryKind::Folder && !present.contains(piece.path);
+                               if (is_new && piece.path.starts_with(list + RavikSrv::path_separator()))
+                               {
+                                   paths.push_back(piece.path);
+                               }
+                           }
+                           return paths == entry_paths(list, tree);
+                       });
 }
 
 } // namespace Ravik

@@ -39,6 +39,8 @@ public:
     Refusal write(Configuration::Turn& turn) const;
     /// Tells the extension of everything written, in the order of the import; answers its first failure.
     Refusal tell() const;
+    /// Whether the new entries stand behind all others of their list in `tree`, the tree afterwards.
+    bool keeps_order(RavikSrv::Value const& tree) const;
 
 private:
     /// A folder or an entry, in the order of the data, folders before what they hold.

@@ -19,8 +19,8 @@ Context context_for(Context const& origin, std::string const& domain)
     return context;
 }
 
-ErrorValue ConfigurationWriter::write(Context const& context, std::string const& domain, std::string const& path,
-                                      Value const& value, Tree::WriteMode mode)
+ErrorValue ConfigurationWriter::write(std::string const& domain, std::string const& path, Value const& value,
+                                      Tree::WriteMode mode)
 {
     if (!Json::obstacle(value).empty() || !Json::obstacle(Value(path.c_str())).empty())
     {
@@ -28,34 +28,14 @@ ErrorValue ConfigurationWriter::write(Context const& context, std::string const&
     }
     Configuration::Turn turn(m_configuration);
     auto const result = turn.write(domain, path, value, mode);
-    if (result != ErrorValue::SUCCESS)
-    {
-        return result;
-    }
-    // The write stands, whatever a listener says to it.
-    static_cast<void>(tell_changed(context, domain, path));
-    return turn.commit();
+    return result == ErrorValue::SUCCESS ? turn.commit() : result;
 }
 
-/// What stands at the path. The tree itself is not held on to, so that the write need not copy the maps on its way.
-std::pair<Value, EntryKind> ConfigurationWriter::find(std::string const& domain, std::string const& path) const
-{
-    auto const tree = m_configuration.tree(domain);
-    auto const* const node = RavikSrv::node_path(path, tree).node;
-    return {node == nullptr ? Value() : *node, locate(path, tree).kind};
-}
-
-ErrorValue ConfigurationWriter::remove(Context const& context, std::string const& domain, std::string const& path)
+ErrorValue ConfigurationWriter::remove(std::string const& domain, std::string const& path)
 {
     Configuration::Turn turn(m_configuration);
-    auto const [entry, kind] = find(domain, path);
     auto const result = turn.remove(domain, path);
-    if (result != ErrorValue::SUCCESS)
-    {
-        return result;
-    }
-    static_cast<void>(tell_deleted(context, domain, path, entry, schema_type(kind)));
-    return turn.commit();
+    return result == ErrorValue::SUCCESS ? turn.commit() : result;
 }
 
 ResultPair ConfigurationWriter::tell_changed(Context const& context, std::string const& domain,

@@ -7,14 +7,13 @@
 #include "RavikSrvExtApi.h"
 
 #include <string>
-#include <utility>
 
 namespace Ravik
 {
 
-/// Writes configuration on behalf of extensions and of the server itself: such writes are not asked about, but the
-/// listeners of the domain are told at once, before the write returns. A write made in the course of an edit belongs to
-/// that edit's turn; any other is a turn of its own. Thread-safe.
+/// Writes configuration on behalf of extensions and of the server itself: such writes are neither asked about nor told
+/// to the listeners of the domain. A write made in the course of an edit belongs to that edit's turn; any other is a
+/// turn of its own. And tells the listeners of what clients change. Thread-safe.
 class ConfigurationWriter
 {
 public:
@@ -25,10 +24,10 @@ public:
 
     /// Writes the entry at `path` of the domain's configuration, see `Tree::write`; `STORAGE_STORE` where it could not
     /// be stored, `ENCODE` for texts that can't be stored.
-    RavikSrv::ErrorValue write(RavikSrv::Context const& context, std::string const& domain, std::string const& path,
-                               RavikSrv::Value const& value, Tree::WriteMode mode);
+    RavikSrv::ErrorValue write(std::string const& domain, std::string const& path, RavikSrv::Value const& value,
+                               Tree::WriteMode mode);
     /// Removes the entry.
-    RavikSrv::ErrorValue remove(RavikSrv::Context const& context, std::string const& domain, std::string const& path);
+    RavikSrv::ErrorValue remove(std::string const& domain, std::string const& path);
 
     // What the listeners of a domain are told; the answer is the first failure.
 
@@ -48,8 +47,6 @@ public:
                                     RavikSrv::Value const& value, char const* schema_type) const;
 
 private:
-    std::pair<RavikSrv::Value, EntryKind> find(std::string const& domain, std::string const& path) const;
-
     Configuration& m_configuration;
     Extensions const& m_extensions;
 };

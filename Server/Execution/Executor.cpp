@@ -256,10 +256,10 @@ void Executor::execute_run(Context const& context, Route const& route, std::vect
         return;
     case Route::Kind::Configuration:
         std::for_each(commands.begin(), commands.end(),
-                      [&](Command* command) { execute_configuration(context, *command); });
+                      [&](Command* command) { execute_configuration(*command); });
         return;
     case Route::Kind::Variable:
-        m_variables.execute(context, commands);
+        m_variables.execute(commands);
         return;
     case Route::Kind::Extension:
         execute_in_domain(context, route.domain, commands);
@@ -290,15 +290,15 @@ void Executor::execute_in_domain(Context const& context, std::string const& doma
     }
 }
 
-void Executor::execute_configuration(Context const& context, Command& command)
+void Executor::execute_configuration(Command& command)
 {
     std::string const name = command.name();
     auto const domain = name.substr(0, name.find(config_infix));
     auto const mode = RavikSrv::has_option(command.options(), CommandOption::REPLACE) ? Tree::WriteMode::Replace
                                                                                       : Tree::WriteMode::Merge;
     auto const result = RavikSrv::has_option(command.options(), CommandOption::REMOVE)
-                            ? m_writer.remove(context, domain, command.mapping())
-                            : m_writer.write(context, domain, command.mapping(), value_to_write(command), mode);
+                            ? m_writer.remove(domain, command.mapping())
+                            : m_writer.write(domain, command.mapping(), value_to_write(command), mode);
     if (result != ErrorValue::SUCCESS)
     {
         fail(command, result, name);

@@ -82,7 +82,7 @@ private:
                      std::vector<RavikSrv::Command*> const& commands);
     void execute_in_domain(RavikSrv::Context const& context, std::string const& domain,
                            std::vector<RavikSrv::Command*> const& commands) const;
-    void execute_configuration(RavikSrv::Context const& context, RavikSrv::Command& command);
+    void execute_configuration(RavikSrv::Command& command);
 
     SymbolTable const& m_symbols;
     Extensions const& m_extensions;

@@ -52,9 +52,9 @@ ErrorValue Host::set_config_value(Context const& context, char const* path, Valu
     return guarded_answer("set_config_value", ErrorValue::UNEXPECTED,
                           [&]
                           {
-                              return value == nullptr ? m_writer.remove(context, context.domain(), path)
-                                                      : m_writer.write(context, context.domain(), path, *value,
-                                                                       Tree::WriteMode::Merge);
+                              return value == nullptr
+                                         ? m_writer.remove(context.domain(), path)
+                                         : m_writer.write(context.domain(), path, *value, Tree::WriteMode::Merge);
                           });
 }
 

@@ -10,7 +10,7 @@ using RavikSrv::ErrorValue;
 using RavikSrv::Value;
 using RavikSrv::ValueType;
 
-void ServerVariables::execute(RavikSrv::Context const& context, std::vector<RavikSrv::Command*> const& commands)
+void ServerVariables::execute(std::vector<RavikSrv::Command*> const& commands)
 {
     std::string const domain(server_domain);
     auto const tree = m_configuration.tree(domain);
@@ -32,9 +32,8 @@ void ServerVariables::execute(RavikSrv::Context const& context, std::vector<Ravi
         }
         command->set_result(ErrorValue::SUCCESS);
     }
-    auto const result = written.empty()
-                            ? ErrorValue::SUCCESS
-                            : m_writer.write(context, domain, Key::variables, written, Tree::WriteMode::Merge);
+    auto const result =
+        written.empty() ? ErrorValue::SUCCESS : m_writer.write(domain, Key::variables, written, Tree::WriteMode::Merge);
     for (auto* const command : commands)
     {
         Value const& value = command->write_value();

@@ -20,7 +20,7 @@ public:
 
     /// Executes commands whose `mapping()` is the variable: the reads in their order, then all writes at once. Each
     /// command carries its outcome; a variable that was never written reads as null.
-    void execute(RavikSrv::Context const& context, std::vector<RavikSrv::Command*> const& commands);
+    void execute(std::vector<RavikSrv::Command*> const& commands);
 
 private:
     Configuration const& m_configuration;

@@ -59,8 +59,7 @@ std::unique_ptr<Project> Project::open(std::filesystem::path const& directory, O
 // Opening -------------------------------------------------------------------------------------------------------------
 
 OpenProject::OpenProject(ProjectFile const& file, std::unique_ptr<Store> store)
-    : m_symbols(file.symbols), m_core(m_symbols, m_validator, std::move(store)),
-      m_editor(m_core, m_symbols, m_validator, m_schemas)
+    : m_symbols(file.symbols), m_core(m_symbols, m_validator, std::move(store)), m_editor(m_core, m_schemas)
 {
     check_schemas();
     Value own(ValueType::Map);

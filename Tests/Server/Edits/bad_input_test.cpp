@@ -160,7 +160,7 @@ TEST_F(BadInput, is_refused_and_changes_nothing)
             ImportOptions options;
             options.dry_run = again;
             auto const report = is_import ? edited.project->import(edited.domain, data, options)
-                                          : edited.edit(edit, {.force = again, .dry_run = false});
+                                          : edited.edit(edit, {.dry_run = again});
             expect_refused(report, edit, error, full_path(place));
         }
     }

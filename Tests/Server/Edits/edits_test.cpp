@@ -1,5 +1,7 @@
 #include "EditedProject.h"
 
+#include "Configuration/Entry.h"
+
 #include <gtest/gtest.h>
 
 #include <array>
@@ -14,49 +16,70 @@ namespace
 
 using RavikSrv::Value;
 
-/// A configuration, an edit, what the rehearsal says (nothing where the edit goes ahead), and the configuration after
-/// it, with force where it is refused.
-constexpr auto scenarios = std::to_array<std::array<std::string_view, 4>>({
-    {"A { m } B(W,A) { n } N { k>A } W { } | R1:A { m=1 } R2:B { n=2 m=3 }", "T::A > T::C", "",
+struct Case
+{
+    char const* about;
+    std::string_view before;
+    std::string_view edit;
+    /// The configuration afterwards; for a refusal the error.
+    std::string_view after;
+    bool is_refused = false;
+};
+
+constexpr auto cases = std::to_array<Case>({
+    {"a type", "A { m } B(W,A) { n } N { k>A } W { } | R1:A { m=1 } R2:B { n=2 m=3 }", "T::A > T::C",
      "B(W,C) { n } N { k>C } W { } C { m } | R1:C { m=1 } R2:B { n=2 m=3 }"},
-    {"F::A { m } F::B(F::A) { } X { k>F::B } | R1:F::A { m=1 } R2:F::B { }", "T::F > T::G", "",
+    {"a folder of types", "F::A { m } F::B(F::A) { } X { k>F::B } | R1:F::A { m=1 } R2:F::B { }", "T::F > T::G",
      "X { k>G::B } G::A { m } G::B(G::A) { } | R1:G::A { m=1 } R2:G::B { }"},
-    {"A { m n } B { m } | R1:A { m=1 n=2 } R3:B { m=1 } G::R2:A { m=3 }", "T::A::members::m > T::A::members::k", "",
-     "A { n k:m } B { m } | R1:A { n=2 k=1 } R3:B { m=1 } G::R2:A { k=3 }"},
-    {"N { m } A { k>N } | R1:N { m=1 } R2:A { k=R1 }", "R::R1 > R::F::X", "",
+    {"a member", "A { m n } B { m } | R1:A { m=1 n=2 } R3:B { m=1 } G::R2:A { m=3 }",
+     "T::A::members::m > T::A::members::k", "A { n k:m } B { m } | R1:A { n=2 k=1 } R3:B { m=1 } G::R2:A { k=3 }"},
+    {"a recipe", "N { m } A { k>N } | R1:N { m=1 } R2:A { k=R1 }", "R::R1 > R::F::X",
      "N { m } A { k>N } | R2:A { k=F::X } F::X:N { m=1 }"},
-    {"N { m } A { k>N } | F::R1:N { m=1 } R2:A { k=F::R1 }", "R::F > R::G", "",
+    {"a folder of recipes", "N { m } A { k>N } | F::R1:N { m=1 } R2:A { k=F::R1 }", "R::F > R::G",
      "N { m } A { k>N } | R2:A { k=G::R1 } G::R1:N { m=1 }"},
-    {"A { m } B(W,A) { n } N { k>A o } W { } | R1:A { m=1 } R2:B { n=1 m=2 } F::R3:A { }", "T::A >", "",
+    {"a deleted type", "A { m } B(W,A) { n } N { k>A o } W { } | R1:A { m=1 } R2:B { n=1 m=2 } F::R3:A { }", "T::A >",
      "B(W) { n } N { o } W { } | R2:B { n=1 m=2 } F/"},
-    {"F::A { m } F::B { } X(F::A) { k>F::B } | R1:F::A { m=1 }", "T::F >", "", "X { } |"},
-    {"N { m } A { k>N } | R1:N { m=1 } R2:A { k=R1 }", "R::R1 >", "", "N { m } A { k>N } | R2:A { k= }"},
-    {"A { m n } | R1:A { m=1 n=2 }", "T::A::members::m >", "", "A { n } | R1:A { m=1 n=2 }"},
-    {"A { m } | R1:A { m=1 }", "R::R1::values::m >", "", "A { m } | R1:A { }"},
-    {"N { m } | R1:N { m=1 } R10:N { m=2 } R2:N { }", "R::R1 > R::X", "",
+    {"a deleted folder of types", "F::A { m } F::B { } X(F::A) { k>F::B } | R1:F::A { m=1 }", "T::F >", "X { } |"},
+    {"a deleted recipe", "N { m } A { k>N } | R1:N { m=1 } R2:A { k=R1 }", "R::R1 >",
+     "N { m } A { k>N } | R2:A { k= }"},
+    {"a deleted member", "A { m n } | R1:A { m=1 n=2 }", "T::A::members::m >", "A { n } | R1:A { m=1 n=2 }"},
+    {"a deleted value", "A { m } | R1:A { m=1 }", "R::R1::values::m >", "A { m } | R1:A { }"},
+    {"a recipe beside one whose name begins alike", "N { m } | R1:N { m=1 } R10:N { m=2 } R2:N { }", "R::R1 > R::X",
      "N { m } | R10:N { m=2 } R2:N { } X:N { m=1 }"},
-    {"A { m } F::B { } | R1:A { }", "T::F::B > T::B", "", "A { m } F/ B { } | R1:A { }"},
-    // What the extension would get wrong.
-    {"A { m } AB { n } C(A) { k>AB } | R1:A { m=1 } R2:AB { n=2 }", "T::A > T::X", "ENTRY_NOT_FOUND",
-     "AB { n } C(A) { k>AB } X { m } | R1:A { m=1 } R2:AB { n=2 }"},
-    {"A { m } AB { n } C(AB) { } N { k>AB } | R1:A { m=1 } R2:AB { n=2 }", "T::A >", "MULTIPLE_MATCHES",
-     "AB { n } C { } N { } |"},
-    {"F::A { m } F::B { n } C(F::A,F::B) { o } N { k>F::A } | R1:C { m=1 o=2 } R2:F::A { }", "T::F >",
-     "ENTRY_NOT_FOUND", "C(F::B) { o } N { k>F::A } | R1:C { m=1 o=2 } R2:F::A { }"},
-    {"F::A { m } F::B { n } C(F::A,F::B,W) { } W { } | R1:C { m=1 }", "T::F >", "MULTIPLE_MATCHES",
-     "C(F::B) { } W { } | R1:C { m=1 }"},
-    {"A { m } AB { m } | R1:A { m=1 } R2:AB { m=2 }", "T::AB::members::m > T::AB::members::k", "MULTIPLE_MATCHES",
-     "A { m } AB { k:m } | R1:A { k=1 } R2:AB { k=2 }"},
-    {"N { m } A { k>N } | R1:N { } R10:N { } R2:A { k=R1 } R3:A { k=R10 }", "R::R1 > R::X", "ENTRY_NOT_FOUND",
-     "N { m } A { k>N } | R10:N { } R2:A { k=R1 } R3:A { k=R10 } X:N { }"},
-    {"N { m } B { k>N } C(B) { } | R1:N { m=1 } R2:C { k=R1 }", "R::R1 > R::R9", "ENTRY_NOT_FOUND",
-     "N { m } B { k>N } C(B) { } | R2:C { k=R1 } R9:N { m=1 }"},
-    {"A { m n } | R1:A { n=1 } R2:A { m=1 }", "T::A::members::m > T::A::members::k", "ENTRY_NOT_FOUND",
-     "A { n k:m } | R1:A { n=1 } R2:A { m=1 }"},
-    {"A { m } B(A) { } | R1:A { m=1 } R2:B { m=2 }", "T::A::members::m > T::A::members::k", "ENTRY_NOT_FOUND",
-     "A { k:m } B(A) { } | R1:A { k=1 } R2:B { m=2 }"},
-    {"N { m } A { k>N } | R1:N { } R1x:N { } R2:A { k=R1x }", "R::R1 >", "MULTIPLE_MATCHES",
-     "N { m } A { k>N } | R1x:N { } R2:A { k=x }"},
+    {"a type out of its folder", "A { m } F::B { } | R1:A { }", "T::F::B > T::B", "A { m } F/ B { } | R1:A { }"},
+    // What the extension gets wrong.
+    {"a type beside one whose name begins alike", "A { m } AB { n } C(A) { k>AB } | R1:A { m=1 } R2:AB { n=2 }",
+     "T::A > T::X", "AB { n } C(X) { k>AB } X { m } | R1:X { m=1 } R2:AB { n=2 }"},
+    {"the same, deleted", "A { m } AB { n } C(AB) { } N { k>AB } | R1:A { m=1 } R2:AB { n=2 }", "T::A >",
+     "AB { n } C(AB) { } N { k>AB } | R2:AB { n=2 }"},
+    {"two inherited types at once",
+     "F::A { m } F::B { n } C(F::A,F::B) { o } N { k>F::A } | R1:C { m=1 o=2 } R2:F::A { }", "T::F >",
+     "C { o } N { } | R1:C { m=1 o=2 }"},
+    {"two inherited types before another", "F::A { m } F::B { n } C(F::A,F::B,W) { } W { } | R1:C { m=1 }", "T::F >",
+     "C(W) { } W { } | R1:C { m=1 }"},
+    {"a member of a type whose name holds another's", "A { m } AB { m } | R1:A { m=1 } R2:AB { m=2 }",
+     "T::AB::members::m > T::AB::members::k", "A { m } AB { k:m } | R1:A { m=1 } R2:AB { k=2 }"},
+    {"a nested recipe whose name begins alike", "N { m } A { k>N } | R1:N { } R10:N { } R2:A { k=R1 } R3:A { k=R10 }",
+     "R::R1 > R::X", "N { m } A { k>N } | R10:N { } R2:A { k=X } R3:A { k=R10 } X:N { }"},
+    {"a recipe named through an inherited member", "N { m } B { k>N } C(B) { } | R1:N { m=1 } R2:C { k=R1 }",
+     "R::R1 > R::R9", "N { m } B { k>N } C(B) { } | R2:C { k=R9 } R9:N { m=1 }"},
+    {"a member that one recipe gives no value", "A { m n } | R1:A { n=1 } R2:A { m=1 }",
+     "T::A::members::m > T::A::members::k", "A { n k:m } | R1:A { n=1 } R2:A { k=1 }"},
+    {"an inherited member", "A { m } B(A) { } | R1:A { m=1 } R2:B { m=2 }", "T::A::members::m > T::A::members::k",
+     "A { k:m } B(A) { } | R1:A { k=1 } R2:B { k=2 }"},
+    {"a deleted recipe whose name begins alike", "N { m } A { k>N } | R1:N { } R1x:N { } R2:A { k=R1x }", "R::R1 >",
+     "N { m } A { k>N } | R1x:N { } R2:A { k=R1x }"},
+    // What is wrong by itself.
+    {"a member of a type that inherits it", "B { m } T(B) { n } | R1:T { m=5 n=7 }",
+     "T::B::members::m > T::B::members::n", "ID_IN_USE", true},
+    {"a member of a type that nests it", "B { m } T { k>B n } |", "T::B::members::m > T::B::members::n", "ID_IN_USE",
+     true},
+    {"a value that nothing stands for", "A { m } | R1:A { m=1 z=2 }", "T::A::members::m > T::A::members::z",
+     "ID_IN_USE", true},
+    {"a member called like the type", "A { m } T(A) { B:k } | R1:T { B=1 }", "T::A > T::B", "ID_IN_USE", true},
+    {"a path that is taken", "A { m } B { } |", "T::A > T::B", "ID_IN_USE", true},
+    {"a path below the old one", "A { m } |", "T::A > T::A::B", "INVALID_PATH", true},
+    {"the other list", "A { m } |", "T::A > R::A", "INVALID_PATH", true},
 });
 
 void expect_made(EditedProject& edited, std::vector<std::string> const& edits)
@@ -78,71 +101,67 @@ std::string cascade(EditReport const& report)
     return steps;
 }
 
-/// The configuration after each scenario, its refusal, its dry run, its force and a restart; and, where it went ahead,
-/// that the extension knows every path: it lists all recipes, and carries a second move.
-TEST(Edits, carry_every_reference_or_are_refused)
+/// What `GetRecipes` lists for each type, in its order.
+std::string listed(EditedProject const& edited)
 {
-    for (auto const& [initial, move, refusal, final] : scenarios)
+    std::string all;
+    for (auto const& type : entry_paths("recipeTypeList", edited.get("")))
     {
-        std::string const before(initial);
-        std::string const edit(move);
-        auto const after = state_of(std::string(final));
-        SCOPED_TRACE(std::string(before).append(", ").append(edit));
-        EditedProject edited(before);
-        EXPECT_EQ(edited.state(), state_of(before)) << "as imported";
-        auto const trial = edited.edit(edit, {.force = false, .dry_run = true});
-        EXPECT_EQ(edited.state(), state_of(before)) << "a dry run changes nothing";
-        auto report = edited.edit(edit);
-        EXPECT_EQ(name(report.error), refusal.empty() ? "SUCCESS" : refusal) << report.text;
+        auto const parameter = parameters("recipeTypePath", relative_name(type).c_str());
+        all += type + dump(edited.project->call(edited.domain, "GetRecipes", parameter).value);
+    }
+    return all;
+}
+
+/// The configuration after each edit, its dry run and a restart, and that the extension knows every path in the order
+/// in which one started afresh does.
+TEST(Edits, carry_every_reference_exactly)
+{
+    for (auto const& test : cases)
+    {
+        SCOPED_TRACE(test.about);
+        auto const before = state_of(std::string(test.before));
+        auto const after = test.is_refused ? before : state_of(std::string(test.after));
+        std::string const edit(test.edit);
+        EditedProject edited{std::string(test.before)};
+        EXPECT_EQ(edited.state(), before) << "as imported";
+        auto const trial = edited.edit(edit, {.dry_run = true});
+        EXPECT_EQ(edited.state(), before) << "a dry run changes nothing";
+        auto const report = edited.edit(edit);
+        EXPECT_EQ(name(report.error), test.is_refused ? test.after : "SUCCESS") << report.text;
         EXPECT_EQ(name(trial.error), name(report.error));
-        EXPECT_EQ(report.made, refusal.empty());
-        if (!refusal.empty())
-        {
-            EXPECT_NE(report.text.find("--force"), std::string::npos) << report.text;
-            EXPECT_EQ(edited.state(), state_of(before));
-            report = edited.edit(edit, {.force = true, .dry_run = false});
-            EXPECT_TRUE(report.made);
-        }
+        EXPECT_EQ(report.made, !test.is_refused);
         EXPECT_EQ(edited.state(), after);
         EXPECT_EQ(cascade(trial), cascade(report));
-        if (refusal.empty())
-        {
-            auto const first = std::string("T::") + edited.get("recipeTypeList").begin().name();
-            EXPECT_TRUE(edited.lists_all_recipes());
-            expect_made(edited, {first + " > T::Q"});
-            EXPECT_TRUE(edited.lists_all_recipes());
-            expect_made(edited, {"T::Q > " + first});
-        }
-        auto const last = edited.state();
+        auto const order = listed(edited);
         edited.reopen();
-        EXPECT_EQ(edited.state(), last) << "after a restart";
+        EXPECT_EQ(edited.state(), after) << "after a restart";
+        EXPECT_EQ(listed(edited), order);
     }
 }
 
-/// The extension meets its paths in the order in which it was told of them, the rehearsal in that of the tree; where
-/// that makes a difference the edit still comes out as rehearsed.
-TEST(Edits, come_out_as_rehearsed_whatever_the_order_of_the_paths)
+TEST(Edits, leave_the_recipes_in_the_order_of_the_tree)
 {
     EditedProject edited("A { m n } | F::R1:A { m=1 } R2:A { m=2 }");
-    auto const member = "T::A::members::m > T::A::members::k";
-    expect_made(edited, {R"(R::F::R3 = {"recipeTypeName":"A","values":{}})",
-                         R"(R::R4 = {"recipeTypeName":"A","values":{"m":4}})"});
-    EXPECT_EQ(edited.state(), state_of("A { m n } | F::R1:A { m=1 } F::R3:A { } R2:A { m=2 } R4:A { m=4 }"));
-    EXPECT_EQ(name(edited.edit(member).error), "ENTRY_NOT_FOUND") << "ends at R3 in the tree";
-    // R5 gets to the end of the paths, yet not of the tree.
-    expect_made(edited, {"R::F::R3 >", R"(R::F::R0 = {"recipeTypeName":"A","values":{"m":0}})",
-                         R"(R::R9 = {"recipeTypeName":"A","values":{}})", "R::F::R0 > R::F::R5", member});
-    EXPECT_EQ(edited.state(),
-              state_of("A { n k:m } | F::R1:A { k=1 } F::R5:A { k=0 } R2:A { k=2 } R4:A { k=4 } R9:A { }"));
+    for (auto const* const edit :
+         {R"(R::F::R3 = {"recipeTypeName":"A","values":{}})", R"(R::R4 = {"recipeTypeName":"A","values":{"m":4}})",
+          R"(R::F::R0::values::m = 1)", "R::F::R0 > R::F::R5", "R::R2 >", "R::F > R::G", "+ | G::R6:A { } R7:A { }",
+          R"(R::G = {"R6":{"values":{}},"R1":{"values":{}},"R3":{"values":{}},"R5":{"values":{}}})"})
+    {
+        expect_made(edited, {edit});
+        auto const order = listed(edited);
+        edited.reopen();
+        EXPECT_EQ(listed(edited), order) << edit;
+    }
 }
 
 TEST(Edits, report_what_else_changed)
 {
     EditedProject edited("A { m } B(A) { } | R1:A { m=1 } R2:B { }");
     EXPECT_EQ(cascade(edited.edit("T::A > T::C")),
-              "+recipeTypeList::B::recipeTypeNames::0 +recipeList::R1::recipeTypeName ");
-    EXPECT_EQ(cascade(edited.edit("T::C >")), "-recipeTypeList::B::recipeTypeNames::0 -recipeList::R1 ");
-    EXPECT_EQ(cascade(edited.edit("R >")), "");
+              "+recipeTypeList::B::recipeTypeNames[0] +recipeList::R1::recipeTypeName ");
+    EXPECT_EQ(cascade(edited.edit("T::C >")), "-recipeTypeList::B::recipeTypeNames[0] -recipeList::R1 ");
+    EXPECT_EQ(cascade(edited.edit("R >")), "-recipeList::R2 ");
     EXPECT_FALSE(edited.get("recipeList").isset());
 }
 
