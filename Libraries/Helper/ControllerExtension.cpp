@@ -112,10 +112,24 @@ ResultPair ControllerExtension::on_rename(Context /*context*/, char const* /*pat
     return ErrorValue::SUCCESS;
 }
 
+namespace
+{
+
+constexpr std::string_view behind_place = "\": expected ";
+
+} // namespace
+
 ResultPair wrong_setting(std::string const& place, std::string const& expected, std::string const& found)
 {
-    auto const text = "\"" + place + "\": expected " + expected + ", found " + found;
+    auto const text = '"' + place + std::string(behind_place) + expected + ", found " + found;
     return {ErrorValue::EXTENSION_CONFIG, text.c_str()};
+}
+
+std::string refused_place(std::string_view text)
+{
+    auto const end = text.find(behind_place);
+    return text.starts_with('"') && end != std::string_view::npos && end != 0 ? std::string(text.substr(1, end - 1))
+                                                                              : std::string();
 }
 
 } // namespace RavikSrv

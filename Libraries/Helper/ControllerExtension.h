@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <string_view>
 
 namespace RavikSrv
 {
@@ -66,5 +67,8 @@ private:
 /// The refusal of a setting (`EXTENSION_CONFIG`) that stands at `place` of the configuration: what was expected there
 /// and what was found.
 ResultPair wrong_setting(std::string const& place, std::string const& expected, std::string const& found);
+
+/// The place that the text of such a refusal names; empty for any other text.
+std::string refused_place(std::string_view text);
 
 } // namespace RavikSrv

@@ -1,6 +1,6 @@
 #include "Execution/Extension.h"
 
-#include "Configuration/ProjectError.h"
+#include "ControllerExtension.h"
 #include "algorithm_helper.h"
 #include "api_helper.h"
 #include "boundary_guard.h"
@@ -88,13 +88,16 @@ void Extension::start(RavikSrv::IRavikSrvExtHost& host, std::vector<Notice> cons
     }
     if (failed(answer))
     {
+        auto const message = "the extension of domain \"" + m_domain +
+                             "\" could not be initialised: " + RavikSrv::get_error_string(answer.result()).name() +
+                             (*answer.text() == '\0' ? "" : std::string(", ") + answer.text());
+        if (answer.result() != ErrorValue::EXTENSION_CONFIG)
+        {
+            throw ProjectError(message);
+        }
         // A setting of the project file comes before one in the store, which is out of reach now.
-        auto const* const remedy = answer.result() == ErrorValue::EXTENSION_CONFIG
-                                       ? "; correct it in the extension's \"configuration\" in ravik.json"
-                                       : "";
-        throw ProjectError("the extension of domain \"" + m_domain +
-                           "\" could not be initialised: " + RavikSrv::get_error_string(answer.result()).name() +
-                           (*answer.text() == '\0' ? "" : std::string(", ") + answer.text()) + remedy);
+        throw RefusedSettings(message + "; correct it in the extension's \"configuration\" in ravik.json",
+                              RavikSrv::refused_place(answer.text()));
     }
 }
 

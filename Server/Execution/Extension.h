@@ -1,15 +1,33 @@
 #pragma once
 
+#include "Configuration/ProjectError.h"
 #include "Execution/ExtensionLibrary.h"
 #include "Mutex.h"
 #include "RavikSrvExtApi.h"
 
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Ravik
 {
+
+/// An extension that refuses its settings at its start.
+class RefusedSettings : public ProjectError
+{
+public:
+    RefusedSettings(std::string const& message, std::string setting)
+        : ProjectError(message), m_setting(std::move(setting))
+    {
+    }
+
+    /// The path of the setting at fault in the domain's configuration; empty where the extension does not name it.
+    std::string const& setting() const noexcept { return m_setting; }
+
+private:
+    std::string m_setting;
+};
 
 /// An extension at work in its domain: the extension object with the listeners that it registered. Thread-safe; no lock
 /// is held while the extension is called.
@@ -37,7 +55,7 @@ public:
 
     /// Creates the extension object, initialises it and tells it of the entries. Only then it takes the place of a
     /// running one, which is destroyed once nobody is in it; so nobody meets it while it does not know all entries.
-    /// Throws `ProjectError`, and the running one stays.
+    /// Throws `ProjectError` (`RefusedSettings`), and the running one stays.
     void start(RavikSrv::IRavikSrvExtHost& host, std::vector<Notice> const& entries = {});
 
     /// Destroys the extension object once nobody is in it. Everything that is asked of the extension after that fails.

@@ -31,7 +31,7 @@ std::filesystem::path find_library(std::string const& name)
     std::error_code error;
     auto const program = std::filesystem::read_symlink("/proc/self/exe", error);
     auto const beside = program.parent_path().parent_path() / "lib" / name;
-    return !error && std::filesystem::exists(beside, error) ? beside : std::filesystem::path(name);
+    return !error && std::filesystem::is_regular_file(beside, error) ? beside : std::filesystem::path(name);
 }
 
 /// The file behind a symbol of a loaded library.
@@ -112,7 +112,7 @@ Value ExtensionLibrary::schema() const
     }
     catch (Json::ParseError const& error)
     {
-        throw ProjectError(file.string() + ":" + std::to_string(error.location().line) + ": " + error.what());
+        throw ProjectError(file, error.location(), error.what());
     }
 }
 

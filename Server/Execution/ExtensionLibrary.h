@@ -17,8 +17,9 @@ inline constexpr double interface_version = 19.0;
 class ExtensionLibrary
 {
 public:
-    /// Loads `name`: a name without a slash is looked for in the folder ../lib beside the running program and then as
-    /// the system's loader does. Throws `ProjectError` where it is missing, can't be loaded or is no extension.
+    /// Loads `name`: a path, or a name without a slash, which is looked for in the folder ../lib beside the running
+    /// program and then as the system's loader does. Throws `ProjectError` where it is missing, can't be loaded or is
+    /// no extension.
     explicit ExtensionLibrary(std::string const& name);
 
     /// A new extension object, made for `host`. Throws `ProjectError` where its entry function fails.

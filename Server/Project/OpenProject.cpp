@@ -1,6 +1,8 @@
 #include "Project/OpenProject.h"
 
 #include "Configuration/configuration_keys.h"
+
+#include "PathIterator.h"
 #include "api_helper.h"
 
 namespace Ravik
@@ -29,6 +31,81 @@ std::string joined(std::vector<std::string> const& names)
     return text;
 }
 
+/// The place of an extension's key in the project file.
+std::vector<std::string> place_in(std::size_t extension, char const* key)
+{
+    return {"extensions", std::to_string(extension), key};
+}
+
+/// Opens the libraries that the project names by a path; the others are the system's to find.
+Libraries open_libraries(ProjectFile const& file, std::filesystem::path const& directory)
+{
+    Libraries libraries;
+    for (auto const& entry : file.extensions)
+    {
+        auto& library = libraries.emplace_back();
+        if (entry.shared_object.find('/') != std::string::npos)
+        {
+            try
+            {
+                library.emplace(std::filesystem::absolute(directory / entry.shared_object), "the library");
+            }
+            catch (ProjectError const& error)
+            {
+                throw file.error(place_in(libraries.size() - 1, "library"), error.what());
+            }
+        }
+    }
+    return libraries;
+}
+
+/// Loads a library by its path and not by the open file, by which the loader could not find what stands beside it.
+ExtensionLibrary load_library(std::string const& name, std::optional<RegularFile> const& opened)
+{
+    if (opened && !opened->is_at_its_path())
+    {
+        throw ProjectError(opened->path().string() + ": the library was replaced while the project was being opened");
+    }
+    return ExtensionLibrary(opened ? opened->path().string() : name);
+}
+
+std::unique_ptr<Extension> load_extension(ProjectFile const& file, std::size_t index,
+                                          std::optional<RegularFile> const& opened)
+{
+    auto const& entry = file.extensions[index];
+    try
+    {
+        return std::make_unique<Extension>(entry.domain, load_library(entry.shared_object, opened));
+    }
+    catch (ProjectError const& error)
+    {
+        throw file.error(place_in(index, "library"), error.what());
+    }
+}
+
+/// Starts the extension; where it refuses a setting, the error is that of the setting's place in the project file.
+void start(Extension& extension, Host& host, ProjectFile const& file, std::size_t index)
+{
+    try
+    {
+        extension.start(host);
+    }
+    catch (RefusedSettings const& error)
+    {
+        auto place = place_in(index, "configuration");
+        RavikSrv::PathIterator setting(error.setting());
+        while (setting.next())
+        {
+            place.push_back(setting.component());
+        }
+        throw file.error(place, error.what());
+    }
+    catch (ProjectError const& error)
+    {
+        throw file.error(place_in(index, "library"), error.what());
+    }
+}
+
 EditReport report(EditOutcome outcome)
 {
     EditReport report;
@@ -45,10 +122,12 @@ EditReport report(EditOutcome outcome)
 
 std::unique_ptr<Project> Project::open(std::filesystem::path const& directory, OpenOptions const& options)
 {
-    auto const file = read_project_file(directory / project_file_name);
+    RegularFile const opened(directory / project_file_name, "the project file");
+    auto const file = read_project_file(opened);
+    auto const libraries = open_libraries(file, directory);
     try
     {
-        return std::make_unique<OpenProject>(file, Store::open(directory / store_name, options.wait));
+        return std::make_unique<OpenProject>(file, libraries, Store::open(directory / store_name, options.wait));
     }
     catch (StoreError const& error)
     {
@@ -58,35 +137,37 @@ std::unique_ptr<Project> Project::open(std::filesystem::path const& directory, O
 
 // Opening -------------------------------------------------------------------------------------------------------------
 
-OpenProject::OpenProject(ProjectFile const& file, std::unique_ptr<Store> store)
-    : m_symbols(file.symbols), m_core(m_symbols, m_validator, std::move(store)), m_editor(m_core, m_schemas)
+OpenProject::OpenProject(ProjectFile const& file, Libraries const& libraries, std::unique_ptr<Store> store)
+    : m_symbols(file.symbols), m_core(m_symbols, m_validator, std::move(store)),
+      m_editor(m_core, m_schemas)
 {
-    check_schemas();
+    check_schemas(file);
     Value own(ValueType::Map);
     own.insert(Key::symbols, file.symbols);
     m_core.configuration.add_domain(std::string(server_domain), own);
-    add_extensions(file);
-    start_extensions();
+    add_extensions(file, libraries);
+    start_extensions(file);
 }
 
-void OpenProject::check_schemas() const
+void OpenProject::check_schemas(ProjectFile const& file) const
 {
     for (auto const& symbol : m_symbols.all())
     {
         auto const& error = symbol.compiled->error();
         if (error.result() != ErrorValue::SUCCESS)
         {
-            throw ProjectError(std::string(project_file_name) + ": the schema of the symbol \"" + symbol.name +
-                               "\" can't be used: " + error.text());
+            throw file.error({"symbols", symbol.name, Key::schema},
+                             "the schema of the symbol \"" + symbol.name + "\" can't be used: " + error.text());
         }
     }
 }
 
-void OpenProject::add_extensions(ProjectFile const& file)
+void OpenProject::add_extensions(ProjectFile const& file, Libraries const& libraries)
 {
-    for (auto const& entry : file.extensions)
+    for (std::size_t index = 0; index < file.extensions.size(); ++index)
     {
-        auto extension = std::make_unique<Extension>(entry.domain, ExtensionLibrary(entry.shared_object));
+        auto const& entry = file.extensions[index];
+        auto extension = load_extension(file, index, libraries[index]);
         m_schemas.emplace(entry.domain, EntrySchemas(extension->schema()));
         m_core.configuration.add_domain(entry.domain, entry.configuration);
         m_core.extensions.add(std::move(extension));
@@ -95,11 +176,11 @@ void OpenProject::add_extensions(ProjectFile const& file)
 
 /// Starts all extensions and then tells each of the entries that the store holds, so that what they keep of them is
 /// complete after a restart.
-void OpenProject::start_extensions()
+void OpenProject::start_extensions(ProjectFile const& file)
 {
-    for (auto const& domain : m_core.extensions.domains())
+    for (std::size_t index = 0; index < file.extensions.size(); ++index)
     {
-        m_core.extensions.find(domain)->start(m_core.host);
+        start(*m_core.extensions.find(file.extensions[index].domain), m_core.host, file, index);
     }
     for (auto const& domain : m_core.extensions.domains())
     {

@@ -5,21 +5,26 @@
 #include "Execution/Core.h"
 #include "Project/Project.h"
 #include "Project/ProjectFile.h"
+#include "Project/RegularFile.h"
 #include "Schema/Validator.h"
 
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace Ravik
 {
 
+/// The libraries of a project, in the order of its extensions: open files where the project names them by a path.
+using Libraries = std::vector<std::optional<RegularFile>>;
+
 /// The project as `Project::open` makes it.
 class OpenProject final : public Project
 {
 public:
-    OpenProject(ProjectFile const& file, std::unique_ptr<Store> store);
+    OpenProject(ProjectFile const& file, Libraries const& libraries, std::unique_ptr<Store> store);
 
     std::vector<std::string> const& warnings() const noexcept override { return m_warnings; }
 
@@ -46,9 +51,9 @@ public:
     Host& host() noexcept { return m_core.host; }
 
 private:
-    void check_schemas() const;
-    void add_extensions(ProjectFile const& file);
-    void start_extensions();
+    void check_schemas(ProjectFile const& file) const;
+    void add_extensions(ProjectFile const& file, Libraries const& libraries);
+    void start_extensions(ProjectFile const& file);
     ConfigurationOutcome unknown_domain(std::string const& domain) const;
     ExecutedGroup execute_symbols(RavikSrv::CommandGroup& group);
 

@@ -5,13 +5,8 @@
 #include "Json/Json.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <fstream>
 #include <initializer_list>
-#include <ios>
-#include <iterator>
 #include <set>
-#include <system_error>
 #include <utility>
 
 namespace Ravik
@@ -237,47 +232,33 @@ private:
     std::set<std::string> m_domains;
 };
 
-[[noreturn]] void fail_to_read(std::filesystem::path const& file, std::string const& reason)
+std::shared_ptr<Json::Document const> read_document(RegularFile const& file)
 {
-    throw ProjectError(file.lexically_normal().string() + ": the project file can't be read: " + reason);
-}
-
-std::string read_file(std::filesystem::path const& file)
-{
-    std::ifstream stream(file, std::ios::binary);
-    if (!stream)
-    {
-        fail_to_read(file, std::generic_category().message(errno));
-    }
+    auto content = file.read();
     try
     {
-        return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-    }
-    catch (std::ios_base::failure const& failure)
-    {
-        fail_to_read(file, failure.code().message());
-    }
-}
-
-Json::Document read_document(std::filesystem::path const& file)
-{
-    auto content = read_file(file);
-    try
-    {
-        return Json::Document(std::move(content));
+        return std::make_shared<Json::Document const>(std::move(content));
     }
     catch (Json::ParseError const& error)
     {
-        throw ProjectError(file, error.location(), error.what());
+        throw ProjectError(file.path(), error.location(), error.what());
     }
 }
 
 } // namespace
 
-ProjectFile read_project_file(std::filesystem::path const& file)
+ProjectError ProjectFile::error(std::vector<std::string> const& place, std::string const& message) const
+{
+    return {path, document->locate(place), message};
+}
+
+ProjectFile read_project_file(RegularFile const& file)
 {
     auto const document = read_document(file);
-    return Checker(file, document).check();
+    auto project = Checker(file.path(), *document).check();
+    project.path = file.path();
+    project.document = document;
+    return project;
 }
 
 } // namespace Ravik

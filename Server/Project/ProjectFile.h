@@ -1,10 +1,13 @@
 #pragma once
 
 #include "Configuration/ProjectError.h"
+#include "Project/RegularFile.h"
+#include "Json/Document.h"
 
 #include "RavikSrvExt/Value.h"
 
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -15,7 +18,7 @@ namespace Ravik
 struct ExtensionEntry
 {
     std::string domain;
-    /// A path, or a name without a slash that is looked for.
+    /// A path from the project's folder, or a name without a slash that is looked for.
     std::string shared_object;
     /// What is laid over the domain's stored configuration; an empty map where the file says nothing.
     RavikSrv::Value configuration;
@@ -30,11 +33,19 @@ struct ProjectFile
     /// server's own. The other keys, where they stand, have their type: "MAPPING" a text, "USEMAPPING" a bool, "SCHEMA"
     /// a map or bool.
     RavikSrv::Value symbols;
+
+    std::filesystem::path path;
+    /// What the file says, for messages about it.
+    std::shared_ptr<Json::Document const> document;
+
+    /// The error of what stands at `place` of the file (see `Json::Document::locate`) and turns out to be wrong only
+    /// when it is used.
+    ProjectError error(std::vector<std::string> const& place, std::string const& message) const;
 };
 
 /// Reads and checks a project file. Throws `ProjectError` for the first fault that it meets: a file that can't be read,
 /// broken JSON, a key that is unknown, missing or of the wrong type, a name that cannot be addressed, a domain that
 /// stands twice or a symbol of no domain.
-ProjectFile read_project_file(std::filesystem::path const& file);
+ProjectFile read_project_file(RegularFile const& file);
 
 } // namespace Ravik

@@ -41,7 +41,8 @@ protected:
         {
             text.replace(at, 1, PROBE_LIBRARY);
         }
-        project = std::make_unique<OpenProject>(read_project_file(folder.write("ravik.json", text)),
+        RegularFile const file(folder.write("ravik.json", text), "the project file");
+        project = std::make_unique<OpenProject>(read_project_file(file), Libraries(2),
                                                 Store::open(folder.path() / "ravik.db", std::chrono::seconds(0)));
     }
 

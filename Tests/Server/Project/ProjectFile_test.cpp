@@ -17,7 +17,7 @@ namespace
 ProjectFile read(std::string const& text)
 {
     TemporaryFolder const folder;
-    return read_project_file(folder.write("ravik.json", text));
+    return read_project_file(RegularFile(folder.write("ravik.json", text), "the project file"));
 }
 
 TEST(ProjectFile, holds_extensions_and_symbols)
@@ -98,8 +98,8 @@ TEST(ProjectFile, tells_what_was_expected_where)
         EXPECT_NE(message.find(fragment), std::string::npos) << message;
         EXPECT_EQ(message.find('\n'), std::string::npos) << message;
     }
-    EXPECT_NE(refusal([] { read_project_file("missing.json"); }), "");
-    EXPECT_NE(refusal([] { read_project_file("."); }).find("can't be read"), std::string::npos);
+    EXPECT_NE(refusal([] { RegularFile("missing.json", "the project file"); }), "");
+    EXPECT_NE(refusal([] { RegularFile(".", "the project file"); }).find("no regular file"), std::string::npos);
 }
 
 } // namespace
