@@ -14,15 +14,16 @@ namespace Ravik::CommandLine
 namespace
 {
 
-constexpr std::array<OptionEntry, 9> option_table{{
+constexpr std::array<OptionEntry, 10> option_table{{
     {Option::project, "--project", "DIR", "the project's folder; the working directory where it is not given",
      TakenBy::every_command},
     {Option::domain, "--domain", "NAME", "the domain to work on; RavikRecipeManagement where it is not given",
      TakenBy::some_commands},
     {Option::wait, "--wait", "SECONDS", "how long to wait for another process that has the project open",
      TakenBy::every_command},
-    {Option::force, "--force", "", "replace what exists",
-     TakenBy::some_commands},
+    {Option::trust, "--trust", "", "open the project although somebody else could change what it runs",
+     TakenBy::every_command},
+    {Option::force, "--force", "", "replace what exists", TakenBy::some_commands},
     {Option::dry_run, "--dry-run", "", "check and show what would happen, and change nothing", TakenBy::some_commands},
     {Option::replace, "--replace", "", "the imported file becomes the whole configuration", TakenBy::some_commands},
     {Option::json, "--json", "", R"(print one JSON object: {"result", "name", "text", "value"})",

@@ -15,6 +15,7 @@ enum class Option
     project,
     domain,
     wait,
+    trust,
     force,
     dry_run,
     replace,

@@ -75,6 +75,7 @@ OpenOptions Invocation::open_options() const
     }
     OpenOptions options;
     options.wait = std::chrono::seconds(seconds);
+    options.trust = has(Option::trust);
     return options;
 }
 

@@ -1,6 +1,7 @@
 #include "Project/OpenProject.h"
 
 #include "Configuration/configuration_keys.h"
+#include "Project/Ownership.h"
 
 #include "PathIterator.h"
 #include "api_helper.h"
@@ -31,14 +32,38 @@ std::string joined(std::vector<std::string> const& names)
     return text;
 }
 
+void check_ownership(std::optional<Ownership> const& ownership, RegularFile const& project_file)
+{
+    if (ownership)
+    {
+        auto const in_folder = ownership->objection();
+        if (auto const objection = in_folder ? in_folder : ownership->objection(project_file))
+        {
+            throw ProjectError(*objection);
+        }
+    }
+}
+
 /// The place of an extension's key in the project file.
 std::vector<std::string> place_in(std::size_t extension, char const* key)
 {
     return {"extensions", std::to_string(extension), key};
 }
 
+RegularFile open_library(std::filesystem::path const& path, std::optional<Ownership> const& ownership)
+{
+    RegularFile library(std::filesystem::absolute(path), "the library");
+    auto const objection = ownership ? ownership->objection(library) : std::nullopt;
+    if (objection)
+    {
+        throw ProjectError(*objection);
+    }
+    return library;
+}
+
 /// Opens the libraries that the project names by a path; the others are the system's to find.
-Libraries open_libraries(ProjectFile const& file, std::filesystem::path const& directory)
+Libraries open_libraries(ProjectFile const& file, std::filesystem::path const& directory,
+                         std::optional<Ownership> const& ownership)
 {
     Libraries libraries;
     for (auto const& entry : file.extensions)
@@ -48,7 +73,7 @@ Libraries open_libraries(ProjectFile const& file, std::filesystem::path const& d
         {
             try
             {
-                library.emplace(std::filesystem::absolute(directory / entry.shared_object), "the library");
+                library.emplace(open_library(directory / entry.shared_object, ownership));
             }
             catch (ProjectError const& error)
             {
@@ -123,8 +148,10 @@ EditReport report(EditOutcome outcome)
 std::unique_ptr<Project> Project::open(std::filesystem::path const& directory, OpenOptions const& options)
 {
     RegularFile const opened(directory / project_file_name, "the project file");
+    std::optional<Ownership> const ownership = options.trust ? std::nullopt : std::optional<Ownership>(directory);
+    check_ownership(ownership, opened);
     auto const file = read_project_file(opened);
-    auto const libraries = open_libraries(file, directory);
+    auto const libraries = open_libraries(file, directory, ownership);
     try
     {
         return std::make_unique<OpenProject>(file, libraries, Store::open(directory / store_name, options.wait));

@@ -76,6 +76,8 @@ struct OpenOptions
 {
     /// How long to wait for another process that has the project open.
     std::chrono::seconds wait{0};
+    /// Open it also where somebody else could change it; see `Ownership`.
+    bool trust = false;
 };
 
 /// An opened project: its configuration, its extensions and the way to the controllers. All operations are thread-safe
@@ -84,7 +86,8 @@ class Project
 {
 public:
     /// Opens the project in `directory`: reads ravik.json, opens or makes the store, loads and initialises the
-    /// extensions. Throws `ProjectError` with a message for a person.
+    /// extensions. Throws `ProjectError` with a message for a person. Nothing of the project has run, and there is no
+    /// store that was not there before, where somebody else could change the project (without `trust`).
     static std::unique_ptr<Project> open(std::filesystem::path const& directory, OpenOptions const& options = {});
 
     Project(Project const&) = delete;

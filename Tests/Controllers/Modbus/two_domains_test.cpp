@@ -49,7 +49,7 @@ protected:
             }
         }
         m_folder.write("ravik.json", Json::write(map({{"extensions", extensions}, {"symbols", symbols}})));
-        m_project = Project::open(m_folder.path());
+        m_project = Project::open(m_folder.path(), {.wait = {}, .trust = true});
         m_recipe = map({{"recipeTypeName", "T"}, {"values", values}});
         auto const recipes = map(
             {{"recipeTypeList", map({{"T", map({{"members", members}})}})}, {"recipeList", map({{"R", m_recipe}})}});
