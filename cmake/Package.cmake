@@ -16,6 +16,7 @@ install(FILES
   cmake/extension.map
   ${CMAKE_CURRENT_BINARY_DIR}/RavikConfigVersion.cmake
   DESTINATION ${package_folder})
+install(FILES Documentation/ravik.schema.json DESTINATION ${CMAKE_INSTALL_DATADIR}/ravik)
 set(example Examples/controller)
 install(FILES
   ${example}/CMakeLists.txt

@@ -50,7 +50,8 @@ struct Field
     bool required;
 };
 
-constexpr std::initializer_list<Field> project_fields = {{"extensions", &list, true}, {"symbols", &object, false}};
+constexpr std::initializer_list<Field> project_fields = {
+    {"$schema", &text, false}, {"extensions", &list, true}, {"symbols", &object, false}};
 constexpr std::initializer_list<Field> extension_fields = {
     {"domain", &text, true}, {"library", &text, true}, {"configuration", &object, false}};
 constexpr std::initializer_list<Field> symbol_fields = {{Key::domain, &text, true},

@@ -1,11 +1,13 @@
 #include "Project/ProjectFile.h"
+
+#include "Schema/CompiledSchema.h"
 #include "Support/TemporaryFolder.h"
 #include "Support/api_types.h"
 #include "Support/refusal.h"
+#include "Json/Json.h"
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <string>
 #include <vector>
 
@@ -20,9 +22,19 @@ ProjectFile read(std::string const& text)
     return read_project_file(RegularFile(folder.write("ravik.json", text), "the project file"));
 }
 
+/// Whether editors, by the schema that they are given, take the text for a project file.
+bool fits_schema(std::string const& text)
+{
+    static auto const schema =
+        CompiledSchema::compile(Json::parse(RegularFile(PROJECT_FILE_SCHEMA, "the schema").read()));
+    EXPECT_STREQ(schema->error().text(), "");
+    return schema->validate(Json::parse(text), "").result() == RavikSrv::ErrorValue::SUCCESS;
+}
+
 TEST(ProjectFile, holds_extensions_and_symbols)
 {
-    auto const project = read(R"({
+    auto const* const text = R"({
+  "$schema": "https://localhost/ravik.schema.json",
   "extensions": [
     { "domain": "RavikRecipeManagement", "library": "libRavikRecipeManagement.so" },
     { "domain": "Line", "library": "./lib/line.so", "configuration": { "variables": { "Speed": 0.0 } } }
@@ -30,9 +42,11 @@ TEST(ProjectFile, holds_extensions_and_symbols)
   "symbols": {
     "Line.Speed": { "DOMAIN": "Line", "MAPPING": "Speed", "USEMAPPING": true,
                     "SCHEMA": { "$ref": "ravik:general#/definitions/REAL" } },
-    "Own": { "DOMAIN": "RavikSrv", "USEMAPPING": false, "SCHEMA": false }
+    "Own:1": { "DOMAIN": "RavikSrv", "USEMAPPING": false, "SCHEMA": false }
   }
-})");
+})";
+    EXPECT_TRUE(fits_schema(text));
+    auto const project = read(text);
     ASSERT_EQ(project.extensions.size(), 2U);
     EXPECT_EQ(project.extensions[0].domain, "RavikRecipeManagement");
     EXPECT_EQ(project.extensions[1].shared_object, "./lib/line.so");
@@ -56,17 +70,21 @@ TEST(ProjectFile, tells_what_was_expected_where)
     struct Case
     {
         std::string text;
-        std::string place;
-        std::string fragment;
+        char const* place;
+        char const* fragment;
+        /// Whether a schema can tell too: the text is JSON, and the fault does not lie between several entries.
+        bool by_schema = true;
     };
     std::vector<Case> const cases = {
-        {"", "1:1", "empty"},
-        {"{\"extensions\": [\n]", "2:2", "ends before"},
-        {"{\"extensions\": [],\n\"extensions\": []}", "2:1", "twice"},
+        {"", "1:1", "empty", false},
+        {"{\"extensions\": [\n]", "2:2", "ends before", false},
+        {"{\"extensions\": [],\n\"extensions\": []}", "2:1", "twice", false},
+        {R"({"$schema": 1, "extensions": []})", "1:2", R"("$schema" to be a text, found 1)"},
         {"[]", "1:1", "expected the project to be an object, found a list"},
         {"\n{}", "2:1", R"(the key "extensions" (a list), found none)"},
         {R"({"extensions": {}})", "1:2", R"(expected "extensions" to be a list, found an object)"},
-        {"{\"extensions\": [],\n \"symbol\\n\": {}}", "2:2", R"(keys "extensions", "symbols", found "symbol\n")"},
+        {"{\"extensions\": [],\n \"symbol\\n\": {}}", "2:2",
+         R"(keys "$schema", "extensions", "symbols", found "symbol\n")"},
         {R"({"extensions": ["a.so"]})", "1:17", R"(expected an extension to be an object, found "a.so")"},
         {extension(R"("library": "A")"), "2:2", R"(the key "domain" (a text))"},
         {extension(R"("domain": 3.0, "library": "A")"), "2:3", R"("domain" to be a text, found 3.0)"},
@@ -81,21 +99,24 @@ TEST(ProjectFile, tells_what_was_expected_where)
         {domain("A/B"), "2:22", R"(without "/")"},
         {domain("RavikSrv"), "2:22", "the server's"},
         {"{\"extensions\": [{\"domain\": \"A\", \"library\": \"x\"},\n{\"domain\": \"A\", \"library\": \"y\"}]}", "2:2",
-         "each domain once"},
+         "each domain once", false},
         {symbols(R"("S": 1)"), "2:1", R"(the symbol "S" to be an object, found 1)"},
         {symbols(R"("S": {})"), "2:1", R"(the key "DOMAIN" (a text))"},
-        {symbols(R"("S": {"DOMAIN": "Lin"})"), "2:7", R"("RavikSrv" or an extension's domain ("Line"), found "Lin")"},
+        {symbols(R"("S": {"DOMAIN": "Lin"})"), "2:7", R"("RavikSrv" or an extension's domain ("Line"), found "Lin")",
+         false},
         {symbols(R"("S": {"DOMAIN": "Line", "USEMAPPING": "true"})"), "2:25", R"("USEMAPPING" to be true or false)"},
         {symbols(R"("S": {"DOMAIN": "Line", "SCHEMA": "REAL"})"), "2:25", R"("SCHEMA" to be a schema)"},
         {symbols(R"("": {"DOMAIN": "Line"})"), "2:1", "have a name"},
         {symbols(R"("a::b": {"DOMAIN": "Line"})"), "2:1", R"(without "::", found "a::b")"},
+        {symbols(R"("a[0]": {"DOMAIN": "Line"})"), "2:1", R"(without "[", found "a[0]")"},
     };
-    for (auto const& [text, place, fragment] : cases)
+    for (auto const& [text, place, fragment, by_schema] : cases)
     {
         SCOPED_TRACE(text);
         auto const message = refusal([text = text] { read(text); });
-        EXPECT_NE(message.find("ravik.json:" + place + ": "), std::string::npos) << message;
+        EXPECT_NE(message.find(std::string("ravik.json:") + place + ": "), std::string::npos) << message;
         EXPECT_NE(message.find(fragment), std::string::npos) << message;
+        EXPECT_TRUE(!by_schema || !fits_schema(text));
         EXPECT_EQ(message.find('\n'), std::string::npos) << message;
     }
     EXPECT_NE(refusal([] { RegularFile("missing.json", "the project file"); }), "");
