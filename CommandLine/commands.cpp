@@ -11,7 +11,7 @@ namespace
 
 constexpr auto any_number = std::numeric_limits<std::size_t>::max();
 
-constexpr std::array<CommandEntry, 17> command_table{{
+constexpr std::array<CommandEntry, 21> command_table{{
     {.name = "init",
      .operands = "[DIR]",
      .least = 0,
@@ -267,6 +267,65 @@ Examples:
 )",
      .options = {},
      .run = symbol_set},
+    {.name = "store check",
+     .operands = "",
+     .least = 0,
+     .most = 0,
+     .summary = "Read the store through and list what is damaged",
+     .description = R"(
+Checks every row and page of the store, ravik.db, and changes nothing. Exits with
+1 where something is damaged, and with 3 where the store can't be opened.
+
+Examples:
+  ravik store check
+)",
+     .options = {},
+     .run = store_check},
+    {.name = "store backup",
+     .operands = "FILE",
+     .least = 1,
+     .most = 1,
+     .summary = "Write a copy of the store",
+     .description = R"(
+FILE is a whole store afterwards, checked, and readable by its owner alone. A file
+that stands there is replaced with --force only. Copies that are made by other
+means miss what still stands in the store's log.
+
+Examples:
+  ravik store backup /var/backups/line.db
+  ravik --project line store backup --force line.db
+)",
+     .options = {Option::force},
+     .run = store_backup},
+    {.name = "store restore",
+     .operands = "FILE",
+     .least = 1,
+     .most = 1,
+     .summary = "Put a backup in the store's place",
+     .description = R"(
+FILE has to be whole. A store that holds something else is replaced with --force
+only; one that is damaged is kept beside the new one, as ravik.db.damaged-1.
+
+Examples:
+  ravik store restore /var/backups/line.db
+)",
+     .options = {Option::force},
+     .run = store_restore},
+    {.name = "store repair",
+     .operands = "",
+     .least = 0,
+     .most = 0,
+     .summary = "Keep what is whole of a damaged store",
+     .description = R"(
+Makes a store of every row that is whole and says what is lost. The damaged store
+is kept beside it, as ravik.db.damaged-1. Restore a backup instead where it is new
+enough.
+
+Examples:
+  ravik store repair
+)",
+     .options = {},
+     .run = store_repair},
 }};
 
 } // namespace

@@ -41,5 +41,13 @@ Answer symbols(Invocation& invocation);
 Answer symbol_get(Invocation& invocation);
 /// symbol set NAME JSON
 Answer symbol_set(Invocation& invocation);
+/// store check
+Answer store_check(Invocation& invocation);
+/// store backup FILE
+Answer store_backup(Invocation& invocation);
+/// store restore FILE
+Answer store_restore(Invocation& invocation);
+/// store repair
+Answer store_repair(Invocation& invocation);
 
 } // namespace Ravik::CommandLine

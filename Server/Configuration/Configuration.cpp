@@ -56,6 +56,16 @@ bool Configuration::is_refusing() const
     return m_failed;
 }
 
+void Configuration::backup(std::filesystem::path const& target)
+{
+    Turn const turn(*this);
+    if (m_store == nullptr)
+    {
+        throw StoreError("there is no store to copy");
+    }
+    m_store->backup(target);
+}
+
 // Saving --------------------------------------------------------------------------------------------------------------
 
 void Configuration::save(std::vector<Touched> const& touched)

@@ -39,6 +39,9 @@ public:
     /// Whether nothing is edited any more since a commit failed; see `Turn::commit`.
     bool is_refusing() const;
 
+    /// Copies the store as the last finished turn left it, see `Store::backup`. Takes a turn.
+    void backup(std::filesystem::path const& target);
+
 private:
     struct Domain
     {

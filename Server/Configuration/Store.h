@@ -1,22 +1,15 @@
 #pragma once
 
+#include "Configuration/StoreError.h"
 #include "RavikSrvExtApi.h"
 
 #include <chrono>
 #include <filesystem>
 #include <memory>
-#include <stdexcept>
 #include <string>
 
 namespace Ravik
 {
-
-/// A failure of the store's medium, with SQLite's own words.
-class StoreError : public std::runtime_error
-{
-public:
-    using std::runtime_error::runtime_error;
-};
 
 /// The durable copy of the configuration: one SQLite file, opened by one process at a time.
 ///
@@ -28,15 +21,16 @@ public:
 class Store
 {
 public:
-    /// Opens the store, or makes it. Throws `ProjectError`: the file is no store of this program, or of a later
-    /// version; another process has it open (after `wait` has passed); it can't be read or written.
+    /// Opens the store, makes it where there is no file, or brings over one of an earlier version. All of it is read
+    /// and checked. Throws `ProjectError`: the file is no store of this program, or of a later version, or anything in
+    /// it is damaged; another process has it open (after `wait` has passed); it can't be read or written.
     static std::unique_ptr<Store> open(std::filesystem::path const& file, std::chrono::seconds wait);
 
     Store(Store const&) = delete;
     Store& operator=(Store const&) = delete;
     virtual ~Store() = default;
 
-    /// The configuration of a domain, a map.
+    /// The configuration of a domain as it stood at opening, a map. It is handed out once, before anything is changed.
     virtual RavikSrv::Value load(std::string const& domain) = 0;
 
     /// Starts a transaction; the changes below belong to one, and all or none of them last.
@@ -47,9 +41,14 @@ public:
     virtual void erase(std::string const& domain, std::string const& path) = 0;
     /// Removes all rows below the path, not the row itself.
     virtual void erase_below(std::string const& domain, std::string const& path) = 0;
-    /// Answers when all changes are on the medium.
+    /// Returns when all changes are on the medium.
     virtual void commit() = 0;
     virtual void rollback() noexcept = 0;
+
+    /// Writes a copy of the store, checks it and moves it to `target`, replacing what stands there. Called outside of
+    /// transactions. Where it fails nothing is left at `target` but what stood there. Stores that are no files have
+    /// none.
+    virtual void backup(std::filesystem::path const& target);
 
 protected:
     Store() = default;

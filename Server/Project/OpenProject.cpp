@@ -2,6 +2,7 @@
 
 #include "Configuration/configuration_keys.h"
 #include "Project/Ownership.h"
+#include "Project/project_store.h"
 
 #include "PathIterator.h"
 #include "api_helper.h"
@@ -18,9 +19,6 @@ using RavikSrv::ValueType;
 
 namespace
 {
-
-constexpr char const* project_file_name = "ravik.json";
-constexpr char const* store_name = "ravik.db";
 
 std::string joined(std::vector<std::string> const& names)
 {
@@ -154,11 +152,11 @@ std::unique_ptr<Project> Project::open(std::filesystem::path const& directory, O
     auto const libraries = open_libraries(file, directory, ownership);
     try
     {
-        return std::make_unique<OpenProject>(file, libraries, Store::open(directory / store_name, options.wait));
+        return std::make_unique<OpenProject>(file, libraries, Store::open(store_of(directory), options.wait));
     }
     catch (StoreError const& error)
     {
-        throw ProjectError((directory / store_name).string() + ": " + error.what());
+        throw ProjectError(store_of(directory).string() + ": " + error.what());
     }
 }
 
@@ -316,6 +314,29 @@ std::vector<Reference> OpenProject::dangling_references(std::string const& domai
 {
     return read_references(m_core.configuration.tree(domain),
                            [](Reference const& reference) { return !reference.found; });
+}
+
+ConfigurationOutcome OpenProject::backup(std::filesystem::path const& file, bool replace)
+{
+    if (!replace && std::filesystem::exists(file))
+    {
+        return {.error = ErrorValue::FILE_WRITE,
+                .text = file.string() + ": the file exists already; --force replaces it",
+                .path = {},
+                .value = {}};
+    }
+    try
+    {
+        m_core.configuration.backup(file);
+        return {};
+    }
+    catch (std::exception const& error)
+    {
+        return {.error = ErrorValue::FILE_WRITE,
+                .text = file.string() + " could not be written: " + error.what(),
+                .path = {},
+                .value = {}};
+    }
 }
 
 // Symbols -------------------------------------------------------------------------------------------------------------

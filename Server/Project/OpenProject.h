@@ -43,6 +43,8 @@ public:
     EditReport import(std::string const& domain, RavikSrv::Value const& data, ImportOptions const& options) override;
     std::vector<Reference> dangling_references(std::string const& domain) const override;
 
+    ConfigurationOutcome backup(std::filesystem::path const& file, bool replace) override;
+
     std::vector<SymbolInfo> symbols() const override;
     ExecutedGroup read_symbols(std::vector<std::string> const& names) override;
     ExecutedGroup write_symbol(std::string const& name, RavikSrv::Value const& value) override;

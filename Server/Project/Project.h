@@ -71,6 +71,9 @@ struct SymbolInfo
     RavikSrv::Value schema;
 };
 
+/// The name of the file that makes a folder a project.
+constexpr char const* project_file_name = "ravik.json";
+
 /// How to open a project.
 struct OpenOptions
 {
@@ -125,6 +128,10 @@ public:
 
     /// The references of the domain's configuration that lead nowhere.
     virtual std::vector<Reference> dangling_references(std::string const& domain) const = 0;
+
+    /// Writes a copy of the store to `file`, a whole store of its own, at any time. Refuses a file that stands there
+    /// already, unless `replace` is set.
+    virtual ConfigurationOutcome backup(std::filesystem::path const& file, bool replace) = 0;
 
     /// All symbols in the order of the project file.
     virtual std::vector<SymbolInfo> symbols() const = 0;

@@ -1,0 +1,126 @@
+#include "commands.h"
+
+#include "configuration_answer.h"
+#include "text_width.h"
+
+#include "Project/project_store.h"
+
+namespace Ravik::CommandLine
+{
+
+namespace
+{
+
+using RavikSrv::ErrorValue;
+using RavikSrv::Value;
+using RavikSrv::ValueType;
+
+Value report_value(StoreReport const& report)
+{
+    Value faults(ValueType::Vector);
+    for (auto const& fault : report.faults)
+    {
+        faults << Value(std::string_view(fault));
+    }
+    Value value;
+    value.insert("rows", static_cast<long>(report.rows));
+    value.insert("faults", faults);
+    if (!report.kept_as.empty())
+    {
+        value.insert("kept", Value(std::string_view(report.kept_as.string())));
+    }
+    return value;
+}
+
+void tell_faults(StoreReport const& report, Output& output)
+{
+    for (auto const& fault : report.faults)
+    {
+        output.print("  " + printable(fault));
+    }
+}
+
+void tell_kept(StoreReport const& report, Output& output)
+{
+    if (!report.kept_as.empty())
+    {
+        output.print("What was there is kept as " + printable(report.kept_as.string()) + ".");
+    }
+}
+
+/// A store that stays as it is because of what was asked is a refusal, not a project that can't be opened.
+template <typename Work> StoreReport refusing(Work const& work)
+{
+    try
+    {
+        return work();
+    }
+    catch (ProjectError const& error)
+    {
+        throw Failure(ErrorValue::STORAGE, error.what());
+    }
+}
+
+} // namespace
+
+Answer store_check(Invocation& invocation)
+{
+    auto const report = check_project_store(invocation.directory(), invocation.open_options());
+    auto answer = answer_of(report.is_whole() ? ErrorValue::SUCCESS : ErrorValue::STORAGE);
+    answer.value = report_value(report);
+    if (report.is_whole())
+    {
+        invocation.output().print("The store is whole: " + counted(report.rows, "row") + ".");
+        return answer;
+    }
+    answer.text = "the store is damaged; 'ravik store restore FILE' puts a backup in its place, 'ravik store repair' "
+                  "keeps every row that is whole";
+    tell_faults(report, invocation.output());
+    return answer;
+}
+
+Answer store_backup(Invocation& invocation)
+{
+    std::filesystem::path const file = invocation.operands()[0];
+    auto const outcome = invocation.project().backup(file, invocation.has(Option::force));
+    auto answer = configuration_answer(outcome);
+    if (outcome.succeeded())
+    {
+        answer.value = Value(std::string_view(file.string()));
+        invocation.output().print("Wrote a copy of the store to " + printable(file.string()) + ".");
+    }
+    return answer;
+}
+
+Answer store_restore(Invocation& invocation)
+{
+    auto const& backup = invocation.operands()[0];
+    auto const replaced = invocation.has(Option::force) ? Replaced::anything : Replaced::nothing_whole;
+    auto const report = refusing(
+        [&] { return restore_project_store(invocation.directory(), backup, replaced, invocation.open_options()); });
+    Answer answer;
+    answer.value = report_value(report);
+    invocation.output().print("Restored the store from " + printable(backup) + ": " + counted(report.rows, "row") +
+                              ".");
+    tell_kept(report, invocation.output());
+    return answer;
+}
+
+Answer store_repair(Invocation& invocation)
+{
+    auto const report = repair_project_store(invocation.directory(), invocation.open_options());
+    Answer answer;
+    answer.value = report_value(report);
+    if (report.is_whole())
+    {
+        invocation.output().print("The store is whole; there is nothing to repair.");
+        return answer;
+    }
+    invocation.output().print("Made a store of the rows that are whole, " + std::to_string(report.rows) +
+                              ". Lost is what was wrong:");
+    tell_faults(report, invocation.output());
+    tell_kept(report, invocation.output());
+    return answer;
+}
+
+} // namespace Ravik::CommandLine

@@ -1,0 +1,139 @@
+#include "Configuration/Sqlite.h"
+
+namespace Ravik::Sqlite
+{
+
+namespace
+{
+
+void check(sqlite3* database, int code)
+{
+    if (code != SQLITE_OK && code != SQLITE_ROW && code != SQLITE_DONE)
+    {
+        throw Error(code, sqlite3_errmsg(database));
+    }
+}
+
+Database open(std::string const& name, int flags)
+{
+    sqlite3* opened = nullptr;
+    auto const code = sqlite3_open_v2(name.c_str(), &opened, flags, nullptr);
+    Database database(opened);
+    if (code != SQLITE_OK)
+    {
+        throw Error(code, opened == nullptr ? sqlite3_errstr(code) : sqlite3_errmsg(opened));
+    }
+    sqlite3_extended_result_codes(opened, 1);
+    return database;
+}
+
+/// The path with all bytes escaped that mean something in a URI.
+std::string uri(std::filesystem::path const& file)
+{
+    constexpr std::string_view digits = "0123456789ABCDEF";
+    std::string text = "file:";
+    for (auto const character : file.string())
+    {
+        auto const byte = static_cast<unsigned char>(character);
+        auto const plain = (byte >= '0' && byte <= '9') || (byte >= 'A' && byte <= 'Z') ||
+                           (byte >= 'a' && byte <= 'z') || byte == '/' || byte == '.' || byte == '-' || byte == '_';
+        plain ? text += character : (text += '%', text += digits[byte >> 4U], text += digits[byte & 15U]);
+    }
+    return text;
+}
+
+} // namespace
+
+Database open(std::filesystem::path const& file)
+{
+    return open(file.string(), SQLITE_OPEN_READWRITE);
+}
+
+Database open_without_log(std::filesystem::path const& file)
+{
+    return open(uri(std::filesystem::absolute(file)) + "?immutable=1", SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
+}
+
+void execute(sqlite3* database, std::string const& sql)
+{
+    check(database, sqlite3_exec(database, sql.c_str(), nullptr, nullptr, nullptr));
+}
+
+Statement::Statement(sqlite3* database, std::string_view sql) : m_database(database)
+{
+    sqlite3_stmt* statement = nullptr;
+    check(database, sqlite3_prepare_v3(database, sql.data(), static_cast<int>(sql.size()), SQLITE_PREPARE_PERSISTENT,
+                                       &statement, nullptr));
+    m_statement.reset(statement);
+}
+
+Statement& Statement::bind(int position, std::string_view text)
+{
+    check(m_database,
+          sqlite3_bind_text64(m_statement.get(), position, text.data(), text.size(), SQLITE_STATIC, SQLITE_UTF8));
+    return *this;
+}
+
+Statement& Statement::bind(int position, std::optional<std::string_view> text)
+{
+    if (text)
+    {
+        return bind(position, *text);
+    }
+    check(m_database, sqlite3_bind_null(m_statement.get(), position));
+    return *this;
+}
+
+Statement& Statement::bind(int position, std::int64_t number)
+{
+    check(m_database, sqlite3_bind_int64(m_statement.get(), position, number));
+    return *this;
+}
+
+bool Statement::step()
+{
+    auto const code = sqlite3_step(m_statement.get());
+    if (code == SQLITE_ROW)
+    {
+        return true;
+    }
+    // The reset clears the connection's message where another statement runs besides.
+    std::string const message = code == SQLITE_DONE ? "" : sqlite3_errmsg(m_database);
+    sqlite3_reset(m_statement.get());
+    if (code != SQLITE_DONE)
+    {
+        throw Error(code, message);
+    }
+    return false;
+}
+
+void Statement::run()
+{
+    while (step())
+    {
+    }
+}
+
+int Statement::type(int column) const
+{
+    return sqlite3_column_type(m_statement.get(), column);
+}
+
+std::string_view Statement::text(int column) const
+{
+    auto const* const characters = static_cast<char const*>(sqlite3_column_blob(m_statement.get(), column));
+    return {characters, static_cast<std::size_t>(sqlite3_column_bytes(m_statement.get(), column))};
+}
+
+std::int64_t Statement::integer(int column) const
+{
+    return sqlite3_column_int64(m_statement.get(), column);
+}
+
+std::int64_t number(sqlite3* database, std::string_view sql)
+{
+    Statement statement(database, sql);
+    return statement.step() ? statement.integer(0) : 0;
+}
+
+} // namespace Ravik::Sqlite

@@ -1,0 +1,402 @@
+#include "Configuration/store_care.h"
+
+#include "Configuration/store_file.h"
+#include "Configuration/store_reading.h"
+#include "Configuration/tree.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <fstream>
+#include <map>
+#include <optional>
+#include <set>
+#include <system_error>
+#include <unistd.h>
+#include <utility>
+
+namespace Ravik
+{
+
+namespace fs = std::filesystem;
+using StoreFile::Replacement;
+
+namespace
+{
+
+/// What a read of a whole store came to.
+struct Examined
+{
+    StoreReport report;
+    StoreFormat::Sum sum;
+};
+
+Examined examine(sqlite3* database, fs::path const& file, std::int64_t version, StoreFormat::OnRow const& on_row = {})
+{
+    Examined examined;
+    examined.sum =
+        StoreFormat::read(
+            database, file, version, [&](std::string const& fault) { examined.report.faults.push_back(fault); },
+            [&](StoreFormat::Row const& row)
+            {
+                ++examined.report.rows;
+                if (on_row)
+                {
+                    on_row(row);
+                }
+            })
+            .sum;
+    return examined;
+}
+
+StoreFile::Taken take_existing(fs::path const& file, std::chrono::seconds wait)
+{
+    return StoreFile::take(file, wait,
+                           [&]
+                           {
+                               throw ProjectError("there is no store " + file.string() +
+                                                  "; it is made by the first "
+                                                  "command that opens the project");
+                           });
+}
+
+/// `work` with SQLite's failures explained.
+template <typename Work> auto explaining(fs::path const& file, Work const& work)
+{
+    try
+    {
+        return work();
+    }
+    catch (Sqlite::Error const& error)
+    {
+        StoreFile::explain(file, error);
+    }
+    catch (StoreError const& error)
+    {
+        throw ProjectError(file.string() + ": " + error.what());
+    }
+    catch (fs::filesystem_error const& error)
+    {
+        throw ProjectError(error.what());
+    }
+}
+
+/// The file under its own name, where it is a link.
+fs::path resolved(fs::path const& file)
+{
+    return fs::exists(file) ? fs::canonical(file) : file;
+}
+
+// Keeping what another store takes the place of -----------------------------------------------------------------------
+
+/// A free name beside the file.
+fs::path name_to_keep(fs::path const& file)
+{
+    for (int number = 1;; ++number)
+    {
+        fs::path name = file.string() + ".damaged-" + std::to_string(number);
+        if (!fs::exists(name))
+        {
+            return name;
+        }
+    }
+}
+
+/// Puts the replacement in the file's place, which stays there under another name, with its log. Returns that name.
+fs::path replace_and_keep(Replacement& replacement, fs::path const& file)
+{
+    auto const kept = name_to_keep(file);
+    fs::create_hard_link(file, kept);
+    replacement.become_target(StoreFile::log_of(kept));
+    return kept;
+}
+
+/// Brings the log of a store that is whole, and taken, into its file, and leaves it empty.
+void empty_log(sqlite3* database)
+{
+    StoreFile::settle(database);
+    Sqlite::Statement checkpoint(database, "PRAGMA wal_checkpoint(TRUNCATE)");
+    if (!checkpoint.step() || checkpoint.integer(0) != 0)
+    {
+        throw StoreError("its log could not be brought into it");
+    }
+}
+
+// Rows ----------------------------------------------------------------------------------------------------------------
+
+/// A row that is kept.
+struct KeptRow
+{
+    std::int64_t rank;
+    std::string domain;
+    std::string path;
+    std::optional<std::string> text;
+
+    explicit KeptRow(StoreFormat::Row const& row) : rank(row.rank), domain(row.domain), path(row.path), text(row.text)
+    {
+    }
+
+    StoreFormat::Row row() const
+    {
+        StoreFormat::Row row{.rank = rank, .domain = domain, .path = path, .text = std::nullopt};
+        if (text)
+        {
+            row.text = *text;
+        }
+        return row;
+    }
+};
+
+using Rows = std::vector<KeptRow>;
+
+/// Makes the replacement a store of these rows, and makes sure of it.
+void write_rows(Replacement& replacement, Rows const& rows)
+{
+    replacement.make_empty();
+    {
+        auto const database = replacement.open();
+        Sqlite::execute(database.get(), "PRAGMA journal_mode=MEMORY; BEGIN");
+        StoreFormat::RowWriter writer(database.get());
+        StoreFormat::Sum sum;
+        for (auto const& row : rows)
+        {
+            sum.add(writer.insert(row.row()));
+        }
+        StoreFormat::write_sum(database.get(), sum);
+        Sqlite::execute(database.get(), "COMMIT");
+    }
+    replacement.stamp();
+    auto const report = check_store(replacement.file(), std::chrono::seconds(0));
+    if (!report.is_whole())
+    {
+        throw StoreError("the new store did not come out right: " + report.faults.front());
+    }
+}
+
+/// Of the rows that are whole those that can stand together: each path once, and a folder for each row, which is made
+/// where it is lost.
+class Reunion
+{
+public:
+    explicit Reunion(Rows const& rows)
+    {
+        for (auto const& row : rows)
+        {
+            m_last_rank = std::max(m_last_rank, row.rank);
+            m_rows.emplace(std::pair(row.domain, row.path), &row);
+        }
+        for (auto const& row : rows)
+        {
+            if (m_rows.at({row.domain, row.path}) == &row && has_folder(row.domain, row.path))
+            {
+                m_kept.push_back(row);
+            }
+        }
+    }
+
+    Rows take() { return std::move(m_kept); }
+
+private:
+    bool has_folder(std::string const& domain, std::string const& path)
+    {
+        auto const parent = Tree::split_last(path).parent;
+        if (parent.empty() || m_made.contains({domain, parent}))
+        {
+            return true;
+        }
+        auto const found = m_rows.find({domain, parent});
+        if (found != m_rows.end())
+        {
+            return !found->second->text && has_folder(domain, parent);
+        }
+        if (!has_folder(domain, parent))
+        {
+            return false;
+        }
+        m_made.emplace(domain, parent);
+        m_kept.emplace_back(
+            StoreFormat::Row{.rank = ++m_last_rank, .domain = domain, .path = parent, .text = std::nullopt});
+        return true;
+    }
+
+    std::map<std::pair<std::string, std::string>, KeptRow const*> m_rows;
+    std::set<std::pair<std::string, std::string>> m_made;
+    Rows m_kept;
+    std::int64_t m_last_rank = 0;
+};
+
+// Restoring -----------------------------------------------------------------------------------------------------------
+
+void copy_bytes(fs::path const& from, fs::path const& to)
+{
+    std::ifstream source(from, std::ios::binary);
+    std::ofstream target(to, std::ios::binary);
+    if (!source)
+    {
+        throw ProjectError(from.string() + " can't be read: " + std::generic_category().message(errno));
+    }
+    target << source.rdbuf();
+    target.close();
+    if (!source || !target)
+    {
+        throw ProjectError(from.string() + " can't be copied to " + to.string());
+    }
+}
+
+/// Makes the replacement a copy of the backup, as a store of its own.
+Examined copy_backup(Replacement& replacement, fs::path const& backup)
+{
+    if (!fs::is_regular_file(backup) || fs::file_size(backup) == 0)
+    {
+        throw ProjectError(backup.string() + (fs::exists(backup) ? " is no backup of a store" : " does not exist"));
+    }
+    copy_bytes(backup, replacement.file());
+    if (fs::exists(StoreFile::log_of(backup)))
+    {
+        copy_bytes(StoreFile::log_of(backup), StoreFile::log_of(replacement.file()));
+    }
+    Examined examined;
+    try
+    {
+        auto const taken = take_existing(replacement.file(), std::chrono::seconds(0));
+        examined = examine(taken.database.get(), replacement.file(), taken.version);
+        if (!examined.report.is_whole())
+        {
+            throw ProjectError(examined.report.faults.front());
+        }
+        empty_log(taken.database.get());
+        if (taken.version == StoreFormat::without_checksums)
+        {
+            return examined;
+        }
+    }
+    catch (ProjectError const& error)
+    {
+        throw ProjectError(backup.string() + " is not restored, it is no whole store: " + error.what());
+    }
+    replacement.stamp();
+    return examined;
+}
+
+bool holds_the_same(Examined const& left, Examined const& right)
+{
+    return left.sum.rows == right.sum.rows && left.sum.total == right.sum.total &&
+           left.report.rows == right.report.rows;
+}
+
+} // namespace
+
+StoreReport check_store(fs::path const& file, std::chrono::seconds wait)
+{
+    return explaining(file,
+                      [&]
+                      {
+                          auto const taken = take_existing(resolved(file), wait);
+                          auto report = examine(taken.database.get(), resolved(file), taken.version).report;
+                          if (report.is_whole())
+                          {
+                              StoreFile::settle(taken.database.get());
+                          }
+                          return report;
+                      });
+}
+
+namespace
+{
+
+StoreReport put_in_place(Replacement& replacement, Examined const& restored, fs::path const& file, Replaced replaced,
+                         std::chrono::seconds wait)
+{
+    auto report = restored.report;
+    try
+    {
+        auto const taken = take_existing(file, wait);
+        auto const there = examine(taken.database.get(), file, taken.version);
+        if (!there.report.is_whole())
+        {
+            report.kept_as = replace_and_keep(replacement, file);
+            return report;
+        }
+        if (there.report.rows != 0 && !holds_the_same(there, restored) && replaced == Replaced::nothing_whole)
+        {
+            throw ProjectError(file.string() + " is whole and holds something else, " +
+                               std::to_string(there.report.rows) + " rows; --force replaces it");
+        }
+        // First everything that was acknowledged is in the file: whatever stops this, nothing of it is lost.
+        empty_log(taken.database.get());
+        replacement.become_target();
+    }
+    catch (StoreFile::Damaged const&)
+    {
+        report.kept_as = replace_and_keep(replacement, file);
+    }
+    return report;
+}
+
+} // namespace
+
+StoreReport restore_store(fs::path const& name, fs::path const& backup, Replaced replaced, std::chrono::seconds wait)
+{
+    return explaining(name,
+                      [&]
+                      {
+                          auto const file = resolved(name);
+                          if (fs::exists(file) && fs::exists(backup) && fs::equivalent(file, backup))
+                          {
+                              throw ProjectError(backup.string() + " is the store itself");
+                          }
+                          Replacement replacement(file);
+                          auto const restored = copy_backup(replacement, backup);
+                          if (fs::exists(file))
+                          {
+                              return put_in_place(replacement, restored, file, replaced, wait);
+                          }
+                          replacement.become_target();
+                          return restored.report;
+                      });
+}
+
+StoreReport repair_store(fs::path const& name, std::chrono::seconds wait)
+{
+    return explaining(name,
+                      [&]
+                      {
+                          auto const file = resolved(name);
+                          auto taken = take_existing(file, wait);
+                          auto const foreign_log = taken.version != StoreFormat::without_checksums &&
+                                                   StoreFile::has_foreign_log(taken.database.get(), file);
+                          auto const alone = foreign_log ? Sqlite::open_without_log(file) : Sqlite::Database();
+                          auto* const database = foreign_log ? alone.get() : taken.database.get();
+                          Rows rows;
+                          auto report = examine(database, file, taken.version,
+                                                [&](StoreFormat::Row const& row) { rows.emplace_back(row); })
+                                            .report;
+                          if (report.is_whole())
+                          {
+                              StoreFile::settle(taken.database.get());
+                              return report;
+                          }
+                          rows = Reunion(rows).take();
+                          Replacement replacement(file);
+                          write_rows(replacement, rows);
+                          report.rows = rows.size();
+                          report.kept_as = replace_and_keep(replacement, file);
+                          return report;
+                      });
+}
+
+void bring_over(sqlite3* database, fs::path const& file)
+{
+    Rows rows;
+    auto const examined = examine(database, file, StoreFormat::without_checksums,
+                                  [&](StoreFormat::Row const& row) { rows.emplace_back(row); });
+    if (!examined.report.is_whole())
+    {
+        throw StoreFile::Damaged(file, examined.report.faults.front());
+    }
+    Replacement replacement(file);
+    write_rows(replacement, rows);
+    empty_log(database);
+    replacement.become_target();
+}
+
+} // namespace Ravik

@@ -1,0 +1,57 @@
+#pragma once
+
+#include "Configuration/ProjectError.h"
+
+#include <chrono>
+#include <cstddef>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+struct sqlite3;
+
+/// Looking after a store that no project has open. Each function takes the store for as long as it works, waiting so
+/// long for another process, and throws `ProjectError` where that can't be or the medium fails; then the store is as it
+/// was.
+namespace Ravik
+{
+
+/// What a store was found to hold.
+struct StoreReport
+{
+    /// The rows that are whole.
+    std::size_t rows = 0;
+    /// What is wrong, a text each; the store is whole where there is none.
+    std::vector<std::string> faults;
+    /// Where a store that was not whole, and that another took the place of, is kept now.
+    std::filesystem::path kept_as;
+
+    bool is_whole() const noexcept { return faults.empty(); }
+};
+
+/// Reads the store through and changes nothing. Throws `ProjectError` where there is none.
+StoreReport check_store(std::filesystem::path const& file, std::chrono::seconds wait);
+
+/// What `restore_store` may replace.
+enum class Replaced
+{
+    /// Nothing that is lost by it: no store, an empty one, one with the same rows, and one that is damaged, which is
+    /// kept under another name.
+    nothing_whole,
+    anything,
+};
+
+/// Puts a copy of the store `backup`, which has to be whole, in the store's place. Returns what it holds. Throws
+/// `ProjectError` where the one or the other can't be.
+StoreReport restore_store(std::filesystem::path const& file, std::filesystem::path const& backup, Replaced replaced,
+                          std::chrono::seconds wait);
+
+/// Makes a store of the rows that are whole, where some are not; a row whose folder is lost gets one. What was there is
+/// kept under another name. Returns the rows kept, and what was wrong with the others.
+StoreReport repair_store(std::filesystem::path const& file, std::chrono::seconds wait);
+
+/// Makes a store of the newest layout of one that has none of the checksums, in its place: all of it or nothing, also
+/// where the process is killed on the way. Used by `Store::open`, which has taken the store.
+void bring_over(sqlite3* database, std::filesystem::path const& file);
+
+} // namespace Ravik

@@ -1,0 +1,91 @@
+#pragma once
+
+#include "Configuration/Sqlite.h"
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+/// How the configuration stands in the store's tables, and the checksums that hold it together.
+namespace Ravik::StoreFormat
+{
+
+/// Tells a store of this program from any other SQLite file: "Ravk" in ASCII.
+constexpr std::int64_t application_id = 0x5261766B;
+/// The versions of the layout; a store of a later one is not opened. The first had no checksums.
+constexpr std::int64_t without_checksums = 1;
+constexpr std::int64_t newest = 2;
+
+/// A row of the configuration. The views are valid as long as what they were taken from.
+struct Row
+{
+    /// Its place in the order of all rows.
+    std::int64_t rank = 0;
+    std::string_view domain;
+    std::string_view path;
+    /// JSON, nothing for a folder.
+    std::optional<std::string_view> text;
+};
+
+std::uint64_t checksum(Row const& row);
+
+/// What all rows come to. It is written in each transaction, so a row that is lost, or that stands as it did before, is
+/// found out; and it ties the write-ahead log to its file.
+struct Sum
+{
+    std::uint64_t rows = 0;
+    /// The sum of the rows' checksums.
+    std::uint64_t total = 0;
+    /// Random, drawn anew for each transaction: no two states have the same, not those of two copies either.
+    std::uint64_t stamp = 0;
+    /// The stamp that stood in the file itself, below the log, when the transaction was made.
+    std::uint64_t base = 0;
+
+    void add(std::uint64_t row) noexcept { ++rows, total += row; }
+    void remove(std::uint64_t row) noexcept { --rows, total -= row; }
+};
+
+std::uint64_t random_stamp();
+
+/// Makes the tables of the newest version in an empty file, without rows.
+void make_tables(sqlite3* database);
+/// Whether the file's tables are those of the version and nothing else.
+bool has_own_tables(sqlite3* database, std::int64_t version);
+
+/// Nothing where the sum is missing or damaged.
+std::optional<Sum> read_sum(sqlite3* database);
+void write_sum(sqlite3* database, Sum const& sum);
+
+/// Reads all rows in their order, without checking anything but the types of their columns.
+class RowReader
+{
+public:
+    RowReader(sqlite3* database, std::int64_t version);
+
+    bool step() { return m_select.step(); }
+    std::int64_t rank() const { return m_select.integer(0); }
+    /// The row, valid until the next step; nothing where it is damaged. The first version tells damage by types alone.
+    std::optional<Row> row() const;
+    /// The row, damaged as it may be, for messages.
+    Row unchecked() const;
+
+private:
+    bool has_types() const;
+
+    std::int64_t m_version;
+    Sqlite::Statement m_select;
+};
+
+/// Adds rows that were not there before.
+class RowWriter
+{
+public:
+    explicit RowWriter(sqlite3* database);
+    /// Returns the row's checksum.
+    std::uint64_t insert(Row const& row);
+
+private:
+    Sqlite::Statement m_insert;
+};
+
+} // namespace Ravik::StoreFormat

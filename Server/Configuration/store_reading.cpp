@@ -1,0 +1,235 @@
+#include "Configuration/store_reading.h"
+
+#include "Configuration/store_file.h"
+#include "Configuration/tree.h"
+#include "RavikSrvExt/MapBuilder.h"
+#include "Json/Json.h"
+#include "Json/Reader.h"
+
+#include <algorithm>
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace Ravik::StoreFormat
+{
+
+using RavikSrv::Value;
+
+namespace
+{
+
+/// A row on its way into the tree.
+struct LoadedRow
+{
+    std::string name;
+    std::string path;
+    /// Nothing for a folder.
+    std::optional<Value> value;
+};
+
+using RowsByParent = std::map<std::string, std::vector<LoadedRow>>;
+
+/// The map of the rows below `path`, which are taken from `rows`.
+Value build(RowsByParent& rows, std::string const& path)
+{
+    RavikSrv::MapBuilder map;
+    auto const below = rows.extract(path);
+    if (!below.empty())
+    {
+        for (auto& row : below.mapped())
+        {
+            map.insert(row.name, row.value ? std::move(*row.value) : build(rows, row.path));
+        }
+    }
+    return map.finish();
+}
+
+class Reading
+{
+public:
+    Reading(sqlite3* database, std::filesystem::path const& file, std::int64_t version, OnFault const& on_fault,
+            OnRow const& on_row)
+        : m_database(database), m_file(file), m_version(version), m_on_fault(on_fault), m_on_row(on_row)
+    {
+    }
+
+    Content read()
+    {
+        guarded([this] { check_tables(); });
+        guarded([this] { read_rows(); });
+        guarded([this] { check_pages(); });
+        guarded([this] { check_sum(); });
+        build_trees();
+        return std::move(m_content);
+    }
+
+private:
+    /// What SQLite itself finds damaged is a fault as any other.
+    template <typename Step> void guarded(Step const& step)
+    {
+        try
+        {
+            step();
+        }
+        catch (Sqlite::Error const& error)
+        {
+            m_on_fault(std::string("it is damaged: ") + error.what());
+        }
+    }
+
+    void check_tables();
+    void check_pages();
+    void read_rows();
+    void read_row(RowReader const& reader);
+    void keep(Row const& row);
+    void check_sum();
+    void build_trees();
+
+    sqlite3* m_database;
+    std::filesystem::path const& m_file;
+    std::int64_t m_version;
+    OnFault const& m_on_fault;
+    OnRow const& m_on_row;
+    Content m_content;
+    Sum m_counted;
+    std::map<std::string, RowsByParent, std::less<>> m_rows;
+    Json::Reader m_json;
+};
+
+void Reading::check_tables()
+{
+    if (m_version != without_checksums && StoreFile::has_foreign_log(m_database, m_file))
+    {
+        m_on_fault("the log " + StoreFile::log_of(m_file).filename().string() +
+                   " belongs to another store, or to another state of this one; move it away to have the store as it "
+                   "stood at the last orderly end");
+    }
+    if (!has_own_tables(m_database, m_version))
+    {
+        m_on_fault("its tables are not those that ravik made");
+    }
+}
+
+/// Pages, free pages and the index: what the rows do not tell.
+void Reading::check_pages()
+{
+    constexpr int most = 20;
+    Sqlite::Statement check(m_database, "PRAGMA integrity_check(" + std::to_string(most) + ")");
+    while (check.step())
+    {
+        if (auto const text = check.text(0); text != "ok")
+        {
+            m_on_fault("its pages are damaged: " + std::string(text));
+        }
+    }
+}
+
+void Reading::read_rows()
+{
+    RowReader reader(m_database, m_version);
+    while (reader.step())
+    {
+        read_row(reader);
+    }
+}
+
+void Reading::read_row(RowReader const& reader)
+{
+    m_content.last_rank = std::max(m_content.last_rank, reader.rank());
+    auto const row = reader.row();
+    if (!row)
+    {
+        m_on_fault(name_of(reader.unchecked()) + " is damaged: its checksum does not fit");
+        return;
+    }
+    if (m_version != without_checksums)
+    {
+        m_counted.add(checksum(*row));
+    }
+    try
+    {
+        keep(*row);
+    }
+    catch (Json::ParseError const& error)
+    {
+        m_on_fault(name_of(*row) + " holds a broken value: " + error.what());
+        return;
+    }
+    if (m_on_row)
+    {
+        m_on_row(*row);
+    }
+}
+
+void Reading::keep(Row const& row)
+{
+    std::string path(row.path);
+    auto place = Tree::split_last(path);
+    LoadedRow loaded{.name = std::move(place.name), .path = std::move(path), .value = std::nullopt};
+    if (row.text)
+    {
+        loaded.value = m_json.parse(*row.text);
+    }
+    auto found = m_rows.find(row.domain);
+    if (found == m_rows.end())
+    {
+        found = m_rows.emplace(std::string(row.domain), RowsByParent()).first;
+    }
+    found->second[std::move(place.parent)].push_back(std::move(loaded));
+}
+
+void Reading::check_sum()
+{
+    if (m_version == without_checksums)
+    {
+        return;
+    }
+    auto const sum = read_sum(m_database);
+    if (!sum)
+    {
+        m_on_fault("the sum of its rows is damaged");
+        return;
+    }
+    m_content.sum = *sum;
+    if (sum->rows > m_counted.rows)
+    {
+        m_on_fault(std::to_string(sum->rows - m_counted.rows) + " of " + std::to_string(sum->rows) + " rows are lost");
+    }
+    else if (sum->rows != m_counted.rows || sum->total != m_counted.total)
+    {
+        m_on_fault("its rows do not add up: there are some of another state among them");
+    }
+}
+
+void Reading::build_trees()
+{
+    for (auto& [domain, rows] : m_rows)
+    {
+        m_content.trees.emplace(domain, build(rows, ""));
+        for (auto const& [parent, orphans] : rows)
+        {
+            for (auto const& orphan : orphans)
+            {
+                m_on_fault("the row \"" + orphan.path + "\" of " + domain + " is an orphan: there is no folder \"" +
+                           parent + "\"");
+            }
+        }
+    }
+}
+
+} // namespace
+
+std::string name_of(Row const& row)
+{
+    return "the row \"" + std::string(row.path) + "\" of " + std::string(row.domain) + " (number " +
+           std::to_string(row.rank) + ")";
+}
+
+Content read(sqlite3* database, std::filesystem::path const& file, std::int64_t version, OnFault const& on_fault,
+             OnRow const& on_row)
+{
+    return Reading(database, file, version, on_fault, on_row).read();
+}
+
+} // namespace Ravik::StoreFormat

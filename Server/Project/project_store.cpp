@@ -1,0 +1,42 @@
+#include "Project/project_store.h"
+
+namespace Ravik
+{
+
+namespace
+{
+
+/// The store of the project; its file need not be there, but the project has to.
+std::filesystem::path existing_project(std::filesystem::path const& directory)
+{
+    if (!std::filesystem::exists(directory / project_file_name))
+    {
+        throw ProjectError((directory / project_file_name).string() + " does not exist: the folder holds no project");
+    }
+    return store_of(directory);
+}
+
+} // namespace
+
+std::filesystem::path store_of(std::filesystem::path const& directory)
+{
+    return directory / "ravik.db";
+}
+
+StoreReport check_project_store(std::filesystem::path const& directory, OpenOptions const& options)
+{
+    return check_store(existing_project(directory), options.wait);
+}
+
+StoreReport restore_project_store(std::filesystem::path const& directory, std::filesystem::path const& backup,
+                                  Replaced replaced, OpenOptions const& options)
+{
+    return restore_store(existing_project(directory), backup, replaced, options.wait);
+}
+
+StoreReport repair_project_store(std::filesystem::path const& directory, OpenOptions const& options)
+{
+    return repair_store(existing_project(directory), options.wait);
+}
+
+} // namespace Ravik

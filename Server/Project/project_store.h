@@ -1,0 +1,21 @@
+#pragma once
+
+#include "Configuration/store_care.h"
+#include "Project/Project.h"
+
+#include <filesystem>
+
+/// Looking after the store of a project that is not open, see `store_care.h`. All throw `ProjectError`, also where the
+/// folder holds no project.
+namespace Ravik
+{
+
+StoreReport check_project_store(std::filesystem::path const& directory, OpenOptions const& options);
+StoreReport restore_project_store(std::filesystem::path const& directory, std::filesystem::path const& backup,
+                                  Replaced replaced, OpenOptions const& options);
+StoreReport repair_project_store(std::filesystem::path const& directory, OpenOptions const& options);
+
+/// The project's store.
+std::filesystem::path store_of(std::filesystem::path const& directory);
+
+} // namespace Ravik
