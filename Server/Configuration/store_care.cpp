@@ -355,32 +355,84 @@ StoreReport restore_store(fs::path const& name, fs::path const& backup, Replaced
                       });
 }
 
+namespace
+{
+
+/// A store's rows that are whole, with what is wrong with it.
+struct Collected
+{
+    StoreReport report;
+    Rows rows;
+};
+
+Collected collect(sqlite3* database, fs::path const& file, std::int64_t version)
+{
+    Collected collected;
+    collected.report =
+        examine(database, file, version, [&](StoreFormat::Row const& row) { collected.rows.emplace_back(row); }).report;
+    return collected;
+}
+
+/// The rows of the file as it stands below its log.
+Collected collect_without_log(fs::path const& file)
+{
+    auto const database = Sqlite::open_without_log(file);
+    return collect(database.get(), file, Sqlite::number(database.get(), "PRAGMA user_version"));
+}
+
+/// What can be had of the store. Where the file alone is whole its log is what is wrong.
+Collected collect_best(std::optional<StoreFile::Taken> const& taken, fs::path const& file)
+{
+    if (!taken)
+    {
+        auto collected = collect_without_log(file);
+        collected.report.faults.emplace_back("its log does not fit it; what stood in it is lost");
+        return collected;
+    }
+    auto collected = collect(taken->database.get(), file, taken->version);
+    if (!collected.report.is_whole() && StoreFile::has_log(file))
+    {
+        auto alone = collect_without_log(file);
+        if (alone.report.is_whole())
+        {
+            collected.rows = std::move(alone.rows);
+        }
+    }
+    return collected;
+}
+
+} // namespace
+
 StoreReport repair_store(fs::path const& name, std::chrono::seconds wait)
 {
     return explaining(name,
                       [&]
                       {
                           auto const file = resolved(name);
-                          auto taken = take_existing(file, wait);
-                          auto const foreign_log = taken.version != StoreFormat::without_checksums &&
-                                                   StoreFile::has_foreign_log(taken.database.get(), file);
-                          auto const alone = foreign_log ? Sqlite::open_without_log(file) : Sqlite::Database();
-                          auto* const database = foreign_log ? alone.get() : taken.database.get();
-                          Rows rows;
-                          auto report = examine(database, file, taken.version,
-                                                [&](StoreFormat::Row const& row) { rows.emplace_back(row); })
-                                            .report;
-                          if (report.is_whole())
+                          std::optional<StoreFile::Taken> taken;
+                          try
                           {
-                              StoreFile::settle(taken.database.get());
-                              return report;
+                              taken = take_existing(file, wait);
                           }
-                          rows = Reunion(rows).take();
+                          catch (StoreFile::Damaged const&)
+                          {
+                              if (!StoreFile::has_log(file))
+                              {
+                                  throw;
+                              }
+                          }
+                          auto collected = collect_best(taken, file);
+                          if (collected.report.is_whole())
+                          {
+                              StoreFile::settle(taken->database.get());
+                              return collected.report;
+                          }
+                          auto const rows = Reunion(collected.rows).take();
                           Replacement replacement(file);
                           write_rows(replacement, rows);
-                          report.rows = rows.size();
-                          report.kept_as = replace_and_keep(replacement, file);
-                          return report;
+                          collected.report.rows = rows.size();
+                          collected.report.kept_as = replace_and_keep(replacement, file);
+                          return collected.report;
                       });
 }
 

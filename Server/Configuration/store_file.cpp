@@ -107,9 +107,7 @@ void check_file(fs::path const& file)
 /// memory and a second process is told at once.
 void claim(sqlite3* database, fs::path const& file)
 {
-    std::error_code ignored;
-    auto const has_log = fs::exists(log_of(file), ignored) && fs::file_size(log_of(file), ignored) > 0;
-    sqlite3_db_config(database, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, has_log ? 1 : 0, nullptr);
+    sqlite3_db_config(database, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, has_log(file) ? 1 : 0, nullptr);
     sqlite3_db_config(database, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
     Sqlite::execute(database, "PRAGMA locking_mode=EXCLUSIVE; PRAGMA temp_store=MEMORY; PRAGMA cell_size_check=ON;"
                               "PRAGMA secure_delete=ON; PRAGMA wal_autocheckpoint=0; PRAGMA synchronous=FULL;"
@@ -198,6 +196,13 @@ fs::path log_of(fs::path const& file)
     return file.string() + "-wal";
 }
 
+bool has_log(fs::path const& file)
+{
+    std::error_code ignored;
+    auto const size = fs::file_size(log_of(file), ignored);
+    return !ignored && size > 0;
+}
+
 std::optional<std::uint64_t> stamp_in_file(fs::path const& file)
 {
     try
@@ -213,9 +218,7 @@ std::optional<std::uint64_t> stamp_in_file(fs::path const& file)
 
 bool has_foreign_log(sqlite3* database, fs::path const& file)
 {
-    std::error_code ignored;
-    auto const size = fs::file_size(log_of(file), ignored);
-    if (ignored || size == 0)
+    if (!has_log(file))
     {
         return false;
     }
@@ -249,7 +252,11 @@ void explain(fs::path const& file, Sqlite::Error const& error)
     }
     case SQLITE_CORRUPT:
     case SQLITE_ERROR:
-        throw Damaged(file, std::string("it is damaged: ") + error.what());
+        throw Damaged(file, std::string("it is damaged") +
+                                (has_log(file)
+                                     ? ", or its log " + log_of(file).filename().string() + " belongs to another store"
+                                     : std::string()) +
+                                ": " + error.what());
     default:
         throw ProjectError("can't open the store " + name + ": " + error.what());
     }

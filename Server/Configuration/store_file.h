@@ -36,8 +36,9 @@ bool has_foreign_log(sqlite3* database, std::filesystem::path const& file);
 /// The stamp that stands in the file itself, nothing where it can't be read.
 std::optional<std::uint64_t> stamp_in_file(std::filesystem::path const& file);
 
-/// The log that SQLite keeps beside the file.
+/// The log that SQLite keeps beside the file, and whether it is there and holds anything.
 std::filesystem::path log_of(std::filesystem::path const& file);
+bool has_log(std::filesystem::path const& file);
 
 /// A store that can't be believed, or not be read; `what()` tells what to do.
 class Damaged : public ProjectError

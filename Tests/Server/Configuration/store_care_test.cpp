@@ -1,0 +1,184 @@
+#include "Configuration/Store.h"
+#include "Configuration/store_care.h"
+
+#include "Support/TemporaryFolder.h"
+#include "Support/refusal.h"
+#include "Json/Json.h"
+
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+#include <fstream>
+#include <sstream>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace Ravik::Test
+{
+namespace
+{
+
+using namespace std::chrono_literals;
+namespace fs = std::filesystem;
+
+constexpr auto domain = "RavikRecipeManagement";
+
+std::string text_of(fs::path const& file)
+{
+    std::ostringstream text;
+    text << std::ifstream(file).rdbuf();
+    return text.str();
+}
+
+/// What the store holds, with its order.
+std::string content(fs::path const& file)
+{
+    return Json::write(Store::open(file, 0s)->load(domain));
+}
+
+void run_sql(fs::path const& file, std::string const& sql)
+{
+    sqlite3* database = nullptr;
+    ASSERT_EQ(sqlite3_open(file.c_str(), &database), SQLITE_OK);
+    EXPECT_EQ(sqlite3_exec(database, sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(database);
+    sqlite3_close(database);
+}
+
+/// The store that the program made before rows had checksums, with the recipes of the example.
+class StoreCareTest : public testing::Test
+{
+protected:
+    StoreCareTest() { fs::copy_file(FORMAT_1_STORE, file); }
+
+    TemporaryFolder const folder;
+    fs::path const file = folder.path() / "ravik.db";
+    std::string const expected = Json::write(Json::parse(text_of(PLANT_RECIPES)));
+};
+
+TEST_F(StoreCareTest, brings_over_a_store_of_the_first_layout_however_often_it_is_killed)
+{
+    auto killed = 0;
+    for (rlim_t limit = 0; limit < 60000; limit += 3000)
+    {
+        auto const child = fork();
+        if (child == 0)
+        {
+            // The file that outgrows this kills the process.
+            rlimit const size{.rlim_cur = limit, .rlim_max = limit};
+            setrlimit(RLIMIT_CORE, &size);
+            setrlimit(RLIMIT_FSIZE, &size);
+            _exit(refusal([&] { Store::open(file, 0s); }).empty() ? 0 : 1);
+        }
+        int status = -1;
+        waitpid(child, &status, 0);
+        killed += WIFSIGNALED(status) ? 1 : 0;
+    }
+    EXPECT_GT(killed, 3);
+    EXPECT_EQ(content(file), expected);
+    EXPECT_EQ(check_store(file, 0s).faults, std::vector<std::string>());
+    struct stat status = {};
+    ASSERT_EQ(stat(file.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777U, 0600U);
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder.path()), fs::directory_iterator()), 1);
+}
+
+TEST_F(StoreCareTest, names_what_is_wrong_and_repairs_the_rest)
+{
+    struct Case
+    {
+        char const* damage;
+        char const* fault;
+        bool brought_over;
+        std::size_t rows_kept;
+    };
+    auto const rows = check_store(file, 0s).rows;
+    for (auto const& each : {
+             Case{"DELETE FROM entry WHERE path='recipeList::Capping'", "an orphan: there is no folder", false, rows},
+             Case{"UPDATE entry SET value='{' WHERE path='recipeList::Capping::Crown'",
+                  "\"recipeList::Capping::Crown\" of RavikRecipeManagement (number 68) holds a broken value", false,
+                  rows - 1},
+             Case{"DELETE FROM entry WHERE path='recipeList::Capping::Crown'", "1 of 47 rows are lost", true, rows - 1},
+             Case{"UPDATE entry SET value='{}' WHERE path='recipeList::Capping::Crown'",
+                  "\"recipeList::Capping::Crown\" of RavikRecipeManagement (number 68) is damaged", true, rows - 1},
+             Case{"CREATE TABLE more(x)", "not those that ravik made", true, rows},
+             Case{"PRAGMA writable_schema=ON; DELETE FROM sqlite_schema WHERE name='entry_path'", "tables", true, rows},
+         })
+    {
+        SCOPED_TRACE(each.damage);
+        auto const copy = folder.path() / "copy.db";
+        fs::copy_file(file, copy, fs::copy_options::overwrite_existing);
+        EXPECT_TRUE(!each.brought_over || refusal([&] { Store::open(copy, 0s); }).empty());
+        run_sql(copy, each.damage);
+        auto const message = refusal([&] { Store::open(copy, 0s); });
+        EXPECT_NE(message.find(each.fault), std::string::npos) << message;
+        EXPECT_NE(message.find("ravik store restore FILE"), std::string::npos) << message;
+        EXPECT_FALSE(check_store(copy, 0s).is_whole());
+        auto const repaired = repair_store(copy, 0s);
+        EXPECT_EQ(repaired.rows, each.rows_kept);
+        EXPECT_FALSE(check_store(repaired.kept_as, 0s).is_whole()) << "what was there is kept";
+        EXPECT_EQ(refusal([&] { Store::open(copy, 0s); }), "");
+        EXPECT_TRUE(repair_store(copy, 0s).is_whole());
+    }
+}
+
+TEST_F(StoreCareTest, restores_a_backup_where_nothing_is_lost_by_it)
+{
+    auto const backup = folder.path() / "backup.db";
+    auto const kept = Replaced::nothing_whole;
+    Store::open(file, 0s)->backup(backup);
+    {
+        auto const store = Store::open(file, 0s);
+        store->begin();
+        store->erase(domain, "recipeList");
+        store->commit();
+    }
+    auto const before = content(file);
+    EXPECT_NE(refusal([&] { restore_store(file, backup, kept, 0s); }).find("--force"), std::string::npos);
+    EXPECT_NE(refusal([&] { restore_store(file, folder.write("x", "x"), kept, 0s); }), "");
+    EXPECT_NE(refusal([&] { restore_store(file, file, kept, 0s); }), "");
+    EXPECT_EQ(content(file), before);
+    EXPECT_EQ(restore_store(file, backup, Replaced::anything, 0s).kept_as, "");
+    EXPECT_EQ(content(file), expected);
+    EXPECT_EQ(restore_store(file, backup, kept, 0s).kept_as, "") << "it holds the same";
+    folder.write("ravik.db", "no database at all, that is to say nothing of which anything could be kept");
+    EXPECT_NE(restore_store(file, backup, kept, 0s).kept_as, "");
+    EXPECT_EQ(content(file), expected);
+}
+
+TEST_F(StoreCareTest, tells_who_may_not_read_or_write)
+{
+    struct Case
+    {
+        mode_t folder;
+        mode_t file;
+        char const* message;
+    };
+    EXPECT_EQ(content(file), expected);
+    for (auto const& each :
+         {Case{0777, 0600, "you may not read the store"}, Case{0777, 0644, "you may not write the store"},
+          Case{0755, 0666, "you may not write into the store's folder"}})
+    {
+        SCOPED_TRACE(each.message);
+        ASSERT_EQ(chmod(folder.path().c_str(), each.folder), 0);
+        ASSERT_EQ(chmod(file.c_str(), each.file), 0);
+        auto const child = fork();
+        if (child == 0)
+        {
+            constexpr uid_t nobody = 65534;
+            if (geteuid() != 0 || setuid(nobody) != 0)
+            {
+                _exit(0); // only root can become somebody else
+            }
+            auto const message = refusal([&] { Store::open(file, 0s); });
+            _exit(message.find(each.message) != std::string::npos ? 0 : 1);
+        }
+        int status = -1;
+        waitpid(child, &status, 0);
+        EXPECT_EQ(status, 0);
+    }
+}
+
+} // namespace
+} // namespace Ravik::Test
