@@ -1,6 +1,7 @@
 #include "commands.h"
 
 #include "configuration_answer.h"
+#include "recipe_names.h"
 #include "text_width.h"
 
 #include "Project/project_store.h"
