@@ -212,10 +212,14 @@ Examples:
      .operands = "",
      .least = 0,
      .most = 0,
-     .summary = "List the references that lead nowhere",
+     .summary = "List what is wrong in the configuration",
      .description = R"(
-Recipes of a missing type, types that inherit or nest a missing one, values of
-missing members and names of missing recipes. Exits with 1 where there is one.
+References that lead nowhere, symbols that ravik.json does not map or that no
+activation would write, schemas that can't be used, stored values that do not fit
+their symbol or member: each with its path and what to do. Exits with 1 where
+there is one. Notes, which change nothing of that: values that no member stands
+for any more, members with neither value nor default, nested members that name
+no recipe.
 
 Examples:
   ravik check

@@ -1,6 +1,7 @@
 #include "configuration_answer.h"
 
 #include "recipe_names.h"
+#include "text_width.h"
 
 namespace Ravik::CommandLine
 {
@@ -23,6 +24,35 @@ Value count_value(Value const& configuration)
     counts.insert("recipeTypes", static_cast<long>(recipe_type_names(configuration).size()));
     counts.insert("recipes", static_cast<long>(recipe_names(configuration).size()));
     return counts;
+}
+
+Value findings_value(std::vector<Finding> const& findings)
+{
+    Value value(RavikSrv::ValueType::Vector);
+    for (auto const& finding : findings)
+    {
+        Value entry;
+        entry.insert("path", Value(std::string_view(finding.path)));
+        entry.insert("kind", Value(to_text(finding.kind)));
+        entry.insert("text", Value(std::string_view(finding.text)));
+        entry.insert("note", finding.is_note());
+        value << entry;
+    }
+    return value;
+}
+
+void print_findings(std::vector<Finding> const& findings, Output& output)
+{
+    for (auto const notes : {false, true})
+    {
+        for (auto const& finding : findings)
+        {
+            if (finding.is_note() == notes)
+            {
+                output.print((notes ? "note: " : "") + printable(finding.path) + ": " + printable(finding.text));
+            }
+        }
+    }
 }
 
 } // namespace Ravik::CommandLine

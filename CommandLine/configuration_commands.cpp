@@ -88,25 +88,18 @@ Answer check(Invocation& invocation)
     {
         return answer;
     }
-    auto const references = invocation.project().dangling_references(domain);
-    answer.value = Value(ValueType::Vector);
-    for (auto const& reference : references)
+    auto const findings = invocation.project().check(domain);
+    answer.value = findings_value(findings);
+    print_findings(findings, invocation.output());
+    auto const faults = static_cast<std::size_t>(
+        std::count_if(findings.begin(), findings.end(), [](Finding const& finding) { return !finding.is_note(); }));
+    if (faults == 0)
     {
-        Value entry;
-        entry.insert("path", Value(std::string_view(reference.holder)));
-        entry.insert("kind", Value(to_text(reference.kind)));
-        entry.insert("target", Value(std::string_view(reference.target)));
-        answer.value << entry;
-        invocation.output().print(printable(reference.holder) + ": there is no " + to_text(reference.kind) + " " +
-                                  printable(reference.target));
-    }
-    if (references.empty())
-    {
-        invocation.output().print("Every reference leads somewhere.");
+        invocation.output().print("Nothing is wrong.");
         return answer;
     }
-    auto const failed = answer_of(ErrorValue::ENTRY_NOT_FOUND, counted(references.size(), "reference") + " lead" +
-                                                                   (references.size() == 1 ? "s" : "") + " nowhere");
+    auto const failed =
+        answer_of(ErrorValue::FAIL, counted(faults, "thing") + (faults == 1 ? " is" : " are") + " wrong");
     answer.result = failed.result;
     answer.name = failed.name;
     answer.text = failed.text;

@@ -62,6 +62,19 @@ void print_cascade(Invocation const& invocation, std::vector<Touched> const& cas
     }
 }
 
+/// Stored values that the edit has made wrong are warnings, and stand in the value.
+void add_warnings(Invocation const& invocation, EditReport const& report, Value& value)
+{
+    for (auto const& warning : report.warnings)
+    {
+        invocation.output().warning(warning.path + ": " + warning.text);
+    }
+    if (!report.warnings.empty())
+    {
+        value.insert("warnings", findings_value(report.warnings));
+    }
+}
+
 /// The answer to an edit of one path; `done` says what was done.
 Answer edit_answer(Invocation& invocation, EditReport const& report, std::string const& done)
 {
@@ -71,6 +84,7 @@ Answer edit_answer(Invocation& invocation, EditReport const& report, std::string
     {
         answer.value = cascade_value(report.cascade);
         print_cascade(invocation, report.cascade);
+        add_warnings(invocation, report, answer.value);
     }
     if (report.succeeded())
     {
@@ -150,6 +164,7 @@ Answer import(Invocation& invocation)
     if (report.succeeded())
     {
         answer.value = count_value(data);
+        add_warnings(invocation, report, answer.value);
         invocation.output().print("Imported " + recipe_counts(data) + '.');
     }
     return answer;

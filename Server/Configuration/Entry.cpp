@@ -178,4 +178,15 @@ std::vector<std::string> entry_paths(std::string const& path, Value const& tree)
     return paths;
 }
 
+Value lists_of(Value const& tree)
+{
+    Value both(ValueType::Map);
+    for (auto const* const list : {Key::recipe_type_list, Key::recipe_list})
+    {
+        Value const& entries = tree[list];
+        both.insert(list, entries.isset() ? entries : Value(ValueType::Map));
+    }
+    return both;
+}
+
 } // namespace Ravik

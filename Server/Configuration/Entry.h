@@ -66,4 +66,7 @@ bool is_last_entry(std::string const& path, RavikSrv::Value const& tree);
 /// The paths of the entries at and below `path`, in the order of the tree.
 std::vector<std::string> entry_paths(std::string const& path, RavikSrv::Value const& tree);
 
+/// The two lists of the tree and nothing else; one that it lacks is empty.
+RavikSrv::Value lists_of(RavikSrv::Value const& tree);
+
 } // namespace Ravik

@@ -27,6 +27,9 @@ inline constexpr char const* options = "options";
 // A member of a recipe type.
 inline constexpr char const* symbol = "symbol";
 inline constexpr char const* recipe_type = "recipeType";
+inline constexpr char const* member_schema = "schema";
+inline constexpr char const* default_value = "defaultValue";
+inline constexpr char const* enabled = "enabled";
 
 // A recipe.
 inline constexpr char const* recipe_type_name = "recipeTypeName";

@@ -2,6 +2,7 @@
 
 #include "Configuration/Entry.h"
 #include "Configuration/ProjectError.h"
+#include "Configuration/TypeUsers.h"
 #include "Configuration/tree.h"
 #include "Editing/SetPlan.h"
 #include "Editing/edit_rules.h"
@@ -12,6 +13,8 @@
 #include "Json/Json.h"
 
 #include <algorithm>
+#include <iterator>
+#include <set>
 
 namespace Ravik
 {
@@ -33,7 +36,9 @@ Refusal stored(Configuration::Turn& turn)
 
 EditOutcome refused(Refusal const& refusal)
 {
-    return {.refusal = refusal, .refusals = {}, .made = false, .cascade = {}};
+    EditOutcome outcome;
+    outcome.refusal = refusal;
+    return outcome;
 }
 
 Refusal explained_write(ErrorValue result, std::string const& path)
@@ -104,6 +109,8 @@ EditOutcome Editor::set(std::string const& domain, std::string const& path, Valu
     {
         return refused(refusal);
     }
+    // The whole tree is held on to for recipe types alone: with it the write copies the folders on its way.
+    auto const before = path.starts_with(Key::recipe_type_list) ? m_core.configuration.tree(domain) : Value();
     SetPlan const plan(path, value, m_core.configuration.tree(domain));
     refusal = plan.check(*here.schemas);
     refusal = refusal ? refusal : ask_change(here, path, plan.after());
@@ -116,7 +123,33 @@ EditOutcome Editor::set(std::string const& domain, std::string const& path, Valu
     {
         return refused(explained_write(result, path));
     }
-    return tell_set(here, path, plan, turn);
+    auto outcome = tell_set(here, path, plan, turn);
+    outcome.warnings = new_misfits(before, m_core.configuration.tree(domain), plan.types());
+    return outcome;
+}
+
+/// What an edit of these types made wrong.
+std::vector<Finding> Editor::new_misfits(Value const& before, Value const& after,
+                                         std::vector<std::string> const& types) const
+{
+    std::set<std::string> affected;
+    TypeUsers const users(types.empty() ? Value() : after);
+    for (auto const& type : types)
+    {
+        affected.merge(users.with_users(type));
+    }
+    if (affected.empty())
+    {
+        return {};
+    }
+    auto const is_affected = [&affected](std::string const& type) { return affected.contains(type); };
+    auto const old = find_misfits({before, m_symbols, m_validator}, is_affected);
+    auto found = find_misfits({after, m_symbols, m_validator}, is_affected);
+    std::set<std::string> known;
+    std::transform(old.begin(), old.end(), std::inserter(known, known.end()),
+                   [](Finding const& finding) { return finding.path; });
+    std::erase_if(found, [&known](Finding const& finding) { return known.contains(finding.path); });
+    return found;
 }
 
 EditOutcome Editor::tell_set(Site const& site, std::string const& path, SetPlan const& plan, Configuration::Turn& turn)
@@ -126,8 +159,10 @@ EditOutcome Editor::tell_set(Site const& site, std::string const& path, SetPlan 
     auto answer = new_owner.empty() ? ResultPair() : m_core.writer.tell_entries(site.context, site.domain, new_owner);
     auto const changed = m_core.writer.tell_changed(site.context, site.domain, path);
     answer = answer.result() == ErrorValue::SUCCESS ? changed : answer;
-    EditOutcome outcome{
-        .refusal = explained(answer, path), .refusals = {}, .made = true, .cascade = turn.changes().touched(own)};
+    EditOutcome outcome;
+    outcome.refusal = explained(answer, path);
+    outcome.made = true;
+    outcome.cascade = turn.changes().touched(own);
     auto failure = stored(turn);
     failure = failure || plan.keeps_order(m_core.configuration.tree(site.domain)) ? failure : restart(site);
     return failure ? refused(failure) : outcome;
@@ -329,16 +364,15 @@ EditOutcome Editor::import(std::string const& domain, Value const& data, ImportO
     {
         return refused(refusal);
     }
-    Import import({.extension = *here.extension,
-                   .schemas = *here.schemas,
-                   .context = here.context,
-                   .tree = m_core.configuration.tree(domain)},
+    auto const before = m_core.configuration.tree(domain);
+    Import import({.extension = *here.extension, .schemas = *here.schemas, .context = here.context, .tree = before},
                   data, options);
     auto refusals = import.check();
     if (!refusals.empty() || options.dry_run)
     {
-        auto const first = refusals.empty() ? Refusal() : refusals.front();
-        return {.refusal = first, .refusals = std::move(refusals), .made = false, .cascade = {}};
+        auto outcome = refused(refusals.empty() ? Refusal() : refusals.front());
+        outcome.refusals = std::move(refusals);
+        return outcome;
     }
     if (auto refusal = import.write(turn))
     {
@@ -346,17 +380,68 @@ EditOutcome Editor::import(std::string const& domain, Value const& data, ImportO
     }
     auto const own = turn.changes().size();
     auto const answer = options.replace ? Refusal() : import.tell();
-    EditOutcome outcome{.refusal = answer, .refusals = {}, .made = true, .cascade = turn.changes().touched(own)};
+    EditOutcome outcome;
+    outcome.refusal = answer;
+    outcome.made = true;
+    outcome.cascade = turn.changes().touched(own);
     if (auto const failure = stored(turn))
     {
         return refused(failure);
     }
+    outcome.warnings = new_misfits(before, m_core.configuration.tree(domain), import.replaced_types());
     if (options.replace || !import.keeps_order(m_core.configuration.tree(domain)))
     {
         auto const failure = restart(here);
         outcome.refusal = outcome.refusal ? outcome.refusal : failure;
     }
     return outcome;
+}
+
+// Checking ------------------------------------------------------------------------------------------------------------
+
+std::vector<Finding> Editor::check(std::string const& domain) const
+{
+    auto const here = site(domain);
+    if (here.extension == nullptr || !here.schemas->has_recipes())
+    {
+        return {};
+    }
+    auto const tree = m_core.configuration.tree(domain);
+    auto findings = find_faults({tree, m_symbols, m_validator});
+    std::set<std::string> faulty;
+    for (auto const& finding : findings)
+    {
+        if (!finding.is_note())
+        {
+            faulty.insert(locate(finding.path, tree).owner);
+        }
+    }
+    auto const lists = lists_of(tree);
+    for_each_entry(
+        "", tree,
+        [&](std::string const& path, Value const& entry, EntryKind kind)
+        {
+            auto const refusal = faulty.contains(path) ? Refusal() : ask_entry(here, path, entry, kind, lists);
+            if (refusal)
+            {
+                findings.push_back({Finding::Kind::Entry, path, refusal.text});
+            }
+            return true;
+        },
+        true);
+    return findings;
+}
+
+/// Whether an import would take the entry as it stands.
+Refusal Editor::ask_entry(Site const& site, std::string const& path, Value entry, EntryKind kind,
+                          Value const& lists) const
+{
+    auto const place = Tree::split_last(path);
+    auto refusal = place.parent.empty() ? Refusal() : check_name(place.parent, place.name);
+    refusal = refusal ? refusal : check_entry(*site.schemas, kind, path, entry);
+    return refusal
+               ? refusal
+               : explained(site.extension->before_import(site.context, path, entry, lists, schema_type(kind)), path);
 }
 
 } // namespace Ravik

@@ -6,6 +6,7 @@
 #include "Editing/EntrySchemas.h"
 #include "Editing/Refusal.h"
 #include "Editing/SetPlan.h"
+#include "Editing/findings.h"
 #include "Execution/Core.h"
 
 #include <map>
@@ -24,6 +25,8 @@ struct [[nodiscard]] EditOutcome
     /// All refusals of an import that only checks.
     std::vector<Refusal> refusals;
     bool made = false;
+    /// Of an edit of recipe types: the stored values that do not fit any more.
+    std::vector<Finding> warnings;
     /// What changed besides the edited place; for a dry run what would.
     std::vector<Touched> cascade;
 };
@@ -34,8 +37,12 @@ struct [[nodiscard]] EditOutcome
 class Editor
 {
 public:
-    /// `schemas` by domain; both outlive the editor.
-    Editor(Core& core, std::map<std::string, EntrySchemas> const& schemas) : m_core(core), m_schemas(schemas) {}
+    /// `schemas` by domain; all parts outlive the editor.
+    Editor(Core& core, SymbolTable const& symbols, Validator& validator,
+           std::map<std::string, EntrySchemas> const& schemas)
+        : m_core(core), m_symbols(symbols), m_validator(validator), m_schemas(schemas)
+    {
+    }
 
     /// Puts `value` at `path`, making the folders that are missing. Refused where an entry would disappear with it.
     EditOutcome set(std::string const& domain, std::string const& path, RavikSrv::Value const& value);
@@ -46,6 +53,10 @@ public:
     /// Takes in `data`, an object with "recipeTypeList" or "recipeList" or both. Folders merge, an entry takes the
     /// place of the one that stands there as a whole.
     EditOutcome import(std::string const& domain, RavikSrv::Value const& data, ImportOptions const& options);
+
+    /// What is wrong in the domain's configuration as it stands; what is found clean an import takes. Asks the
+    /// extension about every entry.
+    std::vector<Finding> check(std::string const& domain) const;
 
 private:
     /// The domain of an edit with what belongs to it.
@@ -71,7 +82,14 @@ private:
                       Configuration::Turn& turn) const;
     Refusal restart(Site const& site);
 
+    Refusal ask_entry(Site const& site, std::string const& path, RavikSrv::Value entry, EntryKind kind,
+                      RavikSrv::Value const& lists) const;
+    std::vector<Finding> new_misfits(RavikSrv::Value const& before, RavikSrv::Value const& after,
+                                     std::vector<std::string> const& types) const;
+
     Core& m_core;
+    SymbolTable const& m_symbols;
+    Validator& m_validator;
     std::map<std::string, EntrySchemas> const& m_schemas;
 };
 

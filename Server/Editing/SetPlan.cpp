@@ -64,7 +64,43 @@ Refusal SetPlan::check(EntrySchemas const& schemas) const
         }
     }
     auto refusal = check_set(m_subject, m_before, m_after);
-    return refusal ? refusal : check_entries(schemas, locate(m_subject, m_after).owner, m_after);
+    refusal = refusal ? refusal : check_entries(schemas, locate(m_subject, m_after).owner, m_after);
+    return refusal ? refusal : check_schemas();
+}
+
+/// Whether the schemas that the edit brings can be used; one that stood there before is no fault of it.
+Refusal SetPlan::check_schemas() const
+{
+    Refusal refusal;
+    for_each_entry(locate(m_subject, m_after).owner, m_after,
+                   [&](std::string const& path, Value const& entry, EntryKind kind)
+                   {
+                       auto const all =
+                           kind == EntryKind::RecipeType ? broken_schemas(path, entry) : std::vector<Refusal>();
+                       for (auto const& broken : all)
+                       {
+                           auto const* const before = RavikSrv::node_path(broken.path, m_before).node;
+                           auto const* const after = RavikSrv::node_path(broken.path, m_after).node;
+                           refusal = before == nullptr || *before != *after ? broken : refusal;
+                       }
+                       return !refusal;
+                   });
+    return refusal;
+}
+
+std::vector<std::string> SetPlan::types() const
+{
+    std::vector<std::string> paths;
+    for_each_entry(locate(m_subject, m_after).owner, m_after,
+                   [&paths](std::string const& path, Value const& /*entry*/, EntryKind kind)
+                   {
+                       if (kind == EntryKind::RecipeType)
+                       {
+                           paths.push_back(path);
+                       }
+                       return true;
+                   });
+    return paths;
 }
 
 std::string SetPlan::new_owner() const

@@ -27,11 +27,15 @@ public:
     std::vector<std::string> const& folders() const noexcept { return m_folders; }
     /// The path of the recipe or recipe type that comes into being around the path, empty where there is none.
     std::string new_owner() const;
+    /// The recipe types that it touches.
+    std::vector<std::string> types() const;
     /// Whether the entries that are new stand behind all others of their list in `tree`, the tree afterwards; whoever
     /// keeps the paths of all entries in their order then only appends them.
     bool keeps_order(RavikSrv::Value const& tree) const;
 
 private:
+    Refusal check_schemas() const;
+
     std::string m_path;
     /// The path of the touched place.
     std::string m_subject;

@@ -73,6 +73,24 @@ Refusal check_entry(EntrySchemas const& schemas, EntryKind kind, std::string con
     return obstacle.empty() ? Refusal() : Refusal{ErrorValue::ENCODE, "can't be stored: " + obstacle, path};
 }
 
+std::vector<Refusal> broken_schemas(std::string const& path, Value const& type)
+{
+    std::vector<Refusal> broken;
+    Value const& members = type[Key::members];
+    for (auto member = members.begin(); member != members.end(); ++member)
+    {
+        Value const& schema = (*member)[Key::member_schema];
+        auto const error = schema.isset() ? CompiledSchema::compile(schema)->error() : RavikSrv::ResultPair();
+        if (error.result() != ErrorValue::SUCCESS)
+        {
+            broken.push_back(
+                {error.result(), std::string("the schema can't be used: ") + error.text(),
+                 Tree::join(Tree::join(Tree::join(path, Key::members), member.name()), Key::member_schema)});
+        }
+    }
+    return broken;
+}
+
 Refusal check_entries(EntrySchemas const& schemas, std::string const& path, Value const& tree)
 {
     Refusal refusal;

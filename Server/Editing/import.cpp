@@ -124,7 +124,13 @@ Refusal Import::check_piece(Piece const& piece) const
         return check_name(piece.path, *piece.unfit_name);
     }
     auto refusal = check_entry(m_site.schemas, piece.kind, piece.path, piece.value);
-    return refusal ? refusal : check_kind(piece);
+    refusal = refusal ? refusal : check_kind(piece);
+    if (refusal || piece.kind != EntryKind::RecipeType)
+    {
+        return refusal;
+    }
+    auto const broken = broken_schemas(piece.path, piece.value);
+    return broken.empty() ? Refusal() : broken.front();
 }
 
 Refusal Import::check_kind(Piece const& piece) const
@@ -153,13 +159,7 @@ Value Import::lists_afterwards() const
             static_cast<void>(Tree::write(after, piece.path, piece.value, Tree::WriteMode::Replace, changes));
         }
     }
-    Value both(ValueType::Map);
-    for (auto const* const name : lists)
-    {
-        Value const& entries = std::as_const(after)[name];
-        both.insert(name, entries.isset() ? entries : Value(ValueType::Map));
-    }
-    return both;
+    return lists_of(after);
 }
 
 Refusal Import::ask(Piece const& piece, Value const& import_data) const
@@ -212,6 +212,19 @@ Refusal Import::tell() const
         }
     }
     return first;
+}
+
+std::vector<std::string> Import::replaced_types() const
+{
+    std::vector<std::string> paths;
+    for (auto const& piece : m_pieces)
+    {
+        if (piece.kind == EntryKind::RecipeType && RavikSrv::node_path(piece.path, m_site.tree).node != nullptr)
+        {
+            paths.push_back(piece.path);
+        }
+    }
+    return paths;
 }
 
 bool Import::keeps_order(Value const& tree) const

@@ -39,6 +39,8 @@ public:
     Refusal write(Configuration::Turn& turn) const;
     /// Tells the extension of everything written, in the order of the import; answers its first failure.
     Refusal tell() const;
+    /// The recipe types that it puts in the place of others.
+    std::vector<std::string> replaced_types() const;
     /// Whether the new entries stand behind all others of their list in `tree`, the tree afterwards.
     bool keeps_order(RavikSrv::Value const& tree) const;
 

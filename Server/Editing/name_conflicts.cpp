@@ -2,16 +2,14 @@
 
 #include "Configuration/Entry.h"
 #include "Configuration/MemberIndex.h"
-#include "Configuration/references.h"
+#include "Configuration/TypeUsers.h"
 #include "Configuration/tree.h"
 #include "PathIterator.h"
 #include "algorithm_helper.h"
 #include "api_helper.h"
 
-#include <map>
 #include <set>
-#include <utility>
-#include <vector>
+#include <string>
 
 namespace Ravik
 {
@@ -28,15 +26,7 @@ namespace
 class Names
 {
 public:
-    explicit Names(Value const& tree) : m_tree(tree), m_index(tree)
-    {
-        Value types(ValueType::Map);
-        types.insert(Key::recipe_type_list, tree[Key::recipe_type_list]);
-        for (auto const& reference : read_references(types))
-        {
-            m_users[reference.target].push_back(locate(reference.holder, types).owner);
-        }
-    }
+    explicit Names(Value const& tree) : m_tree(tree), m_index(tree), m_users(tree) {}
 
     /// What is to bear a name: a member, which any other of that name stands in the way of, or a type, after which
     /// values may be called as well.
@@ -50,7 +40,7 @@ public:
     /// a recipe of these.
     Refusal check(std::string const& path, std::string const& name, Bearer bearer)
     {
-        auto const types = with_users(path);
+        auto const types = m_users.with_users(path);
         for (auto const& type : types)
         {
             auto const* const members = m_index.members_of(relative_name(type));
@@ -98,25 +88,6 @@ private:
     /// Whether it is the path of a member, not that of a type after which a value is called.
     bool is_member(std::string const& path) const { return locate(path, m_tree).kind == EntryKind::Inside; }
 
-    /// The type and all that inherit or nest it, directly or through others.
-    std::set<std::string> with_users(std::string const& path) const
-    {
-        std::set<std::string> all{path};
-        for (std::vector<std::string> open{path}; !open.empty();)
-        {
-            auto const users = m_users.find(open.back());
-            open.pop_back();
-            for (auto const& user : users == m_users.end() ? std::vector<std::string>() : users->second)
-            {
-                if (all.insert(user).second)
-                {
-                    open.push_back(user);
-                }
-            }
-        }
-        return all;
-    }
-
     Refusal check_recipes(std::set<std::string> const& types, std::string const& name) const
     {
         Refusal refusal;
@@ -139,8 +110,7 @@ private:
 
     Value const& m_tree;
     MemberIndex m_index;
-    /// By a type's path the paths of the types that inherit or nest it.
-    std::map<std::string, std::vector<std::string>> m_users;
+    TypeUsers m_users;
 };
 
 bool is_member_path(Move const& move, Place const& place, Value const& tree)

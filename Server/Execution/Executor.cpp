@@ -255,8 +255,7 @@ void Executor::execute_run(Context const& context, Route const& route, std::vect
     case Route::Kind::Nowhere:
         return;
     case Route::Kind::Configuration:
-        std::for_each(commands.begin(), commands.end(),
-                      [&](Command* command) { execute_configuration(*command); });
+        std::for_each(commands.begin(), commands.end(), [&](Command* command) { execute_configuration(*command); });
         return;
     case Route::Kind::Variable:
         m_variables.execute(commands);

@@ -93,7 +93,8 @@ SymbolTable::SymbolTable(Value const& symbols)
                       .domain = RavikSrv::Algorithm::to_string(described[Key::domain]),
                       .mapping = RavikSrv::Algorithm::to_string(described[Key::mapping]),
                       .schema = described[Key::schema],
-                      .compiled = schemas.compiled(described[Key::schema])};
+                      .compiled = schemas.compiled(described[Key::schema]),
+                      .use_mapping = !described[Key::use_mapping].isset() || described[Key::use_mapping].get_bool()};
         if (symbol.mapping.empty())
         {
             symbol.mapping = symbol.name;

@@ -23,6 +23,8 @@ struct Symbol
     std::string mapping;
     RavikSrv::Value schema;
     std::shared_ptr<CompiledSchema const> compiled;
+    /// Whether it is written in its domain, not through the server.
+    bool use_mapping = true;
 
     /// Whether `value` fits the schema of the symbol or, below it, of the part that `rest` leads to ("::x", "[2]").
     /// Where the schema does not say what stands there, every value fits.

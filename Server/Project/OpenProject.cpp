@@ -138,6 +138,7 @@ EditReport report(EditOutcome outcome)
     report.made = outcome.made;
     report.cascade = std::move(outcome.cascade);
     report.refused = std::move(outcome.refusals);
+    report.warnings = std::move(outcome.warnings);
     return report;
 }
 
@@ -164,7 +165,7 @@ std::unique_ptr<Project> Project::open(std::filesystem::path const& directory, O
 
 OpenProject::OpenProject(ProjectFile const& file, Libraries const& libraries, std::unique_ptr<Store> store)
     : m_symbols(file.symbols), m_core(m_symbols, m_validator, std::move(store)),
-      m_editor(m_core, m_schemas)
+      m_editor(m_core, m_symbols, m_validator, m_schemas)
 {
     check_schemas(file);
     Value own(ValueType::Map);
@@ -310,10 +311,9 @@ EditReport OpenProject::import(std::string const& domain, Value const& data, Imp
     return report(m_editor.import(domain, data, options));
 }
 
-std::vector<Reference> OpenProject::dangling_references(std::string const& domain) const
+std::vector<Finding> OpenProject::check(std::string const& domain) const
 {
-    return read_references(m_core.configuration.tree(domain),
-                           [](Reference const& reference) { return !reference.found; });
+    return m_editor.check(domain);
 }
 
 ConfigurationOutcome OpenProject::backup(std::filesystem::path const& file, bool replace)

@@ -41,7 +41,7 @@ public:
     EditReport rename(std::string const& domain, std::string const& path, std::string const& new_path,
                       MoveOptions const& options) override;
     EditReport import(std::string const& domain, RavikSrv::Value const& data, ImportOptions const& options) override;
-    std::vector<Reference> dangling_references(std::string const& domain) const override;
+    std::vector<Finding> check(std::string const& domain) const override;
 
     ConfigurationOutcome backup(std::filesystem::path const& file, bool replace) override;
 

@@ -2,9 +2,9 @@
 
 #include "Configuration/Changes.h"
 #include "Configuration/configuration_keys.h"
-#include "Configuration/references.h"
 #include "Editing/EditOptions.h"
 #include "Editing/Refusal.h"
+#include "Editing/findings.h"
 #include "Execution/ExecutionRecord.h"
 #include "Project/ProjectFile.h"
 
@@ -57,6 +57,8 @@ struct [[nodiscard]] EditReport : ConfigurationOutcome
     bool made = false;
     /// What else changed or, for a dry run, would.
     std::vector<Touched> cascade;
+    /// Stored values that an edit of recipe types has made wrong.
+    std::vector<Finding> warnings;
     /// Every refused entry of an import that only checks.
     std::vector<Refusal> refused;
 };
@@ -126,8 +128,8 @@ public:
                               MoveOptions const& options) = 0;
     virtual EditReport import(std::string const& domain, RavikSrv::Value const& data, ImportOptions const& options) = 0;
 
-    /// The references of the domain's configuration that lead nowhere.
-    virtual std::vector<Reference> dangling_references(std::string const& domain) const = 0;
+    /// What is wrong in the domain's configuration as it stands, see `Finding`.
+    virtual std::vector<Finding> check(std::string const& domain) const = 0;
 
     /// Writes a copy of the store to `file`, a whole store of its own, at any time. Refuses a file that stands there
     /// already, unless `replace` is set.

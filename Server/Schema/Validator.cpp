@@ -43,6 +43,22 @@ ResultPair Validator::validate(Value const& schema, Value const& value, char con
     }
 }
 
+ResultPair Validator::schema_error(Value const& schema)
+{
+    if (!schema.isset() || builtin(schema) != nullptr)
+    {
+        return {};
+    }
+    try
+    {
+        return compiled(schema)->error();
+    }
+    catch (Schema::SchemaFailure const& failure)
+    {
+        return {failure.result(), failure.what()};
+    }
+}
+
 /// Throws a `SchemaFailure` where the schema is too large or nested too deeply even to be looked up.
 Validator::Compiled Validator::compiled(Value const& schema)
 {

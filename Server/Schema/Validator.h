@@ -28,6 +28,9 @@ public:
     /// value fits every schema, also a broken one; a null schema accepts everything.
     RavikSrv::ResultPair validate(RavikSrv::Value const& schema, RavikSrv::Value const& value, char const* path);
 
+    /// Success, or why the schema can't be used.
+    RavikSrv::ResultPair schema_error(RavikSrv::Value const& schema);
+
 private:
     using Compiled = std::shared_ptr<CompiledSchema const>;
     struct Entry

@@ -101,6 +101,12 @@ bool EditedProject::lists_all_recipes() const
     return listed == stored;
 }
 
+std::unique_ptr<OpenProject> opened(std::filesystem::path const& file, std::unique_ptr<Store> store)
+{
+    auto const content = read_project_file(RegularFile(file, "the project file"));
+    return std::make_unique<OpenProject>(content, Libraries(content.extensions.size()), std::move(store));
+}
+
 std::string state_of(std::string const& configuration)
 {
     return Test::dump(Test::configuration_of(configuration));

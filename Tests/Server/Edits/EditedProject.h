@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Project/Project.h"
+#include "Project/OpenProject.h"
 #include "Support/RecipeNotation.h"
 #include "Support/TemporaryFolder.h"
 
@@ -49,6 +49,9 @@ public:
     TemporaryFolder folder;
     std::unique_ptr<Project> project;
 };
+
+/// A project of the file with the store, which may be null; nobody asks who owns the folder.
+std::unique_ptr<OpenProject> opened(std::filesystem::path const& file, std::unique_ptr<Store> store);
 
 std::string state_of(std::string const& configuration);
 

@@ -344,7 +344,8 @@ struct Counts
 }
 
 /// Makes the edit, and returns the model afterwards.
-Model make(OpenProject& project, ProjectFile const& file, Model const& model, Edit const& edit, Counts& counts)
+Model make(OpenProject& project, std::filesystem::path const& file, Model const& model, Edit const& edit,
+           Counts& counts)
 {
     auto const report =
         edit.to.empty() ? project.remove(domain, edit.from, {}) : project.rename(domain, edit.from, edit.to, {});
@@ -361,7 +362,8 @@ Model make(OpenProject& project, ProjectFile const& file, Model const& model, Ed
     {
         fail(edit, "came out wrong", model, model_of(tree).text(), expected.text());
     }
-    OpenProject fresh(file, nullptr);
+    auto const started = opened(file, nullptr);
+    auto& fresh = *started;
     if (auto const imported = fresh.import(domain, tree, {.dry_run = false, .replace = true, .progress = {}});
         !imported.succeeded())
     {
@@ -380,8 +382,9 @@ Model make(OpenProject& project, ProjectFile const& file, Model const& model, Ed
 Counts run(int configurations, unsigned seed)
 {
     TemporaryFolder const folder;
-    auto const file = read_project_file(folder.write("ravik.json", project_file()));
-    OpenProject project(file, nullptr);
+    auto const file = folder.write("ravik.json", project_file());
+    auto const running = opened(file, nullptr);
+    auto& project = *running;
     Random random(seed);
     Counts counts;
     for (int round = 0; round < configurations;)

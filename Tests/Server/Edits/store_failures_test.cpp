@@ -63,12 +63,12 @@ TEST(StoreFailures, at_any_call_of_an_edit_leave_all_of_it_or_nothing)
         {
             auto calls_left = calls;
             auto store = Store::open(edited.folder.path() / "ravik.db", std::chrono::seconds(0));
-            OpenProject project(read_project_file(edited.folder.path() / "ravik.json"),
-                                std::make_unique<FailingStore>(std::move(store), calls_left));
-            auto const report = edit(project, text);
+            auto const project = opened(edited.folder.path() / "ravik.json",
+                                        std::make_unique<FailingStore>(std::move(store), calls_left));
+            auto const report = edit(*project, text);
             is_made = report.succeeded();
             EXPECT_EQ(report.made, is_made) << calls;
-            EXPECT_EQ(dump(project.get(edited.domain, "").value) == before, !is_made) << calls;
+            EXPECT_EQ(dump(project->get(edited.domain, "").value) == before, !is_made) << calls;
             EXPECT_TRUE(is_made || report.text.find("the disk is out of order") != std::string::npos) << report.text;
         }
         EXPECT_GT(calls, 3);
