@@ -39,6 +39,25 @@ bool can_hold(Value const& parent, std::string const& name)
     return is_map(parent) || (parent.type() == ValueType::Vector && RavikSrv::node(&parent, name) != nullptr);
 }
 
+/// Whether `name` is the index behind the last element of `parent`.
+bool is_behind_last(Value const& parent, std::string const& name)
+{
+    return parent.type() == ValueType::Vector && name == std::to_string(parent.size());
+}
+
+/// Adds an entry that `holder` does not have but can hold.
+void add(Value& holder, std::string const& name, Value const& value)
+{
+    if (holder.type() == ValueType::Vector)
+    {
+        holder << value;
+    }
+    else
+    {
+        holder.insert(name.c_str(), value);
+    }
+}
+
 /// Puts `value` at `name` of the map or vector at `parent`; the tree has been checked to take it.
 void put(Value& root, std::string const& parent, std::string const& name, Value const& value,
          std::vector<Change>& changes)
@@ -54,7 +73,7 @@ void put(Value& root, std::string const& parent, std::string const& name, Value 
     else
     {
         changes.push_back(std::move(change));
-        holder->insert(name.c_str(), value);
+        add(*holder, name, value);
     }
 }
 
@@ -210,7 +229,8 @@ ErrorValue write(Value& root, std::string const& path, Value const& value, Write
     auto const place = split_last(path);
     auto const first = missing.empty() ? place : split_last(missing.front());
     auto const* const parent = RavikSrv::node_path(first.parent, present).node;
-    if (parent == nullptr || !can_hold(*parent, first.name))
+    auto const may_append = mode == WriteMode::ReplaceInPath && missing.empty();
+    if (parent == nullptr || !(can_hold(*parent, first.name) || (may_append && is_behind_last(*parent, first.name))))
     {
         return ErrorValue::ENTRY_NOT_FOUND;
     }
@@ -259,7 +279,7 @@ void apply(Value& root, Change const& change)
     }
     else
     {
-        parent->insert(change.name.c_str(), *change.after);
+        add(*parent, change.name, *change.after);
     }
 }
 
@@ -276,7 +296,7 @@ void take_back(Value& root, Change const& change)
     }
     else
     {
-        parent->erase(change.name.c_str());
+        erase(*parent, change.name);
     }
 }
 

@@ -18,7 +18,7 @@ enum class WriteMode
     Merge,
     /// The value takes the place of what stands there.
     Replace,
-    /// The same; the maps that are missing on the way are made.
+    /// The same; the maps that are missing on the way are made, and an index behind the last element adds one.
     ReplaceInPath,
 };
 

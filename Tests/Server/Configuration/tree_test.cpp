@@ -46,6 +46,9 @@ constexpr auto cases = std::to_array<Case>({
     {"v[0]", "\"z\"", merge, R"({"a":{"b":1,"c":{"d":2}},"v":["z",{"y":1}],"s":"t"})"},
     {"v[1]::y", "2", merge, R"({"a":{"b":1,"c":{"d":2}},"v":["x",{"y":2}],"s":"t"})"},
     {"v[2]", "1", merge, nullptr, not_found},
+    {"v[2]", "1", in_path, R"({"a":{"b":1,"c":{"d":2}},"v":["x",{"y":1},1],"s":"t"})"},
+    {"v[3]", "1", in_path, nullptr, not_found},
+    {"v[2]::y", "1", in_path, nullptr, not_found},
     {"s::n", "1", merge, nullptr, not_found},
     {"a::::b", "1", merge, nullptr, invalid},
     // Maps on the way are made.
