@@ -364,6 +364,11 @@ EditOutcome Editor::import(std::string const& domain, Value const& data, ImportO
     {
         return refused(refusal);
     }
+    if (!here.schemas->has_recipes())
+    {
+        return refused({ErrorValue::INVALID_PARAMETER,
+                        "the domain \"" + domain + "\" keeps no recipes, so nothing can be imported into it", ""});
+    }
     auto const before = m_core.configuration.tree(domain);
     Import import({.extension = *here.extension, .schemas = *here.schemas, .context = here.context, .tree = before},
                   data, options);
