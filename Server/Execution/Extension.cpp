@@ -58,11 +58,17 @@ Extension::Extension(std::string domain, ExtensionLibrary library)
 {
     Value const& schema = m_schema;
     m_functions = texts_of(schema["functions"]);
+    m_writing_functions = texts_of(schema["writingFunctions"]);
 }
 
 bool Extension::has_function(std::string_view name) const
 {
     return std::find(m_functions.begin(), m_functions.end(), name) != m_functions.end();
+}
+
+bool Extension::is_writing_function(std::string_view name) const
+{
+    return std::find(m_writing_functions.begin(), m_writing_functions.end(), name) != m_writing_functions.end();
 }
 
 void Extension::start(RavikSrv::IRavikSrvExtHost& host, std::vector<Notice> const& entries)

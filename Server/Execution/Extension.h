@@ -45,6 +45,8 @@ public:
     /// The functions that the schema names. An extension that names none takes commands of every name.
     std::vector<std::string> const& functions() const noexcept { return m_functions; }
     bool has_function(std::string_view name) const;
+    /// Whether the schema names the function among those that write configuration.
+    bool is_writing_function(std::string_view name) const;
 
     /// An entry of the configuration that the listeners are told of.
     struct Notice
@@ -114,6 +116,7 @@ private:
     ExtensionLibrary m_library;
     RavikSrv::Value m_schema;
     std::vector<std::string> m_functions;
+    std::vector<std::string> m_writing_functions;
     mutable RavikSrv::Mutex m_mutex;
     std::shared_ptr<Instance> m_instance RAVIK_GUARDED_BY(m_mutex);
     /// The instance that is being initialised and takes the listeners.

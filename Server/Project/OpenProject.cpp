@@ -1,11 +1,15 @@
 #include "Project/OpenProject.h"
 
+#include "Project/unmapped_symbols.h"
+
 #include "Configuration/configuration_keys.h"
 #include "Project/Ownership.h"
 #include "Project/project_store.h"
 
 #include "PathIterator.h"
 #include "api_helper.h"
+
+#include <optional>
 
 namespace Ravik
 {
@@ -236,7 +240,7 @@ FunctionOutcome OpenProject::call(RavikSrv::Session request, std::string const& 
     group.insert(group.end_vector(), command);
 
     FunctionOutcome outcome;
-    outcome.error = m_core.executor.execute(context, group);
+    auto const storage = execute_function(context, group, outcome.error);
     auto const& executed = *group.begin_vector();
     outcome.result = executed.extension_result();
     outcome.name = m_core.extensions.error_string(domain, outcome.result);
@@ -252,7 +256,36 @@ FunctionOutcome OpenProject::call(RavikSrv::Session request, std::string const& 
     {
         outcome.text += "; it has " + joined(functions(domain));
     }
+    else if (outcome.error == ErrorValue::STORAGE_STORE)
+    {
+        outcome.text = "what it wrote could not be stored: " + storage;
+    }
+    else if (outcome.text.empty() && domain == recipe_domain &&
+             outcome.name == RavikSrv::get_error_string(ErrorValue::SYMBOL_NOT_MAPPED).name())
+    {
+        outcome.text = unmapped_symbols_text(parameters, m_core.configuration.tree(domain), m_symbols);
+    }
     return outcome;
+}
+
+/// Executes the function of a group. One that writes configuration has a turn: all that it writes lasts together or not
+/// at all, also where it fails half-way. Returns why it could not be stored, which is the `error` then.
+std::string OpenProject::execute_function(Context const& context, CommandGroup& group, ErrorValue& error)
+{
+    auto const* const extension = m_core.extensions.find(group.domain());
+    std::optional<Configuration::Turn> turn;
+    if (extension != nullptr && extension->is_writing_function(group.begin_vector()->name()))
+    {
+        turn.emplace(m_core.configuration);
+    }
+    error = m_core.executor.execute(context, group);
+    auto const stored = turn ? turn->commit() : ErrorValue::SUCCESS;
+    if (stored == ErrorValue::SUCCESS)
+    {
+        return {};
+    }
+    error = stored;
+    return turn->failure();
 }
 
 std::vector<std::string> OpenProject::functions(std::string const& domain) const

@@ -5,6 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <string>
+
 namespace Ravik::Test
 {
 namespace
@@ -48,6 +51,29 @@ private:
     int& m_calls_left;
 };
 
+/// Opens the project again and again with a store that fails a call later, until `work` succeeds: before, nothing of it
+/// is there. `work(project)` returns why it failed, an empty text for success.
+void expect_all_or_nothing(EditedProject& edited, std::function<std::string(OpenProject&)> const& work)
+{
+    auto const before = edited.state();
+    edited.project.reset();
+    auto calls = 1;
+    for (auto is_made = false; !is_made && calls < 100; ++calls)
+    {
+        auto calls_left = calls;
+        auto store = Store::open(edited.folder.path() / "ravik.db", std::chrono::seconds(0));
+        auto const project = opened(edited.folder.path() / "ravik.json",
+                                    std::make_unique<FailingStore>(std::move(store), calls_left));
+        auto const failure = work(*project);
+        is_made = failure.empty();
+        EXPECT_EQ(dump(project->get(edited.domain, "").value) == before, !is_made) << calls;
+        EXPECT_TRUE(is_made || failure.find("the disk is out of order") != std::string::npos) << failure;
+    }
+    EXPECT_GT(calls, 3);
+    edited.reopen();
+    EXPECT_NE(edited.state(), before);
+}
+
 TEST(StoreFailures, at_any_call_of_an_edit_leave_all_of_it_or_nothing)
 {
     // Each rewrites more than the entry that it names.
@@ -56,25 +82,28 @@ TEST(StoreFailures, at_any_call_of_an_edit_leave_all_of_it_or_nothing)
     {
         SCOPED_TRACE(text);
         EditedProject edited("A { m } B(A) { n } D { k>A } | R1:A { m=1 } R2:B { m=2 n=2 } R3:D { k=R1 }");
-        auto const before = edited.state();
-        edited.project.reset();
-        auto calls = 1;
-        for (auto is_made = false; !is_made && calls < 100; ++calls)
-        {
-            auto calls_left = calls;
-            auto store = Store::open(edited.folder.path() / "ravik.db", std::chrono::seconds(0));
-            auto const project = opened(edited.folder.path() / "ravik.json",
-                                        std::make_unique<FailingStore>(std::move(store), calls_left));
-            auto const report = edit(*project, text);
-            is_made = report.succeeded();
-            EXPECT_EQ(report.made, is_made) << calls;
-            EXPECT_EQ(dump(project->get(edited.domain, "").value) == before, !is_made) << calls;
-            EXPECT_TRUE(is_made || report.text.find("the disk is out of order") != std::string::npos) << report.text;
-        }
-        EXPECT_GT(calls, 3);
-        edited.reopen();
-        EXPECT_NE(edited.state(), before);
+        expect_all_or_nothing(edited,
+                              [text](OpenProject& project)
+                              {
+                                  auto const report = edit(project, text);
+                                  EXPECT_EQ(report.made, report.succeeded());
+                                  return report.succeeded() ? std::string() : "refused: " + report.text;
+                              });
     }
+}
+
+TEST(StoreFailures, at_any_call_of_an_update_leave_all_of_it_or_nothing)
+{
+    EditedProject edited("A { k l m } | R1:A { k=1 l=2 m=3 }");
+    ASSERT_TRUE(edited.edit("T::A::members::k >").succeeded() && edited.edit("T::A::members::l >").succeeded());
+    Value parameters(RavikSrv::ValueType::Struct);
+    parameters.insert("path", Value("R1"));
+    expect_all_or_nothing(edited,
+                          [&](OpenProject& project)
+                          {
+                              auto const outcome = project.call(edited.domain, "UpdateRecipe", parameters);
+                              return outcome.succeeded() ? std::string() : "failed: " + outcome.text;
+                          });
 }
 
 } // namespace

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "RavikSrvExtApi.h"
+
+#include <string>
+#include <vector>
+
+namespace Ravik
+{
+
+/// A member of a recipe type that is bound to a symbol.
+struct BoundMember
+{
+    std::string name;
+    std::string symbol;
+};
+
+/// The members bound to symbols that a recipe of the type gives values for: those of its inherited types, its own, and
+/// those of the types that it nests, in the order of the resolution. Each type is walked once, a missing one passed
+/// over.
+std::vector<BoundMember> bound_members(std::string const& type, RavikSrv::Value const& tree);
+
+/// A value of a recipe that names a recipe which does not exist.
+struct MissingRecipe
+{
+    /// The full path of the value.
+    std::string holder;
+    /// As the value gives it.
+    std::string name;
+};
+
+/// The recipes that the recipe, or one nested in it, names and that do not exist. `recipe` is its name with its
+/// folders. Each recipe is walked once.
+std::vector<MissingRecipe> missing_recipes(std::string const& recipe, RavikSrv::Value const& tree);
+
+} // namespace Ravik
