@@ -14,7 +14,7 @@ namespace Ravik::CommandLine
 namespace
 {
 
-constexpr std::array<OptionEntry, 10> option_table{{
+constexpr std::array<OptionEntry, 12> option_table{{
     {Option::project, "--project", "DIR", "the project's folder; the working directory where it is not given",
      TakenBy::every_command},
     {Option::domain, "--domain", "NAME", "the domain to work on; RavikRecipeManagement where it is not given",
@@ -26,6 +26,9 @@ constexpr std::array<OptionEntry, 10> option_table{{
     {Option::force, "--force", "", "replace what exists", TakenBy::some_commands},
     {Option::dry_run, "--dry-run", "", "check and show what would happen, and change nothing", TakenBy::some_commands},
     {Option::replace, "--replace", "", "the imported file becomes the whole configuration", TakenBy::some_commands},
+    {Option::type, "--type", "TYPE", "all recipes of a recipe type, and of those that inherit from it",
+     TakenBy::some_commands},
+    {Option::all, "--all", "", "all recipes", TakenBy::some_commands},
     {Option::json, "--json", "", R"(print one JSON object: {"result", "name", "text", "value"})",
      TakenBy::every_command},
     {Option::help, "--help", "", "print the help of a command", TakenBy::every_command},

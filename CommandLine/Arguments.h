@@ -19,6 +19,8 @@ enum class Option
     force,
     dry_run,
     replace,
+    type,
+    all,
     json,
     help,
     version,

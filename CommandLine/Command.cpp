@@ -2,7 +2,6 @@
 
 #include "nearest_name.h"
 #include "shell_word.h"
-#include "text_width.h"
 
 #include "Json/Json.h"
 
@@ -11,6 +10,7 @@
 #include <boost/range/iterator_range_core.hpp>
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 
 namespace Ravik::CommandLine
@@ -32,6 +32,25 @@ std::string named(CommandEntry const& command)
     return std::string(command.name);
 }
 
+/// A command of other programs, and what stands for it here.
+struct OtherName
+{
+    std::string_view name;
+    std::string_view advice;
+};
+
+constexpr std::array<OtherName, 9> other_names{{
+    {"mv", "'rename' moves an entry"},
+    {"move", "'rename' moves an entry"},
+    {"rm", "'delete' removes an entry"},
+    {"remove", "'delete' removes an entry"},
+    {"ls", "'get' shows what stands at a path, 'recipes' the recipes of a type"},
+    {"list", "'get' shows what stands at a path, 'recipes' the recipes of a type"},
+    {"cat", "'get' shows what stands at a path"},
+    {"cp", "'get' shows an entry, and 'set' writes it under another name"},
+    {"copy", "'get' shows an entry, and 'set' writes it under another name"},
+}};
+
 [[noreturn]] void unknown_command(std::span<std::string const> operands)
 {
     auto typed = operands[0];
@@ -43,17 +62,23 @@ std::string named(CommandEntry const& command)
                        [](CommandEntry const* command) { return named(*command); });
         if (operands.size() == 1)
         {
-            throw UsageError("'" + printable(typed) + "' needs a second word: " + boost::join(names, ", "));
+            throw UsageError("'" + typed + "' needs a second word: " + boost::join(names, ", "));
         }
         typed += ' ' + operands[1];
+    }
+    auto const* const told = std::find_if(other_names.begin(), other_names.end(),
+                                          [&](OtherName const& other) { return other.name == operands[0]; });
+    if (told != other_names.end())
+    {
+        throw UsageError("unknown command '" + typed + "'; " + std::string(told->advice));
     }
     std::vector<std::string_view> names{"help"};
     for (auto const& command : all_commands())
     {
         names.push_back(command.name);
     }
-    throw UsageError("unknown command '" + printable(typed) + "'; the nearest one is '" +
-                     std::string(nearest_name(typed, names)) + "'");
+    throw UsageError("unknown command '" + typed + "'; the nearest one is '" + std::string(nearest_name(typed, names)) +
+                     "'");
 }
 
 } // namespace
@@ -71,7 +96,7 @@ OpenOptions Invocation::open_options() const
     if (error != std::errc() || end != text.data() + text.size() || seconds < 0 || seconds > longest_wait)
     {
         throw UsageError("--wait takes a number of seconds from 0 to " + std::to_string(longest_wait) + ", not '" +
-                         printable(text) + "'");
+                         text + "'");
     }
     OpenOptions options;
     options.wait = std::chrono::seconds(seconds);
@@ -134,7 +159,7 @@ RavikSrv::Value json_operand(std::string const& text)
     {
         auto const as_text = Json::write(RavikSrv::Value(std::string_view(text)));
         throw UsageError(
-            "the argument '" + printable(text) + "' is not JSON (" + std::to_string(error.location().line) + ":" +
+            "the argument '" + text + "' is not JSON (" + std::to_string(error.location().line) + ":" +
                 std::to_string(error.location().column) + ": " + error.what() +
                 "); a text stands in double quotes, and the shell leaves them only inside single quotes: " +
                 shell_word(as_text),

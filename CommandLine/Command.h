@@ -35,6 +35,8 @@ public:
 
     std::span<std::string const> operands() const noexcept { return m_operands; }
     bool has(Option option) const { return m_arguments.has(option); }
+    /// The value of an option, empty where it is not given.
+    std::string value(Option option) const { return m_arguments.value(option, ""); }
     Output& output() const noexcept { return m_output; }
 
     std::string directory() const { return m_arguments.value(Option::project, "."); }

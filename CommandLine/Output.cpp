@@ -1,5 +1,6 @@
 #include "Output.h"
 
+#include "rows.h"
 #include "text_file.h"
 #include "text_width.h"
 
@@ -41,14 +42,9 @@ std::string painted(std::string_view text, Colour colour)
 void write_message(bool colours, std::string_view kind, Colour colour, std::string_view text)
 {
     auto line = colours ? painted(kind, colour) : std::string(kind);
-    line += ": " + printable_lines(text) + '\n';
+    line += ": " + printable(text) + '\n';
     // There is nobody left to tell where this fails.
     static_cast<void>(write_all(STDERR_FILENO, line));
-}
-
-RavikSrv::Value text_value(std::string const& text)
-{
-    return RavikSrv::Value(std::string_view(text));
 }
 
 std::string answer_text(Answer const& answer)
@@ -58,7 +54,7 @@ std::string answer_text(Answer const& answer)
     object.insert("name", text_value(answer.name));
     object.insert("text", text_value(answer.text));
     object.insert("value", answer.value);
-    return Json::write(object) + '\n';
+    return printable_json(Json::write(object)) + '\n';
 }
 
 } // namespace
@@ -77,17 +73,38 @@ Output::Output(OutputForm form)
 {
 }
 
-void Output::print(std::string_view lines)
+void Output::print(std::string_view line)
+{
+    add_line(printable(line));
+}
+
+void Output::print(std::vector<Cell> const& line)
+{
+    std::string text;
+    for (auto const& cell : line)
+    {
+        text += painted(printable(cell.text), m_colours_out ? cell.colour : Colour::none);
+    }
+    add_line(text);
+}
+
+void Output::print_text(std::string_view lines)
+{
+    add_line(printable_lines(lines));
+}
+
+void Output::print_json(RavikSrv::Value const& value)
+{
+    add_line(printable_json(Json::write(value, Json::Layout::Indented)));
+}
+
+/// Takes a line that a terminal may get as it is.
+void Output::add_line(std::string_view line)
 {
     if (m_form == OutputForm::text)
     {
-        m_text.append(lines).append("\n");
+        m_text.append(line).append("\n");
     }
-}
-
-std::string Output::coloured(std::string_view text, Colour colour) const
-{
-    return m_colours_out ? painted(text, colour) : std::string(text);
 }
 
 void Output::error(std::string_view text) const
@@ -102,7 +119,10 @@ void Output::warning(std::string_view text) const
 
 void Output::hint(std::string text)
 {
-    m_hints.push_back(std::move(text));
+    if (!text.empty())
+    {
+        m_hints.push_back(std::move(text));
+    }
 }
 
 bool Output::finish(Answer const& answer)

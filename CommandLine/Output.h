@@ -40,8 +40,16 @@ enum class OutputForm
     json,
 };
 
-/// Where commands write to. What goes to standard output is kept until `finish`, messages to standard error are
-/// written at once, hints excepted. Texts may come from a project: control characters in them never reach a terminal.
+/// A text in a colour, where standard output is a terminal that wants colours.
+struct Cell
+{
+    std::string text;
+    Colour colour = Colour::none;
+};
+
+/// Where commands write to, the one door to the terminal. What goes to standard output is kept until `finish`, messages
+/// to standard error are written at once, hints excepted. Texts may come from anywhere, a project, a device or the
+/// command line: what `printable` escapes never leaves as it is, and a line stays one line.
 class Output
 {
 public:
@@ -49,14 +57,18 @@ public:
     explicit Output(OutputForm form);
 
     OutputForm form() const noexcept { return m_form; }
-    /// Takes lines for standard output, which a person is to read; a line end is added.
-    void print(std::string_view lines);
-    /// The text in a colour, where standard output is a terminal that wants colours.
-    std::string coloured(std::string_view text, Colour colour) const;
+    // What a person is to read on standard output; a line end is added.
+
+    void print(std::string_view line);
+    void print(std::vector<Cell> const& line);
+    /// A text of the program's own, in lines.
+    void print_text(std::string_view lines);
+    /// A value as JSON, laid out in lines.
+    void print_json(RavikSrv::Value const& value);
 
     void error(std::string_view text) const;
     void warning(std::string_view text) const;
-    /// Keeps a hint, which stands behind the failure that it helps with.
+    /// Keeps a hint, which stands behind the failure that it helps with; an empty one is none.
     void hint(std::string text);
 
     /// Writes what is due on standard output, and the answer's failure or warning on standard error. Returns whether
@@ -64,6 +76,7 @@ public:
     bool finish(Answer const& answer);
 
 private:
+    void add_line(std::string_view line);
     bool write_out() const;
 
     OutputForm m_form;

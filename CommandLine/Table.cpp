@@ -12,9 +12,9 @@ namespace
 
 constexpr std::size_t gap = 2;
 
-std::string line_of(std::vector<Cell> const& row, std::vector<std::size_t> const& widths, Output const& output)
+std::vector<Cell> line_of(std::vector<Cell> const& row, std::vector<std::size_t> const& widths)
 {
-    std::string line;
+    std::vector<Cell> line;
     std::size_t owed = 0;
     for (std::size_t column = 0; column < row.size(); ++column)
     {
@@ -22,7 +22,8 @@ std::string line_of(std::vector<Cell> const& row, std::vector<std::size_t> const
         // Blanks are paid when something follows, so that no line ends in them.
         if (!text.empty())
         {
-            line.append(owed, ' ').append(output.coloured(text, row[column].colour));
+            line.push_back({std::string(owed, ' ')});
+            line.push_back(row[column]);
             owed = 0;
         }
         owed += widths[column] + gap - display_width(text);
@@ -67,7 +68,7 @@ void Table::print(Output& output) const
     }
     for (auto const& row : m_rows)
     {
-        output.print(line_of(row, widths, output));
+        output.print(line_of(row, widths));
     }
 }
 

@@ -8,12 +8,6 @@
 namespace Ravik::CommandLine
 {
 
-struct Cell
-{
-    std::string text;
-    Colour colour = Colour::none;
-};
-
 /// Rows under headings, aligned by what a terminal shows of them.
 class Table
 {

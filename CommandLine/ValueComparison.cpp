@@ -21,24 +21,35 @@ ValueComparison::ValueComparison(Project const& project, Value const& configurat
     for (auto const& [name, place] : members == nullptr ? none : *members)
     {
         auto const* const member = RavikSrv::node_path(place.path, configuration).node;
-        m_symbols[name] = place.nests_type || member == nullptr ? std::string() : to_string((*member)[Key::symbol]);
+        m_members[name] = place.nests_type || member == nullptr ? std::string() : to_string((*member)[Key::symbol]);
     }
     for (auto const& symbol : project.symbols())
     {
-        m_is_float[symbol.name] = RavikSrv::describes_float(symbol.schema);
+        m_symbols[symbol.name] = {.domain = symbol.domain, .is_float = RavikSrv::describes_float(symbol.schema)};
     }
 }
 
-std::string ValueComparison::symbol_of(std::string const& member) const
+ValueComparison::Symbol const* ValueComparison::find(std::string const& symbol) const
 {
-    auto const found = m_symbols.find(member);
-    return found == m_symbols.end() ? std::string() : found->second;
+    auto const found = m_symbols.find(RavikSrv::name_from_path(symbol.c_str()));
+    return found == m_symbols.end() ? nullptr : &found->second;
 }
 
-bool ValueComparison::agree(std::string const& member, Value const& stored, Value const& current) const
+ValueComparison::Target ValueComparison::target_of(std::string const& member) const
 {
-    auto const found = m_is_float.find(RavikSrv::name_from_path(symbol_of(member).c_str()));
-    return RavikSrv::values_agree(stored, current, found != m_is_float.end() && found->second);
+    auto const found = m_members.find(member);
+    if (found == m_members.end())
+    {
+        return {};
+    }
+    auto const* const symbol = find(found->second);
+    return {.is_member = true, .symbol = found->second, .domain = symbol == nullptr ? std::string() : symbol->domain};
+}
+
+bool ValueComparison::agree(Target const& target, Value const& stored, Value const& current) const
+{
+    auto const* const symbol = find(target.symbol);
+    return RavikSrv::values_agree(stored, current, symbol != nullptr && symbol->is_float);
 }
 
 } // namespace Ravik::CommandLine

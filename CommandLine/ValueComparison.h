@@ -6,7 +6,6 @@
 
 #include <map>
 #include <string>
-#include <vector>
 
 namespace Ravik::CommandLine
 {
@@ -19,14 +18,33 @@ public:
     /// `configuration` is the recipe management's, `recipe` one of its recipes.
     ValueComparison(Project const& project, RavikSrv::Value const& configuration, RavikSrv::Value const& recipe);
 
-    bool agree(std::string const& member, RavikSrv::Value const& stored, RavikSrv::Value const& current) const;
-    /// The symbol that the member is bound to, empty for one that nests a type.
-    std::string symbol_of(std::string const& member) const;
+    /// What the recipe's value under a name stands for.
+    struct Target
+    {
+        /// Whether the recipe's type knows the name at all.
+        bool is_member = false;
+        /// The symbol that the member is bound to, empty for one that nests a type.
+        std::string symbol;
+        /// The symbol's domain.
+        std::string domain;
+    };
+
+    Target target_of(std::string const& member) const;
+    bool agree(Target const& target, RavikSrv::Value const& stored, RavikSrv::Value const& current) const;
 
 private:
-    std::map<std::string, std::string> m_symbols;
-    /// The symbols that hold a 32-bit float.
-    std::map<std::string, bool> m_is_float;
+    struct Symbol
+    {
+        std::string domain;
+        /// Whether it holds a 32-bit float.
+        bool is_float = false;
+    };
+
+    Symbol const* find(std::string const& symbol) const;
+
+    /// The symbols of the members by their names.
+    std::map<std::string, std::string> m_members;
+    std::map<std::string, Symbol> m_symbols;
 };
 
 } // namespace Ravik::CommandLine

@@ -34,7 +34,11 @@ Examples:
      .summary = "Write a recipe's values to the controllers",
      .description = R"(
 RECIPE is the recipe's name, with its folders: Folder::Name. Prints what was
-written to which symbol. Where a write fails, the values written before it stay.
+written to which symbol. Where a write fails, the values written before it stay;
+where a value does not fit its symbol, nothing is sent to that symbol's domain and
+the other symbols are "not tried". With --json the value is {"counts": {"written",
+"failed", "not tried"}, "rows": [{"symbol", "domain", "member", "value", "state",
+"text"}]}.
 
 Examples:
   ravik activate Bread
@@ -49,7 +53,10 @@ Examples:
      .summary = "Show a recipe's values beside those in the controllers",
      .description = R"(
 Reads the symbols of the recipe and marks the values that differ from the stored
-ones. Nothing is changed.
+ones. Nothing is changed. With --json the value is {"counts": {"same", "differs",
+"nested recipe", "no member"}, "rows": [{"symbol", "domain", "member", "stored",
+"live", "state", "text"}]}; where symbols can't be read, the rows are these, each
+"unread" with its reason.
 
 Examples:
   ravik read Bread
@@ -63,7 +70,9 @@ Examples:
      .summary = "List the recipes that stand in the controllers now",
      .description = R"(
 A recipe is active when the controllers hold all of its values. Without names all
-recipes are examined; those that can't be read are named with the reason.
+recipes are examined; those that can't be read are named with the reason. With
+--json the value is the list of names or, where not all could be read, {"active":
+[…], "unread": [{"recipe", "text"}]}.
 
 Examples:
   ravik active
@@ -77,7 +86,8 @@ Examples:
      .most = 1,
      .summary = "List the recipes of a recipe type",
      .description = R"(
-Recipes of types that inherit from TYPE are listed too.
+Recipes of types that inherit from TYPE are listed too. A TYPE that does not exist
+is an error.
 
 Examples:
   ravik recipes Dough
@@ -85,18 +95,24 @@ Examples:
      .options = {},
      .run = recipes},
     {.name = "update",
-     .operands = "RECIPE",
-     .least = 1,
-     .most = 1,
-     .summary = "Bring a recipe into line with its type",
+     .operands = "[RECIPE…]",
+     .least = 0,
+     .most = any_number,
+     .summary = "Bring recipes into line with their types",
      .description = R"(
 Drops values whose member is gone, fills in members that are missing with their
-defaults, and resets values that do not fit their symbol. Prints what changed.
+defaults, and resets values that do not fit their symbol. Takes names of recipes,
+--type TYPE or --all, and prints what changed in each. Each recipe is updated on
+its own: one that fails does not keep the others from it. With --json the value is
+{"counts": {"updated", "same", "failed"}, "rows": [{"recipe", "state", "text",
+"info"}]}, where "info" is a list of what changed.
 
 Examples:
   ravik update Bread
+  ravik update --type Dough
+  ravik update --all
 )",
-     .options = {},
+     .options = {Option::type, Option::all},
      .run = update},
     {.name = "call",
      .operands = "FUNCTION [JSON]",
@@ -169,7 +185,8 @@ Examples:
      .summary = "Write an entry of the configuration",
      .description = R"(
 The value takes the place of what stands at PATH; folders that are missing are
-made. Entries never disappear this way: they are deleted by their names.
+made, and the index behind the last element of a list adds one. Entries never
+disappear this way: they are deleted by their names.
 
 Examples:
   ravik set recipeList::Bread::values::Speed 130.0

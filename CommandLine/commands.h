@@ -17,7 +17,7 @@ Answer read(Invocation& invocation);
 Answer active(Invocation& invocation);
 /// recipes TYPE
 Answer recipes(Invocation& invocation);
-/// update RECIPE
+/// update RECIPE…, update --type TYPE, update --all
 Answer update(Invocation& invocation);
 /// call FUNCTION [JSON]
 Answer call(Invocation& invocation);

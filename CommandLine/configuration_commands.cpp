@@ -1,6 +1,7 @@
 #include "commands.h"
 
 #include "configuration_answer.h"
+#include "path_hint.h"
 #include "recipe_names.h"
 #include "text_file.h"
 #include "text_width.h"
@@ -44,7 +45,11 @@ Answer get(Invocation& invocation)
     answer.value = outcome.value;
     if (outcome.succeeded())
     {
-        invocation.output().print(Json::write(outcome.value, Json::Layout::Indented));
+        invocation.output().print_json(outcome.value);
+    }
+    else if (!operands.empty())
+    {
+        hint_at_missing_path(invocation, operands[0]);
     }
     return answer;
 }
@@ -65,17 +70,16 @@ Answer export_lists(Invocation& invocation)
         return answer;
     }
     auto const lists = exported(outcome.value, invocation.domain());
-    auto const text = Json::write(lists, Json::Layout::Indented);
     if (file == "-")
     {
         answer.value = lists;
-        invocation.output().print(text);
+        invocation.output().print_json(lists);
         return answer;
     }
-    write_text(file, text + '\n', existing);
+    write_text(file, printable_json(Json::write(lists, Json::Layout::Indented)) + '\n', existing);
     answer.value = count_value(lists);
     answer.value.insert("file", Value(std::string_view(file)));
-    invocation.output().print("Exported " + recipe_counts(lists) + " to " + printable(file) + '.');
+    invocation.output().print("Exported " + recipe_counts(lists) + " to " + file + '.');
     return answer;
 }
 

@@ -2,9 +2,9 @@
 
 #include "Progress.h"
 #include "configuration_answer.h"
+#include "path_hint.h"
 #include "recipe_names.h"
 #include "text_file.h"
-#include "text_width.h"
 
 #include "Json/Json.h"
 
@@ -58,7 +58,7 @@ void print_cascade(Invocation const& invocation, std::vector<Touched> const& cas
     {
         auto const* const word = only_rehearsed ? (step.removed ? "would remove " : "would write  ")
                                                 : (step.removed ? "removed " : "wrote   ");
-        invocation.output().print(word + printable(step.path));
+        invocation.output().print(word + step.path);
     }
 }
 
@@ -75,6 +75,13 @@ void add_warnings(Invocation const& invocation, EditReport const& report, Value&
     }
 }
 
+/// Whether an edit failed because its path may be meant to lead to something else: there is nothing, or what would come
+/// into being on the way is not whole.
+bool leads_nowhere(ErrorValue error)
+{
+    return error == ErrorValue::ENTRY_NOT_FOUND || error == ErrorValue::REQUIRED_FIELD;
+}
+
 /// The answer to an edit of one path; `done` says what was done.
 Answer edit_answer(Invocation& invocation, EditReport const& report, std::string const& done)
 {
@@ -89,6 +96,10 @@ Answer edit_answer(Invocation& invocation, EditReport const& report, std::string
     if (report.succeeded())
     {
         invocation.output().print(dry_run ? "Nothing was changed." : done);
+    }
+    else if (leads_nowhere(report.error))
+    {
+        hint_at_missing_path(invocation, invocation.operands()[0]);
     }
     return answer;
 }
@@ -128,14 +139,14 @@ Answer set(Invocation& invocation)
     auto const operands = invocation.operands();
     auto const value = json_operand(operands[1]);
     auto const report = invocation.project().set(invocation.domain(), operands[0], value);
-    return edit_answer(invocation, report, "Set " + printable(operands[0]) + '.');
+    return edit_answer(invocation, report, "Set " + operands[0] + '.');
 }
 
 Answer remove(Invocation& invocation)
 {
     auto const& path = invocation.operands()[0];
     auto const report = invocation.project().remove(invocation.domain(), path, move_options(invocation));
-    return edit_answer(invocation, report, "Deleted " + printable(path) + '.');
+    return edit_answer(invocation, report, "Deleted " + path + '.');
 }
 
 Answer rename(Invocation& invocation)
@@ -143,7 +154,7 @@ Answer rename(Invocation& invocation)
     auto const operands = invocation.operands();
     auto const report =
         invocation.project().rename(invocation.domain(), operands[0], operands[1], move_options(invocation));
-    return edit_answer(invocation, report, "Renamed " + printable(operands[0]) + " to " + printable(operands[1]) + '.');
+    return edit_answer(invocation, report, "Renamed " + operands[0] + " to " + operands[1] + '.');
 }
 
 Answer import(Invocation& invocation)

@@ -2,9 +2,6 @@
 
 #include "function_answer.h"
 #include "nearest_name.h"
-#include "text_width.h"
-
-#include "Json/Json.h"
 
 #include <algorithm>
 
@@ -25,12 +22,10 @@ void hint_at_unknown_function(Invocation& invocation, std::string const& domain,
     auto const domains = project.domains();
     auto const functions = project.functions(domain);
     auto const known = std::find(domains.begin(), domains.end(), domain) != domains.end();
-    auto const nearest = known ? likely_name(function, {functions.begin(), functions.end()})
-                               : likely_name(domain, {domains.begin(), domains.end()});
-    if (!nearest.empty() && nearest != function)
+    if (std::find(functions.begin(), functions.end(), function) == functions.end())
     {
-        invocation.output().hint("did you mean the " + std::string(known ? "function" : "domain") + " '" +
-                                 std::string(nearest) + "'?");
+        invocation.output().hint(known ? did_you_mean(likely_names(function, functions), "the function ")
+                                       : did_you_mean(likely_names(domain, domains), "the domain "));
     }
 }
 
@@ -48,11 +43,11 @@ Answer call(Invocation& invocation)
     auto const outcome = invocation.project().call(domain, operands[0], parameters);
     if (outcome.value.isset())
     {
-        invocation.output().print(Json::write(outcome.value, Json::Layout::Indented));
+        invocation.output().print_json(outcome.value);
     }
     else if (outcome.succeeded())
     {
-        invocation.output().print(printable(operands[0]) + ": done");
+        invocation.output().print(operands[0] + ": done");
     }
     if (outcome.error != ErrorValue::SUCCESS)
     {

@@ -1,6 +1,13 @@
 #include "nearest_name.h"
 
+#include "api_helper.h"
+
+#include <boost/algorithm/string/predicate.hpp>
+
 #include <algorithm>
+#include <functional>
+#include <initializer_list>
+#include <iterator>
 #include <limits>
 #include <numeric>
 
@@ -12,6 +19,52 @@ namespace
 
 /// Nobody mistypes a name into a text longer than this; the distance of longer ones is not worth its time.
 constexpr std::size_t longest_typed = 200;
+
+/// Whoever meant none of so many has to look at them all.
+constexpr std::size_t most_named = 3;
+
+std::string_view last_component(std::string_view path)
+{
+    auto const separator = path.rfind(RavikSrv::path_separator());
+    return separator == std::string_view::npos ? path : path.substr(separator + RavikSrv::path_separator().size());
+}
+
+/// A distance that is too large to be a slip.
+constexpr auto far = std::numeric_limits<std::size_t>::max();
+
+std::size_t near_distance(std::string_view typed, std::string_view candidate)
+{
+    auto const allowed = std::max<std::size_t>(1, std::min(typed.size(), candidate.size()) / 3);
+    auto const difference = std::max(typed.size(), candidate.size()) - std::min(typed.size(), candidate.size());
+    auto const distance = difference > allowed ? far : edit_distance(typed, candidate);
+    return distance <= allowed ? distance : far;
+}
+
+std::vector<std::string> nearest_by_letters(std::string_view typed, std::vector<std::string> const& candidates)
+{
+    std::vector<std::string> nearest;
+    if (typed.size() > longest_typed)
+    {
+        return nearest;
+    }
+    auto const is_path = last_component(typed) != typed;
+    auto least = far;
+    for (auto const& candidate : candidates)
+    {
+        auto const distance =
+            std::min(near_distance(typed, candidate), is_path ? far : near_distance(typed, last_component(candidate)));
+        if (distance < least)
+        {
+            least = distance;
+            nearest.clear();
+        }
+        if (distance == least && distance != far)
+        {
+            nearest.push_back(candidate);
+        }
+    }
+    return nearest;
+}
 
 } // namespace
 
@@ -56,11 +109,37 @@ std::string_view nearest_name(std::string_view typed, std::vector<std::string_vi
     return nearest;
 }
 
-std::string_view likely_name(std::string_view typed, std::vector<std::string_view> const& candidates)
+std::vector<std::string> likely_names(std::string_view typed, std::vector<std::string> const& candidates)
 {
-    auto const nearest = nearest_name(typed, candidates);
-    auto const allowed = std::max<std::size_t>(1, std::min(typed.size(), nearest.size()) / 3);
-    return typed.size() <= longest_typed && edit_distance(typed, nearest) <= allowed ? nearest : std::string_view();
+    auto const end = RavikSrv::path_separator().append(last_component(typed));
+    auto const folder = std::string(typed) + RavikSrv::path_separator();
+    auto const tail = RavikSrv::path_separator().append(typed);
+    for (auto const& is_meant :
+         std::initializer_list<std::function<bool(std::string const&)>>{
+             [&](std::string const& name) { return boost::ends_with(name, tail); },
+             [&](std::string const& name) { return boost::starts_with(name, folder); },
+             [&](std::string const& name) { return boost::iends_with(RavikSrv::path_separator() + name, end); }})
+    {
+        std::vector<std::string> meant;
+        std::copy_if(candidates.begin(), candidates.end(), std::back_inserter(meant), is_meant);
+        if (!meant.empty())
+        {
+            return meant;
+        }
+    }
+    return nearest_by_letters(typed, candidates);
+}
+
+std::string did_you_mean(std::vector<std::string> const& names, std::string const& kind)
+{
+    auto const shown = std::min(names.size(), most_named);
+    std::string text;
+    for (std::size_t index = 0; index < shown; ++index)
+    {
+        auto const* const joint = index == 0 ? "" : index + 1 == shown ? " or " : ", ";
+        text += joint + ("'" + names[index] + "'");
+    }
+    return text.empty() ? text : "did you mean " + kind + text + '?';
 }
 
 } // namespace Ravik::CommandLine

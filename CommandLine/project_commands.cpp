@@ -1,7 +1,6 @@
 #include "commands.h"
 
 #include "shell_word.h"
-#include "text_width.h"
 
 namespace Ravik::CommandLine
 {
@@ -22,15 +21,17 @@ std::vector<std::filesystem::path> make_sample(std::string const& directory)
     }
 }
 
-std::string next_steps(std::string const& directory)
+void print_next_steps(std::string const& directory, Output& output)
 {
     auto const ravik = "  ravik" + (directory == "." ? "" : " --project " + shell_word(directory)) + ' ';
     auto const recipes = (std::filesystem::path(directory) / "recipes.json").lexically_normal().string();
-    return "\nNext steps:\n" + ravik + "import " + shell_word(recipes) + '\n' + //
-           ravik + "activate Bread\n" +                                         //
-           ravik + "symbols\n" +                                                //
-           "They bring the recipes into the project, write one to the simulated controller, and show what stands "
-           "there then.";
+    output.print("");
+    output.print("Next steps:");
+    output.print(ravik + "import " + shell_word(recipes));
+    output.print(ravik + "activate Bread");
+    output.print(ravik + "symbols");
+    output.print("They bring the recipes into the project, write one to the simulated controller, and show what stands "
+                 "there then.");
 }
 
 } // namespace
@@ -50,10 +51,10 @@ Answer init(Invocation& invocation)
     for (auto const& file : files)
     {
         auto const name = file.lexically_normal().string();
-        invocation.output().print("  " + printable(name));
+        invocation.output().print("  " + name);
         answer.value << RavikSrv::Value(std::string_view(name));
     }
-    invocation.output().print(next_steps(directory));
+    print_next_steps(directory, invocation.output());
     return answer;
 }
 

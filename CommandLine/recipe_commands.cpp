@@ -3,19 +3,21 @@
 #include "Table.h"
 #include "ValueComparison.h"
 #include "function_answer.h"
-#include "nearest_name.h"
 #include "recipe_functions.h"
 #include "recipe_names.h"
-#include "text_width.h"
+#include "rows.h"
 
 #include "Configuration/configuration_keys.h"
+#include "Configuration/recipe_needs.h"
 #include "Json/Json.h"
 
 #include "algorithm_helper.h"
 #include "api_helper.h"
 
 #include <algorithm>
+#include <map>
 #include <set>
+#include <utility>
 
 namespace Ravik::CommandLine
 {
@@ -25,151 +27,252 @@ namespace
 
 using RavikSrv::ErrorValue;
 using RavikSrv::Value;
-using RavikSrv::ValueType;
 using RavikSrv::Algorithm::to_string;
+
+/// The states of rows.
+namespace State
+{
+
+constexpr char const* written = "written";
+constexpr char const* failed = "failed";
+constexpr char const* not_tried = "not tried";
+constexpr char const* same = "same";
+constexpr char const* differs = "differs";
+constexpr char const* unread = "unread";
+constexpr char const* nested_recipe = "nested recipe";
+constexpr char const* no_member = "no member";
+
+} // namespace State
 
 std::string shown(Value const& value)
 {
     return value.isset() ? Json::write(value) : "-";
 }
 
-/// Prints what was written to which symbol, and a line that sums it up.
-void print_record(ExecutionRecord const& record, Output& output)
+/// The first members of a recipe that are bound to the symbols.
+std::map<std::string, std::string> members_by_symbol(Invocation& invocation, std::string const& recipe)
 {
-    Table table({"SYMBOL", "DOMAIN", "VALUE", "OUTCOME"});
-    // A symbol may be written in more than one group; it counts once.
-    std::set<std::string> symbols;
-    std::set<std::string> failed;
-    std::set<std::string> domains;
+    auto const type = to_string(stored_recipe(invocation.project(), recipe)[Key::recipe_type_name]);
+    std::map<std::string, std::string> members;
+    for (auto const& member : bound_members(type, recipe_configuration(invocation.project())))
+    {
+        members.emplace(member.symbol, member.name);
+    }
+    return members;
+}
+
+// Activation ----------------------------------------------------------------------------------------------------------
+
+/// Prints what was written to which symbol, and a line that sums it up; and collects the same for `--json`.
+class WrittenSymbols
+{
+public:
+    WrittenSymbols(ExecutionRecord const& record, std::map<std::string, std::string> const& members)
+        : m_members(members)
+    {
+        std::for_each(record.begin(), record.end(), [this](ExecutedGroup const& group) { add(group); });
+    }
+
+    void print(Output& output) const
+    {
+        m_table.print(output);
+        auto const where = " in " + counted(m_domains.size(), "domain");
+        auto const written = m_symbols.size() - m_failed.size();
+        output.print(m_symbols.empty()  ? "No symbol was written."
+                     : m_failed.empty() ? counted(written, "symbol") + " written" + where + '.'
+                                        : std::to_string(written) + " of " + counted(m_symbols.size(), "symbol") +
+                                              " written" + where + ", " + failures() + '.');
+    }
+
+    Value value() const { return m_rows.value(); }
+
+private:
+    /// Where a value does not fit its symbol, nothing of its group is sent, and every command tells of that symbol.
+    static std::string culprit_text(ExecutedGroup const& group)
+    {
+        auto const culprit = std::find_if(group.commands.begin(), group.commands.end(),
+                                          [](ExecutedCommand const& command)
+                                          {
+                                              return command.result != ErrorValue::SUCCESS &&
+                                                     command.result != ErrorValue::EXTENSION &&
+                                                     command.text.starts_with(command.name + ": ");
+                                          });
+        return culprit == group.commands.end() ? std::string() : culprit->text;
+    }
+
+    static char const* state_of(ExecutedCommand const& command, std::string const& culprit)
+    {
+        if (command.result == ErrorValue::SUCCESS)
+        {
+            return State::written;
+        }
+        auto const is_culprit = culprit.empty() || command.text.starts_with(command.name + ": ");
+        return command.text == culprit && !is_culprit ? State::not_tried : State::failed;
+    }
+
+    void add(ExecutedGroup const& group)
+    {
+        auto const culprit = culprit_text(group);
+        for (auto const& command : group.commands)
+        {
+            if (command.wrote)
+            {
+                add(group.domain, command, state_of(command, culprit));
+            }
+        }
+    }
+
+    void add(std::string const& domain, ExecutedCommand const& command, std::string const& state)
+    {
+        // A symbol may be written in more than one group; it counts once.
+        if (!m_shown.emplace(command.name, state).second)
+        {
+            return;
+        }
+        auto const text = command.result == ErrorValue::SUCCESS ? std::string() : failure_text(command);
+        auto const outcome = state == State::written     ? Cell{state, Colour::green}
+                             : state == State::not_tried ? Cell{state, Colour::yellow}
+                                                         : Cell{text, Colour::red};
+        m_table.add({{command.name}, {domain}, {Json::write(command.value)}, outcome});
+        auto const member = m_members.find(command.name);
+        Value row;
+        row.insert("symbol", text_value(command.name));
+        row.insert("domain", text_value(domain));
+        row.insert("member", text_value(member == m_members.end() ? "" : member->second));
+        row.insert("value", command.value);
+        row.insert("state", text_value(state));
+        row.insert("text", text_value(text));
+        m_rows.add(row);
+        m_domains.insert(domain);
+        m_symbols.insert(command.name);
+        if (state != State::written)
+        {
+            m_failed.insert(command.name);
+        }
+    }
+
+    std::string failures() const
+    {
+        auto const not_tried = m_rows.count(State::not_tried);
+        return std::to_string(m_failed.size() - std::min(not_tried, m_failed.size())) + " failed" +
+               (not_tried == 0 ? "" : ", " + std::to_string(not_tried) + " not tried");
+    }
+
+    std::map<std::string, std::string> const& m_members;
+    Table m_table{{"SYMBOL", "DOMAIN", "VALUE", "OUTCOME"}};
+    Rows m_rows{{State::written, State::failed, State::not_tried}};
+    /// The symbols with the states in which they have a row.
+    std::set<std::pair<std::string, std::string>> m_shown;
+    std::set<std::string> m_symbols;
+    std::set<std::string> m_failed;
+    std::set<std::string> m_domains;
+};
+
+/// The extension passes over a nested recipe that does not exist; whoever activates has to know.
+void warn_of_missing_recipes(Invocation& invocation, std::string const& recipe)
+{
+    for (auto const& missing : missing_recipes(recipe, recipe_configuration(invocation.project())))
+    {
+        invocation.output().warning(missing.holder + " names the recipe '" + missing.name +
+                                    "', which does not exist; none of its values is written");
+    }
+}
+
+// Reading -------------------------------------------------------------------------------------------------------------
+
+/// The values that a recipe stores beside those that were read.
+class ReadValues
+{
+public:
+    ReadValues(Invocation& invocation, Value const& recipe, Value const& current)
+        : m_comparison(invocation.project(), recipe_configuration(invocation.project()), recipe)
+    {
+        Value const& values = recipe[Key::values];
+        for (auto value = values.begin(); value != values.end(); ++value)
+        {
+            add(value.name(), *value, current[value.name()]);
+        }
+    }
+
+    void print(Output& output) const
+    {
+        m_table.print(output);
+        auto const differing = m_rows.count(State::differs);
+        auto const compared = differing + m_rows.count(State::same);
+        output.print(differing == 0 ? counted(compared, "value") + " as stored."
+                                    : std::to_string(differing) + " of " + counted(compared, "value") +
+                                          (differing == 1 ? " differs." : " differ."));
+        if (auto const stray = m_rows.count(State::no_member); stray != 0)
+        {
+            output.print(counted(stray, "value") + (stray == 1 ? " stands" : " stand") +
+                         " for no member of the recipe's type; 'update' drops " + (stray == 1 ? "it." : "them."));
+        }
+    }
+
+    Value value() const { return m_rows.value(); }
+
+private:
+    void add(std::string const& member, Value const& stored, Value const& live)
+    {
+        auto const target = m_comparison.target_of(member);
+        auto const* const state = !target.is_member                          ? State::no_member
+                                  : target.symbol.empty()                    ? State::nested_recipe
+                                  : m_comparison.agree(target, stored, live) ? State::same
+                                                                             : State::differs;
+        auto const is_compared = !target.symbol.empty();
+        m_table.add({{member},
+                     {is_compared ? target.symbol : std::string(state)},
+                     {shown(stored)},
+                     {is_compared ? shown(live) : std::string()},
+                     state == State::differs ? Cell{state, Colour::yellow} : Cell{"", Colour::none}});
+        Value row;
+        row.insert("symbol", text_value(target.symbol));
+        row.insert("domain", text_value(target.domain));
+        row.insert("member", text_value(member));
+        row.insert("stored", stored);
+        row.insert("live", is_compared ? live : Value());
+        row.insert("state", text_value(state));
+        row.insert("text", text_value(""));
+        m_rows.add(row);
+    }
+
+    ValueComparison m_comparison;
+    Table m_table{{"MEMBER", "SYMBOL", "STORED", "IN THE CONTROLLER", ""}};
+    Rows m_rows{{State::same, State::differs, State::nested_recipe, State::no_member}};
+};
+
+/// Prints the symbols that could not be read, with the reason that each has of its own, and returns the same for
+/// `--json`.
+Value unread_symbols(Invocation& invocation, ExecutionRecord const& record, std::string const& recipe)
+{
+    Table table({"SYMBOL", "DOMAIN", "OUTCOME"});
+    Rows rows({State::unread});
+    auto const members = members_by_symbol(invocation, recipe);
+    Value const stored = stored_recipe(invocation.project(), recipe);
     for (auto const& group : record)
     {
         for (auto const& command : group.commands)
         {
-            if (!command.wrote)
+            if (command.result == ErrorValue::SUCCESS)
             {
                 continue;
             }
-            table.add({{command.name}, {group.domain}, {Json::write(command.value)}, outcome_cell(command, "written")});
-            symbols.insert(command.name);
-            if (command.result != ErrorValue::SUCCESS)
-            {
-                failed.insert(command.name);
-            }
-            domains.insert(group.domain);
+            table.add({{command.name}, {group.domain}, outcome_cell(command, "")});
+            auto const found = members.find(command.name);
+            auto const member = found == members.end() ? std::string() : found->second;
+            Value row;
+            row.insert("symbol", text_value(command.name));
+            row.insert("domain", text_value(group.domain));
+            row.insert("member", text_value(member));
+            row.insert("stored", stored[Key::values][member.c_str()]);
+            row.insert("live", Value());
+            row.insert("state", text_value(State::unread));
+            row.insert("text", text_value(failure_text(command)));
+            rows.add(row);
         }
-    }
-    table.print(output);
-    auto const where = " in " + counted(domains.size(), "domain");
-    auto const written = symbols.size() - failed.size();
-    output.print(symbols.empty()  ? "No symbol was written."
-                 : failed.empty() ? counted(written, "symbol") + " written" + where + '.'
-                                  : std::to_string(written) + " of " + counted(symbols.size(), "symbol") + " written" +
-                                        where + ", " + std::to_string(failed.size()) + " failed.");
-}
-
-Value stored_recipe(Invocation& invocation, std::string const& recipe)
-{
-    auto const path = Key::recipe_list + RavikSrv::path_separator() + recipe;
-    return invocation.project().get(std::string(recipe_domain), path).value;
-}
-
-std::vector<std::string> texts_of(Value const& vector)
-{
-    std::vector<std::string> texts;
-    for (auto element = vector.begin_vector(); element != vector.end_vector(); ++element)
-    {
-        texts.push_back(to_string(*element));
-    }
-    return texts;
-}
-
-void print_lines(std::vector<std::string> const& lines, Output& output)
-{
-    for (auto const& line : lines)
-    {
-        output.print(printable(line));
-    }
-}
-
-/// Prints the values that the recipe stores beside those that were read, and marks those that differ.
-void print_values(Invocation& invocation, Value const& recipe, Value const& current)
-{
-    auto& project = invocation.project();
-    auto const configuration = recipe_configuration(project);
-    ValueComparison const comparison(project, configuration, recipe);
-    Table table({"MEMBER", "SYMBOL", "STORED", "IN THE CONTROLLER", ""});
-    std::size_t differing = 0;
-    std::size_t compared = 0;
-    Value const& values = recipe[Key::values];
-    for (auto value = values.begin(); value != values.end(); ++value)
-    {
-        auto const symbol = comparison.symbol_of(value.name());
-        if (symbol.empty())
-        {
-            table.add({{value.name()}, {"nested recipe"}, {shown(*value)}, {""}, {""}});
-            continue;
-        }
-        auto const& read = current[value.name()];
-        auto const same = comparison.agree(value.name(), *value, read);
-        table.add({{value.name()},
-                   {symbol},
-                   {shown(*value)},
-                   {shown(read)},
-                   same ? Cell{"", Colour::none} : Cell{"differs", Colour::yellow}});
-        ++compared;
-        differing += same ? 0U : 1U;
     }
     table.print(invocation.output());
-    invocation.output().print(differing == 0 ? counted(compared, "value") + " as stored."
-                                             : std::to_string(differing) + " of " + counted(compared, "value") +
-                                                   (differing == 1 ? " differs." : " differ."));
-}
-
-/// Asks for each recipe on its own, so that one that can't be read does not hide the others. All of it belongs to the
-/// request that failed for all recipes together, so that no controller that can't be reached is waited for again.
-Answer active_one_by_one(Invocation& invocation, RavikSrv::Session request, Answer answer)
-{
-    auto& project = invocation.project();
-    auto const names = recipe_names(recipe_configuration(project));
-    Value active(ValueType::Vector);
-    for (auto const& name : names)
-    {
-        Value one;
-        one << Value(std::string_view(name));
-        auto const outcome = project.call(request, std::string(recipe_domain), Function::get_active_recipes, one);
-        if (outcome.succeeded())
-        {
-            for (auto found = outcome.value.begin_vector(); found != outcome.value.end_vector(); ++found)
-            {
-                active << *found;
-            }
-            continue;
-        }
-        auto const reading = call_with(invocation, request, Function::read_from_target, Parameter::path, name);
-        auto const& told = reading.succeeded() ? outcome : reading;
-        answer.messages.push_back(name + ": " + told.name + (told.text.empty() ? "" : ": " + told.text));
-    }
-    print_lines(texts_of(active), invocation.output());
-    answer.value = active;
-    return answer;
-}
-
-/// Tells what an update changed in the recipe's values.
-void print_changes(Value const& before, Value const& after, Output& output)
-{
-    for (auto value = after.begin(); value != after.end(); ++value)
-    {
-        auto const& old = before[value.name()];
-        if (before.find(value.name()) == before.end())
-        {
-            output.print(printable(std::string(value.name())) + " filled in: " + shown(*value));
-        }
-        else if (!(old == *value))
-        {
-            output.print(printable(std::string(value.name())) + " reset: " + shown(*value) + " instead of " +
-                         shown(old));
-        }
-    }
+    return rows.value();
 }
 
 } // namespace
@@ -177,97 +280,39 @@ void print_changes(Value const& before, Value const& after, Output& output)
 Answer activate(Invocation& invocation)
 {
     auto const& recipe = invocation.operands()[0];
+    warn_of_missing_recipes(invocation, recipe);
     auto const outcome = call_with(invocation, Function::activate_recipe, Parameter::path, recipe);
-    print_record(outcome.record, invocation.output());
+    auto const members = members_by_symbol(invocation, recipe);
+    WrittenSymbols const written(outcome.record, members);
+    written.print(invocation.output());
     if (!outcome.succeeded())
     {
         hint_at_unknown_recipe(invocation, recipe);
     }
-    return function_answer(outcome);
+    auto answer = function_answer(outcome);
+    answer.value = written.value();
+    return answer;
 }
 
 Answer read(Invocation& invocation)
 {
     auto const& name = invocation.operands()[0];
     auto const outcome = call_with(invocation, Function::read_from_target, Parameter::path, name);
+    auto answer = function_answer(outcome);
     if (outcome.succeeded())
     {
         Value const& answers = outcome.value;
-        print_values(invocation, stored_recipe(invocation, name), answers[name.c_str()][Key::values]);
+        ReadValues const values(invocation, stored_recipe(invocation.project(), name),
+                                answers[name.c_str()][Key::values]);
+        values.print(invocation.output());
+        answer.value = values.value();
     }
     else
     {
-        print_failures(outcome.record, invocation.output());
+        answer.value = unread_symbols(invocation, outcome.record, name);
         hint_at_unknown_recipe(invocation, name);
-    }
-    return function_answer(outcome);
-}
-
-Answer active(Invocation& invocation)
-{
-    Value names;
-    for (auto const& name : invocation.operands())
-    {
-        names << Value(std::string_view(name));
-    }
-    auto& project = invocation.project();
-    auto const request = project.begin_request();
-    auto const outcome = project.call(request, std::string(recipe_domain), Function::get_active_recipes, names);
-    auto answer = function_answer(outcome);
-    if (!outcome.succeeded() && outcome.error == ErrorValue::SUCCESS && names.empty())
-    {
-        return active_one_by_one(invocation, request, std::move(answer));
-    }
-    auto const active = texts_of(outcome.value);
-    print_lines(active, invocation.output());
-    if (outcome.succeeded() && active.empty())
-    {
-        invocation.output().print(names.empty() ? "No recipe is active." : "None of them is active.");
-    }
-    if (!outcome.succeeded() && names.size() == 1)
-    {
-        hint_at_unknown_recipe(invocation, invocation.operands()[0]);
     }
     return answer;
-}
-
-Answer recipes(Invocation& invocation)
-{
-    auto const& type = invocation.operands()[0];
-    auto const outcome = call_with(invocation, Function::get_recipes, Parameter::recipe_type_path, type);
-    auto const found = texts_of(outcome.value);
-    print_lines(found, invocation.output());
-    if (outcome.succeeded() && found.empty())
-    {
-        auto const types = recipe_type_names(recipe_configuration(invocation.project()));
-        auto const known = std::find(types.begin(), types.end(), type) != types.end();
-        auto const nearest = likely_name(type, {types.begin(), types.end()});
-        invocation.output().print(known
-                                      ? "No recipe is of this type."
-                                      : "There is no recipe type '" + printable(type) + "'" +
-                                            (nearest.empty() ? "." : "; did you mean '" + std::string(nearest) + "'?"));
-    }
-    return function_answer(outcome);
-}
-
-Answer update(Invocation& invocation)
-{
-    auto const& name = invocation.operands()[0];
-    Value const before = stored_recipe(invocation, name);
-    auto const outcome = call_with(invocation, Function::update_recipe, Parameter::path, name);
-    Value const after = stored_recipe(invocation, name);
-    auto const info = texts_of(outcome.value[Returned::info]);
-    print_lines(info, invocation.output());
-    print_changes(before[Key::values], after[Key::values], invocation.output());
-    if (outcome.succeeded() && before == after)
-    {
-        invocation.output().print("The recipe fits its type already.");
-    }
-    if (!outcome.succeeded())
-    {
-        hint_at_unknown_recipe(invocation, name);
-    }
-    return function_answer(outcome);
 }
 
 } // namespace Ravik::CommandLine

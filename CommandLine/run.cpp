@@ -3,8 +3,6 @@
 #include "Command.h"
 #include "help.h"
 
-#include "text_width.h"
-
 #include "boundary_guard.h"
 
 namespace Ravik::CommandLine
@@ -25,7 +23,7 @@ struct Ending
 /// An answer that is a text to read; with `--json` it is the value.
 Answer shown(std::string const& text, Output& output)
 {
-    output.print(text);
+    output.print_text(text);
     Answer answer;
     answer.value = RavikSrv::Value(std::string_view(text));
     return answer;
@@ -51,8 +49,7 @@ void check_operands(CommandEntry const& command, std::span<std::string const> op
     }
     if (operands.size() > command.most)
     {
-        throw UsageError("the argument '" + printable(operands[command.most]) +
-                         "' is one too many: " + usage_of(command));
+        throw UsageError("the argument '" + operands[command.most] + "' is one too many: " + usage_of(command));
     }
 }
 

@@ -2,7 +2,6 @@
 
 #include "configuration_answer.h"
 #include "recipe_names.h"
-#include "text_width.h"
 
 #include "Project/project_store.h"
 
@@ -37,7 +36,7 @@ void tell_faults(StoreReport const& report, Output& output)
 {
     for (auto const& fault : report.faults)
     {
-        output.print("  " + printable(fault));
+        output.print("  " + fault);
     }
 }
 
@@ -45,7 +44,7 @@ void tell_kept(StoreReport const& report, Output& output)
 {
     if (!report.kept_as.empty())
     {
-        output.print("What was there is kept as " + printable(report.kept_as.string()) + ".");
+        output.print("What was there is kept as " + report.kept_as.string() + ".");
     }
 }
 
@@ -88,7 +87,7 @@ Answer store_backup(Invocation& invocation)
     if (outcome.succeeded())
     {
         answer.value = Value(std::string_view(file.string()));
-        invocation.output().print("Wrote a copy of the store to " + printable(file.string()) + ".");
+        invocation.output().print("Wrote a copy of the store to " + file.string() + ".");
     }
     return answer;
 }
@@ -101,8 +100,7 @@ Answer store_restore(Invocation& invocation)
         [&] { return restore_project_store(invocation.directory(), backup, replaced, invocation.open_options()); });
     Answer answer;
     answer.value = report_value(report);
-    invocation.output().print("Restored the store from " + printable(backup) + ": " + counted(report.rows, "row") +
-                              ".");
+    invocation.output().print("Restored the store from " + backup + ": " + counted(report.rows, "row") + ".");
     tell_kept(report, invocation.output());
     return answer;
 }

@@ -14,7 +14,7 @@
 #include <boost/algorithm/string/predicate.hpp>
 
 #include <algorithm>
-#include <unordered_map>
+#include <map>
 #include <unordered_set>
 
 namespace Ravik::CommandLine
@@ -66,17 +66,16 @@ public:
         {
             return command.name + " (domain " + found->second + "): " + reason(command);
         }
-        std::vector<std::string_view> names;
+        std::vector<std::string> names;
         names.reserve(m_domains.size());
         std::transform(m_domains.begin(), m_domains.end(), std::back_inserter(names),
-                       [](auto const& entry) { return std::string_view(entry.first); });
-        auto const nearest = likely_name(command.name, names);
-        return command.name + " (no such symbol): " + reason(command) +
-               (nearest.empty() ? "" : "; did you mean " + std::string(nearest) + "?");
+                       [](auto const& entry) { return entry.first; });
+        auto const meant = did_you_mean(likely_names(command.name, names));
+        return command.name + " (no such symbol): " + reason(command) + (meant.empty() ? "" : "; " + meant);
     }
 
 private:
-    std::unordered_map<std::string, std::string> m_domains;
+    std::map<std::string, std::string> m_domains;
 };
 
 /// The answer for a group: the first failure's error value, and a message for each failure.
@@ -194,7 +193,7 @@ Answer symbol_get(Invocation& invocation)
     }
     if (answer.result == 0 || !answer.value.empty())
     {
-        invocation.output().print(Json::write(answer.value, Json::Layout::Indented));
+        invocation.output().print_json(answer.value);
     }
     return answer;
 }
@@ -205,7 +204,7 @@ Answer symbol_set(Invocation& invocation)
     auto const value = json_operand(operands[1]);
     if (!value.isset())
     {
-        throw UsageError("null is no value and can't be written to " + printable(operands[0]));
+        throw UsageError("null is no value and can't be written to " + operands[0]);
     }
     auto& project = invocation.project();
     auto const group = project.write_symbol(operands[0], value);
@@ -213,7 +212,7 @@ Answer symbol_set(Invocation& invocation)
     if (answer.result == 0)
     {
         answer.value = value;
-        invocation.output().print(printable(operands[0]) + " = " + Json::write(value));
+        invocation.output().print(operands[0] + " = " + Json::write(value));
     }
     return answer;
 }

@@ -2,6 +2,8 @@
 
 #include "Json/unicode.h"
 
+#include <algorithm>
+#include <array>
 #include <clocale>
 #include <cwchar>
 #include <memory>
@@ -58,21 +60,60 @@ std::size_t character_width(Character const& character)
     return width < 0 ? 1 : static_cast<std::size_t>(width);
 }
 
-bool is_control(char32_t code)
+struct Range
 {
-    auto const is_direction_change = (code >= 0x202A && code <= 0x202E) || (code >= 0x2066 && code <= 0x2069);
-    return code < 0x20 || (code >= 0x7F && code < 0xA0) || is_direction_change;
+    char32_t first;
+    char32_t last;
+};
+
+/// The characters that no terminal gets. The joiners U+200C and U+200D are not among them: scripts need them.
+constexpr std::array<Range, 12> hidden{{
+    {0x0000, 0x001F},   // controls
+    {0x007F, 0x009F},   // delete, and the controls of eight bits
+    {0x061C, 0x061C},   // Arabic letter mark
+    {0x180E, 0x180E},   // Mongolian vowel separator
+    {0x200B, 0x200B},   // zero width space
+    {0x200E, 0x200F},   // direction marks
+    {0x2028, 0x202E},   // line and paragraph separator, embeddings and overrides of the direction
+    {0x2060, 0x206F},   // word joiner, invisible operators, isolates, deprecated format characters
+    {0xFEFF, 0xFEFF},   // byte order mark
+    {0xFFF9, 0xFFFB},   // interlinear annotation
+    {0x1D173, 0x1D17A}, // musical format characters
+    {0xE0000, 0xE0FFF}, // tags and variation selectors
+}};
+
+bool is_hidden(char32_t code)
+{
+    return std::any_of(hidden.begin(), hidden.end(),
+                       [code](Range const& range) { return code >= range.first && code <= range.last; });
 }
+
+constexpr std::string_view digits = "0123456789abcdef";
 
 void append_escaped(std::string& result, std::string_view bytes)
 {
-    constexpr std::string_view digits = "0123456789abcdef";
     for (auto const byte : bytes)
     {
         auto const number = static_cast<unsigned char>(byte);
         result += "\\x";
         result += digits[number >> 4U];
         result += digits[number & 15U];
+    }
+}
+
+void append_json_escape(std::string& result, char32_t code)
+{
+    constexpr char32_t first_supplementary = 0x10000;
+    if (code >= first_supplementary)
+    {
+        append_json_escape(result, 0xD800 + ((code - first_supplementary) >> 10U));
+        append_json_escape(result, 0xDC00 + ((code - first_supplementary) & 0x3FFU));
+        return;
+    }
+    result += "\\u";
+    for (auto const shift : {12U, 8U, 4U, 0U})
+    {
+        result += digits[(code >> shift) & 15U];
     }
 }
 
@@ -94,7 +135,7 @@ std::string escaped(std::string_view text, LineEnds line_ends)
         {
             result += '\n';
         }
-        else if (!character.valid || is_control(character.code))
+        else if (!character.valid || is_hidden(character.code))
         {
             append_escaped(result, character.bytes);
         }
@@ -127,6 +168,25 @@ std::string printable(std::string_view text)
 std::string printable_lines(std::string_view text)
 {
     return escaped(text, LineEnds::kept);
+}
+
+std::string printable_json(std::string_view json)
+{
+    std::string result;
+    result.reserve(json.size());
+    while (!json.empty())
+    {
+        auto const character = next_character(json);
+        if (character.valid && character.code != '\n' && is_hidden(character.code))
+        {
+            append_json_escape(result, character.code);
+        }
+        else
+        {
+            result += character.bytes;
+        }
+    }
+    return result;
 }
 
 std::string shortened(std::string const& text, std::size_t width)

@@ -47,9 +47,18 @@ TEST_F(Plant, tells_what_stands_in_the_controllers)
          {"Products::Cola1500\n"},
          {}},
         {"ravik symbol set Filler.Pressure 3.201 && ravik active", 0, {"Capping::Pco28\n"}, {}},
-        {"ravik --json read Filling::Cola1500", 0, {R"("recipeTypeName":"Filling::Carbonated")"}, {}},
+        {"ravik --json read Filling::Cola1500",
+         0,
+         {R"("counts":{"same":7,"differs":1,"nested recipe":0,"no member":0})",
+          R"({"symbol":"Filler.Speed","domain":"Filler","member":"FillerSpeed","stored":240,"live":240,"state":"same")"},
+         {}},
+        {"ravik --json read Products::Cola1500", 0, {R"("live":null,"state":"nested recipe")"}, {}},
         {"ravik recipes Products::Batch", 0, {"Products::Spring500\nProducts::Cola1500\n"}, {}},
-        {"ravik recipes Products::Bach", 0, {"did you mean 'Products::Batch'?"}, {}},
+        {"ravik --json activate Products::Cola1500",
+         0,
+         {R"("counts":{"written":33,"failed":0,"not tried":0})",
+          R"({"symbol":"Filler.Speed","domain":"Filler","member":"FillerSpeed","value":240,"state":"written","text":""})"},
+         {}},
         {"ravik read Products::Cola150", 1, {}, {"READ_FROM_TARGET_FAILED", "did you mean 'Products::Cola1500'?"}},
         {"ravik active Nothing", 1, {}, {"MISSING_RECIPE_DATA"}},
     });
@@ -66,10 +75,55 @@ TEST_F(Plant, one_recipe_that_cannot_be_read_does_not_hide_the_others)
     });
 }
 
+TEST_F(Plant, answers_a_name_that_is_not_found_with_the_nearest_ones)
+{
+    expect_all({
+        {"ravik recipes Products::Bach", 1, {}, {"no recipe type 'Products::Bach'; did you mean 'Products::Batch'?"}},
+        {"ravik recipes Nope", 1, {}, {"no recipe type 'Nope'; 'get recipeTypeList' shows all"}},
+        {"ravik recipes Products", 1, {}, {"did you mean 'Products::Batch'"}},
+        {"ravik activate Crate24", 1, {"No symbol"}, {"did you mean 'Packing::Crate24'?"}},
+        {"ravik update Cola1500", 1, {"failed"}, {"did you mean 'Filling::Cola1500', 'Labelling::Cola1500' or"}},
+        {"ravik read crate24", 1, {}, {"did you mean 'Packing::Crate24'?"}},
+        {"ravik active SprtCap", 1, {}, {"did you mean 'Capping::SportCap'?"}},
+        {"ravik symbol get Fillr.Speed", 1, {}, {"did you mean 'Filler.Speed'?"}},
+        {"ravik get Crate24", 1, {}, {"did you mean 'recipeList::Packing::Crate24'?"}},
+        {"ravik get recipeLst::Packing::Crate24", 1, {}, {"did you mean 'recipeList::Packing::Crate24'?"}},
+        {"ravik delete recipeList::Crate24::values", 1, {}, {"did you mean 'recipeList::Packing::Crate24::values'?"}},
+        {"ravik rename recipeList::Paking::Crate24 recipeList::X", 1, {}, {"mean 'recipeList::Packing::Crate24'?"}},
+        {"ravik set recipeList::Packing::Crat24::values::X 1", 1, {}, {"mean 'recipeList::Packing::Crate24'?"}},
+        {"ravik --domain Filler get variables::FillrSpeed", 1, {}, {"mean 'variables::FillerSpeed'?"}},
+        {"ravik --domain Filler import recipes.json", 1, {}, {"the domain \"Filler\" keeps no recipes"}},
+    });
+}
+
+TEST_F(Plant, names_the_symbols_and_recipes_that_are_missing)
+{
+    expect_all({
+        {R"(ravik set recipeList::Products::Cola1500::values::Capping '"Capping::Gone"' && )"
+         "ravik activate Products::Cola1500",
+         0,
+         {"symbols written"},
+         {"recipeList::Products::Cola1500::values::Capping names the recipe 'Capping::Gone', which does not exist"}},
+        {"sed -i 's/\"Filler.Speed\"/\"Filler.Pace\"/' ravik.json; ravik activate Filling::Cola1500",
+         1,
+         {"No symbol"},
+         {"SYMBOL_NOT_MAPPED: ravik.json maps no symbol \"Filler.Speed\" (member FillerSpeed)"}},
+        {"ravik read Filling::Cola1500", 1, {}, {"maps no symbol \"Filler.Speed\""}},
+        {"ravik active Filling::Cola1500", 1, {}, {"maps no symbol \"Filler.Speed\""}},
+        {"ravik import recipes.json", 1, {}, {"SYMBOL_NOT_MAPPED", "Filler.Speed"}},
+        {"ravik active", 1, {"Labelling::Cola1500\n"}, {"Filling::Spring500: SYMBOL_NOT_MAPPED: ravik.json maps no"}},
+        {"ravik --json active",
+         1,
+         {R"("text":"6 of 18 recipes can't be read; )",
+          R"("unread":[{"recipe":"Filling::Cola1500","text":"SYMBOL_NOT)"},
+         {"maps no symbol"}},
+    });
+}
+
 TEST_F(Plant, brings_recipes_into_line_with_their_types)
 {
     expect_all({
-        {"ravik update Filling::Cola1500", 0, {"The recipe fits its type already."}, {}},
+        {"ravik update Filling::Cola1500", 0, {"1 recipe: 0 updated, 1 that fit already."}, {}},
         {"ravik delete recipeTypeList::Filling::Carbonated::members::SnifterTime", 0, {"Deleted"}, {}},
         {"ravik check", 0, {"note: recipeList::Filling::Cola1500::values::SnifterTime: no member"}, {}},
         {"ravik update Filling::Cola1500",
@@ -80,6 +134,21 @@ TEST_F(Plant, brings_recipes_into_line_with_their_types)
          0,
          {"DripTime filled in: "},
          {}},
+        {"ravik set recipeList::Packing::Crate24::values::Stray 1 && ravik read Packing::Crate24",
+         0,
+         {"Stray", "no member", "1 value stands for no member"},
+         {}},
+        {"ravik --json update --type Products::Batch",
+         0,
+         {R"("counts":{"updated":0,"same":3,"failed":0})",
+          R"({"recipe":"Products::Cola1500","state":"same","text":"")"},
+         {}},
+        {"ravik update --all", 0, {"Crate24", "updated", "Deleted", "18 recipes: "}, {}},
+        {"ravik update --type Nope", 1, {}, {"no recipe type 'Nope'"}},
+        {"ravik update Gone Packing::Crate24",
+         1,
+         {"Gone", "failed", "Packing::Crate24  same"},
+         {"error: Gone: UPDATING"}},
     });
 }
 

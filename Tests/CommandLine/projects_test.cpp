@@ -51,6 +51,15 @@ TEST_F(SampleProject, marks_the_symbols_that_could_not_be_written)
                   1,
                   {"WRITE_PROTECTED", "3 of 4 symbols written in 1 domain, 1 failed."},
                   {"ACTIVATING_RECIPE_PARTLY_FAILED", "Mixer.Speed"}});
+    // Nothing of a group is sent where one value of it does not fit.
+    shell.expect({"sed -i 's/300 }/100 }/' ravik.json; ravik --json activate Bread",
+                  1,
+                  {R"("counts":{"written":0,"failed":1,"not tried":3})", R"("value":480,"state":"not tried")"},
+                  {"RANGE_MISMATCH"}});
+    shell.expect({R"(sed -i 's/"Mixer.Speed":/"Mixer.Pace":/' ravik.json; ravik update Bread)",
+                  1,
+                  {"failed"},
+                  {"SYMBOL_NOT_MAPPED", "Mixer.Speed"}});
 }
 
 TEST_F(SampleProject, reads_and_writes_symbols)
@@ -62,7 +71,7 @@ TEST_F(SampleProject, reads_and_writes_symbols)
         {"ravik symbol set Mixer.Ready false", 1, {}, {"Mixer.Ready (domain Mixer): WRITE_PROTECTED"}},
         {"ravik symbol set Mixer.Speed 301", 1, {}, {"Mixer.Speed (domain Mixer)", "RANGE_MISMATCH"}},
         {"ravik symbol set Mixer.Product 5", 1, {}, {"TYPE_MISMATCH"}},
-        {"ravik symbol set Mixer.Sped 5", 1, {}, {"Mixer.Sped (no such symbol)", "did you mean Mixer.Speed?"}},
+        {"ravik symbol set Mixer.Sped 5", 1, {}, {"Mixer.Sped (no such symbol)", "did you mean 'Mixer.Speed'?"}},
         {"ravik symbol get Mixer.Speed Mixer.Ready Mixer.Speed",
          0,
          {"\"Mixer.Speed\": 0.0,\n  \"Mixer.Ready\": true"},

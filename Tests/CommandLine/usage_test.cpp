@@ -1,6 +1,11 @@
 #include "CommandLine/Shell.h"
 
+#include <boost/algorithm/string/replace.hpp>
 #include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <string_view>
 
 namespace Ravik::Test
 {
@@ -20,6 +25,11 @@ TEST(Usage, needs_no_project_and_has_the_same_status_with_json)
         {"ravik --version", 0, {"ravik 1"}, {}},
         {"ravik", 2, {}, {"no command", "ravik help"}},
         {"ravik actvate X", 2, {}, {"unknown command 'actvate'", "'activate'"}},
+        {"ravik mv a b", 2, {}, {"unknown command 'mv'; 'rename'"}},
+        {"ravik rm a", 2, {}, {"unknown command 'rm'; 'delete'"}},
+        {"ravik ls", 2, {}, {"unknown command 'ls'; 'get'", "'recipes'"}},
+        {"ravik update", 2, {}, {"either recipes, --type TYPE or --all"}},
+        {"ravik update --all R", 2, {}, {"either recipes, --type TYPE or --all"}},
         {"ravik help imprt", 2, {}, {"unknown command 'imprt'", "'import'"}},
         {"ravik symbol gte X", 2, {}, {"unknown command 'symbol gte'", "'symbol get'"}},
         {"ravik symbol", 2, {}, {"symbol get, symbol set"}},
@@ -72,6 +82,79 @@ TEST(Usage, output_that_cannot_be_written_fails_and_a_reader_that_goes_away_does
     shell.expect({"ravik help >&-", 1, {}, {"standard output"}});
     shell.expect({"ravik nonsense >/dev/full 2>&-", 2, {}, {}});
     shell.expect({"(ravik help; echo $? >&2) | true", 0, {}, {"0"}});
+}
+
+/// What no terminal may get: an escape, a C1 control, direction and other invisible marks, line ends of every kind.
+constexpr std::array<std::string_view, 9> hidden{"\x1b",         "\x7f",         "\xc2\x9b",
+                                                 "\xd8\x9c",     "\xe2\x80\x8f", "\xe2\x80\xa8",
+                                                 "\xe2\x80\xae", "\xe2\x81\xa6", "\xef\xbb\xbf"};
+
+TEST(Terminal, gets_no_control_character_of_any_input)
+{
+    Shell const shell;
+    std::string text = "x\\ny";
+    for (auto const mark : hidden)
+    {
+        text += mark;
+    }
+    shell.write("ravik.json", R"({"extensions": [
+        {"domain": "RavikRecipeManagement", "library": "libRavikRecipeManagement.so"},
+        {"domain": "D)" + text.substr(4) +
+                                  R"(", "library": "libRavikSimulation.so",
+         "configuration": {"variables": {"v": ""}}}],
+        "symbols": {"v": {"DOMAIN": "D)" +
+                                  text.substr(4) + R"("}}})");
+    shell.write("recipes.json", R"({"recipeTypeList": {"T": {"members": {"m": {"symbol": "v", "enabled": true}}}},
+        "recipeList": {"R)" + text + R"(": {"recipeTypeName": "T", "values": {"m": ")" +
+                                    text + "\", \"" + text + "\": 1}}}}");
+    shell.write("text", text.substr(4));
+    std::string const argument = "\"x\ny$(cat text)\"";
+    for (auto const* const line : {"import recipes.json",
+                                   "get",
+                                   "export",
+                                   "activate R@",
+                                   "read R@",
+                                   "active",
+                                   "recipes T",
+                                   "recipes @",
+                                   "update --all",
+                                   "update @",
+                                   "symbols",
+                                   "symbol get v @",
+                                   "symbol set v '\"'@'\"'",
+                                   "set recipeList::@ 1",
+                                   "set recipeList::R@::values::@ 2",
+                                   "delete --dry-run recipeList::R@",
+                                   "rename recipeList::R@ recipeList::@",
+                                   "get @",
+                                   "check",
+                                   "call @",
+                                   "--domain @ get",
+                                   "--domain D$(cat text) get",
+                                   "@",
+                                   "symbol @",
+                                   "--@ get",
+                                   "--project @ get",
+                                   "--wait @ get",
+                                   "get a @",
+                                   "import @",
+                                   "export @",
+                                   "init @",
+                                   "help @"})
+    {
+        auto const command = boost::replace_all_copy(std::string(line), "@", argument);
+        for (auto const* const form : {"", "--json "})
+        {
+            SCOPED_TRACE(form + std::string(line));
+            auto const ended = shell.run("ravik " + (form + command));
+            auto const shown = ended.out + ended.err;
+            EXPECT_FALSE(shown.empty());
+            EXPECT_EQ(shown.find("x\ny"), std::string::npos) << shown;
+            EXPECT_TRUE(std::none_of(hidden.begin(), hidden.end(),
+                                     [&](std::string_view mark) { return shown.find(mark) != std::string::npos; }))
+                << shown;
+        }
+    }
 }
 
 TEST(Init, writes_the_sample_once_and_never_overwrites)
