@@ -42,7 +42,7 @@ Answer active_one_by_one(Invocation& invocation, RavikSrv::Session request, Answ
         }
         auto const reading = call_with(invocation, request, Function::read_from_target, Parameter::path, name);
         auto const told = name_and_text(reading.succeeded() ? outcome : reading);
-        answer.messages.push_back(name + ": " + told);
+        answer.messages.push_back(std::string(name).append(": ").append(told));
         Value entry;
         entry.insert("recipe", text_value(name));
         entry.insert("text", text_value(told));

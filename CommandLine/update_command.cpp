@@ -12,6 +12,8 @@
 
 #include <boost/algorithm/string/join.hpp>
 
+#include <algorithm>
+#include <iterator>
 #include <optional>
 #include <unordered_set>
 
@@ -21,7 +23,6 @@ namespace Ravik::CommandLine
 namespace
 {
 
-using RavikSrv::ErrorValue;
 using RavikSrv::Value;
 
 namespace State
