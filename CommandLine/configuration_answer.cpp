@@ -1,7 +1,6 @@
 #include "configuration_answer.h"
 
 #include "recipe_names.h"
-#include "text_width.h"
 
 namespace Ravik::CommandLine
 {
@@ -49,7 +48,7 @@ void print_findings(std::vector<Finding> const& findings, Output& output)
         {
             if (finding.is_note() == notes)
             {
-                output.print((notes ? "note: " : "") + printable(finding.path) + ": " + printable(finding.text));
+                output.print((notes ? "note: " : "") + finding.path + ": " + finding.text);
             }
         }
     }

@@ -148,7 +148,7 @@ TEST(Edits, leave_the_recipes_in_the_order_of_the_tree)
         {R"(R::F::R3 = {"recipeTypeName":"A","values":{}})", R"(R::R4 = {"recipeTypeName":"A","values":{"m":4}})",
          R"(R::F::R0 = {"recipeTypeName":"A","values":{"m":1}})", "R::F::R0 > R::F::R5", "R::R2 >", "R::F > R::G",
          "+ | G::R6:A { } R7:A { }",
-         R"(R::G = {"R6":{"recipeTypeName":"A"},"R1":{"recipeTypeName":"A"},"R3":{"recipeTypeName":"A"},"R5":{"recipeTypeName":"A"}})"})
+         R"(R::G = {"R6":{"recipeTypeName":"A","values":{}},"R1":{"recipeTypeName":"A","values":{}},"R3":{"recipeTypeName":"A","values":{}},"R5":{"recipeTypeName":"A","values":{}}})"})
     {
         expect_made(edited, {edit});
         auto const order = listed(edited);
