@@ -7,8 +7,7 @@ namespace RavikSrv
 
 /// The server's error enumeration. 0 is success. The values come in groups, each a run of consecutive numbers from the
 /// number that its first enumerator states; clients see these numbers, so an enumerator never changes its value.
-enum class [[nodiscard]] ErrorValue : std::uint32_t
-{
+enum class [[nodiscard]] ErrorValue : std::uint32_t{
     SUCCESS = 0,
     FINISHED,
     DISCONNECTED,

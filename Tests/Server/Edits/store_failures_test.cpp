@@ -62,8 +62,8 @@ void expect_all_or_nothing(EditedProject& edited, std::function<std::string(Open
     {
         auto calls_left = calls;
         auto store = Store::open(edited.folder.path() / "ravik.db", std::chrono::seconds(0));
-        auto const project = opened(edited.folder.path() / "ravik.json",
-                                    std::make_unique<FailingStore>(std::move(store), calls_left));
+        auto const project =
+            opened(edited.folder.path() / "ravik.json", std::make_unique<FailingStore>(std::move(store), calls_left));
         auto const failure = work(*project);
         is_made = failure.empty();
         EXPECT_EQ(dump(project->get(edited.domain, "").value) == before, !is_made) << calls;
