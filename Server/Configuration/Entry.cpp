@@ -29,7 +29,7 @@ bool in_list(std::string_view path, std::string_view list)
            (path.size() == list.size() || path.substr(list.size()).starts_with(RavikSrv::separator_text));
 }
 
-/// Answers whether the walk goes on.
+/// Returns whether the walk goes on.
 bool walk(std::string const& path, Value const& node, EntryVisit const& visit, bool with_folders)
 {
     auto const kind = kind_of(path, node);

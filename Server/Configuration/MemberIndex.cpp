@@ -35,7 +35,7 @@ MemberIndex::Members const* MemberIndex::members_of(std::string const& type)
     return found->second.exists ? &found->second.members : nullptr;
 }
 
-/// Answers whether there is such a type.
+/// Returns whether there is such a type.
 bool MemberIndex::collect(std::string const& type, int depth, std::set<std::string>& walked, Members& members) const
 {
     auto const path = type_path(type);

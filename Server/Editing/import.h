@@ -32,7 +32,7 @@ public:
     Import(ImportSite site, RavikSrv::Value data, ImportOptions const& options);
 
     /// Checks the names, that no entry takes the place of a folder or the reverse, the schema of each entry, and asks
-    /// the extension about it. Answers the first refusal or, for a dry run, all of them.
+    /// the extension about it. Returns the first refusal or, for a dry run, all of them.
     std::vector<Refusal> check();
 
     /// Writes what has passed the check.

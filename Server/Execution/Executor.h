@@ -34,7 +34,7 @@ public:
     {
     }
 
-    /// Executes the group. Answers `SUCCESS` where every command succeeded or failed only inside its extension, else
+    /// Executes the group. Returns `SUCCESS` where every command succeeded or failed only inside its extension, else
     /// the first error of the server's own; such a command carries that error and a text that names its symbol.
     RavikSrv::ErrorValue execute(RavikSrv::Context const& context, RavikSrv::CommandGroup& group);
     /// Executes one command as a group of the server's own domain; answers the command's own result.
@@ -72,7 +72,7 @@ private:
     void map_command(Extension const& extension, RavikSrv::Command& command, Misfit& misfit) const;
     /// Fills in the mapping and checks the value, unless one that does not fit is known already.
     static void map_symbol(SymbolReference const& reference, RavikSrv::Command& command, Misfit& misfit);
-    /// Answers whether a value did not fit; then every command of the group tells so.
+    /// Returns whether a value did not fit; then every command of the group tells so.
     static bool refuse_all(RavikSrv::CommandGroup& group, Misfit const& misfit);
     void send(RavikSrv::Context const& context, Extension& extension, RavikSrv::CommandGroup& group) const;
 

@@ -21,7 +21,7 @@ public:
     void skip_punctuation() noexcept;
     void skip_token() noexcept;
     void skip_value() noexcept;
-    /// Answers the token, quotes included.
+    /// Returns the token, quotes included.
     std::string_view skip_text() noexcept;
 
 private:

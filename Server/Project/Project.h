@@ -149,7 +149,7 @@ protected:
 
 /// Writes a sample project into `directory`, which is made where it is missing: ravik.json, recipes.json to import and
 /// a .gitignore for the store. Throws `ProjectError`, and writes nothing, where one of the files exists already.
-/// Answers the files written.
+/// Returns the files written.
 std::vector<std::filesystem::path> create_sample_project(std::filesystem::path const& directory);
 
 } // namespace Ravik

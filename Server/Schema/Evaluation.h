@@ -72,7 +72,7 @@ private:
     bool check_condition(Combination const& combination, Value const& value, InstanceLocation const& location);
     std::string reasons(std::vector<NodeId> const& schemas, Value const& value, InstanceLocation const& location);
 
-    /// Answers false; `text`, a function, is only asked where somebody will read it.
+    /// Returns false; `text`, a function, is only asked where somebody will read it.
     template <typename Text> bool fail(RavikSrv::ErrorValue result, InstanceLocation const& location, Text const& text)
     {
         if (m_silent == 0)

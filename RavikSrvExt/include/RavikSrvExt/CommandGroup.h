@@ -31,7 +31,7 @@ public:
     ConstVectorIterator<Command> end_vector() const noexcept { return begin_vector() + count(); }
 
     /// Inserts a copy of `command` before `position`, which is an iterator of this group (`end_vector()` appends).
-    /// Answers the new command's position; all earlier iterators are invalid.
+    /// Returns the new command's position; all earlier iterators are invalid.
     VectorIterator<Command> insert(VectorIterator<Command> const& position, Command const& command)
     {
         auto const offset = position - begin_vector();

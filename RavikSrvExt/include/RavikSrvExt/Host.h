@@ -18,7 +18,7 @@ namespace RavikSrv
 class RAVIK_SRV_EXT_API IRavikSrvExtHost
 {
 public:
-    /// Executes the commands of `group` in the domain that the group names. Answers the outcome of the whole; each
+    /// Executes the commands of `group` in the domain that the group names. Returns the outcome of the whole; each
     /// command carries its own afterwards. A command whose write value is null reads.
     virtual ErrorValue execute_command_group(Context const& context, CommandGroup* group) = 0;
     /// Executes one command, which the server routes by its name; the command carries its outcome afterwards.
@@ -34,7 +34,7 @@ public:
     /// named entries are added or replaced, the others stay). With no value the entry is removed. The empty path stands
     /// for the whole configuration. A path with an empty component answers `INVALID_PATH`; one that leads nowhere
     /// answers `ENTRY_NOT_FOUND` (a write may name a new entry in its last component only). A failure leaves the
-    /// configuration as it was. Listeners of the domain are told before the call returns.
+    /// configuration as it was. Listeners are not told of what an extension writes itself.
     virtual ErrorValue set_config_value(Context const& context, char const* path, Value const* value) = 0;
     /// Reads a copy of the entry at `path` of the configuration of the context's domain, null where there is none. The
     /// empty path gives the whole configuration.

@@ -25,7 +25,7 @@ public:
     MapBuilder& operator=(MapBuilder&&) noexcept;
     ~MapBuilder();
 
-    /// Appends an entry. Answers false, and appends nothing, where there is one of that name already.
+    /// Appends an entry. Returns false, and appends nothing, where there is one of that name already.
     bool insert(std::string_view name, Value&& value);
 
     /// The map with all entries, in exactly the memory that it needs. The builder is done with and only to be
