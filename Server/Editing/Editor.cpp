@@ -23,7 +23,6 @@ using RavikSrv::Context;
 using RavikSrv::ErrorValue;
 using RavikSrv::ResultPair;
 using RavikSrv::Value;
-using RavikSrv::ValueType;
 
 namespace
 {
@@ -407,7 +406,7 @@ EditOutcome Editor::import(std::string const& domain, Value const& data, ImportO
 std::vector<Finding> Editor::check(std::string const& domain) const
 {
     auto const here = site(domain);
-    if (here.extension == nullptr || !here.schemas->has_recipes())
+    if (here.extension == nullptr || here.schemas == nullptr || !here.schemas->has_recipes())
     {
         return {};
     }
