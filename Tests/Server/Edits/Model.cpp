@@ -174,9 +174,14 @@ void Model::move_types(std::string const& from, std::string const& to)
                 auto const* const record = first(records, value_name);
                 auto const nests_moved = [&](auto const& member)
                 { return member.first == value_name && is_moved(member.second.nested); };
-                auto const stays = record != nullptr && record->is_member &&
-                                   std::any_of(types.at(record->type).members.begin(),
-                                               types.at(record->type).members.end(), nests_moved);
+                // The value of a member that goes itself, or under the name of a type that goes, stays as it is.
+                auto const nests = [&](std::string const& type)
+                {
+                    auto const& members = types.at(type).members;
+                    return std::any_of(members.begin(), members.end(), nests_moved);
+                };
+                auto const stays =
+                    record != nullptr && (is_moved(record->type) || (record->is_member && nests(record->type)));
                 if (gone.contains(value) && names_recipe(recipe, value_name) && !stays)
                 {
                     value.clear();

@@ -352,7 +352,7 @@ Model make(OpenProject& project, std::filesystem::path const& file, Model const&
     auto const tree = project.get(domain, "").value;
     auto const error = name(report.error);
     // What the extension itself does not want to see is no fault of the server's.
-    auto const is_veto = error == "MULTIPLE_MATCHES" || error == "TYPE_MISSING";
+    auto const is_veto = error == "MULTIPLE_MATCHES" || error == "TYPE_MISSING" || error == "TYPE_MISMATCH";
     auto const& expected = report.succeeded() ? edit.after : model;
     if (report.succeeded() == edit.is_refused && !is_veto)
     {
