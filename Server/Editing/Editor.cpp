@@ -55,6 +55,16 @@ bool keeps_paths(Move const& move, Value const& before)
            (move.is_delete() || speaks_of(Key::members) || speaks_of(Key::values));
 }
 
+/// Whether the path is one of these or lies below one.
+bool lies_in(std::string path, std::set<std::string> const& places)
+{
+    while (!path.empty() && !places.contains(path))
+    {
+        path = Tree::split_last(path).parent;
+    }
+    return !path.empty();
+}
+
 } // namespace
 
 Editor::Site Editor::site(std::string const& domain) const
@@ -316,20 +326,41 @@ Refusal Editor::make_move(Site const& site, Move const& move, Value const& befor
     return explained(m_core.writer.tell_moved(site.context, site.domain, move, entry, kind), move.path);
 }
 
-/// Writes whatever stands otherwise than expected.
+/// Writes whatever stands otherwise than expected. Where an entry is missing its map is written as a whole, since the
+/// entry has its place among the others.
 Refusal Editor::put_right(Site const& site, Move const& move, Value const& expected, Configuration::Turn& turn) const
 {
-    for (auto const& difference : differences(expected, m_core.configuration.tree(site.domain)))
+    auto const found = differences(expected, m_core.configuration.tree(site.domain));
+    std::set<std::string> maps;
+    for (auto const& difference : found)
     {
-        auto const result = difference.expected ? turn.write(site.domain, difference.path, *difference.expected,
-                                                             Tree::WriteMode::ReplaceInPath)
-                                                : turn.remove(site.domain, difference.path);
-        if (result != ErrorValue::SUCCESS)
+        auto const parent = Tree::split_last(difference.path).parent;
+        if (difference.expected && !difference.actual && !parent.empty())
         {
-            return {ErrorValue::UNEXPECTED, "it could not be carried through at " + difference.path, move.path};
+            maps.insert(parent);
         }
     }
-    return {};
+    auto result = ErrorValue::SUCCESS;
+    for (auto const& map : maps)
+    {
+        auto const written =
+            turn.write(site.domain, map, *RavikSrv::node_path(map, expected).node, Tree::WriteMode::Replace);
+        result = result == ErrorValue::SUCCESS ? written : result;
+    }
+    for (auto const& difference : found)
+    {
+        if (lies_in(difference.path, maps))
+        {
+            continue;
+        }
+        auto const written = difference.expected ? turn.write(site.domain, difference.path, *difference.expected,
+                                                              Tree::WriteMode::ReplaceInPath)
+                                                 : turn.remove(site.domain, difference.path);
+        result = result == ErrorValue::SUCCESS ? written : result;
+    }
+    return result == ErrorValue::SUCCESS
+               ? Refusal()
+               : Refusal{ErrorValue::UNEXPECTED, "it could not be carried through", move.path};
 }
 
 /// Still in the edit's turn, so that nobody edits while the extension learns its entries anew.
