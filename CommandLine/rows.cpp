@@ -2,6 +2,8 @@
 
 #include "algorithm_helper.h"
 
+#include <utility>
+
 namespace Ravik::CommandLine
 {
 
@@ -23,7 +25,7 @@ Value text_values(std::vector<std::string> const& texts)
     return list;
 }
 
-Rows::Rows(std::vector<std::string> const& states) : m_states(states)
+Rows::Rows(std::vector<std::string> states) : m_states(std::move(states))
 {
 }
 

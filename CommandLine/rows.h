@@ -19,7 +19,7 @@ class Rows
 {
 public:
     /// The states as they are counted, in this order, also those that no row is in.
-    explicit Rows(std::vector<std::string> const& states);
+    explicit Rows(std::vector<std::string> states);
 
     /// Adds a row; its "state" is counted.
     void add(RavikSrv::Value const& row);
