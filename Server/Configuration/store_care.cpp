@@ -104,7 +104,7 @@ fs::path name_to_keep(fs::path const& file)
 /// Puts the replacement in the file's place, which stays there under another name, with its log. Returns that name.
 fs::path replace_and_keep(Replacement& replacement, fs::path const& file)
 {
-    auto const kept = name_to_keep(file);
+    auto kept = name_to_keep(file);
     fs::create_hard_link(file, kept);
     replacement.become_target(StoreFile::log_of(kept));
     return kept;

@@ -347,7 +347,7 @@ Sqlite::Database Replacement::open() const
     return database;
 }
 
-void Replacement::make_empty()
+void Replacement::make_empty() const
 {
     auto const database = open();
     Sqlite::execute(database.get(), "PRAGMA journal_mode=MEMORY; BEGIN");
@@ -356,7 +356,7 @@ void Replacement::make_empty()
     Sqlite::execute(database.get(), "COMMIT");
 }
 
-void Replacement::stamp()
+void Replacement::stamp() const
 {
     auto const database = open();
     auto sum = StoreFormat::read_sum(database.get());

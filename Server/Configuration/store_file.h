@@ -69,9 +69,9 @@ public:
     /// Opens the file for writing it; what is written is on the medium only once it has become its target.
     Sqlite::Database open() const;
     /// Makes the tables of an empty store.
-    void make_empty();
+    void make_empty() const;
     /// Gives the store, which is complete, a stamp of its own, so that no log of another fits it.
-    void stamp();
+    void stamp() const;
     /// Moves it, closed and with a stamp, to where it belongs, on the medium too, and takes the owner of what stood
     /// there. A log that stood there is removed or, where a name is given, kept under it.
     void become_target(std::filesystem::path const& log_kept_as = {});

@@ -211,8 +211,9 @@ void Reading::build_trees()
         {
             for (auto const& orphan : orphans)
             {
-                m_on_fault("the row \"" + orphan.path + "\" of " + domain + " is an orphan: there is no folder \"" +
-                           parent + "\"");
+                auto text = "the row \"" + orphan.path + "\" of ";
+                text.append(domain).append(" is an orphan: there is no folder \"").append(parent).append("\"");
+                m_on_fault(text);
             }
         }
     }

@@ -59,13 +59,13 @@ void check_symbol(SymbolTable const& symbols, std::string const& path, std::stri
     if (reference.symbol == nullptr)
     {
         findings.push_back({Finding::Kind::Symbol, path,
-                            "the symbol \"" + symbol + "\" is not among the \"symbols\" of ravik.json; map it there"});
+                            "the symbol \"" + symbol + R"(" is not among the "symbols" of ravik.json; map it there)"});
     }
     else if (reference.symbol->domain == server_domain && reference.symbol->use_mapping)
     {
         findings.push_back({Finding::Kind::NeverWritten, path,
                             "no activation writes the symbol \"" + symbol +
-                                "\", a variable of the server's own: give it \"USEMAPPING\": false in ravik.json"});
+                                R"(", a variable of the server's own: give it "USEMAPPING": false in ravik.json)"});
     }
 }
 

@@ -16,7 +16,6 @@ namespace Ravik
 
 using RavikSrv::ErrorValue;
 using RavikSrv::Value;
-using RavikSrv::ValueType;
 using RavikSrv::Algorithm::to_string;
 
 namespace
