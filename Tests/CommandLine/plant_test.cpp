@@ -104,7 +104,7 @@ TEST_F(Plant, names_the_symbols_and_recipes_that_are_missing)
          0,
          {"symbols written"},
          {"recipeList::Products::Cola1500::values::Capping names the recipe 'Capping::Gone', which does not exist"}},
-        {"sed -i 's/\"Filler.Speed\"/\"Filler.Pace\"/' ravik.json; ravik activate Filling::Cola1500",
+        {R"(sed -i 's/"Filler.Speed"/"Filler.Pace"/' ravik.json; ravik activate Filling::Cola1500)",
          1,
          {"No symbol"},
          {"SYMBOL_NOT_MAPPED: ravik.json maps no symbol \"Filler.Speed\" (member FillerSpeed)"}},

@@ -85,9 +85,11 @@ TEST(Usage, output_that_cannot_be_written_fails_and_a_reader_that_goes_away_does
 }
 
 /// What no terminal may get: an escape, a C1 control, direction and other invisible marks, line ends of every kind.
+// NOLINTBEGIN(misc-misleading-bidirectional): what is tried
 constexpr std::array<std::string_view, 9> hidden{"\x1b",         "\x7f",         "\xc2\x9b",
                                                  "\xd8\x9c",     "\xe2\x80\x8f", "\xe2\x80\xa8",
                                                  "\xe2\x80\xae", "\xe2\x81\xa6", "\xef\xbb\xbf"};
+// NOLINTEND(misc-misleading-bidirectional)
 
 TEST(Terminal, gets_no_control_character_of_any_input)
 {
