@@ -338,7 +338,8 @@ Examples:
      .most = 0,
      .summary = "Keep what is whole of a damaged store",
      .description = R"(
-Makes a store of every row that is whole and says what is lost. The damaged store
+Makes a store of the whole rows, up to the first page that can't be read, and says
+what is lost. The damaged store
 is kept beside it, as ravik.db.damaged-1. Restore a backup instead where it is new
 enough.
 

@@ -74,7 +74,7 @@ Answer store_check(Invocation& invocation)
         return answer;
     }
     answer.text = "the store is damaged; 'ravik store restore FILE' puts a backup in its place, 'ravik store repair' "
-                  "keeps every row that is whole";
+                  "keeps the rows that are whole and can be reached";
     tell_faults(report, invocation.output());
     return answer;
 }
