@@ -91,10 +91,11 @@ ErrorValue Executor::execute(Context const& context, Command& command)
 ErrorValue Executor::execute_domain_group(Context const& context, Extension& extension, CommandGroup& group)
 {
     Misfit misfit;
+    Symbol const* last = nullptr;
     for (auto command = group.begin_vector(); command != group.end_vector(); ++command)
     {
         command->set_result(ErrorValue::SUCCESS);
-        map_command(extension, *command, misfit);
+        map_command(extension, *command, last, misfit);
     }
     auto const unmapped = first_server_error(group);
     if (unmapped != ErrorValue::SUCCESS)
@@ -115,9 +116,10 @@ ErrorValue Executor::execute_domain_group(Context const& context, Extension& ext
     return first_server_error(group);
 }
 
-void Executor::map_command(Extension const& extension, Command& command, Misfit& misfit) const
+void Executor::map_command(Extension const& extension, Command& command, Symbol const*& last, Misfit& misfit) const
 {
-    auto const reference = m_symbols.find(command.name());
+    auto const reference = m_symbols.find_behind(last, command.shared_name().view());
+    last = reference.symbol;
     if (reference.symbol != nullptr && reference.symbol->domain == extension.domain())
     {
         map_symbol(reference, command, misfit);
@@ -142,7 +144,7 @@ void Executor::map_command(Extension const& extension, Command& command, Misfit&
 void Executor::map_symbol(SymbolReference const& reference, Command& command, Misfit& misfit)
 {
     auto const& symbol = *reference.symbol;
-    command.set_mapping(reference.rest.empty() ? symbol.mapping.c_str() : reference.mapping().c_str());
+    command.set_mapping(reference.mapping());
     auto const& value = value_to_write(command);
     if (misfit.result != ErrorValue::SUCCESS || !value.isset())
     {

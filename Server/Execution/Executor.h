@@ -68,8 +68,9 @@ private:
         std::string text;
     };
 
-    /// Fills in the command's mapping, or its failure.
-    void map_command(Extension const& extension, RavikSrv::Command& command, Misfit& misfit) const;
+    /// Fills in the command's mapping, or its failure. `last` is the symbol of the command before and becomes this
+    /// one's.
+    void map_command(Extension const& extension, RavikSrv::Command& command, Symbol const*& last, Misfit& misfit) const;
     /// Fills in the mapping and checks the value, unless one that does not fit is known already.
     static void map_symbol(SymbolReference const& reference, RavikSrv::Command& command, Misfit& misfit);
     /// Returns whether a value did not fit; then every command of the group tells so.

@@ -380,7 +380,7 @@ std::vector<SymbolInfo> OpenProject::symbols() const
     for (auto const& symbol : m_symbols.all())
     {
         infos.push_back(
-            {.name = symbol.name, .domain = symbol.domain, .mapping = symbol.mapping, .schema = symbol.schema});
+            {.name = symbol.name, .domain = symbol.domain, .mapping = symbol.mapping.str(), .schema = symbol.schema});
     }
     return infos;
 }
