@@ -29,7 +29,7 @@ void SymbolList::repeat_symbols(std::size_t first, std::size_t last)
 SymbolData* SymbolList::find_name(std::string_view name)
 {
     // The members of one type have different names, so that the next record that bears this one is the first as well.
-    auto const is_next = m_types.empty() && m_next < m_records.size() && m_records[m_next].name == name;
+    auto const is_next = m_type_count == 1 && m_next < m_records.size() && m_records[m_next].name == name;
     return is_next ? &m_records[m_next++] : find_indexed(name);
 }
 

@@ -25,6 +25,8 @@ public:
     SymbolList& operator=(SymbolList const&) = delete;
     ~SymbolList() = default;
 
+    /// Tells that the records which are appended next come of another type.
+    void begin_type() noexcept { ++m_type_count; }
     /// Appends an empty record, to be filled with a symbol, without any search. Records stay where they are.
     SymbolData& append_symbol() { return m_records.emplace_back(); }
     /// Appends the record of a type unless an equal one is in the list.
@@ -60,6 +62,7 @@ private:
     Records m_records;
     /// A type's record has no symbol and no recipe type: its name alone makes it equal to another.
     boost::unordered_flat_set<std::string_view> m_types;
+    std::size_t m_type_count = 0;
     bool m_symbols_are_distinct = false;
     /// The position of the first record by name, of the first `m_indexed` records; refers to their names.
     NameMap<std::size_t> m_first_by_name;

@@ -142,6 +142,7 @@ ResultPair TypeWalk::walk(std::string const& recipetype_name, unsigned long dept
     {
         return result;
     }
+    m_symbols.begin_type();
     for (auto& member : m_symbols.members_of(type))
     {
         if (auto result = add_member(member, depth, type_context); failed(result))
