@@ -339,14 +339,12 @@ public:
         {
             return false;
         }
-        m_are_distinct = m_are_distinct && is_name && std::less<>()(m_last, &*found);
-        m_last = &*found;
+        m_are_distinct = m_are_distinct && is_name && is_new(&*found);
         take(*found, record);
         return true;
     }
 
-    /// Whether no symbol was asked for twice. Told only of symbols that stand in the table in the order in which they
-    /// were asked for, as they mostly do: each is then another.
+    /// Whether no symbol was asked for twice. Not told of symbols with more than their name.
     bool are_distinct() const noexcept { return m_are_distinct; }
 
 private:
@@ -356,6 +354,24 @@ private:
         domain,
         use_mapping,
     };
+
+    /// Whether the entry was not asked for before. Those that stand in the table in the order in which they are asked
+    /// for are; only the first that does not has the others kept.
+    bool is_new(Value const* entry)
+    {
+        if (m_known.empty() && std::less<>()(m_last, entry))
+        {
+            m_in_order.push_back(entry);
+            m_last = entry;
+            return true;
+        }
+        if (m_known.empty())
+        {
+            m_known.reserve(2 * m_in_order.size());
+            m_known.insert(m_in_order.begin(), m_in_order.end());
+        }
+        return m_known.insert(entry).second;
+    }
 
     /// Reads an entry of the table, in one go for speed.
     void take(Value const& mapping, SymbolData& record)
@@ -380,6 +396,8 @@ private:
     OrderedLookup m_entries;
     KeyRoles<Role, 2> m_roles;
     Value const* m_last = nullptr;
+    std::vector<Value const*> m_in_order;
+    boost::unordered_flat_set<Value const*> m_known;
     bool m_are_distinct = true;
 };
 
