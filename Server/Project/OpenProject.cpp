@@ -230,6 +230,7 @@ FunctionOutcome OpenProject::call(RavikSrv::Session request, std::string const& 
                                   Value const& parameters)
 {
     Recorder::Recording recording(m_core.executor.recorder(), request);
+    ReadMemory::Scope const remembering(m_core.executor.read_memory(), request);
     Context context;
     context.set_domain(domain.c_str());
     context.set_session(request);
