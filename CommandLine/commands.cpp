@@ -338,10 +338,9 @@ Examples:
      .most = 0,
      .summary = "Keep what is whole of a damaged store",
      .description = R"(
-Makes a store of the whole rows, up to the first page that can't be read, and says
-what is lost. The damaged store
-is kept beside it, as ravik.db.damaged-1. Restore a backup instead where it is new
-enough.
+Makes a store of every whole row that can be reached, and says what is lost. The
+damaged store is kept beside it, as ravik.db.damaged-1. Restore a backup instead
+where there is one that is new enough.
 
 Examples:
   ravik store repair
