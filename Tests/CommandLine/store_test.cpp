@@ -22,7 +22,16 @@ protected:
             recipes.append(300, 'x').append("\"}}");
         }
         shell.write("more.json", R"({"recipeList":{)" + recipes + "}}");
-        shell.expect({"ravik init && ravik import recipes.json && ravik import more.json", 0, {"100 recipes"}, {}});
+        expect("ravik init && ravik import recipes.json && ravik import more.json", 0, "100 recipes");
+    }
+
+    /// Runs the line and expects its status and, on either stream, the text.
+    void expect(std::string const& line, int status, std::string const& text = "") const
+    {
+        SCOPED_TRACE(line);
+        auto const ended = shell.run(line);
+        EXPECT_EQ(ended.status, status) << ended.err;
+        EXPECT_NE((ended.out + ended.err).find(text), std::string::npos) << ended.out << ended.err;
     }
 
     /// A line that empties the page of the store in which the recipe stands.
@@ -37,32 +46,37 @@ protected:
 
 TEST_F(StoreCommands, look_after_a_store_that_is_whole)
 {
-    for (auto const& line : {
-             Line{"ravik store check", 0, {"The store is whole: 105 rows."}, {}},
-             Line{"ravik store repair", 0, {"nothing to repair"}, {}},
-             Line{"ravik store backup --force b.db", 0, {"b.db"}, {}},
-             Line{"ravik store restore b.db", 0, {"105 rows"}, {}},
-             Line{"ravik store backup b.db", 1, {}, {"--force replaces it"}},
-             Line{"ravik store backup --force ravik.db", 1, {}, {"it is the store itself"}},
-             Line{"ravik store backup no/such/b.db", 1, {}, {"no/such/b.db"}},
-             Line{"ravik store restore c.db", 1, {}, {"c.db does not exist"}},
-             Line{"ravik store restore ravik.db", 1, {}, {"is the store itself"}},
-             Line{"ravik store restore ravik.json", 1, {}, {"ravik.json is not restored", "no SQLite database"}},
-             Line{"ravik store check b.db", 2, {}, {"one too many"}},
-             Line{"ravik store restore", 2, {}, {"ravik store restore FILE"}},
-             Line{"ravik store chek", 2, {}, {"'store check'"}},
-             Line{"ravik store check --project no", 3, {}, {"holds no project"}},
-             Line{"ravik store restore b.db --project no", 3, {}, {"holds no project"}},
+    struct Case
+    {
+        char const* arguments;
+        int status;
+        char const* text;
+    };
+    for (auto const& each : {
+             Case{"check", 0, "The store is whole: 105 rows."},
+             Case{"repair", 0, "nothing to repair"},
+             Case{"backup --force b.db", 0, "b.db"},
+             Case{"restore b.db", 0, "105 rows"},
+             Case{"backup b.db", 1, "--force replaces it"},
+             Case{"backup --force ravik.db", 1, "it is the store itself"},
+             Case{"backup no/such/b.db", 1, "no/such/b.db"},
+             Case{"restore c.db", 1, "c.db does not exist"},
+             Case{"restore ravik.db", 1, "is the store itself"},
+             Case{"restore ravik.json", 1, "ravik.json is not restored"},
+             Case{"check b.db", 2, "one too many"},
+             Case{"restore", 2, "ravik store restore FILE"},
+             Case{"chek", 2, "'store check'"},
+             Case{"check --project no", 3, "holds no project"},
+             Case{"restore b.db --project no", 3, "holds no project"},
          })
     {
-        shell.expect(line);
-        auto of_json = line;
-        of_json.out = {};
-        shell.expect_json(of_json);
+        expect("ravik store " + std::string(each.arguments), each.status, each.text);
+        expect("ravik --json store " + std::string(each.arguments), each.status, "{\"result\":");
     }
-    shell.expect({"ravik delete recipeList::R5 && ravik store restore b.db", 1, {"R5"}, {"--force replaces it"}});
-    shell.expect({"ravik store restore --force b.db && ravik get recipeList::R5", 0, {"105 rows", "<5x"}, {}});
-    shell.expect({"rm ravik.db && ravik store check", 3, {}, {"there is no store"}});
+    expect("ravik --json store check", 0, R"("value":{"rows":105,"faults":[]})");
+    expect("ravik delete recipeList::R5 && ravik store restore b.db", 1, "--force replaces it");
+    expect("ravik store restore --force b.db && ravik get recipeList::R5", 0, "<5x");
+    expect("rm ravik.db && ravik store check", 3, "there is no store");
 }
 
 TEST_F(StoreCommands, tell_damage_and_keep_what_can_be_had)
@@ -70,40 +84,38 @@ TEST_F(StoreCommands, tell_damage_and_keep_what_can_be_had)
     struct Case
     {
         std::string damage;
-        std::string fault;
-        /// What repairing prints, or the message with which it is refused, and what `kept` then lists.
-        std::string repaired;
-        std::string refused;
+        char const* fault;
+        /// A recipe that repairing keeps, and one that is lost; none where nothing can be had.
         char const* kept;
         char const* lost;
     };
-    shell.expect({"ravik store backup b.db", 0, {"b.db"}, {}});
+    expect("ravik store backup b.db", 0);
     for (auto const& each : {
-             Case{": >ravik.db", "it has no bytes", "", "no row of it can be had", "", ""},
-             Case{"head -c 5000 b.db >ravik.db", "malformed", "", "no row of it can be had", "", ""},
-             Case{"printf X | dd of=ravik.db conv=notrunc status=none", "no SQLite database", "", "no row", "", ""},
-             Case{"sed -i 's/<50x/<51x/' ravik.db", "\"recipeList::R50\"", "rows that are whole, 104", "", "R51",
-                  "R50"},
-             Case{"truncate -s 36864 ravik.db", "malformed", "rows that are whole", "", "R9", "R99"},
-             Case{empty_page_of("50"), "rows are lost", "rows that are whole", "", "R99", "R50"},
+             Case{": >ravik.db", "it has no bytes", nullptr, nullptr},
+             Case{"head -c 5000 b.db >ravik.db", "malformed", nullptr, nullptr},
+             Case{"printf X | dd of=ravik.db conv=notrunc status=none", "no SQLite database", nullptr, nullptr},
+             Case{"sed -i 's/<50x/<51x/' ravik.db", "\"recipeList::R50\"", "R51", "R50"},
+             Case{"truncate -s 36864 ravik.db", "malformed", "R9", "R99"},
+             Case{empty_page_of("50"), "rows are lost", "R99", "R50"},
              // The rows between the two are found by the index.
-             Case{empty_page_of("20") + "; " + empty_page_of("70"), "rows are lost", "whole", "", "R45", "R70"},
+             Case{empty_page_of("20") + "; " + empty_page_of("70"), "rows are lost", "R45", "R70"},
          })
     {
         SCOPED_TRACE(each.damage);
-        shell.expect({"rm -f ravik.db* && cp b.db ravik.db && " + each.damage, 0, {}, {}});
-        shell.expect({"ravik store check", 1, {each.fault}, {"the store is damaged"}});
-        shell.expect({"ravik symbols", 3, {}, {"ravik.db"}});
-        if (each.repaired.empty())
+        expect("rm -f ravik.db* && cp b.db ravik.db && " + each.damage, 0);
+        expect("ravik store check", 1, each.fault);
+        expect("ravik --json store check", 1, R"("name":"STORAGE")");
+        expect("ravik symbols", 3, "ravik.db");
+        if (each.kept == nullptr)
         {
-            shell.expect({"ravik store repair", 1, {}, {each.refused}});
+            expect("ravik store repair", 1, "no row of it can be had");
             continue;
         }
-        shell.expect({"ravik store repair", 0, {each.repaired, each.fault, "ravik.db.damaged-1"}, {}});
-        shell.expect({"ravik store check", 0, {"whole"}, {}});
-        shell.expect({"ravik get recipeList::" + std::string(each.kept), 0, {"Dough"}, {}});
-        shell.expect({"ravik get recipeList::" + std::string(each.lost), 1, {}, {"ENTRY_NOT_FOUND"}});
-        shell.expect({"ravik store restore --force b.db && ravik store check", 0, {"105 rows"}, {}});
+        expect("ravik store repair", 0, each.fault);
+        expect("ravik store check && ls", 0, "ravik.db.damaged-1");
+        expect("ravik get recipeList::" + std::string(each.kept), 0);
+        expect("ravik get recipeList::" + std::string(each.lost), 1, "ENTRY_NOT_FOUND");
+        expect("ravik store restore --force b.db && ravik store check", 0, "105 rows");
     }
 }
 
