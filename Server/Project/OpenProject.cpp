@@ -9,6 +9,8 @@
 #include "PathIterator.h"
 #include "api_helper.h"
 
+#include <algorithm>
+#include <iterator>
 #include <optional>
 
 namespace Ravik
@@ -313,6 +315,11 @@ ConfigurationOutcome OpenProject::get(std::string const& domain, std::string con
     }
     auto const tree = m_core.configuration.tree(domain);
     auto const reached = RavikSrv::node_path(path, tree);
+    if (reached.node == nullptr && reached.name.empty())
+    {
+        return {
+            .error = ErrorValue::INVALID_PATH, .text = "the path has an empty component", .path = path, .value = {}};
+    }
     if (reached.node == nullptr)
     {
         return {.error = ErrorValue::ENTRY_NOT_FOUND,
@@ -346,7 +353,13 @@ EditReport OpenProject::import(std::string const& domain, Value const& data, Imp
 
 std::vector<Finding> OpenProject::check(std::string const& domain) const
 {
-    return m_editor.check(domain);
+    auto findings = m_editor.check(domain);
+    if (domain == recipe_domain || domain == server_domain)
+    {
+        auto variables = find_unfit_variables(m_symbols, m_core.configuration.tree(std::string(server_domain)));
+        std::move(variables.begin(), variables.end(), std::back_inserter(findings));
+    }
+    return findings;
 }
 
 ConfigurationOutcome OpenProject::backup(std::filesystem::path const& file, bool replace)
