@@ -152,6 +152,7 @@ EditReport report(EditOutcome outcome)
 
 std::unique_ptr<Project> Project::open(std::filesystem::path const& directory, OpenOptions const& options)
 {
+    require_project(directory);
     RegularFile const opened(directory / project_file_name, "the project file");
     std::optional<Ownership> const ownership = options.trust ? std::nullopt : std::optional<Ownership>(directory);
     check_ownership(ownership, opened);

@@ -20,6 +20,7 @@ TEST(Answers, name_the_thing)
     };
     Shell const shell;
     for (auto const& each : {
+             Case{"ravik symbols", 3, "No such file or directory; 'ravik init' makes a project"},
              Case{R"(ravik init && sed -i 's/"symbols": {/&"Own": {"DOMAIN": "RavikSrv"},/' ravik.json)", 0, ""},
              Case{"ravik import recipes.json && ravik activate Bread", 0, "written"},
              // One recipe that can't be read does not hide the others.

@@ -66,8 +66,8 @@ TEST_F(StoreCommands, look_after_a_store_that_is_whole)
              Case{"check b.db", 2, "one too many"},
              Case{"restore", 2, "ravik store restore FILE"},
              Case{"chek", 2, "'store check'"},
-             Case{"check --project no", 3, "holds no project"},
-             Case{"restore b.db --project no", 3, "holds no project"},
+             Case{"check --project no", 3, "'ravik init' makes"},
+             Case{"restore b.db --project no", 3, "'ravik init' makes"},
          })
     {
         expect("ravik store " + std::string(each.arguments), each.status, each.text);
