@@ -59,6 +59,7 @@ TEST_F(StoreCommands, look_after_a_store_that_is_whole)
              Case{"restore b.db", 0, "105 rows"},
              Case{"backup b.db", 1, "--force replaces it"},
              Case{"backup --force ravik.db", 1, "it is the store itself"},
+             Case{"backup --force ravik.db-wal", 1, "the store's own log"},
              Case{"backup no/such/b.db", 1, "no/such/b.db"},
              Case{"restore c.db", 1, "c.db does not exist"},
              Case{"restore ravik.db", 1, "is the store itself"},
