@@ -365,24 +365,22 @@ std::vector<Finding> OpenProject::check(std::string const& domain) const
 
 ConfigurationOutcome OpenProject::backup(std::filesystem::path const& file, bool replace)
 {
-    if (!replace && std::filesystem::exists(file))
-    {
-        return {.error = ErrorValue::FILE_WRITE,
-                .text = file.string() + ": the file exists already; --force replaces it",
-                .path = {},
-                .value = {}};
-    }
+    auto const failed = [&](std::string const& why) {
+        return ConfigurationOutcome{
+            .error = ErrorValue::FILE_WRITE, .text = file.string() + why, .path = {}, .value = {}};
+    };
     try
     {
+        if (!replace && std::filesystem::exists(file))
+        {
+            return failed(": the file exists already; --force replaces it");
+        }
         m_core.configuration.backup(file);
         return {};
     }
     catch (std::exception const& error)
     {
-        return {.error = ErrorValue::FILE_WRITE,
-                .text = file.string() + " could not be written: " + error.what(),
-                .path = {},
-                .value = {}};
+        return failed(std::string(" could not be written: ") + error.what());
     }
 }
 

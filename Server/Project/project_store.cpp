@@ -17,8 +17,10 @@ std::filesystem::path existing_project(std::filesystem::path const& directory)
 
 void require_project(std::filesystem::path const& directory)
 {
-    if (auto const file = directory / project_file_name;
-        !std::filesystem::exists(std::filesystem::symlink_status(file)))
+    auto const file = directory / project_file_name;
+    // What can't be looked at, opening it tells of.
+    std::error_code unknown;
+    if (std::filesystem::symlink_status(file, unknown).type() == std::filesystem::file_type::not_found)
     {
         throw ProjectError(file.lexically_normal().string() +
                            ": the project file can't be read: No such file or directory; 'ravik init' makes a project, "

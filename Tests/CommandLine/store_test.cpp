@@ -61,6 +61,8 @@ TEST_F(StoreCommands, look_after_a_store_that_is_whole)
              Case{"backup --force ravik.db", 1, "it is the store itself"},
              Case{"backup --force ravik.db-wal", 1, "the store's own log"},
              Case{"backup no/such/b.db", 1, "no/such/b.db"},
+             Case{"backup $(printf %05000d)", 1, "could not be written"},
+             Case{"check --project $(printf %05000d)", 3, "File name too long"},
              Case{"restore c.db", 1, "c.db does not exist"},
              Case{"restore ravik.db", 1, "is the store itself"},
              Case{"restore ravik.json", 1, "ravik.json is not restored"},
