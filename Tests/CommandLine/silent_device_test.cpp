@@ -33,7 +33,7 @@ TEST(SilentDevice, is_waited_for_once_whatever_asks_for_all_recipes)
         "T": {"members": {"Speed": {"symbol": "Speed", "enabled": true}}},
         "U": {"members": {"Level": {"symbol": "Level", "enabled": true}}}}, "recipeList": {)" +
                                     recipes + R"("Full": {"recipeTypeName": "U", "values": {"Level": 5}}}})");
-    shell.expect({"ravik import recipes.json", 0, {"21 recipes"}, {}});
+    shell.expect({"ravik import recipes.json", 0, {"21 recipes"}});
 
     shell.expect({"ravik active",
                   1,

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <sstream>
 #include <string_view>
 
 namespace Ravik::Test
@@ -16,13 +17,13 @@ namespace
 TEST(Usage, needs_no_project_and_has_the_same_status_with_json)
 {
     Shell const shell;
-    std::vector<Line> const lines = {
-        {"ravik help", 0, {"Usage: ravik", "symbol get NAME…", "--project DIR", "Exit status"}, {}},
-        {"ravik -h", 0, {"Usage: ravik [--project DIR]"}, {}},
-        {"ravik help symbol", 0, {"ravik symbol get NAME…", "ravik symbol set NAME JSON"}, {}},
-        {"ravik export --help", 0, {"ravik export [FILE]", "Examples:", "--force"}, {}},
-        {"ravik symbol set --help", 0, {"ravik symbol set Mixer.Speed 120"}, {}},
-        {"ravik --version", 0, {"ravik 1"}, {}},
+    shell.expect_both({
+        {"ravik help", 0, {"Usage: ravik", "symbol get NAME…", "--project DIR", "Exit status"}},
+        {"ravik -h", 0, {"Usage: ravik [--project DIR]"}},
+        {"ravik help symbol", 0, {"ravik symbol get NAME…", "ravik symbol set NAME JSON"}},
+        {"ravik export --help", 0, {"ravik export [FILE]", "Examples:", "--force"}},
+        {"ravik symbol set --help", 0, {"ravik symbol set Mixer.Speed 120"}},
+        {"ravik --version", 0, {"ravik 1"}},
         {"ravik", 2, {}, {"no command", "ravik help"}},
         {"ravik actvate X", 2, {}, {"unknown command 'actvate'", "'activate'"}},
         {"ravik mv a b", 2, {}, {"unknown command 'mv'; 'rename'"}},
@@ -65,12 +66,7 @@ TEST(Usage, needs_no_project_and_has_the_same_status_with_json)
         {"ravik export .", 1, {}, {"is a folder"}},
         {R"(printf '{\n "a": 1,\n x}' | ravik import -)", 1, {}, {"standard input:3:2: "}},
         {"printf '[1' >broken.json; ravik import broken.json", 1, {}, {"broken.json:1:3: "}},
-    };
-    for (auto const& line : lines)
-    {
-        shell.expect(line);
-        shell.expect_json(line);
-    }
+    });
     // A failure before the project is opened leaves nothing behind.
     EXPECT_FALSE(std::filesystem::exists(shell.folder() / "ravik.db"));
 }
@@ -111,43 +107,17 @@ TEST(Terminal, gets_no_control_character_of_any_input)
                                     text + "\", \"" + text + "\": 1}}}}");
     shell.write("text", text.substr(4));
     std::string const argument = "\"x\ny$(cat text)\"";
-    for (auto const* const line : {"import recipes.json",
-                                   "get",
-                                   "export",
-                                   "activate R@",
-                                   "read R@",
-                                   "active",
-                                   "recipes T",
-                                   "recipes @",
-                                   "update --all",
-                                   "update @",
-                                   "symbols",
-                                   "symbol get v @",
-                                   "symbol set v '\"'@'\"'",
-                                   "set recipeList::@ 1",
-                                   "set recipeList::R@::values::@ 2",
-                                   "delete --dry-run recipeList::R@",
-                                   "rename recipeList::R@ recipeList::@",
-                                   "get @",
-                                   "check",
-                                   "call @",
-                                   "--domain @ get",
-                                   "--domain D$(cat text) get",
-                                   "@",
-                                   "symbol @",
-                                   "--@ get",
-                                   "--project @ get",
-                                   "--wait @ get",
-                                   "get a @",
-                                   "import @",
-                                   "export @",
-                                   "init @",
-                                   "help @"})
+    std::istringstream commands(
+        "import recipes.json|get|export|activate R@|read R@|active|recipes T|recipes @|update --all|update @|symbols|"
+        "symbol get v @|symbol set v '\"'@'\"'|set recipeList::@ 1|set recipeList::R@::values::@ 2|get @|check|call @|"
+        "delete --dry-run recipeList::R@|rename recipeList::R@ recipeList::@|--domain @ get|--domain D$(cat text) get|"
+        "@|symbol @|--@ get|--project @ get|--wait @ get|get a @|import @|export @|init @|help @");
+    for (std::string line; std::getline(commands, line, '|');)
     {
-        auto const command = boost::replace_all_copy(std::string(line), "@", argument);
+        auto const command = boost::replace_all_copy(line, "@", argument);
         for (auto const* const form : {"", "--json "})
         {
-            SCOPED_TRACE(form + std::string(line));
+            SCOPED_TRACE(form + line);
             auto const ended = shell.run("ravik " + (form + command));
             auto const shown = ended.out + ended.err;
             EXPECT_FALSE(shown.empty());
@@ -162,21 +132,16 @@ TEST(Terminal, gets_no_control_character_of_any_input)
 TEST(Init, writes_the_sample_once_and_never_overwrites)
 {
     Shell const shell;
-    shell.expect({"ravik init 'my plant'", 0, {"my plant/ravik.json", "ravik --project 'my plant' import"}, {}});
-    shell.expect({"cd 'my plant' && cat .gitignore && ls -A", 0, {"ravik.db", "ravik.json", "recipes.json"}, {}});
-    std::vector<Line> const lines = {
+    shell.expect({"ravik init 'my plant'", 0, {"my plant/ravik.json", "ravik --project 'my plant' import"}});
+    shell.expect({"cd 'my plant' && cat .gitignore && ls -A", 0, {"ravik.db", "ravik.json", "recipes.json"}});
+    shell.expect_both({
         {"ravik init 'my plant'", 1, {}, {"my plant/ravik.json", "exists already"}},
         {"ravik init a --project b", 2, {}, {"once"}},
         {"mkdir -p c && echo mine >c/recipes.json; ravik init c", 1, {}, {"c/recipes.json"}},
         {"echo x >file; ravik init file", 1, {}, {"file"}},
-    };
-    for (auto const& line : lines)
-    {
-        shell.expect(line);
-        shell.expect_json(line);
-    }
-    shell.expect({"ls -A c; cat c/recipes.json", 0, {"recipes.json\nmine\n"}, {}});
-    shell.expect_json({"ravik init new", 0, {}, {}});
+    });
+    shell.expect({"ls -A c; cat c/recipes.json", 0, {"recipes.json\nmine\n"}});
+    shell.expect_json({"ravik init new", 0, {}});
 }
 
 } // namespace
