@@ -28,7 +28,9 @@ std::string cut(std::string& text, char mark)
 Value scalar(std::string const& text)
 {
     std::size_t number = 0;
-    return Algorithm::try_as_size_t(text, number) ? Value(static_cast<int>(number)) : Value(text.c_str());
+    return text.starts_with('\'')                   ? Value(text.substr(1).c_str())
+           : Algorithm::try_as_size_t(text, number) ? Value(static_cast<int>(number))
+                                                    : Value(text.c_str());
 }
 
 Value& entry_at(Value& root, std::string const& path)

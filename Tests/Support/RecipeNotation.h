@@ -13,7 +13,8 @@ namespace Ravik::Test
 /// value 1, b for B and not enabled, n that nests U, c with both, and d for the symbol d; "T!" is disabled.
 Value types_of(std::string const& notation);
 
-/// Recipes: "R:T { a=1 n=S }" of the type T with the number 1 for a and the text "S" for n.
+/// Recipes: "R:T { a=1 n=S }" of the type T with the number 1 for a and the text "S" for n; "n='1" is a
+/// text as well.
 Value recipes_of(std::string const& notation);
 
 /// A configuration of both.

@@ -283,16 +283,17 @@ std::string Model::text() const
         text += ") {";
         for (auto const& [member_name, member] : type.members)
         {
-            text.append(" ").append(member_name).append(":").append(member.symbol).append(">").append(member.nested);
+            text += " " + member_name + (member.nested.empty() ? ":" + member.symbol : ">" + member.nested);
         }
         text += " }\n";
     }
+    text += "|\n";
     for (auto const& [name, recipe] : recipes)
     {
-        text.append(name).append(":").append(recipe.type).append(" {");
+        text += name + ":" + recipe.type + " {";
         for (auto const& [value_name, value] : recipe.values)
         {
-            text.append(" ").append(value_name).append("=").append(value);
+            text += " " + value_name + (names_recipe(recipe, value_name) ? "='" : "=") + value;
         }
         text += " }\n";
     }

@@ -51,7 +51,7 @@ public:
     /// Whether the recipe's value of that name names a nested recipe.
     bool names_recipe(Recipe const& recipe, std::string const& value_name) const;
 
-    /// Everything as text, sorted, but for the order of members and inherited types.
+    /// Everything in the short notation, sorted, but for the order of members and inherited types.
     std::string text() const;
 
 private:
