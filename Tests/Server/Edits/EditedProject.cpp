@@ -1,11 +1,9 @@
 #include "EditedProject.h"
 
 #include "Configuration/Entry.h"
-#include "algorithm_helper.h"
 #include "api_helper.h"
 #include "Json/Json.h"
 
-#include <set>
 #include <stdexcept>
 
 namespace Ravik::Test
@@ -78,27 +76,15 @@ void EditedProject::reopen()
     project = Project::open(folder.path());
 }
 
-bool EditedProject::lists_all_recipes() const
+std::string EditedProject::listed() const
 {
-    std::set<std::string> stored;
-    std::set<std::string> listed;
-    std::set<std::string> asked;
-    auto const visit = [&](std::string const& path, Value const& /*entry*/, EntryKind kind)
+    std::string all;
+    for (auto const& type : entry_paths("recipeTypeList", get("")))
     {
-        auto const name = path.substr(path.find("::") + 2);
-        (kind == EntryKind::Recipe ? stored : asked).insert(name);
-        return true;
-    };
-    for_each_entry("", get(""), visit);
-    for (auto const& name : asked)
-    {
-        auto const answer = project->call(domain, "GetRecipes", Test::parameters("recipeTypePath", name.c_str()));
-        for (auto recipe = answer.value.begin_vector(); recipe != answer.value.end_vector(); ++recipe)
-        {
-            listed.insert(RavikSrv::Algorithm::to_string(*recipe));
-        }
+        auto const parameter = parameters("recipeTypePath", relative_name(type).c_str());
+        all += type + dump(project->call(domain, "GetRecipes", parameter).value);
     }
-    return listed == stored;
+    return all;
 }
 
 std::unique_ptr<OpenProject> opened(std::filesystem::path const& file, std::unique_ptr<Store> store)

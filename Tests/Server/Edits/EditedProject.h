@@ -42,8 +42,8 @@ public:
     RavikSrv::Value get(std::string const& path) const { return project->get(domain, path).value; }
     /// The configuration in short, to compare with `state_of` what it should be.
     std::string state() const { return Test::dump(get("")); }
-    /// Whether the recipes of the configuration are those that `GetRecipes` lists for its types.
-    bool lists_all_recipes() const;
+    /// What `GetRecipes` lists for each type, in its order.
+    std::string listed() const;
 
     std::string const domain{recipe_domain};
     TemporaryFolder folder;
