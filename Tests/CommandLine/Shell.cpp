@@ -7,8 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <sys/wait.h>
 
 namespace Ravik::Test
@@ -16,12 +14,6 @@ namespace Ravik::Test
 
 namespace
 {
-
-std::string content(std::filesystem::path const& file)
-{
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
 
 void expect_fragments(char const* name, std::string const& text, std::vector<std::string> const& fragments)
 {
@@ -41,7 +33,7 @@ Ended Shell::run(std::string const& line) const
     m_streams.write("line", "PATH=" RAVIK_PROGRAM_FOLDER ":$PATH\ncd " + folder().string() + "\n" + line + "\n");
     auto const command = "sh " + streams + "/line >" + streams + "/out 2>" + streams + "/err </dev/null";
     auto const ended = std::system(command.c_str());
-    return {WIFEXITED(ended) ? WEXITSTATUS(ended) : -1, content(streams + "/out"), content(streams + "/err")};
+    return {WIFEXITED(ended) ? WEXITSTATUS(ended) : -1, content_of(streams + "/out"), content_of(streams + "/err")};
 }
 
 void Shell::expect(Line const& line) const

@@ -5,8 +5,6 @@
 
 #include <array>
 #include <cmath>
-#include <fstream>
-#include <iterator>
 #include <sstream>
 
 namespace Ravik::Test
@@ -123,8 +121,7 @@ protected:
     std::string store()
     {
         edited.project.reset();
-        std::ifstream file(edited.folder.path() / "ravik.db", std::ios::binary);
-        std::string bytes(std::istreambuf_iterator<char>(file), {});
+        auto bytes = content_of(edited.folder.path() / "ravik.db");
         edited.reopen();
         return bytes;
     }

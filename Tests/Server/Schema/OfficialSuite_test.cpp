@@ -1,14 +1,13 @@
 #include "Schema/CompiledSchema.h"
 #include "Json/Json.h"
 
+#include "Support/TemporaryFolder.h"
 #include "Support/api_types.h"
 #include <gmock/gmock.h>
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -49,13 +48,6 @@ std::vector<std::string> const exceptions{
     "optional/bignum.json: the integer is beyond the range of 64 bits",
 };
 
-std::string read(std::filesystem::path const& path)
-{
-    std::stringstream text;
-    text << std::ifstream(path).rdbuf();
-    return text.str();
-}
-
 SchemaDocuments remotes()
 {
     SchemaDocuments documents;
@@ -64,7 +56,7 @@ SchemaDocuments remotes()
         if (entry.is_regular_file())
         {
             auto const name = std::filesystem::relative(entry.path(), suite / "remotes").generic_string();
-            documents.emplace("http://localhost:1234/" + name, Json::parse(read(entry.path())));
+            documents.emplace("http://localhost:1234/" + name, Json::parse(content_of(entry.path())));
         }
     }
     return documents;
@@ -85,7 +77,7 @@ std::vector<std::string> differences(std::string const& file, SchemaDocuments co
     Value groups;
     try
     {
-        groups = Json::parse(read(suite / "tests/draft7" / file));
+        groups = Json::parse(content_of(suite / "tests/draft7" / file));
     }
     catch (Json::ParseError const& error)
     {
