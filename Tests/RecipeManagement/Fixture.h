@@ -4,6 +4,8 @@
 #include "Support/RecipeNotation.h"
 #include "Support/RecordingHost.h"
 
+#include <gtest/gtest.h>
+
 #include <string>
 
 namespace Ravik::Test
@@ -17,6 +19,25 @@ struct RecipeManagementFixture
 
     /// Replaces the configuration and forgets what the host was asked.
     void configure(std::string const& types, std::string const& recipes);
+
+    struct RequestCase
+    {
+        char const* about;
+        char const* types;
+        char const* recipes;
+        char const* outcome;
+    };
+    /// What `request()` comes to in each of the configurations.
+    template <typename Cases, typename Request> void expect_each(Cases const& cases, Request const& request)
+    {
+        for (auto const& [about, types, recipes, outcome] : cases)
+        {
+            SCOPED_TRACE(about);
+            configure(types, recipes);
+            EXPECT_EQ(request(), outcome);
+        }
+    }
+
     /// Tells the extension of every type and recipe, in the order of the configuration.
     void announce();
     void announce(std::string const& path);

@@ -157,6 +157,12 @@ Value configuration_of(std::string const& notation)
     return configuration_of(types, recipes);
 }
 
+std::string full_path(std::string const& place)
+{
+    auto const* const list = place.starts_with('T') ? "recipeTypeList" : place.starts_with('R') ? "recipeList" : "";
+    return *list == '\0' ? place : list + place.substr(1);
+}
+
 std::string text_of(Value const& values)
 {
     std::string text;

@@ -22,6 +22,10 @@ Value configuration_of(std::string const& types, std::string const& recipes);
 /// The same in one text, with a bar between them.
 Value configuration_of(std::string const& notation);
 
+/// The path of a place: one that begins with "T::" or "R::" lies in the list of the types or recipes; "T" and "R" are
+/// the lists.
+std::string full_path(std::string const& place);
+
 /// A map of plain values, "a=1 n=S", or a list of texts, "R S".
 std::string text_of(Value const& values);
 

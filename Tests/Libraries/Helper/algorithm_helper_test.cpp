@@ -5,10 +5,13 @@
 #include <string>
 #include <vector>
 
-namespace RavikSrv::Algorithm
+namespace Ravik::Test
 {
 namespace
 {
+
+using namespace RavikSrv;
+using namespace RavikSrv::Algorithm;
 
 TEST(Algorithm, split_symbol_name_takes_a_name_apart_at_the_separators)
 {
@@ -40,28 +43,19 @@ TEST(Algorithm, replace_changes_the_first_occurrence_only)
     EXPECT_EQ(replaced("ab", "B", "z"), "not found in ab");
 }
 
-TEST(Algorithm, finds_a_text_inside_at_the_start_and_at_the_end)
+TEST(Algorithm, finds_and_compares_texts_byte_by_byte)
 {
-    EXPECT_TRUE(contains("aab", "ab") && contains("", "") && contains("abc", "", 3) && contains("abc", "b", 1));
-    EXPECT_FALSE(contains("", "a") || contains("ab", "A") || contains("abc", "", 4) || contains("abc", "b", 2));
+    EXPECT_TRUE(contains("aab", "ab") && contains("abc", "", 3) && !contains("abc", "", 4) && !contains("ab", "A"));
     EXPECT_TRUE(contains("abc", std::string("b"), 1) && !contains("abc", std::string("b"), 2));
-    EXPECT_TRUE(starts_with("abab", "ab") && starts_with("ab", "ab") && starts_with("any", "") && starts_with("", ""));
-    EXPECT_FALSE(starts_with("", "a") || starts_with("ab", "b") || starts_with("ab", "A") || starts_with("a", "ab"));
-    EXPECT_TRUE(ends_with("abab", "ab") && ends_with("ab", "ab") && ends_with("any", "") && ends_with("", ""));
-    EXPECT_FALSE(ends_with("", "b") || ends_with("ab", "a") || ends_with("ab", "B") || ends_with("b", "ab"));
+    EXPECT_TRUE(starts_with("abab", "ab") && starts_with("", "") && !starts_with("ab", "A") && !starts_with("a", "ab"));
+    EXPECT_TRUE(ends_with("abab", "ab") && ends_with("", "") && !ends_with("ab", "B") && !ends_with("b", "ab"));
+    EXPECT_TRUE(equals("RecipeA", "RecipeA") && !equals("RecipeA", "recipea") && !equals("a", "ab"));
+    EXPECT_TRUE(iequals("RecipeA", "recipea") && !iequals("a", "ab") && !iequals("\xC3\xA4", "\xC3\x84"));
+    EXPECT_TRUE(!iequals("@", "`") && !iequals("[", "{") && iequals(std::string("a\0b", 3), "A\0c"));
+    EXPECT_TRUE(empty("") && !empty(" "));
     std::string text = "abab";
     EXPECT_TRUE(!remove_start(text, "b") && text == "abab");
     EXPECT_TRUE(remove_start(text, "ab") && text == "ab");
-}
-
-TEST(Algorithm, compares_bytes)
-{
-    EXPECT_TRUE(equals("RecipeA", "RecipeA") && equals("", ""));
-    EXPECT_FALSE(equals("RecipeA", "recipea") || equals("a", "ab"));
-    EXPECT_TRUE(iequals("RecipeA", "recipea") && iequals("", "") && iequals("[Z", "[z"));
-    EXPECT_TRUE(iequals(std::string("a\0b", 3), "A") && iequals("A", "a\0c")) << "up to a zero byte";
-    EXPECT_FALSE(iequals("a", "ab") || iequals("\xC3\xA4", "\xC3\x84") || iequals("@", "`") || iequals("[", "{"));
-    EXPECT_TRUE(empty("") && !empty(" "));
 }
 
 TEST(Algorithm, try_as_size_t_reads_digits_alone)
@@ -77,16 +71,11 @@ TEST(Algorithm, try_as_size_t_reads_digits_alone)
     }
 }
 
-TEST(Algorithm, to_string_is_the_conversion_to_a_text)
+TEST(Algorithm, values_and_their_types_have_texts)
 {
     EXPECT_TRUE(to_string(-3) == "-3" && to_string("text") == "text" && to_string(true) == "true");
     EXPECT_TRUE(to_string(Value()).empty() && to_string(Value(ValueType::Map)).empty());
-}
-
-TEST(Algorithm, value_type_to_string_is_the_type_string_with_a_capital)
-{
     EXPECT_STREQ(value_type_to_string(ValueType::DateTime), "DateTime");
-    EXPECT_STREQ(value_type_to_string(ValueType::TimeSpan), "TimeSpan");
     for (unsigned number = 0; number <= 300; ++number)
     {
         auto const type = static_cast<ValueType>(number);
@@ -97,4 +86,4 @@ TEST(Algorithm, value_type_to_string_is_the_type_string_with_a_capital)
 }
 
 } // namespace
-} // namespace RavikSrv::Algorithm
+} // namespace Ravik::Test

@@ -6,10 +6,12 @@
 #include <utility>
 #include <vector>
 
-namespace RavikSrv
+namespace Ravik::Test
 {
 namespace
 {
+
+using namespace RavikSrv;
 
 /// a: a list of 1, {b: 2, "": 3}, [4, 5]; s: a struct with x: 6; e: an event whose data hold y: 7; "n[x]": 8; 0: {x: 9}
 Value tree()
@@ -147,4 +149,4 @@ TEST(ErrorNames, come_in_groups_with_gaps_between)
 }
 
 } // namespace
-} // namespace RavikSrv
+} // namespace Ravik::Test

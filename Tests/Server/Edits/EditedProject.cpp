@@ -11,12 +11,6 @@ namespace Ravik::Test
 
 using RavikSrv::Value;
 
-std::string full_path(std::string const& place)
-{
-    auto const* const list = place.starts_with('T') ? "recipeTypeList" : place.starts_with('R') ? "recipeList" : "";
-    return *list == '\0' ? place : list + place.substr(1);
-}
-
 std::string project_file(std::vector<std::pair<std::string, std::string>> const& symbols)
 {
     std::string variables;

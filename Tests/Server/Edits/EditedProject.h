@@ -17,10 +17,6 @@ std::string project_file(std::vector<std::pair<std::string, std::string>> const&
 /// The same with an integer for each of the letters from "k" to "z".
 std::string project_file();
 
-/// The path of a place: one that begins with "T::" or "R::" lies in the list of the types or recipes; "T" and "R" are
-/// the lists.
-std::string full_path(std::string const& place);
-
 /// Makes the edit that a text stands for: "PLACE = JSON" sets, "PLACE > PLACE" renames, "PLACE >" deletes and
 /// "+ CONFIGURATION", in the short notation, imports.
 EditReport edit(Project& project, std::string const& text, MoveOptions const& options = {});
