@@ -20,10 +20,11 @@ struct Ended
 struct Line
 {
     std::string text;
-    int status = 0;
     /// Fragments of standard output and of standard error; an empty list stands for an empty stream.
     std::vector<std::string> out = {};
     std::vector<std::string> err = {};
+    /// Where nothing else is said, 1 for a line that says something on standard error and 0 for any other.
+    int status = err.empty() ? 0 : 1;
 };
 
 /// A temporary folder in which lines of shell run; they find the program under test as `ravik`.

@@ -1,4 +1,7 @@
 #include "CommandLine/Shell.h"
+#include "Support/RecipeNotation.h"
+#include "Json/Json.h"
+
 #include "Controllers/Modbus/ScriptedDevice.h"
 
 #include <gtest/gtest.h>
@@ -24,21 +27,14 @@ TEST(SilentDevice, is_waited_for_once_whatever_asks_for_all_recipes)
             "Speed": {"DOMAIN": "Line", "MAPPING": "holding:100:int16",
                       "SCHEMA": {"$ref": "ravik:general#/definitions/INT"}},
             "Level": {"DOMAIN": "Tank", "SCHEMA": {"$ref": "ravik:general#/definitions/INT"}}}})");
-    std::string recipes;
-    for (int number = 10; number < 30; ++number)
-    {
-        recipes += R"("R)" + std::to_string(number) + R"(": {"recipeTypeName": "T", "values": {"Speed": 1}}, )";
-    }
-    shell.write("recipes.json", R"({"recipeTypeList": {
-        "T": {"members": {"Speed": {"symbol": "Speed", "enabled": true}}},
-        "U": {"members": {"Level": {"symbol": "Level", "enabled": true}}}}, "recipeList": {)" +
-                                    recipes + R"("Full": {"recipeTypeName": "U", "values": {"Level": 5}}}})");
-    shell.expect({"ravik import recipes.json", 0, {"21 recipes"}});
+    shell.write("recipes.json",
+                Json::write(configuration_of("T { Speed } U { Level } | " + repeated(20, "R#:T { Speed=1 } ") +
+                                             "Full:U { Level=5 }")));
+    shell.expect({"ravik import recipes.json", {"21 recipes"}});
 
     shell.expect({"ravik active",
-                  1,
                   {"Full\n"},
-                  {"R10: READ_FROM_TARGET_PARTLY_FAILED: ", "R29: READ_FROM_TARGET_PARTLY_FAILED: ", "TIMEOUT"}});
+                  {"R0: READ_FROM_TARGET_PARTLY_FAILED: ", "R19: READ_FROM_TARGET_PARTLY_FAILED: ", "TIMEOUT"}});
     EXPECT_EQ(device.connections(), 1);
     EXPECT_EQ(device.requests(), "3@100x1");
 }
