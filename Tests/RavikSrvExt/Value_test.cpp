@@ -1,6 +1,6 @@
 #include "RavikSrvExt/Value.h"
 
-#include "Support/api_types.h"
+#include "Support/values.h"
 
 #include <gtest/gtest.h>
 
@@ -230,23 +230,6 @@ TEST(Value, may_be_copied_on_several_threads_each_with_its_own_copy)
     EXPECT_EQ(original, sample());
 }
 
-Value map_of(std::initializer_list<std::pair<char const*, Value>> entries, ValueType type = ValueType::Map)
-{
-    Value map(type);
-    for (auto const& [name, value] : entries)
-    {
-        map.insert(name, value);
-    }
-    return map;
-}
-
-Value binary(std::string_view bytes)
-{
-    Value value;
-    value.set_binary(bytes);
-    return value;
-}
-
 /// Values that all differ, from the least to the greatest.
 Value ascending()
 {
@@ -260,8 +243,8 @@ Value ascending()
         all << Value(bytes);
     }
     all << no_items << (Value() << "b") << (Value() << no_items) << (Value() << 1 << 2) << (Value() << 1 << 3);
-    all << map_of({}) << map_of({{"a", 1}}) << map_of({{"a", 2}}) << map_of({{"b", 1}}) << map_of({{"b", 1}, {"a", 1}});
-    all << map_of({{"a", 1}, {"b", 2}}) << map_of({{"c", 0}, {"a", 1}}) << map_of({{"a", 1}}, ValueType::Struct);
+    all << map({}) << map({{"a", 1}}) << map({{"a", 2}}) << map({{"b", 1}}) << map({{"b", 1}, {"a", 1}});
+    all << map({{"a", 1}, {"b", 2}}) << map({{"c", 0}, {"a", 1}}) << map({{"a", 1}}, ValueType::Struct);
     all << binary("") << binary("a") << binary("b") << 3L << std::numeric_limits<long>::max();
     all << Timestamp{-1} << Timestamp{3} << Timespan{-1} << Timespan{3};
     return all << Value(ValueType::Event) << Value(ValueType::Any);
@@ -285,15 +268,15 @@ TEST(ValueComparison, sees_content_and_not_how_it_came_about)
 {
     Value emptied = Value() << 1;
     emptied.erase(0);
-    Value emptied_map = map_of({{"a", 1}});
+    Value emptied_map = map({{"a", 1}});
     emptied_map.erase("a");
     for (auto const& [left, right] : std::vector<std::pair<Value, Value>>{
              {emptied, Value(ValueType::Vector)},
              {emptied_map, Value(ValueType::Map)},
-             {map_of({{"a", 1}, {"b", 2}}), map_of({{"b", 2}, {"a", 1}})},
+             {map({{"a", 1}, {"b", 2}}), map({{"b", 2}, {"a", 1}})},
              {0.0, -0.0},
              {std::nan("1"), -std::nan("2")},
-             {Value() << map_of({{"a", "text"}}), Value() << map_of({{"a", "text"}})},
+             {Value() << map({{"a", "text"}}), Value() << map({{"a", "text"}})},
          })
     {
         EXPECT_TRUE(left == right && right == left && !(left < right) && !(right < left))
@@ -307,8 +290,8 @@ TEST(ValueComparison, takes_time_in_proportion_to_the_content)
     Value right = 1;
     for (int level = 0; level < 2'000; ++level)
     {
-        left = level % 2 == 0 ? Value() << left : map_of({{"a", left}});
-        right = level % 2 == 0 ? Value() << right : map_of({{"a", right}});
+        left = level % 2 == 0 ? Value() << left : map({{"a", left}});
+        right = level % 2 == 0 ? Value() << right : map({{"a", right}});
     }
     EXPECT_EQ(left, right);
     EXPECT_FALSE(left < right); // would not end if each level compared twice

@@ -43,11 +43,11 @@ struct RecipeManagementFixture
     void announce(std::string const& path);
 
     /// Calls a function for a recipe.
-    RavikSrv::Command call(char const* function, char const* recipe = "R");
+    Command call(char const* function, char const* recipe = "R");
     /// "result's name | result's text" of an answered command.
-    std::string told(RavikSrv::Command const& command) const;
+    std::string told(Command const& command) const;
     /// "NAME | text" of an answered notification.
-    static std::string told(RavikSrv::ResultPair const& result);
+    static std::string told(ResultPair const& result);
     /// What "ActivateRecipe" came to: "executed groups | result's name | result's text".
     std::string outcome(char const* recipe = "R");
 
@@ -57,7 +57,7 @@ struct RecipeManagementFixture
     LoadedExtension extension;
 
 private:
-    void announce(std::string const& path, RavikSrv::Value const& folder, char const* part);
+    void announce(std::string const& path, Value const& folder, char const* part);
 };
 
 } // namespace Ravik::Test

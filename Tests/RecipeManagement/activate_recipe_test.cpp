@@ -7,7 +7,6 @@
 #include <array>
 
 using namespace Ravik::Test;
-using namespace RavikSrv;
 
 namespace
 {

@@ -11,7 +11,6 @@
 #include <thread>
 
 using namespace Ravik::Test;
-using namespace RavikSrv;
 
 namespace
 {

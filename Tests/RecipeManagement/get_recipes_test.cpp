@@ -9,7 +9,6 @@
 #include <limits>
 
 using namespace Ravik::Test;
-using namespace RavikSrv;
 
 namespace
 {

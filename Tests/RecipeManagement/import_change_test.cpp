@@ -6,7 +6,6 @@
 #include <memory>
 
 using namespace Ravik::Test;
-using namespace RavikSrv;
 
 namespace
 {

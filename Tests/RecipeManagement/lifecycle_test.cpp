@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 using namespace Ravik::Test;
-using namespace RavikSrv;
 
 TEST(EntryFunction, does_nothing_without_a_place_for_the_answer)
 {

@@ -5,7 +5,6 @@
 #include <array>
 
 using namespace Ravik::Test;
-using namespace RavikSrv;
 
 namespace
 {

@@ -11,8 +11,6 @@
 namespace Ravik::Test
 {
 
-namespace Algorithm = RavikSrv::Algorithm;
-
 namespace
 {
 

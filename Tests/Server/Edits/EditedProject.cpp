@@ -9,8 +9,6 @@
 namespace Ravik::Test
 {
 
-using RavikSrv::Value;
-
 std::string project_file(std::vector<std::pair<std::string, std::string>> const& symbols)
 {
     std::string variables;
@@ -92,9 +90,9 @@ std::string state_of(std::string const& configuration)
     return Test::dump(Test::configuration_of(configuration));
 }
 
-std::string name(RavikSrv::ErrorValue error)
+std::string name(ErrorValue error)
 {
-    return RavikSrv::get_error_string(error).name();
+    return get_error_string(error).name();
 }
 
 } // namespace Ravik::Test

@@ -25,7 +25,7 @@ EditReport edit(Project& project, std::string const& text, MoveOptions const& op
 class EditedProject
 {
 public:
-    EditedProject(RavikSrv::Value const& initial, std::string const& file);
+    EditedProject(Value const& initial, std::string const& file);
     explicit EditedProject(std::string const& initial) : EditedProject(Test::configuration_of(initial), project_file())
     {
     }
@@ -35,7 +35,7 @@ public:
     {
         return Test::edit(*project, text, options);
     }
-    RavikSrv::Value get(std::string const& path) const { return project->get(domain, path).value; }
+    Value get(std::string const& path) const { return project->get(domain, path).value; }
     /// The configuration in short, to compare with `state_of` what it should be.
     std::string state() const { return Test::dump(get("")); }
     /// What `GetRecipes` lists for each type, in its order.
@@ -52,6 +52,6 @@ std::unique_ptr<OpenProject> opened(std::filesystem::path const& file, std::uniq
 std::string state_of(std::string const& configuration);
 
 /// "SUCCESS" or the error's name, for readable comparisons.
-std::string name(RavikSrv::ErrorValue error);
+std::string name(ErrorValue error);
 
 } // namespace Ravik::Test

@@ -1,4 +1,5 @@
 #include "EditedProject.h"
+#include "Support/values.h"
 #include "Json/Json.h"
 
 #include <gtest/gtest.h>
@@ -11,9 +12,6 @@ namespace Ravik::Test
 {
 namespace
 {
-
-using RavikSrv::Value;
-using RavikSrv::ValueType;
 
 constexpr char const* initial = "A { m n } B(A) { k>N } N { o } F::T { p } E/ | "
                                 "R1:A { m=1 n=2 } R2:B { k=R3 } R3:N { o=1 } F::R4:F::T { p=4 }";
@@ -165,13 +163,6 @@ TEST_F(BadInput, is_refused_and_changes_nothing)
     EXPECT_THROW(Json::parse(R"({"recipeList":{"a":{},"a":{}}})"), std::exception) << "a key that stands twice";
 }
 
-Value map_of(std::string_view key, Value const& value)
-{
-    Value map(ValueType::Map);
-    map.insert(std::string(key).c_str(), value);
-    return map;
-}
-
 TEST_F(BadInput, that_no_text_can_hold_is_refused)
 {
     auto const nested = [](int depth)
@@ -179,7 +170,7 @@ TEST_F(BadInput, that_no_text_can_hold_is_refused)
         Value value(ValueType::Map);
         for (int level = 0; level < depth; ++level)
         {
-            value = map_of("a", value);
+            value = map({{"a", value}});
         }
         return value;
     };
@@ -191,12 +182,12 @@ TEST_F(BadInput, that_no_text_can_hold_is_refused)
     auto deep_path = std::string("recipeList") + repeated(130, "::f");
     auto const cases = std::to_array<Case>({
         {"recipeList::" + huge, empty, "STRING_LENGTH_MISMATCH", "recipeList"},
-        {"recipeTypeList::A::members", map_of(huge, empty), "STRING_LENGTH_MISMATCH", "members"},
-        {"recipeList::R1::values", map_of(huge, 1), "STRING_LENGTH_MISMATCH", "values"},
+        {"recipeTypeList::A::members", map({{huge.c_str(), empty}}), "STRING_LENGTH_MISMATCH", "members"},
+        {"recipeList::R1::values", map({{huge.c_str(), 1}}), "STRING_LENGTH_MISMATCH", "values"},
         {huge, Value(1), "INVALID_PATH", "recipeTypeList"},
         {"recipeList::\xff", empty, "ENCODE", "path"},
         {"recipeList::R1::values::m", Value("\xff"), "ENCODE", "recipeList::R1::values::m"},
-        {"recipeList::X", map_of("\xc3", 1), "ENCODE", "recipeList::X"},
+        {"recipeList::X", map({{"\xc3", 1}}), "ENCODE", "recipeList::X"},
         {member_default, Value(std::string_view("a\0b", 3)), "ENCODE", "defaultValue"},
         {member_default, Value(std::nan("")), "TYPE_MISMATCH", "recipeTypeList::A"},
         {"recipeList::X", nested(100'000), "ENCODE", "recipeList::X"},
@@ -208,8 +199,8 @@ TEST_F(BadInput, that_no_text_can_hold_is_refused)
     {
         expect_refused(project.set(edited.domain, path, value), path.substr(0, 60), error, place);
     }
-    expect_refused(project.import(edited.domain, map_of(huge, 1), {}), "huge list", "UNEXPECTED_FIELD", "xxx");
-    expect_refused(project.import(edited.domain, map_of("recipeList", nested(100'000)), {}), "deep import", "ENCODE",
+    expect_refused(project.import(edited.domain, map({{huge.c_str(), 1}}), {}), "huge list", "UNEXPECTED_FIELD", "xxx");
+    expect_refused(project.import(edited.domain, map({{"recipeList", nested(100'000)}}), {}), "deep import", "ENCODE",
                    "recipeList::a::a");
     expect_refused(project.rename(edited.domain, "recipeList::R1", "recipeList::" + huge, {}), "huge name",
                    "STRING_LENGTH_MISMATCH", "recipeList");

@@ -13,8 +13,6 @@ namespace Ravik::Test
 namespace
 {
 
-using RavikSrv::Value;
-
 constexpr auto duration = std::chrono::milliseconds(1200);
 
 /// Eight threads at once: requests, edits of each kind, imports and reads. Each editor works on names of its own, so

@@ -12,8 +12,6 @@ namespace Ravik::Test
 namespace
 {
 
-using RavikSrv::Value;
-
 struct Case
 {
     char const* about;

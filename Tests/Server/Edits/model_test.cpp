@@ -135,7 +135,7 @@ Contents contents_of(Value const& part, std::string const& prefix = "")
         }
         else
         {
-            all[path] = entry->type() == ValueType::Map ? dump(*entry) : RavikSrv::Algorithm::to_string(*entry);
+            all[path] = entry->type() == ValueType::Map ? dump(*entry) : Algorithm::to_string(*entry);
         }
     }
     return all;

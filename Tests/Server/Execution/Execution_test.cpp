@@ -62,12 +62,12 @@ protected:
             }
             group.insert(group.end_vector(), command);
         }
-        std::string outcome = RavikSrv::get_error_string(host().execute_command_group(Context(), &group)).name();
+        std::string outcome = get_error_string(host().execute_command_group(Context(), &group)).name();
         texts.clear();
         for (auto command = group.begin_vector(); command != group.end_vector(); ++command)
         {
             code = command->extension_result();
-            outcome.append(" ").append(RavikSrv::get_error_string(command->result()).name());
+            outcome.append(" ").append(get_error_string(command->result()).name());
             outcome.append(code == 0 ? "" : ":" + std::to_string(code));
             outcome.append(command->read_value().isset() ? "=" + Json::write(command->read_value()) : "");
             texts.append(command->result_string()).append(";");
@@ -151,7 +151,7 @@ TEST_F(Execution, configuration_commands_write_replace_and_remove)
         sent.set_write_value(Json::parse(json));
         auto const result = host().execute_command(Context(), &sent);
         EXPECT_EQ(result, sent.result());
-        return RavikSrv::get_error_string(result).name() + (" " + Json::write(project->get("P", "").value));
+        return get_error_string(result).name() + (" " + Json::write(project->get("P", "").value));
     };
     EXPECT_EQ(command("P.Config::a", R"({"x":1})"), R"(SUCCESS {"a":{"x":1}})");
     EXPECT_EQ(command("P.Config::a", R"({"y":2})"), R"(SUCCESS {"a":{"x":1,"y":2}})");

@@ -2,7 +2,7 @@
 #include "Json/Json.h"
 #include "Json/Reader.h"
 
-#include "Support/api_types.h"
+#include "Support/values.h"
 #include <gmock/gmock.h>
 
 #include <gtest/gtest.h>
@@ -34,13 +34,6 @@ std::string repeated(std::size_t count, std::string_view text)
         all += text;
     }
     return all;
-}
-
-Value binary(std::string_view bytes)
-{
-    Value value;
-    value.set_binary(bytes);
-    return value;
 }
 
 /// Maps in vectors in maps, `depth` in all.

@@ -28,7 +28,7 @@ bool fits_schema(std::string const& text)
     static auto const schema =
         CompiledSchema::compile(Json::parse(RegularFile(PROJECT_FILE_SCHEMA, "the schema").read()));
     EXPECT_STREQ(schema->error().text(), "");
-    return schema->validate(Json::parse(text), "").result() == RavikSrv::ErrorValue::SUCCESS;
+    return schema->validate(Json::parse(text), "").result() == ErrorValue::SUCCESS;
 }
 
 TEST(ProjectFile, holds_extensions_and_symbols)
