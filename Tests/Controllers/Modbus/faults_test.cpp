@@ -259,14 +259,10 @@ TEST(ModbusFaults, exceptions_bear_their_names)
     ScriptedDevice device([&](ScriptedDevice&, Request const& request)
                           { return ScriptedDevice::exception(request, code); });
     Domain domain(device.port());
-    struct Case
-    {
-        std::string name;
-        std::vector<int> codes;
-    };
-    std::vector<Case> const cases = {{"ILLEGAL_FUNCTION", {1}},   {"ILLEGAL_DATA_ADDRESS", {2}},
-                                     {"ILLEGAL_DATA_VALUE", {3}}, {"DEVICE_FAILURE", {4, 7, 8, 9, 99, 0}},
-                                     {"DEVICE_BUSY", {5, 6}},     {"GATEWAY_TARGET_FAILED", {10, 11}}};
+    std::vector<std::pair<std::string, std::vector<int>>> const cases = {
+        {"ILLEGAL_FUNCTION", {1}},   {"ILLEGAL_DATA_ADDRESS", {2}},
+        {"ILLEGAL_DATA_VALUE", {3}}, {"DEVICE_FAILURE", {4, 7, 8, 9, 99, 0}},
+        {"DEVICE_BUSY", {5, 6}},     {"GATEWAY_TARGET_FAILED", {10, 11}}};
     for (auto const& [name, codes] : cases)
     {
         for (int const sent : codes)

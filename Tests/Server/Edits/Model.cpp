@@ -18,14 +18,18 @@ std::string moved(std::string const& name, std::string const& from, std::string 
     return is_below(name, from) ? to + name.substr(from.size()) : name;
 }
 
+template <typename Range, typename Holds> bool any(Range const& range, Holds const& holds)
+{
+    return std::any_of(range.begin(), range.end(), holds);
+}
+
 /// Whether entries called `from`, or below it, can get the name `to`.
 template <typename Entries> bool is_wrong(Entries const& entries, std::string const& from, std::string const& to)
 {
-    auto const any = [&](auto const& holds)
-    { return std::any_of(entries.begin(), entries.end(), [&](auto const& entry) { return holds(entry.first); }); };
-    return !any([&](auto const& name) { return is_below(name, from); }) ||
-           (!to.empty() &&
-            (is_below(to, from) || any([&](auto const& name) { return is_below(name, to) || is_below(to, name); })));
+    auto const is_moved = [&](auto const& entry) { return is_below(entry.first, from); };
+    auto const is_in_the_way = [&](auto const& entry)
+    { return is_below(entry.first, to) || is_below(to, entry.first); };
+    return !any(entries, is_moved) || (!to.empty() && (is_below(to, from) || any(entries, is_in_the_way)));
 }
 
 } // namespace
@@ -80,8 +84,7 @@ bool Model::names_recipe(Recipe const& recipe, std::string const& value_name) co
 bool Model::reaches(std::string const& from, std::string const& type) const
 {
     auto const records = records_of(from);
-    return from == type || std::any_of(records.begin(), records.end(),
-                                       [&](Record const& record) { return !record.is_member && record.type == type; });
+    return from == type || any(records, [&](Record const& record) { return !record.is_member && record.type == type; });
 }
 
 /// Whether the value stands under the name of a type, not of a member.
@@ -94,9 +97,8 @@ bool Model::stands_for_type(Recipe const& recipe, std::string const& value_name)
 
 bool Model::gives_values_a_name(std::string const& type) const
 {
-    return std::any_of(recipes.begin(), recipes.end(),
-                       [&](auto const& recipe)
-                       { return recipe.second.values.contains(type) && stands_for_type(recipe.second, type); });
+    return any(recipes, [&](auto const& recipe)
+               { return recipe.second.values.contains(type) && stands_for_type(recipe.second, type); });
 }
 
 /// Whether a member or value of that name stands where those of the type are found.
@@ -106,14 +108,12 @@ bool Model::is_taken(std::string const& type, std::string const& name, bool by_m
     {
         auto const records = records_of(user.first);
         return reaches(user.first, type) &&
-               std::any_of(records.begin(), records.end(),
-                           [&](Record const& record)
-                           { return record.name == name && (record.is_member || !by_members_alone); });
+               any(records, [&](Record const& record)
+                   { return record.name == name && (record.is_member || !by_members_alone); });
     };
     auto const has_value = [&](auto const& recipe)
     { return reaches(recipe.second.type, type) && recipe.second.values.contains(name); };
-    return std::any_of(types.begin(), types.end(), has_member) ||
-           std::any_of(recipes.begin(), recipes.end(), has_value);
+    return any(types, has_member) || any(recipes, has_value);
 }
 
 // Refusals ------------------------------------------------------------------------------------------------------------
@@ -124,14 +124,14 @@ bool Model::refuses_types(std::string const& from, std::string const& to) const
     {
         return is_wrong(types, from, to);
     }
-    return std::any_of(types.begin(), types.end(),
-                       [&](auto const& type)
-                       {
-                           auto const name = moved(type.first, from, to);
-                           return is_below(type.first, from) &&
-                                  (is_taken(type.first, name, true) ||
-                                   (name.find("::") != std::string::npos && gives_values_a_name(type.first)));
-                       });
+    return any(types,
+               [&](auto const& type)
+               {
+                   auto const name = moved(type.first, from, to);
+                   return is_below(type.first, from) &&
+                          (is_taken(type.first, name, true) ||
+                           (name.find("::") != std::string::npos && gives_values_a_name(type.first)));
+               });
 }
 
 bool Model::refuses_recipes(std::string const& from, std::string const& to) const
@@ -143,10 +143,7 @@ bool Model::refuses_member(std::string const& type, std::string const& from, std
 {
     auto const found = types.find(type);
     auto const has = [&](std::string const& name)
-    {
-        return std::any_of(found->second.members.begin(), found->second.members.end(),
-                           [&](auto const& member) { return member.first == name; });
-    };
+    { return any(found->second.members, [&](auto const& member) { return member.first == name; }); };
     return found == types.end() || !has(from) || (!to.empty() && is_taken(type, to, false));
 }
 
@@ -178,7 +175,7 @@ void Model::move_types(std::string const& from, std::string const& to)
                 auto const nests = [&](std::string const& type)
                 {
                     auto const& members = types.at(type).members;
-                    return std::any_of(members.begin(), members.end(), nests_moved);
+                    return any(members, nests_moved);
                 };
                 auto const stays =
                     record != nullptr && (is_moved(record->type) || (record->is_member && nests(record->type)));

@@ -78,6 +78,7 @@ TEST(Opening, tells_what_is_wrong_with_a_project_and_where)
 
 /// A user of whom nothing belongs to anybody else.
 constexpr uid_t stranger = 65533;
+constexpr uid_t neighbour = stranger - 1;
 constexpr uid_t unchanged = static_cast<uid_t>(-1);
 
 /// Runs the rest of the scope as another user, where root runs the tests.
@@ -121,12 +122,7 @@ TEST(Opening, runs_nothing_that_somebody_else_could_change)
         {.name = "a group", .path = "lib", .mode = 0775, .group = stranger, .fragment = "other users of its group"},
         {.name = "root's own group", .path = "lib", .mode = 0775, .group = 0},
         {.name = "root in another's folder", .path = ".", .mode = 0755, .owner = stranger},
-        {.name = "another's folder",
-         .path = ".",
-         .mode = 0755,
-         .owner = stranger,
-         .fragment = another,
-         .caller = stranger - 1},
+        {.name = "strangers", .path = ".", .mode = 0755, .owner = stranger, .fragment = another, .caller = neighbour},
         {.name = "root's library", .path = ".", .mode = 0755, .owner = stranger, .caller = stranger},
     };
     for (auto const& row : cases)
