@@ -87,14 +87,12 @@ TEST(Callbacks, accept_what_is_not_checked)
     auto& changes = fixture.extension.changes();
     auto const& context = fixture.extension.context();
     Value value;
-    for (auto const* path : {"", "recipeList", "recipeList::members", "recipeTypeList::T"})
+    auto const* const path = "recipeList::members";
+    for (auto const& answer : {changes.before_delete(context, path, value, "recipe"),
+                               changes.before_rename(context, path, "recipeList::options", "recipe"),
+                               fixture.extension.exports().before_export(context, path, value, value, "recipe")})
     {
-        for (auto const& answer : {changes.before_delete(context, path, value, "recipe"),
-                                   changes.before_rename(context, path, "recipeList::options", "recipe"),
-                                   fixture.extension.exports().before_export(context, path, value, value, "recipe")})
-        {
-            EXPECT_EQ(answer.result(), ErrorValue::SUCCESS) << path;
-        }
+        EXPECT_EQ(answer.result(), ErrorValue::SUCCESS) << path;
     }
     EXPECT_EQ(fixture.host.call_count, 3U) << "only the registrations";
 }

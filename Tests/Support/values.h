@@ -20,6 +20,16 @@ inline Value map(std::initializer_list<std::pair<char const*, Value>> entries, V
     return result;
 }
 
+/// What comes of putting a value around the value so many times.
+template <typename Around> Value nested(Value value, int depth, Around const& around)
+{
+    for (int level = 0; level < depth; ++level)
+    {
+        value = around(value);
+    }
+    return value;
+}
+
 inline Value binary(std::string_view bytes)
 {
     Value value;

@@ -1,6 +1,7 @@
 #include "Model.h"
 
 #include <algorithm>
+#include <set>
 
 namespace Ravik::Test
 {
@@ -50,7 +51,7 @@ void Model::walk(std::string const& type, std::vector<Record>& records) const
     }
     for (auto const& [name, member] : found->second.members)
     {
-        records.push_back({.name = name, .type = type, .is_member = true});
+        records.push_back({.name = name, .type = type, .is_member = true, .nested = member.nested});
         if (!member.nested.empty())
         {
             records.push_back({.name = member.nested, .type = member.nested});
@@ -59,25 +60,18 @@ void Model::walk(std::string const& type, std::vector<Record>& records) const
     }
 }
 
-Model::Record const* Model::first(std::vector<Record> const& records, std::string const& name) const
+std::optional<Model::Record> Model::record_of(Recipe const& recipe, std::string const& name) const
 {
+    auto const records = records_of(recipe.type);
     auto const found =
         std::find_if(records.begin(), records.end(), [&](Record const& record) { return record.name == name; });
-    return found == records.end() ? nullptr : &*found;
+    return found == records.end() ? std::nullopt : std::optional(*found);
 }
 
 bool Model::names_recipe(Recipe const& recipe, std::string const& value_name) const
 {
-    auto const records = records_of(recipe.type);
-    auto const* const record = first(records, value_name);
-    if (record == nullptr || !record->is_member)
-    {
-        return record != nullptr;
-    }
-    auto const& members = types.at(record->type).members;
-    auto const member =
-        std::find_if(members.begin(), members.end(), [&](auto const& entry) { return entry.first == value_name; });
-    return !member->second.nested.empty();
+    auto const record = record_of(recipe, value_name);
+    return record && (!record->is_member || !record->nested.empty());
 }
 
 /// Whether `from` is the type or inherits or nests it.
@@ -90,9 +84,8 @@ bool Model::reaches(std::string const& from, std::string const& type) const
 /// Whether the value stands under the name of a type, not of a member.
 bool Model::stands_for_type(Recipe const& recipe, std::string const& value_name) const
 {
-    auto const records = records_of(recipe.type);
-    auto const* const record = first(records, value_name);
-    return record != nullptr && !record->is_member;
+    auto const record = record_of(recipe, value_name);
+    return record && !record->is_member;
 }
 
 bool Model::gives_values_a_name(std::string const& type) const
@@ -167,18 +160,9 @@ void Model::move_types(std::string const& from, std::string const& to)
         {
             for (auto& [value_name, value] : recipe.values)
             {
-                auto const records = records_of(recipe.type);
-                auto const* const record = first(records, value_name);
-                auto const nests_moved = [&](auto const& member)
-                { return member.first == value_name && is_moved(member.second.nested); };
+                auto const record = record_of(recipe, value_name);
                 // The value of a member that goes itself, or under the name of a type that goes, stays as it is.
-                auto const nests = [&](std::string const& type)
-                {
-                    auto const& members = types.at(type).members;
-                    return any(members, nests_moved);
-                };
-                auto const stays =
-                    record != nullptr && (is_moved(record->type) || (record->is_member && nests(record->type)));
+                auto const stays = record && (is_moved(record->type) || is_moved(record->nested));
                 if (gone.contains(value) && names_recipe(recipe, value_name) && !stays)
                 {
                     value.clear();
@@ -254,10 +238,9 @@ void Model::move_member(std::string const& type, std::string const& from, std::s
         members.push_back(member);
         for (auto const& [name, recipe] : recipes)
         {
-            auto const records = records_of(recipe.type);
-            auto const* const record = first(records, from);
+            auto const record = record_of(recipe, from);
             auto const value = recipe.values.find(from);
-            if (value != recipe.values.end() && record != nullptr && record->is_member && record->type == type)
+            if (value != recipe.values.end() && record && record->is_member && record->type == type)
             {
                 after.recipes.at(name).values.erase(from);
                 after.recipes.at(name).values[to] = value->second;

@@ -23,20 +23,17 @@ INVALID_PATH path  = 1
 TYPE_MISMATCH T::A T = {}
 TYPE_MISMATCH R::R1 R = {}
 INVALID_PATH Tx Tx = {}
-INVALID_PATH R:: R:: = {}
 INVALID_PATH R::x:: R::x:: = {}
 INVALID_PATH x: R::x: = {}
 INVALID_PATH R::a[0] R::a[0] = {}
 ENTRY_NOT_FOUND R::R1::values::m::x R::R1::values::m::x = 1
 ENTRY_NOT_FOUND recipeTypeNames[7] T::B::recipeTypeNames[7] = "A"
 TYPE_MISMATCH R::R1 R::R1 = {}
-TYPE_MISMATCH R::R1 R::R1 = {"x":{}}
 TYPE_MISMATCH T::A T::A = {}
 TYPE_MISMATCH R::F::R4 R::F = {}
 TYPE_MISMATCH R::F R::F = {"recipeTypeName":"A","values":{}}
 TYPE_MISMATCH R::F::R4 R::F = {"R4":{}}
 TYPE_MISMATCH R::F R::F::values = {}
-TYPE_MISMATCH T::F T::F::members = {}
 TYPE_MISMATCH R::X R::X = 5
 TYPE_MISMATCH R::X::Y R::X = {"Y":5}
 INVALID_PATH R::X R::X = {"":{}}
@@ -77,7 +74,6 @@ TYPE_MISSING R::R1 R::R1::recipeTypeName = "nobody"
 REQUIRED_FIELD R::New R::New::values::m = 1
 INVALID_PATH path  >
 ENTRY_NOT_FOUND R::nobody R::nobody >
-ENTRY_NOT_FOUND recipeTypeNames[1] T::B::recipeTypeNames[1] >
 REQUIRED_FIELD T::A T::A::members >
 REQUIRED_FIELD R::R1 R::R1::values >
 ID_IN_USE R::R2 R::R1 > R::R2
@@ -85,7 +81,6 @@ INVALID_PATH R::R1 R::R1 > R::R1
 INVALID_PATH R::F::G R::F > R::F::G
 INVALID_PATH T::R1 R::R1 > T::R1
 INVALID_PATH x R::R1 > x
-INVALID_PATH Rx R > Rx
 INVALID_PATH R::R2::values::x R::R1 > R::R2::values::x
 INVALID_PATH R R::R1 > R:::a
 BLACKLISTED members T::F > T::G::members
@@ -165,14 +160,8 @@ TEST_F(BadInput, is_refused_and_changes_nothing)
 
 TEST_F(BadInput, that_no_text_can_hold_is_refused)
 {
-    auto const nested = [](int depth)
-    {
-        Value value(ValueType::Map);
-        for (int level = 0; level < depth; ++level)
-        {
-            value = map({{"a", value}});
-        }
-        return value;
+    auto const deep = [](int depth) {
+        return nested(Value(ValueType::Map), depth, [](Value const& inner) { return map({{"a", inner}}); });
     };
     /// Path, value, error and place.
     using Case = std::tuple<std::string, Value, char const*, char const*>;
@@ -190,8 +179,8 @@ TEST_F(BadInput, that_no_text_can_hold_is_refused)
         {"recipeList::X", map({{"\xc3", 1}}), "ENCODE", "recipeList::X"},
         {member_default, Value(std::string_view("a\0b", 3)), "ENCODE", "defaultValue"},
         {member_default, Value(std::nan("")), "TYPE_MISMATCH", "recipeTypeList::A"},
-        {"recipeList::X", nested(100'000), "ENCODE", "recipeList::X"},
-        {member_default, nested(150), "ENCODE", "defaultValue"},
+        {"recipeList::X", deep(100'000), "ENCODE", "recipeList::X"},
+        {member_default, deep(150), "ENCODE", "defaultValue"},
         {deep_path, empty, "ENCODE", "recipeList::f::f"},
     });
     auto& project = *edited.project;
@@ -200,7 +189,7 @@ TEST_F(BadInput, that_no_text_can_hold_is_refused)
         expect_refused(project.set(edited.domain, path, value), path.substr(0, 60), error, place);
     }
     expect_refused(project.import(edited.domain, map({{huge.c_str(), 1}}), {}), "huge list", "UNEXPECTED_FIELD", "xxx");
-    expect_refused(project.import(edited.domain, map({{"recipeList", nested(100'000)}}), {}), "deep import", "ENCODE",
+    expect_refused(project.import(edited.domain, map({{"recipeList", deep(100'000)}}), {}), "deep import", "ENCODE",
                    "recipeList::a::a");
     expect_refused(project.rename(edited.domain, "recipeList::R1", "recipeList::" + huge, {}), "huge name",
                    "STRING_LENGTH_MISMATCH", "recipeList");

