@@ -80,19 +80,3 @@ TEST(Requests, the_last_failure_is_the_groups_result)
         EXPECT_EQ(send({{function, map}, {function, Value("R")}, {function, Value()}}), "9: 9 9 9") << function;
     }
 }
-
-TEST(Callbacks, accept_what_is_not_checked)
-{
-    RecipeManagementFixture fixture;
-    auto& changes = fixture.extension.changes();
-    auto const& context = fixture.extension.context();
-    Value value;
-    auto const* const path = "recipeList::members";
-    for (auto const& answer : {changes.before_delete(context, path, value, "recipe"),
-                               changes.before_rename(context, path, "recipeList::options", "recipe"),
-                               fixture.extension.exports().before_export(context, path, value, value, "recipe")})
-    {
-        EXPECT_EQ(answer.result(), ErrorValue::SUCCESS) << path;
-    }
-    EXPECT_EQ(fixture.host.call_count, 3U) << "only the registrations";
-}

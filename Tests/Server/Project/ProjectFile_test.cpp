@@ -36,8 +36,7 @@ TEST(ProjectFile, holds_extensions_and_symbols)
     auto const* const text = R"({
   "$schema": "https://localhost/ravik.schema.json",
   "extensions": [
-    { "domain": "RavikRecipeManagement", "library": "libRavikRecipeManagement.so" },
-    { "domain": "Line", "library": "./lib/line.so", "configuration": { "variables": { "Speed": 0.0 } } }
+    { "domain": "R", "library": "libR.so" }, { "domain": "Line", "library": "./lib/line.so", "configuration": { "variables": { "Speed": 0.0 } } }
   ],
   "symbols": {
     "Line.Speed": { "DOMAIN": "Line", "MAPPING": "Speed", "USEMAPPING": true,
@@ -48,7 +47,7 @@ TEST(ProjectFile, holds_extensions_and_symbols)
     EXPECT_TRUE(fits_schema(text));
     auto const project = read(text);
     ASSERT_EQ(project.extensions.size(), 2U);
-    EXPECT_EQ(project.extensions[0].domain, "RavikRecipeManagement");
+    EXPECT_EQ(project.extensions[0].domain, "R");
     EXPECT_EQ(project.extensions[1].shared_object, "./lib/line.so");
     EXPECT_EQ(project.extensions[1].configuration["variables"]["Speed"], Value(0.0));
     EXPECT_EQ(project.symbols.size(), 2U);
@@ -93,12 +92,10 @@ TEST(ProjectFile, tells_what_was_expected_where)
          R"(one of the keys "domain", "library", "configuration", found "Library")"},
         {domain(""), "2:22", "empty"},
         {domain("A::B"), "2:22", R"(without "::", found "A::B")"},
-        {domain("A.B"), "2:22", R"(without ".")"},
         {domain("A/B"), "2:22", R"(without "/")"},
         {domain("RavikSrv"), "2:22", "the server's"},
         {"{\"extensions\": [{\"domain\": \"A\", \"library\": \"x\"},\n{\"domain\": \"A\", \"library\": \"y\"}]}", "2:2",
          "each domain once", false},
-        {symbols(R"("S": 1)"), "2:1", R"(the symbol "S" to be an object, found 1)"},
         {symbols(R"("S": {})"), "2:1", R"(the key "DOMAIN" (a text))"},
         {symbols(R"("S": {"DOMAIN": "Lin"})"), "2:7", R"("RavikSrv" or an extension's domain ("Line"), found "Lin")",
          false},
