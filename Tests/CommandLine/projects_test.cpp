@@ -28,7 +28,6 @@ TEST_F(SampleProject, activates_recipes_and_shows_what_was_written)
         {"ravik activate Bred", {"No symbol was written"}, {"ACTIVATING_FAILED", "did you mean 'Bread'?"}},
         {R"(ravik call ActivateRecipe '{"path": "Pizza"}')", {"ActivateRecipe: done"}},
         {"ravik call ActivateRecipe '[1]'", {}, {"INVALID_WRITEVALUE"}},
-        {"ravik call ActivateRecip", {}, {"did you mean the function 'ActivateRecipe'?"}},
         {"ravik call ActivateRecipe --domain Mixr", {}, {"did you mean the domain 'Mixer'?"}},
         {"ravik symbol get Mixer.Product", {"\"Pizza\"\n"}},
     });
@@ -59,8 +58,6 @@ TEST_F(SampleProject, reads_and_writes_symbols)
         {"ravik --json symbol get Mixer.Temperature", {R"("value":-5.0})"}},
         {"ravik symbol set Mixer.Ready false", {}, {"Mixer.Ready (domain Mixer): WRITE_PROTECTED"}},
         {"ravik symbol set Mixer.Speed 301", {}, {"Mixer.Speed (domain Mixer)", "RANGE_MISMATCH"}},
-        {"ravik symbol set Mixer.Product 5", {}, {"TYPE_MISMATCH"}},
-        {"ravik symbol set Mixer.Sped 5", {}, {"Mixer.Sped (no such symbol)", "did you mean 'Mixer.Speed'?"}},
         {"ravik symbol get Mixer.Speed Mixer.Ready Mixer.Speed", {"\"Mixer.Speed\": 0.0,\n  \"Mixer.Ready\": true"}},
         {"ravik symbol get Mixer.Speed Nothing", {R"("Mixer.Speed": 0.0)"}, {"Nothing (no such symbol)"}},
     });
@@ -72,7 +69,6 @@ TEST_F(SampleProject, keeps_its_configuration_through_export_and_import)
         {"ravik get recipeList::Bread::values", {R"("Speed": 120.0)"}},
         {"ravik --domain Mixer get writeProtected", {"Ready"}},
         {"ravik get recipeList::Nothing", {}, {"ENTRY_NOT_FOUND"}},
-        {"ravik --domain Nothing get", {}, {"INVALID_DOMAIN"}},
         {"echo '{}' | ravik import -", {}, {"recipeTypeList"}},
         {"echo mine >taken; ravik export taken", {}, {"taken: the file exists already", "--force"}},
         {"grep -q mine taken && ravik export --force taken && echo mine >taken",

@@ -193,14 +193,7 @@ TEST(Value, keeps_the_bytes_of_texts_and_binary_data)
 
 TEST(Value, nested_a_million_levels_deep_is_destroyed)
 {
-    Value deep = 1;
-    for (int level = 0; level < 500'000; ++level)
-    {
-        Value map;
-        map.insert("inner", deep);
-        deep.set_type(ValueType::Vector);
-        deep << map << "beside";
-    }
+    auto deep = nested(1, 500'000, [](Value const& inner) { return Value() << map({{"inner", inner}}) << "beside"; });
     Value shared = deep;
     deep = Value();
     Value const copy = shared["more"]["still"]; // the list becomes a map, and the only copy goes
@@ -286,13 +279,11 @@ TEST(ValueComparison, sees_content_and_not_how_it_came_about)
 
 TEST(ValueComparison, takes_time_in_proportion_to_the_content)
 {
-    Value left = 1;
-    Value right = 1;
-    for (int level = 0; level < 2'000; ++level)
-    {
-        left = level % 2 == 0 ? Value() << left : map({{"a", left}});
-        right = level % 2 == 0 ? Value() << right : map({{"a", right}});
-    }
+    auto const deep = [] {
+        return nested(1, 1'000, [](Value const& inner) { return Value() << map({{"a", inner}}); });
+    };
+    auto const left = deep();
+    auto const right = deep();
     EXPECT_EQ(left, right);
     EXPECT_FALSE(left < right); // would not end if each level compared twice
 }

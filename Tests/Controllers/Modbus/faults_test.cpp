@@ -163,7 +163,7 @@ TEST(ModbusFaults, of_sessions_at_once_are_kept_apart_and_the_oldest_go)
     Domain domain(device.port());
     auto const requests_of = [&](std::uint64_t first, std::uint64_t last)
     {
-        std::vector<std::thread> clients;
+        std::vector<std::jthread> clients;
         for (auto session = first; session <= last; ++session)
         {
             clients.emplace_back(
@@ -174,7 +174,7 @@ TEST(ModbusFaults, of_sessions_at_once_are_kept_apart_and_the_oldest_go)
                     EXPECT_EQ(std::string(later[2].result_string()).rfind("Not tried: The device", 0), 0U);
                 });
         }
-        std::for_each(clients.begin(), clients.end(), [](auto& client) { client.join(); });
+        clients.clear(); // joins them
         auto const requests = device.requests();
         return std::count(requests.begin(), requests.end(), '@');
     };

@@ -39,9 +39,7 @@ TEST(Paths, name_and_rest_of_a_symbol)
     EXPECT_EQ(parts("a"), Parts("a", ""));
     EXPECT_EQ(parts("a::b::c"), Parts("a", "b::c"));
     EXPECT_EQ(parts("a[1]::b"), Parts("a", "[1]::b"));
-    EXPECT_EQ(parts("a::b[1]"), Parts("a", "b[1]"));
     EXPECT_EQ(parts("::a"), Parts("", "a"));
-    EXPECT_EQ(parts("[1]::a"), Parts("", "[1]::a"));
     EXPECT_EQ(parts("a:b"), Parts("a:b", ""));
     EXPECT_EQ(parts("a:::b"), Parts("a", ":b"));
     EXPECT_EQ(path_separator(), "::");

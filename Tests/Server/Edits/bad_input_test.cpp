@@ -21,7 +21,6 @@ constexpr char const* initial = "A { m n } B(A) { k>N } N { o } F::T { p } E/ | 
 constexpr char const* bad_edits = R"(
 INVALID_PATH path  = 1
 TYPE_MISMATCH T::A T = {}
-TYPE_MISMATCH R::R1 R = {}
 INVALID_PATH Tx Tx = {}
 INVALID_PATH R::x:: R::x:: = {}
 INVALID_PATH x: R::x: = {}
@@ -77,28 +76,22 @@ ENTRY_NOT_FOUND R::nobody R::nobody >
 REQUIRED_FIELD T::A T::A::members >
 REQUIRED_FIELD R::R1 R::R1::values >
 ID_IN_USE R::R2 R::R1 > R::R2
-INVALID_PATH R::R1 R::R1 > R::R1
 INVALID_PATH R::F::G R::F > R::F::G
 INVALID_PATH T::R1 R::R1 > T::R1
-INVALID_PATH x R::R1 > x
 INVALID_PATH R::R2::values::x R::R1 > R::R2::values::x
 INVALID_PATH R R::R1 > R:::a
 BLACKLISTED members T::F > T::G::members
 INVALID_PATH T::B::members::m T::A::members::m > T::B::members::m
 REQUIRED_FIELD T::A T::A::members > T::A::member
 ID_IN_USE members::n T::A::members::m > T::A::members::n
-INVALID_PATH members T::A::members::m > T::A::members::a:b:
 UNEXPECTED_FIELD T::A T::A::members::m::symbol > T::A::members::m::sybmol
 INVALID_PATH recipeTypeNames[1] T::B::recipeTypeNames[0] > T::B::recipeTypeNames[1]
 INVALID_PATH R::R2::values::m R::R1::values::m > R::R2::values::m
 TYPE_MISMATCH T import []
 REQUIRED_FIELD T import {}
 UNEXPECTED_FIELD other import {"other":{}}
-UNEXPECTED_FIELD x import {"recipeList":{},"x":1}
 TYPE_MISMATCH R::X import {"recipeList":{"X":5}}
 TYPE_MISMATCH R::F import {"recipeList":{"F":{"recipeTypeName":"A","values":{}}}}
-TYPE_MISMATCH R::N import {"recipeList":{"N":{"recipeTypeName":"A","values":{"m":"x"}}}}
-SYMBOL_NOT_MAPPED T::X import {"recipeTypeList":{"X":{"members":{"m":{"symbol":"none","defaultValue":1}}}}}
 RECURSION R::N + X(Y) { } Y(X) { } | N:X { }
 INVALID_PARAMETER T::X + X(Y) { n>y } Y { } |)";
 

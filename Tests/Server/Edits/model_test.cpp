@@ -30,7 +30,7 @@ std::string const domain(recipe_domain);
 class Random
 {
 public:
-    explicit Random(unsigned seed) : m_engine(seed) {}
+    explicit Random(unsigned long seed) : m_engine(seed) {}
 
     int below(int limit) { return std::uniform_int_distribution(0, limit - 1)(m_engine); }
     bool happens(int percent) { return below(100) < percent; }
@@ -267,7 +267,7 @@ Model make(OpenProject& project, std::filesystem::path const& file, Model const&
     return expected;
 }
 
-Counts run(int configurations, unsigned seed)
+Counts run(int configurations, unsigned long seed)
 {
     TemporaryFolder const folder;
     auto const file = folder.write("ravik.json", project_file());
@@ -303,9 +303,7 @@ int main(int argc, char** argv)
 {
     try
     {
-        auto const number = [&](int position, int otherwise)
-        { return argc > position ? std::atoi(argv[position]) : otherwise; };
-        auto const counts = run(number(1, 200), static_cast<unsigned>(number(2, 1)));
+        auto const counts = run(argc > 1 ? std::stoi(argv[1]) : 200, argc > 2 ? std::stoul(argv[2]) : 1);
         std::cout << counts.made << " edits made, " << counts.refused << " refused, " << counts.vetoed << " vetoed\n";
         return counts.made > counts.vetoed ? EXIT_SUCCESS : EXIT_FAILURE;
     }

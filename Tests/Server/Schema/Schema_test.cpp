@@ -83,7 +83,6 @@ Value twice(Value const& value)
 TEST(Schema, tells_what_fails_and_where)
 {
     expect_answers({
-        {"{'maximum': 3000}", "5000", "RANGE_MISMATCH 5000 is more than the maximum of 3000"},
         {"{'exclusiveMaximum': 5}", "5", "RANGE_MISMATCH 5 is not less than 5"},
         {"{'multipleOf': 0.1}", "0.35", "RANGE_MISMATCH 0.35 is not a multiple of 0.1"},
         {"{'type': ['integer', 'string'], 'enum': [1]}", "true", "TYPE_MISMATCH true is not of type integer or string"},
@@ -93,7 +92,6 @@ TEST(Schema, tells_what_fails_and_where)
         {"{'const': {'a': 1}}", "{'a': 2}", "ENUM_VALUE_MISMATCH an object is not the only allowed value: an object"},
         {"{'properties': {'a': {'items': {'properties': {'b': {'type': 'number'}}}}}}", "{'a': [{}, {'b': 'x'}]}",
          "TYPE_MISMATCH a[1]::b: 'x' is not of type number"},
-        {"{'required': ['a', 'b']}", "{'a': 1}", "REQUIRED_FIELD the field 'b' is missing"},
         {"{'dependencies': {'a': ['b']}}", "{'a': 1}", "REQUIRED_FIELD the field 'b' is missing, which 'a' needs"},
         {"{'properties': {'a': true}, 'patternProperties': {'^x': {}}, 'additionalProperties': false}",
          "{'a': 1, 'xb': 2, 'b': 3}", "UNEXPECTED_FIELD there is no field 'b' here"},
@@ -137,7 +135,6 @@ TEST(Schema, reads_numbers_exactly)
         {"{'enum': [-0.0, 3]}", "0", "SUCCESS"},
         {"{'multipleOf': 0.01}", "4.35", "SUCCESS"},
         {"{'multipleOf': 0.01}", "4.3501", "RANGE_MISMATCH"},
-        {"{'multipleOf': 3}", "9223372036854775806", "SUCCESS"},
         {"{'multipleOf': 3}", "9223372036854775807", "RANGE_MISMATCH"},
         {"{'multipleOf': 2.5}", "-5", "SUCCESS"},
     });
