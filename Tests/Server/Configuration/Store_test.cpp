@@ -105,7 +105,8 @@ TEST_F(StoreCareTest, brings_over_a_store_of_the_first_layout_however_often_it_i
             {
                 // The file that outgrows this kills the process.
                 rlimit const size{.rlim_cur = limit, .rlim_max = limit};
-                setrlimit(RLIMIT_CORE, &size);
+                rlimit const no_core{};
+                setrlimit(RLIMIT_CORE, &no_core);
                 setrlimit(RLIMIT_FSIZE, &size);
                 return refused(file).empty();
             });
