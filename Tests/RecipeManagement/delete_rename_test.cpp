@@ -211,7 +211,7 @@ TEST(DeleteRename, answers_the_outcome_of_the_last_write)
             // The first call reads the configuration.
             plant.host.failing_calls.insert(1 + write);
         }
-        auto const* const partly = edit == recipe ? "" : "DELETE_RENAME_PARTLY_FAILED: ";
+        auto const* const partly = edit.second == std::string(recipe.second) ? "" : "DELETE_RENAME_PARTLY_FAILED: ";
         EXPECT_EQ(plant.edit(edit.second), paths.empty() ? "SUCCESS | " : std::string("SERVER | ") + partly + paths);
         EXPECT_EQ(plant.host.config_writes.size(), writes);
     }

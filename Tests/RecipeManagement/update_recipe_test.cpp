@@ -95,7 +95,7 @@ TEST_F(UpdateRecipe, fills_in_nothing_that_an_activation_would_not_write)
     {
         auto const written = outcome();
         host.groups.clear();
-        auto const updated = update();
+        auto updated = update();
         EXPECT_EQ(outcome(), written);
         return updated;
     };
