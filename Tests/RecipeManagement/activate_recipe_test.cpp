@@ -30,6 +30,7 @@ constexpr auto written = std::to_array<Case>({
     {"a fault in a nested recipe ends that recipe alone", "T { a:A n>U c:C } U { b:B }",
      "R:T { a=1 n=S c=3 } S:U { a=2 b=2 }", "Line[A=1 C=3]"},
     {"symbol and type: the symbol alone", "T { a:A>U } U { b:B=1 }", "R:T { a=1 }", "Line[A=1]"},
+    {"one name in two types: the first", "T { m:A c:B>U } U { m:C }", "R:T { c=2 m=5 }", "Line[A=5 B=2]"},
     {"disabled type, with all below", "T { n>U a:A } U!(P) { b:B=1 } P { c:C=1 }", "R:T { a=1 }", "Line[A=1]"},
     {"server symbols", "T { v:V a:A w:W x:X=5 }", "R:T { v=1 a=2 w=3 }", "Line[A=2] Other[X=5] RavikSrv[V=1 W=3]"},
 });
