@@ -33,6 +33,12 @@ Answer set(Invocation& invocation);
 Answer remove(Invocation& invocation);
 /// rename PATH NEW_PATH
 Answer rename(Invocation& invocation);
+/// history
+Answer history(Invocation& invocation);
+/// history show ID
+Answer history_show(Invocation& invocation);
+/// revert ID
+Answer revert(Invocation& invocation);
 /// check
 Answer check(Invocation& invocation);
 /// symbols

@@ -106,7 +106,7 @@ Answer edit_answer(Invocation& invocation, EditReport const& report, std::string
 
 MoveOptions move_options(Invocation const& invocation)
 {
-    return {.dry_run = invocation.has(Option::dry_run)};
+    return {.dry_run = invocation.has(Option::dry_run), .origin = invocation.origin()};
 }
 
 /// The answer to an import that only checks: every refusal is a message.
@@ -138,7 +138,7 @@ Answer set(Invocation& invocation)
 {
     auto const operands = invocation.operands();
     auto const value = json_operand(operands[1]);
-    auto const report = invocation.project().set(invocation.domain(), operands[0], value);
+    auto const report = invocation.project().set(invocation.domain(), operands[0], value, invocation.origin());
     return edit_answer(invocation, report, "Set " + operands[0] + '.');
 }
 
@@ -165,7 +165,8 @@ Answer import(Invocation& invocation)
         invocation.domain(), data,
         {.dry_run = invocation.has(Option::dry_run),
          .replace = invocation.has(Option::replace),
-         .progress = [&progress](std::size_t done, std::size_t total) { progress.show(done, total); }});
+         .progress = [&progress](std::size_t done, std::size_t total) { progress.show(done, total); },
+         .origin = invocation.origin()});
     progress.clear();
     if (invocation.has(Option::dry_run))
     {

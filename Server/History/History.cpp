@@ -69,6 +69,10 @@ Value place_value(PlaceChange const& place)
     Value value;
     value.insert("domain", Value(std::string_view(place.domain)));
     value.insert("path", Value(std::string_view(place.path)));
+    if (place.inside)
+    {
+        value.insert("inside", true);
+    }
     if (place.before)
     {
         value.insert("before", *place.before);
@@ -118,6 +122,23 @@ bool is_about(StoredRecord const& stored, std::string const& recipe)
 }
 
 } // namespace
+
+std::vector<PlaceChange> places_of(HistoryRecord const& record)
+{
+    auto const told = [](Value const& place, char const* key)
+    { return place.find(key) == place.end() ? std::nullopt : std::optional(place[key]); };
+    std::vector<PlaceChange> places;
+    auto const& values = record.body["places"];
+    for (auto place = values.begin(); place != values.end(); ++place)
+    {
+        places.push_back({.domain = (*place)["domain"].get_string(),
+                          .path = (*place)["path"].get_string(),
+                          .inside = place->find("inside") != place->end(),
+                          .before = told(*place, "before"),
+                          .after = told(*place, "after")});
+    }
+    return places;
+}
 
 History::History(Configuration& configuration, HistoryBounds bounds)
     : m_configuration(configuration), m_bounds(bounds), m_account(account())
@@ -226,12 +247,6 @@ std::optional<HistoryRecord> History::find(std::int64_t id) const
     auto record = without_body(*stored);
     record.body = body_of(*stored);
     return record;
-}
-
-std::vector<PlaceChange> History::places(std::int64_t id) const
-{
-    auto const stored = m_configuration.record(id);
-    return stored ? read_places(stored->places) : std::vector<PlaceChange>();
 }
 
 } // namespace Ravik

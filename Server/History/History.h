@@ -44,8 +44,6 @@ public:
     /// The newest records first, without their bodies.
     std::vector<HistoryRecord> list(HistoryFilter const& filter) const;
     std::optional<HistoryRecord> find(std::int64_t id) const;
-    /// What the record changed in the configuration; nothing where there is no such record or it changed nothing.
-    std::vector<PlaceChange> places(std::int64_t id) const;
 
 private:
     RecordBounds bounds_now() const;

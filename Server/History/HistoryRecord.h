@@ -1,10 +1,12 @@
 #pragma once
 
+#include "Configuration/place_changes.h"
 #include "RavikSrvExtApi.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace Ravik
 {
@@ -48,13 +50,16 @@ struct HistoryRecord
     std::string text{};
     std::string note{};
     /// Of what changed the configuration: {"places": [{"domain", "path", "before", "after"}]}, where nothing stood or
-    /// stands without the one or the other. Of anything else what its maker gave it; where its "recipe" names a recipe,
+    /// stands without the one or the other, and "inside" for a place in a recipe or recipe type. Of anything else what its maker gave it; where its "recipe" names a recipe,
     /// the record is one of that recipe. A list has records without their bodies.
     RavikSrv::Value body{};
 
     /// Whether it changed the configuration.
     bool has_places() const { return body["places"].type() == RavikSrv::ValueType::Vector; }
 };
+
+/// The places of a record that changed the configuration.
+std::vector<PlaceChange> places_of(HistoryRecord const& record);
 
 /// Which records to list; what is empty says nothing.
 struct HistoryFilter
