@@ -150,7 +150,7 @@ std::string shown(Value const& place, char const* key)
 void print_places(Value const& places, Output& output)
 {
     Table table({"PLACE", "BEFORE", "AFTER"});
-    for (auto place = places.begin(); place != places.end(); ++place)
+    for (auto place = places.begin_vector(); place != places.end_vector(); ++place)
     {
         std::string const domain = (*place)["domain"].get_string();
         std::string const path = (*place)["path"].get_string();

@@ -125,8 +125,10 @@ std::vector<Refusal> Editor::check_reversal(Site const& site, Reversal const& re
     {
         auto const& entry = *RavikSrv::node_path(path, reversal.after()).node;
         auto const kind = kind_of(path, entry);
-        auto const is_entry = kind == EntryKind::Recipe || kind == EntryKind::RecipeType;
-        take(is_entry ? ask_entry(site, path, entry, kind, lists) : ask_change(site, path, reversal.after()));
+        auto const is_folder = kind == EntryKind::Folder;
+        take(kind == EntryKind::Other
+                 ? ask_change(site, path, reversal.after())
+                 : ask_entry(site, path, is_folder ? Value(RavikSrv::ValueType::Map) : entry, kind, lists));
     }
     for (auto const& path : reversal.gone())
     {

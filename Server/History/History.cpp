@@ -129,7 +129,7 @@ std::vector<PlaceChange> places_of(HistoryRecord const& record)
     { return place.find(key) == place.end() ? std::nullopt : std::optional(place[key]); };
     std::vector<PlaceChange> places;
     auto const& values = record.body["places"];
-    for (auto place = values.begin(); place != values.end(); ++place)
+    for (auto place = values.begin_vector(); place != values.end_vector(); ++place)
     {
         places.push_back({.domain = (*place)["domain"].get_string(),
                           .path = (*place)["path"].get_string(),
