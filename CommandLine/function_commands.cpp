@@ -41,8 +41,7 @@ Answer call(Invocation& invocation)
         parameters.convert(ValueType::Struct);
     }
     auto& project = invocation.project();
-    auto const outcome =
-        project.call(project.begin_request(), domain, operands[0], parameters, invocation.origin());
+    auto const outcome = project.call(project.begin_request(), domain, operands[0], parameters, invocation.origin());
     if (outcome.value.isset())
     {
         invocation.output().print_json(outcome.value);

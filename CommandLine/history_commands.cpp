@@ -251,8 +251,8 @@ Answer revert(Invocation& invocation)
     auto& output = invocation.output();
     for (auto const& place : report.cascade)
     {
-        auto const* const word = dry_run ? (place.removed ? "would remove " : "would write  ")
-                                         : (place.removed ? "removed " : "wrote   ");
+        auto const* const word =
+            dry_run ? (place.removed ? "would remove " : "would write  ") : (place.removed ? "removed " : "wrote   ");
         output.print(word + place.path);
     }
     output.print(dry_run ? "Nothing was changed." : "Took back what record " + std::to_string(number) + " tells.");

@@ -259,8 +259,7 @@ template <typename Edit> ErrorValue Configuration::Turn::edit(std::string const&
 std::vector<PlaceChange> Configuration::Turn::places() const
 {
     auto touched = m_changes.touched();
-    std::erase_if(touched,
-                  [this](Touched const& place) { return m_configuration.is_fixed(place.domain, place.path); });
+    std::erase_if(touched, [this](Touched const& place) { return m_configuration.is_fixed(place.domain, place.path); });
     return place_changes(touched, [this](std::string const& domain) { return m_configuration.trees(domain); });
 }
 

@@ -7,8 +7,8 @@
 #include "Mutex.h"
 #include "RavikSrvExtApi.h"
 
-#include <map>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
 #include <set>
@@ -50,7 +50,8 @@ public:
 
     /// Adds a record in a transaction of its own, see `Store::add_record`.
     std::int64_t add_record(StoredRecord record, RecordBounds const& bounds);
-    /// Puts the record in the place of the one of its number, in a transaction of its own. Returns whether there is one.
+    /// Puts the record in the place of the one of its number, in a transaction of its own. Returns whether there is
+    /// one.
     bool replace_record(StoredRecord const& record);
     std::optional<StoredRecord> record(std::int64_t id) const;
     /// Up to `most` records with numbers below `before`, the newest first.
@@ -113,8 +114,8 @@ public:
                                Tree::WriteMode mode);
     RavikSrv::ErrorValue remove(std::string const& domain, std::string const& path);
 
-    /// What has changed in this turn, the outermost, and in those that joined it, against what stood before it. What the
-    /// project file fixes is left out.
+    /// What has changed in this turn, the outermost, and in those that joined it, against what stood before it. What
+    /// the project file fixes is left out.
     std::vector<PlaceChange> places() const;
     /// Stores the record with what this turn, and those that it is part of, write: together or not at all.
     void remember(StoredRecord record, RecordBounds bounds);

@@ -80,7 +80,8 @@ SqliteStore::SqliteStore(Sqlite::Database database, std::filesystem::path file, 
                                       "RETURNING checksum"),
       m_record_writer(m_database.get()),
       m_oldest_record(m_database.get(), "SELECT id, time FROM history ORDER BY id LIMIT 1"),
-      m_erase_record(m_database.get(), "DELETE FROM history WHERE id = ?1"), m_loaded(std::move(content.trees)), m_last_rank(content.last_rank), m_sum(content.sum), m_committed(content.sum)
+      m_erase_record(m_database.get(), "DELETE FROM history WHERE id = ?1"), m_loaded(std::move(content.trees)),
+      m_last_rank(content.last_rank), m_sum(content.sum), m_committed(content.sum)
 {
     m_sum.base = StoreFile::stamp_in_file(m_file).value_or(m_sum.stamp);
     sqlite3_wal_hook(

@@ -211,8 +211,7 @@ std::vector<PlaceChange> place_changes(std::vector<Touched> const& touched,
         auto found = collectors.find(place.domain);
         if (found == collectors.end())
         {
-            found =
-                collectors.emplace(place.domain, Collector(place.domain, trees_of(place.domain), places)).first;
+            found = collectors.emplace(place.domain, Collector(place.domain, trees_of(place.domain), places)).first;
         }
         found->second.compare(place.path);
     }

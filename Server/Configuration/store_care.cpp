@@ -417,8 +417,7 @@ struct Collected
 Collected collect(sqlite3* database, fs::path const& file, std::int64_t version)
 {
     Collected collected;
-    auto examined =
-        examine(database, file, version, collected.kept.row_taker(), collected.kept.record_taker());
+    auto examined = examine(database, file, version, collected.kept.row_taker(), collected.kept.record_taker());
     collected.has_lost_rows = examined.sum.rows != examined.report.rows;
     collected.report = std::move(examined.report);
     return collected;
@@ -543,8 +542,7 @@ StoreReport repair_store(fs::path const& name, std::chrono::seconds wait)
 void bring_over(StoreFile::Taken const& taken, fs::path const& file)
 {
     Kept kept;
-    auto const examined =
-        examine(taken.database.get(), file, taken.version, kept.row_taker(), kept.record_taker());
+    auto const examined = examine(taken.database.get(), file, taken.version, kept.row_taker(), kept.record_taker());
     if (!examined.report.is_whole())
     {
         throw StoreFile::Damaged(file, examined.report.faults.front());

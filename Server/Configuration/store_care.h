@@ -63,8 +63,8 @@ StoreReport restore_store(std::filesystem::path const& file, std::filesystem::pa
 
 /// Makes a store of the rows and records that are whole, where some are not. A recipe or recipe type that is lost is
 /// given back as the history left it, where all that it tells of it is whole; a row whose folder is lost gets one. What
-/// was there is kept under another name. Returns the rows kept, and what was wrong with the others. Throws `StoreRefusal` where
-/// nothing of it can be read.
+/// was there is kept under another name. Returns the rows kept, and what was wrong with the others. Throws
+/// `StoreRefusal` where nothing of it can be read.
 StoreReport repair_store(std::filesystem::path const& file, std::chrono::seconds wait);
 
 /// Makes a store of the newest layout of one of an earlier version, in its place: all of it or nothing, also where the

@@ -239,9 +239,9 @@ namespace
 {
 
 /// The texts of a record in the order of their columns.
-constexpr std::array record_texts{&StoredRecord::time,    &StoredRecord::who,  &StoredRecord::action,
-                                  &StoredRecord::asked,   &StoredRecord::outcome, &StoredRecord::text,
-                                  &StoredRecord::note,    &StoredRecord::body, &StoredRecord::places};
+constexpr std::array record_texts{&StoredRecord::time,  &StoredRecord::who,     &StoredRecord::action,
+                                  &StoredRecord::asked, &StoredRecord::outcome, &StoredRecord::text,
+                                  &StoredRecord::note,  &StoredRecord::body,    &StoredRecord::places};
 constexpr auto record_columns = "id, checksum, time, who, action, asked, outcome, text, note, body, places";
 constexpr int first_text = 2;
 

@@ -51,8 +51,8 @@ std::uint64_t checksum(StoredRecord const& record);
 /// What the record takes in the store, about.
 std::uint64_t bytes_of(StoredRecord const& record) noexcept;
 
-/// What all rows and records come to. It is written in each transaction, so a row that is lost, or that stands as it did
-/// before, is found out; and it ties the write-ahead log to its file.
+/// What all rows and records come to. It is written in each transaction, so a row that is lost, or that stands as it
+/// did before, is found out; and it ties the write-ahead log to its file.
 struct Sum
 {
     std::uint64_t rows = 0;

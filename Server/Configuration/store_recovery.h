@@ -20,8 +20,8 @@ public:
     void take(StoredRecord const& record);
 
     /// Calls `visit` for each recipe and recipe type that is known to be there.
-    void for_each(std::function<void(std::string const& domain, std::string const& path, RavikSrv::Value const& entry)>
-                      const& visit) const;
+    void for_each(std::function<void(std::string const& domain, std::string const& path,
+                                     RavikSrv::Value const& entry)> const& visit) const;
 
 private:
     std::int64_t m_last = 0;

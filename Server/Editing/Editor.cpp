@@ -362,9 +362,8 @@ Refusal Editor::put_right(Site const& site, std::string const& path, Value const
                                                  : turn.remove(site.domain, difference.path);
         result = result == ErrorValue::SUCCESS ? written : result;
     }
-    return result == ErrorValue::SUCCESS
-               ? Refusal()
-               : Refusal{ErrorValue::UNEXPECTED, "it could not be carried through", path};
+    return result == ErrorValue::SUCCESS ? Refusal()
+                                         : Refusal{ErrorValue::UNEXPECTED, "it could not be carried through", path};
 }
 
 /// Still in the edit's turn, so that nobody edits while the extension learns its entries anew.

@@ -58,8 +58,8 @@ public:
     /// place of the one that stands there as a whole.
     EditOutcome import(std::string const& domain, RavikSrv::Value const& data, ImportOptions const& options);
 
-    /// Takes back, place by place, what an edit changed. Refused, with every place at fault, where one has changed since
-    /// or another entry would be wrong afterwards. `asked` is what a record of it says.
+    /// Takes back, place by place, what an edit changed. Refused, with every place at fault, where one has changed
+    /// since or another entry would be wrong afterwards. `asked` is what a record of it says.
     EditOutcome revert(std::vector<PlaceChange> const& places, std::string const& asked, RevertOptions const& options);
 
     /// What is wrong in the domain's configuration as it stands; what is found clean an import takes. Asks the

@@ -159,8 +159,8 @@ std::vector<Refusal> Editor::new_faults(Reversal const& reversal) const
     {
         if (!finding.is_note() && !known.contains(finding.path))
         {
-            refusals.push_back({ErrorValue::STORAGE_CONSTRAINT, "would be wrong afterwards: " + finding.text,
-                                finding.path});
+            refusals.push_back(
+                {ErrorValue::STORAGE_CONSTRAINT, "would be wrong afterwards: " + finding.text, finding.path});
         }
     }
     return refusals;

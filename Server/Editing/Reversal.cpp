@@ -100,9 +100,8 @@ void Reversal::make(PlaceChange const& place, std::optional<Value> const& value)
     m_moves_entries = m_moves_entries || !place.inside;
     auto const owner = locate(place.path, value ? m_tree : m_target).owner;
     std::vector<Tree::Change> changes;
-    auto const result = value
-                            ? Tree::write(m_target, place.path, *value, Tree::WriteMode::ReplaceInPath, changes)
-                            : Tree::remove(m_target, place.path, changes);
+    auto const result = value ? Tree::write(m_target, place.path, *value, Tree::WriteMode::ReplaceInPath, changes)
+                              : Tree::remove(m_target, place.path, changes);
     if (result != ErrorValue::SUCCESS)
     {
         m_changed_since.push_back(place.path);

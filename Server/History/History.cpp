@@ -172,7 +172,8 @@ void History::remember(Configuration::Turn& turn, Deed const& deed) const
     if (record.places.size() > m_bounds.size)
     {
         record.places.clear();
-        record.text += (record.text.empty() ? "" : "; ") + std::string("what changed is larger than the history may be");
+        record.text +=
+            (record.text.empty() ? "" : "; ") + std::string("what changed is larger than the history may be");
     }
     turn.remember(std::move(record), bounds_now());
 }

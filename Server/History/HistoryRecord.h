@@ -50,8 +50,9 @@ struct HistoryRecord
     std::string text{};
     std::string note{};
     /// Of what changed the configuration: {"places": [{"domain", "path", "before", "after"}]}, where nothing stood or
-    /// stands without the one or the other, and "inside" for a place in a recipe or recipe type. Of anything else what its maker gave it; where its "recipe" names a recipe,
-    /// the record is one of that recipe. A list has records without their bodies.
+    /// stands without the one or the other, and "inside" for a place in a recipe or recipe type. Of anything else what
+    /// its maker gave it; where its "recipe" names a recipe, the record is one of that recipe. A list has records
+    /// without their bodies.
     RavikSrv::Value body{};
 
     /// Whether it changed the configuration.

@@ -64,8 +64,8 @@ private:
     void check_schemas(ProjectFile const& file) const;
     void add_extensions(ProjectFile const& file, Libraries const& libraries);
     void start_extensions(ProjectFile const& file);
-    std::string execute_function(RavikSrv::Context const& context, RavikSrv::CommandGroup& group,
-                                 Origin const& origin, RavikSrv::ErrorValue& error);
+    std::string execute_function(RavikSrv::Context const& context, RavikSrv::CommandGroup& group, Origin const& origin,
+                                 RavikSrv::ErrorValue& error);
     EditReport revert_activation(HistoryRecord const& record, RevertOptions const& options);
     ConfigurationOutcome unknown_domain(std::string const& domain) const;
     ExecutedGroup execute_symbols(RavikSrv::CommandGroup& group);

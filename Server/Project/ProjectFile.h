@@ -47,7 +47,8 @@ struct ProjectFile
 
 /// Reads and checks a project file. Throws `ProjectError` for the first fault that it meets: a file that can't be read,
 /// broken JSON, a key that is unknown, missing or of the wrong type, a name that cannot be addressed, a domain that
-/// stands twice, a symbol of no domain, or a bound of the history that is none. "$schema", which tells editors how the file is made up, says nothing here.
+/// stands twice, a symbol of no domain, or a bound of the history that is none. "$schema", which tells editors how the
+/// file is made up, says nothing here.
 ProjectFile read_project_file(RegularFile const& file);
 
 } // namespace Ravik
