@@ -176,16 +176,21 @@ double delete_folder(int recipes)
     return best;
 }
 
-double import_recipes(int recipes)
+double import_recipes(int recipes, bool history)
 {
-    Plant const empty(0, 0);
     auto const data = plant(recipes, 100);
     auto best = 1e9;
     for (int run = 0; run < 2; ++run)
     {
+        Plant const empty(0, 0, history);
         best = std::min(best, processor_seconds([&] { Plant::made(empty.project->import(domain, data, {})); }));
     }
     return best;
+}
+
+double import_recipes(int recipes)
+{
+    return import_recipes(recipes, true);
 }
 
 double delete_type_of(Value const& configuration)
@@ -307,6 +312,8 @@ int main()
         auto const renames = rename_with_history(10'000);
         row("rename a type that 10,000 recipes use", renames.with, "that without a history", renames.without, 1.5);
         compare_sizes("rename a type that 10,000 recipes use", rename_type);
+        row("import 10,000 recipes of 100 values", import_recipes(10'000, true), "that without a history",
+            import_recipes(10'000, false), 1.5);
         compare_sizes("delete a folder of 1,000 in 10,000 recipes", delete_folder);
         compare_sizes("import 10,000 recipes of 100 values", import_recipes);
         compare_sizes("delete a type, 10,000 recipes in ten folders", delete_type_in_ten_folders, 14);

@@ -53,7 +53,7 @@ TEST_F(StoreCommands, look_after_a_store_that_is_whole)
         char const* text;
     };
     for (auto const& each : {
-             Case{"check", 0, "The store is whole: 105 rows."},
+             Case{"check", 0, "The store is whole: 105 rows, "},
              Case{"repair", 0, "nothing to repair"},
              Case{"backup --force b.db", 0, "b.db"},
              Case{"restore b.db", 0, "105 rows"},

@@ -215,7 +215,10 @@ TEST_F(StoreCareTest, holds_records_of_the_history_to_their_checksums_and_repair
     for (auto const& each : {
              Case{"UPDATE history SET who='eve' WHERE id=2", "the record 2 of the history is damaged", 0, 1},
              Case{"DELETE FROM history WHERE id=3", "1 of 3 records of the history are lost", 0, 1},
-             Case{"DELETE FROM entry WHERE path='recipeList::Capping::Crown'", "1 of 47 rows are lost", 0, 0,
+             Case{"DELETE FROM entry WHERE path='recipeList::Capping::Crown'",
+                  "1 of 47 rows are lost",
+                  0,
+                  0,
                   {"recipeList::Capping::Crown"}},
              Case{"DELETE FROM entry WHERE path='recipeList::Capping::SportCap'", "1 of 47 rows are lost", 1},
              Case{"DELETE FROM entry WHERE path='recipeList::Capping::Crown'; DELETE FROM history WHERE id=2",

@@ -1,7 +1,7 @@
 #include "EditedProject.h"
 
-#include "Json/Json.h"
 #include "api_helper.h"
+#include "Json/Json.h"
 
 #include <gtest/gtest.h>
 
@@ -111,7 +111,9 @@ TEST(History, refuses_to_take_back_what_was_edited_over_and_names_the_places)
              Case{"R::R1::values::m = 5", "R::R1 >", {"R::R1::values::m"}},
              Case{"R::G::R2::values::n >", "R::G::R2 >", {"R::G::R2::values::n"}},
              Case{"R::R1::values::m = 5", "R::G::R2::values::m = 6", {}},
-             Case{"+ N { l } | R5:N { l=1 }", R"(R::R6 = {"recipeTypeName":"N","values":{}})", {"R::R6::recipeTypeName"}},
+             Case{"+ N { l } | R5:N { l=1 }",
+                  R"(R::R6 = {"recipeTypeName":"N","values":{}})",
+                  {"R::R6::recipeTypeName"}},
              Case{"+ N { l } | Q::R5:N { l=1 }", "R::Q::R5::values::l = 2", {"R::Q::R5"}},
              Case{"+ A { m } | Q::R5:A { m=1 }", R"(R::Q::R6 = {"recipeTypeName":"A","values":{}})", {}},
              Case{"R::G >", R"(R::G::R2 = {"recipeTypeName":"B","values":{}})", {"R::G::R2"}},

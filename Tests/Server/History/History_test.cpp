@@ -1,8 +1,8 @@
 #include "History/History.h"
 
 #include "History/timestamp.h"
-#include "Json/Json.h"
 #include "Support/TemporaryFolder.h"
+#include "Json/Json.h"
 
 #include <gtest/gtest.h>
 
