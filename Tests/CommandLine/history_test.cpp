@@ -33,7 +33,7 @@ TEST(HistoryCommands, list_show_and_take_back)
         {"ravik update --all --note fair >out; ravik history --recipe Filling::Cola1500",
          {"\n4 ", "\n3 ", "\n2 ", "\n1 "}},
         {"ravik history --since '1 hour' --who \"$(id -un)\" --limit 1", {"\n4 "}},
-        {"ravik history --since 2999-01-01", {"There are no such records."}},
+        {"ravik history --since 2199-12-31", {"There are no such records."}},
         {"ravik store check", {"47 rows, 4 records of the history."}},
         {"sed -i '1a \"history\": {\"size\": \"1 KiB\"},' ravik.json && " + set +
              " 242 --note \"$(printf '%1000s' x)\" >out && ravik history --json",
