@@ -32,8 +32,9 @@ FUNCTIONS = {
     "driver": r"Ravik::Extension::request\(.*\)'2",
     "addresses": r"Modbus::parse_address\(.*\)",
     "values": r"Modbus::(?:en|de)code\(.*\)",
-    "plan": r"Modbus::plan_requests\(.*\)",
-    "frames": r"Modbus::Connection::(?:read|write)\(.*\)",
+    "plan": r"Modbus::Planner::next\(\)",
+    "accesses": r"Modbus::\(anonymous namespace\)::CommandAccesses::make_next\(\)",
+    "frames": r"Modbus::Pipeline::(?:send|receive)\(.*\)",
 }
 
 # Each with the functions whose instructions count, and those that are taken off.
@@ -48,8 +49,9 @@ STEPS = (
     ("server: what else routing takes", ("group",), ("mapping", "record", "driver")),
     ("driver: addresses from mappings", ("addresses",), ()),
     ("driver: registers from values and back", ("values",), ()),
-    ("driver: plan of the requests", ("plan",), ()),
-    ("driver: what else it takes", ("driver",), ("addresses", "values", "plan", "frames")),
+    # The plan asks for the accesses one by one.
+    ("driver: plan of the requests", ("plan",), ("accesses",)),
+    ("driver: what else it takes", ("driver", "accesses"), ("addresses", "values", "plan", "frames")),
     ("driver: frames there and back, without the kernel", ("frames",), ()),
     ("all", ("all",), ()),
 )

@@ -44,29 +44,31 @@ public:
         m_commands.reserve(group.size());
     }
 
+    bool make_more() override
+    {
+        // About what one request takes.
+        constexpr std::size_t at_once = 128;
+        auto const before = m_made.size();
+        for (std::size_t tried = 0; m_next != m_end && (tried < at_once || m_made.size() == before); ++tried)
+        {
+            prepare(*m_next++);
+        }
+        return m_made.size() > before;
+    }
+
     void report(std::uint32_t index, Outcome const& outcome, std::span<std::uint16_t const> cells) override
     {
         auto& command = *m_commands[index];
-        finish(command, cells.empty() ? outcome : decode((*this)[index].address, cells, command.read_value()));
+        if (cells.empty())
+        {
+            finish(command, outcome);
+            return;
+        }
+        finish(command, decode((*this)[index].address, cells, command.read_value()));
     }
 
 private:
-    bool make_next() override
-    {
-        while (m_next != m_end)
-        {
-            auto& command = *m_next++;
-            auto const outcome = prepare(command);
-            if (outcome.succeeded())
-            {
-                return true;
-            }
-            finish(command, outcome);
-        }
-        return false;
-    }
-
-    Outcome prepare(Command& command)
+    void prepare(Command& command)
     {
         // Parsing costs less than looking the text up in a table of addresses that were parsed before.
         std::string_view const mapping = command.mapping();
@@ -74,27 +76,30 @@ private:
         auto const* const address = std::get_if<Address>(&parsed);
         if (address == nullptr)
         {
-            return {ModbusResult::INVALID_MAPPING, describe(std::get<AddressError>(parsed), mapping)};
+            finish(command, Outcome{ModbusResult::INVALID_MAPPING, describe(std::get<AddressError>(parsed), mapping)});
+            return;
         }
         auto const& value = std::as_const(command).write_value();
         bool const writes = value.isset();
+        if (writes && !is_writable(address->table))
+        {
+            finish(command,
+                   Outcome{ModbusResult::READ_ONLY, "The table of '" + std::string(mapping) + "' can only be read"});
+            return;
+        }
         auto const begin = m_cells.size();
         if (writes)
         {
-            if (!is_writable(address->table))
-            {
-                return {ModbusResult::READ_ONLY, "The table of '" + std::string(mapping) + "' can only be read"};
-            }
             m_cells.resize(begin + address->count());
-            if (auto outcome = encode(*address, value, std::span(m_cells).subspan(begin)); !outcome.succeeded())
+            if (auto const outcome = encode(*address, value, std::span(m_cells).subspan(begin)); !outcome.succeeded())
             {
                 m_cells.resize(begin);
-                return outcome;
+                finish(command, outcome);
+                return;
             }
         }
         m_made.push_back({*address, writes, static_cast<std::uint32_t>(begin)});
         m_commands.push_back(&command);
-        return {};
     }
 
     RavikSrv::VectorIterator<Command> m_next;
@@ -133,7 +138,10 @@ void RavikModbus::execute(Context const& context, CommandGroup& group)
     // Who knows already that the device can't be reached does not wait for others who are about to find out.
     if (auto const outcome = m_failed_sessions.find(context.session()))
     {
-        for (std::uint32_t index = 0; accesses.has(index); ++index)
+        while (accesses.make_more())
+        {
+        }
+        for (std::uint32_t index = 0; index < accesses.size(); ++index)
         {
             accesses.report(index, *outcome, {});
         }

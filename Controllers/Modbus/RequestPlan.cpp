@@ -60,13 +60,14 @@ std::optional<Request> Planner::next()
     return request;
 }
 
-bool Planner::has(std::uint32_t position)
+bool Planner::extend_order()
 {
-    if (position == m_order.size() && m_accesses.has(position))
+    bool const extends = m_accesses.make_more();
+    while (m_order.size() < m_accesses.size())
     {
-        m_order.push_back(position);
+        m_order.push_back(static_cast<std::uint32_t>(m_order.size()));
     }
-    return position < m_order.size();
+    return extends;
 }
 
 void Planner::gather_reads()

@@ -36,8 +36,8 @@ struct Access
     std::uint32_t cells = 0;
 };
 
-/// The accesses of a group in their order, which are made one by one when they are asked for, so that the first may be
-/// under way while the last are yet to be made.
+/// The accesses of a group in their order, which are made when they are asked for, so that the first may be under way
+/// while the last are yet to be made.
 class Accesses
 {
 public:
@@ -46,8 +46,10 @@ public:
     Accesses& operator=(Accesses const&) = delete;
     virtual ~Accesses() = default;
 
-    /// Whether there is one with this index, at most one behind those that were asked for before.
-    bool has(std::uint32_t index) { return index < m_made.size() || make_next(); }
+    /// Makes some more; false where none are left.
+    virtual bool make_more() = 0;
+    /// How many were made.
+    std::uint32_t size() const { return static_cast<std::uint32_t>(m_made.size()); }
     Access const& operator[](std::uint32_t index) const { return m_made[index]; }
     /// What the access, and those behind it, write.
     std::span<std::uint16_t const> cells(std::uint32_t index) const
@@ -59,9 +61,6 @@ public:
     virtual void report(std::uint32_t index, Outcome const& outcome, std::span<std::uint16_t const> cells) = 0;
 
 protected:
-    /// Puts one more access behind those that were made, with the cells that it writes; false where none is left.
-    virtual bool make_next() = 0;
-
     std::vector<Access> m_made;
     std::vector<std::uint16_t> m_cells;
 };
@@ -94,7 +93,7 @@ struct Request
 /// merged, over gaps of up to `read_gap` cells; a read that follows a write comes after it. The cells of one access are
 /// never torn apart between two requests that other accesses share.
 ///
-/// Asks for no access before it is needed. All requests together take n log n.
+/// Has accesses made when they are needed. All requests together take n log n.
 class Planner
 {
 public:
@@ -111,7 +110,8 @@ public:
     std::uint32_t access(std::uint32_t position) const { return m_order[position]; }
 
 private:
-    bool has(std::uint32_t position);
+    bool has(std::uint32_t position) { return position < m_order.size() || extend_order(); }
+    bool extend_order();
     void gather_reads();
     bool join(Request& request, Access const& access);
     bool join_read(Request& request, Address const& address) const;
