@@ -13,6 +13,10 @@ namespace Modbus
 namespace
 {
 
+/// An answer that comes within this time is looked for over and over: to sleep and be woken takes as long as a device
+/// nearby takes to answer.
+constexpr std::chrono::microseconds promptly{200};
+
 bool would_block(int error)
 {
     return error == EAGAIN || error == EWOULDBLOCK;
@@ -67,12 +71,15 @@ int Connection::send(std::span<std::uint8_t const> bytes) noexcept
 
 Line::Received Connection::receive(std::span<std::uint8_t> room, Deadline deadline) noexcept
 {
-    // Often it is there already: what was done since the request was sent took its time.
+    auto const start = Deadline::clock::now();
+    auto const looks_until = m_is_prompt ? start + promptly : start;
     for (;;)
     {
+        // Often it is there already: what was done since the request was sent took its time.
         auto const size = recv(m_socket.number(), room.data(), room.size(), 0);
         if (size > 0)
         {
+            m_is_prompt = Deadline::clock::now() - start < promptly;
             return {.size = static_cast<std::size_t>(size)};
         }
         if (size == 0)
@@ -81,6 +88,10 @@ Line::Received Connection::receive(std::span<std::uint8_t> room, Deadline deadli
         }
         if (would_block(errno))
         {
+            if (Deadline::clock::now() < looks_until)
+            {
+                continue;
+            }
             if (int const error = wait_for(m_socket, POLLIN, deadline); error != 0)
             {
                 return {.error = error};

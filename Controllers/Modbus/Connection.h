@@ -24,6 +24,8 @@ private:
     Settings m_settings;
     HostLookup m_lookup;
     Socket m_socket;
+    /// Whether what came last came promptly.
+    bool m_is_prompt = false;
 };
 
 } // namespace Modbus
