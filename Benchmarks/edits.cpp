@@ -42,8 +42,8 @@ std::string project_file()
            symbols + "}}";
 }
 
-/// A type "T" with so many members, and recipes of it, a tenth of them in each of the folders "F0" to "F9".
-Value plant(int recipes, int values)
+/// A type "T" with so many members, and recipes of it, spread over the folders "F0" to "F9", or as many as there are.
+Value plant(int recipes, int values, int folders = 10)
 {
     Value lists(ValueType::Map);
     auto& members = lists["recipeTypeList"]["T"]["members"];
@@ -62,7 +62,8 @@ Value plant(int recipes, int values)
     for (int index = 0; index < recipes; ++index)
     {
         recipe["values"].insert_or_update("m0", Value(index));
-        list[("F" + std::to_string(index % 10)).c_str()].insert(("recipe" + std::to_string(index)).c_str(), recipe);
+        list[("F" + std::to_string(index % folders)).c_str()].insert(("recipe" + std::to_string(index)).c_str(),
+                                                                     recipe);
     }
     return lists;
 }
@@ -70,11 +71,13 @@ Value plant(int recipes, int values)
 class Plant
 {
 public:
-    Plant(int recipes, int values)
+    Plant(int recipes, int values) : Plant(plant(recipes, values)) {}
+
+    explicit Plant(Value const& configuration)
     {
         m_folder.write("ravik.json", project_file());
         project = Project::open(m_folder.path());
-        made(project->import(domain, plant(recipes, values), {}));
+        made(project->import(domain, configuration, {}));
     }
 
     static void made(EditReport const& report)
@@ -154,10 +157,49 @@ double import_recipes(int recipes)
     return best;
 }
 
-double delete_type(int recipes)
+double delete_type_of(Value const& configuration)
+{
+    auto best = 1e9;
+    for (int run = 0; run < 2; ++run)
+    {
+        Plant const plant(configuration);
+        best = std::min(
+            best, processor_seconds([&] { Plant::made(plant.project->remove(domain, "recipeTypeList::T", {})); }));
+    }
+    return best;
+}
+
+double delete_type_in_ten_folders(int recipes)
+{
+    return delete_type_of(plant(recipes, 100));
+}
+
+double delete_type_in_one_folder(int recipes)
+{
+    return delete_type_of(plant(recipes, 100, 1));
+}
+
+double delete_nested_type(int recipes)
+{
+    auto configuration = plant(recipes, 100);
+    configuration["recipeTypeList"]["Other"]["members"]["part"].insert("recipeType", Value("T"));
+    return delete_type_of(configuration);
+}
+
+double rename_member(int recipes)
 {
     Plant const plant(recipes, 100);
-    return processor_seconds([&] { Plant::made(plant.project->remove(domain, "recipeTypeList::T", {})); });
+    auto best = 1e9;
+    for (int run = 0; run < 4; ++run)
+    {
+        std::string const members = "recipeTypeList::T::members::";
+        auto const* const from = run % 2 == 0 ? "m7" : "other";
+        auto const* const to = run % 2 == 0 ? "other" : "m7";
+        best = std::min(
+            best,
+            processor_seconds([&] { Plant::made(plant.project->rename(domain, members + from, members + to, {})); }));
+    }
+    return best;
 }
 
 // One value -----------------------------------------------------------------------------------------------------------
@@ -215,10 +257,10 @@ void row(char const* what, double time, char const* against, double other, doubl
     std::fflush(stdout);
 }
 
-void compare_sizes(char const* what, double (*edit)(int))
+void compare_sizes(char const* what, double (*edit)(int), double mark = 12)
 {
     auto const small = edit(1'000);
-    row(what, edit(10'000), "that of 1,000", small, 12);
+    row(what, edit(10'000), "that of 1,000", small, mark);
 }
 
 } // namespace
@@ -233,14 +275,10 @@ int main()
         compare_sizes("rename a type that 10,000 recipes use", rename_type);
         compare_sizes("delete a folder of 1,000 in 10,000 recipes", delete_folder);
         compare_sizes("import 10,000 recipes of 100 values", import_recipes);
-        auto previous = delete_type(100);
-        for (auto const recipes : {1'000, 10'000})
-        {
-            auto const time = delete_type(recipes);
-            auto const what = "delete a type with " + std::to_string(recipes) + " recipes";
-            row(what.c_str(), time, "that with a tenth", previous, 0);
-            previous = time;
-        }
+        compare_sizes("delete a type, 10,000 recipes in ten folders", delete_type_in_ten_folders, 14);
+        compare_sizes("delete a type, 10,000 recipes in one folder", delete_type_in_one_folder, 14);
+        compare_sizes("delete a type that another one nests", delete_nested_type, 14);
+        compare_sizes("rename a member of a type of 10,000 recipes", rename_member, 14);
         return is_any_missed ? 1 : 0;
     }
     catch (std::exception const& error)

@@ -233,10 +233,10 @@ Examples:
      .description = R"(
 References that lead nowhere, symbols that ravik.json does not map or that no
 activation would write, schemas that can't be used, stored values that do not fit
-their symbol or member: each with its path and what to do. Exits with 1 where
-there is one. Notes, which change nothing of that: values that no member stands
-for any more, members with neither value nor default, nested members that name
-no recipe.
+their symbol or member, those of the server's own variables too: each with its path
+and what to do. Exits with 1 where there is one. Notes, which change nothing of
+that: values that no member stands for any more, members with neither value nor
+default, nested members that name no recipe.
 
 Examples:
   ravik check
@@ -338,10 +338,9 @@ Examples:
      .most = 0,
      .summary = "Keep what is whole of a damaged store",
      .description = R"(
-Makes a store of the whole rows, up to the first page that can't be read, and says
-what is lost. The damaged store
-is kept beside it, as ravik.db.damaged-1. Restore a backup instead where it is new
-enough.
+Makes a store of every whole row that can be reached, and says what is lost. The
+damaged store is kept beside it, as ravik.db.damaged-1. Restore a backup instead
+where there is one that is new enough.
 
 Examples:
   ravik store repair

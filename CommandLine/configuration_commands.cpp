@@ -47,7 +47,7 @@ Answer get(Invocation& invocation)
     {
         invocation.output().print_json(outcome.value);
     }
-    else if (!operands.empty())
+    else if (outcome.error == ErrorValue::ENTRY_NOT_FOUND)
     {
         hint_at_missing_path(invocation, operands[0]);
     }

@@ -55,7 +55,7 @@ std::string failure_text(ExecutedCommand const& command)
 {
     auto text =
         command.failure.empty() ? std::string(RavikSrv::get_error_string(command.result).name()) : command.failure;
-    return command.text.empty() ? text : text + ": " + command.text;
+    return command.text.empty() ? text : text + ": " + command.text.str();
 }
 
 Cell outcome_cell(ExecutedCommand const& command, char const* done)

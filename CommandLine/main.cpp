@@ -1,5 +1,7 @@
 #include "run.h"
 
+#include "process_heap.h"
+
 #include <array>
 #include <csignal>
 #include <fcntl.h>
@@ -29,6 +31,7 @@ void occupy_standard_streams()
 
 int main(int argc, char** argv)
 {
+    RavikSrv::keep_heap();
     occupy_standard_streams();
     // A reader that goes away shows as a failed write.
     static_cast<void>(std::signal(SIGPIPE, SIG_IGN));

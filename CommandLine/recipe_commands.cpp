@@ -95,9 +95,9 @@ private:
                                           {
                                               return command.result != ErrorValue::SUCCESS &&
                                                      command.result != ErrorValue::EXTENSION &&
-                                                     command.text.starts_with(command.name + ": ");
+                                                     command.text.view().starts_with(command.name.str() + ": ");
                                           });
-        return culprit == group.commands.end() ? std::string() : culprit->text;
+        return culprit == group.commands.end() ? std::string() : culprit->text.str();
     }
 
     static char const* state_of(ExecutedCommand const& command, std::string const& culprit)
@@ -106,7 +106,7 @@ private:
         {
             return State::written;
         }
-        auto const is_culprit = culprit.empty() || command.text.starts_with(command.name + ": ");
+        auto const is_culprit = culprit.empty() || command.text.view().starts_with(command.name.str() + ": ");
         return command.text == culprit && !is_culprit ? State::not_tried : State::failed;
     }
 
@@ -125,7 +125,7 @@ private:
     void add(std::string const& domain, ExecutedCommand const& command, std::string const& state)
     {
         // A symbol may be written in more than one group; it counts once.
-        if (!m_shown.emplace(command.name, state).second)
+        if (!m_shown.emplace(command.name.str(), state).second)
         {
             return;
         }
@@ -133,10 +133,10 @@ private:
         auto const outcome = state == State::written     ? Cell{state, Colour::green}
                              : state == State::not_tried ? Cell{state, Colour::yellow}
                                                          : Cell{text, Colour::red};
-        m_table.add({{command.name}, {domain}, {Json::write(command.value)}, outcome});
-        auto const member = m_members.find(command.name);
+        m_table.add({{command.name.str()}, {domain}, {Json::write(command.value)}, outcome});
+        auto const member = m_members.find(command.name.str());
         Value row;
-        row.insert("symbol", text_value(command.name));
+        row.insert("symbol", text_value(command.name.str()));
         row.insert("domain", text_value(domain));
         row.insert("member", text_value(member == m_members.end() ? "" : member->second));
         row.insert("value", command.value);
@@ -144,10 +144,10 @@ private:
         row.insert("text", text_value(text));
         m_rows.add(row);
         m_domains.insert(domain);
-        m_symbols.insert(command.name);
+        m_symbols.insert(command.name.str());
         if (state != State::written)
         {
-            m_failed.insert(command.name);
+            m_failed.insert(command.name.str());
         }
     }
 
@@ -257,11 +257,11 @@ Value unread_symbols(Invocation& invocation, ExecutionRecord const& record, std:
             {
                 continue;
             }
-            table.add({{command.name}, {group.domain}, outcome_cell(command, "")});
-            auto const found = members.find(command.name);
+            table.add({{command.name.str()}, {group.domain}, outcome_cell(command, "")});
+            auto const found = members.find(command.name.str());
             auto const member = found == members.end() ? std::string() : found->second;
             Value row;
-            row.insert("symbol", text_value(command.name));
+            row.insert("symbol", text_value(command.name.str()));
             row.insert("domain", text_value(group.domain));
             row.insert("member", text_value(member));
             row.insert("stored", stored[Key::values][member.c_str()]);

@@ -55,7 +55,7 @@ template <typename Work> StoreReport refusing(Work const& work)
     {
         return work();
     }
-    catch (ProjectError const& error)
+    catch (StoreRefusal const& error)
     {
         throw Failure(ErrorValue::STORAGE, error.what());
     }
@@ -107,7 +107,8 @@ Answer store_restore(Invocation& invocation)
 
 Answer store_repair(Invocation& invocation)
 {
-    auto const report = repair_project_store(invocation.directory(), invocation.open_options());
+    auto const report =
+        refusing([&] { return repair_project_store(invocation.directory(), invocation.open_options()); });
     Answer answer;
     answer.value = report_value(report);
     if (report.is_whole())

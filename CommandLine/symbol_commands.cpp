@@ -41,8 +41,8 @@ std::string reason(ExecutedCommand const& command)
     auto const name =
         command.failure.empty() ? std::string(RavikSrv::get_error_string(command.result).name()) : command.failure;
     // Who speaks of one symbol alone need not hear its name twice.
-    auto const named = boost::starts_with(command.text, command.name + ": ");
-    auto const text = named ? command.text.substr(command.name.size() + 2) : command.text;
+    auto const named = command.text.view().starts_with(command.name.str() + ": ");
+    auto const text = named ? command.text.str().substr(command.name.view().size() + 2) : command.text.str();
     return text.empty() ? name : name + ": " + text;
 }
 
@@ -61,17 +61,17 @@ public:
     /// A failed command with everything that helps to put it right.
     std::string complaint(ExecutedCommand const& command) const
     {
-        auto const found = m_domains.find(command.name);
+        auto const found = m_domains.find(command.name.str());
         if (found != m_domains.end())
         {
-            return command.name + " (domain " + found->second + "): " + reason(command);
+            return command.name.str() + " (domain " + found->second + "): " + reason(command);
         }
         std::vector<std::string> names;
         names.reserve(m_domains.size());
         std::transform(m_domains.begin(), m_domains.end(), std::back_inserter(names),
                        [](auto const& entry) { return entry.first; });
-        auto const meant = did_you_mean(likely_names(command.name, names));
-        return command.name + " (no such symbol): " + reason(command) + (meant.empty() ? "" : "; " + meant);
+        auto const meant = did_you_mean(likely_names(command.name.str(), names));
+        return command.name.str() + " (no such symbol): " + reason(command) + (meant.empty() ? "" : "; " + meant);
     }
 
 private:

@@ -1,40 +1,49 @@
 #include "Member.h"
 
 #include "configuration_keys.h"
-#include "value_text.h"
-
-#include <string_view>
 
 namespace RecipeManagement
 {
 
-Member::Member(RavikSrv::ConstIterator<Value> const& member) : name(member.name())
+MemberReader::MemberReader()
+    : m_roles({{{Key::symbol, Role::symbol},
+                {Key::enabled, Role::enabled},
+                {Key::default_value, Role::default_value},
+                {Key::schema, Role::schema},
+                {Key::recipe_type, Role::recipe_type}}})
 {
+}
+
+Member MemberReader::read(RavikSrv::ConstIterator<Value> const& member)
+{
+    Member read;
+    read.name = member.name();
     auto const end = member->end();
-    for (auto entry = member->begin(); entry != end; ++entry)
+    std::size_t position = 0;
+    for (auto entry = member->begin(); entry != end; ++entry, ++position)
     {
-        std::string_view const key = entry.name();
-        if (key == Key::symbol)
+        switch (m_roles.role_of(position, entry.name()))
         {
-            symbol = text_of(*entry);
-        }
-        else if (key == Key::enabled)
-        {
-            enabled = entry->get_bool();
-        }
-        else if (key == Key::default_value)
-        {
-            default_value = &*entry;
-        }
-        else if (key == Key::schema)
-        {
-            schema = &*entry;
-        }
-        else if (key == Key::recipe_type)
-        {
-            recipe_type = text_of(*entry);
+        case Role::symbol:
+            read.symbol = TextView(*entry);
+            break;
+        case Role::enabled:
+            read.enabled = entry->get_bool();
+            break;
+        case Role::default_value:
+            read.default_value = &*entry;
+            break;
+        case Role::schema:
+            read.schema = &*entry;
+            break;
+        case Role::recipe_type:
+            read.recipe_type = TextView(*entry);
+            break;
+        case Role::none:
+            break;
         }
     }
+    return read;
 }
 
 } // namespace RecipeManagement

@@ -1,24 +1,48 @@
 #pragma once
 
-#include "api_types.h"
+#include "KeyRoles.h"
+#include "TextView.h"
 
 namespace RecipeManagement
 {
 
-/// A member of a recipe type, read in one go: that is several times faster than a look-up for each key. Refers to the
-/// entry of "members" that it was read from.
+struct SymbolData;
+
+/// A member of a recipe type. Refers to the entry of "members" that it was read from.
 struct Member
 {
-    explicit Member(RavikSrv::ConstIterator<Value> const& member);
-
-    char const* name;
+    TextView name;
     /// Empty where there is none, as is the recipe type.
-    char const* symbol = "";
-    char const* recipe_type = "";
+    TextView symbol;
+    TextView recipe_type;
     bool enabled = false;
     /// Null where there is none, as is the schema.
     Value const* default_value = nullptr;
     Value const* schema = nullptr;
+    /// The record that was made last for the member's symbol.
+    SymbolData const* record = nullptr;
+};
+
+/// Reads members, each in one go: that is several times faster than a look-up for each key.
+class MemberReader
+{
+public:
+    MemberReader();
+
+    Member read(RavikSrv::ConstIterator<Value> const& member);
+
+private:
+    enum class Role
+    {
+        none,
+        symbol,
+        enabled,
+        default_value,
+        schema,
+        recipe_type,
+    };
+
+    KeyRoles<Role, 5> m_roles;
 };
 
 } // namespace RecipeManagement

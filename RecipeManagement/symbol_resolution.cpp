@@ -1,6 +1,8 @@
 #include "symbol_resolution.h"
 
+#include "KeyRoles.h"
 #include "Member.h"
+#include "OrderedLookup.h"
 #include "configuration_keys.h"
 #include "result_pair.h"
 #include "value_text.h"
@@ -12,6 +14,7 @@
 #include <boost/unordered/unordered_flat_map.hpp>
 #include <boost/unordered/unordered_flat_set.hpp>
 
+#include <functional>
 #include <utility>
 
 namespace RecipeManagement
@@ -28,7 +31,7 @@ public:
 
     /// `type_context` is the type through which direct members are reached; the walk forgets it behind a member that
     /// nests a type, also for its caller.
-    ResultPair recipetype_symbols(std::string const& recipetype_name, unsigned long depth, std::string& type_context);
+    ResultPair recipetype_symbols(std::string const& recipetype_name, unsigned long depth, TextView& type_context);
 
 private:
     /// What a type came to: the records from `first` up to `last`, so many of them symbols.
@@ -41,14 +44,14 @@ private:
     };
 
     Value const& config() const { return m_config; }
-    ResultPair walk(std::string const& recipetype_name, unsigned long depth, std::string& type_context);
+    ResultPair walk(std::string const& recipetype_name, unsigned long depth, TextView& type_context);
     ResultPair repeat(Walked& walked);
     bool is_walked_too_often(Value const& type);
     ResultPair take_from_partial_configuration(std::string const& path, std::string const& recipetype_name);
     ResultPair add_inherited(Value const& names, unsigned long depth);
-    ResultPair add_member(Member const& member, unsigned long depth, std::string& type_context);
-    void add_symbol(Member const& member, std::string const& type_context);
-    void add_nested_type(Member const& member, std::string& type_context);
+    ResultPair add_member(Member& member, unsigned long depth, TextView& type_context);
+    void add_symbol(Member& member, TextView type_context);
+    void add_nested_type(Member const& member, TextView& type_context);
 
     Value& m_config;
     SymbolList& m_symbols;
@@ -70,14 +73,13 @@ ResultPair missing_type(std::string path)
     return {ErrorValue::TYPE_MISSING, text.c_str()};
 }
 
-ResultPair TypeWalk::recipetype_symbols(std::string const& recipetype_name, unsigned long depth,
-                                        std::string& type_context)
+ResultPair TypeWalk::recipetype_symbols(std::string const& recipetype_name, unsigned long depth, TextView& type_context)
 {
     if (is_too_deep(depth))
     {
         return ErrorValue::RECURSION;
     }
-    std::pair const key(recipetype_name, type_context);
+    std::pair const key(recipetype_name, std::string(type_context));
     if (auto const walked = m_walked.find(key); walked != m_walked.end() && depth <= walked->second.depth)
     {
         return repeat(walked->second);
@@ -118,7 +120,7 @@ bool TypeWalk::is_walked_too_often(Value const& type)
     return m_looked_at_again > walk_limit;
 }
 
-ResultPair TypeWalk::walk(std::string const& recipetype_name, unsigned long depth, std::string& type_context)
+ResultPair TypeWalk::walk(std::string const& recipetype_name, unsigned long depth, TextView& type_context)
 {
     auto const path = add_path_recipetypelist(recipetype_name);
     if (auto result = take_from_partial_configuration(path, recipetype_name); failed(result))
@@ -140,7 +142,8 @@ ResultPair TypeWalk::walk(std::string const& recipetype_name, unsigned long dept
     {
         return result;
     }
-    for (auto const& member : m_symbols.members_of(type))
+    m_symbols.begin_type();
+    for (auto& member : m_symbols.members_of(type))
     {
         if (auto result = add_member(member, depth, type_context); failed(result))
         {
@@ -170,10 +173,10 @@ ResultPair TypeWalk::add_inherited(Value const& names, unsigned long depth)
 {
     for (auto entry = names.begin_vector(); entry != names.end_vector(); ++entry)
     {
-        std::string const name = text_of(*entry);
+        TextView const name(*entry);
         m_symbols.append_type(name);
         auto type_context = name;
-        if (auto result = recipetype_symbols(name, depth + 1, type_context); failed(result))
+        if (auto result = recipetype_symbols(std::string(name), depth + 1, type_context); failed(result))
         {
             return result;
         }
@@ -181,10 +184,10 @@ ResultPair TypeWalk::add_inherited(Value const& names, unsigned long depth)
     return ErrorValue::SUCCESS;
 }
 
-ResultPair TypeWalk::add_member(Member const& member, unsigned long depth, std::string& type_context)
+ResultPair TypeWalk::add_member(Member& member, unsigned long depth, TextView& type_context)
 {
-    auto const is_nesting = !Algorithm::empty(member.recipe_type);
-    if (!Algorithm::empty(member.symbol))
+    auto const is_nesting = !member.recipe_type.empty();
+    if (!member.symbol.empty())
     {
         add_symbol(member, type_context);
     }
@@ -204,13 +207,13 @@ ResultPair TypeWalk::add_member(Member const& member, unsigned long depth, std::
     {
         return ErrorValue::SUCCESS;
     }
-    auto result = recipetype_symbols(member.recipe_type, depth + 1, type_context);
+    auto result = recipetype_symbols(std::string(member.recipe_type), depth + 1, type_context);
     // Also where this type was itself reached through another: members behind a nested one count as direct.
-    type_context.clear();
+    type_context = TextView();
     return result;
 }
 
-void TypeWalk::add_symbol(Member const& member, std::string const& type_context)
+void TypeWalk::add_symbol(Member& member, TextView type_context)
 {
     auto& record = m_symbols.append_symbol();
     record.symbol = member.symbol;
@@ -219,9 +222,10 @@ void TypeWalk::add_symbol(Member const& member, std::string const& type_context)
     record.enabled = member.enabled;
     record.default_value = member.default_value != nullptr ? *member.default_value : Value();
     record.schema = member.schema != nullptr ? *member.schema : Value();
+    member.record = &record;
 }
 
-void TypeWalk::add_nested_type(Member const& member, std::string& type_context)
+void TypeWalk::add_nested_type(Member const& member, TextView& type_context)
 {
     type_context = member.recipe_type;
     m_symbols.append_type(member.name);
@@ -314,31 +318,88 @@ ResultPair ValueWalk::lay(Value const& value, SymbolData& record, unsigned long 
     return ErrorValue::SUCCESS;
 }
 
-/// The entry of the symbol table that a symbol has by its name. Most symbols are their name alone.
-Value const& mapping_of(std::string const& symbol, Value const& symbol_mapping)
+/// Tells of symbols, one after the other, who serves them.
+class SymbolMappings
 {
-    auto const is_name = symbol.find(':') == std::string::npos && symbol.find('[') == std::string::npos;
-    return symbol_mapping[is_name ? symbol.c_str() : RavikSrv::name_from_path(symbol.c_str()).c_str()];
-}
-
-/// Reads an entry of the symbol table, in one go for speed.
-void take_mapping(Value const& mapping, SymbolData& record)
-{
-    record.use_mapping = true;
-    auto const end = mapping.end();
-    for (auto entry = mapping.begin(); entry != end; ++entry)
+public:
+    explicit SymbolMappings(Value const& symbol_mapping)
+        : m_entries(symbol_mapping), m_roles({{{Key::domain, Role::domain}, {Key::use_mapping, Role::use_mapping}}})
     {
-        std::string_view const key = entry.name();
-        if (key == Key::domain)
+    }
+
+    /// Returns false where the table does not have the record's symbol.
+    [[nodiscard]] bool take(SymbolData& record)
+    {
+        // Most symbols are their name alone.
+        auto const is_name =
+            record.symbol.find(':') == std::string_view::npos && record.symbol.find('[') == std::string_view::npos;
+        auto const found =
+            m_entries.find(is_name ? record.symbol.c_str() : RavikSrv::name_from_path(record.symbol.c_str()).c_str());
+        if (found == m_entries.end() || found->empty())
         {
-            record.domain = text_of(*entry);
+            return false;
         }
-        else if (key == Key::use_mapping && entry->isset())
+        m_are_distinct = m_are_distinct && is_name && is_new(&*found);
+        take(*found, record);
+        return true;
+    }
+
+    /// Whether no symbol was asked for twice. Not told of symbols with more than their name.
+    bool are_distinct() const noexcept { return m_are_distinct; }
+
+private:
+    enum class Role
+    {
+        none,
+        domain,
+        use_mapping,
+    };
+
+    /// Whether the entry was not asked for before. Those that stand in the table in the order in which they are asked
+    /// for are; only the first that does not has the others kept.
+    bool is_new(Value const* entry)
+    {
+        if (m_known.empty() && std::less<>()(m_last, entry))
         {
-            record.use_mapping = entry->get_bool();
+            m_in_order.push_back(entry);
+            m_last = entry;
+            return true;
+        }
+        if (m_known.empty())
+        {
+            m_known.reserve(2 * m_in_order.size());
+            m_known.insert(m_in_order.begin(), m_in_order.end());
+        }
+        return m_known.insert(entry).second;
+    }
+
+    /// Reads an entry of the table, in one go for speed.
+    void take(Value const& mapping, SymbolData& record)
+    {
+        record.use_mapping = true;
+        auto const end = mapping.end();
+        std::size_t position = 0;
+        for (auto entry = mapping.begin(); entry != end; ++entry, ++position)
+        {
+            auto const role = m_roles.role_of(position, entry.name());
+            if (role == Role::domain)
+            {
+                record.domain = TextView(*entry);
+            }
+            else if (role == Role::use_mapping && entry->isset())
+            {
+                record.use_mapping = entry->get_bool();
+            }
         }
     }
-}
+
+    OrderedLookup m_entries;
+    KeyRoles<Role, 2> m_roles;
+    Value const* m_last = nullptr;
+    std::vector<Value const*> m_in_order;
+    boost::unordered_flat_set<Value const*> m_known;
+    bool m_are_distinct = true;
+};
 
 } // namespace
 
@@ -352,7 +413,7 @@ ResultPair get_symbol_data(Value& config, std::string& recipe_path, SymbolList& 
         return failure(ErrorValue::TYPE_MISSING, RecipeResult::MISSING_RECIPETYPE);
     }
     std::string const recipetype_name = text_of((*source)[Key::recipe_type_name]);
-    std::string type_context;
+    TextView type_context;
     if (auto result = TypeWalk(config, symbols).recipetype_symbols(recipetype_name, 0, type_context); failed(result))
     {
         return result;
@@ -363,6 +424,7 @@ ResultPair get_symbol_data(Value& config, std::string& recipe_path, SymbolList& 
 RecipeResult symboldata_from_srv_config(SymbolList& symbols, std::vector<std::string>& domains,
                                         Value const& symbol_mapping)
 {
+    SymbolMappings mappings(symbol_mapping);
     boost::unordered_flat_set<std::string_view> known;
     for (auto& record : symbols)
     {
@@ -370,17 +432,19 @@ RecipeResult symboldata_from_srv_config(SymbolList& symbols, std::vector<std::st
         {
             continue;
         }
-        auto const& mapping = mapping_of(record.symbol, symbol_mapping);
-        if (mapping.empty())
+        if (!mappings.take(record))
         {
             return RecipeResult::SYMBOL_NOT_MAPPED;
         }
-        take_mapping(mapping, record);
         // Mostly one domain serves many symbols in a row.
         if ((domains.empty() || domains.back() != record.domain) && known.insert(record.domain).second)
         {
-            domains.push_back(record.domain);
+            domains.emplace_back(record.domain);
         }
+    }
+    if (mappings.are_distinct())
+    {
+        symbols.set_symbols_are_distinct();
     }
     return RecipeResult::SUCCESS;
 }

@@ -18,7 +18,7 @@ namespace RecipeManagement
                                          Value const& recipe, std::string const& recipe_name);
 
 /// Tells for each symbol who serves it, and appends the distinct domains in the order in which they are met. Returns
-/// `SYMBOL_NOT_MAPPED` at the first symbol that is not in the table.
+/// `SYMBOL_NOT_MAPPED` at the first symbol that is not in the table. The records refer to the table from then on.
 [[nodiscard]] RecipeResult symboldata_from_srv_config(SymbolList& symbols, std::vector<std::string>& domains,
                                                       Value const& symbol_mapping);
 

@@ -246,10 +246,11 @@ bool UpdateRecipe::drop(std::string const& path)
 std::optional<UpdateFailure> UpdateRecipe::validate_members(Value const& members, Value const& values)
 {
     MemberRecords const records(m_symbols);
+    MemberReader reader;
     for (auto entry = members.begin(); entry != members.end(); ++entry)
     {
         auto const* const name = entry.name();
-        auto* const record = Algorithm::empty(Member(entry).symbol) ? nullptr : records.find(name);
+        auto* const record = reader.read(entry).symbol.empty() ? nullptr : records.find(name);
         std::optional<UpdateFailure> failure;
         if (record == nullptr)
         {
@@ -258,8 +259,8 @@ std::optional<UpdateFailure> UpdateRecipe::validate_members(Value const& members
         }
         else if (auto const* const other = records.find_contradiction(*record); other != nullptr)
         {
-            failure =
-                UpdateFailure{RecipeResult::MULTIPLE_VALUES_ASSIGNED_TO_SYMBOL, other->recipetype + ": " + other->name};
+            failure = UpdateFailure{RecipeResult::MULTIPLE_VALUES_ASSIGNED_TO_SYMBOL,
+                                    std::string(other->recipetype) + ": " + std::string(other->name)};
         }
         // A value that lies on another record of that name, or comes from a nested recipe, is a value as well.
         else if (!record->value.isset() && !values[name].isset() && record->default_value.isset())
@@ -331,7 +332,7 @@ std::optional<UpdateFailure> UpdateRecipe::validate_value(IInternalHost& host, S
     {
         return UpdateFailure{RecipeResult::SCHEMA, name_and_text(fits)};
     }
-    auto const error = write_value(record.name, record.default_value);
+    auto const error = write_value(record.name.c_str(), record.default_value);
     return error == ErrorValue::SUCCESS ? std::nullopt
                                         : std::optional(UpdateFailure{RecipeResult::VALIDATION_FAILED,
                                                                       RavikSrv::get_error_string(error).name()});

@@ -11,6 +11,8 @@
 
 #include "Contender.h"
 
+#include "process_heap.h"
+
 #include <chrono>
 #include <cstdlib>
 #include <exception>
@@ -126,6 +128,7 @@ try
     {
         throw std::invalid_argument("usage: benchmark_modbus PORT");
     }
+    RavikSrv::keep_heap();
     Commands commands(std::stoi(arguments[1]));
     for (std::string line; std::getline(std::cin, line);)
     {

@@ -22,5 +22,6 @@
 #include "RavikSrvExt/Host.h"
 #include "RavikSrvExt/Listener.h"
 #include "RavikSrvExt/ResultPair.h"
+#include "RavikSrvExt/SharedText.h"
 #include "RavikSrvExt/String.h"
 #include "RavikSrvExt/Value.h"

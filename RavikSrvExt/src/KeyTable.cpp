@@ -1,12 +1,13 @@
 #include "KeyTable.h"
 
-#include <boost/container_hash/hash.hpp>
-
 #include <algorithm>
 #include <bit>
 #include <memory>
 #include <random>
 #include <stdexcept>
+
+#define XXH_INLINE_ALL
+#include <xxhash.h>
 
 namespace RavikSrv::Detail
 {
@@ -25,9 +26,7 @@ std::uint32_t hash_of(std::string_view name) noexcept
         std::random_device device;
         return (std::size_t{device()} << 32U) | device();
     }();
-    auto seed = process_seed;
-    boost::hash_range(seed, name.begin(), name.end());
-    return static_cast<std::uint32_t>(seed ^ (seed >> 32U));
+    return static_cast<std::uint32_t>(XXH3_64bits_withSeed(name.data(), name.size(), process_seed));
 }
 
 } // namespace

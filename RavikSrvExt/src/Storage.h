@@ -2,10 +2,9 @@
 
 #include "KeyTable.h"
 
+#include "RavikSrvExt/SharedText.h"
 #include "RavikSrvExt/Value.h"
 
-#include <cstdint>
-#include <string_view>
 #include <vector>
 
 namespace RavikSrv::Detail
@@ -23,19 +22,6 @@ constexpr bool has_bytes(ValueType type) noexcept
 {
     return type == ValueType::String || type == ValueType::Binary;
 }
-
-/// The bytes of a string or of binary data, with a zero behind them. They stand in the same block as this head and
-/// never change: a new text is a new block.
-struct Text : Counted
-{
-    std::uint32_t size = 0;
-
-    /// Null for no bytes; throws `std::length_error` for 4 GiB and more.
-    static Text const* make(std::string_view bytes);
-    static void destroy(Text const* text) noexcept;
-
-    std::string_view view() const noexcept { return {reinterpret_cast<char const*>(this + 1), size}; }
-};
 
 /// The entries of a map or the elements of a vector; a map has a key for each item, a vector has no keys.
 struct Container : Counted

@@ -285,18 +285,13 @@ std::int32_t Value::get_int32() const
     return static_cast<std::int32_t>(number);
 }
 
-std::int64_t Value::get_int64() const
+std::int64_t Value::converted_integer() const
 {
-    bool const is_integer = m_type == ValueType::Int64 || m_type == ValueType::Int;
-    return is_integer ? m_scalar.integer : converted(ValueType::Int64).m_scalar.integer;
+    return converted(ValueType::Int64).m_scalar.integer;
 }
 
-double Value::get_double() const
+double Value::converted_real() const
 {
-    if (m_type == ValueType::Double)
-    {
-        return m_scalar.real;
-    }
     auto const number = converted(ValueType::Double);
     return number.isset() ? number.m_scalar.real : 0.0;
 }

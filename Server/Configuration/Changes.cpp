@@ -1,6 +1,5 @@
 #include "Configuration/Changes.h"
 
-#include <algorithm>
 #include <iterator>
 #include <utility>
 
@@ -20,16 +19,31 @@ void Changes::append(Changes later)
     std::move(later.m_entries.begin(), later.m_entries.end(), std::back_inserter(m_entries));
 }
 
+/// Those of each domain, in their order.
+std::map<std::string, std::vector<Tree::Change const*>> Changes::by_domain() const
+{
+    std::map<std::string, std::vector<Tree::Change const*>> domains;
+    for (auto const& [domain, change] : m_entries)
+    {
+        domains[domain].push_back(&change);
+    }
+    return domains;
+}
+
 void Changes::apply(TreeOf const& tree_of) const
 {
-    std::for_each(m_entries.begin(), m_entries.end(),
-                  [&](Entry const& entry) { Tree::apply(tree_of(entry.domain), entry.change); });
+    for (auto const& [domain, changes] : by_domain())
+    {
+        Tree::apply(tree_of(domain), changes);
+    }
 }
 
 void Changes::take_back(TreeOf const& tree_of) const
 {
-    std::for_each(m_entries.rbegin(), m_entries.rend(),
-                  [&](Entry const& entry) { Tree::take_back(tree_of(entry.domain), entry.change); });
+    for (auto const& [domain, changes] : by_domain())
+    {
+        Tree::take_back(tree_of(domain), changes);
+    }
 }
 
 std::vector<Touched> Changes::touched(std::size_t first) const

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -54,6 +55,8 @@ public:
     auto end() const noexcept { return m_entries.end(); }
 
 private:
+    std::map<std::string, std::vector<Tree::Change const*>> by_domain() const;
+
     std::vector<Entry> m_entries;
 };
 

@@ -51,7 +51,10 @@ Database open(std::filesystem::path const& file)
 
 Database open_without_log(std::filesystem::path const& file)
 {
-    return open(uri(std::filesystem::absolute(file)) + "?immutable=1", SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
+    auto database = open(uri(std::filesystem::absolute(file)) + "?immutable=1", SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
+    // Otherwise SQLite reads no page of a file that is shorter than its header says.
+    sqlite3_db_config(database.get(), SQLITE_DBCONFIG_WRITABLE_SCHEMA, 1, nullptr);
+    return database;
 }
 
 void execute(sqlite3* database, std::string const& sql)

@@ -37,8 +37,8 @@ using Database = std::unique_ptr<sqlite3, CloseDatabase>;
 
 /// Opens an existing file for reading and writing. Throws `Error`, as everything below does.
 Database open(std::filesystem::path const& file);
-/// Opens the file as it stands, without its write-ahead log and without locks, for reading. Whoever reads it has taken
-/// the file, so that nobody changes it meanwhile.
+/// Opens the file as it stands, without its write-ahead log and without locks, for reading, also where it is cut short.
+/// Whoever reads it has taken the file, so that nobody changes it meanwhile.
 Database open_without_log(std::filesystem::path const& file);
 
 /// Executes statements that give no rows.

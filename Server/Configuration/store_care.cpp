@@ -232,13 +232,13 @@ void copy_bytes(fs::path const& from, fs::path const& to)
     std::ofstream target(to, std::ios::binary);
     if (!source)
     {
-        throw ProjectError(from.string() + " can't be read: " + std::generic_category().message(errno));
+        throw StoreRefusal(from.string() + " can't be read: " + std::generic_category().message(errno));
     }
     target << source.rdbuf();
     target.close();
     if (!source || !target)
     {
-        throw ProjectError(from.string() + " can't be copied to " + to.string());
+        throw StoreRefusal(from.string() + " can't be copied to " + to.string());
     }
 }
 
@@ -247,7 +247,7 @@ Examined copy_backup(Replacement& replacement, fs::path const& backup)
 {
     if (!fs::is_regular_file(backup) || fs::file_size(backup) == 0)
     {
-        throw ProjectError(backup.string() + (fs::exists(backup) ? " is no backup of a store" : " does not exist"));
+        throw StoreRefusal(backup.string() + (fs::exists(backup) ? " is no backup of a store" : " does not exist"));
     }
     copy_bytes(backup, replacement.file());
     if (fs::exists(StoreFile::log_of(backup)))
@@ -261,7 +261,7 @@ Examined copy_backup(Replacement& replacement, fs::path const& backup)
         examined = examine(taken.database.get(), replacement.file(), taken.version);
         if (!examined.report.is_whole())
         {
-            throw ProjectError(examined.report.faults.front());
+            throw StoreFile::Damaged(backup, examined.report.faults.front());
         }
         empty_log(taken.database.get());
         if (taken.version == StoreFormat::without_checksums)
@@ -269,9 +269,13 @@ Examined copy_backup(Replacement& replacement, fs::path const& backup)
             return examined;
         }
     }
+    catch (StoreFile::Damaged const& damaged)
+    {
+        throw StoreRefusal(backup.string() + " is not restored, it is no whole store: " + damaged.fault());
+    }
     catch (ProjectError const& error)
     {
-        throw ProjectError(backup.string() + " is not restored, it is no whole store: " + error.what());
+        throw StoreRefusal(backup.string() + " is not restored: " + error.what());
     }
     replacement.stamp();
     return examined;
@@ -290,13 +294,22 @@ StoreReport check_store(fs::path const& file, std::chrono::seconds wait)
     return explaining(file,
                       [&]
                       {
-                          auto const taken = take_existing(resolved(file), wait);
-                          auto report = examine(taken.database.get(), resolved(file), taken.version).report;
-                          if (report.is_whole())
+                          try
                           {
-                              StoreFile::settle(taken.database.get());
+                              auto const taken = take_existing(resolved(file), wait);
+                              auto report = examine(taken.database.get(), resolved(file), taken.version).report;
+                              if (report.is_whole())
+                              {
+                                  StoreFile::settle(taken.database.get());
+                              }
+                              return report;
                           }
-                          return report;
+                          catch (StoreFile::Damaged const& damaged)
+                          {
+                              StoreReport report;
+                              report.faults.push_back(damaged.fault());
+                              return report;
+                          }
                       });
 }
 
@@ -318,7 +331,7 @@ StoreReport put_in_place(Replacement& replacement, Examined const& restored, fs:
         }
         if (there.report.rows != 0 && !holds_the_same(there, restored) && replaced == Replaced::nothing_whole)
         {
-            throw ProjectError(file.string() + " is whole and holds something else, " +
+            throw StoreRefusal(file.string() + " is whole and holds something else, " +
                                std::to_string(there.report.rows) + " rows; --force replaces it");
         }
         // First everything that was acknowledged is in the file: whatever stops this, nothing of it is lost.
@@ -342,7 +355,7 @@ StoreReport restore_store(fs::path const& name, fs::path const& backup, Replaced
                           auto const file = resolved(name);
                           if (fs::exists(file) && fs::exists(backup) && fs::equivalent(file, backup))
                           {
-                              throw ProjectError(backup.string() + " is the store itself");
+                              throw StoreRefusal(backup.string() + " is the store itself");
                           }
                           Replacement replacement(file);
                           auto const restored = copy_backup(replacement, backup);
@@ -380,16 +393,27 @@ Collected collect_without_log(fs::path const& file)
     return collect(database.get(), file, Sqlite::number(database.get(), "PRAGMA user_version"));
 }
 
-/// What can be had of the store. Where the file alone is whole its log is what is wrong.
-Collected collect_best(std::optional<StoreFile::Taken> const& taken, fs::path const& file)
+/// What can be had of a store that could not be taken.
+Collected collect_untaken(fs::path const& file, StoreFile::Damaged const& damaged)
 {
-    if (!taken)
+    Collected collected;
+    try
     {
-        auto collected = collect_without_log(file);
-        collected.report.faults.emplace_back("its log does not fit it; what stood in it is lost");
-        return collected;
+        collected = collect_without_log(file);
     }
-    auto collected = collect(taken->database.get(), file, taken->version);
+    catch (Sqlite::Error const&)
+    {
+        // Nothing can be had.
+    }
+    collected.report.faults.push_back(StoreFile::has_log(file) ? "its log does not fit it; what stood in it is lost"
+                                                               : damaged.fault());
+    return collected;
+}
+
+/// What can be had of a store that is taken. Where the file alone is whole its log is what is wrong.
+Collected collect_taken(StoreFile::Taken const& taken, fs::path const& file)
+{
+    auto collected = collect(taken.database.get(), file, taken.version);
     if (!collected.report.is_whole() && StoreFile::has_log(file))
     {
         auto alone = collect_without_log(file);
@@ -401,6 +425,22 @@ Collected collect_best(std::optional<StoreFile::Taken> const& taken, fs::path co
     return collected;
 }
 
+StoreReport repair_with(Collected& collected, fs::path const& file)
+{
+    auto const rows = Reunion(collected.rows).take();
+    if (rows.empty())
+    {
+        throw StoreRefusal(file.string() + ": " + collected.report.faults.front() +
+                           "; no row of it can be had: 'ravik store restore FILE' puts a backup in its place, or move "
+                           "it away to start anew");
+    }
+    Replacement replacement(file);
+    write_rows(replacement, rows);
+    collected.report.rows = rows.size();
+    collected.report.kept_as = replace_and_keep(replacement, file);
+    return collected.report;
+}
+
 } // namespace
 
 StoreReport repair_store(fs::path const& name, std::chrono::seconds wait)
@@ -410,29 +450,22 @@ StoreReport repair_store(fs::path const& name, std::chrono::seconds wait)
                       {
                           auto const file = resolved(name);
                           std::optional<StoreFile::Taken> taken;
+                          Collected collected;
                           try
                           {
                               taken = take_existing(file, wait);
+                              collected = collect_taken(*taken, file);
                           }
-                          catch (StoreFile::Damaged const&)
+                          catch (StoreFile::Damaged const& damaged)
                           {
-                              if (!StoreFile::has_log(file))
-                              {
-                                  throw;
-                              }
+                              collected = collect_untaken(file, damaged);
                           }
-                          auto collected = collect_best(taken, file);
                           if (collected.report.is_whole())
                           {
                               StoreFile::settle(taken->database.get());
                               return collected.report;
                           }
-                          auto const rows = Reunion(collected.rows).take();
-                          Replacement replacement(file);
-                          write_rows(replacement, rows);
-                          collected.report.rows = rows.size();
-                          collected.report.kept_as = replace_and_keep(replacement, file);
-                          return collected.report;
+                          return repair_with(collected, file);
                       });
 }
 

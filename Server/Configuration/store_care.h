@@ -29,8 +29,16 @@ struct StoreReport
     bool is_whole() const noexcept { return faults.empty(); }
 };
 
-/// Reads the store through and changes nothing. Throws `ProjectError` where there is none.
+/// Reads the store through and changes nothing; one that SQLite does not even open is damaged as any other. Throws
+/// `ProjectError` where there is none.
 StoreReport check_store(std::filesystem::path const& file, std::chrono::seconds wait);
+
+/// A store that could be had stays as it is: what was asked can't be, or could not be carried through.
+class StoreRefusal : public ProjectError
+{
+public:
+    using ProjectError::ProjectError;
+};
 
 /// What `restore_store` may replace.
 enum class Replaced
@@ -42,12 +50,13 @@ enum class Replaced
 };
 
 /// Puts a copy of the store `backup`, which has to be whole, in the store's place. Returns what it holds. Throws
-/// `ProjectError` where the one or the other can't be.
+/// `StoreRefusal` where the one or the other can't be.
 StoreReport restore_store(std::filesystem::path const& file, std::filesystem::path const& backup, Replaced replaced,
                           std::chrono::seconds wait);
 
 /// Makes a store of the rows that are whole, where some are not; a row whose folder is lost gets one. What was there is
-/// kept under another name. Returns the rows kept, and what was wrong with the others.
+/// kept under another name. Returns the rows kept, and what was wrong with the others. Throws `StoreRefusal` where
+/// nothing of it can be read.
 StoreReport repair_store(std::filesystem::path const& file, std::chrono::seconds wait);
 
 /// Makes a store of the newest layout of one that has none of the checksums, in its place: all of it or nothing, also

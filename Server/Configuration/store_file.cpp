@@ -232,7 +232,8 @@ Damaged::Damaged(fs::path const& file, std::string const& fault)
     : ProjectError(
           file.string() + ": " + fault +
           "; 'ravik store restore FILE' puts a backup in its place, 'ravik store repair' keeps every row that is "
-          "whole")
+          "whole"),
+      m_fault(fault)
 {
 }
 
@@ -242,7 +243,7 @@ void explain(fs::path const& file, Sqlite::Error const& error)
     switch (error.code())
     {
     case SQLITE_NOTADB:
-        throw Damaged(file, "is not a store of ravik: it is no SQLite database. Move it away to start anew");
+        throw Damaged(file, "it is no store of ravik and no SQLite database; move it away to start anew");
     case SQLITE_BUSY:
     {
         auto const holder = lock_holder(file);

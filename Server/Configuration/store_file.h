@@ -46,6 +46,12 @@ class Damaged : public ProjectError
 public:
     /// "FILE: FAULT", and the commands that help.
     Damaged(std::filesystem::path const& file, std::string const& fault);
+
+    /// What is wrong alone.
+    std::string const& fault() const noexcept { return m_fault; }
+
+private:
+    std::string m_fault;
 };
 
 /// Throws a failure of SQLite as a `ProjectError` with the file and what to do.

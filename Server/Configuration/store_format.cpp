@@ -135,11 +135,21 @@ void write_sum(sqlite3* database, Sum const& sum)
 
 // Rows ----------------------------------------------------------------------------------------------------------------
 
-RowReader::RowReader(sqlite3* database, std::int64_t version)
+RowReader::RowReader(sqlite3* database, std::int64_t version, Order order)
+    : RowReader(database, version, order == Order::ascending ? "ORDER BY rank" : "ORDER BY rank DESC")
+{
+}
+
+RowReader::RowReader(sqlite3* database, std::int64_t version, std::int64_t rank)
+    : RowReader(database, version, "WHERE rank = " + std::to_string(rank))
+{
+}
+
+RowReader::RowReader(sqlite3* database, std::int64_t version, std::string const& which)
     : m_version(version),
-      m_select(database, version == without_checksums
-                             ? "SELECT rank, domain, path, value FROM entry ORDER BY rank"
-                             : "SELECT rank, domain, path, value, checksum FROM entry ORDER BY rank")
+      m_select(database, (version == without_checksums ? "SELECT rank, domain, path, value FROM entry "
+                                                       : "SELECT rank, domain, path, value, checksum FROM entry ") +
+                             which)
 {
 }
 

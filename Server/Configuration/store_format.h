@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
 
 /// How the configuration stands in the store's tables, and the checksums that hold it together.
@@ -56,11 +57,19 @@ bool has_own_tables(sqlite3* database, std::int64_t version);
 std::optional<Sum> read_sum(sqlite3* database);
 void write_sum(sqlite3* database, Sum const& sum);
 
-/// Reads all rows in their order, without checking anything but the types of their columns.
+/// Reads rows, without checking anything but the types of their columns.
 class RowReader
 {
 public:
-    RowReader(sqlite3* database, std::int64_t version);
+    enum class Order
+    {
+        ascending,
+        descending,
+    };
+    /// Reads all rows by their ranks.
+    RowReader(sqlite3* database, std::int64_t version, Order order = Order::ascending);
+    /// Reads the row of that rank.
+    RowReader(sqlite3* database, std::int64_t version, std::int64_t rank);
 
     bool step() { return m_select.step(); }
     std::int64_t rank() const { return m_select.integer(0); }
@@ -70,6 +79,7 @@ public:
     Row unchecked() const;
 
 private:
+    RowReader(sqlite3* database, std::int64_t version, std::string const& which);
     bool has_types() const;
 
     std::int64_t m_version;

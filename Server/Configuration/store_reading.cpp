@@ -7,7 +7,9 @@
 #include "Json/Reader.h"
 
 #include <algorithm>
+#include <limits>
 #include <optional>
+#include <sstream>
 #include <utility>
 #include <vector>
 
@@ -45,6 +47,11 @@ Value build(RowsByParent& rows, std::string const& path)
     return map.finish();
 }
 
+std::string damage(Sqlite::Error const& error)
+{
+    return std::string("it is damaged: ") + error.what();
+}
+
 class Reading
 {
 public:
@@ -74,13 +81,28 @@ private:
         }
         catch (Sqlite::Error const& error)
         {
-            m_on_fault(std::string("it is damaged: ") + error.what());
+            m_on_fault(damage(error));
+        }
+    }
+
+    /// Where the damage has been told already.
+    template <typename Step> static void as_far_as_possible(Step const& step)
+    {
+        try
+        {
+            step();
+        }
+        catch (Sqlite::Error const&)
+        {
+            // The rest can't be had.
         }
     }
 
     void check_tables();
     void check_pages();
     void read_rows();
+    void read_rows_behind(std::int64_t last);
+    std::vector<std::int64_t> ranks_in_index() const;
     void read_row(RowReader const& reader);
     void keep(Row const& row);
     void check_sum();
@@ -118,9 +140,14 @@ void Reading::check_pages()
     Sqlite::Statement check(m_database, "PRAGMA integrity_check(" + std::to_string(most) + ")");
     while (check.step())
     {
-        if (auto const text = check.text(0); text != "ok")
+        // The first row also has a heading, and may tell several faults.
+        std::istringstream lines{std::string(check.text(0))};
+        for (std::string line; std::getline(lines, line);)
         {
-            m_on_fault("its pages are damaged: " + std::string(text));
+            if (line != "ok" && !line.starts_with("***"))
+            {
+                m_on_fault("its pages are damaged: " + line);
+            }
         }
     }
 }
@@ -128,10 +155,60 @@ void Reading::check_pages()
 void Reading::read_rows()
 {
     RowReader reader(m_database, m_version);
-    while (reader.step())
+    try
     {
-        read_row(reader);
+        while (reader.step())
+        {
+            read_row(reader);
+        }
     }
+    catch (Sqlite::Error const& error)
+    {
+        m_on_fault(damage(error));
+        read_rows_behind(m_content.last_rank);
+    }
+}
+
+/// Behind a page that can't be read: the rows from the end backwards to the next such page, and between the two those
+/// that the index knows.
+void Reading::read_rows_behind(std::int64_t last)
+{
+    auto first_behind = std::numeric_limits<std::int64_t>::max();
+    as_far_as_possible(
+        [&]
+        {
+            for (RowReader reader(m_database, m_version, RowReader::Order::descending);
+                 reader.step() && reader.rank() > last; first_behind = reader.rank())
+            {
+                read_row(reader);
+            }
+        });
+    for (auto const rank : ranks_in_index())
+    {
+        if (rank > last && rank < first_behind)
+        {
+            as_far_as_possible(
+                [&]
+                {
+                    RowReader reader(m_database, m_version, rank);
+                    reader.step() ? read_row(reader) : void();
+                });
+        }
+    }
+}
+
+std::vector<std::int64_t> Reading::ranks_in_index() const
+{
+    std::vector<std::int64_t> ranks;
+    as_far_as_possible(
+        [&]
+        {
+            for (Sqlite::Statement select(m_database, "SELECT rank FROM entry INDEXED BY entry_path"); select.step();)
+            {
+                ranks.push_back(select.integer(0));
+            }
+        });
+    return ranks;
 }
 
 void Reading::read_row(RowReader const& reader)

@@ -1,10 +1,15 @@
 #include "Configuration/tree.h"
 
 #include "PathIterator.h"
+#include "RavikSrvExt/MapBuilder.h"
 #include "algorithm_helper.h"
 #include "api_helper.h"
 
+#include <algorithm>
 #include <iterator>
+#include <string_view>
+#include <unordered_set>
+#include <utility>
 
 namespace Ravik::Tree
 {
@@ -93,11 +98,8 @@ std::size_t position_of(Value const& parent, std::string const& name)
         RavikSrv::Algorithm::try_as_size_t(name, position);
         return position;
     }
-    for (auto entry = parent.begin(); entry != parent.end() && name != entry.name(); ++entry)
-    {
-        ++position;
-    }
-    return position;
+    auto const found = parent.find(name.c_str());
+    return found == parent.end() ? parent.size() : static_cast<std::size_t>(&*found - &*parent.begin());
 }
 
 void erase(Value& parent, std::string const& name)
@@ -112,27 +114,123 @@ void erase(Value& parent, std::string const& name)
     }
 }
 
+/// Removals of entries of one map, in the order of their making.
+using Removals = std::vector<Change const*>;
+
+/// Whether so many entries of the map are better removed, or put back, in one pass over it.
+bool is_worth_a_pass(Value const& map, std::size_t count)
+{
+    constexpr std::size_t share = 16;
+    return map.type() != ValueType::Vector && count > 1 && count * share > map.size();
+}
+
+/// The map with these entries, in their order.
+using Entries = std::vector<std::pair<std::string_view, Value const*>>;
+
+Value map_of(Entries const& entries, ValueType type)
+{
+    RavikSrv::MapBuilder map;
+    for (auto const& [name, value] : entries)
+    {
+        map.insert(name, Value(*value));
+    }
+    auto built = map.finish();
+    built.convert(type);
+    return built;
+}
+
+void remove_all(Value& map, Removals const& removals)
+{
+    std::unordered_set<std::string_view> gone;
+    std::transform(removals.begin(), removals.end(), std::inserter(gone, gone.end()),
+                   [](Change const* removal) { return std::string_view(removal->name); });
+    Entries left;
+    Value const& present = map;
+    for (auto entry = present.begin(); entry != present.end(); ++entry)
+    {
+        if (!gone.contains(entry.name()))
+        {
+            left.emplace_back(entry.name(), &*entry);
+        }
+    }
+    map = map_of(left, map.type());
+}
+
+void put_back_all(Value& map, Removals const& removals)
+{
+    Entries entries;
+    Value const& present = map;
+    for (auto entry = present.begin(); entry != present.end(); ++entry)
+    {
+        entries.emplace_back(entry.name(), &*entry);
+    }
+    std::for_each(removals.rbegin(), removals.rend(),
+                  [&entries](Change const* removal)
+                  {
+                      auto const place = entries.begin() + static_cast<std::ptrdiff_t>(removal->position);
+                      entries.emplace(place, removal->name, &*removal->before);
+                  });
+    map = map_of(entries, map.type());
+}
+
 /// Puts a removed entry back where it stood.
 void reinsert(Value& parent, Change const& change)
 {
     if (parent.type() == ValueType::Vector)
     {
         parent.insert(parent.begin_vector() + static_cast<std::ptrdiff_t>(change.position), *change.before);
-        return;
     }
-    Value restored(parent.type());
-    std::size_t position = 0;
-    Value const& present = parent;
-    for (auto entry = present.begin(); entry != present.end(); ++entry, ++position)
+    else
     {
-        if (position == change.position)
-        {
-            restored.insert(change.name.c_str(), *change.before);
-        }
-        restored.insert(entry.name(), *entry);
+        put_back_all(parent, {&change});
     }
-    restored.insert(change.name.c_str(), *change.before);
-    parent = restored;
+}
+
+void apply(Value& root, Change const& change)
+{
+    auto* const parent = RavikSrv::node_path(change.parent, root).node;
+    if (change.is_removal())
+    {
+        erase(*parent, change.name);
+    }
+    else if (change.before)
+    {
+        *RavikSrv::node(parent, change.name) = *change.after;
+    }
+    else
+    {
+        add(*parent, change.name, *change.after);
+    }
+}
+
+void take_back(Value& root, Change const& change)
+{
+    auto* const parent = RavikSrv::node_path(change.parent, root).node;
+    if (change.is_removal())
+    {
+        reinsert(*parent, change);
+    }
+    else if (change.before)
+    {
+        *RavikSrv::node(parent, change.name) = *change.before;
+    }
+    else
+    {
+        erase(*parent, change.name);
+    }
+}
+
+/// The changes in runs: removals of entries of one map that follow one another, any other change by itself.
+std::vector<Removals> in_runs(std::vector<Change const*> const& changes)
+{
+    std::vector<Removals> runs;
+    for (auto const* const change : changes)
+    {
+        auto const continues = !runs.empty() && change->is_removal() && runs.back().back()->is_removal() &&
+                               runs.back().back()->parent == change->parent;
+        continues ? runs.back().push_back(change) : runs.push_back({change});
+    }
+    return runs;
 }
 
 } // namespace
@@ -266,37 +364,30 @@ ErrorValue remove(Value& root, std::string const& path, std::vector<Change>& cha
     return ErrorValue::SUCCESS;
 }
 
-void apply(Value& root, Change const& change)
+void apply(Value& root, std::vector<Change const*> const& changes)
 {
-    auto* const parent = RavikSrv::node_path(change.parent, root).node;
-    if (change.is_removal())
+    for (auto const& run : in_runs(changes))
     {
-        erase(*parent, change.name);
-    }
-    else if (change.before)
-    {
-        *RavikSrv::node(parent, change.name) = *change.after;
-    }
-    else
-    {
-        add(*parent, change.name, *change.after);
+        if (auto& parent = *RavikSrv::node_path(run.front()->parent, root).node; is_worth_a_pass(parent, run.size()))
+        {
+            remove_all(parent, run);
+            continue;
+        }
+        std::for_each(run.begin(), run.end(), [&root](Change const* change) { apply(root, *change); });
     }
 }
 
-void take_back(Value& root, Change const& change)
+void take_back(Value& root, std::vector<Change const*> const& changes)
 {
-    auto* const parent = RavikSrv::node_path(change.parent, root).node;
-    if (change.is_removal())
+    auto const runs = in_runs(changes);
+    for (auto run = runs.rbegin(); run != runs.rend(); ++run)
     {
-        reinsert(*parent, change);
-    }
-    else if (change.before)
-    {
-        *RavikSrv::node(parent, change.name) = *change.before;
-    }
-    else
-    {
-        erase(*parent, change.name);
+        if (auto& parent = *RavikSrv::node_path(run->front()->parent, root).node; is_worth_a_pass(parent, run->size()))
+        {
+            put_back_all(parent, *run);
+            continue;
+        }
+        std::for_each(run->rbegin(), run->rend(), [&root](Change const* change) { take_back(root, *change); });
     }
 }
 

@@ -69,10 +69,11 @@ RavikSrv::ErrorValue write(RavikSrv::Value& root, std::string const& path, Ravik
 /// Removes the entry at `path`; errors as above, `ENTRY_NOT_FOUND` where there is none.
 RavikSrv::ErrorValue remove(RavikSrv::Value& root, std::string const& path, std::vector<Change>& changes);
 
-/// Makes the change once more, in a tree that stands as the first one did before it.
-void apply(RavikSrv::Value& root, Change const& change);
+/// Makes the changes once more, in a tree that stands as the first one did before them. Entries of one map that are
+/// removed one after the other take one pass over it.
+void apply(RavikSrv::Value& root, std::vector<Change const*> const& changes);
 
-/// Takes one change back. Changes are taken back in the reverse order of their making.
-void take_back(RavikSrv::Value& root, Change const& change);
+/// Takes the changes back, the last one first, in a tree that stands as they left it; otherwise as `apply`.
+void take_back(RavikSrv::Value& root, std::vector<Change const*> const& changes);
 
 } // namespace Ravik::Tree

@@ -18,6 +18,10 @@ Refusal explained(RavikSrv::ResultPair const& answer, std::string const& path)
         text = "the path of a recipe or recipe type must not hold the reserved words \"members\", \"options\", "
                "\"values\", \"recipeTypeNames\" and \"recipeTypeName\"";
         break;
+    case ErrorValue::TYPE_MISSING:
+        // The name alone, where it is no text about a schema.
+        text = text.find(' ') == std::string::npos && !text.empty() ? "there is no recipe type \"" + text + '"' : text;
+        break;
     case ErrorValue::RECURSION:
         text = text.empty() ? "its types inherit or nest one another in a circle, or more than 20 deep" : text;
         break;

@@ -267,6 +267,24 @@ std::vector<Finding> find_faults(Inspection const& inspection)
     return findings;
 }
 
+std::vector<Finding> find_unfit_variables(SymbolTable const& symbols, Value const& server_tree)
+{
+    std::vector<Finding> findings;
+    Value const& variables = server_tree[Key::variables];
+    for (auto const& symbol : symbols.all())
+    {
+        auto const fits =
+            symbol.domain == server_domain ? symbol.check("", variables[symbol.mapping.c_str()]) : ResultPair();
+        if (failed(fits))
+        {
+            findings.push_back({Finding::Kind::Value, symbol.name,
+                                "the server's own variable: " + std::string(fits.text()) +
+                                    "; write a value that fits with ravik symbol set"});
+        }
+    }
+    return findings;
+}
+
 std::vector<Finding> find_misfits(Inspection const& inspection,
                                   std::function<bool(std::string const& type_path)> const& is_of_interest)
 {

@@ -57,6 +57,9 @@ struct Inspection
 /// What is wrong in the configuration, in the order of the tree. Takes time linear in it.
 std::vector<Finding> find_faults(Inspection const& inspection);
 
+/// The variables of the server's own whose values do not fit their symbols; `server_tree` is its own configuration.
+std::vector<Finding> find_unfit_variables(SymbolTable const& symbols, RavikSrv::Value const& server_tree);
+
 /// The stored values that do not fit, of those recipes whose type's path `is_of_interest` wants.
 std::vector<Finding> find_misfits(Inspection const& inspection,
                                   std::function<bool(std::string const& type_path)> const& is_of_interest);

@@ -12,7 +12,7 @@ namespace Ravik
 struct ExecutedCommand
 {
     /// The symbol or function that the command addressed.
-    std::string name;
+    RavikSrv::SharedText name;
     /// Whether the command wrote `value`; otherwise it read it.
     bool wrote = false;
     /// The value written or read, null where a read failed.
@@ -20,7 +20,7 @@ struct ExecutedCommand
     RavikSrv::ErrorValue result = RavikSrv::ErrorValue::SUCCESS;
     /// For a failure: the name that the extension, or the server, gives to it, and what it says besides (may be empty).
     std::string failure;
-    std::string text;
+    RavikSrv::SharedText text;
 };
 
 /// A group that a request had executed in the course of its work.

@@ -52,6 +52,12 @@ Value const& value_to_write(Command const& command)
     return command.write_value();
 }
 
+/// The symbol that the command reads as a whole, null where it does anything else.
+Symbol const* symbol_read(SymbolReference const& reference, Command const& command)
+{
+    return reference.rest.empty() && !command.write_value().isset() ? reference.symbol : nullptr;
+}
+
 } // namespace
 
 ErrorValue Executor::execute(Context const& context, CommandGroup& group)
@@ -91,10 +97,15 @@ ErrorValue Executor::execute(Context const& context, Command& command)
 ErrorValue Executor::execute_domain_group(Context const& context, Extension& extension, CommandGroup& group)
 {
     Misfit misfit;
+    Reads reads;
+    reads.symbols.reserve(group.size());
+    Symbol const* last = nullptr;
     for (auto command = group.begin_vector(); command != group.end_vector(); ++command)
     {
         command->set_result(ErrorValue::SUCCESS);
-        map_command(extension, *command, misfit);
+        auto const reference = map_command(extension, *command, last, misfit);
+        last = reference.symbol;
+        reads.add(symbol_read(reference, *command));
     }
     auto const unmapped = first_server_error(group);
     if (unmapped != ErrorValue::SUCCESS)
@@ -110,14 +121,15 @@ ErrorValue Executor::execute_domain_group(Context const& context, Extension& ext
     }
     if (!refuse_all(group, misfit))
     {
-        send(context, extension, group);
+        send(context, extension, group, reads);
     }
     return first_server_error(group);
 }
 
-void Executor::map_command(Extension const& extension, Command& command, Misfit& misfit) const
+SymbolReference Executor::map_command(Extension const& extension, Command& command, Symbol const* last,
+                                      Misfit& misfit) const
 {
-    auto const reference = m_symbols.find(command.name());
+    auto const reference = m_symbols.find_behind(last, command.shared_name().view());
     if (reference.symbol != nullptr && reference.symbol->domain == extension.domain())
     {
         map_symbol(reference, command, misfit);
@@ -137,12 +149,13 @@ void Executor::map_command(Extension const& extension, Command& command, Misfit&
     {
         command.set_mapping(command.name());
     }
+    return reference;
 }
 
 void Executor::map_symbol(SymbolReference const& reference, Command& command, Misfit& misfit)
 {
     auto const& symbol = *reference.symbol;
-    command.set_mapping(reference.rest.empty() ? symbol.mapping.c_str() : reference.mapping().c_str());
+    command.set_mapping(reference.mapping());
     auto const& value = value_to_write(command);
     if (misfit.result != ErrorValue::SUCCESS || !value.isset())
     {
@@ -165,17 +178,22 @@ bool Executor::refuse_all(CommandGroup& group, Misfit const& misfit)
     return true;
 }
 
-void Executor::send(Context const& context, Extension& extension, CommandGroup& group) const
+void Executor::send(Context const& context, Extension& extension, CommandGroup& group, Reads const& reads)
 {
     if (group.empty())
     {
         return;
     }
-    auto const answer = extension.request(context_for(context, extension.domain()), group);
-    if (answer.result() != ErrorValue::SUCCESS)
+    auto const request = [&](CommandGroup& sent)
     {
-        fail_all(group, answer.result(), answer.text());
-    }
+        auto const answer = extension.request(context_for(context, extension.domain()), sent);
+        if (answer.result() != ErrorValue::SUCCESS)
+        {
+            fail_all(sent, answer.result(), answer.text());
+        }
+    };
+    reads.are_all ? m_read_memory.read(context.session(), reads.symbols, group, request)
+                  : m_read_memory.write(group, request);
 }
 
 // Groups of the server's own domain -----------------------------------------------------------------------------------
@@ -194,16 +212,19 @@ ErrorValue Executor::execute_server_group(Context const& context, CommandGroup& 
         return first_server_error(group);
     }
     std::vector<Command*> run;
+    Reads reads;
     std::size_t position = 0;
     for (auto command = group.begin_vector(); command != group.end_vector(); ++command, ++position)
     {
-        run.push_back(&*command);
         auto const& present = routes[position];
+        run.push_back(&*command);
+        reads.add(present.read);
         auto const* const next = position + 1 < routes.size() ? &routes[position + 1] : nullptr;
         if (next == nullptr || next->kind != present.kind || next->domain != present.domain)
         {
-            execute_run(context, present, run);
+            execute_run(context, present, run, reads);
             run.clear();
+            reads = {};
         }
     }
     return first_server_error(group);
@@ -224,6 +245,7 @@ Executor::Route Executor::route(Command& command, Misfit& misfit) const
     {
         route.domain = reference.symbol->domain;
         route.kind = route.domain == server_domain ? Route::Kind::Variable : Route::Kind::Extension;
+        route.read = symbol_read(reference, command);
         map_symbol(reference, command, misfit);
     }
     else if (!route_function(command, route))
@@ -248,7 +270,8 @@ bool Executor::route_function(Command& command, Route& route) const
     return true;
 }
 
-void Executor::execute_run(Context const& context, Route const& route, std::vector<Command*> const& commands)
+void Executor::execute_run(Context const& context, Route const& route, std::vector<Command*> const& commands,
+                           Reads const& reads)
 {
     switch (route.kind)
     {
@@ -261,14 +284,14 @@ void Executor::execute_run(Context const& context, Route const& route, std::vect
         m_variables.execute(commands);
         return;
     case Route::Kind::Extension:
-        execute_in_domain(context, route.domain, commands);
+        execute_in_domain(context, route.domain, commands, reads);
         return;
     }
 }
 
 /// Sends commands that are mapped already to a domain of their own and brings the outcomes back.
 void Executor::execute_in_domain(Context const& context, std::string const& domain,
-                                 std::vector<Command*> const& commands) const
+                                 std::vector<Command*> const& commands, Reads const& reads)
 {
     CommandGroup group;
     group.set_domain(domain.c_str());
@@ -276,7 +299,7 @@ void Executor::execute_in_domain(Context const& context, std::string const& doma
     {
         group.insert(group.end_vector(), *command);
     }
-    send(context, *m_extensions.find(domain), group);
+    send(context, *m_extensions.find(domain), group, reads);
     auto executed = group.begin_vector();
     for (auto* const command : commands)
     {

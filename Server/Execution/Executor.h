@@ -2,6 +2,7 @@
 
 #include "Execution/ConfigurationWriter.h"
 #include "Execution/Extensions.h"
+#include "Execution/ReadMemory.h"
 #include "Execution/Recorder.h"
 #include "Execution/ServerVariables.h"
 #include "Execution/SymbolTable.h"
@@ -23,7 +24,8 @@ namespace Ravik
 /// - DOMAIN.FUNCTION, a function that a domain's extension names.
 ///
 /// A value is checked against its symbol's schema before anything is sent: where one value of a group does not fit,
-/// nothing of the group is executed and every command tells why. Thread-safe.
+/// nothing of the group is executed and every command tells why. What a request has read it does not read again until
+/// something is written. Thread-safe.
 class Executor
 {
 public:
@@ -41,6 +43,7 @@ public:
     RavikSrv::ErrorValue execute(RavikSrv::Context const& context, RavikSrv::Command& command);
 
     Recorder& recorder() noexcept { return m_recorder; }
+    ReadMemory& read_memory() noexcept { return m_read_memory; }
 
 private:
     /// Where a command of the server's own domain leads.
@@ -55,6 +58,22 @@ private:
         };
         Kind kind = Kind::Nowhere;
         std::string domain;
+        /// Of a command that does nothing but read a whole symbol.
+        Symbol const* read = nullptr;
+    };
+
+    /// Commands that are sent together, and what they read.
+    struct Reads
+    {
+        /// For each command the symbol that it reads as a whole, null for one that does something else.
+        std::vector<Symbol const*> symbols;
+        bool are_all = true;
+
+        void add(Symbol const* symbol)
+        {
+            symbols.push_back(symbol);
+            are_all = are_all && symbol != nullptr;
+        }
     };
 
     RavikSrv::ErrorValue execute_server_group(RavikSrv::Context const& context, RavikSrv::CommandGroup& group);
@@ -68,20 +87,23 @@ private:
         std::string text;
     };
 
-    /// Fills in the command's mapping, or its failure.
-    void map_command(Extension const& extension, RavikSrv::Command& command, Misfit& misfit) const;
+    /// Fills in the command's mapping, or its failure. `last` is the symbol of the command before. Returns where the
+    /// command leads.
+    SymbolReference map_command(Extension const& extension, RavikSrv::Command& command, Symbol const* last,
+                                Misfit& misfit) const;
     /// Fills in the mapping and checks the value, unless one that does not fit is known already.
     static void map_symbol(SymbolReference const& reference, RavikSrv::Command& command, Misfit& misfit);
     /// Returns whether a value did not fit; then every command of the group tells so.
     static bool refuse_all(RavikSrv::CommandGroup& group, Misfit const& misfit);
-    void send(RavikSrv::Context const& context, Extension& extension, RavikSrv::CommandGroup& group) const;
+    void send(RavikSrv::Context const& context, Extension& extension, RavikSrv::CommandGroup& group,
+              Reads const& reads);
 
     Route route(RavikSrv::Command& command, Misfit& misfit) const;
     bool route_function(RavikSrv::Command& command, Route& route) const;
     void execute_run(RavikSrv::Context const& context, Route const& route,
-                     std::vector<RavikSrv::Command*> const& commands);
+                     std::vector<RavikSrv::Command*> const& commands, Reads const& reads);
     void execute_in_domain(RavikSrv::Context const& context, std::string const& domain,
-                           std::vector<RavikSrv::Command*> const& commands) const;
+                           std::vector<RavikSrv::Command*> const& commands, Reads const& reads);
     void execute_configuration(RavikSrv::Command& command);
 
     SymbolTable const& m_symbols;
@@ -89,6 +111,7 @@ private:
     ConfigurationWriter& m_writer;
     ServerVariables m_variables;
     Recorder m_recorder;
+    ReadMemory m_read_memory;
 };
 
 } // namespace Ravik

@@ -58,12 +58,12 @@ ExecutedGroup Recorder::describe(RavikSrv::CommandGroup const& group, ErrorValue
     for (auto command = group.begin_vector(); command != group.end_vector(); ++command)
     {
         auto const wrote = command->write_value().isset();
-        described.commands.push_back({.name = command->name(),
+        described.commands.push_back({.name = command->shared_name(),
                                       .wrote = wrote,
                                       .value = wrote ? command->write_value() : command->read_value(),
                                       .result = command->result(),
                                       .failure = failure_of(*command, described.domain, m_extensions),
-                                      .text = command->result_string()});
+                                      .text = command->shared_result_string()});
     }
     return described;
 }

@@ -89,16 +89,13 @@ SymbolTable::SymbolTable(Value const& symbols)
     for (auto entry = symbols.begin(); entry != symbols.end(); ++entry)
     {
         Value const& described = *entry;
+        auto const mapping = RavikSrv::Algorithm::to_string(described[Key::mapping]);
         Symbol symbol{.name = entry.name(),
                       .domain = RavikSrv::Algorithm::to_string(described[Key::domain]),
-                      .mapping = RavikSrv::Algorithm::to_string(described[Key::mapping]),
+                      .mapping = RavikSrv::SharedText(mapping.empty() ? std::string_view(entry.name()) : mapping),
                       .schema = described[Key::schema],
                       .compiled = schemas.compiled(described[Key::schema]),
                       .use_mapping = !described[Key::use_mapping].isset() || described[Key::use_mapping].get_bool()};
-        if (symbol.mapping.empty())
-        {
-            symbol.mapping = symbol.name;
-        }
         m_symbols.push_back(std::move(symbol));
     }
     m_by_name.reserve(m_symbols.size());
@@ -106,6 +103,18 @@ SymbolTable::SymbolTable(Value const& symbols)
     {
         m_by_name.emplace(symbol.name, &symbol);
     }
+}
+
+RavikSrv::SharedText SymbolReference::mapping() const
+{
+    return rest.empty() ? symbol->mapping : RavikSrv::SharedText(symbol->mapping.c_str() + std::string(rest));
+}
+
+SymbolReference SymbolTable::find_behind(Symbol const* last, std::string_view name) const
+{
+    auto const* const next = last == nullptr ? m_symbols.data() : last + 1;
+    auto const is_next = next != m_symbols.data() + m_symbols.size() && next->name == name;
+    return is_next ? SymbolReference{.symbol = next, .rest = {}} : find(name);
 }
 
 SymbolReference SymbolTable::find(std::string_view name) const

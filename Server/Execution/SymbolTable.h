@@ -20,7 +20,7 @@ struct Symbol
     std::string name;
     std::string domain;
     /// The address inside the domain; the symbol's name where the project file gives none.
-    std::string mapping;
+    RavikSrv::SharedText mapping;
     RavikSrv::Value schema;
     std::shared_ptr<CompiledSchema const> compiled;
     /// Whether it is written in its domain, not through the server.
@@ -40,7 +40,7 @@ struct SymbolReference
     std::string_view rest;
 
     /// The address of the place inside the symbol's domain.
-    std::string mapping() const { return symbol->mapping + std::string(rest); }
+    RavikSrv::SharedText mapping() const;
 };
 
 /// The symbols of a project, by name. Made from the project file when the project is opened, then only read.
@@ -56,6 +56,9 @@ public:
 
     /// Finds the symbol whose name is the first component of `name`; the reference lives as long as both.
     SymbolReference find(std::string_view name) const;
+    /// The same for one name after the other, where the next is mostly that of the symbol behind `last`, the one found
+    /// before: then it costs a comparison. `last` may be null.
+    SymbolReference find_behind(Symbol const* last, std::string_view name) const;
     /// All symbols in the order of the project file.
     std::vector<Symbol> const& all() const noexcept { return m_symbols; }
 

@@ -9,6 +9,8 @@
 #include "PathIterator.h"
 #include "api_helper.h"
 
+#include <algorithm>
+#include <iterator>
 #include <optional>
 
 namespace Ravik
@@ -150,6 +152,7 @@ EditReport report(EditOutcome outcome)
 
 std::unique_ptr<Project> Project::open(std::filesystem::path const& directory, OpenOptions const& options)
 {
+    require_project(directory);
     RegularFile const opened(directory / project_file_name, "the project file");
     std::optional<Ownership> const ownership = options.trust ? std::nullopt : std::optional<Ownership>(directory);
     check_ownership(ownership, opened);
@@ -230,6 +233,7 @@ FunctionOutcome OpenProject::call(RavikSrv::Session request, std::string const& 
                                   Value const& parameters)
 {
     Recorder::Recording recording(m_core.executor.recorder(), request);
+    ReadMemory::Scope const remembering(m_core.executor.read_memory(), request);
     Context context;
     context.set_domain(domain.c_str());
     context.set_session(request);
@@ -313,6 +317,11 @@ ConfigurationOutcome OpenProject::get(std::string const& domain, std::string con
     }
     auto const tree = m_core.configuration.tree(domain);
     auto const reached = RavikSrv::node_path(path, tree);
+    if (reached.node == nullptr && reached.name.empty())
+    {
+        return {
+            .error = ErrorValue::INVALID_PATH, .text = "the path has an empty component", .path = path, .value = {}};
+    }
     if (reached.node == nullptr)
     {
         return {.error = ErrorValue::ENTRY_NOT_FOUND,
@@ -346,29 +355,33 @@ EditReport OpenProject::import(std::string const& domain, Value const& data, Imp
 
 std::vector<Finding> OpenProject::check(std::string const& domain) const
 {
-    return m_editor.check(domain);
+    auto findings = m_editor.check(domain);
+    if (domain == recipe_domain || domain == server_domain)
+    {
+        auto variables = find_unfit_variables(m_symbols, m_core.configuration.tree(std::string(server_domain)));
+        std::move(variables.begin(), variables.end(), std::back_inserter(findings));
+    }
+    return findings;
 }
 
 ConfigurationOutcome OpenProject::backup(std::filesystem::path const& file, bool replace)
 {
-    if (!replace && std::filesystem::exists(file))
-    {
-        return {.error = ErrorValue::FILE_WRITE,
-                .text = file.string() + ": the file exists already; --force replaces it",
-                .path = {},
-                .value = {}};
-    }
+    auto const failed = [&](std::string const& why) {
+        return ConfigurationOutcome{
+            .error = ErrorValue::FILE_WRITE, .text = file.string() + why, .path = {}, .value = {}};
+    };
     try
     {
+        if (!replace && std::filesystem::exists(file))
+        {
+            return failed(": the file exists already; --force replaces it");
+        }
         m_core.configuration.backup(file);
         return {};
     }
     catch (std::exception const& error)
     {
-        return {.error = ErrorValue::FILE_WRITE,
-                .text = file.string() + " could not be written: " + error.what(),
-                .path = {},
-                .value = {}};
+        return failed(std::string(" could not be written: ") + error.what());
     }
 }
 
@@ -380,7 +393,7 @@ std::vector<SymbolInfo> OpenProject::symbols() const
     for (auto const& symbol : m_symbols.all())
     {
         infos.push_back(
-            {.name = symbol.name, .domain = symbol.domain, .mapping = symbol.mapping, .schema = symbol.schema});
+            {.name = symbol.name, .domain = symbol.domain, .mapping = symbol.mapping.str(), .schema = symbol.schema});
     }
     return infos;
 }

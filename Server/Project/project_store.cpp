@@ -9,14 +9,24 @@ namespace
 /// The store of the project; its file need not be there, but the project has to.
 std::filesystem::path existing_project(std::filesystem::path const& directory)
 {
-    if (!std::filesystem::exists(directory / project_file_name))
-    {
-        throw ProjectError((directory / project_file_name).string() + " does not exist: the folder holds no project");
-    }
+    require_project(directory);
     return store_of(directory);
 }
 
 } // namespace
+
+void require_project(std::filesystem::path const& directory)
+{
+    auto const file = directory / project_file_name;
+    // What can't be looked at, opening it tells of.
+    std::error_code unknown;
+    if (std::filesystem::symlink_status(file, unknown).type() == std::filesystem::file_type::not_found)
+    {
+        throw ProjectError(file.lexically_normal().string() +
+                           ": the project file can't be read: No such file or directory; 'ravik init' makes a project, "
+                           "--project DIR names the folder of another");
+    }
+}
 
 std::filesystem::path store_of(std::filesystem::path const& directory)
 {

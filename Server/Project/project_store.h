@@ -15,6 +15,9 @@ StoreReport restore_project_store(std::filesystem::path const& directory, std::f
                                   Replaced replaced, OpenOptions const& options);
 StoreReport repair_project_store(std::filesystem::path const& directory, OpenOptions const& options);
 
+/// Throws `ProjectError` where the folder holds no project.
+void require_project(std::filesystem::path const& directory);
+
 /// The project's store.
 std::filesystem::path store_of(std::filesystem::path const& directory);
 

@@ -28,7 +28,8 @@ std::shared_ptr<CompiledSchema const> CompiledSchema::compile(Value const& docum
 }
 
 CompiledSchema::CompiledSchema(std::unique_ptr<Schema::CompiledNodes const> nodes, ResultPair error)
-    : m_nodes(std::move(nodes)), m_error(std::move(error))
+    : m_nodes(std::move(nodes)), m_error(std::move(error)),
+      m_certain(m_nodes == nullptr ? Schema::CertainNumbers() : Schema::CertainNumbers(m_nodes->nodes))
 {
 }
 
@@ -36,7 +37,7 @@ CompiledSchema::~CompiledSchema() = default;
 
 ResultPair CompiledSchema::validate(Value const& value, std::string_view path) const
 {
-    if (!value.isset())
+    if (!value.isset() || m_certain.contain(value))
     {
         return {};
     }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Schema/CertainNumbers.h"
+
 #include "RavikSrvExtApi.h"
 
 #include <map>
@@ -72,6 +74,8 @@ public:
 private:
     std::unique_ptr<Schema::CompiledNodes const> m_nodes;
     RavikSrv::ResultPair m_error;
+    /// Most values of a machine are numbers within bounds, which need no evaluation.
+    Schema::CertainNumbers m_certain;
 };
 
 } // namespace Ravik

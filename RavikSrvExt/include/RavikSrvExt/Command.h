@@ -1,10 +1,11 @@
 #pragma once
 
 #include "RavikSrvExt/ErrorValue.h"
+#include "RavikSrvExt/SharedText.h"
 #include "RavikSrvExt/Value.h"
 
 #include <cstdint>
-#include <string>
+#include <string_view>
 
 namespace RavikSrv
 {
@@ -34,25 +35,30 @@ constexpr bool has_option(CommandOption options, CommandOption option) noexcept
 
 /// One named operation of a request: a function of an extension, a symbol that is read or written, or a configuration
 /// entry. A regular value; texts handed in are copied and must not be null, texts handed out are owned by the command.
-/// A command belongs to the call that it was handed to; it does no locking.
+/// Copies of a command share their texts. A command belongs to the call that it was handed to; it does no locking.
+///
+/// What takes or returns a `SharedText` is for whoever makes or executes commands in large numbers.
 class Command
 {
 public:
     Command() = default;
-    explicit Command(char const* name) : m_name(name) {}
+    explicit Command(char const* name) : m_name(std::string_view(name)) {}
 
     /// What the command addresses: a symbol, a function or a configuration path.
     char const* name() const noexcept { return m_name.c_str(); }
-    void set_name(char const* name) { m_name = name; }
+    SharedText const& shared_name() const noexcept { return m_name; }
+    void set_name(char const* name) { m_name = SharedText(name); }
 
     /// The name inside the extension that the server mapped the command to: the function's name, or the address that
     /// the symbol table gives the symbol (its "MAPPING").
     char const* mapping() const noexcept { return m_mapping.c_str(); }
-    void set_mapping(char const* mapping) { m_mapping = mapping; }
+    SharedText const& shared_mapping() const noexcept { return m_mapping; }
+    void set_mapping(char const* mapping) { m_mapping = SharedText(mapping); }
+    void set_mapping(SharedText const& mapping) noexcept { m_mapping = mapping; }
 
     /// The part of the server that mapped the command, empty where none did; extensions only pass it on.
     char const* mapper() const noexcept { return m_mapper.c_str(); }
-    void set_mapper(char const* mapper) { m_mapper = mapper; }
+    void set_mapper(char const* mapper) { m_mapper = SharedText(mapper); }
 
     /// The value that the command returns to whoever sent it.
     Value& read_value() noexcept { return m_read_value; }
@@ -82,16 +88,17 @@ public:
 
     /// A text for whoever sent the command.
     char const* result_string() const noexcept { return m_result_string.c_str(); }
-    void set_result_string(char const* text) { m_result_string = text; }
+    SharedText const& shared_result_string() const noexcept { return m_result_string; }
+    void set_result_string(char const* text) { m_result_string = SharedText(text); }
 
     CommandOption options() const noexcept { return m_options; }
     void set_options(CommandOption options) noexcept { m_options = options; }
 
 private:
-    std::string m_name;
-    std::string m_mapping;
-    std::string m_mapper;
-    std::string m_result_string;
+    SharedText m_name;
+    SharedText m_mapping;
+    SharedText m_mapper;
+    SharedText m_result_string;
     Value m_read_value;
     Value m_write_value;
     ErrorValue m_result = ErrorValue::SUCCESS;

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "RavikSrvExt/Counted.h"
 #include "RavikSrvExt/Export.h"
 #include "RavikSrvExt/Iterators.h"
 #include "RavikSrvExt/ValueType.h"
 
-#include <atomic>
 #include <compare>
 #include <concepts>
 #include <cstddef>
@@ -12,8 +12,6 @@
 #include <string>
 #include <string_view>
 #include <utility>
-
-#include <sys/single_threaded.h>
 
 namespace RavikSrv
 {
@@ -24,40 +22,6 @@ template <typename T> class Vector;
 
 namespace Detail
 {
-
-/// What a value shares with its copies. The count is never touched through anything but these two operations and
-/// `is_unique`, so that the order of accesses holds: whoever sees the last reference sees all that was done before.
-struct Counted
-{
-    mutable std::atomic<std::uint32_t> references{1};
-
-    void add_reference() const noexcept
-    {
-        // A process with one thread has no one to be atomic against; the C library keeps the flag for this purpose.
-        if (__libc_single_threaded != 0)
-        {
-            references.store(references.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
-        }
-        else
-        {
-            references.fetch_add(1, std::memory_order_relaxed);
-        }
-    }
-
-    /// Whether the reference given up was the last one.
-    bool drop_reference() const noexcept
-    {
-        if (__libc_single_threaded != 0)
-        {
-            auto const left = references.load(std::memory_order_relaxed) - 1;
-            references.store(left, std::memory_order_relaxed);
-            return left == 0;
-        }
-        return references.fetch_sub(1, std::memory_order_acq_rel) == 1;
-    }
-
-    bool is_unique() const noexcept { return references.load(std::memory_order_acquire) == 1; }
-};
 
 struct Text;
 struct Container;
@@ -196,8 +160,12 @@ public:
 
     bool get_bool() const;
     std::int32_t get_int32() const;
-    std::int64_t get_int64() const;
-    double get_double() const;
+    std::int64_t get_int64() const
+    {
+        auto const is_integer = m_type == ValueType::Int64 || m_type == ValueType::Int;
+        return is_integer ? m_scalar.integer : converted_integer();
+    }
+    double get_double() const { return m_type == ValueType::Double ? m_scalar.real : converted_real(); }
     Timestamp get_timestamp() const;
     Timespan get_timespan() const;
     /// The text of a string, zero-terminated, owned by this value and valid until it changes; empty for every other
@@ -352,6 +320,8 @@ private:
     Detail::Container const* elements() const noexcept;
     Detail::Container& own();
     Value converted(ValueType type) const;
+    std::int64_t converted_integer() const;
+    double converted_real() const;
     Value const* entry(char const* name) const noexcept;
     Value* entry(char const* name);
     std::uint32_t ensure(char const* name, Value const& value);

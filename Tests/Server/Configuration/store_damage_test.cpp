@@ -110,7 +110,7 @@ protected:
     }
 
     /// A copy in which `spoil` has changed the bytes; the log goes along where it is given.
-    fs::path spoilt(std::string bytes, std::optional<std::string> const& log = std::nullopt) const
+    fs::path spoilt(std::string const& bytes, std::optional<std::string> const& log = std::nullopt) const
     {
         fs::remove(folder.path() / "copy.db-wal");
         if (log)

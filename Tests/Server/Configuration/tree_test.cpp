@@ -63,6 +63,28 @@ constexpr auto cases = std::to_array<Case>({
     {"", nullptr, merge, nullptr, invalid},
 });
 
+std::vector<Tree::Change const*> pointers(std::vector<Tree::Change> const& changes)
+{
+    std::vector<Tree::Change const*> all;
+    std::transform(changes.begin(), changes.end(), std::back_inserter(all), [](auto const& change) { return &change; });
+    return all;
+}
+
+TEST(Tree, takes_many_removals_of_one_map_back_and_makes_them_once_more)
+{
+    auto const* const full = R"({"m":{"a":1,"b":2,"c":3,"d":4,"e":5},"v":[1,2,3]})";
+    auto tree = Json::parse(full);
+    std::vector<Tree::Change> changes;
+    for (auto const* const path : {"m::d", "m::a", "v[0]", "v[1]", "m::c", "m::e", "m::b"})
+    {
+        EXPECT_EQ(Tree::remove(tree, path, changes), ErrorValue::SUCCESS);
+    }
+    Tree::take_back(tree, pointers(changes));
+    EXPECT_EQ(Json::write(tree), full);
+    Tree::apply(tree, pointers(changes));
+    EXPECT_EQ(Json::write(tree), R"({"m":{},"v":[2]})");
+}
+
 TEST(Tree, edits_takes_them_back_and_makes_them_once_more)
 {
     for (auto const& test : cases)
@@ -77,9 +99,9 @@ TEST(Tree, edits_takes_them_back_and_makes_them_once_more)
         EXPECT_EQ(result, test.result);
         EXPECT_EQ(Json::write(tree), test.after == nullptr ? before : test.after);
         EXPECT_EQ(Json::write(original), before) << "a copy changed with it";
-        std::for_each(changes.rbegin(), changes.rend(), [&tree](auto const& change) { Tree::take_back(tree, change); });
+        Tree::take_back(tree, pointers(changes));
         EXPECT_EQ(Json::write(tree), before);
-        std::for_each(changes.begin(), changes.end(), [&tree](auto const& change) { Tree::apply(tree, change); });
+        Tree::apply(tree, pointers(changes));
         EXPECT_EQ(Json::write(tree), test.after == nullptr ? before : test.after);
     }
 }

@@ -1,13 +1,18 @@
-// Kills a process that edits a project, again and again, and looks at what is left each time:
+// Kills a process that works on a project, again and again, and looks at what is left each time:
 //
 //     ServerCrashTest [KILLS [SEED]]
 //
-// The edits are numbered and the same in every run. The process acknowledges each one that was answered with success.
-// After a kill the project must open without a fault that `check` finds, and hold the outcome of the last acknowledged
-// edit or, as a whole, of the one after it. Exit status 0 where it always did.
+// The steps (edits of all kinds, backups and restores of the store) are numbered and the same in every run. The process
+// acknowledges each one that was answered with success. After a kill the store must be whole, the project open without
+// a fault that `check` finds, and hold the outcome of the last acknowledged step or, as a whole, of the one after it;
+// and where there is a backup it must be a whole one. Every fifth process is killed while it brings over a store of the
+// first layout instead. Exit status 0 where all that always held.
 
+#include "Configuration/Store.h"
+#include "Configuration/store_care.h"
 #include "EditedProject.h"
 #include "Project/OpenProject.h"
+#include "Project/project_store.h"
 #include "Json/Json.h"
 
 #include <algorithm>
@@ -16,8 +21,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <fstream>
+#include <functional>
 #include <iostream>
+#include <optional>
 #include <random>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <sys/wait.h>
@@ -31,22 +40,68 @@ using namespace Ravik::Test;
 
 std::string const domain(recipe_domain);
 
-/// The edits bring a family of types and recipes in, reorganise it and take it away again, family by family: "$" is its
-/// name and "#" its number.
-constexpr auto edits = std::to_array<char const*>({
+/// The steps bring a family of types and recipes in, reorganise it and take it away again, family by family: "$" is its
+/// name and "#" its number. "=" stands for an import in the place of everything, "?" for an update of a recipe, "@" for
+/// a text that in some rounds is so long that the log is brought into the file.
+constexpr auto steps = std::to_array<char const*>({
     "+ $::T { m n } $::U($::T) { o } $::V { k>$::T } | "
     "$::A:$::T { m=1 } $::B:$::T { m=1 n=2 } $::C:$::U { o=1 } $::D:$::V { k=$::A }",
     "R::$::A::values::m = #",
+    R"(R::$::A::values::more = "@")",
+    R"(R::$::A::values::more = "@#")",
+    "R::$::A::values::more >",
+    "backup",
+    "T::$::T > T::$::W",
+    "R::$::A > R::$::Q",
+    "restore",
     "T::$::T > T::$::W",
     "R::$::A > R::$::Q",
     "T::$::W::members::m > T::$::W::members::q",
+    "T::$::W::members::n >",
+    "? $::B",
     "T::$ > T::N$",
     R"(R::$::E = {"recipeTypeName":"N$::W","values":{"q":#}})",
     "R::$::Q >",
     "R::$ > R::M$",
     "T::N$ >",
+    "backup",
     "R::M$ >",
+    "restore",
+    "= $::T { m } | $::A:$::T { m=# }",
+    "T::$ >",
 });
+
+std::string step_text(int number)
+{
+    auto const round = static_cast<std::size_t>(number) / steps.size();
+    std::string text;
+    for (auto const* letter = steps.at(static_cast<std::size_t>(number) % steps.size()); *letter != '\0'; ++letter)
+    {
+        *letter == '$'   ? text.append("P").append(std::to_string(round % 3))
+        : *letter == '#' ? text.append(std::to_string(round))
+        : *letter == '@' ? text.append(round % 8 == 7 ? 3'000'000 : 3, 'x')
+                         : text.append(1, *letter);
+    }
+    return text;
+}
+
+std::string text_of(Project const& project)
+{
+    return Json::write(project.get(domain, "").value);
+}
+
+std::string text_of_store(std::filesystem::path const& file)
+{
+    return Json::write(Store::open(file, std::chrono::seconds(0))->load(domain));
+}
+
+/// Makes a configuration the whole one.
+bool replace(Project& project, RavikSrv::Value const& configuration)
+{
+    ImportOptions options;
+    options.replace = true;
+    return project.import(domain, configuration, options).succeeded();
+}
 
 bool has_faults(Project const& project)
 {
@@ -54,43 +109,72 @@ bool has_faults(Project const& project)
     return std::any_of(findings.begin(), findings.end(), [](Finding const& finding) { return !finding.is_note(); });
 }
 
-/// Makes the edit of that number, the outcome of the one before it given.
-EditReport make_edit(Project& project, int number)
+/// The project that the process works on.
+struct OnDisk
 {
-    auto const round = static_cast<std::size_t>(number) / edits.size();
-    std::string text;
-    for (auto const* letter = edits.at(static_cast<std::size_t>(number) % edits.size()); *letter != '\0'; ++letter)
+    std::filesystem::path folder;
+    std::unique_ptr<Project> project = Project::open(folder);
+
+    std::filesystem::path backup_file() const { return folder / "backup.db"; }
+    bool back_up() const { return project->backup(backup_file(), true).succeeded(); }
+    bool restore()
     {
-        *letter == '$'   ? text.append("P").append(std::to_string(round % 3))
-        : *letter == '#' ? text.append(std::to_string(round))
-                         : text.append(1, *letter);
+        project.reset();
+        static_cast<void>(restore_project_store(folder, backup_file(), Replaced::anything, {}));
+        project = Project::open(folder);
+        return true;
     }
-    return edit(project, text);
+};
+
+/// The outcome of all steps so far, without a store.
+struct Model
+{
+    std::unique_ptr<Project> project;
+    RavikSrv::Value backup;
+
+    bool back_up()
+    {
+        backup = project->get(domain, "").value;
+        return true;
+    }
+    bool restore() const { return replace(*project, backup); }
+};
+
+/// Makes the step of that number, the outcome of the one before it given.
+template <typename Place> bool make_step(Place& place, int number)
+{
+    auto const text = step_text(number);
+    if (text == "backup" || text == "restore")
+    {
+        return text == "backup" ? place.back_up() : place.restore();
+    }
+    if (text.starts_with("="))
+    {
+        return replace(*place.project, configuration_of(text.substr(2)));
+    }
+    if (text.starts_with("?"))
+    {
+        return place.project->call(domain, "UpdateRecipe", parameters("path", text.substr(2).c_str())).succeeded();
+    }
+    return edit(*place.project, text).succeeded();
 }
 
-/// The process to be killed: edits from `number` on and writes the number of each edit that was made.
-[[noreturn]] void edit_for_ever(std::filesystem::path const& folder, int number, int acknowledge)
+/// Told the number of each step that was made; false where nobody listens any more.
+using Acknowledge = std::function<bool(int number)>;
+
+void step_for_ever(std::filesystem::path const& folder, int number, Acknowledge const& acknowledge)
 {
-    try
+    OnDisk place{.folder = folder};
+    while (make_step(place, number) && acknowledge(number))
     {
-        auto const project = Project::open(folder);
-        for (; make_edit(*project, number).succeeded(); ++number)
-        {
-            if (write(acknowledge, &number, sizeof number) != sizeof number)
-            {
-                break;
-            }
-        }
+        ++number;
     }
-    catch (std::exception const& error)
-    {
-        std::fputs(error.what(), stderr);
-    }
-    _exit(EXIT_FAILURE);
+    throw std::runtime_error("step " + std::to_string(number) + " is impossible");
 }
 
-/// Runs the process and kills it at a random moment; answers the last number acknowledged, at least `last`.
-int run_and_kill(std::filesystem::path const& folder, int last, std::mt19937& random)
+/// Runs `work` as a process and kills it at a random moment, once it has acknowledged `wanted` steps. Returns the last
+/// number acknowledged, at least `last`; `work` may end by itself only where nothing is wanted of it.
+int run_and_kill(std::function<void(Acknowledge const&)> const& work, int wanted, int last, std::mt19937& random)
 {
     std::array<int, 2> pipe_ends{};
     if (pipe(pipe_ends.data()) != 0)
@@ -101,16 +185,25 @@ int run_and_kill(std::filesystem::path const& folder, int last, std::mt19937& ra
     if (process == 0)
     {
         close(pipe_ends[0]);
-        edit_for_ever(folder, last + 1, pipe_ends[1]);
+        try
+        {
+            work([&](int number) { return write(pipe_ends[1], &number, sizeof number) == sizeof number; });
+            _exit(EXIT_SUCCESS);
+        }
+        catch (std::exception const& error)
+        {
+            std::fputs(error.what(), stderr);
+        }
+        _exit(EXIT_FAILURE);
     }
     close(pipe_ends[1]);
-    // Somewhere in opening, or in the edit that follows so many others.
-    auto const wanted = static_cast<int>(random() % 8);
     int number = last;
     for (int count = 0; count < wanted && read(pipe_ends[0], &number, sizeof number) == sizeof number; ++count)
     {
     }
-    timespec const moment{.tv_sec = 0, .tv_nsec = static_cast<long>(random() % (wanted == 0 ? 40'000'000 : 8'000'000))};
+    // Steps take from less than a millisecond to the tens that opening takes.
+    timespec const moment{.tv_sec = 0,
+                          .tv_nsec = static_cast<long>(random() % (random() % 3 == 0 ? 40'000'000 : 6'000'000))};
     nanosleep(&moment, nullptr);
     kill(process, SIGKILL);
     int status = 0;
@@ -119,46 +212,163 @@ int run_and_kill(std::filesystem::path const& folder, int last, std::mt19937& ra
     {
     }
     close(pipe_ends[0]);
-    if (!WIFSIGNALED(status))
+    if (!WIFSIGNALED(status) && (wanted != 0 || !WIFEXITED(status) || WEXITSTATUS(status) != EXIT_SUCCESS))
     {
-        throw std::runtime_error("the editing process failed before it was killed");
+        throw std::runtime_error("the process failed before it was killed");
     }
     return number;
 }
 
+void expect(bool holds, std::string const& what)
+{
+    if (!holds)
+    {
+        throw std::runtime_error(what);
+    }
+}
+
+void expect_whole(std::filesystem::path const& store)
+{
+    auto const report = check_store(store, std::chrono::seconds(0));
+    expect(report.is_whole(), store.string() + ": " + (report.is_whole() ? "" : report.faults.front()));
+}
+
+/// Kills while a project is worked on.
+class Steps
+{
+public:
+    void kill_once(std::mt19937& random)
+    {
+        // Somewhere in opening, or in the step that follows some others; at times so many that the log is shortened.
+        auto const wanted = random() % 32 == 0 ? 400 : static_cast<int>(random() % 8);
+        auto const acknowledged = run_and_kill([this](Acknowledge const& acknowledge)
+                                               { step_for_ever(m_folder.path(), m_last + 1, acknowledge); },
+                                               wanted, m_last, random);
+        count_half(m_store, m_in_restore);
+        count_half(m_folder.path() / "backup.db", m_in_backup);
+        // Checking brings the log into the file, which opening has to be able to do as well.
+        auto const check_first = random() % 2 == 0 && m_last >= 0;
+        if (check_first)
+        {
+            expect_whole(m_store);
+        }
+        compare(acknowledged);
+        expect_whole(m_store);
+    }
+
+    std::string told() const
+    {
+        return std::to_string(m_last + 1) + " steps, of which " + std::to_string(m_unacknowledged) +
+               " had been stored when their process was killed before it could say so; half a backup was left " +
+               std::to_string(m_in_backup) + " times and half a restored store " + std::to_string(m_in_restore) +
+               " times, beside the whole one";
+    }
+
+private:
+    static void count_half(std::filesystem::path const& whole, int& count)
+    {
+        count += std::filesystem::remove(whole.string() + "-new") ? 1 : 0;
+    }
+
+    void step()
+    {
+        ++m_last;
+        expect(make_step(m_model, m_last), "step " + std::to_string(m_last) + " is impossible");
+    }
+
+    void compare(int acknowledged)
+    {
+        OnDisk const place{.folder = m_folder.path()};
+        auto const found = text_of(*place.project);
+        while (m_last < acknowledged)
+        {
+            step();
+        }
+        compare_backup(place.backup_file());
+        if (found != text_of(*m_model.project))
+        {
+            ++m_unacknowledged;
+            step();
+        }
+        expect(found == text_of(*m_model.project) && !has_faults(*place.project),
+               "after step " + std::to_string(m_last) + " there is\n" + found + "\ninstead of\n" +
+                   text_of(*m_model.project) + ", or a reference dangles");
+    }
+
+    /// It is the last one, the one before where a new one was being made in its place, or one more.
+    void compare_backup(std::filesystem::path const& file) const
+    {
+        if (!std::filesystem::exists(file))
+        {
+            expect(!m_model.backup.isset(), "the backup is gone");
+            return;
+        }
+        expect_whole(file);
+        auto const found = text_of_store(file);
+        expect(found == Json::write(m_model.backup) ||
+                   (step_text(m_last + 1) == "backup" && found == text_of(*m_model.project)),
+               "the backup is none of what was there");
+    }
+
+    TemporaryFolder m_folder;
+    std::filesystem::path m_file = m_folder.write("ravik.json", project_file());
+    std::filesystem::path m_store = store_of(m_folder.path());
+    Model m_model{.project = opened(m_file, nullptr), .backup = {}};
+    int m_last = -1;
+    int m_unacknowledged = 0;
+    int m_in_backup = 0;
+    int m_in_restore = 0;
+};
+
+/// Kills while a store of the first layout is brought over.
+class OldStore
+{
+public:
+    void kill_once(std::mt19937& random)
+    {
+        TemporaryFolder const folder;
+        auto const store = folder.path() / "ravik.db";
+        std::filesystem::copy_file(FORMAT_1_STORE, store);
+        run_and_kill([&](Acknowledge const&) { static_cast<void>(text_of_store(store)); }, 0, 0, random);
+        std::filesystem::exists(store.string() + "-new") ? ++m_within : 0;
+        if (random() % 2 == 0)
+        {
+            expect_whole(store);
+        }
+        expect(text_of_store(store) == m_expected, "the old store was not brought over as it was");
+        expect_whole(store);
+        ++m_kills;
+    }
+
+    std::string told() const
+    {
+        return std::to_string(m_kills) + " in bringing over an old store, " + std::to_string(m_within) +
+               " of them with half a new one beside it";
+    }
+
+private:
+    static std::string recipes()
+    {
+        std::ostringstream text;
+        text << std::ifstream(PLANT_RECIPES).rdbuf();
+        return Json::write(Json::parse(text.str()));
+    }
+
+    std::string m_expected = recipes();
+    int m_kills = 0;
+    int m_within = 0;
+};
+
 int run(int kills, unsigned seed)
 {
-    TemporaryFolder const folder;
-    auto const file = folder.write("ravik.json", project_file());
-    // The outcome of all edits up to `last`, without a store.
-    auto const in_memory = opened(file, nullptr);
-    auto& model = *in_memory;
-    auto const text_of = [](Project const& project) { return Json::write(project.get(domain, "").value); };
     std::mt19937 random(seed);
-    int last = -1;
-    int unacknowledged = 0;
+    Steps line;
+    OldStore old_store;
     for (int done = 0; done < kills; ++done)
     {
-        auto const acknowledged = run_and_kill(folder.path(), last, random);
-        auto const project = Project::open(folder.path());
-        auto const found = text_of(*project);
-        while (last < acknowledged)
-        {
-            static_cast<void>(make_edit(model, ++last));
-        }
-        if (found != text_of(model))
-        {
-            ++unacknowledged;
-            static_cast<void>(make_edit(model, ++last));
-        }
-        if (found != text_of(model) || has_faults(*project))
-        {
-            throw std::runtime_error("after edit " + std::to_string(last) + " there is\n" + found + "\ninstead of\n" +
-                                     text_of(model) + ", or a reference dangles");
-        }
+        done % 5 == 4 ? old_store.kill_once(random) : line.kill_once(random);
     }
-    std::cout << kills << " kills, " << last + 1 << " edits, of which " << unacknowledged
-              << " had been stored when their process was killed before it could say so\n";
+    std::cout << kills << " kills, " << old_store.told() << "; " << line.told() << '\n';
     return EXIT_SUCCESS;
 }
 

@@ -152,52 +152,60 @@ bool Model::refuses_member(std::string const& type, std::string const& from, std
 
 // Moves ---------------------------------------------------------------------------------------------------------------
 
-void Model::move_types(std::string const& from, std::string const& to)
+/// Whether a value goes empty with a nested recipe of a type that goes: not where its member, or the type that it
+/// stands under, goes as well.
+bool Model::loses_recipe(Recipe const& recipe, std::string const& value_name, std::string const& from) const
 {
     auto const is_moved = [&](std::string const& name) { return is_below(name, from) && types.contains(name); };
+    auto const records = records_of(recipe.type);
+    auto const* const record = first(records, value_name);
+    auto const nests_moved = [&](auto const& member)
+    { return member.first == value_name && is_moved(member.second.nested); };
+    auto const nests = [&](std::string const& type)
+    {
+        auto const& members = types.at(type).members;
+        return std::any_of(members.begin(), members.end(), nests_moved);
+    };
+    auto const stays = record != nullptr && (is_moved(record->type) || (record->is_member && nests(record->type)));
+    return names_recipe(recipe, value_name) && !stays;
+}
+
+void Model::delete_types(std::string const& from)
+{
+    auto const is_moved = [&](std::string const& name) { return is_below(name, from) && types.contains(name); };
+    auto const goes = [&](std::string const& name)
+    {
+        auto const recipe = recipes.find(name);
+        return recipe != recipes.end() && is_moved(recipe->second.type);
+    };
+    auto after = *this;
+    for (auto& [name, recipe] : after.recipes)
+    {
+        for (auto& entry : recipe.values)
+        {
+            if (goes(entry.second) && loses_recipe(recipe, entry.first, from))
+            {
+                entry.second.clear();
+            }
+        }
+    }
+    for (auto& [name, type] : after.types)
+    {
+        std::erase_if(type.inherited, is_moved);
+        std::erase_if(type.members, [&](auto const& member) { return is_moved(member.second.nested); });
+    }
+    std::erase_if(after.types, [&](auto const& type) { return is_moved(type.first); });
+    std::erase_if(after.recipes, [&](auto const& recipe) { return goes(recipe.first); });
+    *this = after;
+}
+
+void Model::move_types(std::string const& from, std::string const& to)
+{
     if (to.empty())
     {
-        std::set<std::string> gone;
-        for (auto const& [name, recipe] : recipes)
-        {
-            if (is_moved(recipe.type))
-            {
-                gone.insert(name);
-            }
-        }
-        auto after = *this;
-        for (auto& [name, recipe] : after.recipes)
-        {
-            for (auto& [value_name, value] : recipe.values)
-            {
-                auto const records = records_of(recipe.type);
-                auto const* const record = first(records, value_name);
-                auto const nests_moved = [&](auto const& member)
-                { return member.first == value_name && is_moved(member.second.nested); };
-                // The value of a member that goes itself, or under the name of a type that goes, stays as it is.
-                auto const nests = [&](std::string const& type)
-                {
-                    auto const& members = types.at(type).members;
-                    return std::any_of(members.begin(), members.end(), nests_moved);
-                };
-                auto const stays =
-                    record != nullptr && (is_moved(record->type) || (record->is_member && nests(record->type)));
-                if (gone.contains(value) && names_recipe(recipe, value_name) && !stays)
-                {
-                    value.clear();
-                }
-            }
-        }
-        for (auto& [name, type] : after.types)
-        {
-            std::erase_if(type.inherited, is_moved);
-            std::erase_if(type.members, [&](auto const& member) { return is_moved(member.second.nested); });
-        }
-        std::erase_if(after.types, [&](auto const& type) { return is_moved(type.first); });
-        std::erase_if(after.recipes, [&](auto const& recipe) { return gone.contains(recipe.first); });
-        *this = after;
-        return;
+        return delete_types(from);
     }
+    auto const is_moved = [&](std::string const& name) { return is_below(name, from) && types.contains(name); };
     Model after;
     auto const renamed = [&](std::string const& name) { return is_moved(name) ? moved(name, from, to) : name; };
     for (auto [name, type] : types)

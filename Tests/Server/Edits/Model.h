@@ -55,6 +55,8 @@ public:
     std::string text() const;
 
 private:
+    bool loses_recipe(Recipe const& recipe, std::string const& value_name, std::string const& from) const;
+    void delete_types(std::string const& from);
     /// What stands under a name in the recipes of a type: a member of a type, or a type itself.
     struct Record
     {
