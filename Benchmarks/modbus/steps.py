@@ -22,9 +22,9 @@ ONLY_WRITES = ("schemas",)
 # function that is entered while it is under way has '2 behind its name the second time.
 FUNCTIONS = {
     "all": r"measured_pass",
-    "extension": r"RecipeManagement::RavikRecipeManagement::answer\(.*\)",
-    "symbols": r"RecipeManagement::RavikRecipeManagement::get_symbol_data\(.*\)",
-    "domains": r"RecipeManagement::RavikRecipeManagement::symboldata_from_srv_config\(.*\)",
+    "extension": r"RecipeManagement::RavikRecipeManagement::(?:activate_recipe|read_from_target)\(.*\)",
+    "symbols": r"RecipeManagement::get_symbol_data\(.*\)",
+    "domains": r"RecipeManagement::symboldata_from_srv_config\(.*\)",
     "group": r"Ravik::Host::execute_command_group\(.*\)",
     "mapping": r"Ravik::Executor::map_command\(.*\) const",
     "schemas": r"Ravik::Symbol::check\(.*\) const",
@@ -33,7 +33,7 @@ FUNCTIONS = {
     "addresses": r"Modbus::parse_address\(.*\)",
     "values": r"Modbus::(?:en|de)code\(.*\)",
     "plan": r"Modbus::Planner::next\(\)",
-    "accesses": r"Modbus::\(anonymous namespace\)::CommandAccesses::make_next\(\)",
+    "accesses": r"Modbus::\(anonymous namespace\)::CommandAccesses::make_more\(\)",
     "frames": r"Modbus::Pipeline::(?:send|receive)\(.*\)",
 }
 
@@ -49,7 +49,7 @@ STEPS = (
     ("server: what else routing takes", ("group",), ("mapping", "record", "driver")),
     ("driver: addresses from mappings", ("addresses",), ()),
     ("driver: registers from values and back", ("values",), ()),
-    # The plan asks for the accesses one by one.
+    # The plan asks for the accesses.
     ("driver: plan of the requests", ("plan",), ("accesses",)),
     ("driver: what else it takes", ("driver", "accesses"), ("addresses", "values", "plan", "frames")),
     ("driver: frames there and back, without the kernel", ("frames",), ()),

@@ -10,7 +10,6 @@
 
 #include <memory>
 #include <span>
-#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -71,7 +70,7 @@ private:
     void prepare(Command& command)
     {
         // Parsing costs less than looking the text up in a table of addresses that were parsed before.
-        std::string_view const mapping = command.mapping();
+        auto const mapping = command.shared_mapping().view();
         auto const parsed = parse_address(mapping);
         auto const* const address = std::get_if<Address>(&parsed);
         if (address == nullptr)
