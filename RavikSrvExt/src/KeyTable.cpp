@@ -81,11 +81,11 @@ void KeyTable::append(std::string_view name)
 
 void KeyTable::erase(std::uint32_t position)
 {
-    m_keys.erase(m_keys.begin() + position);
     if (!m_slots.empty())
     {
-        build_index(m_slots.size());
+        leave(position);
     }
+    m_keys.erase(m_keys.begin() + position);
 }
 
 void KeyTable::reserve(std::uint32_t count)
@@ -125,6 +125,32 @@ void KeyTable::build_index(std::size_t slot_count)
             m_keys[position].hash = hash_of(m_keys[position].text);
         }
         enter(position);
+    }
+}
+
+/// Frees the position's slot, and lowers all positions behind it by one.
+void KeyTable::leave(std::uint32_t position) noexcept
+{
+    auto const mask = m_slots.size() - 1;
+    auto free = m_keys[position].hash & mask;
+    while (m_slots[free] != position)
+    {
+        free = (free + 1) & mask;
+    }
+    // Whoever was pushed on by others moves up, so that no search ends at the free slot too early.
+    for (auto next = (free + 1) & mask; m_slots[next] != none; next = (next + 1) & mask)
+    {
+        auto const home = m_keys[m_slots[next]].hash & mask;
+        if (((next - home) & mask) >= ((next - free) & mask))
+        {
+            m_slots[free] = m_slots[next];
+            free = next;
+        }
+    }
+    m_slots[free] = none;
+    for (auto& slot : m_slots)
+    {
+        slot -= slot > position && slot != none ? 1 : 0;
     }
 }
 

@@ -47,6 +47,7 @@ private:
     std::uint32_t find_linear(std::string_view name) const noexcept;
     void build_index(std::size_t slot_count);
     void enter(std::uint32_t position) noexcept;
+    void leave(std::uint32_t position) noexcept;
 
     std::vector<Key> m_keys;
     /// Positions in `m_keys` (`none` for a free slot), found by hash; empty below the limit, a power of two above it.

@@ -7,8 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <sys/wait.h>
 
 namespace Ravik::Test
@@ -16,24 +14,6 @@ namespace Ravik::Test
 
 namespace
 {
-
-namespace fs = std::filesystem;
-
-fs::path temporary_folder()
-{
-    auto pattern = (fs::temp_directory_path() / "ravik-test-XXXXXX").string();
-    if (::mkdtemp(pattern.data()) == nullptr)
-    {
-        throw std::runtime_error("no temporary folder");
-    }
-    return pattern;
-}
-
-std::string content(fs::path const& file)
-{
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
 
 void expect_fragments(char const* name, std::string const& text, std::vector<std::string> const& fragments)
 {
@@ -46,26 +26,14 @@ void expect_fragments(char const* name, std::string const& text, std::vector<std
 
 } // namespace
 
-Shell::Shell() : m_folder(temporary_folder()), m_streams(temporary_folder())
-{
-}
-
-Shell::~Shell()
-{
-    std::error_code ignored;
-    fs::remove_all(m_folder, ignored);
-    fs::remove_all(m_streams, ignored);
-}
-
 Ended Shell::run(std::string const& line) const
 {
-    auto const streams = m_streams.string();
+    auto const streams = m_streams.path().string();
     // The line stands in a file of its own, so that it needs no quoting here.
-    std::ofstream(m_streams / "line") << "PATH=" RAVIK_PROGRAM_FOLDER ":$PATH\ncd " << m_folder.string() << '\n'
-                                      << line << '\n';
+    m_streams.write("line", "PATH=" RAVIK_PROGRAM_FOLDER ":$PATH\ncd " + folder().string() + "\n" + line + "\n");
     auto const command = "sh " + streams + "/line >" + streams + "/out 2>" + streams + "/err </dev/null";
     auto const ended = std::system(command.c_str());
-    return {WIFEXITED(ended) ? WEXITSTATUS(ended) : -1, content(m_streams / "out"), content(m_streams / "err")};
+    return {WIFEXITED(ended) ? WEXITSTATUS(ended) : -1, content_of(streams + "/out"), content_of(streams + "/err")};
 }
 
 void Shell::expect(Line const& line) const
@@ -104,14 +72,21 @@ void Shell::expect_json(Line const& line) const
     }
 }
 
-void Shell::write(std::string const& file, std::string const& text) const
+void Shell::expect_all(std::vector<Line> const& lines) const
 {
-    std::ofstream(m_folder / file, std::ios::binary) << text;
+    for (auto const& line : lines)
+    {
+        expect(line);
+    }
 }
 
-std::string Shell::read(std::string const& file) const
+void Shell::expect_both(std::vector<Line> const& lines) const
 {
-    return content(m_folder / file);
+    for (auto const& line : lines)
+    {
+        expect(line);
+        expect_json(line);
+    }
 }
 
 } // namespace Ravik::Test

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <filesystem>
-#include <ostream>
+#include "Support/TemporaryFolder.h"
+
 #include <string>
 #include <vector>
 
@@ -20,23 +20,17 @@ struct Ended
 struct Line
 {
     std::string text;
-    int status;
     /// Fragments of standard output and of standard error; an empty list stands for an empty stream.
-    std::vector<std::string> out;
-    std::vector<std::string> err;
-
-    friend std::ostream& operator<<(std::ostream& stream, Line const& line) { return stream << line.text; }
+    std::vector<std::string> out = {};
+    std::vector<std::string> err = {};
+    /// Where nothing else is said, 1 for a line that says something on standard error and 0 for any other.
+    int status = err.empty() ? 0 : 1;
 };
 
 /// A temporary folder in which lines of shell run; they find the program under test as `ravik`.
 class Shell
 {
 public:
-    Shell();
-    ~Shell();
-    Shell(Shell const&) = delete;
-    Shell& operator=(Shell const&) = delete;
-
     Ended run(std::string const& line) const;
     /// Runs the line and expects what it says.
     void expect(Line const& line) const;
@@ -44,14 +38,17 @@ public:
     /// standard output, exactly one object whose result fits the status.
     void expect_json(Line const& line) const;
 
-    void write(std::string const& file, std::string const& text) const;
-    std::string read(std::string const& file) const;
-    std::filesystem::path const& folder() const noexcept { return m_folder; }
+    /// Each line in turn, in the second also with --json.
+    void expect_all(std::vector<Line> const& lines) const;
+    void expect_both(std::vector<Line> const& lines) const;
+
+    void write(std::string const& file, std::string const& text) const { m_folder.write(file, text); }
+    std::filesystem::path const& folder() const noexcept { return m_folder.path(); }
 
 private:
-    std::filesystem::path m_folder;
+    TemporaryFolder m_folder;
     /// Where the streams go, outside the folder that the lines see.
-    std::filesystem::path m_streams;
+    TemporaryFolder m_streams;
 };
 
 } // namespace Ravik::Test

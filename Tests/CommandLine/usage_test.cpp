@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <sstream>
 #include <string_view>
 
 namespace Ravik::Test
@@ -16,61 +17,35 @@ namespace
 TEST(Usage, needs_no_project_and_has_the_same_status_with_json)
 {
     Shell const shell;
-    std::vector<Line> const lines = {
-        {"ravik help", 0, {"Usage: ravik", "symbol get NAME…", "--project DIR", "Exit status"}, {}},
-        {"ravik -h", 0, {"Usage: ravik [--project DIR]"}, {}},
-        {"ravik help symbol", 0, {"ravik symbol get NAME…", "ravik symbol set NAME JSON"}, {}},
-        {"ravik export --help", 0, {"ravik export [FILE]", "Examples:", "--force"}, {}},
-        {"ravik symbol set --help", 0, {"ravik symbol set Mixer.Speed 120"}, {}},
-        {"ravik --version", 0, {"ravik 1"}, {}},
-        {"ravik", 2, {}, {"no command", "ravik help"}},
-        {"ravik actvate X", 2, {}, {"unknown command 'actvate'", "'activate'"}},
-        {"ravik mv a b", 2, {}, {"unknown command 'mv'; 'rename'"}},
-        {"ravik rm a", 2, {}, {"unknown command 'rm'; 'delete'"}},
-        {"ravik ls", 2, {}, {"unknown command 'ls'; 'get'", "'recipes'"}},
-        {"ravik update", 2, {}, {"either recipes, --type TYPE or --all"}},
-        {"ravik update --all R", 2, {}, {"either recipes, --type TYPE or --all"}},
-        {"ravik help imprt", 2, {}, {"unknown command 'imprt'", "'import'"}},
-        {"ravik symbol gte X", 2, {}, {"unknown command 'symbol gte'", "'symbol get'"}},
-        {"ravik symbol", 2, {}, {"symbol get, symbol set"}},
-        {"ravik --jsno get", 2, {}, {"unknown option --jsno", "--json"}},
-        {"ravik get --force", 2, {}, {"'get' takes no option --force"}},
-        {"ravik activate --domain X Y", 2, {}, {"'activate' takes no option --domain"}},
-        {"ravik get --domain A --domain=B", 2, {}, {"--domain is given twice"}},
-        {"ravik get --project", 2, {}, {"--project DIR"}},
-        {"ravik get --project --force", 2, {}, {"--project needs a value"}},
-        {"ravik get --project=", 2, {}, {"not empty"}},
-        {"ravik get --help=yes", 2, {}, {"--help takes no value"}},
-        {"ravik --wait soon get", 2, {}, {"seconds", "'soon'"}},
-        {"ravik --wait -5 get", 2, {}, {"seconds", "'-5'"}},
-        {"ravik --wait 1s get", 2, {}, {"seconds", "'1s'"}},
-        {"ravik activate", 2, {}, {"ravik activate RECIPE"}},
-        {"ravik symbol get", 2, {}, {"ravik symbol get NAME…"}},
-        {"ravik symbol set A", 2, {}, {"ravik symbol set NAME JSON"}},
-        {"ravik symbol set A -5 6", 2, {}, {"'6' is one too many"}},
-        {"ravik get a -- --json", 2, {}, {"'--json' is one too many"}},
-        {"ravik symbol set A Rye", 2, {}, {"'Rye' is not JSON", R"('"Rye"')"}},
-        {R"(ravik symbol set A "it's")", 2, {}, {R"('"it'\''s"')"}},
-        {"ravik symbol set A null", 2, {}, {"null is no value"}},
-        {R"(ravik call F '{"a": }')", 2, {}, {"not JSON (1:7: "}},
-        {R"~(ravik get "$(printf '\377')")~", 2, {}, {"'\\xff' is not valid UTF-8"}},
-        {R"~(ravik --project "$(printf '\377')" get)~", 2, {}, {"the value of --project, '\\xff', is not valid UTF-8"}},
-        {R"(printf '"\377"' | ravik import -)", 1, {}, {"standard input:1:2: the text is not valid UTF-8"}},
-        {R"~(ravik get "$(printf 'a\033[31m')" b)~", 2, {}, {"one too many"}},
-        {R"~(ravik "$(printf 'a\033[31m')")~", 2, {}, {"'a\\x1b[31m'"}},
-        {"ravik --project=nowhere get", 3, {}, {"nowhere"}},
-        {"ravik symbols", 3, {}, {"ravik.json"}},
-        {"ravik import nothing.json", 1, {}, {"nothing.json: can't be read: No such file"}},
-        {"ravik import .", 1, {}, {"can't be read"}},
-        {"ravik export .", 1, {}, {"is a folder"}},
-        {R"(printf '{\n "a": 1,\n x}' | ravik import -)", 1, {}, {"standard input:3:2: "}},
-        {"printf '[1' >broken.json; ravik import broken.json", 1, {}, {"broken.json:1:3: "}},
-    };
-    for (auto const& line : lines)
-    {
-        shell.expect(line);
-        shell.expect_json(line);
-    }
+    shell.expect_both({
+        {"ravik help", {"Usage: ravik", "symbol get NAME…", "--project DIR", "Exit status"}},
+        {"ravik --version", {"ravik 1"}},
+        {"ravik", {}, {"no command", "ravik help"}, 2},
+        {"ravik actvate X", {}, {"unknown command 'actvate'", "'activate'"}, 2},
+        {"ravik ls", {}, {"unknown command 'ls'; 'get'", "'recipes'"}, 2},
+        {"ravik update", {}, {"either recipes, --type TYPE or --all"}, 2},
+        {"ravik --jsno get", {}, {"unknown option --jsno", "--json"}, 2},
+        {"ravik get --force", {}, {"'get' takes no option --force"}, 2},
+        {"ravik get --domain A --domain=B", {}, {"--domain is given twice"}, 2},
+        {"ravik --wait soon get", {}, {"seconds", "'soon'"}, 2},
+        {"ravik activate", {}, {"ravik activate RECIPE"}, 2},
+        {"ravik symbol set A -5 6", {}, {"'6' is one too many"}, 2},
+        {"ravik get a -- --json", {}, {"'--json' is one too many"}, 2},
+        {"ravik symbol set A Rye", {}, {"'Rye' is not JSON", R"('"Rye"')"}, 2},
+        {R"(ravik symbol set A "it's")", {}, {R"('"it'\''s"')"}, 2},
+        {"ravik symbol set A null", {}, {"null is no value"}, 2},
+        {R"(ravik call F '{"a": }')", {}, {"not JSON (1:7: "}, 2},
+        {R"~(ravik get "$(printf '\377')")~", {}, {"'\\xff' is not valid UTF-8"}, 2},
+        {R"~(ravik --project "$(printf '\377')" get)~", {}, {"the value of --project, '\\xff', is not valid UTF-8"}, 2},
+        {R"(printf '"\377"' | ravik import -)", {}, {"standard input:1:2: the text is not valid UTF-8"}},
+        {R"~(ravik "$(printf 'a\033[31m')")~", {}, {"'a\\x1b[31m'"}, 2},
+        {"ravik --project=nowhere get", {}, {"nowhere"}, 3},
+        {"ravik symbols", {}, {"ravik.json"}, 3},
+        {"ravik import nothing.json", {}, {"nothing.json: can't be read: No such file"}},
+        {"ravik export .", {}, {"is a folder"}},
+        {R"(printf '{\n "a": 1,\n x}' | ravik import -)", {}, {"standard input:3:2: "}},
+        {"printf '[1' >broken.json; ravik import broken.json", {}, {"broken.json:1:3: "}},
+    });
     // A failure before the project is opened leaves nothing behind.
     EXPECT_FALSE(std::filesystem::exists(shell.folder() / "ravik.db"));
 }
@@ -78,10 +53,10 @@ TEST(Usage, needs_no_project_and_has_the_same_status_with_json)
 TEST(Usage, output_that_cannot_be_written_fails_and_a_reader_that_goes_away_does_not)
 {
     Shell const shell;
-    shell.expect({"ravik help >/dev/full", 1, {}, {"standard output: No space left"}});
-    shell.expect({"ravik help >&-", 1, {}, {"standard output"}});
-    shell.expect({"ravik nonsense >/dev/full 2>&-", 2, {}, {}});
-    shell.expect({"(ravik help; echo $? >&2) | true", 0, {}, {"0"}});
+    shell.expect({"ravik help >/dev/full", {}, {"standard output: No space left"}});
+    shell.expect({"ravik help >&-", {}, {"standard output"}});
+    shell.expect({"ravik nonsense >/dev/full 2>&-", {}, {}, 2});
+    shell.expect({"(ravik help; echo $? >&2) | true", {}, {"0"}, 0});
 }
 
 /// What no terminal may get: an escape, a C1 control, direction and other invisible marks, line ends of every kind.
@@ -111,43 +86,17 @@ TEST(Terminal, gets_no_control_character_of_any_input)
                                     text + "\", \"" + text + "\": 1}}}}");
     shell.write("text", text.substr(4));
     std::string const argument = "\"x\ny$(cat text)\"";
-    for (auto const* const line : {"import recipes.json",
-                                   "get",
-                                   "export",
-                                   "activate R@",
-                                   "read R@",
-                                   "active",
-                                   "recipes T",
-                                   "recipes @",
-                                   "update --all",
-                                   "update @",
-                                   "symbols",
-                                   "symbol get v @",
-                                   "symbol set v '\"'@'\"'",
-                                   "set recipeList::@ 1",
-                                   "set recipeList::R@::values::@ 2",
-                                   "delete --dry-run recipeList::R@",
-                                   "rename recipeList::R@ recipeList::@",
-                                   "get @",
-                                   "check",
-                                   "call @",
-                                   "--domain @ get",
-                                   "--domain D$(cat text) get",
-                                   "@",
-                                   "symbol @",
-                                   "--@ get",
-                                   "--project @ get",
-                                   "--wait @ get",
-                                   "get a @",
-                                   "import @",
-                                   "export @",
-                                   "init @",
-                                   "help @"})
+    std::istringstream commands(
+        "import recipes.json|get|export|activate R@|read R@|active|recipes T|recipes @|update --all|update @|symbols|"
+        "symbol get v @|symbol set v '\"'@'\"'|set recipeList::@ 1|set recipeList::R@::values::@ 2|get @|check|call @|"
+        "delete --dry-run recipeList::R@|rename recipeList::R@ recipeList::@|--domain @ get|--domain D$(cat text) get|"
+        "@|symbol @|--@ get|--project @ get|--wait @ get|get a @|import @|export @|init @|help @");
+    for (std::string line; std::getline(commands, line, '|');)
     {
-        auto const command = boost::replace_all_copy(std::string(line), "@", argument);
+        auto const command = boost::replace_all_copy(line, "@", argument);
         for (auto const* const form : {"", "--json "})
         {
-            SCOPED_TRACE(form + std::string(line));
+            SCOPED_TRACE(form + line);
             auto const ended = shell.run("ravik " + (form + command));
             auto const shown = ended.out + ended.err;
             EXPECT_FALSE(shown.empty());
@@ -162,21 +111,16 @@ TEST(Terminal, gets_no_control_character_of_any_input)
 TEST(Init, writes_the_sample_once_and_never_overwrites)
 {
     Shell const shell;
-    shell.expect({"ravik init 'my plant'", 0, {"my plant/ravik.json", "ravik --project 'my plant' import"}, {}});
-    shell.expect({"cd 'my plant' && cat .gitignore && ls -A", 0, {"ravik.db", "ravik.json", "recipes.json"}, {}});
-    std::vector<Line> const lines = {
-        {"ravik init 'my plant'", 1, {}, {"my plant/ravik.json", "exists already"}},
-        {"ravik init a --project b", 2, {}, {"once"}},
-        {"mkdir -p c && echo mine >c/recipes.json; ravik init c", 1, {}, {"c/recipes.json"}},
-        {"echo x >file; ravik init file", 1, {}, {"file"}},
-    };
-    for (auto const& line : lines)
-    {
-        shell.expect(line);
-        shell.expect_json(line);
-    }
-    shell.expect({"ls -A c; cat c/recipes.json", 0, {"recipes.json\nmine\n"}, {}});
-    shell.expect_json({"ravik init new", 0, {}, {}});
+    shell.expect({"ravik init 'my plant'", {"my plant/ravik.json", "ravik --project 'my plant' import"}});
+    shell.expect({"cd 'my plant' && cat .gitignore && ls -A", {"ravik.db", "ravik.json", "recipes.json"}});
+    shell.expect_both({
+        {"ravik init 'my plant'", {}, {"my plant/ravik.json", "exists already"}},
+        {"ravik init a --project b", {}, {"once"}, 2},
+        {"mkdir -p c && echo mine >c/recipes.json; ravik init c", {}, {"c/recipes.json"}},
+        {"echo x >file; ravik init file", {}, {"file"}},
+    });
+    shell.expect({"ls -A c; cat c/recipes.json", {"recipes.json\nmine\n"}});
+    shell.expect_json({"ravik init new"});
 }
 
 } // namespace

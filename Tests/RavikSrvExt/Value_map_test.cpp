@@ -17,8 +17,6 @@ namespace Ravik::Test
 namespace
 {
 
-using RavikSrv::MapBuilder;
-
 std::vector<std::string> names_of(Value const& map)
 {
     std::vector<std::string> names;

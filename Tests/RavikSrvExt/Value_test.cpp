@@ -1,6 +1,6 @@
 #include "RavikSrvExt/Value.h"
 
-#include "Support/api_types.h"
+#include "Support/values.h"
 
 #include <gtest/gtest.h>
 
@@ -193,14 +193,7 @@ TEST(Value, keeps_the_bytes_of_texts_and_binary_data)
 
 TEST(Value, nested_a_million_levels_deep_is_destroyed)
 {
-    Value deep = 1;
-    for (int level = 0; level < 500'000; ++level)
-    {
-        Value map;
-        map.insert("inner", deep);
-        deep.set_type(ValueType::Vector);
-        deep << map << "beside";
-    }
+    auto deep = nested(1, 500'000, [](Value const& inner) { return Value() << map({{"inner", inner}}) << "beside"; });
     Value shared = deep;
     deep = Value();
     Value const copy = shared["more"]["still"]; // the list becomes a map, and the only copy goes
@@ -230,23 +223,6 @@ TEST(Value, may_be_copied_on_several_threads_each_with_its_own_copy)
     EXPECT_EQ(original, sample());
 }
 
-Value map_of(std::initializer_list<std::pair<char const*, Value>> entries, ValueType type = ValueType::Map)
-{
-    Value map(type);
-    for (auto const& [name, value] : entries)
-    {
-        map.insert(name, value);
-    }
-    return map;
-}
-
-Value binary(std::string_view bytes)
-{
-    Value value;
-    value.set_binary(bytes);
-    return value;
-}
-
 /// Values that all differ, from the least to the greatest.
 Value ascending()
 {
@@ -260,8 +236,8 @@ Value ascending()
         all << Value(bytes);
     }
     all << no_items << (Value() << "b") << (Value() << no_items) << (Value() << 1 << 2) << (Value() << 1 << 3);
-    all << map_of({}) << map_of({{"a", 1}}) << map_of({{"a", 2}}) << map_of({{"b", 1}}) << map_of({{"b", 1}, {"a", 1}});
-    all << map_of({{"a", 1}, {"b", 2}}) << map_of({{"c", 0}, {"a", 1}}) << map_of({{"a", 1}}, ValueType::Struct);
+    all << map({}) << map({{"a", 1}}) << map({{"a", 2}}) << map({{"b", 1}}) << map({{"b", 1}, {"a", 1}});
+    all << map({{"a", 1}, {"b", 2}}) << map({{"c", 0}, {"a", 1}}) << map({{"a", 1}}, ValueType::Struct);
     all << binary("") << binary("a") << binary("b") << 3L << std::numeric_limits<long>::max();
     all << Timestamp{-1} << Timestamp{3} << Timespan{-1} << Timespan{3};
     return all << Value(ValueType::Event) << Value(ValueType::Any);
@@ -285,15 +261,15 @@ TEST(ValueComparison, sees_content_and_not_how_it_came_about)
 {
     Value emptied = Value() << 1;
     emptied.erase(0);
-    Value emptied_map = map_of({{"a", 1}});
+    Value emptied_map = map({{"a", 1}});
     emptied_map.erase("a");
     for (auto const& [left, right] : std::vector<std::pair<Value, Value>>{
              {emptied, Value(ValueType::Vector)},
              {emptied_map, Value(ValueType::Map)},
-             {map_of({{"a", 1}, {"b", 2}}), map_of({{"b", 2}, {"a", 1}})},
+             {map({{"a", 1}, {"b", 2}}), map({{"b", 2}, {"a", 1}})},
              {0.0, -0.0},
              {std::nan("1"), -std::nan("2")},
-             {Value() << map_of({{"a", "text"}}), Value() << map_of({{"a", "text"}})},
+             {Value() << map({{"a", "text"}}), Value() << map({{"a", "text"}})},
          })
     {
         EXPECT_TRUE(left == right && right == left && !(left < right) && !(right < left))
@@ -303,35 +279,26 @@ TEST(ValueComparison, sees_content_and_not_how_it_came_about)
 
 TEST(ValueComparison, takes_time_in_proportion_to_the_content)
 {
-    Value left = 1;
-    Value right = 1;
-    for (int level = 0; level < 2'000; ++level)
-    {
-        left = level % 2 == 0 ? Value() << left : map_of({{"a", left}});
-        right = level % 2 == 0 ? Value() << right : map_of({{"a", right}});
-    }
+    auto const deep = [] {
+        return nested(1, 1'000, [](Value const& inner) { return Value() << map({{"a", inner}}); });
+    };
+    auto const left = deep();
+    auto const right = deep();
     EXPECT_EQ(left, right);
     EXPECT_FALSE(left < right); // would not end if each level compared twice
 }
 
 TEST(ValueVector, holds_its_elements_in_order)
 {
-    Value list;
-    EXPECT_EQ(*list.insert(list.end_vector(), 2), 2);
+    Value list = Value() << 2 << "last";
     EXPECT_EQ(*list.insert(list.begin_vector(), true), true);
-    list << "last";
     EXPECT_EQ(*list.insert(list.begin_vector() + 2, "three"), "three");
+    EXPECT_EQ(*list.insert(list.end_vector(), 5), 5);
     auto const& reading = list;
-    std::vector<Value> const expected{true, 2, "three", "last"};
+    std::vector<Value> const expected{true, 2, "three", "last", 5};
     EXPECT_EQ(std::vector<Value>(reading.begin_vector(), reading.end_vector()), expected);
-    for (std::size_t position = 0; position < expected.size(); ++position)
-    {
-        EXPECT_EQ(list[position], expected[position]);
-        EXPECT_EQ(*list.find(position), expected[position]);
-        EXPECT_EQ(*reading.get_vector().get(position), expected[position]);
-    }
-    EXPECT_TRUE(list.erase(0) && !list.erase(3));
-    EXPECT_EQ(list[0], 2);
+    EXPECT_TRUE(reading[2] == "three" && *list.find(2) == "three" && *reading.get_vector().get(2) == "three");
+    EXPECT_TRUE(list.erase(0) && !list.erase(4) && list[0] == 2);
 }
 
 TEST(ValueVector, answers_what_is_not_there)

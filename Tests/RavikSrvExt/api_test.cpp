@@ -28,19 +28,16 @@ TEST(Command, an_extension_result_and_its_cause_never_disagree)
 TEST(CommandGroup, holds_copies_in_the_order_of_insertion)
 {
     CommandGroup group;
-    EXPECT_TRUE(group.empty() && group.begin_vector() == group.end_vector());
-    for (auto const* const name : {"a", "b", "c"})
-    {
-        EXPECT_STREQ(group.insert(group.end_vector(), Command(name))->name(), name);
-    }
-    group.insert(group.begin_vector(), *(group.begin_vector() + 2));
+    EXPECT_STREQ(group.insert(group.end_vector(), Command("a"))->name(), "a");
+    EXPECT_STREQ(group.insert(group.end_vector(), Command("b"))->name(), "b");
+    group.insert(group.begin_vector(), *(group.begin_vector() + 1));
     group.begin_vector()->write_value() = 1;
     auto copy = group;
     copy.begin_vector()->write_value() = 2;
     EXPECT_EQ(group.begin_vector()->write_value(), 1);
     std::string names;
     std::for_each(group.begin_vector(), group.end_vector(), [&](Command const& command) { names += command.name(); });
-    EXPECT_EQ(names, "cabc");
+    EXPECT_EQ(names, "bab");
 }
 
 } // namespace

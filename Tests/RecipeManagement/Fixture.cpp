@@ -5,8 +5,6 @@
 namespace Ravik::Test
 {
 
-using namespace RavikSrv;
-
 RecipeManagementFixture::RecipeManagementFixture() : extension(RECIPE_MANAGEMENT_LIBRARY, host, domain)
 {
     auto& table = host.configuration["RavikSrv"]["SYMBOLS"];

@@ -5,7 +5,6 @@
 #include <ctime>
 
 using namespace Ravik::Test;
-using namespace RavikSrv;
 
 namespace
 {

@@ -7,9 +7,10 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <tuple>
+#include <vector>
 
 using namespace Ravik::Test;
-using namespace RavikSrv;
 
 namespace
 {
@@ -46,25 +47,21 @@ struct Plant : RecipeManagementFixture
 
 TEST(GetRecipes, lists_the_recipes_of_a_type_and_of_its_heirs_the_last_stored_first)
 {
-    struct Case
+    auto const* const twice = "P { } Q(P) { } S(Q,P) { }"; // what inherits P in two ways
+    auto const* const no_heir = "P { } Q(P) { } S { }";
+    auto const* const mutually = "P(Q) { } Q(P) { } S { }";
+    // Types, the one that is asked for, and what is listed.
+    for (auto const& [types, requested, answer] : std::vector<std::tuple<char const*, char const*, std::string>>{
+             {twice, "P", "C C B A"},
+             {twice, "Q", "C B"},
+             {no_heir, "p", ""},
+             {no_heir, "", ""},
+             {mutually, "P", "RECURSION | " + repeated(10, "B ") + "A"},
+         })
     {
-        char const* about;
-        std::string types;
-        std::string requested;
-        std::string answer;
-    };
-    auto const cases = std::to_array<Case>({
-        {"inherited in two ways", "P { } Q(P) { } S(Q,P) { }", "P", "C C B A"},
-        {"inherited in one", "P { } Q(P) { } S(Q,P) { }", "Q", "C B"},
-        {"another case of letters", "P { } Q(P) { } S { }", "p", ""},
-        {"no name", "P { } Q() { } S { }", "", ""},
-        {"inherit each other", "P(Q) { } Q(P) { } S { }", "P", "RECURSION | " + repeated(10, "B ") + "A"},
-    });
-    for (auto const& [about, types, requested, answer] : cases)
-    {
-        SCOPED_TRACE(about);
+        SCOPED_TRACE(types + std::string(requested));
         Plant plant(types, "A:P { } B:Q { } C:S { }");
-        EXPECT_EQ(plant.call("GetRecipes", parameters("recipeTypePath", requested.c_str())), answer);
+        EXPECT_EQ(plant.call("GetRecipes", parameters("recipeTypePath", requested)), answer);
         plant.configure(types, "A:P { } C:S { }");
         EXPECT_EQ(plant.call("GetRecipes", parameters("recipeTypePath", "Z")), "MISSING_RECIPE_VALUES | ");
     }

@@ -6,7 +6,6 @@
 #include <vector>
 
 using namespace Ravik::Test;
-using namespace RavikSrv;
 
 namespace
 {

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 using namespace Ravik::Test;
-using namespace RavikSrv;
 
 TEST(EntryFunction, does_nothing_without_a_place_for_the_answer)
 {
@@ -80,22 +79,4 @@ TEST(Requests, the_last_failure_is_the_groups_result)
     {
         EXPECT_EQ(send({{function, map}, {function, Value("R")}, {function, Value()}}), "9: 9 9 9") << function;
     }
-}
-
-TEST(Callbacks, accept_what_is_not_checked)
-{
-    RecipeManagementFixture fixture;
-    auto& changes = fixture.extension.changes();
-    auto const& context = fixture.extension.context();
-    Value value;
-    for (auto const* path : {"", "recipeList", "recipeList::members", "recipeTypeList::T"})
-    {
-        for (auto const& answer : {changes.before_delete(context, path, value, "recipe"),
-                                   changes.before_rename(context, path, "recipeList::options", "recipe"),
-                                   fixture.extension.exports().before_export(context, path, value, value, "recipe")})
-        {
-            EXPECT_EQ(answer.result(), ErrorValue::SUCCESS) << path;
-        }
-    }
-    EXPECT_EQ(fixture.host.call_count, 3U) << "only the registrations";
 }

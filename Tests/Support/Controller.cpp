@@ -7,18 +7,6 @@
 namespace Ravik::Test
 {
 
-namespace Algorithm = RavikSrv::Algorithm;
-
-Value map(std::initializer_list<std::pair<char const*, Value>> entries)
-{
-    Value result(ValueType::Map);
-    for (auto const& [name, value] : entries)
-    {
-        result.insert(name, value);
-    }
-    return result;
-}
-
 Controller::Controller(std::string const& library, Value const& configuration)
     : host(configuration), m_extension(library, host, "Line")
 {
@@ -37,7 +25,7 @@ std::vector<Command> Controller::send(Accesses const& accesses, std::uint64_t se
     }
     Context context;
     context.set_domain("Other");
-    context.set_session(RavikSrv::Session(session));
+    context.set_session(Session(session));
     m_extension.requests().on_request(context, &group);
 
     unsigned last_failure = 0;

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "Support/LoadedExtension.h"
+#include "Support/values.h"
 
 #include <cstdint>
 #include <functional>
-#include <initializer_list>
 #include <mutex>
 #include <string>
 #include <utility>
@@ -12,9 +12,6 @@
 
 namespace Ravik::Test
 {
-
-/// A map of these entries.
-Value map(std::initializer_list<std::pair<char const*, Value>> entries);
 
 /// The extension of a controller, loaded from its shared object and started as the domain "Line" of a host of its own,
 /// and requests to it. Requests may come from several threads at once.

@@ -11,8 +11,6 @@
 namespace Ravik::Test
 {
 
-namespace Algorithm = RavikSrv::Algorithm;
-
 namespace
 {
 
@@ -28,7 +26,9 @@ std::string cut(std::string& text, char mark)
 Value scalar(std::string const& text)
 {
     std::size_t number = 0;
-    return Algorithm::try_as_size_t(text, number) ? Value(static_cast<int>(number)) : Value(text.c_str());
+    return text.starts_with('\'')                   ? Value(text.substr(1).c_str())
+           : Algorithm::try_as_size_t(text, number) ? Value(static_cast<int>(number))
+                                                    : Value(text.c_str());
 }
 
 Value& entry_at(Value& root, std::string const& path)
@@ -153,6 +153,12 @@ Value configuration_of(std::string const& notation)
     auto types = notation;
     auto const recipes = cut(types, '|');
     return configuration_of(types, recipes);
+}
+
+std::string full_path(std::string const& place)
+{
+    auto const* const list = place.starts_with('T') ? "recipeTypeList" : place.starts_with('R') ? "recipeList" : "";
+    return *list == '\0' ? place : list + place.substr(1);
 }
 
 std::string text_of(Value const& values)

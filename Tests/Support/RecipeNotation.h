@@ -13,13 +13,18 @@ namespace Ravik::Test
 /// value 1, b for B and not enabled, n that nests U, c with both, and d for the symbol d; "T!" is disabled.
 Value types_of(std::string const& notation);
 
-/// Recipes: "R:T { a=1 n=S }" of the type T with the number 1 for a and the text "S" for n.
+/// Recipes: "R:T { a=1 n=S }" of the type T with the number 1 for a and the text "S" for n; "n='1" is a
+/// text as well.
 Value recipes_of(std::string const& notation);
 
 /// A configuration of both.
 Value configuration_of(std::string const& types, std::string const& recipes);
 /// The same in one text, with a bar between them.
 Value configuration_of(std::string const& notation);
+
+/// The path of a place: one that begins with "T::" or "R::" lies in the list of the types or recipes; "T" and "R" are
+/// the lists.
+std::string full_path(std::string const& place);
 
 /// A map of plain values, "a=1 n=S", or a list of texts, "R S".
 std::string text_of(Value const& values);

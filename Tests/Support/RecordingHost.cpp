@@ -10,9 +10,6 @@
 namespace Ravik::Test
 {
 
-namespace Algorithm = RavikSrv::Algorithm;
-using RavikSrv::PathIterator;
-
 std::string BareHost::executed() const
 {
     std::string text;

@@ -2,12 +2,20 @@
 
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <stdexcept>
 #include <stdlib.h>
 #include <string>
 
 namespace Ravik::Test
 {
+
+/// The bytes of a file, none where it can't be read.
+inline std::string content_of(std::filesystem::path const& file)
+{
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
 
 /// A folder of its own for one test, removed with all that is in it.
 class TemporaryFolder

@@ -16,16 +16,12 @@ using Request = ScriptedDevice::Request;
 
 TEST(ModbusSettings, are_refused_with_the_key_and_what_was_expected)
 {
-    struct Setting
-    {
-        Value value;
-        char const* found;
-    };
     struct Case
     {
         char const* key;
         char const* expected;
-        std::vector<Setting> refused;
+        /// Values, and how they are named.
+        std::vector<std::pair<Value, char const*>> refused;
     };
     std::vector<Case> const cases = {
         {"host",
@@ -64,24 +60,13 @@ TEST(ModbusSettings, are_changed_only_to_what_the_next_start_takes)
     ASSERT_NE(listener, nullptr);
     Context context;
     context.set_domain("Line");
-    struct Case
-    {
-        char const* about;
-        char const* path;
-        Value value;
-        ErrorValue expected;
-    };
-    std::vector<Case> const cases = {
-        {"a setting out of range", "unit", 300, ErrorValue::EXTENSION_CONFIG},
-        {"a setting", "unit", 3, ErrorValue::SUCCESS},
-        {"what is no setting", "notes::by", "me", ErrorValue::SUCCESS},
-        {"all settings, without a host", "", map({{"unit", 3}}), ErrorValue::EXTENSION_CONFIG},
-        {"all settings", "", map({{"host", "h"}}), ErrorValue::SUCCESS},
-    };
-    for (auto [about, path, value, expected] : cases)
-    {
-        EXPECT_EQ(listener->before_change(context, path, value, "").result(), expected) << about;
-    }
+    auto const change = [&](char const* path, Value value)
+    { return listener->before_change(context, path, value, "").result(); };
+    EXPECT_EQ(change("unit", 300), ErrorValue::EXTENSION_CONFIG);
+    EXPECT_EQ(change("unit", 3), ErrorValue::SUCCESS);
+    EXPECT_EQ(change("notes::by", "me"), ErrorValue::SUCCESS) << "no setting";
+    EXPECT_EQ(change("", map({{"unit", 3}})), ErrorValue::EXTENSION_CONFIG) << "all settings, without a host";
+    EXPECT_EQ(change("", map({{"host", "h"}})), ErrorValue::SUCCESS);
 }
 
 /// Accesses as "w1 r2:int32 r3.5 rcoil:7": a holding register and an int16 where nothing else is said. What is written
@@ -204,15 +189,9 @@ TEST(ModbusRequests, to_bits_of_a_register_leave_the_others_alone)
 
 TEST(ModbusRequests, that_a_device_puts_off_are_repeated_only_where_it_has_not_taken_them)
 {
-    constexpr std::uint8_t taken = 5;
-    constexpr std::uint8_t busy = 6;
-    struct Case
-    {
-        std::uint8_t code;
-        char const* requests;
-    };
-    std::vector<Case> const cases = {{taken, "16@1x2"}, {busy, "16@1x2 16@1x1 16@2x1"}};
-    for (auto const& [code, requests] : cases)
+    constexpr int taken = 5;
+    constexpr int busy = 6;
+    for (auto const& [code, requests] : {std::pair(taken, "16@1x2"), {busy, "16@1x2 16@1x1 16@2x1"}})
     {
         ScriptedDevice device([code = code](ScriptedDevice& /*self*/, Request const& request)
                               { return ScriptedDevice::exception(request, code); });

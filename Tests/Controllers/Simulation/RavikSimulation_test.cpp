@@ -15,13 +15,14 @@ namespace
 /// A press with a variable of each kind, and one more setting.
 Value configuration_with(char const* key, Value const& setting)
 {
-    auto configuration = map({{"variables", map({{"Count", 1},
-                                                 {"Total", 5'000'000'000L},
-                                                 {"Force", 2.5},
-                                                 {"On", false},
-                                                 {"Program", "A"},
-                                                 {"Any", {}},
-                                                 {"Pattern", map({{"Layers", 3}})}})}});
+    auto const variables = map({{"Count", 1},
+                                {"Total", 5'000'000'000L},
+                                {"Force", 2.5},
+                                {"On", false},
+                                {"Program", "A"},
+                                {"Any", {}},
+                                {"Pattern", map({{"Layers", 3}})}});
+    auto configuration = map({{"variables", variables}});
     configuration.insert_or_update(key, setting);
     return configuration;
 }
@@ -29,10 +30,11 @@ Value configuration_with(char const* key, Value const& setting)
 class Press : public Controller
 {
 public:
-    explicit Press(Value const& configuration) : Controller(SIMULATION_LIBRARY, configuration) {}
-    explicit Press(char const* key = "unreachable", Value const& setting = {}) : Press(configuration_with(key, setting))
+    explicit Press(Value const& configuration = configuration_with("unreachable", {}))
+        : Controller(SIMULATION_LIBRARY, configuration)
     {
     }
+    Press(char const* key, Value const& setting) : Press(configuration_with(key, setting)) {}
 };
 
 TEST(Simulation, throws_nothing)
@@ -48,15 +50,11 @@ TEST(Simulation, takes_a_value_where_nothing_is_lost)
 {
     Press press;
     auto const pattern = map({{"Layers", 4}});
-    struct Taken
-    {
-        Value written;
-        Value stands;
-    };
     struct Case
     {
         char const* variable;
-        std::vector<Taken> taken;
+        /// What is written, and what stands then.
+        std::vector<std::pair<Value, Value>> taken;
         std::vector<Value> refused;
     };
     std::vector<Case> const cases = {
@@ -79,7 +77,7 @@ TEST(Simulation, takes_a_value_where_nothing_is_lost)
         for (auto const& written : refused)
         {
             EXPECT_EQ(press.outcomes({{variable, written}}), "TYPE_MISMATCH");
-            EXPECT_EQ(press.read(variable), taken.back().stands);
+            EXPECT_EQ(press.read(variable), taken.back().second);
         }
     }
     EXPECT_STREQ(press.send({{"Count", 3.7}}).front().result_string(),
@@ -156,7 +154,6 @@ TEST(Simulation, refuses_settings_that_it_does_not_understand)
     };
     for (auto const& [key, setting, text] : cases)
     {
-        SCOPED_TRACE(text);
         Press const refused(key, setting);
         EXPECT_EQ(refused.started().result(), ErrorValue::EXTENSION_CONFIG);
         EXPECT_STREQ(refused.started().text(), text);

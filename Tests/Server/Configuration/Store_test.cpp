@@ -1,4 +1,5 @@
 #include "Configuration/Store.h"
+#include "Configuration/store_care.h"
 
 #include "Support/TemporaryFolder.h"
 #include "Support/refusal.h"
@@ -6,6 +7,10 @@
 
 #include <gtest/gtest.h>
 #include <sqlite3.h>
+
+#include <filesystem>
+#include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -15,10 +20,40 @@ namespace
 {
 
 using namespace std::chrono_literals;
+namespace fs = std::filesystem;
 
-std::string refused(std::filesystem::path const& file)
+constexpr auto domain = "RavikRecipeManagement";
+
+/// What the store holds, with its order.
+std::string content(fs::path const& file)
+{
+    return Json::write(Store::open(file, 0s)->load(domain));
+}
+
+std::string refused(fs::path const& file)
 {
     return refusal([&] { Store::open(file, 0s); });
+}
+
+/// How a process of its own ends whose exit status is 0 where the check holds.
+template <typename Check> int status_of(Check const& check)
+{
+    auto const child = fork();
+    if (child == 0)
+    {
+        _exit(check() ? 0 : 1);
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    return status;
+}
+
+void run_sql(fs::path const& file, std::string const& sql)
+{
+    sqlite3* database = nullptr;
+    ASSERT_EQ(sqlite3_open(file.c_str(), &database), SQLITE_OK);
+    EXPECT_EQ(sqlite3_exec(database, sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(database);
+    sqlite3_close(database);
 }
 
 TEST(Store, refuses_files_that_are_not_its_own)
@@ -27,18 +62,17 @@ TEST(Store, refuses_files_that_are_not_its_own)
     auto const foreign = folder.path() / "foreign.db";
     auto const later = folder.path() / "later.db";
     EXPECT_EQ(refused(later), "");
-    for (auto const& [file, sql] : {std::pair(foreign, "CREATE TABLE t(x)"), {later, "PRAGMA user_version=99"}})
+    run_sql(foreign, "CREATE TABLE t(x)");
+    run_sql(later, "PRAGMA user_version=99");
+    for (auto const& [file, fragment] :
+         {std::pair(folder.write("text.db", std::string(5000, 'x')), "no SQLite database"),
+          {foreign, "another program"},
+          {later, "later version"},
+          {folder.path() / "missing" / "s.db", "can't make"},
+          {folder.write("empty.db", ""), "no bytes"}})
     {
-        sqlite3* database = nullptr;
-        ASSERT_EQ(sqlite3_open(file.c_str(), &database), SQLITE_OK);
-        EXPECT_EQ(sqlite3_exec(database, sql, nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(database);
-        sqlite3_close(database);
+        EXPECT_NE(refused(file).find(fragment), std::string::npos) << fragment;
     }
-    EXPECT_NE(refused(folder.write("text.db", std::string(5000, 'x'))).find("no SQLite database"), std::string::npos);
-    EXPECT_NE(refused(foreign).find("another program"), std::string::npos);
-    EXPECT_NE(refused(later).find("later version"), std::string::npos);
-    EXPECT_NE(refused(folder.path() / "missing" / "s.db").find("can't make"), std::string::npos);
-    EXPECT_NE(refused(folder.write("empty.db", "")).find("no bytes"), std::string::npos);
 }
 
 TEST(Store, tells_a_second_process_who_has_it)
@@ -47,14 +81,133 @@ TEST(Store, tells_a_second_process_who_has_it)
     auto const file = folder.path() / "s.db";
     auto const store = Store::open(file, 0s);
     auto const expected = "pid " + std::to_string(getpid());
-    auto const child = fork();
-    if (child == 0)
+    EXPECT_EQ(status_of([&] { return refused(file).find(expected) != std::string::npos; }), 0);
+}
+
+/// The store that the program made before rows had checksums, with the recipes of the example.
+class StoreCareTest : public testing::Test
+{
+protected:
+    StoreCareTest() { fs::copy_file(FORMAT_1_STORE, file); }
+
+    TemporaryFolder const folder;
+    fs::path const file = folder.path() / "ravik.db";
+    std::string const expected = Json::write(Json::parse(content_of(PLANT_RECIPES)));
+};
+
+TEST_F(StoreCareTest, brings_over_a_store_of_the_first_layout_however_often_it_is_killed)
+{
+    auto killed = 0;
+    for (rlim_t limit = 0; limit < 60000; limit += 3000)
     {
-        _exit(refused(file).find(expected) != std::string::npos ? 0 : 1);
+        auto const status = status_of(
+            [&]
+            {
+                // The file that outgrows this kills the process.
+                rlimit const size{.rlim_cur = limit, .rlim_max = limit};
+                rlimit const no_core{};
+                setrlimit(RLIMIT_CORE, &no_core);
+                setrlimit(RLIMIT_FSIZE, &size);
+                return refused(file).empty();
+            });
+        killed += WIFSIGNALED(status) ? 1 : 0;
     }
-    int status = -1;
-    waitpid(child, &status, 0);
-    EXPECT_EQ(status, 0);
+    EXPECT_GT(killed, 3);
+    EXPECT_EQ(content(file), expected);
+    EXPECT_EQ(check_store(file, 0s).faults, std::vector<std::string>());
+    struct stat status = {};
+    ASSERT_EQ(stat(file.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777U, 0600U);
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder.path()), fs::directory_iterator()), 1);
+}
+
+TEST_F(StoreCareTest, names_what_is_wrong_and_repairs_the_rest)
+{
+    struct Case
+    {
+        char const* damage;
+        char const* fault;
+        bool brought_over;
+        std::size_t rows_kept;
+    };
+    auto const rows = check_store(file, 0s).rows;
+    for (auto const& each : {
+             Case{"DELETE FROM entry WHERE path='recipeList::Capping'", "an orphan: there is no folder", false, rows},
+             Case{"UPDATE entry SET value='{' WHERE path='recipeList::Capping::Crown'",
+                  "\"recipeList::Capping::Crown\" of RavikRecipeManagement (number 68) holds a broken value", false,
+                  rows - 1},
+             Case{"DELETE FROM entry WHERE path='recipeList::Capping::Crown'", "1 of 47 rows are lost", true, rows - 1},
+             Case{"UPDATE entry SET value='{}' WHERE path='recipeList::Capping::Crown'",
+                  "\"recipeList::Capping::Crown\" of RavikRecipeManagement (number 68) is damaged", true, rows - 1},
+             Case{"CREATE TABLE more(x)", "not those that ravik made", true, rows},
+             Case{"PRAGMA writable_schema=ON; DELETE FROM sqlite_schema WHERE name='entry_path'", "tables", true, rows},
+         })
+    {
+        SCOPED_TRACE(each.damage);
+        auto const copy = folder.path() / "copy.db";
+        fs::copy_file(file, copy, fs::copy_options::overwrite_existing);
+        EXPECT_TRUE(!each.brought_over || refused(copy).empty());
+        run_sql(copy, each.damage);
+        auto const message = refused(copy);
+        EXPECT_NE(message.find(each.fault), std::string::npos) << message;
+        EXPECT_NE(message.find("ravik store restore FILE"), std::string::npos) << message;
+        EXPECT_FALSE(check_store(copy, 0s).is_whole());
+        auto const repaired = repair_store(copy, 0s);
+        EXPECT_EQ(repaired.rows, each.rows_kept);
+        EXPECT_FALSE(check_store(repaired.kept_as, 0s).is_whole()) << "what was there is kept";
+        EXPECT_EQ(refused(copy), "");
+        EXPECT_TRUE(repair_store(copy, 0s).is_whole());
+    }
+}
+
+TEST_F(StoreCareTest, restores_a_backup_where_nothing_is_lost_by_it)
+{
+    auto const backup = folder.path() / "backup.db";
+    auto const kept = Replaced::nothing_whole;
+    Store::open(file, 0s)->backup(backup);
+    {
+        auto const store = Store::open(file, 0s);
+        store->begin();
+        store->erase(domain, "recipeList");
+        store->commit();
+    }
+    auto const before = content(file);
+    EXPECT_NE(refusal([&] { restore_store(file, backup, kept, 0s); }).find("--force"), std::string::npos);
+    EXPECT_NE(refusal([&] { restore_store(file, folder.write("x", "x"), kept, 0s); }), "");
+    EXPECT_NE(refusal([&] { restore_store(file, file, kept, 0s); }), "");
+    EXPECT_EQ(content(file), before);
+    EXPECT_EQ(restore_store(file, backup, Replaced::anything, 0s).kept_as, "");
+    EXPECT_EQ(content(file), expected);
+    EXPECT_EQ(restore_store(file, backup, kept, 0s).kept_as, "") << "it holds the same";
+    folder.write("ravik.db", "no database at all, that is to say nothing of which anything could be kept");
+    EXPECT_NE(restore_store(file, backup, kept, 0s).kept_as, "");
+    EXPECT_EQ(content(file), expected);
+}
+
+TEST_F(StoreCareTest, tells_who_may_not_read_or_write)
+{
+    struct Case
+    {
+        mode_t folder;
+        mode_t file;
+        char const* message;
+    };
+    EXPECT_EQ(content(file), expected);
+    for (auto const& each :
+         {Case{0777, 0600, "you may not read the store"}, Case{0777, 0644, "you may not write the store"},
+          Case{0755, 0666, "you may not write into the store's folder"}})
+    {
+        SCOPED_TRACE(each.message);
+        ASSERT_EQ(chmod(folder.path().c_str(), each.folder), 0);
+        ASSERT_EQ(chmod(file.c_str(), each.file), 0);
+        auto const is_told = [&]
+        {
+            constexpr uid_t nobody = 65534;
+            auto const is_other = geteuid() == 0 && setuid(nobody) == 0; // only root can become somebody else
+            return !is_other || refused(file).find(each.message) != std::string::npos;
+        };
+        EXPECT_EQ(status_of(is_told), 0);
+    }
 }
 
 } // namespace

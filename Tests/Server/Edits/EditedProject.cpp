@@ -1,23 +1,13 @@
 #include "EditedProject.h"
 
 #include "Configuration/Entry.h"
-#include "algorithm_helper.h"
 #include "api_helper.h"
 #include "Json/Json.h"
 
-#include <set>
 #include <stdexcept>
 
 namespace Ravik::Test
 {
-
-using RavikSrv::Value;
-
-std::string full_path(std::string const& place)
-{
-    auto const* const list = place.starts_with('T') ? "recipeTypeList" : place.starts_with('R') ? "recipeList" : "";
-    return *list == '\0' ? place : list + place.substr(1);
-}
 
 std::string project_file(std::vector<std::pair<std::string, std::string>> const& symbols)
 {
@@ -78,27 +68,15 @@ void EditedProject::reopen()
     project = Project::open(folder.path());
 }
 
-bool EditedProject::lists_all_recipes() const
+std::string EditedProject::listed() const
 {
-    std::set<std::string> stored;
-    std::set<std::string> listed;
-    std::set<std::string> asked;
-    auto const visit = [&](std::string const& path, Value const& /*entry*/, EntryKind kind)
+    std::string all;
+    for (auto const& type : entry_paths("recipeTypeList", get("")))
     {
-        auto const name = path.substr(path.find("::") + 2);
-        (kind == EntryKind::Recipe ? stored : asked).insert(name);
-        return true;
-    };
-    for_each_entry("", get(""), visit);
-    for (auto const& name : asked)
-    {
-        auto const answer = project->call(domain, "GetRecipes", Test::parameters("recipeTypePath", name.c_str()));
-        for (auto recipe = answer.value.begin_vector(); recipe != answer.value.end_vector(); ++recipe)
-        {
-            listed.insert(RavikSrv::Algorithm::to_string(*recipe));
-        }
+        auto const parameter = parameters("recipeTypePath", relative_name(type).c_str());
+        all += type + dump(project->call(domain, "GetRecipes", parameter).value);
     }
-    return listed == stored;
+    return all;
 }
 
 std::unique_ptr<OpenProject> opened(std::filesystem::path const& file, std::unique_ptr<Store> store)
@@ -112,9 +90,9 @@ std::string state_of(std::string const& configuration)
     return Test::dump(Test::configuration_of(configuration));
 }
 
-std::string name(RavikSrv::ErrorValue error)
+std::string name(ErrorValue error)
 {
-    return RavikSrv::get_error_string(error).name();
+    return get_error_string(error).name();
 }
 
 } // namespace Ravik::Test

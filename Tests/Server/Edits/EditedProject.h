@@ -17,10 +17,6 @@ std::string project_file(std::vector<std::pair<std::string, std::string>> const&
 /// The same with an integer for each of the letters from "k" to "z".
 std::string project_file();
 
-/// The path of a place: one that begins with "T::" or "R::" lies in the list of the types or recipes; "T" and "R" are
-/// the lists.
-std::string full_path(std::string const& place);
-
 /// Makes the edit that a text stands for: "PLACE = JSON" sets, "PLACE > PLACE" renames, "PLACE >" deletes and
 /// "+ CONFIGURATION", in the short notation, imports.
 EditReport edit(Project& project, std::string const& text, MoveOptions const& options = {});
@@ -29,7 +25,7 @@ EditReport edit(Project& project, std::string const& text, MoveOptions const& op
 class EditedProject
 {
 public:
-    EditedProject(RavikSrv::Value const& initial, std::string const& file);
+    EditedProject(Value const& initial, std::string const& file);
     explicit EditedProject(std::string const& initial) : EditedProject(Test::configuration_of(initial), project_file())
     {
     }
@@ -39,11 +35,11 @@ public:
     {
         return Test::edit(*project, text, options);
     }
-    RavikSrv::Value get(std::string const& path) const { return project->get(domain, path).value; }
+    Value get(std::string const& path) const { return project->get(domain, path).value; }
     /// The configuration in short, to compare with `state_of` what it should be.
     std::string state() const { return Test::dump(get("")); }
-    /// Whether the recipes of the configuration are those that `GetRecipes` lists for its types.
-    bool lists_all_recipes() const;
+    /// What `GetRecipes` lists for each type, in its order.
+    std::string listed() const;
 
     std::string const domain{recipe_domain};
     TemporaryFolder folder;
@@ -56,6 +52,6 @@ std::unique_ptr<OpenProject> opened(std::filesystem::path const& file, std::uniq
 std::string state_of(std::string const& configuration);
 
 /// "SUCCESS" or the error's name, for readable comparisons.
-std::string name(RavikSrv::ErrorValue error);
+std::string name(ErrorValue error);
 
 } // namespace Ravik::Test

@@ -1,6 +1,7 @@
 #include "Model.h"
 
 #include <algorithm>
+#include <set>
 
 namespace Ravik::Test
 {
@@ -18,14 +19,18 @@ std::string moved(std::string const& name, std::string const& from, std::string 
     return is_below(name, from) ? to + name.substr(from.size()) : name;
 }
 
+template <typename Range, typename Holds> bool any(Range const& range, Holds const& holds)
+{
+    return std::any_of(range.begin(), range.end(), holds);
+}
+
 /// Whether entries called `from`, or below it, can get the name `to`.
 template <typename Entries> bool is_wrong(Entries const& entries, std::string const& from, std::string const& to)
 {
-    auto const any = [&](auto const& holds)
-    { return std::any_of(entries.begin(), entries.end(), [&](auto const& entry) { return holds(entry.first); }); };
-    return !any([&](auto const& name) { return is_below(name, from); }) ||
-           (!to.empty() &&
-            (is_below(to, from) || any([&](auto const& name) { return is_below(name, to) || is_below(to, name); })));
+    auto const is_moved = [&](auto const& entry) { return is_below(entry.first, from); };
+    auto const is_in_the_way = [&](auto const& entry)
+    { return is_below(entry.first, to) || is_below(to, entry.first); };
+    return !any(entries, is_moved) || (!to.empty() && (is_below(to, from) || any(entries, is_in_the_way)));
 }
 
 } // namespace
@@ -46,7 +51,7 @@ void Model::walk(std::string const& type, std::vector<Record>& records) const
     }
     for (auto const& [name, member] : found->second.members)
     {
-        records.push_back({.name = name, .type = type, .is_member = true});
+        records.push_back({.name = name, .type = type, .is_member = true, .nested = member.nested});
         if (!member.nested.empty())
         {
             records.push_back({.name = member.nested, .type = member.nested});
@@ -55,48 +60,38 @@ void Model::walk(std::string const& type, std::vector<Record>& records) const
     }
 }
 
-Model::Record const* Model::first(std::vector<Record> const& records, std::string const& name) const
+std::optional<Model::Record> Model::record_of(Recipe const& recipe, std::string const& name) const
 {
+    auto const records = records_of(recipe.type);
     auto const found =
         std::find_if(records.begin(), records.end(), [&](Record const& record) { return record.name == name; });
-    return found == records.end() ? nullptr : &*found;
+    return found == records.end() ? std::nullopt : std::optional(*found);
 }
 
 bool Model::names_recipe(Recipe const& recipe, std::string const& value_name) const
 {
-    auto const records = records_of(recipe.type);
-    auto const* const record = first(records, value_name);
-    if (record == nullptr || !record->is_member)
-    {
-        return record != nullptr;
-    }
-    auto const& members = types.at(record->type).members;
-    auto const member =
-        std::find_if(members.begin(), members.end(), [&](auto const& entry) { return entry.first == value_name; });
-    return !member->second.nested.empty();
+    auto const record = record_of(recipe, value_name);
+    return record && (!record->is_member || !record->nested.empty());
 }
 
 /// Whether `from` is the type or inherits or nests it.
 bool Model::reaches(std::string const& from, std::string const& type) const
 {
     auto const records = records_of(from);
-    return from == type || std::any_of(records.begin(), records.end(),
-                                       [&](Record const& record) { return !record.is_member && record.type == type; });
+    return from == type || any(records, [&](Record const& record) { return !record.is_member && record.type == type; });
 }
 
 /// Whether the value stands under the name of a type, not of a member.
 bool Model::stands_for_type(Recipe const& recipe, std::string const& value_name) const
 {
-    auto const records = records_of(recipe.type);
-    auto const* const record = first(records, value_name);
-    return record != nullptr && !record->is_member;
+    auto const record = record_of(recipe, value_name);
+    return record && !record->is_member;
 }
 
 bool Model::gives_values_a_name(std::string const& type) const
 {
-    return std::any_of(recipes.begin(), recipes.end(),
-                       [&](auto const& recipe)
-                       { return recipe.second.values.contains(type) && stands_for_type(recipe.second, type); });
+    return any(recipes, [&](auto const& recipe)
+               { return recipe.second.values.contains(type) && stands_for_type(recipe.second, type); });
 }
 
 /// Whether a member or value of that name stands where those of the type are found.
@@ -106,14 +101,12 @@ bool Model::is_taken(std::string const& type, std::string const& name, bool by_m
     {
         auto const records = records_of(user.first);
         return reaches(user.first, type) &&
-               std::any_of(records.begin(), records.end(),
-                           [&](Record const& record)
-                           { return record.name == name && (record.is_member || !by_members_alone); });
+               any(records, [&](Record const& record)
+                   { return record.name == name && (record.is_member || !by_members_alone); });
     };
     auto const has_value = [&](auto const& recipe)
     { return reaches(recipe.second.type, type) && recipe.second.values.contains(name); };
-    return std::any_of(types.begin(), types.end(), has_member) ||
-           std::any_of(recipes.begin(), recipes.end(), has_value);
+    return any(types, has_member) || any(recipes, has_value);
 }
 
 // Refusals ------------------------------------------------------------------------------------------------------------
@@ -124,14 +117,14 @@ bool Model::refuses_types(std::string const& from, std::string const& to) const
     {
         return is_wrong(types, from, to);
     }
-    return std::any_of(types.begin(), types.end(),
-                       [&](auto const& type)
-                       {
-                           auto const name = moved(type.first, from, to);
-                           return is_below(type.first, from) &&
-                                  (is_taken(type.first, name, true) ||
-                                   (name.find("::") != std::string::npos && gives_values_a_name(type.first)));
-                       });
+    return any(types,
+               [&](auto const& type)
+               {
+                   auto const name = moved(type.first, from, to);
+                   return is_below(type.first, from) &&
+                          (is_taken(type.first, name, true) ||
+                           (name.find("::") != std::string::npos && gives_values_a_name(type.first)));
+               });
 }
 
 bool Model::refuses_recipes(std::string const& from, std::string const& to) const
@@ -143,10 +136,7 @@ bool Model::refuses_member(std::string const& type, std::string const& from, std
 {
     auto const found = types.find(type);
     auto const has = [&](std::string const& name)
-    {
-        return std::any_of(found->second.members.begin(), found->second.members.end(),
-                           [&](auto const& member) { return member.first == name; });
-    };
+    { return any(found->second.members, [&](auto const& member) { return member.first == name; }); };
     return found == types.end() || !has(from) || (!to.empty() && is_taken(type, to, false));
 }
 
@@ -157,17 +147,8 @@ bool Model::refuses_member(std::string const& type, std::string const& from, std
 bool Model::loses_recipe(Recipe const& recipe, std::string const& value_name, std::string const& from) const
 {
     auto const is_moved = [&](std::string const& name) { return is_below(name, from) && types.contains(name); };
-    auto const records = records_of(recipe.type);
-    auto const* const record = first(records, value_name);
-    auto const nests_moved = [&](auto const& member)
-    { return member.first == value_name && is_moved(member.second.nested); };
-    auto const nests = [&](std::string const& type)
-    {
-        auto const& members = types.at(type).members;
-        return std::any_of(members.begin(), members.end(), nests_moved);
-    };
-    auto const stays = record != nullptr && (is_moved(record->type) || (record->is_member && nests(record->type)));
-    return names_recipe(recipe, value_name) && !stays;
+    auto const record = record_of(recipe, value_name);
+    return names_recipe(recipe, value_name) && !(record && (is_moved(record->type) || is_moved(record->nested)));
 }
 
 void Model::delete_types(std::string const& from)
@@ -265,10 +246,9 @@ void Model::move_member(std::string const& type, std::string const& from, std::s
         members.push_back(member);
         for (auto const& [name, recipe] : recipes)
         {
-            auto const records = records_of(recipe.type);
-            auto const* const record = first(records, from);
+            auto const record = record_of(recipe, from);
             auto const value = recipe.values.find(from);
-            if (value != recipe.values.end() && record != nullptr && record->is_member && record->type == type)
+            if (value != recipe.values.end() && record && record->is_member && record->type == type)
             {
                 after.recipes.at(name).values.erase(from);
                 after.recipes.at(name).values[to] = value->second;
@@ -291,16 +271,17 @@ std::string Model::text() const
         text += ") {";
         for (auto const& [member_name, member] : type.members)
         {
-            text.append(" ").append(member_name).append(":").append(member.symbol).append(">").append(member.nested);
+            text += " " + member_name + (member.nested.empty() ? ":" + member.symbol : ">" + member.nested);
         }
         text += " }\n";
     }
+    text += "|\n";
     for (auto const& [name, recipe] : recipes)
     {
-        text.append(name).append(":").append(recipe.type).append(" {");
+        text += name + ":" + recipe.type + " {";
         for (auto const& [value_name, value] : recipe.values)
         {
-            text.append(" ").append(value_name).append("=").append(value);
+            text += " " + value_name + (names_recipe(recipe, value_name) ? "='" : "=") + value;
         }
         text += " }\n";
     }

@@ -3,7 +3,7 @@
 #include "RavikSrvExtApi.h"
 
 #include <map>
-#include <set>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -51,7 +51,7 @@ public:
     /// Whether the recipe's value of that name names a nested recipe.
     bool names_recipe(Recipe const& recipe, std::string const& value_name) const;
 
-    /// Everything as text, sorted, but for the order of members and inherited types.
+    /// Everything in the short notation, sorted, but for the order of members and inherited types.
     std::string text() const;
 
 private:
@@ -63,10 +63,13 @@ private:
         std::string name;
         std::string type;
         bool is_member = false;
+        /// The type that a member nests.
+        std::string nested = {};
     };
 
     void walk(std::string const& type, std::vector<Record>& records) const;
-    Record const* first(std::vector<Record> const& records, std::string const& name) const;
+    /// The first record of that name in the recipe's type.
+    std::optional<Record> record_of(Recipe const& recipe, std::string const& name) const;
     bool reaches(std::string const& from, std::string const& type) const;
     bool stands_for_type(Recipe const& recipe, std::string const& value_name) const;
     bool gives_values_a_name(std::string const& type) const;

@@ -11,6 +11,7 @@
 #include "Project/OpenProject.h"
 #include "Support/TemporaryFolder.h"
 #include "Support/api_types.h"
+#include "algorithm_helper.h"
 #include "Json/Json.h"
 
 #include <cstdlib>
@@ -29,7 +30,7 @@ std::string const domain(recipe_domain);
 class Random
 {
 public:
-    explicit Random(unsigned seed) : m_engine(seed) {}
+    explicit Random(unsigned long seed) : m_engine(seed) {}
 
     int below(int limit) { return std::uniform_int_distribution(0, limit - 1)(m_engine); }
     bool happens(int percent) { return below(100) < percent; }
@@ -119,129 +120,25 @@ Model random_model(Random& random)
 
 // Between the model and the server ------------------------------------------------------------------------------------
 
-Value map()
-{
-    return Value(ValueType::Map);
-}
+/// What stands in a part of the configuration, by paths: the types in short, and the values of the recipes as texts.
+using Contents = std::map<std::string, std::string>;
 
-Value& entry_at(Value& list, std::string const& name)
+Contents contents_of(Value const& part, std::string const& prefix = "")
 {
-    auto* place = &list;
-    for (std::size_t start = 0; start != std::string::npos;)
+    Contents all;
+    for (auto entry = part.begin(); entry != part.end(); ++entry)
     {
-        auto const end = name.find("::", start);
-        if (place->type() != ValueType::Map)
+        auto const path = prefix + "::" + entry.name();
+        if (entry->type() == ValueType::Map && entry->find("members") == entry->end())
         {
-            *place = map();
-        }
-        place = &(*place)[name.substr(start, end - start).c_str()];
-        start = end == std::string::npos ? end : end + 2;
-    }
-    return *place;
-}
-
-Value configuration_of(Model const& model)
-{
-    auto types = map();
-    auto recipes = map();
-    for (auto const& [name, type] : model.types)
-    {
-        auto members = map();
-        for (auto const& [member_name, member] : type.members)
-        {
-            auto described = map();
-            described.insert("enabled", true);
-            described.insert(member.nested.empty() ? "symbol" : "recipeType",
-                             Value((member.nested.empty() ? member.symbol : member.nested).c_str()));
-            members.insert(member_name.c_str(), described);
-        }
-        auto& entry = entry_at(types, name) = map();
-        entry.insert("members", members);
-        for (auto const& inherited : type.inherited)
-        {
-            entry["recipeTypeNames"] << Value(inherited.c_str());
-        }
-    }
-    for (auto const& [name, recipe] : model.recipes)
-    {
-        auto values = map();
-        for (auto const& [value_name, value] : recipe.values)
-        {
-            auto const is_number = value == "0" || value == "1";
-            auto const names = model.names_recipe(recipe, value_name);
-            values.insert(value_name.c_str(), is_number && !names ? Value(value == "1" ? 1 : 0) : Value(value.c_str()));
-        }
-        auto& entry = entry_at(recipes, name) = map();
-        entry.insert("recipeTypeName", Value(recipe.type.c_str()));
-        entry.insert("values", values);
-    }
-    auto both = map();
-    both.insert("recipeTypeList", types);
-    both.insert("recipeList", recipes);
-    return both;
-}
-
-std::string text_of(Value const& value)
-{
-    return value.type() == ValueType::String ? value.get_string() : value.isset() ? Json::write(value) : "";
-}
-
-Model::Type type_of(Value const& entry)
-{
-    Model::Type type;
-    auto const& inherited = entry["recipeTypeNames"];
-    for (auto name = inherited.begin_vector(); name != inherited.end_vector(); ++name)
-    {
-        type.inherited.push_back(text_of(*name));
-    }
-    auto const& members = entry["members"];
-    for (auto member = members.begin(); member != members.end(); ++member)
-    {
-        Value const& described = *member;
-        type.members.emplace_back(member.name(),
-                                  Model::Member{text_of(described["symbol"]), text_of(described["recipeType"])});
-    }
-    return type;
-}
-
-Model::Recipe recipe_of(Value const& entry)
-{
-    Model::Recipe recipe{.type = text_of(entry["recipeTypeName"]), .values = {}};
-    auto const& values = entry["values"];
-    for (auto value = values.begin(); value != values.end(); ++value)
-    {
-        recipe.values[value.name()] = text_of(*value);
-    }
-    return recipe;
-}
-
-/// Adds the entries of a list to the model; `mark` is what tells an entry from a folder.
-void read_list(Value const& list, std::string const& prefix, char const* mark, Model& model)
-{
-    for (auto entry = list.begin(); entry != list.end(); ++entry)
-    {
-        auto const name = prefix + entry.name();
-        if (entry->find(mark) == entry->end())
-        {
-            read_list(*entry, name + "::", mark, model);
-        }
-        else if (mark == std::string("members"))
-        {
-            model.types.emplace(name, type_of(*entry));
+            all.merge(contents_of(*entry, path));
         }
         else
         {
-            model.recipes.emplace(name, recipe_of(*entry));
+            all[path] = entry->type() == ValueType::Map ? dump(*entry) : Algorithm::to_string(*entry);
         }
     }
-}
-
-Model model_of(Value const& configuration)
-{
-    Model model;
-    read_list(configuration["recipeTypeList"], "", "members", model);
-    read_list(configuration["recipeList"], "", "recipeTypeName", model);
-    return model;
+    return all;
 }
 
 /// What the server says of the recipes, in its order.
@@ -283,21 +180,22 @@ Edit random_edit(Model const& model, Random& random)
 {
     Edit edit{.from = {}, .to = {}, .is_refused = false, .after = model};
     auto const is_delete = random.happens(30);
+    auto const move_entries =
+        [&](std::string const& list, auto const& entries, auto const& names, auto refuses, auto move)
+    {
+        auto const from = random_name(entries, names, random);
+        auto const to = is_delete ? std::string() : random.of(folders) + random.of(names);
+        edit = {list + from, is_delete ? "" : list + to, (model.*refuses)(from, to), model};
+        edit.is_refused ? void() : (edit.after.*move)(from, to);
+    };
     auto const kind = random.below(3);
     if (kind == 0)
     {
-        auto const from = random_name(model.types, type_names, random);
-        auto const to = is_delete ? std::string() : random.of(folders) + random.of(type_names);
-        edit = {"recipeTypeList::" + from, is_delete ? "" : "recipeTypeList::" + to, model.refuses_types(from, to),
-                model};
-        edit.is_refused ? void() : edit.after.move_types(from, to);
+        move_entries("recipeTypeList::", model.types, type_names, &Model::refuses_types, &Model::move_types);
     }
     else if (kind == 1)
     {
-        auto const from = random_name(model.recipes, recipe_names, random);
-        auto const to = is_delete ? std::string() : random.of(folders) + random.of(recipe_names);
-        edit = {"recipeList::" + from, is_delete ? "" : "recipeList::" + to, model.refuses_recipes(from, to), model};
-        edit.is_refused ? void() : edit.after.move_recipes(from, to);
+        move_entries("recipeList::", model.recipes, recipe_names, &Model::refuses_recipes, &Model::move_recipes);
     }
     else if (!model.types.empty())
     {
@@ -311,22 +209,12 @@ Edit random_edit(Model const& model, Random& random)
     return edit;
 }
 
-bool has_entries(Value const& folder)
-{
-    auto is_any = folder.find("members") != folder.end() || folder.find("recipeTypeName") != folder.end();
-    for (auto entry = folder.begin(); entry != folder.end() && !is_any; ++entry)
-    {
-        is_any = has_entries(*entry);
-    }
-    return is_any;
-}
-
 /// Whether there is a folder without entries, of which the model knows nothing.
 bool is_empty_folder(Project const& project, std::string const& path)
 {
     auto const found = project.get(domain, path);
-    return !path.empty() && found.succeeded() && path.find("::members::") == std::string::npos &&
-           !has_entries(found.value);
+    return !path.empty() && found.succeeded() && found.value.find("members") == found.value.end() &&
+           contents_of(found.value).empty();
 }
 
 struct Counts
@@ -339,8 +227,8 @@ struct Counts
 [[noreturn]] void fail(Edit const& edit, std::string const& what, Model const& before, std::string const& found,
                        std::string const& expected)
 {
-    throw std::runtime_error(edit.from + " > " + edit.to + ": " + what + "\nbefore:\n" + before.text() + "found:\n" +
-                             found + "expected:\n" + expected);
+    throw std::runtime_error(edit.from + " > " + edit.to + ": " + what + "\nbefore:\n" + before.text() + "\nfound:\n" +
+                             found + "\nexpected:\n" + expected);
 }
 
 /// Makes the edit, and returns the model afterwards.
@@ -358,9 +246,9 @@ Model make(OpenProject& project, std::filesystem::path const& file, Model const&
     {
         fail(edit, edit.is_refused ? "not refused" : "refused: " + error + " " + report.text, model, "", "");
     }
-    if (model_of(tree).text() != expected.text())
+    if (contents_of(tree) != contents_of(configuration_of(expected.text())))
     {
-        fail(edit, "came out wrong", model, model_of(tree).text(), expected.text());
+        fail(edit, "came out wrong", model, dump(tree), expected.text());
     }
     auto const started = opened(file, nullptr);
     auto& fresh = *started;
@@ -379,7 +267,7 @@ Model make(OpenProject& project, std::filesystem::path const& file, Model const&
     return expected;
 }
 
-Counts run(int configurations, unsigned seed)
+Counts run(int configurations, unsigned long seed)
 {
     TemporaryFolder const folder;
     auto const file = folder.write("ravik.json", project_file());
@@ -390,7 +278,7 @@ Counts run(int configurations, unsigned seed)
     for (int round = 0; round < configurations;)
     {
         auto model = random_model(random);
-        if (!project.import(domain, configuration_of(model), {.dry_run = false, .replace = true, .progress = {}})
+        if (!project.import(domain, configuration_of(model.text()), {.dry_run = false, .replace = true, .progress = {}})
                  .succeeded())
         {
             continue;
@@ -415,9 +303,7 @@ int main(int argc, char** argv)
 {
     try
     {
-        auto const number = [&](int position, int otherwise)
-        { return argc > position ? std::atoi(argv[position]) : otherwise; };
-        auto const counts = run(number(1, 200), static_cast<unsigned>(number(2, 1)));
+        auto const counts = run(argc > 1 ? std::stoi(argv[1]) : 200, argc > 2 ? std::stoul(argv[2]) : 1);
         std::cout << counts.made << " edits made, " << counts.refused << " refused, " << counts.vetoed << " vetoed\n";
         return counts.made > counts.vetoed ? EXIT_SUCCESS : EXIT_FAILURE;
     }

@@ -13,8 +13,6 @@ namespace Ravik::Test
 namespace
 {
 
-using RavikSrv::Value;
-
 /// A store whose n-th changing call fails, and does nothing.
 class FailingStore : public Store
 {
@@ -96,12 +94,11 @@ TEST(StoreFailures, at_any_call_of_an_update_leave_all_of_it_or_nothing)
 {
     EditedProject edited("A { k l m } | R1:A { k=1 l=2 m=3 }");
     ASSERT_TRUE(edited.edit("T::A::members::k >").succeeded() && edited.edit("T::A::members::l >").succeeded());
-    Value parameters(RavikSrv::ValueType::Struct);
-    parameters.insert("path", Value("R1"));
     expect_all_or_nothing(edited,
                           [&](OpenProject& project)
                           {
-                              auto const outcome = project.call(edited.domain, "UpdateRecipe", parameters);
+                              auto const outcome =
+                                  project.call(edited.domain, "UpdateRecipe", parameters("path", "R1"));
                               return outcome.succeeded() ? std::string() : "failed: " + outcome.text;
                           });
 }

@@ -4,6 +4,7 @@
 #include "api_helper.h"
 #include "Json/Json.h"
 
+#include <boost/algorithm/string/replace.hpp>
 #include <gtest/gtest.h>
 
 namespace Ravik::Test
@@ -36,11 +37,7 @@ protected:
     void reopen()
     {
         project.reset();
-        std::string text = project_text;
-        for (auto at = text.find('@'); at != std::string::npos; at = text.find('@'))
-        {
-            text.replace(at, 1, PROBE_LIBRARY);
-        }
+        auto const text = boost::replace_all_copy(std::string(project_text), "@", PROBE_LIBRARY);
         RegularFile const file(folder.write("ravik.json", text), "the project file");
         project = std::make_unique<OpenProject>(read_project_file(file), Libraries(2),
                                                 Store::open(folder.path() / "ravik.db", std::chrono::seconds(0)));
@@ -62,12 +59,12 @@ protected:
             }
             group.insert(group.end_vector(), command);
         }
-        std::string outcome = RavikSrv::get_error_string(host().execute_command_group(Context(), &group)).name();
+        std::string outcome = get_error_string(host().execute_command_group(Context(), &group)).name();
         texts.clear();
         for (auto command = group.begin_vector(); command != group.end_vector(); ++command)
         {
             code = command->extension_result();
-            outcome.append(" ").append(RavikSrv::get_error_string(command->result()).name());
+            outcome.append(" ").append(get_error_string(command->result()).name());
             outcome.append(code == 0 ? "" : ":" + std::to_string(code));
             outcome.append(command->read_value().isset() ? "=" + Json::write(command->read_value()) : "");
             texts.append(command->result_string()).append(";");
@@ -151,7 +148,7 @@ TEST_F(Execution, configuration_commands_write_replace_and_remove)
         sent.set_write_value(Json::parse(json));
         auto const result = host().execute_command(Context(), &sent);
         EXPECT_EQ(result, sent.result());
-        return RavikSrv::get_error_string(result).name() + (" " + Json::write(project->get("P", "").value));
+        return get_error_string(result).name() + (" " + Json::write(project->get("P", "").value));
     };
     EXPECT_EQ(command("P.Config::a", R"({"x":1})"), R"(SUCCESS {"a":{"x":1}})");
     EXPECT_EQ(command("P.Config::a", R"({"y":2})"), R"(SUCCESS {"a":{"x":1,"y":2}})");

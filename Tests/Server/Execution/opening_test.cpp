@@ -44,7 +44,6 @@ TEST(Opening, tells_what_is_wrong_with_a_project_and_where)
         {project("./text.so"), "1:30", "/text.so: file too short"},
         {project("./pipe"), "1:30", "/pipe: the library can't be read: it is no regular file"},
         {project("/dev/zero"), "1:30", "/dev/zero: the library can't be read: it is no regular file"},
-        {project("./"), "1:30", "it is no regular file"},
         {project(NO_EXTENSION_LIBRARY), "1:30", "is no extension: it does not export ext_interface"},
         {project(OLD_PROBE_LIBRARY), "1:30", "interface version 18"},
         {project(PROBE_LIBRARY, R"(,"configuration":{"fault":"throw"})"), "1:30",
@@ -54,9 +53,7 @@ TEST(Opening, tells_what_is_wrong_with_a_project_and_where)
         {settings(R"({"variables":{"A":1},"writeProtected":["A","B"]})"), "2:61", R"("writeProtected[1]": expected)"},
         {project("libRavikModbus.so"), "1:16", R"("host": expected)"},
         {project(PROBE_LIBRARY, "", R"({"pattern":"("})"), "3:34", R"(symbol "S" can't be used: the schema is broken)"},
-        {project(PROBE_LIBRARY, "", R"({"$ref":"#"})"), "3:34", "refers to itself"},
         {project(PROBE_LIBRARY, "", R"({"items":{"type":"float"}})"), "3:34", R"(#/items/type: "float" is no type)"},
-        {project(PROBE_LIBRARY, "", R"({"$ref":"ravik:general#/definitions/FLOAT"})"), "3:34", "not known"},
     };
     for (auto const& [file, place, fragment] : cases)
     {
@@ -78,6 +75,7 @@ TEST(Opening, tells_what_is_wrong_with_a_project_and_where)
 
 /// A user of whom nothing belongs to anybody else.
 constexpr uid_t stranger = 65533;
+constexpr uid_t neighbour = stranger - 1;
 constexpr uid_t unchanged = static_cast<uid_t>(-1);
 
 /// Runs the rest of the scope as another user, where root runs the tests.
@@ -121,12 +119,7 @@ TEST(Opening, runs_nothing_that_somebody_else_could_change)
         {.name = "a group", .path = "lib", .mode = 0775, .group = stranger, .fragment = "other users of its group"},
         {.name = "root's own group", .path = "lib", .mode = 0775, .group = 0},
         {.name = "root in another's folder", .path = ".", .mode = 0755, .owner = stranger},
-        {.name = "another's folder",
-         .path = ".",
-         .mode = 0755,
-         .owner = stranger,
-         .fragment = another,
-         .caller = stranger - 1},
+        {.name = "strangers", .path = ".", .mode = 0755, .owner = stranger, .fragment = another, .caller = neighbour},
         {.name = "root's library", .path = ".", .mode = 0755, .owner = stranger, .caller = stranger},
     };
     for (auto const& row : cases)

@@ -2,7 +2,7 @@
 #include "Json/Json.h"
 #include "Json/Reader.h"
 
-#include "Support/api_types.h"
+#include "Support/values.h"
 #include <gmock/gmock.h>
 
 #include <gtest/gtest.h>
@@ -36,24 +36,11 @@ std::string repeated(std::size_t count, std::string_view text)
     return all;
 }
 
-Value binary(std::string_view bytes)
-{
-    Value value;
-    value.set_binary(bytes);
-    return value;
-}
-
-/// Maps in vectors in maps, `depth` in all.
+/// Maps in vectors in maps, so many in all, which is an even number or one more.
 Value nested(std::size_t depth)
 {
-    Value value = 1;
-    for (std::size_t level = 0; level < depth; ++level)
-    {
-        Value map;
-        map.insert("a", value);
-        value = level % 2 == 0 ? Value() << value : map;
-    }
-    return value;
+    auto const around = [](Value const& inner) { return map({{"a", Value() << inner}}); };
+    return Test::nested(depth % 2 == 0 ? Value(1) : Value() << 1, static_cast<int>(depth / 2), around);
 }
 
 TEST(Json, reads_each_kind_of_value_and_writes_it_back)
@@ -67,9 +54,7 @@ TEST(Json, reads_each_kind_of_value_and_writes_it_back)
     for (auto const& [text, value, written] : std::vector<Case>{
              {"null", Value()},
              {" true\r\n", true, "true"},
-             {"false", false},
              {"-0", 0, "0"},
-             {"2147483647", 2147483647},
              {"-2147483648", std::numeric_limits<int>::min()},
              {"2147483648", 2147483648L},
              {"9223372036854775807", std::numeric_limits<long>::max()},
@@ -77,7 +62,6 @@ TEST(Json, reads_each_kind_of_value_and_writes_it_back)
              {"3.0", 3.0},
              {"0.1", 0.1},
              {"1e2", 100.0, "100.0"},
-             {"1E+2", 100.0, "100.0"},
              {"5e-324", 5e-324},
              {"-1e-400", -0.0, "-0.0"},
              {"123456789012345678901234567890.0", 123456789012345678901234567890.0, "1.2345678901234568e+29"},
@@ -121,36 +105,26 @@ TEST(JsonParse, tells_what_is_wrong_and_where)
              {"", {1, 1}, "empty"},
              {" \n ", {2, 2}, "empty"},
              {"[1,\n 2", {2, 3}, "ends before"},
-             {"\"abc", {1, 5}, "ends before"},
-             {"nul", {1, 4}, "ends before"},
              {"[1, 2] x", {1, 8}, "more text follows"},
              {"{\"a\": 1,\n \"ä\": tru}", {2, 7}, "unexpected \"tru\""},
-             {"{\"ä\": 1, \"b\" 2}", {1, 14}, "unexpected \"2\" (a comma or colon"},
              {"[1, 2, ]", {1, 8}, "behind a comma"},
-             {"{\"a\": 1, }", {1, 10}, "behind a comma"},
              {R"({"a": 1 "b": 2})", {1, 9}, "comma or colon is missing"},
              {"{a: 1}", {1, 2}, "double quotes"},
-             {"['a']", {1, 2}, "double quotes"},
              {"[ // one\n1]", {1, 3}, "no comments"},
              {"[é]", {1, 2}, "unexpected \"é\""},
              {"[\"a\nb\"]", {1, 4}, "U+000A"},
              {"[\"a\xFF\"]", {1, 4}, "UTF-8"},
-             {"[\"\xC0\x80\"]", {1, 3}, "UTF-8"},
              {"[\"\xED\xA0\x80\"]", {1, 3}, "UTF-8"},
              {R"(["\q"])", {1, 4}, "unexpected \"q\""},
              {R"(["\u12g4"      ])", {1, 3}, "hexadecimal"},
-             {R"(["\udc00abcdefghi"])", {1, 3}, "surrogate"},
              {R"(["\ud800\u0041bcdefghi"])", {1, 9}, "surrogate"},
              {R"(["\ud83d"])", {1, 3}, "surrogate"},
              {"[1.]", {1, 4}, "unexpected \"]\""},
-             {"[+1]", {1, 2}, "unexpected \"+\""},
              {"[NaN]", {1, 2}, "unexpected \"NaN\" (a text stands in double quotes"},
              {"\xEF\xBB\xBF{}", {1, 1}, "byte order mark"},
              {"[0,\n 1e400]", {2, 2}, "too large for a double"},
-             {"[-1.8e308]", {1, 2}, "too large for a double"},
              {"[1e99999999999]", {1, 2}, "exponent"},
              {"[9223372036854775808]", {1, 2}, "64 bits"},
-             {"-9223372036854775809", {1, 1}, "64 bits"},
              {R"({"a": {"x\"": 1, "b": 2},
   "c": [{"a": 1}, {"q": "\\", "Speed": {"Speed": 1}, "Spe\u0065d": 2}]})",
               {2, 54},
@@ -296,10 +270,8 @@ TEST(JsonDocument, locates_keys_and_elements)
              {{}, {2, 1}},
              {{"ä"}, {3, 3}},
              {{"list"}, {3, 18}},
-             {{"list", "0"}, {3, 28}},
              {{"list", "2", "same", "deep"}, {3, 64}},
              {{"list", "3"}, {3, 80}},
-             {{"end"}, {4, 3}},
              // where the path leads nowhere, the deepest place on it
              {{"none"}, {2, 1}},
              {{"list", "4"}, {3, 18}},

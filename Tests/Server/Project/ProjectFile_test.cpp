@@ -28,7 +28,7 @@ bool fits_schema(std::string const& text)
     static auto const schema =
         CompiledSchema::compile(Json::parse(RegularFile(PROJECT_FILE_SCHEMA, "the schema").read()));
     EXPECT_STREQ(schema->error().text(), "");
-    return schema->validate(Json::parse(text), "").result() == RavikSrv::ErrorValue::SUCCESS;
+    return schema->validate(Json::parse(text), "").result() == ErrorValue::SUCCESS;
 }
 
 TEST(ProjectFile, holds_extensions_and_symbols)
@@ -36,8 +36,7 @@ TEST(ProjectFile, holds_extensions_and_symbols)
     auto const* const text = R"({
   "$schema": "https://localhost/ravik.schema.json",
   "extensions": [
-    { "domain": "RavikRecipeManagement", "library": "libRavikRecipeManagement.so" },
-    { "domain": "Line", "library": "./lib/line.so", "configuration": { "variables": { "Speed": 0.0 } } }
+    { "domain": "R", "library": "libR.so" }, { "domain": "Line", "library": "./lib/line.so", "configuration": { "variables": { "Speed": 0.0 } } }
   ],
   "symbols": {
     "Line.Speed": { "DOMAIN": "Line", "MAPPING": "Speed", "USEMAPPING": true,
@@ -48,7 +47,7 @@ TEST(ProjectFile, holds_extensions_and_symbols)
     EXPECT_TRUE(fits_schema(text));
     auto const project = read(text);
     ASSERT_EQ(project.extensions.size(), 2U);
-    EXPECT_EQ(project.extensions[0].domain, "RavikRecipeManagement");
+    EXPECT_EQ(project.extensions[0].domain, "R");
     EXPECT_EQ(project.extensions[1].shared_object, "./lib/line.so");
     EXPECT_EQ(project.extensions[1].configuration["variables"]["Speed"], Value(0.0));
     EXPECT_EQ(project.symbols.size(), 2U);
@@ -87,20 +86,16 @@ TEST(ProjectFile, tells_what_was_expected_where)
          R"(keys "$schema", "extensions", "symbols", found "symbol\n")"},
         {R"({"extensions": ["a.so"]})", "1:17", R"(expected an extension to be an object, found "a.so")"},
         {extension(R"("library": "A")"), "2:2", R"(the key "domain" (a text))"},
-        {extension(R"("domain": 3.0, "library": "A")"), "2:3", R"("domain" to be a text, found 3.0)"},
         {extension(R"("domain": "A", "library": "")"), "2:18", "empty"},
         {extension(R"("domain": "A", "library": "x", "configuration": [1])"), "2:34", "an object, found a list"},
         {extension(R"("domain": "A", "Library": "x")"), "2:18",
          R"(one of the keys "domain", "library", "configuration", found "Library")"},
         {domain(""), "2:22", "empty"},
         {domain("A::B"), "2:22", R"(without "::", found "A::B")"},
-        {domain("A.B"), "2:22", R"(without ".")"},
-        {domain("A[1]"), "2:22", R"(without "[")"},
         {domain("A/B"), "2:22", R"(without "/")"},
         {domain("RavikSrv"), "2:22", "the server's"},
         {"{\"extensions\": [{\"domain\": \"A\", \"library\": \"x\"},\n{\"domain\": \"A\", \"library\": \"y\"}]}", "2:2",
          "each domain once", false},
-        {symbols(R"("S": 1)"), "2:1", R"(the symbol "S" to be an object, found 1)"},
         {symbols(R"("S": {})"), "2:1", R"(the key "DOMAIN" (a text))"},
         {symbols(R"("S": {"DOMAIN": "Lin"})"), "2:7", R"("RavikSrv" or an extension's domain ("Line"), found "Lin")",
          false},
@@ -108,7 +103,6 @@ TEST(ProjectFile, tells_what_was_expected_where)
         {symbols(R"("S": {"DOMAIN": "Line", "SCHEMA": "REAL"})"), "2:25", R"("SCHEMA" to be a schema)"},
         {symbols(R"("": {"DOMAIN": "Line"})"), "2:1", "have a name"},
         {symbols(R"("a::b": {"DOMAIN": "Line"})"), "2:1", R"(without "::", found "a::b")"},
-        {symbols(R"("a[0]": {"DOMAIN": "Line"})"), "2:1", R"(without "[", found "a[0]")"},
     };
     for (auto const& [text, place, fragment, by_schema] : cases)
     {

