@@ -467,7 +467,7 @@ std::vector<Finding> Editor::check(std::string const& domain) const
             }
             return true;
         },
-        true);
+        Folders::Visited);
     return findings;
 }
 
