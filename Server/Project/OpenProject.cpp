@@ -170,13 +170,12 @@ std::unique_ptr<Project> Project::open(std::filesystem::path const& directory, O
     RegularFile const opened(directory / project_file_name, "the project file");
     std::optional<Ownership> const ownership = options.trust ? std::nullopt : std::optional<Ownership>(directory);
     check_ownership(ownership, opened);
-    auto const file = read_project_file(opened);
+    auto file = read_project_file(opened);
+    file.history.size = options.history ? file.history.size : 0;
     auto const libraries = open_libraries(file, directory, ownership);
     try
     {
-        auto bounds = file.history;
-        bounds.size = options.history ? bounds.size : 0;
-        return std::make_unique<OpenProject>(file, libraries, Store::open(store_of(directory), options.wait), bounds);
+        return std::make_unique<OpenProject>(file, libraries, Store::open(store_of(directory), options.wait));
     }
     catch (StoreError const& error)
     {
@@ -186,10 +185,9 @@ std::unique_ptr<Project> Project::open(std::filesystem::path const& directory, O
 
 // Opening -------------------------------------------------------------------------------------------------------------
 
-OpenProject::OpenProject(ProjectFile const& file, Libraries const& libraries, std::unique_ptr<Store> store,
-                         HistoryBounds const& bounds)
+OpenProject::OpenProject(ProjectFile const& file, Libraries const& libraries, std::unique_ptr<Store> store)
     : m_symbols(file.symbols), m_core(m_symbols, m_validator, std::move(store)),
-      m_history(m_core.configuration, bounds), m_editor(m_core, m_history, m_symbols, m_validator, m_schemas)
+      m_history(m_core.configuration, file.history), m_editor(m_core, m_history, m_symbols, m_validator, m_schemas)
 {
     check_schemas(file);
     Value own(ValueType::Map);

@@ -25,9 +25,7 @@ using Libraries = std::vector<std::optional<RegularFile>>;
 class OpenProject final : public Project
 {
 public:
-    /// `bounds` are those of the history.
-    OpenProject(ProjectFile const& file, Libraries const& libraries, std::unique_ptr<Store> store,
-                HistoryBounds const& bounds);
+    OpenProject(ProjectFile const& file, Libraries const& libraries, std::unique_ptr<Store> store);
 
     std::vector<std::string> const& warnings() const noexcept override { return m_warnings; }
 

@@ -82,8 +82,7 @@ std::string EditedProject::listed() const
 std::unique_ptr<OpenProject> opened(std::filesystem::path const& file, std::unique_ptr<Store> store)
 {
     auto const content = read_project_file(RegularFile(file, "the project file"));
-    return std::make_unique<OpenProject>(content, Libraries(content.extensions.size()), std::move(store),
-                                         content.history);
+    return std::make_unique<OpenProject>(content, Libraries(content.extensions.size()), std::move(store));
 }
 
 std::string state_of(std::string const& configuration)
