@@ -90,7 +90,9 @@ TEST(Terminal, gets_no_control_character_of_any_input)
         "import recipes.json|get|export|activate R@|read R@|active|recipes T|recipes @|update --all|update @|symbols|"
         "symbol get v @|symbol set v '\"'@'\"'|set recipeList::@ 1|set recipeList::R@::values::@ 2|get @|check|call @|"
         "delete --dry-run recipeList::R@|rename recipeList::R@ recipeList::@|--domain @ get|--domain D$(cat text) get|"
-        "@|symbol @|--@ get|--project @ get|--wait @ get|get a @|import @|export @|init @|help @");
+        "set recipeList::R@::note 1 --note @|history|history show 2|revert 2 --note @|history --recipe @|history "
+        "--since @|"
+        "revert @|@|symbol @|--@ get|--project @ get|--wait @ get|get a @|import @|export @|init @|help @");
     for (std::string line; std::getline(commands, line, '|');)
     {
         auto const command = boost::replace_all_copy(line, "@", argument);
