@@ -20,6 +20,9 @@ using RavikSrv::ValueType;
 namespace
 {
 
+/// An entry that was written whole, with more differences than this, stands whole: that is shorter.
+constexpr std::size_t most_in_entry = 10;
+
 std::optional<Value> copy(Value const* value)
 {
     return value == nullptr ? std::nullopt : std::optional(*value);
@@ -62,8 +65,8 @@ struct Spot
 class Collector
 {
 public:
-    Collector(std::string const& domain, TreePair trees, std::vector<PlaceChange>& places)
-        : m_domain(domain), m_trees(std::move(trees)), m_places(places)
+    Collector(std::string domain, TreePair trees, std::vector<PlaceChange>& places)
+        : m_domain(std::move(domain)), m_trees(std::move(trees)), m_places(places)
     {
     }
 
@@ -97,7 +100,13 @@ private:
             add(spot);
             return;
         }
+        auto const first = m_places.size();
         std::for_each(different.begin(), different.end(), [this](auto const& below) { compare(below.second); });
+        if (m_places.size() > first + most_in_entry && !spot.inside && is_entry(spot.path, spot.after))
+        {
+            m_places.erase(m_places.begin() + static_cast<std::ptrdiff_t>(first), m_places.end());
+            add(spot);
+        }
     }
 
     static std::vector<std::pair<std::string, Spot>> differing_below(Spot const& spot)
@@ -126,11 +135,12 @@ private:
 
     void add(Spot const& spot)
     {
-        if (!m_found.insert(spot.path).second)
+        auto const* const stands = spot.after == nullptr ? spot.before : spot.after;
+        if (stands == nullptr || !m_found.insert(spot.path).second)
         {
             return;
         }
-        auto const& present = spot.after == nullptr ? *spot.before : *spot.after;
+        auto const& present = *stands;
         auto const is_alone = spot.before == nullptr || spot.after == nullptr;
         if (!is_alone || spot.inside || kind_of(spot.path, present) != EntryKind::Folder)
         {

@@ -14,8 +14,8 @@ namespace Ravik
 {
 
 /// A place of a domain's configuration that stands otherwise than before: the deepest one that tells what differs. A
-/// recipe or recipe type that came or went stands whole; so does a list in an entry that changed. A folder that came or
-/// went is an empty object, and what it holds stands by itself.
+/// recipe or recipe type that came or went, or that was written whole and differs in many places, stands whole; so does
+/// a list in an entry that changed. A folder that came or went is an empty object, and what it holds stands by itself.
 struct PlaceChange
 {
     std::string domain;

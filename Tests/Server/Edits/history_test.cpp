@@ -116,6 +116,10 @@ TEST(History, refuses_to_take_back_what_was_edited_over_and_names_the_places)
                   {"R::R6::recipeTypeName"}},
              Case{"+ N { l } | Q::R5:N { l=1 }", "R::Q::R5::values::l = 2", {"R::Q::R5"}},
              Case{"+ A { m } | Q::R5:A { m=1 }", R"(R::Q::R6 = {"recipeTypeName":"A","values":{}})", {}},
+             Case{"+ A { m } | R1:A { m=7 }", "R::G::R2::values::m = 7", {}},
+             Case{"+ A { m } | R1:A { k=1 l=1 m=1 n=1 o=1 p=1 q=1 r=1 s=1 t=1 u=1 v=1 }",
+                  "R::R1::values::m = 7",
+                  {"R::R1"}},
              Case{"R::G >", R"(R::G::R2 = {"recipeTypeName":"B","values":{}})", {"R::G::R2"}},
              Case{"T::A > T::C", "R::R1::recipeTypeName = \"B\"", {"R::R1::recipeTypeName"}},
          })
