@@ -1,4 +1,4 @@
-#include "Json/Reader.h"
+#include "Json/exact_reading.h"
 
 #include "Json/Json.h"
 #include "Json/Scanner.h"
@@ -12,12 +12,9 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
-#include <functional>
 #include <limits>
 #include <optional>
-#include <random>
 #include <string>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -28,50 +25,8 @@ using boost::json::error_code;
 using RavikSrv::Value;
 using RavikSrv::ValueType;
 
-/// A map of each shape read so far, found by the hash of its names. Two shapes of one hash take turns, which costs
-/// sharing and nothing else: the map builder compares the names.
-class Shapes
-{
-public:
-    /// A map that most likely has the shape; a null value where there is none.
-    Value const& find(std::size_t hash) const noexcept
-    {
-        static Value const none;
-        auto const found = m_maps.find(hash);
-        return found == m_maps.end() ? none : found->second;
-    }
-
-    void remember(std::size_t hash, Value const& map)
-    {
-        // Texts come from outside: a million shapes must cost no more than not sharing.
-        constexpr std::size_t limit = 4096;
-        if (m_maps.size() >= limit)
-        {
-            m_maps.clear();
-        }
-        m_maps.insert_or_assign(hash, map);
-    }
-
-private:
-    std::unordered_map<std::size_t, Value> m_maps;
-};
-
 namespace
 {
-
-/// Seeded, so that nobody can choose names whose shapes crowd one bucket.
-std::size_t first_hash()
-{
-    static std::size_t const seed = std::random_device{}();
-    return seed;
-}
-
-std::size_t next_hash(std::size_t hash, std::string_view name) noexcept
-{
-    constexpr std::size_t odd = 0x9E3779B97F4A7C15U;
-    auto const mixed = (hash ^ std::hash<std::string_view>{}(name)) * odd;
-    return mixed ^ (mixed >> 32U);
-}
 
 /// Why the handler stopped the parser, and where to point to.
 struct Fault
@@ -105,8 +60,6 @@ public:
     static constexpr std::size_t max_array_size = max_object_size;
     static constexpr std::size_t max_key_size = max_object_size;
     static constexpr std::size_t max_string_size = max_object_size;
-
-    explicit Builder(Shapes& shapes) : m_shapes(shapes) {}
 
     Value take_result() { return std::move(m_pending.back().value); }
     std::optional<Fault> const& fault() const noexcept { return m_fault; }
@@ -154,7 +107,6 @@ private:
     bool add_double(std::string_view digits, double approximation, error_code& error);
     std::string_view name_of(Pending const& entry) const noexcept;
 
-    Shapes& m_shapes;
     std::vector<Pending> m_pending;
     std::string m_names;
     /// The parts of a text or number that did not come in one piece.
@@ -205,12 +157,7 @@ bool Builder::on_object_end(std::size_t count, error_code& error)
         return add(Value(ValueType::Map));
     }
     auto const first = m_pending.size() - count;
-    auto hash = first_hash();
-    for (auto entry = first; entry < m_pending.size(); ++entry)
-    {
-        hash = next_hash(hash, name_of(m_pending[entry]));
-    }
-    RavikSrv::MapBuilder map(m_shapes.find(hash));
+    RavikSrv::MapBuilder map;
     for (auto entry = first; entry < m_pending.size(); ++entry)
     {
         auto& pending = m_pending[entry];
@@ -222,9 +169,7 @@ bool Builder::on_object_end(std::size_t count, error_code& error)
     }
     m_names.resize(m_pending[first].name_begin);
     m_pending.resize(first);
-    auto value = map.finish();
-    m_shapes.remember(hash, value);
-    return add(std::move(value));
+    return add(map.finish());
 }
 
 bool Builder::on_array_end(std::size_t count, error_code& /*error*/)
@@ -400,19 +345,11 @@ ParseError fault_error(std::string_view text, std::size_t offset, Fault const& f
 
 } // namespace
 
-Reader::Reader() : m_shapes(std::make_unique<Shapes>())
-{
-}
-
-Reader::Reader(Reader&&) noexcept = default;
-Reader& Reader::operator=(Reader&&) noexcept = default;
-Reader::~Reader() = default;
-
-Value Reader::parse(std::string_view text)
+Value read_exactly(std::string_view text)
 {
     boost::json::parse_options options;
     options.max_depth = max_nesting;
-    boost::json::basic_parser<Builder> parser(options, *m_shapes);
+    boost::json::basic_parser<Builder> parser(options);
     error_code error;
     auto const consumed = parser.write_some(false, text.data(), text.size(), error);
     if (auto const& fault = parser.handler().fault())
@@ -428,11 +365,6 @@ Value Reader::parse(std::string_view text)
         throw trailing_text_error(text, consumed);
     }
     return parser.handler().take_result();
-}
-
-Value parse(std::string_view text)
-{
-    return Reader().parse(text);
 }
 
 } // namespace Ravik::Json

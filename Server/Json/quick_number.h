@@ -1,0 +1,90 @@
+#pragma once
+
+#include "RavikSrvExt/Value.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+/// Numbers as most of them are: integers and decimals without an exponent. Reading them is most of what reading a
+/// recipe takes, so it is compiled into its caller.
+namespace Ravik::Json::QuickNumber
+{
+
+/// No number of so many digits overflows 64 bits.
+inline constexpr std::ptrdiff_t most_digits = 18;
+
+inline bool is_digit(char character) noexcept
+{
+    return character >= '0' && character <= '9';
+}
+
+/// Appends the digits at `at` to the number, which is right up to `most_digits` of them, and steps behind them.
+inline char const* take_digits(char const* at, char const* end, std::uint64_t& number) noexcept
+{
+    for (; at != end && is_digit(*at); ++at)
+    {
+        number = number * 10 + static_cast<std::uint64_t>(*at - '0');
+    }
+    return at;
+}
+
+/// The double that is nearest to the number between `begin` and `end`.
+double nearest(char const* begin, char const* end) noexcept;
+
+inline void append_integer(std::uint64_t digits, bool is_negative, std::vector<RavikSrv::Value>& to)
+{
+    auto const number = static_cast<std::int64_t>(is_negative ? 0 - digits : digits);
+    auto const narrow = static_cast<std::int32_t>(number);
+    narrow == number ? to.emplace_back(narrow) : to.emplace_back(number);
+}
+
+/// digits / 10^decimals. Where both fit a double the division alone rounds, to the nearest one.
+inline double quotient(std::uint64_t digits, std::ptrdiff_t decimals) noexcept
+{
+    constexpr std::array powers{1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8, 1e9,
+                                1e10, 1e11, 1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18};
+    static_assert(powers.size() == most_digits + 1);
+    return static_cast<double>(digits) / powers[static_cast<std::size_t>(decimals)];
+}
+
+/// Reads the number that begins at `begin`, appends it to `to` and returns where it ends. Null, and nothing appended,
+/// where none begins there, and where it is an unusual one: with an exponent, or of more than `most_digits`.
+inline char const* read(char const* begin, char const* end, std::vector<RavikSrv::Value>& to)
+{
+    auto const is_negative = begin != end && *begin == '-';
+    auto const* const first = is_negative ? begin + 1 : begin;
+    std::uint64_t digits = 0;
+    auto const* const whole = take_digits(first, end, digits);
+    auto const next = whole == end ? '\0' : *whole;
+    if (whole == first || whole - first > most_digits || (*first == '0' && whole - first > 1))
+    {
+        return nullptr;
+    }
+    if (next != '.')
+    {
+        if (next == 'e' || next == 'E')
+        {
+            return nullptr;
+        }
+        append_integer(digits, is_negative, to);
+        return whole;
+    }
+    auto const* const number_end = take_digits(whole + 1, end, digits);
+    auto const decimals = number_end - whole - 1;
+    if (decimals == 0 || whole - first + decimals > most_digits ||
+        (number_end != end && (*number_end == 'e' || *number_end == 'E')))
+    {
+        return nullptr;
+    }
+    constexpr auto most_exact = std::uint64_t{1} << 53U;
+    auto const size = digits <= most_exact ? quotient(digits, decimals) : nearest(first, number_end);
+    to.emplace_back(is_negative ? -size : size);
+    return number_end;
+}
+
+/// Where a number ends at the latest, usual or not.
+char const* end_of(char const* begin, char const* end) noexcept;
+
+} // namespace Ravik::Json::QuickNumber
