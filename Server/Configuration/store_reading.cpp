@@ -307,6 +307,7 @@ std::string name_of(Row const& row)
 Content read(sqlite3* database, std::filesystem::path const& file, std::int64_t version, OnFault const& on_fault,
              OnRow const& on_row)
 {
+    Sqlite::MappedReading const mapped(database);
     return Reading(database, file, version, on_fault, on_row).read();
 }
 
