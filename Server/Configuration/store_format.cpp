@@ -66,10 +66,15 @@ std::uint64_t number_of(std::int64_t stored)
 
 } // namespace
 
-std::uint64_t checksum(Row const& row)
+std::uint64_t name_checksum(Row const& row)
 {
     // Each field is hashed by itself with what came before as its seed, so that none can borrow from its neighbour.
-    auto const named = hash(row.path, hash(row.domain, number_of(row.rank)));
+    return hash(row.path, hash(row.domain, number_of(row.rank)));
+}
+
+std::uint64_t checksum(Row const& row)
+{
+    auto const named = name_checksum(row);
     return row.text ? hash(*row.text, named) : ~named;
 }
 
@@ -171,14 +176,15 @@ Row RowReader::unchecked() const
     return row;
 }
 
-std::optional<Row> RowReader::row() const
+std::optional<Row> RowReader::row(std::uint64_t& sum) const
 {
     if (!has_types())
     {
         return std::nullopt;
     }
     auto const row = unchecked();
-    auto const whole = m_version == without_checksums || number_of(m_select.integer(4)) == checksum(row);
+    sum = checksum(row);
+    auto const whole = m_version == without_checksums || number_of(m_select.integer(4)) == sum;
     return whole ? std::optional(row) : std::nullopt;
 }
 

@@ -28,6 +28,8 @@ struct Row
     std::optional<std::string_view> text;
 };
 
+/// Of rank, domain and path, as they stand in the index, too.
+std::uint64_t name_checksum(Row const& row);
 std::uint64_t checksum(Row const& row);
 
 /// What all rows come to. It is written in each transaction, so a row that is lost, or that stands as it did before, is
@@ -73,8 +75,9 @@ public:
 
     bool step() { return m_select.step(); }
     std::int64_t rank() const { return m_select.integer(0); }
-    /// The row, valid until the next step; nothing where it is damaged. The first version tells damage by types alone.
-    std::optional<Row> row() const;
+    /// The row, valid until the next step, and its checksum, also where the version keeps none; nothing where it is
+    /// damaged. The first version tells damage by types alone.
+    std::optional<Row> row(std::uint64_t& sum) const;
     /// The row, damaged as it may be, for messages.
     Row unchecked() const;
 
