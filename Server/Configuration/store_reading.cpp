@@ -173,19 +173,23 @@ bool Reading::is_index_whole() const
         Sum names;
         std::string domain;
         std::string path;
-        for (Sqlite::Statement select(m_database, "SELECT rank, domain, path FROM entry INDEXED BY entry_path");
-             select.step(); domain = select.text(1), path = select.text(2))
+        Sqlite::Statement select(m_database, "SELECT rank, domain, path FROM entry INDEXED BY entry_path");
+        while (select.step())
         {
+            if (select.type(0) != SQLITE_INTEGER || select.type(1) != SQLITE_TEXT || select.type(2) != SQLITE_TEXT)
+            {
+                return false;
+            }
             Row const row{
                 .rank = select.integer(0), .domain = select.text(1), .path = select.text(2), .text = std::nullopt};
-            auto const follows = names.rows == 0 || std::pair<std::string_view, std::string_view>(domain, path) <
-                                                        std::pair(row.domain, row.path);
-            if (select.type(0) != SQLITE_INTEGER || select.type(1) != SQLITE_TEXT || select.type(2) != SQLITE_TEXT ||
-                !follows)
+            auto const order = row.domain.compare(domain);
+            if (names.rows != 0 && (order < 0 || (order == 0 && row.path <= path)))
             {
                 return false;
             }
             names.add(name_checksum(row));
+            domain = row.domain;
+            path = row.path;
         }
         return names.rows == m_names.rows && names.total == m_names.total;
     }
@@ -256,28 +260,27 @@ std::vector<std::int64_t> Reading::ranks_in_index() const
 
 void Reading::read_row(RowReader const& reader)
 {
-    m_content.last_rank = std::max(m_content.last_rank, reader.rank());
-    m_names.add(name_checksum(reader.unchecked()));
-    std::uint64_t sum = 0;
-    auto const row = reader.row(sum);
-    if (!row)
+    auto const [row, sum, is_whole] = reader.row();
+    m_content.last_rank = std::max(m_content.last_rank, row.rank);
+    m_names.add(name_checksum(row));
+    if (!is_whole)
     {
-        m_on_fault(name_of(reader.unchecked()) + " is damaged: its checksum does not fit");
+        m_on_fault(name_of(row) + " is damaged: its checksum does not fit");
         return;
     }
     m_counted.add(sum);
     try
     {
-        keep(*row);
+        keep(row);
     }
     catch (Json::ParseError const& error)
     {
-        m_on_fault(name_of(*row) + " holds a broken value: " + error.what());
+        m_on_fault(name_of(row) + " holds a broken value: " + error.what());
         return;
     }
     if (m_on_row)
     {
-        m_on_row(*row);
+        m_on_row(row);
     }
 }
 
