@@ -12,9 +12,12 @@
 #include <simdjson.h>
 
 #include <algorithm>
+#include <array>
+#include <chrono>
 #include <cstdio>
 #include <ctime>
 #include <fstream>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -83,10 +86,10 @@ Value measured(int recipe, int member)
     return {(recipe * 100 + member + 1) / 7000.0};
 }
 
-constexpr Kind kinds[] = {{"small whole numbers, short names", short_name, small_number},
-                          {"short decimals, short names", short_name, half},
-                          {"mixed, names of 15 characters", long_name, mixed},
-                          {"long decimals, short names", short_name, measured}};
+constexpr std::array kinds{Kind{"small whole numbers, short names", short_name, small_number},
+                           Kind{"short decimals, short names", short_name, half},
+                           Kind{"mixed, names of 15 characters", long_name, mixed},
+                           Kind{"long decimals, short names", short_name, measured}};
 
 std::string project_file()
 {
