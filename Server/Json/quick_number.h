@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <vector>
 
-/// Numbers as most of them are: integers and decimals without an exponent. Reading them is most of what reading a
+/// Numbers as most of them are: integers and decimals of few digits. Reading them is most of what reading a
 /// recipe takes, so it is compiled into its caller.
 namespace Ravik::Json::QuickNumber
 {
@@ -49,39 +49,43 @@ inline double quotient(std::uint64_t digits, std::ptrdiff_t decimals) noexcept
     return static_cast<double>(digits) / powers[static_cast<std::size_t>(decimals)];
 }
 
+/// Reads the exponent behind the digits between `begin` and `end_of_digits`; otherwise as `read`.
+char const* read_exponent(char const* begin, char const* end_of_digits, char const* end,
+                          std::vector<RavikSrv::Value>& to);
+
 /// Reads the number that begins at `begin`, appends it to `to` and returns where it ends. Null, and nothing appended,
-/// where none begins there, and where it is an unusual one: with an exponent, or of more than `most_digits`.
+/// where none begins there, and where it is an unusual one: of more than `most_digits`, or with an exponent beyond the
+/// range of a double.
 inline char const* read(char const* begin, char const* end, std::vector<RavikSrv::Value>& to)
 {
     auto const is_negative = begin != end && *begin == '-';
     auto const* const first = is_negative ? begin + 1 : begin;
     std::uint64_t digits = 0;
     auto const* const whole = take_digits(first, end, digits);
-    auto const next = whole == end ? '\0' : *whole;
     if (whole == first || whole - first > most_digits || (*first == '0' && whole - first > 1))
     {
         return nullptr;
     }
-    if (next != '.')
-    {
-        if (next == 'e' || next == 'E')
-        {
-            return nullptr;
-        }
-        append_integer(digits, is_negative, to);
-        return whole;
-    }
-    auto const* const number_end = take_digits(whole + 1, end, digits);
-    auto const decimals = number_end - whole - 1;
-    if (decimals == 0 || whole - first + decimals > most_digits ||
-        (number_end != end && (*number_end == 'e' || *number_end == 'E')))
+    auto const is_decimal = whole != end && *whole == '.';
+    auto const* const last = is_decimal ? take_digits(whole + 1, end, digits) : whole;
+    auto const decimals = is_decimal ? last - whole - 1 : 0;
+    if ((is_decimal && decimals == 0) || whole - first + decimals > most_digits)
     {
         return nullptr;
     }
+    if (last != end && (*last == 'e' || *last == 'E'))
+    {
+        return read_exponent(begin, last, end, to);
+    }
+    if (!is_decimal)
+    {
+        append_integer(digits, is_negative, to);
+        return last;
+    }
     constexpr auto most_exact = std::uint64_t{1} << 53U;
-    auto const size = digits <= most_exact ? quotient(digits, decimals) : nearest(first, number_end);
+    auto const size = digits <= most_exact ? quotient(digits, decimals) : nearest(first, last);
     to.emplace_back(is_negative ? -size : size);
-    return number_end;
+    return last;
 }
 
 /// Where a number ends at the latest, usual or not.

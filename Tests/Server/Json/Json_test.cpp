@@ -287,6 +287,10 @@ TEST(JsonReader, reads_numbers_of_any_length)
         {
             text.insert(random() % (text.size() + 1), ".");
         }
+        if (random() % 4 == 0)
+        {
+            text += (random() % 2 == 0 ? "e-" : "E") + std::to_string(random() % 400);
+        }
         expect_read((random() % 2 == 0 ? "-" : "") + text, "1");
     }
     for (auto const* const text : {"2147483647", "2147483648", "-2147483648", "-2147483649", "9223372036854775807",
