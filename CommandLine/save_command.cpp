@@ -146,7 +146,6 @@ Answer save(Invocation& invocation)
     }
     SavedValues const values(invocation, stored_recipe(project, name), outcome.value[name.c_str()][Key::values]);
     check_saved(values, name);
-    values.print(invocation.output());
     Answer answer;
     if (target != name || values.count(saved) != 0)
     {
@@ -155,6 +154,7 @@ Answer save(Invocation& invocation)
     }
     if (answer.result == 0)
     {
+        values.print(invocation.output());
         answer.value = values.rows();
         invocation.output().print("Saved " + target + ": " + counted(values.count(saved), "value") + " changed, " +
                                   std::to_string(values.count(same)) + " as stored.");

@@ -178,7 +178,7 @@ private:
         else if (count != m_used.size())
         {
             fail(cell.offset, ErrorValue::ARRAY_RANGE_MISMATCH,
-                 "the row has " + std::to_string(count + 1) + " cells, and the first one has " +
+                 "the row ends with cell " + std::to_string(count + 1) + "; the first row has " +
                      std::to_string(m_used.size() + 1),
                  m_path);
         }

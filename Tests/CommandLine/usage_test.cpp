@@ -22,7 +22,7 @@ TEST(Usage, needs_no_project_and_has_the_same_status_with_json)
         {"ravik --version", {"ravik 1"}},
         {"ravik", {}, {"no command", "ravik help"}, 2},
         {"ravik actvate X", {}, {"unknown command 'actvate'", "'activate'"}, 2},
-        {"ravik ls", {}, {"unknown command 'ls'; 'get'", "'recipes'"}, 2},
+        {"ravik ls", {}, {"unknown command 'ls'; 'list'", "'recipes'"}, 2},
         {"ravik update", {}, {"either recipes, --type TYPE or --all"}, 2},
         {"ravik --jsno get", {}, {"unknown option --jsno", "--json"}, 2},
         {"ravik get --force", {}, {"'get' takes no option --force"}, 2},
