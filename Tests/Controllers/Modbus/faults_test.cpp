@@ -207,12 +207,12 @@ TEST(ModbusFaults, a_late_answer_is_never_taken_for_the_next_one)
 {
     // The answer to the first request comes when the second is there: over its own connection, and where the device
     // mixes them up, over the new one.
-    for (bool const mixed_up : {false, true})
+    for (auto const& [mixed_up, parallel_requests] : {std::pair(false, 1), {true, 1}, {false, 4}, {true, 4}})
     {
         int first_connection = -1;
         Bytes held_back;
         ScriptedDevice device(
-            [&](ScriptedDevice& self, Request const& request)
+            [&, mixed_up = mixed_up](ScriptedDevice& self, Request const& request)
             {
                 auto answer = self.right_answer(request);
                 if (request.address() == 100)
@@ -223,7 +223,7 @@ TEST(ModbusFaults, a_late_answer_is_never_taken_for_the_next_one)
                 ScriptedDevice::send(mixed_up ? request.socket : first_connection, held_back);
                 return answer;
             });
-        Domain domain(device.port(), map({{"timeoutMs", 200}}));
+        Domain domain(device.port(), map({{"timeoutMs", 200}, {"parallelRequests", parallel_requests}}));
         EXPECT_EQ(domain.outcomes(only_100), "TIMEOUT");
         EXPECT_EQ(domain.outcomes({scattered[1]}), mixed_up ? "CONNECTION_LOST" : "200");
         EXPECT_EQ(device.connections(), 2);
@@ -366,6 +366,24 @@ TEST_F(ModbusTwoDomains, the_one_that_answers_is_served_before_the_one_that_does
     EXPECT_EQ(call("ActivateRecipe").name, "SUCCESS");
     EXPECT_EQ(far.holding(300), 7);
     EXPECT_EQ(call("ReadFromTarget").value, recipes_of(recipe));
+}
+
+TEST_F(ModbusTwoDomains, a_symbol_is_read_once_in_a_request)
+{
+    silent = false;
+    std::string const domain(recipe_domain);
+    auto const imported =
+        m_project->import(domain, configuration_of("P { Near2 } | S:P { Near2=7 } U:T { Far2=7 }"), {});
+    ASSERT_TRUE(imported.succeeded()) << imported.text;
+    ASSERT_TRUE(call("ActivateRecipe").succeeded());
+    near.requests();
+    for (int request = 0; request < 2; ++request)
+    {
+        EXPECT_EQ(m_project->call(domain, "GetActiveRecipes", Value()).value.size(), 3U);
+        EXPECT_EQ(near.requests(), "3@100x1 3@200x1 3@300x1") << "each request reads anew";
+    }
+    ASSERT_TRUE(m_project->write_symbol("Near2", 8).commands.at(0).failure.empty());
+    EXPECT_EQ(m_project->call(domain, "GetActiveRecipes", Value()).value.size(), 1U);
 }
 
 } // namespace
