@@ -203,7 +203,7 @@ private:
                 names.push_back(path);
                 return true;
             },
-            true);
+            Folders::Visited);
         return names;
     }
 

@@ -107,7 +107,7 @@ public:
                 add(place, entry, kind, filter.wants(place, kind, tree));
                 return true;
             },
-            true);
+            Folders::Visited);
     }
 
     void print(Output& output) const

@@ -14,6 +14,44 @@ namespace Ravik::CommandLine
 namespace
 {
 
+constexpr char const* introduction = R"(.SH NAME
+ravik \- keeps the recipes of a machine and writes them to its controllers
+.SH SYNOPSIS
+.B ravik
+[\fB\-\-project\fR \fIDIR\fR] [\fB\-\-json\fR] \fICOMMAND\fR \[u2026]
+.SH DESCRIPTION
+A project is a folder with a file ravik.json, which names the extensions and
+symbols, and a store, ravik.db, with recipe types and recipes. Every command
+works on the project in the working directory or in that of \-\-project.
+.SH OPTIONS
+Options stand anywhere on the line; \-\- ends them. Every command takes these:
+)";
+
+constexpr char const* conclusion = R"(.SH EXIT STATUS
+.TP
+0
+done
+.TP
+1
+refused or failed, wholly or partly
+.TP
+2
+wrong usage
+.TP
+3
+the project can\(aqt be opened
+.SH FILES
+.TP
+ravik.json
+the project file, written by a person
+.TP
+ravik.db
+the store
+.SH ENVIRONMENT
+.TP
+NO_COLOR
+where it is set, nothing is printed in colour)";
+
 /// What must not be taken for the formatter's own language, or is not ASCII.
 std::string escaped(std::string_view text)
 {
@@ -103,25 +141,13 @@ std::string section(CommandEntry const& command)
 
 std::string manual()
 {
-    std::string text =
-        ".TH RAVIK 1 \"\" \"ravik " + escaped(RAVIK_VERSION) +
-        "\" \"User Commands\"\n"
-        ".SH NAME\nravik \\- keeps the recipes of a machine and writes them to its controllers\n"
-        ".SH SYNOPSIS\n.B ravik\n[\\fB\\-\\-project\\fR \\fIDIR\\fR] [\\fB\\-\\-json\\fR] "
-        "\\fICOMMAND\\fR \\[u2026]\n"
-        ".SH DESCRIPTION\nA project is a folder with a file ravik.json, which names the extensions and "
-        "symbols, and a store, ravik.db, with recipe types and recipes. Every command works on the "
-        "project in the working directory or in that of \\-\\-project.\n"
-        ".SH OPTIONS\nOptions stand anywhere on the line; \\-\\- ends them. Every command takes these:\n" +
-        options(nullptr) + ".SH COMMANDS\n";
+    auto text = ".TH RAVIK 1 \"\" \"ravik " + escaped(RAVIK_VERSION) + "\" \"User Commands\"\n" + introduction +
+                options(nullptr) + ".SH COMMANDS\n";
     for (auto const& command : all_commands())
     {
         text += section(command);
     }
-    return text + ".SH EXIT STATUS\n.TP\n0\ndone\n.TP\n1\nrefused or failed, wholly or partly\n.TP\n2\nwrong usage\n"
-                  ".TP\n3\nthe project can\\(aqt be opened\n"
-                  ".SH FILES\n.TP\nravik.json\nthe project file, written by a person\n.TP\nravik.db\nthe store\n"
-                  ".SH ENVIRONMENT\n.TP\nNO_COLOR\nwhere it is set, nothing is printed in colour";
+    return text + conclusion;
 }
 
 } // namespace Ravik::CommandLine

@@ -116,14 +116,11 @@ Value TableColumn::value_of(std::string_view cell, Value const& present) const
     }
     if (holds_texts || cell.front() == guard)
     {
-        return Value(cell.starts_with(guard) ? cell.substr(1) : cell);
+        Value text(cell.starts_with(guard) ? cell.substr(1) : cell);
+        return text;
     }
-    // As spreadsheets write them.
-    if (cell == "TRUE" || cell == "FALSE")
-    {
-        return Value(cell == "TRUE");
-    }
-    auto value = Json::parse(cell);
+    // Spreadsheets write these in capitals.
+    auto value = cell == "TRUE" ? Value(true) : cell == "FALSE" ? Value(false) : Json::parse(cell);
     auto const is_whole = value.type() == ValueType::Int || value.type() == ValueType::Int64;
     return is_whole && present.type() == ValueType::Double ? in_place_of(present, value) : value;
 }
