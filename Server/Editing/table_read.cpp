@@ -5,6 +5,7 @@
 
 #include "Configuration/Entry.h"
 #include "Configuration/tree.h"
+#include "Schema/messages.h"
 #include "Json/Json.h"
 #include "Json/unicode.h"
 
@@ -166,25 +167,10 @@ private:
                 read_cell(cell, count);
             }
         }
-        if (is_blank)
+        // Spreadsheets leave rows of empty cells at the end.
+        if (!is_blank && m_table.mistakes.size() == mistakes)
         {
-            // Spreadsheets leave such rows at the end.
-            return;
-        }
-        if (m_path.empty() && m_table.mistakes.size() == mistakes)
-        {
-            fail(start, ErrorValue::REQUIRED_FIELD, "the recipe has no name");
-        }
-        else if (count != m_used.size())
-        {
-            fail(cell.offset, ErrorValue::ARRAY_RANGE_MISMATCH,
-                 "the row ends with cell " + std::to_string(count + 1) + "; the first row has " +
-                     std::to_string(m_used.size() + 1),
-                 m_path);
-        }
-        else if (m_table.mistakes.size() == mistakes)
-        {
-            finish_row();
+            end_row(start, cell.offset, count);
         }
     }
 
@@ -249,8 +235,7 @@ private:
         }
         catch (Json::ParseError const& error)
         {
-            return fail_here(ErrorValue::SYNTAX, '"' + std::string(cell.text.substr(0, longest_shown)) +
-                                                     "\" is not JSON: " + error.what() +
+            return fail_here(ErrorValue::SYNTAX, Schema::quoted(cell.text) + " is not JSON: " + error.what() +
                                                      "; a number has a point, and an apostrophe leads a text");
         }
         if (auto const misfit = check(column, m_values[position]); misfit.result() != ErrorValue::SUCCESS)
@@ -269,7 +254,27 @@ private:
                    : fits;
     }
 
-    void finish_row()
+    /// What is left to do for a row whose cells are right, that many behind the first.
+    void end_row(std::size_t start, std::size_t last_cell, std::size_t count)
+    {
+        if (m_path.empty())
+        {
+            fail(start, ErrorValue::REQUIRED_FIELD, "the recipe has no name");
+        }
+        else if (count != m_used.size())
+        {
+            fail(last_cell, ErrorValue::ARRAY_RANGE_MISMATCH,
+                 "the row ends with cell " + std::to_string(count + 1) + "; the first row has " +
+                     std::to_string(m_used.size() + 1),
+                 m_path);
+        }
+        else
+        {
+            add_recipe();
+        }
+    }
+
+    void add_recipe()
     {
         Value recipe = m_present == nullptr ? m_new_recipe : *m_present;
         auto const values = merged(std::as_const(recipe)[Key::values]);
@@ -315,8 +320,6 @@ private:
         }
         return values.finish();
     }
-
-    static constexpr std::size_t longest_shown = 40;
 
     Inspection const& m_inspection;
     std::string const& m_type;
