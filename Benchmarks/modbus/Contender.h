@@ -50,6 +50,9 @@ public:
 /// one recipe. The project is made in a temporary folder. So many requests may be under way at once.
 std::unique_ptr<Contender> make_ravik(int port, Layout const& layout, int parallel_requests);
 
+/// The same with so many equal recipes: a pass, for which only reading counts, finds out which of them are active.
+std::unique_ptr<Contender> make_active(int port, Layout const& layout, int recipes);
+
 /// A loop around libmodbus with the fewest requests that touch no other registers: FC16 and FC3.
 std::unique_ptr<Contender> make_bare(int port, Layout const& layout);
 

@@ -113,6 +113,7 @@ private:
     std::map<std::string, std::function<std::unique_ptr<Contender>(int, Layout const&)>> const makers = {
         {"ravik", [](int port, Layout const& layout) { return make_ravik(port, layout, 1); }},
         {"ravik-8", [](int port, Layout const& layout) { return make_ravik(port, layout, 8); }},
+        {"active-1000", [](int port, Layout const& layout) { return make_active(port, layout, 1'000); }},
         {"bare", make_bare},
         {"single", make_single}};
     int m_port;

@@ -11,6 +11,8 @@ fastest pass of each counts. The device has a core of its own: sharing one with 
 the time, and which of both it is would be the scheduler's mood. What they write is read back, what they read is compared, and the
 device counts their requests.
 
+Then it counts the requests for finding out which of 1,000 recipes are active.
+
 Then scattered registers over a line of 1 ms latency, with one request and with several under way at once, to that
 device and to one on pymodbus. Prints tables and fails where a mark is missed.
 """
@@ -28,6 +30,7 @@ ADJACENT, SCATTERED = 1, 65
 LAYOUTS = ((1_000, ADJACENT), (10_000, ADJACENT), (1_000, SCATTERED))
 DELAYS_MS = (0, 1)
 OPERATIONS = ("write", "read")
+ACTIVE_LAYOUT = (100, ADJACENT)
 LINE_LAYOUT = (200, SCATTERED)
 LINE_MS = 1
 REGISTERS_PER_REQUEST = {"write": 123, "read": 125}
@@ -43,6 +46,9 @@ MAX_US_PER_SYMBOL = 0.25     # that a recipe of 10,000 takes beyond the bare loo
 MAX_RATIO_TO_SERIAL = 1.0    # of 10,000 as well, without delay
 MAX_RATIO_TO_BARE = 1.3      # of writes, with delay
 MIN_RATIO_TO_SINGLE = 30.0   # of writes
+
+# The mark for finding the active ones among 1,000 recipes of one type.
+MAX_REQUESTS_OF_ACTIVE = 1
 
 # The marks, for a line of 1 ms latency.
 MAX_LINE_RATIO_TO_BARE = 1.05
@@ -204,11 +210,22 @@ def compare_requests_at_once(program, devices):
     return all([judge_line(*result) for result in results])
 
 
+def count_requests_of_active_recipes(program, device):
+    """Finds the active ones among 1,000 recipes on the same registers; answers whether the mark is kept."""
+    bench = Bench([device, "--port", "0", "--count"], program, None, ("active-1000", "bare"), 0)
+    bench.registers("fill", ACTIVE_LAYOUT)
+    passes = bench.passes("active-1000", "read", ACTIVE_LAYOUT, 3)
+    requests = bench.requests_per_pass("active-1000", len(passes))
+    return is_kept(f"active of 1,000 recipes on {ACTIVE_LAYOUT[0]} adjacent registers: requests", requests, "<=",
+                   MAX_REQUESTS_OF_ACTIVE)
+
+
 def main():
     if len(sys.argv) != 5:
         sys.exit(__doc__)
     program, device, script, pymodbus_device = sys.argv[1:]
     kept = compare_recipes(program, device, script)
+    kept &= count_requests_of_active_recipes(program, device)
     # Debian's own interpreter: it is the one that finds Debian's pymodbus.
     kept &= compare_requests_at_once(program, {
         "modbus_device": [device, "--port", "0", "--latency", str(LINE_MS), "--count"],

@@ -39,8 +39,9 @@ std::string project_file(int port, Layout const& layout, int parallel_requests)
            "}}],\n\"symbols\": {" + symbols + "}}";
 }
 
-/// The type "Line" with a member for each register, and the recipe "Product" of it.
-Value recipes(Layout const& layout)
+/// The type "Line" with a member for each register, and the recipe "Product" of it, as well as so many others that are
+/// the same.
+Value recipes(Layout const& layout, int others)
 {
     Value lists(ValueType::Map);
     auto& members = lists["recipeTypeList"]["Line"]["members"];
@@ -57,17 +58,22 @@ Value recipes(Layout const& layout)
         member.insert("enabled", true);
         values.insert(name.c_str(), static_cast<int>(layout.value(index)));
     }
+    Value const product = recipe;
+    for (int number = 0; number < others; ++number)
+    {
+        lists["recipeList"][("Other" + std::to_string(number)).c_str()] = product;
+    }
     return lists;
 }
 
 class RavikContender : public Contender
 {
 public:
-    RavikContender(int port, Layout const& layout, int parallel_requests) : m_count(layout.count)
+    RavikContender(int port, Layout const& layout, int parallel_requests, int others = 0) : m_count(layout.count)
     {
         m_folder.write("ravik.json", project_file(port, layout, parallel_requests));
         m_project = Project::open(m_folder.path());
-        if (auto const report = m_project->import(domain, recipes(layout), {}); !report.succeeded())
+        if (auto const report = m_project->import(domain, recipes(layout, others), {}); !report.succeeded())
         {
             throw std::runtime_error(report.path + ": " + report.text);
         }
@@ -97,6 +103,9 @@ public:
         return read;
     }
 
+protected:
+    Project& project() { return *m_project; }
+
 private:
     Test::TemporaryFolder m_folder;
     std::unique_ptr<Project> m_project;
@@ -105,7 +114,46 @@ private:
     Value m_answer;
 };
 
+/// Finds out which of many recipes are active; all are.
+class ActiveContender : public RavikContender
+{
+public:
+    ActiveContender(int port, Layout const& layout, int recipes)
+        : RavikContender(port, layout, 1, recipes - 1), m_layout(layout), m_recipes(static_cast<std::size_t>(recipes))
+    {
+    }
+
+    void pass(Operation /*operation*/) override
+    {
+        auto const outcome = project().call(domain, "GetActiveRecipes", Value());
+        if (!outcome.succeeded() || outcome.value.size() != m_recipes)
+        {
+            throw std::runtime_error("GetActiveRecipes: " + outcome.name + ' ' + outcome.text);
+        }
+    }
+
+    /// What stands in recipes that are active was read.
+    std::vector<std::uint16_t> values_read() const override
+    {
+        std::vector<std::uint16_t> values;
+        for (std::size_t index = 0; index < m_layout.count; ++index)
+        {
+            values.push_back(m_layout.value(index));
+        }
+        return values;
+    }
+
+private:
+    Layout m_layout;
+    std::size_t m_recipes;
+};
+
 } // namespace
+
+std::unique_ptr<Contender> make_active(int port, Layout const& layout, int recipes)
+{
+    return std::make_unique<ActiveContender>(port, layout, recipes);
+}
 
 std::unique_ptr<Contender> make_ravik(int port, Layout const& layout, int parallel_requests)
 {
