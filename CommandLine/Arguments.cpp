@@ -14,7 +14,7 @@ namespace Ravik::CommandLine
 namespace
 {
 
-constexpr std::array<OptionEntry, 12> option_table{{
+constexpr std::array<OptionEntry, 17> option_table{{
     {Option::project, "--project", "DIR", "the project's folder; the working directory where it is not given",
      TakenBy::every_command},
     {Option::domain, "--domain", "NAME", "the domain to work on; RavikRecipeManagement where it is not given",
@@ -29,6 +29,11 @@ constexpr std::array<OptionEntry, 12> option_table{{
     {Option::type, "--type", "TYPE", "all recipes of a recipe type, and of those that inherit from it",
      TakenBy::some_commands},
     {Option::all, "--all", "", "all recipes", TakenBy::some_commands},
+    {Option::match, "--match", "TEXT", "only what has the text in its name", TakenBy::some_commands},
+    {Option::as, "--as", "NEW", "the name of a new recipe", TakenBy::some_commands},
+    {Option::csv, "--csv", "TYPE", "the recipes of a recipe type as a table", TakenBy::some_commands},
+    {Option::excel, "--excel", "", "a table with semicolons and a byte order mark", TakenBy::some_commands},
+    {Option::man, "--man", "", "with 'help': print the manual page", TakenBy::some_commands},
     {Option::json, "--json", "", R"(print one JSON object: {"result", "name", "text", "value"})",
      TakenBy::every_command},
     {Option::help, "--help", "", "print the help of a command", TakenBy::every_command},

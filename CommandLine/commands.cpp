@@ -11,7 +11,7 @@ namespace
 
 constexpr auto any_number = std::numeric_limits<std::size_t>::max();
 
-constexpr std::array<CommandEntry, 21> command_table{{
+constexpr std::array<CommandEntry, 25> command_table{{
     {.name = "init",
      .operands = "[DIR]",
      .least = 0,
@@ -114,6 +114,45 @@ Examples:
 )",
      .options = {Option::type, Option::all},
      .run = update},
+    {.name = "list",
+     .operands = "[PATH]",
+     .least = 0,
+     .most = 1,
+     .summary = "List folders, recipe types and recipes as a tree",
+     .description = R"(
+With a full PATH what stands at and below it. A folder tells how many entries it
+holds, a recipe type how many recipes are of exactly this type. --type narrows the
+list down to a recipe type, those that inherit from it, and their recipes; --match to
+what has TEXT in its name or its folders' names, whatever the case. With --json the
+value is {"rows": [{"path", "kind", "type", "count"}], "counts": {"recipeTypes",
+"recipes"}}.
+
+Examples:
+  ravik list
+  ravik list recipeList::Products
+  ravik list --type Dough --match rye
+)",
+     .options = {Option::type, Option::match},
+     .run = list},
+    {.name = "save",
+     .operands = "RECIPE",
+     .least = 1,
+     .most = 1,
+     .summary = "Store the values of the controllers into a recipe",
+     .description = R"(
+Reads the symbols of the recipe and stores what stands there in the place of the
+recipe's values; a value that agrees keeps its digits, and nested recipes stay as they
+are. Where one symbol can't be read nothing is saved. --as makes a new recipe of the
+same type instead; one that exists is replaced with --force only. With --json the
+value is {"counts": {"saved", "same"}, "rows": [{"symbol", "domain", "member",
+"stored", "live", "state", "text"}]}.
+
+Examples:
+  ravik save Bread
+  ravik save Bread --as 'Shift 1::Bread'
+)",
+     .options = {Option::as, Option::force},
+     .run = save},
     {.name = "call",
      .operands = "FUNCTION [JSON]",
      .least = 1,
@@ -155,13 +194,17 @@ FILE, or standard input for "-", holds an object with "recipeTypeList" and
 "recipeList". Folders are merged, an entry replaces the one of its name. One
 entry that is refused refuses the whole file; --dry-run tells of every one.
 With --replace the file becomes the whole configuration.
+With --csv FILE is a table as 'export --csv' writes it. New recipes are made; a recipe
+keeps the values of columns that are missing, and loses those of empty cells. Mistakes
+are named by line and column.
 
 Examples:
   ravik import recipes.json
   ravik import --dry-run recipes.json
   ravik --project old export - | ravik --project new import -
+  ravik import --csv Dough doughs.csv
 )",
-     .options = {Option::domain, Option::dry_run, Option::replace},
+     .options = {Option::domain, Option::dry_run, Option::replace, Option::csv},
      .run = import},
     {.name = "export",
      .operands = "[FILE]",
@@ -171,12 +214,15 @@ Examples:
      .description = R"(
 Writes what 'import' reads into FILE, or to standard output without one and for
 "-". An existing file is replaced with --force only.
+With --csv the recipes of TYPE are written as a table: a row for each recipe, a column
+for each member. --excel writes semicolons and a byte order mark.
 
 Examples:
   ravik export
   ravik export --force backup.json
+  ravik export --csv Dough --excel doughs.csv
 )",
-     .options = {Option::domain, Option::force},
+     .options = {Option::domain, Option::force, Option::csv, Option::excel},
      .run = export_lists},
     {.name = "set",
      .operands = "PATH JSON",
@@ -225,6 +271,21 @@ Examples:
 )",
      .options = {Option::domain, Option::dry_run},
      .run = rename},
+    {.name = "copy",
+     .operands = "PATH NEW_PATH",
+     .least = 2,
+     .most = 2,
+     .summary = "Copy a recipe or a recipe type",
+     .description = R"(
+Both paths are full paths in the same list; folders that are missing are made. What
+stands at NEW_PATH is never replaced.
+
+Examples:
+  ravik copy recipeList::Bread recipeList::Rye
+  ravik copy recipeTypeList::Dough recipeTypeList::Doughs::Rye
+)",
+     .options = {Option::domain},
+     .run = copy},
     {.name = "check",
      .operands = "",
      .least = 0,
@@ -347,6 +408,22 @@ Examples:
 )",
      .options = {},
      .run = store_repair},
+    {.name = "completion",
+     .operands = "bash|zsh [LINE]",
+     .least = 1,
+     .most = 2,
+     .summary = "Print a script that completes command lines",
+     .description = R"(
+The script completes commands, options, and the project's own names: recipes, recipe
+types, paths and symbols. With LINE, a command line as far as it is written, it prints
+what may come next, a line each; so the script asks.
+
+Examples:
+  source <(ravik completion bash)
+  ravik completion zsh >~/.zfunc/_ravik
+)",
+     .options = {},
+     .run = completion},
 }};
 
 } // namespace

@@ -19,6 +19,10 @@ Answer active(Invocation& invocation);
 Answer recipes(Invocation& invocation);
 /// update RECIPE…, update --type TYPE, update --all
 Answer update(Invocation& invocation);
+/// list [PATH]
+Answer list(Invocation& invocation);
+/// save RECIPE
+Answer save(Invocation& invocation);
 /// call FUNCTION [JSON]
 Answer call(Invocation& invocation);
 /// get [PATH]
@@ -33,6 +37,8 @@ Answer set(Invocation& invocation);
 Answer remove(Invocation& invocation);
 /// rename PATH NEW_PATH
 Answer rename(Invocation& invocation);
+/// copy PATH NEW_PATH
+Answer copy(Invocation& invocation);
 /// check
 Answer check(Invocation& invocation);
 /// symbols
@@ -49,5 +55,7 @@ Answer store_backup(Invocation& invocation);
 Answer store_restore(Invocation& invocation);
 /// store repair
 Answer store_repair(Invocation& invocation);
+/// completion bash|zsh [LINE]
+Answer completion(Invocation& invocation);
 
 } // namespace Ravik::CommandLine

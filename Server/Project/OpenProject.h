@@ -41,6 +41,10 @@ public:
     EditReport rename(std::string const& domain, std::string const& path, std::string const& new_path,
                       MoveOptions const& options) override;
     EditReport import(std::string const& domain, RavikSrv::Value const& data, ImportOptions const& options) override;
+    ConfigurationOutcome export_table(std::string const& domain, std::string const& type,
+                                      TableText::Form const& form) const override;
+    EditReport import_table(std::string const& domain, std::string const& type, std::string_view text,
+                            ImportOptions const& options) override;
     std::vector<Finding> check(std::string const& domain) const override;
 
     ConfigurationOutcome backup(std::filesystem::path const& file, bool replace) override;
@@ -59,10 +63,13 @@ private:
     std::string execute_function(RavikSrv::Context const& context, RavikSrv::CommandGroup& group,
                                  RavikSrv::ErrorValue& error);
     ConfigurationOutcome unknown_domain(std::string const& domain) const;
+    Inspection inspection(std::string const& domain) const;
+    ConfigurationOutcome check_table(std::string const& domain, std::string const& type) const;
     ExecutedGroup execute_symbols(RavikSrv::CommandGroup& group);
 
     SymbolTable m_symbols;
-    Validator m_validator;
+    /// What it has compiled is no state that anybody sees.
+    mutable Validator m_validator;
     std::map<std::string, EntrySchemas> m_schemas;
     Core m_core;
     Editor m_editor;

@@ -5,6 +5,7 @@
 #include "Editing/EditOptions.h"
 #include "Editing/Refusal.h"
 #include "Editing/findings.h"
+#include "Editing/table_text.h"
 #include "Execution/ExecutionRecord.h"
 #include "Project/ProjectFile.h"
 
@@ -61,6 +62,8 @@ struct [[nodiscard]] EditReport : ConfigurationOutcome
     std::vector<Finding> warnings;
     /// Every refused entry of an import that only checks.
     std::vector<Refusal> refused;
+    /// Of the import of a table that failed: where in its text, where that is known.
+    Json::Location place;
 };
 
 /// A symbol as the project file maps it.
@@ -127,6 +130,13 @@ public:
     virtual EditReport rename(std::string const& domain, std::string const& path, std::string const& new_path,
                               MoveOptions const& options) = 0;
     virtual EditReport import(std::string const& domain, RavikSrv::Value const& data, ImportOptions const& options) = 0;
+
+    /// Writes the recipes of a type as a table, see `write_table`. The value is its text.
+    virtual ConfigurationOutcome export_table(std::string const& domain, std::string const& type,
+                                              TableText::Form const& form) const = 0;
+    /// Imports the recipes of a table, see `read_table`. The value tells how many are new, changed and the same.
+    virtual EditReport import_table(std::string const& domain, std::string const& type, std::string_view text,
+                                    ImportOptions const& options) = 0;
 
     /// What is wrong in the domain's configuration as it stands, see `Finding`.
     virtual std::vector<Finding> check(std::string const& domain) const = 0;
