@@ -11,7 +11,7 @@ namespace
 
 constexpr auto any_number = std::numeric_limits<std::size_t>::max();
 
-constexpr std::array<CommandEntry, 25> command_table{{
+constexpr std::array<CommandEntry, 28> command_table{{
     {.name = "init",
      .operands = "[DIR]",
      .least = 0,
@@ -112,7 +112,7 @@ Examples:
   ravik update --type Dough
   ravik update --all
 )",
-     .options = {Option::type, Option::all},
+     .options = {Option::type, Option::all, Option::note},
      .run = update},
     {.name = "list",
      .operands = "[PATH]",
@@ -151,7 +151,7 @@ Examples:
   ravik save Bread
   ravik save Bread --as 'Shift 1::Bread'
 )",
-     .options = {Option::as, Option::force},
+     .options = {Option::as, Option::force, Option::note},
      .run = save},
     {.name = "call",
      .operands = "FUNCTION [JSON]",
@@ -204,7 +204,7 @@ Examples:
   ravik --project old export - | ravik --project new import -
   ravik import --csv Dough doughs.csv
 )",
-     .options = {Option::domain, Option::dry_run, Option::replace, Option::csv},
+     .options = {Option::domain, Option::dry_run, Option::replace, Option::csv, Option::note},
      .run = import},
     {.name = "export",
      .operands = "[FILE]",
@@ -238,7 +238,7 @@ Examples:
   ravik set recipeList::Bread::values::Speed 130.0
   ravik set 'recipeList::Shift 1' '{}'
 )",
-     .options = {Option::domain},
+     .options = {Option::domain, Option::note},
      .run = set},
     {.name = "delete",
      .operands = "PATH",
@@ -254,7 +254,7 @@ Examples:
   ravik delete --dry-run recipeTypeList::Dough
   ravik delete recipeList::Pizza
 )",
-     .options = {Option::domain, Option::dry_run},
+     .options = {Option::domain, Option::dry_run, Option::note},
      .run = remove},
     {.name = "rename",
      .operands = "PATH NEW_PATH",
@@ -269,7 +269,7 @@ Examples:
   ravik rename recipeTypeList::Dough recipeTypeList::Doughs::Wheat
   ravik rename recipeTypeList::Dough::members::Speed recipeTypeList::Dough::members::Pace
 )",
-     .options = {Option::domain, Option::dry_run},
+     .options = {Option::domain, Option::dry_run, Option::note},
      .run = rename},
     {.name = "copy",
      .operands = "PATH NEW_PATH",
@@ -284,8 +284,61 @@ Examples:
   ravik copy recipeList::Bread recipeList::Rye
   ravik copy recipeTypeList::Dough recipeTypeList::Doughs::Rye
 )",
-     .options = {Option::domain},
+     .options = {Option::domain, Option::note},
      .run = copy},
+    {.name = "history",
+     .operands = "",
+     .least = 0,
+     .most = 0,
+     .summary = "List what was done, by whom and when",
+     .description = R"(
+Every edit, update and revert is a record of the store: its number, the time in
+UTC, the account, what was asked, how it ended, and the text of --note. The newest
+stand first. "history" in ravik.json says how many are kept. With --json the value
+is {"counts": {…}, "rows": [{"id", "time", "who", "action", "asked", "outcome",
+"text", "note"}]}.
+
+Examples:
+  ravik history
+  ravik history --recipe 'Shift 1::Bread' --limit 5
+  ravik history --since '2 days' --who anna
+)",
+     .options = {Option::recipe, Option::who, Option::since, Option::limit},
+     .run = history},
+    {.name = "history show",
+     .operands = "ID",
+     .least = 1,
+     .most = 1,
+     .summary = "Show a record of the history with all that it changed",
+     .description = R"(
+ID is the number of the record. Of an edit each place that changed is shown with
+what stood there before and after. With --json the value is the record with its
+"body": {"places": [{"domain", "path", "before", "after"}]}, where nothing stood or
+stands without the one or the other.
+
+Examples:
+  ravik history show 17
+)",
+     .options = {},
+     .run = history_show},
+    {.name = "revert",
+     .operands = "ID",
+     .least = 1,
+     .most = 1,
+     .summary = "Take back what a record of the history tells",
+     .description = R"(
+ID is the number of the record. Each place that an edit changed gets back what stood
+there; the order of entries is not restored. Where a place has changed since, or
+another entry would be wrong afterwards, nothing is taken back and all of these
+places are named. A revert is an edit of its own, with a record, and can be taken
+back too. --dry-run shows what would change.
+
+Examples:
+  ravik revert --dry-run 17
+  ravik revert 17 --note 'wrong file'
+)",
+     .options = {Option::dry_run, Option::force, Option::note},
+     .run = revert},
     {.name = "check",
      .operands = "",
      .least = 0,

@@ -39,6 +39,12 @@ Answer remove(Invocation& invocation);
 Answer rename(Invocation& invocation);
 /// copy PATH NEW_PATH
 Answer copy(Invocation& invocation);
+/// history
+Answer history(Invocation& invocation);
+/// history show ID
+Answer history_show(Invocation& invocation);
+/// revert ID
+Answer revert(Invocation& invocation);
 /// check
 Answer check(Invocation& invocation);
 /// symbols

@@ -57,8 +57,9 @@ class Reading
 {
 public:
     Reading(sqlite3* database, std::filesystem::path const& file, std::int64_t version, OnFault const& on_fault,
-            OnRow const& on_row)
-        : m_database(database), m_file(file), m_version(version), m_on_fault(on_fault), m_on_row(on_row)
+            OnRow const& on_row, OnRecord const& on_record)
+        : m_database(database), m_file(file), m_version(version), m_on_fault(on_fault), m_on_row(on_row),
+          m_on_record(on_record)
     {
     }
 
@@ -66,6 +67,7 @@ public:
     {
         guarded([this] { check_tables(); });
         guarded([this] { read_rows(); });
+        guarded([this] { read_records(); });
         guarded([this] { check_pages(); });
         guarded([this] { check_sum(); });
         build_trees();
@@ -107,7 +109,10 @@ private:
     std::vector<std::int64_t> ranks_in_index() const;
     void read_row(RowReader const& reader);
     void keep(Row const& row);
+    void read_records();
+    void read_record(RecordReader const& reader);
     void check_sum();
+    void check_records(RecordSum const& sum) const;
     void build_trees();
 
     sqlite3* m_database;
@@ -115,6 +120,7 @@ private:
     std::int64_t m_version;
     OnFault const& m_on_fault;
     OnRow const& m_on_row;
+    OnRecord const& m_on_record;
     Content m_content;
     Sum m_counted;
     /// The names of all rows, also of those that are damaged.
@@ -301,6 +307,50 @@ void Reading::keep(Row const& row)
     }
 }
 
+/// Behind a page that can't be read: the records from the end backwards to the next such page.
+void Reading::read_records()
+{
+    if (m_version == without_checksums || m_version == without_history)
+    {
+        return;
+    }
+    std::int64_t last = 0;
+    auto const forward = [&](std::string const& which)
+    {
+        RecordReader reader(m_database, which);
+        while (reader.step())
+        {
+            last = reader.id();
+            read_record(reader);
+        }
+    };
+    try
+    {
+        forward("ORDER BY id");
+    }
+    catch (Sqlite::Error const& error)
+    {
+        m_on_fault(damage(error));
+        as_far_as_possible([&] { forward("WHERE id > " + std::to_string(last) + " ORDER BY id DESC"); });
+    }
+}
+
+void Reading::read_record(RecordReader const& reader)
+{
+    auto record = reader.record();
+    if (!record)
+    {
+        m_on_fault("the record " + std::to_string(reader.id()) +
+                   " of the history is damaged: its checksum does not fit");
+        return;
+    }
+    m_counted.history.add(checksum(*record), bytes_of(*record));
+    if (m_on_record)
+    {
+        m_on_record(std::move(*record));
+    }
+}
+
 void Reading::check_sum()
 {
     if (m_version == without_checksums)
@@ -321,6 +371,21 @@ void Reading::check_sum()
     else if (sum->rows != m_counted.rows || sum->total != m_counted.total)
     {
         m_on_fault("its rows do not add up: there are some of another state among them");
+    }
+    check_records(sum->history);
+}
+
+void Reading::check_records(RecordSum const& sum) const
+{
+    auto const& counted = m_counted.history;
+    if (sum.records > counted.records)
+    {
+        m_on_fault(std::to_string(sum.records - counted.records) + " of " + std::to_string(sum.records) +
+                   " records of the history are lost");
+    }
+    else if (sum.records != counted.records || sum.total != counted.total)
+    {
+        m_on_fault("the records of its history do not add up: there are some of another state among them");
     }
 }
 
@@ -351,10 +416,10 @@ std::string name_of(Row const& row)
 }
 
 Content read(sqlite3* database, std::filesystem::path const& file, std::int64_t version, OnFault const& on_fault,
-             OnRow const& on_row)
+             OnRow const& on_row, OnRecord const& on_record)
 {
     Sqlite::MappedReading const mapped(database);
-    return Reading(database, file, version, on_fault, on_row).read();
+    return Reading(database, file, version, on_fault, on_row, on_record).read();
 }
 
 } // namespace Ravik::StoreFormat

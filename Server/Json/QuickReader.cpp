@@ -312,7 +312,7 @@ bool QuickReader::read_object(Place& place, Values& to)
         auto entry = std::as_const(expected->map).begin();
         for (std::size_t count = 0; count < values.size(); ++count, ++entry)
         {
-            m_names.emplace_back(entry.key()->text);
+            m_names.emplace_back(entry.key()->name());
         }
     }
     return read_entries(values) && make_map(place, first_name, values, to);

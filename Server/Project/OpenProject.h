@@ -3,6 +3,7 @@
 #include "Editing/Editor.h"
 #include "Editing/EntrySchemas.h"
 #include "Execution/Core.h"
+#include "History/History.h"
 #include "Project/Project.h"
 #include "Project/ProjectFile.h"
 #include "Project/RegularFile.h"
@@ -31,12 +32,14 @@ public:
     RavikSrv::Session begin_request() override { return m_core.executor.recorder().new_session(); }
     using Project::call;
     FunctionOutcome call(RavikSrv::Session request, std::string const& domain, std::string const& function,
-                         RavikSrv::Value const& parameters) override;
+                         RavikSrv::Value const& parameters, Origin const& origin) override;
     std::vector<std::string> functions(std::string const& domain) const override;
     std::vector<std::string> domains() const override { return m_core.extensions.domains(); }
 
     ConfigurationOutcome get(std::string const& domain, std::string const& path) const override;
-    EditReport set(std::string const& domain, std::string const& path, RavikSrv::Value const& value) override;
+    using Project::set;
+    EditReport set(std::string const& domain, std::string const& path, RavikSrv::Value const& value,
+                   Origin const& origin) override;
     EditReport remove(std::string const& domain, std::string const& path, MoveOptions const& options) override;
     EditReport rename(std::string const& domain, std::string const& path, std::string const& new_path,
                       MoveOptions const& options) override;
@@ -45,6 +48,9 @@ public:
                                       TableText::Form const& form) const override;
     EditReport import_table(std::string const& domain, std::string const& type, std::string_view text,
                             ImportOptions const& options) override;
+    HistoryOutcome history(HistoryFilter const& filter) const override;
+    HistoryOutcome history_record(std::int64_t id) const override;
+    EditReport revert(std::int64_t id, RevertOptions const& options) override;
     std::vector<Finding> check(std::string const& domain) const override;
 
     ConfigurationOutcome backup(std::filesystem::path const& file, bool replace) override;
@@ -60,8 +66,9 @@ private:
     void check_schemas(ProjectFile const& file) const;
     void add_extensions(ProjectFile const& file, Libraries const& libraries);
     void start_extensions(ProjectFile const& file);
-    std::string execute_function(RavikSrv::Context const& context, RavikSrv::CommandGroup& group,
+    std::string execute_function(RavikSrv::Context const& context, RavikSrv::CommandGroup& group, Origin const& origin,
                                  RavikSrv::ErrorValue& error);
+    EditReport revert_activation(HistoryRecord const& record, RevertOptions const& options);
     ConfigurationOutcome unknown_domain(std::string const& domain) const;
     Inspection inspection(std::string const& domain) const;
     ConfigurationOutcome check_table(std::string const& domain, std::string const& type) const;
@@ -72,6 +79,7 @@ private:
     mutable Validator m_validator;
     std::map<std::string, EntrySchemas> m_schemas;
     Core m_core;
+    History m_history;
     Editor m_editor;
     std::vector<std::string> m_warnings;
 };

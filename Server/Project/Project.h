@@ -7,11 +7,14 @@
 #include "Editing/findings.h"
 #include "Editing/table_text.h"
 #include "Execution/ExecutionRecord.h"
+#include "History/HistoryRecord.h"
+#include "History/Origin.h"
 #include "Project/ProjectFile.h"
 
 #include "RavikSrvExtApi.h"
 
 #include <chrono>
+#include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -60,10 +63,16 @@ struct [[nodiscard]] EditReport : ConfigurationOutcome
     std::vector<Touched> cascade;
     /// Stored values that an edit of recipe types has made wrong.
     std::vector<Finding> warnings;
-    /// Every refused entry of an import that only checks.
+    /// Every refused entry of an import that only checks, every place at fault of a revert.
     std::vector<Refusal> refused;
     /// Of the import of a table that failed: where in its text, where that is known.
     Json::Location place;
+};
+
+/// Records of the history, or why they can't be had.
+struct [[nodiscard]] HistoryOutcome : ConfigurationOutcome
+{
+    std::vector<HistoryRecord> records;
 };
 
 /// A symbol as the project file maps it.
@@ -86,6 +95,8 @@ struct OpenOptions
     std::chrono::seconds wait{0};
     /// Open it also where somebody else could change it; see `Ownership`.
     bool trust = false;
+    /// Keep records of what is done. Without it the history has a gap, which only measuring its cost is worth.
+    bool history = true;
 };
 
 /// An opened project: its configuration, its extensions and the way to the controllers. All operations are thread-safe
@@ -115,8 +126,14 @@ public:
         return call(begin_request(), domain, function, parameters);
     }
     /// The same as one of the calls of a request, which are made one after another.
+    FunctionOutcome call(RavikSrv::Session request, std::string const& domain, std::string const& function,
+                         RavikSrv::Value const& parameters)
+    {
+        return call(request, domain, function, parameters, {});
+    }
+    /// The same; where the function writes configuration, the history tells who asked.
     virtual FunctionOutcome call(RavikSrv::Session request, std::string const& domain, std::string const& function,
-                                 RavikSrv::Value const& parameters) = 0;
+                                 RavikSrv::Value const& parameters, Origin const& origin) = 0;
     /// The functions that the domain's extension names, empty for an unknown domain.
     virtual std::vector<std::string> functions(std::string const& domain) const = 0;
     /// The domains of all extensions, in the order of the project file.
@@ -125,7 +142,12 @@ public:
     /// Reads the entry at `path` of the domain's configuration; the empty path gives the whole.
     virtual ConfigurationOutcome get(std::string const& domain, std::string const& path) const = 0;
     // Edits; see `Editor`.
-    virtual EditReport set(std::string const& domain, std::string const& path, RavikSrv::Value const& value) = 0;
+    EditReport set(std::string const& domain, std::string const& path, RavikSrv::Value const& value)
+    {
+        return set(domain, path, value, {});
+    }
+    virtual EditReport set(std::string const& domain, std::string const& path, RavikSrv::Value const& value,
+                           Origin const& origin) = 0;
     virtual EditReport remove(std::string const& domain, std::string const& path, MoveOptions const& options) = 0;
     virtual EditReport rename(std::string const& domain, std::string const& path, std::string const& new_path,
                               MoveOptions const& options) = 0;
@@ -137,6 +159,12 @@ public:
     /// Imports the recipes of a table, see `read_table`. The value tells how many are new, changed and the same.
     virtual EditReport import_table(std::string const& domain, std::string const& type, std::string_view text,
                                     ImportOptions const& options) = 0;
+    /// The records of what clients did, the newest first, without their bodies.
+    virtual HistoryOutcome history(HistoryFilter const& filter) const = 0;
+    /// The record of that number with its body; `ENTRY_NOT_FOUND` where there is none.
+    virtual HistoryOutcome history_record(std::int64_t id) const = 0;
+    /// Takes back what the record tells, see `Editor::revert`; `ENTRY_NOT_FOUND` where there is none.
+    virtual EditReport revert(std::int64_t id, RevertOptions const& options) = 0;
 
     /// What is wrong in the domain's configuration as it stands, see `Finding`.
     virtual std::vector<Finding> check(std::string const& domain) const = 0;

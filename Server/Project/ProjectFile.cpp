@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <initializer_list>
+#include <optional>
 #include <set>
 #include <utility>
 
@@ -51,7 +52,8 @@ struct Field
 };
 
 constexpr std::initializer_list<Field> project_fields = {
-    {"$schema", &text, false}, {"extensions", &list, true}, {"symbols", &object, false}};
+    {"$schema", &text, false}, {"extensions", &list, true}, {"symbols", &object, false}, {"history", &object, false}};
+constexpr std::initializer_list<Field> history_fields = {{"keep", &text, false}, {"size", &text, false}};
 constexpr std::initializer_list<Field> extension_fields = {
     {"domain", &text, true}, {"library", &text, true}, {"configuration", &object, false}};
 constexpr std::initializer_list<Field> symbol_fields = {{Key::domain, &text, true},
@@ -114,6 +116,7 @@ public:
         {
             check_symbol(symbol.name(), *symbol);
         }
+        project.history = check_history(root["history"]);
         return project;
     }
 
@@ -226,6 +229,34 @@ private:
                      (known.empty() ? "" : " or an extension's domain (" + known + ")") + ", found " +
                      in_quotes(domain));
         }
+    }
+
+    HistoryBounds check_history(Value const& value) const
+    {
+        HistoryBounds bounds;
+        if (!value.isset())
+        {
+            return bounds;
+        }
+        check_object({"history"}, "the history", value, history_fields);
+        bounds.keep = check_quantity("keep", value, read_span, "a span of time such as \"90 days\"", bounds.keep);
+        bounds.size = check_quantity("size", value, read_size, "a size such as \"256 MiB\"", bounds.size);
+        return bounds;
+    }
+
+    /// What a key of the history's says, or `otherwise` where it is not there.
+    template <typename Quantity>
+    Quantity check_quantity(char const* key, Value const& history,
+                            std::optional<Quantity> (*read)(std::string const& text), char const* expected,
+                            Quantity otherwise) const
+    {
+        auto const& value = history[key];
+        auto const quantity = value.isset() ? read(value.get_string()) : std::optional(otherwise);
+        if (!quantity)
+        {
+            fail({"history"}, key, "expected " + in_quotes(key) + " to be " + expected + ", found " + found(value));
+        }
+        return *quantity;
     }
 
     std::filesystem::path const& m_file;

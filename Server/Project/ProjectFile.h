@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Configuration/ProjectError.h"
+#include "History/quantities.h"
 #include "Project/RegularFile.h"
 #include "Json/Document.h"
 
@@ -33,6 +34,7 @@ struct ProjectFile
     /// server's own. The other keys, where they stand, have their type: "MAPPING" a text, "USEMAPPING" a bool, "SCHEMA"
     /// a map or bool.
     RavikSrv::Value symbols;
+    HistoryBounds history;
 
     std::filesystem::path path;
     /// What the file says, for messages about it.
@@ -45,7 +47,8 @@ struct ProjectFile
 
 /// Reads and checks a project file. Throws `ProjectError` for the first fault that it meets: a file that can't be read,
 /// broken JSON, a key that is unknown, missing or of the wrong type, a name that cannot be addressed, a domain that
-/// stands twice or a symbol of no domain. "$schema", which tells editors how the file is made up, says nothing here.
+/// stands twice, a symbol of no domain, or a bound of the history that is none. "$schema", which tells editors how the
+/// file is made up, says nothing here.
 ProjectFile read_project_file(RegularFile const& file);
 
 } // namespace Ravik
