@@ -32,7 +32,8 @@ struct Container : Counted
     Container& operator=(Container const&) = delete;
     ~Container() { std::destroy_at(&keys); }
 
-    // Containers that are about to be destroyed stand in a list, so that destruction needs neither recursion nor memory.
+    // Containers that are about to be destroyed stand in a list, so that destruction needs neither recursion nor
+    // memory.
 
     /// Puts this one in front of `next`, in exchange for its keys.
     void link(Container* next) noexcept
