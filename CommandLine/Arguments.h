@@ -18,6 +18,8 @@ enum class Option
     trust,
     force,
     dry_run,
+    no_verify,
+    note,
     replace,
     type,
     all,
