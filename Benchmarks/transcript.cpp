@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <iostream>
 #include <random>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -210,16 +211,22 @@ void print_configuration(unsigned seed)
 } // namespace
 
 int main(int count, char** arguments)
+try
 {
     if (count < 2)
     {
-        std::cerr << "usage: benchmark_transcript CONFIGURATIONS [SEED]\n";
-        return EXIT_FAILURE;
+        throw std::invalid_argument("usage: benchmark_transcript CONFIGURATIONS [SEED]");
     }
-    auto const first = count > 2 ? std::atoi(arguments[2]) : 1;
-    for (int number = 0; number < std::atoi(arguments[1]); ++number)
+    auto const configurations = std::stoul(arguments[1]);
+    auto const first = count > 2 ? std::stoul(arguments[2]) : 1;
+    for (auto number = first; number < first + configurations; ++number)
     {
-        print_configuration(static_cast<unsigned>(first + number));
+        print_configuration(static_cast<unsigned>(number));
     }
     return EXIT_SUCCESS;
+}
+catch (std::exception const& error)
+{
+    std::cerr << error.what() << '\n';
+    return EXIT_FAILURE;
 }

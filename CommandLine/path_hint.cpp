@@ -60,7 +60,7 @@ std::vector<std::string> paths_below(std::string const& list, Value const& tree)
             paths.push_back(path);
             return true;
         },
-        true);
+        Folders::Visited);
     return paths;
 }
 

@@ -1,5 +1,6 @@
 // A Modbus TCP device to try things on: its coils, inputs and registers are kept in memory, 65536 of each, and start as
-// 0. It serves any number of connections, one request after the other, until it is ended by a signal.
+// 0. It serves any number of connections, one request after the other, until it is ended by a signal. Its answers may
+// take their time on the line.
 
 #include <algorithm>
 #include <array>
@@ -9,13 +10,15 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
+#include <deque>
 #include <exception>
 #include <iostream>
 #include <memory>
 #include <stdexcept>
 #include <string>
 #include <string_view>
-#include <thread>
+#include <utility>
 #include <vector>
 
 #include <modbus/modbus.h>
@@ -28,10 +31,11 @@
 namespace
 {
 
-constexpr auto usage = R"(usage: modbus_device [--port PORT] [--delay MS] [--refuse FIRST-LAST] [--count]
+constexpr auto usage = R"(usage: modbus_device [--port PORT] [--delay MS] [--latency MS] [--refuse FIRST-LAST] [--count]
 
   --port PORT           where it listens on 127.0.0.1; 0, the default, is a free port
-  --delay MS            how long it takes to carry out a request
+  --delay MS            how long it takes to carry out a request, while others wait
+  --latency MS          how long an answer takes on the line, where several may be at once
   --refuse FIRST-LAST   addresses, in all tables, that it answers with the exception "illegal data address"
   --count               whenever a connection ends, print how many requests came over it
 
@@ -44,6 +48,7 @@ struct Options
 {
     int port = 0;
     std::chrono::milliseconds delay{0};
+    std::chrono::milliseconds latency{0};
     /// An empty range by default.
     int first_refused = table_size;
     int last_refused = -1;
@@ -87,6 +92,10 @@ Options options_of(std::vector<std::string_view> const& arguments)
         {
             options.delay = std::chrono::milliseconds(number(value, longest_delay));
         }
+        else if (option == "--latency")
+        {
+            options.latency = std::chrono::milliseconds(number(value, longest_delay));
+        }
         else if (option == "--refuse")
         {
             auto const hyphen = std::min(value.find('-'), value.size());
@@ -111,6 +120,16 @@ struct Deleter
     void operator()(modbus_mapping_t* tables) const { modbus_mapping_free(tables); }
 };
 
+using Clock = std::chrono::steady_clock;
+
+/// An answer on the line.
+struct Answer
+{
+    Clock::time_point due;
+    int socket;
+    std::vector<std::uint8_t> bytes;
+};
+
 class Device
 {
 public:
@@ -118,6 +137,10 @@ public:
         : m_options(options), m_device(modbus_new_tcp("127.0.0.1", options.port)),
           m_tables(modbus_mapping_new(table_size, table_size, table_size, table_size))
     {
+        if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, m_line.data()) != 0)
+        {
+            throw std::runtime_error("no line for the answers");
+        }
         constexpr int waiting_connections = 16;
         m_sockets.push_back(
             {m_device == nullptr ? -1 : modbus_tcp_listen(m_device.get(), waiting_connections), POLLIN, 0});
@@ -133,6 +156,7 @@ public:
         {
             close(socket.fd);
         }
+        std::for_each(m_line.begin(), m_line.end(), close);
     }
     Device(Device const&) = delete;
     Device& operator=(Device const&) = delete;
@@ -147,8 +171,9 @@ public:
 
     void serve()
     {
-        while (poll(m_sockets.data(), m_sockets.size(), -1) > 0 || errno == EINTR)
+        while (wait() >= 0 || errno == EINTR)
         {
+            send_due_answers();
             for (std::size_t index = m_sockets.size() - 1; index > 0; --index)
             {
                 if (m_sockets[index].revents != 0 && !answer(index))
@@ -164,6 +189,30 @@ public:
     }
 
 private:
+    /// Waits for something to be read, or for an answer to be due.
+    int wait()
+    {
+        if (m_answers.empty())
+        {
+            return poll(m_sockets.data(), m_sockets.size(), -1);
+        }
+        using namespace std::chrono;
+        auto const left = std::max(m_answers.front().due - Clock::now(), Clock::duration::zero());
+        auto const whole = floor<seconds>(left);
+        timespec const limit = {.tv_sec = whole.count(), .tv_nsec = nanoseconds(left - whole).count()};
+        return ppoll(m_sockets.data(), m_sockets.size(), &limit, nullptr);
+    }
+
+    void send_due_answers()
+    {
+        for (; !m_answers.empty() && m_answers.front().due <= Clock::now(); m_answers.pop_front())
+        {
+            auto const& [due, socket, bytes] = m_answers.front();
+            // What does not arrive shows when the connection is read.
+            static_cast<void>(send(socket, bytes.data(), bytes.size(), MSG_NOSIGNAL));
+        }
+    }
+
     void accept_connection()
     {
         int const socket = accept4(m_sockets.front().fd, nullptr, nullptr, SOCK_CLOEXEC);
@@ -188,7 +237,9 @@ private:
             // NOLINTNEXTLINE(performance-avoid-endl): whoever started it may wait for the line
             std::cout << m_requests[static_cast<std::size_t>(index)] << " requests" << std::endl;
         }
-        close(m_sockets[static_cast<std::size_t>(index)].fd);
+        auto const socket = m_sockets[static_cast<std::size_t>(index)].fd;
+        std::erase_if(m_answers, [&](Answer const& answer) { return answer.socket == socket; });
+        close(socket);
         m_sockets.erase(m_sockets.begin() + index);
         m_requests.erase(m_requests.begin() + index);
     }
@@ -196,7 +247,8 @@ private:
     /// Answers one request; false where the connection has ended.
     bool answer(std::size_t index)
     {
-        modbus_set_socket(m_device.get(), m_sockets[index].fd);
+        auto const socket = m_sockets[index].fd;
+        modbus_set_socket(m_device.get(), socket);
         std::array<std::uint8_t, MODBUS_TCP_MAX_ADU_LENGTH> request{};
         int const size = modbus_receive(m_device.get(), request.data());
         if (size <= 0)
@@ -204,12 +256,29 @@ private:
             return size == 0;
         }
         ++m_requests[index];
-        std::this_thread::sleep_for(m_options.delay);
-        if (is_refused(request.data() + modbus_get_header_length(m_device.get())))
+        if (m_options.delay + m_options.latency == std::chrono::milliseconds::zero())
         {
-            return modbus_reply_exception(m_device.get(), request.data(), MODBUS_EXCEPTION_ILLEGAL_DATA_ADDRESS) > 0;
+            return reply(request.data(), size);
         }
-        return modbus_reply(m_device.get(), request.data(), size, m_tables.get()) > 0;
+        modbus_set_socket(m_device.get(), m_line.front());
+        if (!reply(request.data(), size))
+        {
+            return false;
+        }
+        Answer answer{{}, socket, std::vector<std::uint8_t>(MODBUS_TCP_MAX_ADU_LENGTH)};
+        auto const received = recv(m_line.back(), answer.bytes.data(), answer.bytes.size(), 0);
+        answer.bytes.resize(static_cast<std::size_t>(std::max<ssize_t>(received, 0)));
+        m_busy_until = std::max(m_busy_until, Clock::now()) + m_options.delay;
+        answer.due = m_busy_until + m_options.latency;
+        m_answers.push_back(std::move(answer));
+        return true;
+    }
+
+    bool reply(std::uint8_t const* request, int size)
+    {
+        return (is_refused(request + modbus_get_header_length(m_device.get()))
+                    ? modbus_reply_exception(m_device.get(), request, MODBUS_EXCEPTION_ILLEGAL_DATA_ADDRESS)
+                    : modbus_reply(m_device.get(), request, size, m_tables.get())) > 0;
     }
 
     /// Whether the request, which begins with its function code, touches an address that is refused.
@@ -227,6 +296,11 @@ private:
     Options m_options;
     std::unique_ptr<modbus_t, Deleter> m_device;
     std::unique_ptr<modbus_mapping_t, Deleter> m_tables;
+    /// Both ends of where the library leaves an answer that takes its time.
+    std::array<int, 2> m_line{-1, -1};
+    /// In the order in which they are due.
+    std::deque<Answer> m_answers;
+    Clock::time_point m_busy_until;
     /// The one that listens, then the connections.
     std::vector<pollfd> m_sockets;
     /// How many requests came over each of them.

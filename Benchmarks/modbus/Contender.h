@@ -47,8 +47,8 @@ public:
 };
 
 /// The whole server, with the recipe management and the Modbus controller; the layout's registers are the symbols of
-/// one recipe. The project is made in a temporary folder.
-std::unique_ptr<Contender> make_ravik(int port, Layout const& layout);
+/// one recipe. The project is made in a temporary folder. So many requests may be under way at once.
+std::unique_ptr<Contender> make_ravik(int port, Layout const& layout, int parallel_requests);
 
 /// A loop around libmodbus with the fewest requests that touch no other registers: FC16 and FC3.
 std::unique_ptr<Contender> make_bare(int port, Layout const& layout);

@@ -6,7 +6,8 @@
 //     close WHO                                ends the connection
 //     fill|clear|check COUNT STEP              gives the registers their values or 0, or tells whether they have them
 //
-// and is answered by one line; WHO is ravik, bare or single. The first failure ends the program with exit status 1.
+// and is answered by one line; WHO is ravik, ravik-8 (with so many requests at
+// once), bare or single. The first failure ends the program with exit status 1.
 
 #include "Contender.h"
 
@@ -110,7 +111,10 @@ private:
     }
 
     std::map<std::string, std::function<std::unique_ptr<Contender>(int, Layout const&)>> const makers = {
-        {"ravik", make_ravik}, {"bare", make_bare}, {"single", make_single}};
+        {"ravik", [](int port, Layout const& layout) { return make_ravik(port, layout, 1); }},
+        {"ravik-8", [](int port, Layout const& layout) { return make_ravik(port, layout, 8); }},
+        {"bare", make_bare},
+        {"single", make_single}};
     int m_port;
     std::map<std::string, std::unique_ptr<Contender>> m_contenders;
 };

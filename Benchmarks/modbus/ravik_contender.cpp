@@ -23,7 +23,7 @@ std::string symbol_of(std::size_t index)
 }
 
 /// The symbols have schemas, as those of a real project do, so that the server checks what it writes.
-std::string project_file(int port, Layout const& layout)
+std::string project_file(int port, Layout const& layout, int parallel_requests)
 {
     std::string symbols;
     for (std::size_t index = 0; index < layout.count; ++index)
@@ -35,7 +35,8 @@ std::string project_file(int port, Layout const& layout)
     }
     return R"({"extensions": [{"domain": ")" + domain + R"(", "library": ")" RECIPE_MANAGEMENT_LIBRARY R"("},
 {"domain": "Device", "library": ")" MODBUS_LIBRARY R"(", "configuration": {"host": "127.0.0.1", "port": )" +
-           std::to_string(port) + "}}],\n\"symbols\": {" + symbols + "}}";
+           std::to_string(port) + R"(, "parallelRequests": )" + std::to_string(parallel_requests) +
+           "}}],\n\"symbols\": {" + symbols + "}}";
 }
 
 /// The type "Line" with a member for each register, and the recipe "Product" of it.
@@ -62,9 +63,9 @@ Value recipes(Layout const& layout)
 class RavikContender : public Contender
 {
 public:
-    RavikContender(int port, Layout const& layout) : m_count(layout.count)
+    RavikContender(int port, Layout const& layout, int parallel_requests) : m_count(layout.count)
     {
-        m_folder.write("ravik.json", project_file(port, layout));
+        m_folder.write("ravik.json", project_file(port, layout, parallel_requests));
         m_project = Project::open(m_folder.path());
         if (auto const report = m_project->import(domain, recipes(layout), {}); !report.succeeded())
         {
@@ -106,9 +107,9 @@ private:
 
 } // namespace
 
-std::unique_ptr<Contender> make_ravik(int port, Layout const& layout)
+std::unique_ptr<Contender> make_ravik(int port, Layout const& layout, int parallel_requests)
 {
-    return std::make_unique<RavikContender>(port, layout);
+    return std::make_unique<RavikContender>(port, layout, parallel_requests);
 }
 
 } // namespace Ravik::Benchmarks

@@ -22,9 +22,9 @@ ONLY_WRITES = ("schemas",)
 # function that is entered while it is under way has '2 behind its name the second time.
 FUNCTIONS = {
     "all": r"measured_pass",
-    "extension": r"RecipeManagement::RavikRecipeManagement::answer\(.*\)",
-    "symbols": r"RecipeManagement::RavikRecipeManagement::get_symbol_data\(.*\)",
-    "domains": r"RecipeManagement::RavikRecipeManagement::symboldata_from_srv_config\(.*\)",
+    "extension": r"RecipeManagement::RavikRecipeManagement::(?:activate_recipe|read_from_target)\(.*\)",
+    "symbols": r"RecipeManagement::get_symbol_data\(.*\)",
+    "domains": r"RecipeManagement::symboldata_from_srv_config\(.*\)",
     "group": r"Ravik::Host::execute_command_group\(.*\)",
     "mapping": r"Ravik::Executor::map_command\(.*\) const",
     "schemas": r"Ravik::Symbol::check\(.*\) const",
@@ -32,8 +32,9 @@ FUNCTIONS = {
     "driver": r"Ravik::Extension::request\(.*\)'2",
     "addresses": r"Modbus::parse_address\(.*\)",
     "values": r"Modbus::(?:en|de)code\(.*\)",
-    "plan": r"Modbus::plan_requests\(.*\)",
-    "frames": r"Modbus::Connection::(?:read|write)\(.*\)",
+    "plan": r"Modbus::Planner::next\(\)",
+    "accesses": r"Modbus::\(anonymous namespace\)::CommandAccesses::make_more\(\)",
+    "frames": r"Modbus::Pipeline::(?:send|receive)\(.*\)",
 }
 
 # Each with the functions whose instructions count, and those that are taken off.
@@ -48,8 +49,9 @@ STEPS = (
     ("server: what else routing takes", ("group",), ("mapping", "record", "driver")),
     ("driver: addresses from mappings", ("addresses",), ()),
     ("driver: registers from values and back", ("values",), ()),
-    ("driver: plan of the requests", ("plan",), ()),
-    ("driver: what else it takes", ("driver",), ("addresses", "values", "plan", "frames")),
+    # The plan asks for the accesses.
+    ("driver: plan of the requests", ("plan",), ("accesses",)),
+    ("driver: what else it takes", ("driver", "accesses"), ("addresses", "values", "plan", "frames")),
     ("driver: frames there and back, without the kernel", ("frames",), ()),
     ("all", ("all",), ()),
 )

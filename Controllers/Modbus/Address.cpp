@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <array>
-#include <optional>
+#include <utility>
 
 namespace Modbus
 {
@@ -36,11 +36,17 @@ constexpr bool ends_name(char character)
     return character == ':' || character == '.' || character == '[';
 }
 
+/// More than any number of a mapping.
+constexpr std::uint32_t far_beyond = 2 * table_size + 1;
+
 /// Reads one mapping from the front. Each step answers whether it succeeded; the first that does not leaves its error.
 class Parser
 {
 public:
-    explicit Parser(std::string_view text) noexcept : m_text(text) {}
+    explicit Parser(std::string_view text) noexcept
+        : m_begin(text.data()), m_end(text.data() + text.size()), m_next(m_begin)
+    {
+    }
 
     std::variant<Address, AddressError> parse() noexcept
     {
@@ -54,35 +60,33 @@ public:
 private:
     bool table() noexcept
     {
-        auto const found = one_of(tables);
-        if (!found)
+        if (!one_of<tables>(m_address.table))
         {
-            return fail(m_position, "expected holding, input, coil or discrete");
+            return fail(m_next, "expected holding, input, coil or discrete");
         }
-        m_address.table = *found;
-        return take(':') || fail(m_position, "expected ':' and an address");
+        return take(':') || fail(m_next, "expected ':' and an address");
     }
 
     bool place() noexcept
     {
-        auto const start = m_position;
+        auto const* const start = m_next;
         auto const address = number();
-        if (!address || *address >= table_size)
+        if (address >= table_size)
         {
             return fail(start, "expected an address from 0 to 65535");
         }
-        m_address.first = static_cast<std::uint16_t>(*address);
+        m_address.first = static_cast<std::uint16_t>(address);
         if (holds_bits(m_address.table) || !take('.'))
         {
             return true;
         }
-        auto const bit_start = m_position;
+        auto const* const bit_start = m_next;
         auto const bit = number();
-        if (!bit || *bit >= Address::whole)
+        if (bit >= Address::whole)
         {
             return fail(bit_start, "expected a bit from 0 to 15");
         }
-        m_address.bit = static_cast<std::uint8_t>(*bit);
+        m_address.bit = static_cast<std::uint8_t>(bit);
         return true;
     }
 
@@ -91,37 +95,36 @@ private:
         bool const one_bit = holds_bits(m_address.table) || m_address.is_bit_of_register();
         if (!take(':'))
         {
-            return one_bit || fail(m_position, "expected ':' and a type");
+            return one_bit || fail(m_next, "expected ':' and a type");
         }
-        auto const start = m_position;
-        auto const found = one_of(types);
-        if (!found)
+        auto const* const start = m_next;
+        auto& type = m_address.type;
+        if (!one_of<types>(type))
         {
             return fail(start, "expected a type: bool, int16, uint16, int32, uint32, int64, uint64, real32, real64 or "
                                "string[n]");
         }
-        if (one_bit && *found != Type::BOOL)
+        if (one_bit && type != Type::BOOL)
         {
             return fail(start, "expected bool, since this is one bit");
         }
-        m_address.type = *found;
-        return (*found != Type::STRING || length()) && (!is_wide(*found) || order()) && fits(start);
+        return (type != Type::STRING || length()) && (!is_wide(type) || order()) && fits(start);
     }
 
     bool length() noexcept
     {
         if (!take('['))
         {
-            return fail(m_position, "expected '[' and the text's length in bytes");
+            return fail(m_next, "expected '[' and the text's length in bytes");
         }
-        auto const start = m_position;
+        auto const* const start = m_next;
         auto const bytes = number();
-        if (!bytes || *bytes == 0)
+        if (bytes == 0 || bytes >= far_beyond)
         {
             return fail(start, "expected a length from 1 to 131072");
         }
-        m_address.length = *bytes;
-        return take(']') || fail(m_position, "expected ']'");
+        m_address.length = bytes;
+        return take(']') || fail(m_next, "expected ']'");
     }
 
     bool order() noexcept
@@ -131,15 +134,15 @@ private:
             constexpr std::string_view swapped = "swapped";
             if (!rest().starts_with(swapped))
             {
-                return fail(m_position, "expected swapped");
+                return fail(m_next, "expected swapped");
             }
-            m_position += swapped.size();
+            m_next += swapped.size();
             m_address.swapped = true;
         }
         return true;
     }
 
-    bool fits(std::size_t start) noexcept
+    bool fits(char const* start) noexcept
     {
         return m_address.end() <= table_size || fail(start, "expected a type that ends at address 65535 or before");
     }
@@ -147,84 +150,74 @@ private:
     bool end() noexcept
     {
         bool const is_swapped = rest().starts_with(":swapped") && !m_address.swapped;
-        return m_position == m_text.size() ||
-               fail(m_position, is_swapped ? "expected the end, since only numbers of several registers are swapped"
-                                           : "expected the end");
+        return m_next == m_end ||
+               fail(m_next, is_swapped ? "expected the end, since only numbers of several registers are swapped"
+                                       : "expected the end");
     }
 
-    template <typename T, std::size_t N> std::optional<T> one_of(std::array<Named<T>, N> const& names) noexcept
+    /// Takes the value of the one of `names` that comes next. Each of them is a constant of its own in the comparison,
+    /// which needs no call then.
+    template <auto const& names, typename T> bool one_of(T& value) noexcept
+    {
+        return [&]<std::size_t... index>(std::index_sequence<index...>)
+        {
+            return (take<names, index>(value) || ...);
+        }
+        (std::make_index_sequence<names.size()>());
+    }
+
+    template <auto const& names, std::size_t index, typename T> bool take(T& value) noexcept
+    {
+        constexpr auto one = names[index];
+        value = one.value;
+        return take_word(one.name);
+    }
+
+    bool take_word(std::string_view word) noexcept
     {
         auto const text = rest();
-        std::string_view const word(text.begin(), std::find_if(text.begin(), text.end(), ends_name));
-        for (auto const& [name, value] : names)
-        {
-            if (word == name)
-            {
-                m_position += word.size();
-                return value;
-            }
-        }
-        return {};
+        bool const found = text.starts_with(word) && (text.size() == word.size() || ends_name(text[word.size()]));
+        m_next += found ? word.size() : 0;
+        return found;
     }
 
-    /// A decimal number; nothing where there is none, or one far beyond all that can be meant.
-    std::optional<std::uint32_t> number() noexcept
+    /// A decimal number; `far_beyond` where there is none, or one beyond all that can be meant.
+    std::uint32_t number() noexcept
     {
-        constexpr std::uint32_t limit = 2 * table_size;
-        auto const start = m_position;
+        auto const* next = m_next;
         std::uint32_t value = 0;
-        for (; m_position < m_text.size() && m_text[m_position] >= '0' && m_text[m_position] <= '9'; ++m_position)
+        for (; next != m_end && *next >= '0' && *next <= '9' && value < far_beyond; ++next)
         {
-            value = value * 10 + static_cast<std::uint32_t>(m_text[m_position] - '0');
-            if (value > limit)
-            {
-                return {};
-            }
+            value = value * 10 + static_cast<std::uint32_t>(*next - '0');
         }
-        return m_position == start ? std::nullopt : std::optional(value);
+        bool const is_one = next != m_next;
+        m_next = next;
+        return is_one ? std::min(value, far_beyond) : far_beyond;
     }
 
     bool take(char character) noexcept
     {
-        bool const found = m_position < m_text.size() && m_text[m_position] == character;
-        m_position += found ? 1 : 0;
+        bool const found = m_next != m_end && *m_next == character;
+        m_next += found ? 1 : 0;
         return found;
     }
 
-    std::string_view rest() const noexcept { return m_text.substr(m_position); }
+    std::string_view rest() const noexcept { return {m_next, m_end}; }
 
-    bool fail(std::size_t position, char const* expected) noexcept
+    bool fail(char const* place, char const* expected) noexcept
     {
-        m_error = {position, expected};
+        m_error = {static_cast<std::size_t>(place - m_begin), expected};
         return false;
     }
 
-    std::string_view m_text;
-    std::size_t m_position = 0;
+    char const* m_begin;
+    char const* m_end;
+    char const* m_next;
     Address m_address;
     AddressError m_error;
 };
 
 } // namespace
-
-std::uint32_t Address::count() const noexcept
-{
-    switch (type)
-    {
-    case Type::INT32:
-    case Type::UINT32:
-    case Type::REAL32:
-        return 2;
-    case Type::INT64:
-    case Type::UINT64:
-    case Type::REAL64:
-        return 4;
-    case Type::STRING:
-        return (length + 1) / 2;
-    default:
-        return 1;
-    }
-}
 
 std::variant<Address, AddressError> parse_address(std::string_view mapping) noexcept
 {

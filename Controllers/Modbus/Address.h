@@ -62,7 +62,24 @@ struct Address
     std::uint32_t length = 0;
 
     /// The number of cells, at least 1.
-    std::uint32_t count() const noexcept;
+    std::uint32_t count() const noexcept
+    {
+        switch (type)
+        {
+        case Type::INT32:
+        case Type::UINT32:
+        case Type::REAL32:
+            return 2;
+        case Type::INT64:
+        case Type::UINT64:
+        case Type::REAL64:
+            return 4;
+        case Type::STRING:
+            return (length + 1) / 2;
+        default:
+            return 1;
+        }
+    }
     /// The cell behind the last one.
     std::uint32_t end() const noexcept { return first + count(); }
     bool is_bit_of_register() const noexcept { return bit != whole; }

@@ -1,5 +1,8 @@
 #include "Frame.h"
 
+#include <algorithm>
+#include <cassert>
+
 namespace Modbus
 {
 
@@ -70,6 +73,12 @@ int packed_size(std::uint8_t function, int cells)
 
 } // namespace
 
+Frame::Frame(std::span<std::uint8_t const> received) noexcept : m_size(received.size())
+{
+    assert(m_size > Place::byte_count && m_size <= capacity);
+    std::copy(received.begin(), received.end(), m_bytes.begin());
+}
+
 // Requests ------------------------------------------------------------------------------------------------------------
 
 Frame::Frame(std::uint8_t function, std::uint32_t first) : m_size(Place::function)
@@ -99,10 +108,13 @@ Frame Frame::write(Table table, std::uint32_t first, std::span<std::uint16_t con
     frame.append(static_cast<std::uint8_t>(packed_size(function, static_cast<int>(cells.size()))));
     if (!holds_bits(table))
     {
+        auto* next = std::span(frame.m_bytes).subspan(frame.m_size, 2 * cells.size()).data();
         for (auto const cell : cells)
         {
-            frame.append_word(cell);
+            *next++ = static_cast<std::uint8_t>(cell >> 8);
+            *next++ = static_cast<std::uint8_t>(cell);
         }
+        frame.m_size += 2 * cells.size();
         return frame;
     }
     for (std::size_t begin = 0; begin < cells.size(); begin += 8)
@@ -148,15 +160,26 @@ bool Frame::writes() const noexcept
     return !is_read(m_bytes[Place::function]);
 }
 
+std::uint16_t Frame::transaction() const noexcept
+{
+    return word(Place::transaction);
+}
+
 // Answers -------------------------------------------------------------------------------------------------------------
+
+std::optional<std::size_t> Frame::size_of_answer(std::span<std::uint8_t const, header_size> header) noexcept
+{
+    // The length counts from the unit on.
+    auto const size = Place::unit + static_cast<std::size_t>(header[Place::length] << 8 | header[Place::length + 1]);
+    return size > Place::byte_count && size <= capacity ? std::optional(size) : std::nullopt;
+}
 
 std::optional<std::string> Frame::mismatch(Frame const& request) const
 {
-    constexpr auto other = "what it sent is no answer to the request";
     auto const function = request.m_bytes[Place::function];
-    if (m_size <= Place::byte_count || word(Place::transaction) != request.word(Place::transaction))
+    if (transaction() != request.transaction())
     {
-        return other;
+        return no_answer;
     }
     if (word(Place::protocol) != 0)
     {
@@ -182,7 +205,7 @@ std::optional<std::string> Frame::mismatch(Frame const& request) const
     {
         fits = fits && m_size >= Place::cell_count + 2 && word(Place::cell_count) == request.word(Place::cell_count);
     }
-    return fits ? std::nullopt : std::optional<std::string>(other);
+    return fits ? std::nullopt : std::optional<std::string>(no_answer);
 }
 
 std::optional<std::uint8_t> Frame::exception() const noexcept

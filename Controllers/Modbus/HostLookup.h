@@ -1,6 +1,7 @@
 #pragma once
 
-#include <chrono>
+#include "Deadline.h"
+
 #include <future>
 #include <memory>
 #include <optional>
@@ -17,8 +18,6 @@ struct AddressListDeleter
     void operator()(addrinfo* list) const noexcept { freeaddrinfo(list); }
 };
 using AddressList = std::unique_ptr<addrinfo, AddressListDeleter>;
-
-using Deadline = std::chrono::steady_clock::time_point;
 
 /// Finds the TCP addresses of one host without ever waiting longer than it is told to, which the usual lookup of names
 /// does not promise. IP addresses need no lookup. Not thread-safe.

@@ -1,8 +1,7 @@
 #pragma once
 
-#include "Connection.h"
 #include "FailedSessions.h"
-#include "RequestRunner.h"
+#include "Pipeline.h"
 #include "Settings.h"
 
 #include "ControllerExtension.h"
@@ -10,7 +9,6 @@
 #include "RavikSrvExtApi.h"
 
 #include <optional>
-#include <vector>
 
 namespace Modbus
 {
@@ -21,9 +19,8 @@ namespace Modbus
 /// The settings (`load_settings`) are read once, when the server starts the extension. A command's `mapping()` is an
 /// address (`parse_address`); what is written is converted as `encode` says, what is read as `decode` does. Each
 /// command of a group succeeds or fails by itself: one whose mapping or value is refused is not sent, the others are.
-/// The requests are planned by `plan_requests` and carried out by a `RequestRunner`, those of one group after
-/// another's. Where the device can't be reached, further groups of the same session fail in the same way without
-/// another attempt.
+/// The requests are planned by a `Planner` and carried out by a `RequestRunner`, those of one group after another's.
+/// Where the device can't be reached, further groups of the same session fail in the same way without another attempt.
 class RavikModbus : public RavikSrv::ControllerExtension
 {
 public:
@@ -31,24 +28,16 @@ public:
     explicit RavikModbus(RavikSrv::IRavikSrvExtHost* host) noexcept;
 
 private:
-    /// A group's commands that reach the device, each with the access of the same index.
-    struct Prepared
-    {
-        std::vector<RavikSrv::Command*> commands;
-        Batch batch;
-    };
-
     RavikSrv::ResultPair load(RavikSrv::Value const& configuration) override;
     RavikSrv::ResultPair check(RavikSrv::Value const& configuration) const override;
     void execute(RavikSrv::Context const& context, RavikSrv::CommandGroup& group) override;
-    static void prepare(RavikSrv::Command& command, Prepared& prepared);
 
     Settings m_settings;
     FailedSessions m_failed_sessions;
-    /// Guards the connection for as long as a group takes. The one lock that is held while the driver waits.
-    RavikSrv::Mutex m_connection_mutex;
+    /// Guards the pipeline for as long as a group takes. The one lock that is held while the driver waits.
+    RavikSrv::Mutex m_pipeline_mutex;
     /// From `load` on.
-    std::optional<Connection> m_connection RAVIK_GUARDED_BY(m_connection_mutex);
+    std::optional<Pipeline> m_pipeline RAVIK_GUARDED_BY(m_pipeline_mutex);
 };
 
 } // namespace Modbus

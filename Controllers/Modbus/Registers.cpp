@@ -80,6 +80,12 @@ Outcome out_of_range(std::string const& expected, Value const& value)
     return {ModbusResult::OUT_OF_RANGE, "Expected " + expected + ", not " + shown(value)};
 }
 
+Outcome out_of_range(Range range, Value const& value)
+{
+    return out_of_range("a whole number from " + std::to_string(range.lowest) + " to " + std::to_string(range.highest),
+                        value);
+}
+
 // Registers ----------------------------------------------------------------------------------------------------------
 
 void put(Address const& address, std::uint64_t bits, std::span<std::uint16_t> cells)
@@ -119,29 +125,40 @@ Outcome encode_bool(Address const& address, Value const& value, std::span<std::u
     return {};
 }
 
+/// A number that is no int, as one.
+Outcome to_integer(Value const& value, Range range, std::int64_t& integer)
+{
+    if (!is_number(value))
+    {
+        return mismatch("a whole number", value);
+    }
+    auto number = value;
+    number.convert(ValueType::Int64);
+    if (!number.isset())
+    {
+        auto const real = value.get_double();
+        return std::isfinite(real) && real != std::trunc(real) ? mismatch("a whole number", value)
+                                                               : out_of_range(range, value);
+    }
+    integer = number.get_int64();
+    return {};
+}
+
 Outcome encode_integer(Address const& address, Value const& value, std::span<std::uint16_t> cells)
 {
-    auto const [lowest, highest] = range(address.type);
-    auto const refused = [&, low = lowest, high = highest]
-    { return out_of_range("a whole number from " + std::to_string(low) + " to " + std::to_string(high), value); };
-    auto number = value;
-    if (value.type() != ValueType::Int && value.type() != ValueType::Int64)
+    auto const allowed = range(address.type);
+    std::int64_t integer = 0;
+    if (value.type() == ValueType::Int || value.type() == ValueType::Int64)
     {
-        if (!is_number(value))
-        {
-            return mismatch("a whole number", value);
-        }
-        number.convert(ValueType::Int64);
-        if (!number.isset())
-        {
-            auto const real = value.get_double();
-            return std::isfinite(real) && real != std::trunc(real) ? mismatch("a whole number", value) : refused();
-        }
+        integer = value.get_int64();
     }
-    auto const integer = number.get_int64();
-    if (integer < lowest || integer > highest)
+    else if (auto outcome = to_integer(value, allowed, integer); !outcome.succeeded())
     {
-        return refused();
+        return outcome;
+    }
+    if (integer < allowed.lowest || integer > allowed.highest)
+    {
+        return out_of_range(allowed, value);
     }
     put(address, static_cast<std::uint64_t>(integer), cells);
     return {};

@@ -14,7 +14,7 @@ namespace Modbus
 /// Puts `value` into the `address.count()` cells that the address takes up in its device; `cells` has exactly that
 /// many. A cell of a table of bits is 0 or 1; one bit of a register stands at its place in an otherwise empty cell.
 ///
-/// Each register holds its high byte first on the wire, which is the library's concern; of several registers the
+/// Each register holds its high byte first on the wire, which is a frame's concern; of several registers the
 /// highest comes first, the other way round where the address is swapped. A text has its first byte in the high byte of
 /// its first register and is filled up with zeros.
 ///

@@ -22,113 +22,9 @@ Request request_for(Access const& access, std::uint32_t position)
             .end = position + 1};
 }
 
-/// Plans a range of accesses of the same direction. The requests refer to the positions `m_order` has at their turn.
-class Planner
+unsigned bit_of(Address const& address)
 {
-public:
-    Planner(std::span<Access const> accesses, Limits const& limits, Plan& plan)
-        : m_accesses(accesses), m_limits(limits), m_plan(plan)
-    {
-    }
-
-    /// The accesses at the positions `begin` to `end` of the order.
-    void reads(std::uint32_t begin, std::uint32_t end)
-    {
-        auto const place = [this](std::uint32_t index)
-        {
-            auto const& address = m_accesses[index].address;
-            return static_cast<std::uint32_t>(address.table) * table_size + address.first;
-        };
-        auto const first = m_plan.order.begin() + begin;
-        auto const last = m_plan.order.begin() + end;
-        auto const by_place = [&](std::uint32_t left, std::uint32_t right) { return place(left) < place(right); };
-        if (!std::is_sorted(first, last, by_place))
-        {
-            std::stable_sort(first, last, by_place);
-        }
-        each(begin, end, [this](Request& request, Access const& access) { return join_read(request, access); });
-    }
-
-    void writes(std::uint32_t begin, std::uint32_t end)
-    {
-        each(begin, end, [this](Request& request, Access const& access) { return join_write(request, access); });
-    }
-
-private:
-    template <typename Join> void each(std::uint32_t begin, std::uint32_t end, Join const& join)
-    {
-        auto const first_of_mine = m_plan.requests.size();
-        for (auto position = begin; position < end; ++position)
-        {
-            auto const& access = m_accesses[m_plan.order[position]];
-            if (m_plan.requests.size() > first_of_mine && join(m_plan.requests.back(), access))
-            {
-                m_plan.requests.back().end = position + 1;
-                continue;
-            }
-            m_plan.requests.push_back(request_for(access, position));
-            m_bits = access.address.is_bit_of_register() ? 1U << access.address.bit : 0U;
-        }
-    }
-
-    bool join_read(Request& request, Access const& access) const
-    {
-        auto const& address = access.address;
-        auto const present_end = request.first + request.count;
-        if (request.table != address.table || address.first > present_end + m_limits.read_gap)
-        {
-            return false;
-        }
-        auto const count = std::max(present_end, address.end()) - request.first;
-        if (count > m_limits.per_read(request.table) && count > request.count)
-        {
-            return false;
-        }
-        request.count = count;
-        return true;
-    }
-
-    bool join_write(Request& request, Access const& access)
-    {
-        auto const& address = access.address;
-        if (request.table != address.table)
-        {
-            return false;
-        }
-        if (request.kind == RequestKind::WRITE_BITS_OF_REGISTER)
-        {
-            auto const bit = address.is_bit_of_register() ? 1U << address.bit : 0U;
-            bool const joins = bit != 0 && address.first == request.first && (m_bits & bit) == 0;
-            m_bits |= joins ? bit : 0U;
-            return joins;
-        }
-        auto const count = request.count + address.count();
-        bool const joins = !address.is_bit_of_register() && address.first == request.first + request.count &&
-                           count <= m_limits.per_write(request.table);
-        request.count = joins ? count : request.count;
-        return joins;
-    }
-
-    std::span<Access const> m_accesses;
-    Limits const& m_limits;
-    Plan& m_plan;
-    /// The bits of the register that the last request writes.
-    unsigned m_bits = 0;
-};
-
-bool spans_a_gap(Request const& request, Plan const& plan, std::span<Access const> accesses)
-{
-    auto covered = request.first;
-    for (auto position = request.begin; position < request.end; ++position)
-    {
-        auto const& address = accesses[plan.order[position]].address;
-        if (address.first > covered)
-        {
-            return true;
-        }
-        covered = std::max(covered, address.end());
-    }
-    return false;
+    return address.is_bit_of_register() ? 1U << address.bit : 0U;
 }
 
 } // namespace
@@ -143,39 +39,115 @@ std::uint32_t Limits::per_read(Table table) const noexcept
     return holds_bits(table) ? bits_per_read : registers_per_read;
 }
 
-Plan plan_requests(std::span<Access const> accesses, Limits const& limits)
+std::optional<Request> Planner::next()
 {
-    Plan plan;
-    auto const size = static_cast<std::uint32_t>(accesses.size());
-    plan.order.reserve(size);
-    for (std::uint32_t index = 0; index < size; ++index)
+    if (!has(m_planned))
     {
-        plan.order.push_back(index);
+        return std::nullopt;
     }
-    Planner planner(accesses, limits, plan);
-    for (std::uint32_t begin = 0, end = 0; begin < size; begin = end)
+    bool const writes = at(m_planned).writes;
+    if (!writes && m_planned >= m_reads_end)
     {
-        bool const writes = accesses[begin].writes;
-        while (end < size && accesses[end].writes == writes)
-        {
-            ++end;
-        }
-        writes ? planner.writes(begin, end) : planner.reads(begin, end);
+        gather_reads();
     }
-    return plan;
+    auto request = request_for(at(m_planned), m_planned);
+    m_bits = bit_of(at(m_planned).address);
+    ++m_planned;
+    while ((writes ? has(m_planned) : m_planned < m_reads_end) && join(request, at(m_planned)))
+    {
+        request.end = ++m_planned;
+    }
+    return request;
 }
 
-std::vector<Request> split(Request const& request, Plan const& plan, std::span<Access const> accesses)
+bool Planner::extend_order()
+{
+    bool const extends = m_accesses.make_more();
+    while (m_order.size() < m_accesses.size())
+    {
+        m_order.push_back(static_cast<std::uint32_t>(m_order.size()));
+    }
+    return extends;
+}
+
+void Planner::gather_reads()
+{
+    auto const place = [this](std::uint32_t index)
+    {
+        auto const& address = m_accesses[index].address;
+        return static_cast<std::uint32_t>(address.table) * table_size + address.first;
+    };
+    auto const by_place = [&](std::uint32_t left, std::uint32_t right) { return place(left) < place(right); };
+
+    for (m_reads_end = m_planned + 1; has(m_reads_end) && !at(m_reads_end).writes; ++m_reads_end)
+    {
+    }
+    auto const first = m_order.begin() + m_planned;
+    auto const last = m_order.begin() + m_reads_end;
+    if (!std::is_sorted(first, last, by_place))
+    {
+        std::stable_sort(first, last, by_place);
+    }
+}
+
+bool Planner::join(Request& request, Access const& access)
+{
+    auto const& address = access.address;
+    if (access.writes != (request.kind != RequestKind::READ) || address.table != request.table)
+    {
+        return false;
+    }
+    switch (request.kind)
+    {
+    case RequestKind::READ:
+        return join_read(request, address);
+    case RequestKind::WRITE:
+        return join_write(request, address);
+    default:
+        return join_bit(request, address);
+    }
+}
+
+bool Planner::join_read(Request& request, Address const& address) const
+{
+    auto const present_end = request.first + request.count;
+    if (address.first > present_end + m_limits.read_gap)
+    {
+        return false;
+    }
+    auto const count = std::max(present_end, address.end()) - request.first;
+    if (count > m_limits.per_read(request.table) && count > request.count)
+    {
+        return false;
+    }
+    request.count = count;
+    return true;
+}
+
+bool Planner::join_write(Request& request, Address const& address) const
+{
+    auto const count = request.count + address.count();
+    bool const joins = !address.is_bit_of_register() && address.first == request.first + request.count &&
+                       count <= m_limits.per_write(request.table);
+    request.count = joins ? count : request.count;
+    return joins;
+}
+
+bool Planner::join_bit(Request& request, Address const& address)
+{
+    auto const bit = bit_of(address);
+    bool const joins = bit != 0 && address.first == request.first && (m_bits & bit) == 0;
+    m_bits |= joins ? bit : 0U;
+    return joins;
+}
+
+std::vector<Request> Planner::split(Request const& request) const
 {
     std::vector<Request> parts;
-    if (request.end - request.begin == 1)
-    {
-        return parts;
-    }
-    bool const by_gaps = request.kind == RequestKind::READ && spans_a_gap(request, plan, accesses);
+    bool const by_gaps = request.kind == RequestKind::READ && spans_a_gap(request);
     for (auto position = request.begin; position < request.end; ++position)
     {
-        auto part = request_for(accesses[plan.order[position]], position);
+        auto part = request_for(at(position), position);
         if (by_gaps && !parts.empty() && part.first <= parts.back().first + parts.back().count)
         {
             auto& last = parts.back();
@@ -188,6 +160,21 @@ std::vector<Request> split(Request const& request, Plan const& plan, std::span<A
         }
     }
     return parts;
+}
+
+bool Planner::spans_a_gap(Request const& request) const
+{
+    auto covered = request.first;
+    for (auto position = request.begin; position < request.end; ++position)
+    {
+        auto const& address = at(position).address;
+        if (address.first > covered)
+        {
+            return true;
+        }
+        covered = std::max(covered, address.end());
+    }
+    return false;
 }
 
 } // namespace Modbus

@@ -1,6 +1,7 @@
 #include "RequestRunner.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace Modbus
 {
@@ -15,130 +16,218 @@ bool concerns_whole_device(ModbusResult result)
            result == ModbusResult::CONNECTION_LOST || result == ModbusResult::GATEWAY_TARGET_FAILED;
 }
 
-/// Hands out `cells` in pieces of at most `limit` until one fails; `transfer` takes a piece and where it begins.
-template <typename Cell, typename Transfer>
-Outcome in_pieces(std::span<Cell> cells, std::uint32_t limit, Transfer const& transfer)
-{
-    Outcome outcome;
-    for (std::size_t begin = 0; begin < cells.size() && outcome.succeeded(); begin += limit)
-    {
-        auto const count = std::min<std::size_t>(limit, cells.size() - begin);
-        outcome = transfer(cells.subspan(begin, count), static_cast<std::uint32_t>(begin));
-    }
-    return outcome;
-}
-
 } // namespace
 
 std::optional<Outcome> RequestRunner::run()
 {
-    for (auto const& request : m_plan.requests)
+    while (send_requests(), !m_pipeline.is_idle())
     {
-        run(request);
+        auto const answer = m_pipeline.receive();
+        bool const has_succeeded = answer.outcome.succeeded();
+        if (has_succeeded && answer.request.kind == RequestKind::READ)
+        {
+            m_read.resize(answer.request.count);
+            m_pipeline.take_cells(answer.request.table, m_read);
+        }
+        if (has_succeeded)
+        {
+            send_requests();
+        }
+        conclude(answer, m_read);
     }
     return m_given_up;
 }
 
-void RequestRunner::run(Request const& request)
+// Requests ------------------------------------------------------------------------------------------------------------
+
+void RequestRunner::send_requests()
 {
-    if (m_given_up)
+    while (m_refused.empty() ? has_next() : m_pipeline.is_idle())
     {
-        report(request, *m_given_up);
-        return;
-    }
-    auto outcome = send(request);
-    if (concerns_whole_device(outcome.result))
-    {
-        m_given_up = Outcome{outcome.result, "Not tried: " + outcome.text};
-        outcome.text += m_connection.may_be_done() ? "; it may have been written all the same" : "";
-    }
-    else if (!outcome.succeeded() && !m_connection.is_carrying_out())
-    {
-        auto const parts = split(request, m_plan, m_batch.accesses);
-        for (auto const& part : parts)
+        repeat_refused();
+        auto const request = m_next.back();
+        if (m_given_up)
         {
-            run(part);
+            m_next.pop_back();
+            report(request, *m_given_up, {});
+            continue;
         }
-        if (!parts.empty())
+        bool const alone = is_alone(request);
+        if (alone ? !m_pipeline.is_idle() : !m_pipeline.takes(request))
         {
             return;
         }
+        m_next.pop_back();
+        alone ? run_alone(request) : m_pipeline.send(request, frame_for(request));
     }
-    report(request, outcome);
 }
 
-void RequestRunner::report(Request const& request, Outcome const& outcome) const
+bool RequestRunner::has_next()
+{
+    if (m_next.empty())
+    {
+        if (auto const planned = m_planner.next())
+        {
+            m_next.push_back(*planned);
+        }
+    }
+    return !m_next.empty();
+}
+
+void RequestRunner::repeat_refused()
+{
+    // The first one comes to stand last.
+    std::sort(m_refused.begin(), m_refused.end(),
+              [](Request const& left, Request const& right) { return left.begin > right.begin; });
+    for (auto const& request : m_refused)
+    {
+        auto const parts = m_planner.split(request);
+        m_next.insert(m_next.end(), parts.rbegin(), parts.rend());
+    }
+    m_refused.clear();
+}
+
+bool RequestRunner::is_alone(Request const& request) const
+{
+    switch (request.kind)
+    {
+    case RequestKind::READ:
+        return request.count > m_limits.per_read(request.table);
+    case RequestKind::WRITE:
+        return request.count > m_limits.per_write(request.table);
+    default:
+        return true;
+    }
+}
+
+Frame RequestRunner::frame_for(Request const& request) const
+{
+    // Writes keep their order in the plan, so the cells of those that share a request follow one another.
+    return request.kind == RequestKind::READ
+               ? Frame::read(request.table, request.first, request.count)
+               : write_frame(request.table, request.first,
+                             m_accesses.cells(m_planner.access(request.begin)).first(request.count));
+}
+
+Frame RequestRunner::write_frame(Table table, std::uint32_t first, std::span<std::uint16_t const> cells) const
+{
+    return m_limits.single_writes_only ? Frame::write_single(table, first, cells.front())
+                                       : Frame::write(table, first, cells);
+}
+
+// Answers -------------------------------------------------------------------------------------------------------------
+
+void RequestRunner::conclude(Answer const& answer, std::span<std::uint16_t const> cells)
+{
+    auto const& [request, outcome, is_carrying_out, may_be_done] = answer;
+    if (concerns_whole_device(outcome.result))
+    {
+        if (!m_given_up)
+        {
+            m_given_up = Outcome{outcome.result, "Not tried: " + outcome.text};
+        }
+        auto const* const more = may_be_done ? "; it may have been written all the same" : "";
+        report(request, {outcome.result, outcome.text + more}, {});
+    }
+    else if (!outcome.succeeded() && !is_carrying_out && request.end - request.begin > 1)
+    {
+        m_refused.push_back(request);
+    }
+    else
+    {
+        report(request, outcome, cells);
+    }
+}
+
+void RequestRunner::report(Request const& request, Outcome const& outcome, std::span<std::uint16_t const> cells)
 {
     bool const brings_cells = request.kind == RequestKind::READ && outcome.succeeded();
     for (auto position = request.begin; position < request.end; ++position)
     {
-        auto const index = m_plan.order[position];
-        auto const& address = m_batch.accesses[index].address;
-        m_report(index, outcome,
-                 brings_cells ? std::span(m_read).subspan(address.first - request.first, address.count())
-                              : std::span<std::uint16_t const>());
+        auto const index = m_planner.access(position);
+        auto const& address = m_accesses[index].address;
+        m_accesses.report(index, outcome,
+                          brings_cells ? cells.subspan(address.first - request.first, address.count())
+                                       : std::span<std::uint16_t const>());
     }
 }
 
-Outcome RequestRunner::send(Request const& request)
+// Several frames ------------------------------------------------------------------------------------------------------
+
+void RequestRunner::run_alone(Request const& request)
 {
-    switch (request.kind)
+    std::vector<std::uint16_t> cells;
+    auto const answer = request.kind == RequestKind::READ    ? read_in_pieces(request, cells)
+                        : request.kind == RequestKind::WRITE ? write_in_pieces(request)
+                                                             : write_bits_of_register(request);
+    conclude(answer, cells);
+}
+
+RequestRunner::Answer RequestRunner::exchange(Request const& request, Frame const& frame)
+{
+    m_pipeline.send(request, frame);
+    return m_pipeline.receive();
+}
+
+RequestRunner::Answer RequestRunner::read_in_pieces(Request const& request, std::vector<std::uint16_t>& cells)
+{
+    cells.resize(request.count);
+    Answer answer;
+    auto const limit = m_limits.per_read(request.table);
+    for (std::uint32_t begin = 0; begin < request.count && answer.outcome.succeeded(); begin += limit)
     {
-    case RequestKind::WRITE:
-        return write(request);
-    case RequestKind::WRITE_BITS_OF_REGISTER:
-        return write_bits_of_register(request);
-    default:
-        return read(request);
+        auto const piece = std::span(cells).subspan(begin, std::min(limit, request.count - begin));
+        answer = exchange(request, Frame::read(request.table, request.first + begin, piece.size()));
+        if (answer.outcome.succeeded())
+        {
+            m_pipeline.take_cells(request.table, piece);
+        }
     }
+    return answer;
 }
 
-Outcome RequestRunner::read(Request const& request)
+RequestRunner::Answer RequestRunner::write_in_pieces(Request const& request)
 {
-    m_read.resize(request.count);
-    return in_pieces(std::span(m_read), m_limits.per_read(request.table),
-                     [&](std::span<std::uint16_t> piece, std::uint32_t begin)
-                     { return m_connection.read(request.table, request.first + begin, piece); });
+    auto const cells = m_accesses.cells(m_planner.access(request.begin));
+    Answer answer;
+    auto const limit = m_limits.per_write(request.table);
+    for (std::uint32_t begin = 0; begin < request.count && answer.outcome.succeeded(); begin += limit)
+    {
+        auto const piece = cells.subspan(begin, std::min(limit, request.count - begin));
+        answer = exchange(request, write_frame(request.table, request.first + begin, piece));
+    }
+    return answer;
 }
 
-Outcome RequestRunner::write(Request const& request)
-{
-    // Writes keep their order in the plan, so the cells of those that share a request follow one another.
-    auto const cells = std::span(m_batch.cells).subspan(m_batch.offsets[m_plan.order[request.begin]], request.count);
-    return in_pieces(
-        cells, m_limits.per_write(request.table),
-        [&](std::span<std::uint16_t const> piece, std::uint32_t begin)
-        { return m_connection.write(request.table, request.first + begin, piece, m_limits.single_writes_only); });
-}
-
-Outcome RequestRunner::write_bits_of_register(Request const& request)
+RequestRunner::Answer RequestRunner::write_bits_of_register(Request const& request)
 {
     unsigned mask = 0;
     unsigned bits = 0;
     for (auto position = request.begin; position < request.end; ++position)
     {
-        auto const index = m_plan.order[position];
-        mask |= 1U << m_batch.accesses[index].address.bit;
-        bits |= m_batch.cells[m_batch.offsets[index]];
+        auto const index = m_planner.access(position);
+        mask |= 1U << m_accesses[index].address.bit;
+        bits |= m_accesses.cells(index).front();
     }
-    if (!m_limits.single_writes_only && !m_connection.lacks_masked_writes())
+    if (!m_limits.single_writes_only && !m_pipeline.lacks_masked_writes())
     {
-        auto outcome =
-            m_connection.write_bits(request.first, static_cast<std::uint16_t>(mask), static_cast<std::uint16_t>(bits));
-        if (outcome.result != ModbusResult::ILLEGAL_FUNCTION)
+        auto answer = exchange(request, Frame::write_bits(request.first, static_cast<std::uint16_t>(mask),
+                                                          static_cast<std::uint16_t>(bits)));
+        if (answer.outcome.result != ModbusResult::ILLEGAL_FUNCTION)
         {
-            return outcome;
+            return answer;
         }
-        m_connection.set_lacks_masked_writes();
+        m_pipeline.set_lacks_masked_writes();
+    }
+    auto answer = exchange(request, Frame::read(request.table, request.first, 1));
+    if (!answer.outcome.succeeded())
+    {
+        return answer;
     }
     std::uint16_t cell = 0;
-    auto outcome = m_connection.read(request.table, request.first, std::span(&cell, 1));
-    if (!outcome.succeeded())
-    {
-        return outcome;
-    }
+    m_pipeline.take_cells(request.table, std::span(&cell, 1));
     cell = static_cast<std::uint16_t>((cell & ~mask) | bits);
-    return m_connection.write(request.table, request.first, std::span(&cell, 1), m_limits.single_writes_only);
+    return exchange(request, write_frame(request.table, request.first, std::span(&cell, 1)));
 }
 
 } // namespace Modbus

@@ -1,11 +1,10 @@
 #pragma once
 
-#include "Connection.h"
+#include "Pipeline.h"
 #include "RequestPlan.h"
 #include "modbus_result.h"
 
 #include <cstdint>
-#include <functional>
 #include <optional>
 #include <span>
 #include <vector>
@@ -13,48 +12,57 @@
 namespace Modbus
 {
 
-/// The accesses of one group.
-struct Batch
-{
-    std::vector<Access> accesses;
-    /// Where the cells of each access begin in `cells`; reads have none.
-    std::vector<std::uint32_t> offsets;
-    /// What is to be written, access by access.
-    std::vector<std::uint16_t> cells;
-};
-
-/// Carries out one batch over a connection. A request that the device refuses is split until the accesses at fault are
-/// known; where there is no answer, no connection or no device behind a gateway, nothing more is tried and all that is
-/// left of the batch fails in the same way, with a text that tells it was not tried.
+/// Carries out the accesses of one group through a pipeline. While the device works on one request, the next one is
+/// made and the answer to the one before taken apart.
+///
+/// A request that the device refuses is split until the accesses at fault are known. Nothing that comes behind it is
+/// sent meanwhile, but what was under way by then. Where there is no answer, no connection or no device behind a
+/// gateway, nothing more is tried and all that is left of the group fails in the same way, with a text that tells it
+/// was not tried.
 class RequestRunner
 {
 public:
-    /// Told of each access (by its index) once, with the cells that were read.
-    using Report =
-        std::function<void(std::uint32_t access, Outcome const& outcome, std::span<std::uint16_t const> cells)>;
-
-    RequestRunner(Connection& connection, Limits const& limits, Batch const& batch, Report const& report)
-        : m_connection(connection), m_limits(limits), m_batch(batch), m_report(report),
-          m_plan(plan_requests(batch.accesses, limits))
+    /// None of the arguments is owned. The pipeline has to be idle.
+    RequestRunner(Pipeline& pipeline, Limits const& limits, Accesses& accesses)
+        : m_pipeline(pipeline), m_limits(limits), m_accesses(accesses), m_planner(accesses, limits)
     {
     }
+    /// Where `run` was left by an exception, nobody waits for what is under way any more.
+    ~RequestRunner() { m_pipeline.abandon(); }
+    RequestRunner(RequestRunner const&) = delete;
+    RequestRunner& operator=(RequestRunner const&) = delete;
 
-    /// Returns the outcome of what was left untried, if anything that failed concerns the whole device.
+    /// Reports each access once. Returns the outcome of what was left untried, if anything that failed concerns the
+    /// whole device.
     std::optional<Outcome> run();
 
 private:
-    void run(Request const& request);
-    void report(Request const& request, Outcome const& outcome) const;
-    Outcome send(Request const& request);
-    Outcome read(Request const& request);
-    Outcome write(Request const& request);
-    Outcome write_bits_of_register(Request const& request);
+    using Answer = Pipeline::Answer;
 
-    Connection& m_connection;
+    void send_requests();
+    bool has_next();
+    void repeat_refused();
+    /// Whether it takes several frames, each of which depends on the one before; then nothing else is under way.
+    bool is_alone(Request const& request) const;
+    Frame frame_for(Request const& request) const;
+    void conclude(Answer const& answer, std::span<std::uint16_t const> cells);
+    void report(Request const& request, Outcome const& outcome, std::span<std::uint16_t const> cells);
+
+    void run_alone(Request const& request);
+    Answer read_in_pieces(Request const& request, std::vector<std::uint16_t>& cells);
+    Answer write_in_pieces(Request const& request);
+    Answer write_bits_of_register(Request const& request);
+    Answer exchange(Request const& request, Frame const& frame);
+    Frame write_frame(Table table, std::uint32_t first, std::span<std::uint16_t const> cells) const;
+
+    Pipeline& m_pipeline;
     Limits const& m_limits;
-    Batch const& m_batch;
-    Report const& m_report;
-    Plan m_plan;
+    Accesses& m_accesses;
+    Planner m_planner;
+    /// What is to be sent next, the last one first; behind it comes what the planner has.
+    std::vector<Request> m_next;
+    /// What the device refused and is to be split.
+    std::vector<Request> m_refused;
     /// What the last read request brought.
     std::vector<std::uint16_t> m_read;
     /// Why nothing more is tried.

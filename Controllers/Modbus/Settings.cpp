@@ -27,8 +27,18 @@ constexpr int largest_unit = 247;
 constexpr int unit_of_the_connection = 255;
 constexpr int longest_timeout = 600'000;
 
-constexpr std::array keys = {
-    "host", "port", "unit", "timeoutMs", "registersPerWrite", "registersPerRead", "singleWritesOnly", "readGap"};
+/// So few find room in the buffers of a connection, so that sending never waits.
+constexpr int most_parallel_requests = 16;
+
+constexpr std::array keys = {"host",
+                             "port",
+                             "unit",
+                             "timeoutMs",
+                             "parallelRequests",
+                             "registersPerWrite",
+                             "registersPerRead",
+                             "singleWritesOnly",
+                             "readGap"};
 
 bool is_number(Value const& value)
 {
@@ -126,6 +136,11 @@ ResultPair load_flag(Value const& configuration, char const* key, bool& flag)
 
 } // namespace
 
+std::string Settings::device_name() const
+{
+    return host + ":" + std::to_string(port) + (unit == 1 ? "" : " (unit " + std::to_string(unit) + ")");
+}
+
 ResultPair load_settings(Value const& configuration, Settings& settings)
 {
     auto& limits = settings.limits;
@@ -143,6 +158,8 @@ ResultPair load_settings(Value const& configuration, Settings& settings)
         load_unit(configuration, settings.unit),
         number("timeoutMs", 1, longest_timeout,
                [&](int value) { settings.timeout = std::chrono::milliseconds(value); }),
+        number("parallelRequests", 1, most_parallel_requests,
+               [&](int value) { settings.parallel_requests = static_cast<std::size_t>(value); }),
         // What the protocol allows is the default and the most.
         count("registersPerWrite", 1, limits.registers_per_write),
         count("registersPerRead", 1, limits.registers_per_read),

@@ -1,6 +1,7 @@
 #include "Socket.h"
 
 #include <cerrno>
+#include <ctime>
 
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -15,28 +16,15 @@ namespace
 {
 
 /// Waits until the connection stands; 0, or why it does not.
-int wait_for_connection(int socket, Deadline deadline)
+int wait_for_connection(Socket const& socket, Deadline deadline)
 {
-    for (;;)
+    if (int const failed = wait_for(socket, POLLOUT, deadline); failed != 0)
     {
-        auto const left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Deadline::clock::now()).count();
-        if (left <= 0)
-        {
-            return ETIMEDOUT;
-        }
-        pollfd waiting = {.fd = socket, .events = POLLOUT, .revents = 0};
-        auto const ready = poll(&waiting, 1, static_cast<int>(left));
-        if (ready < 0 && errno != EINTR)
-        {
-            return errno;
-        }
-        if (ready > 0)
-        {
-            int error = 0;
-            socklen_t size = sizeof error;
-            return getsockopt(socket, SOL_SOCKET, SO_ERROR, &error, &size) == 0 ? error : errno;
-        }
+        return failed;
     }
+    int error = 0;
+    socklen_t size = sizeof error;
+    return getsockopt(socket.number(), SOL_SOCKET, SO_ERROR, &error, &size) == 0 ? error : errno;
 }
 
 int count(addrinfo const& addresses)
@@ -79,7 +67,7 @@ Socket connect(addrinfo const& addresses, Deadline deadline, int& error)
         error = ::connect(socket.number(), address->ai_addr, address->ai_addrlen) == 0 ? 0 : errno;
         if (error == EINPROGRESS || error == EINTR)
         {
-            error = wait_for_connection(socket.number(), turn_ends);
+            error = wait_for_connection(socket, turn_ends);
         }
         if (error == 0)
         {
@@ -87,6 +75,31 @@ Socket connect(addrinfo const& addresses, Deadline deadline, int& error)
         }
     }
     return {};
+}
+
+int wait_for(Socket const& socket, short events, Deadline deadline) noexcept
+{
+    for (;;)
+    {
+        auto const left = deadline - Deadline::clock::now();
+        if (left <= Deadline::duration::zero())
+        {
+            return ETIMEDOUT;
+        }
+        auto const seconds = std::chrono::floor<std::chrono::seconds>(left);
+        auto const rest = std::chrono::nanoseconds(left - seconds);
+        timespec const limit = {.tv_sec = seconds.count(), .tv_nsec = rest.count()};
+        pollfd waiting = {.fd = socket.number(), .events = events, .revents = 0};
+        auto const ready = ppoll(&waiting, 1, &limit, nullptr);
+        if (ready > 0)
+        {
+            return 0;
+        }
+        if (ready < 0 && errno != EINTR)
+        {
+            return errno;
+        }
+    }
 }
 
 } // namespace Modbus

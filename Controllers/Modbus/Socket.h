@@ -1,8 +1,10 @@
 #pragma once
 
-#include "HostLookup.h"
+#include "Deadline.h"
 
 #include <utility>
+
+#include <netdb.h>
 
 namespace Modbus
 {
@@ -35,6 +37,9 @@ private:
 /// Connects to the first of the addresses that takes the connection before the deadline, all of them together. Without
 /// success the socket is not open and `error` tells why: `ETIMEDOUT`, or what the last address answered. The socket
 /// does not block and sends without delay.
-Socket connect(addrinfo const& addresses, Deadline deadline, int& error);
+[[nodiscard]] Socket connect(addrinfo const& addresses, Deadline deadline, int& error);
+
+/// Waits for one of the `events` of poll; returns 0, `ETIMEDOUT` at the deadline, or why it can't wait.
+[[nodiscard]] int wait_for(Socket const& socket, short events, Deadline deadline) noexcept;
 
 } // namespace Modbus

@@ -47,7 +47,7 @@ std::uint32_t KeyTable::find(std::string_view name) const noexcept
     for (auto slot = hash & mask;; slot = (slot + 1) & mask)
     {
         auto const position = m_slots[slot];
-        if (position == none || (m_keys[position].hash == hash && m_keys[position].text == name))
+        if (position == none || (m_keys[position].hash == hash && m_keys[position].name() == name))
         {
             return position;
         }
@@ -56,7 +56,8 @@ std::uint32_t KeyTable::find(std::string_view name) const noexcept
 
 std::uint32_t KeyTable::find_linear(std::string_view name) const noexcept
 {
-    auto const found = std::find_if(m_keys.begin(), m_keys.end(), [name](Key const& key) { return key.text == name; });
+    auto const found =
+        std::find_if(m_keys.begin(), m_keys.end(), [name](Key const& key) { return key.name() == name; });
     return found == m_keys.end() ? none : static_cast<std::uint32_t>(found - m_keys.begin());
 }
 
@@ -72,9 +73,10 @@ void KeyTable::append(std::string_view name)
     {
         build_index(std::max(smallest_index, m_slots.size() * 2));
     }
-    m_keys.push_back({.text = std::string(name), .hash = m_slots.empty() ? 0 : hash_of(name)});
+    m_keys.emplace_back(name);
     if (!m_slots.empty())
     {
+        m_keys.back().hash = hash_of(name);
         enter(size() - 1);
     }
 }
@@ -85,7 +87,12 @@ void KeyTable::erase(std::uint32_t position)
     {
         leave(position);
     }
-    m_keys.erase(m_keys.begin() + position);
+    Key::take_out(m_keys, position);
+    // Each name that goes has all slots looked at, so that there are not to be many more of these than of names.
+    if (m_slots.size() > smallest_index && m_slots.size() > std::size_t{size()} * 5)
+    {
+        build_index(m_slots.size() / 2);
+    }
 }
 
 void KeyTable::reserve(std::uint32_t count)
@@ -122,7 +129,7 @@ void KeyTable::build_index(std::size_t slot_count)
     {
         if (first_index)
         {
-            m_keys[position].hash = hash_of(m_keys[position].text);
+            m_keys[position].hash = hash_of(m_keys[position].name());
         }
         enter(position);
     }

@@ -27,7 +27,7 @@ public:
 
     std::uint32_t size() const noexcept { return static_cast<std::uint32_t>(m_keys.size()); }
     Key const* data() const noexcept { return m_keys.data(); }
-    std::string_view operator[](std::uint32_t position) const noexcept { return m_keys[position].text; }
+    std::string_view operator[](std::uint32_t position) const noexcept { return m_keys[position].name(); }
 
     /// The position of the name, or `none`.
     std::uint32_t find(std::string_view name) const noexcept;

@@ -135,6 +135,22 @@ Iterator<Value> Value::insert_or_update(char const* name, Value const& value)
     return iterator_at(container, container.items.data(), position);
 }
 
+/// Takes an item out of the list. The ones behind it close up without their references being counted, which is several
+/// times faster than moving each.
+void Value::take_out(std::vector<Value>& items, std::size_t position) noexcept
+{
+    Value gone;
+    gone.swap(items[position]);
+    for (auto next = position + 1; next < items.size(); ++next)
+    {
+        items[next - 1].m_scalar = items[next].m_scalar;
+        items[next - 1].m_type = items[next].m_type;
+        items[next - 1].m_counted = items[next].m_counted;
+    }
+    items.back().forget();
+    items.pop_back();
+}
+
 bool Value::erase(char const* name)
 {
     auto const position = position_of(entries(), name);
@@ -144,7 +160,7 @@ bool Value::erase(char const* name)
     }
     auto& container = own();
     own_keys(container).erase(position);
-    container.items.erase(container.items.begin() + position);
+    take_out(container.items, position);
     return true;
 }
 

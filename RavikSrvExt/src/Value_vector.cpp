@@ -96,7 +96,7 @@ bool Value::erase(unsigned long index)
         return false;
     }
     auto& items = own().items;
-    items.erase(items.begin() + static_cast<std::ptrdiff_t>(index));
+    take_out(items, index);
     return true;
 }
 

@@ -139,7 +139,7 @@ void Configuration::save_folder(std::string const& domain, std::string const& pa
             m_store->put(domain, entry_path, kind == EntryKind::Folder ? nullptr : &entry);
             return true;
         },
-        true);
+        Folders::Visited);
 }
 
 // Turns ---------------------------------------------------------------------------------------------------------------

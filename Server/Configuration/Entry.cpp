@@ -30,20 +30,20 @@ bool in_list(std::string_view path, std::string_view list)
 }
 
 /// Returns whether the walk goes on.
-bool walk(std::string const& path, Value const& node, EntryVisit const& visit, bool with_folders)
+bool walk(std::string const& path, Value const& node, EntryVisit const& visit, Folders folders)
 {
     auto const kind = kind_of(path, node);
     if (kind != EntryKind::Folder)
     {
         return visit(path, node, kind);
     }
-    if (with_folders && !visit(path, node, kind))
+    if (folders == Folders::Visited && !visit(path, node, kind))
     {
         return false;
     }
     for (auto entry = node.begin(); entry != node.end(); ++entry)
     {
-        if (!walk(Tree::join(path, entry.name()), *entry, visit, with_folders))
+        if (!walk(Tree::join(path, entry.name()), *entry, visit, folders))
         {
             return false;
         }
@@ -122,14 +122,14 @@ Place locate(std::string const& path, Value const& root)
     return {.kind = kind, .owner = reached};
 }
 
-void for_each_entry(std::string const& path, Value const& root, EntryVisit const& visit, bool with_folders)
+void for_each_entry(std::string const& path, Value const& root, EntryVisit const& visit, Folders folders)
 {
     if (path.empty())
     {
         for (auto const list : {Key::recipe_type_list, Key::recipe_list})
         {
             auto const* const node = RavikSrv::node(&root, std::string(list));
-            if (node != nullptr && !walk(std::string(list), *node, visit, with_folders))
+            if (node != nullptr && !walk(std::string(list), *node, visit, folders))
             {
                 return;
             }
@@ -140,7 +140,7 @@ void for_each_entry(std::string const& path, Value const& root, EntryVisit const
     if (reached.node != nullptr && locate(path, root).kind != EntryKind::Inside &&
         kind_of(path, *reached.node) != EntryKind::Other)
     {
-        walk(path, *reached.node, visit, with_folders);
+        walk(path, *reached.node, visit, folders);
     }
 }
 

@@ -50,12 +50,19 @@ struct Place
 /// lead somewhere: inside an entry, or as `Neither` in a folder.
 Place locate(std::string const& path, RavikSrv::Value const& root);
 
+/// Whether a walk over entries visits the folders, too.
+enum class Folders
+{
+    PassedOver,
+    Visited,
+};
+
 /// Calls `visit(path, entry, kind)` for each recipe type and recipe at or below `path` (the empty path: both lists) in
-/// the order of the tree, and for whatever is `Neither`. Folders are visited too, before what they hold, where
-/// `with_folders` is set. The visit answers false to end the walk.
+/// the order of the tree, and for whatever is `Neither`. Folders may be visited too, before what they hold. The visit
+/// returns false to end the walk.
 using EntryVisit = std::function<bool(std::string const& path, RavikSrv::Value const& entry, EntryKind kind)>;
 void for_each_entry(std::string const& path, RavikSrv::Value const& root, EntryVisit const& visit,
-                    bool with_folders = false);
+                    Folders folders = Folders::PassedOver);
 
 /// The path without the list that it begins with: the name by which entries refer to the entry.
 std::string relative_name(std::string const& path);

@@ -463,7 +463,7 @@ std::vector<Finding> Editor::check(std::string const& domain) const
             }
             return true;
         },
-        true);
+        Folders::Visited);
     return findings;
 }
 

@@ -166,7 +166,7 @@ Refusal check_set(std::string const& path, Value const& before, Value const& aft
             }
             return !refusal;
         },
-        true);
+        Folders::Visited);
     return refusal;
 }
 

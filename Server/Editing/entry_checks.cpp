@@ -103,7 +103,7 @@ Refusal check_entries(EntrySchemas const& schemas, std::string const& path, Valu
             refusal = refusal ? refusal : check_entry(schemas, kind, entry_path, entry);
             return !refusal;
         },
-        true);
+        Folders::Visited);
     return refusal;
 }
 

@@ -1,10 +1,12 @@
 #pragma once
 
+#include "RavikSrvExt/Key.h"
+
 #include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
-#include <string>
+
 #include <type_traits>
 
 namespace RavikSrv
@@ -12,13 +14,6 @@ namespace RavikSrv
 
 namespace Detail
 {
-
-/// A key of a map. The hash is set once the key's table keeps an index.
-struct Key
-{
-    std::string text;
-    std::uint32_t hash = 0;
-};
 
 /// Walks a map in its stored order; `T` is the entry's type, const for the read-only walk.
 template <typename T> class BasicMapIterator
@@ -33,7 +28,7 @@ public:
     noexcept : m_key(other.key()), m_entry(other.operator->()) {}
 
     /// The entry's key, zero-terminated; owned by the map and valid until the map changes its keys.
-    char const* name() const noexcept { return m_key->text.c_str(); }
+    char const* name() const noexcept { return m_key->c_str(); }
     T& operator*() const noexcept { return *m_entry; }
     T* operator->() const noexcept { return m_entry; }
 

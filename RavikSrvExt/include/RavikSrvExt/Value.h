@@ -12,6 +12,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace RavikSrv
 {
@@ -325,6 +326,7 @@ private:
     Value const* entry(char const* name) const noexcept;
     Value* entry(char const* name);
     std::uint32_t ensure(char const* name, Value const& value);
+    static void take_out(std::vector<Value>& items, std::size_t position) noexcept;
     bool equals(Value const& other) const noexcept;
     std::weak_ordering compare(Value const& other) const;
 

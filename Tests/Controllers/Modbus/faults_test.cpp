@@ -207,12 +207,12 @@ TEST(ModbusFaults, a_late_answer_is_never_taken_for_the_next_one)
 {
     // The answer to the first request comes when the second is there: over its own connection, and where the device
     // mixes them up, over the new one.
-    for (bool const mixed_up : {false, true})
+    for (auto const& [mixed_up, parallel_requests] : {std::pair(false, 1), {true, 1}, {false, 4}, {true, 4}})
     {
         int first_connection = -1;
         Bytes held_back;
         ScriptedDevice device(
-            [&](ScriptedDevice& self, Request const& request)
+            [&, mixed_up = mixed_up](ScriptedDevice& self, Request const& request)
             {
                 auto answer = self.right_answer(request);
                 if (request.address() == 100)
@@ -223,7 +223,7 @@ TEST(ModbusFaults, a_late_answer_is_never_taken_for_the_next_one)
                 ScriptedDevice::send(mixed_up ? request.socket : first_connection, held_back);
                 return answer;
             });
-        Domain domain(device.port(), map({{"timeoutMs", 200}}));
+        Domain domain(device.port(), map({{"timeoutMs", 200}, {"parallelRequests", parallel_requests}}));
         EXPECT_EQ(domain.outcomes(only_100), "TIMEOUT");
         EXPECT_EQ(domain.outcomes({scattered[1]}), mixed_up ? "CONNECTION_LOST" : "200");
         EXPECT_EQ(device.connections(), 2);

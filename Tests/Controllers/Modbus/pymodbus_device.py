@@ -1,6 +1,8 @@
-"""A Modbus device on pymodbus for the tests: prints its port, serves until its standard input ends.
+"""A Modbus device on pymodbus for tests and benchmarks: prints its port, serves until its standard input ends.
 
-Every table has the addresses 0 to 1999. Input registers hold their own address, every third discrete input is on.
+usage: pymodbus_device.py [SIZE] [MS]     (the addresses in each table, 2000; how long an answer takes on the line, 0)
+
+Input registers hold their own address, every third discrete input is on.
 """
 
 import asyncio
@@ -8,10 +10,21 @@ import logging
 import sys
 
 from pymodbus.datastore import ModbusSequentialDataBlock, ModbusServerContext, ModbusSlaveContext
-from pymodbus.server.async_io import ModbusTcpServer
+from pymodbus.server.async_io import ModbusConnectedRequestHandler, ModbusTcpServer
 
-SIZE = 2000
+SIZE = int(sys.argv[1]) if len(sys.argv) > 1 else 2000
+LATENCY = float(sys.argv[2]) / 1000 if len(sys.argv) > 2 else 0
 logging.disable()
+
+
+class Handler(ModbusConnectedRequestHandler):
+    """Lets answers take their time, several at once."""
+
+    def _send_(self, data):
+        if LATENCY > 0:
+            asyncio.get_running_loop().call_later(LATENCY, super()._send_, data)
+        else:
+            super()._send_(data)
 
 
 async def serve():
@@ -22,7 +35,7 @@ async def serve():
         ir=ModbusSequentialDataBlock(0, list(range(SIZE))),
         zero_mode=True,
     )
-    server = ModbusTcpServer(ModbusServerContext(slaves=unit, single=True), address=("127.0.0.1", 0))
+    server = ModbusTcpServer(ModbusServerContext(slaves=unit, single=True), address=("127.0.0.1", 0), handler=Handler)
     serving = asyncio.ensure_future(server.serve_forever())
     await asyncio.wait({serving, server.serving}, return_when=asyncio.FIRST_COMPLETED)
     print(server.server.sockets[0].getsockname()[1], flush=True)

@@ -30,6 +30,7 @@ TEST(ModbusSettings, are_refused_with_the_key_and_what_was_expected)
         {"port", "a whole number from 1 to 65535", {{0, "0"}, {65536, "65536"}, {"502", R"("502")"}}},
         {"unit", "a whole number from 0 to 247, or 255", {{248, "248"}, {-1, "-1"}}},
         {"timeoutMs", "a whole number from 1 to 600000", {{0, "0"}, {1.5, "1.5"}}},
+        {"parallelRequests", "a whole number from 1 to 16", {{0, "0"}, {17, "17"}}},
         {"registersPerWrite", "a whole number from 1 to 123", {{124, "124"}}},
         {"registersPerRead", "a whole number from 1 to 125", {{126, "126"}, {9'000'000'000L, "9000000000"}}},
         {"singleWritesOnly", "true or false", {{1, "1"}}},
