@@ -5,6 +5,7 @@
 
 #include "Json/Json.h"
 
+#include "algorithm_helper.h"
 #include "api_helper.h"
 #include "value_comparison.h"
 
@@ -86,6 +87,18 @@ void conclude(ActivationReport& report)
     {
         report.text = "written, but not verified: " + doubtful;
     }
+}
+
+Value body_of(std::string const& recipe, ActivationRows const& rows, std::vector<RowState> const& counted)
+{
+    auto body = value_of(rows, counted);
+    body.insert("recipe", Value(std::string_view(recipe)));
+    return body;
+}
+
+std::string success_name()
+{
+    return RavikSrv::get_error_string(ErrorValue::SUCCESS).name();
 }
 
 std::string by(std::string const& who)
@@ -261,21 +274,22 @@ ActivationReport Activation::activate(std::string const& recipe, ActivationOptio
             report.rows[index].before = readings[index] ? readings[index]->value : Value();
         }
     }
-    carry_out(report,
-              {.action = "activate",
-               .who = options.who,
-               .note = options.note,
-               .asked = recipe,
-               .verifies = m_settings.verify && options.verify,
-               .stop = options.stop,
-               .write = [&]
-               {
-                   auto const session = m_core.executor.recorder().new_session();
-                   SessionModes::Scope const pinned(
-                       m_core.modes, session,
-                       {.plans = false, .domain = std::string(recipe_domain), .tree = tree, .stop = options.stop});
-                   return m_function(session, recipe);
-               }});
+    auto const write = [&]
+    {
+        auto const session = m_core.executor.recorder().new_session();
+        SessionModes::Scope const pinned(
+            m_core.modes, session,
+            {.plans = false, .domain = std::string(recipe_domain), .tree = tree, .stop = options.stop});
+        return m_function(session, recipe);
+    };
+    carry_out(report, {.is_revert = false,
+                       .recipe = recipe,
+                       .who = options.who,
+                       .note = options.note,
+                       .asked = "activate " + recipe,
+                       .verifies = m_settings.verify && options.verify,
+                       .stop = options.stop,
+                       .write = write});
     return report;
 }
 
@@ -308,7 +322,7 @@ void Activation::carry_out(ActivationReport& report, Attempt const& attempt)
     {
         conclude(report);
     }
-    complete_record(report, trouble);
+    complete_record(report, attempt, trouble);
     if (!trouble.empty() && report.succeeded())
     {
         fail(report, ErrorValue::STORAGE_STORE, "everything is written, but not remembered: " + trouble);
@@ -327,11 +341,15 @@ void Activation::begin_record(ActivationReport& report, Attempt const& attempt, 
     }
     try
     {
-        report.id = m_log->begin({.action = attempt.action,
-                                  .who = attempt.who,
-                                  .note = attempt.note,
-                                  .asked = attempt.asked,
-                                  .body = value_of(report.rows, {})});
+        auto const id = m_log->begin({.is_revert = attempt.is_revert,
+                                      .who = attempt.who,
+                                      .note = attempt.note,
+                                      .asked = attempt.asked,
+                                      .body = body_of(attempt.recipe, report.rows, {})});
+        if (id != 0)
+        {
+            report.id = id;
+        }
     }
     catch (std::exception const& error)
     {
@@ -339,19 +357,16 @@ void Activation::begin_record(ActivationReport& report, Attempt const& attempt, 
     }
 }
 
-void Activation::complete_record(ActivationReport& report, std::string& trouble)
+void Activation::complete_record(ActivationReport const& report, Attempt const& attempt, std::string& trouble)
 {
     if (!report.id)
     {
         return;
     }
-    auto const error = report.error == ErrorValue::SUCCESS && report.result != 0 ? ErrorValue::EXTENSION : report.error;
     try
     {
-        m_log->complete(*report.id,
-                        error == ErrorValue::EXTENSION ? report.name
-                                                       : std::string(RavikSrv::get_error_string(error).name()),
-                        report.text, value_of(report.rows, activation_states()));
+        m_log->complete(*report.id, report.succeeded(), report.text,
+                        body_of(attempt.recipe, report.rows, activation_states()));
     }
     catch (std::exception const& failure)
     {
@@ -398,17 +413,17 @@ ActivationReport Activation::revert(Value const& body, RevertOptions const& opti
     ActivationRows recorded;
     for (auto& row : rows_of(body))
     {
-        auto const is_written = row.state == RowState::Written || row.state == RowState::Verified ||
-                                row.state == RowState::Differs || row.state == RowState::Planned;
-        if (is_written)
+        // What failed may have arrived all the same: an answer that got lost fails the write too.
+        if (row.state != RowState::NotTried && row.state != RowState::NotWritten && row.state != RowState::Same)
         {
             recorded.push_back(std::move(row));
         }
     }
     ActivationReport report;
+    report.name = success_name();
     report.rows = candidates(recorded);
     WriteHolds::Hold const hold(m_holds, places_of(planned_symbols(report.rows)),
-                                "the revert of " + options.asked + by(options.who));
+                                "a revert (" + options.asked + ")" + by(options.who));
     if (!hold.refusal().empty())
     {
         abandon(report.rows);
@@ -426,7 +441,8 @@ ActivationReport Activation::revert(Value const& body, RevertOptions const& opti
         }
         return report;
     }
-    carry_out(report, {.action = "revert",
+    carry_out(report, {.is_revert = true,
+                       .recipe = RavikSrv::Algorithm::to_string(body["recipe"]),
                        .who = options.who,
                        .note = options.note,
                        .asked = options.asked,
@@ -491,9 +507,11 @@ void Activation::choose(ActivationRows& rows, ActivationRows const& recorded, bo
         }
         auto const is_as_written =
             is_read && agree(row.symbol, recorded[index].value, row.before, tolerance_of(row.symbol));
-        if (!is_as_written && !force)
+        auto const has_failed = recorded[index].state == RowState::Failed;
+        if (!is_as_written && (!force || has_failed))
         {
             row.state = RowState::NotWritten;
+            row.is_left_on_purpose = has_failed;
             row.text = is_read
                            ? "the controller holds " + Json::write(row.before) + ", which the activation did not write"
                            : failure_text(*reading);
@@ -518,6 +536,7 @@ FunctionOutcome Activation::write_back(ActivationRows const& rows)
     context.set_session(m_core.executor.recorder().new_session());
     auto const result = m_core.executor.execute(context, group);
     FunctionOutcome outcome;
+    outcome.name = success_name();
     outcome.record.push_back(m_core.executor.recorder().describe(group, result));
     return outcome;
 }

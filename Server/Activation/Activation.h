@@ -34,9 +34,9 @@ struct ActivationOptions
 {
     /// Whether what was written is read back, where the project's settings do so.
     bool verify = true;
-    std::string note;
+    std::string note{};
     /// On whose behalf.
-    std::string who;
+    std::string who{};
     /// Once it is set, nothing more is sent, and what was done until then is reported. May be null.
     std::atomic<bool> const* stop = nullptr;
 };
@@ -47,10 +47,10 @@ struct RevertOptions
     bool dry_run = false;
     /// Also write back where the controller holds something that the activation did not write.
     bool force = false;
-    std::string note;
-    std::string who;
-    /// What is taken back, for the record.
-    std::string asked;
+    std::string note{};
+    std::string who{};
+    /// What was asked, for the record: "revert 17".
+    std::string asked{};
     std::atomic<bool> const* stop = nullptr;
 };
 
@@ -61,12 +61,12 @@ struct [[nodiscard]] ActivationReport
     RavikSrv::ErrorValue error = RavikSrv::ErrorValue::SUCCESS;
     /// The extension's result, 0 for success, and the name that the extension gives to it.
     unsigned result = 0;
-    std::string name;
+    std::string name{};
     /// What is wrong; beside a success, what was noticed.
-    std::string text;
+    std::string text{};
     /// The number of the record, where there is one.
-    std::optional<std::int64_t> id;
-    ActivationRows rows;
+    std::optional<std::int64_t> id{};
+    ActivationRows rows{};
 
     bool succeeded() const noexcept { return error == RavikSrv::ErrorValue::SUCCESS && result == 0; }
 };
@@ -111,7 +111,8 @@ private:
     /// A writing that is about to be carried out.
     struct Attempt
     {
-        std::string action;
+        bool is_revert = false;
+        std::string recipe;
         std::string who;
         std::string note;
         std::string asked;
@@ -127,7 +128,7 @@ private:
     Readings read(ActivationRows const& rows, std::initializer_list<RowState> states) const;
     void carry_out(ActivationReport& report, Attempt const& attempt);
     void begin_record(ActivationReport& report, Attempt const& attempt, std::string& trouble);
-    void complete_record(ActivationReport& report, std::string& trouble);
+    void complete_record(ActivationReport const& report, Attempt const& attempt, std::string& trouble);
     void verify(ActivationRows& rows) const;
 
     ActivationRows candidates(ActivationRows const& recorded) const;

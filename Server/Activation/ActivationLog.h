@@ -11,14 +11,14 @@ namespace Ravik
 /// What is about to be written to the controllers.
 struct ActivationIntent
 {
-    /// "activate" or "revert".
-    std::string action;
+    /// Whether an activation is taken back.
+    bool is_revert = false;
     /// On whose behalf.
     std::string who;
     std::string note;
-    /// The recipe, or the number of the record that is taken back, as a text.
+    /// As a person would type it: "activate Bread".
     std::string asked;
-    /// The rows as `value_of` gives them, all "planned".
+    /// {"recipe", "counts", "rows"}, the rows as `value_of` gives them, those to be written "planned".
     RavikSrv::Value body;
 };
 
@@ -29,11 +29,11 @@ class ActivationLog
 public:
     virtual ~ActivationLog() = default;
 
-    /// Stores a record, with the outcome "begun", before the first value leaves. Returns its number.
+    /// Stores a record, with the outcome "begun", before the first value leaves. Returns its number, 0 where no records
+    /// are kept.
     virtual std::int64_t begin(ActivationIntent const& intent) = 0;
-    /// Completes the record: the name of the result with a text, and the rows as they ended.
-    virtual void complete(std::int64_t id, std::string const& outcome, std::string const& text,
-                          RavikSrv::Value const& body) = 0;
+    /// Completes the record: whether all went well, with a text, and the body with the rows as they ended.
+    virtual void complete(std::int64_t id, bool succeeded, std::string const& text, RavikSrv::Value const& body) = 0;
 };
 
 } // namespace Ravik
