@@ -27,7 +27,6 @@ Answer write(Invocation& invocation, std::string const& recipe)
     Interruption const interruption;
     auto const report = project.activate(recipe, {.verify = !invocation.has(Option::no_verify),
                                                   .note = invocation.value(Option::note),
-                                                  .who = {},
                                                   .stop = &interruption.mark()});
     print_activation(report, invocation.output());
     return activation_answer(report, activation_states());
@@ -39,8 +38,8 @@ Answer activate(Invocation& invocation)
 {
     auto const& recipe = invocation.operands()[0];
     auto const is_planned = invocation.has(Option::dry_run);
-    auto answer = is_planned ? plan(invocation, recipe) : write(invocation, recipe);
     warn_of_missing_recipes(invocation, recipe);
+    auto answer = is_planned ? plan(invocation, recipe) : write(invocation, recipe);
     if (answer.result != 0)
     {
         hint_at_unknown_recipe(invocation, recipe);
