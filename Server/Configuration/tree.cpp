@@ -220,6 +220,26 @@ void take_back(Value& root, Change const& change)
     }
 }
 
+void apply_run(Value& root, Removals const& run)
+{
+    if (auto& parent = *RavikSrv::node_path(run.front()->parent, root).node; is_worth_a_pass(parent, run.size()))
+    {
+        remove_all(parent, run);
+        return;
+    }
+    std::for_each(run.begin(), run.end(), [&root](Change const* change) { apply(root, *change); });
+}
+
+void take_back_run(Value& root, Removals const& run)
+{
+    if (auto& parent = *RavikSrv::node_path(run.front()->parent, root).node; is_worth_a_pass(parent, run.size()))
+    {
+        put_back_all(parent, run);
+        return;
+    }
+    std::for_each(run.rbegin(), run.rend(), [&root](Change const* change) { take_back(root, *change); });
+}
+
 /// The changes in runs: removals of entries of one map that follow one another, any other change by itself.
 std::vector<Removals> in_runs(std::vector<Change const*> const& changes)
 {
@@ -366,29 +386,14 @@ ErrorValue remove(Value& root, std::string const& path, std::vector<Change>& cha
 
 void apply(Value& root, std::vector<Change const*> const& changes)
 {
-    for (auto const& run : in_runs(changes))
-    {
-        if (auto& parent = *RavikSrv::node_path(run.front()->parent, root).node; is_worth_a_pass(parent, run.size()))
-        {
-            remove_all(parent, run);
-            continue;
-        }
-        std::for_each(run.begin(), run.end(), [&root](Change const* change) { apply(root, *change); });
-    }
+    auto const runs = in_runs(changes);
+    std::for_each(runs.begin(), runs.end(), [&root](Removals const& run) { apply_run(root, run); });
 }
 
 void take_back(Value& root, std::vector<Change const*> const& changes)
 {
     auto const runs = in_runs(changes);
-    for (auto run = runs.rbegin(); run != runs.rend(); ++run)
-    {
-        if (auto& parent = *RavikSrv::node_path(run->front()->parent, root).node; is_worth_a_pass(parent, run->size()))
-        {
-            put_back_all(parent, *run);
-            continue;
-        }
-        std::for_each(run->rbegin(), run->rend(), [&root](Change const* change) { take_back(root, *change); });
-    }
+    std::for_each(runs.rbegin(), runs.rend(), [&root](Removals const& run) { take_back_run(root, run); });
 }
 
 } // namespace Ravik::Tree

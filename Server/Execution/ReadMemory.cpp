@@ -5,7 +5,6 @@
 namespace Ravik
 {
 
-using RavikSrv::Command;
 using RavikSrv::CommandGroup;
 using RavikSrv::ErrorValue;
 using RavikSrv::Session;

@@ -1,7 +1,9 @@
 #pragma once
 
+#include "RavikSrvExt/SharedText.h"
+
+#include <array>
 #include <cstdint>
-#include <cstring>
 #include <limits>
 #include <stdexcept>
 #include <string_view>
@@ -19,11 +21,21 @@ class Key
 public:
     explicit Key(std::string_view name) : m_size(checked_size(name))
     {
-        auto* const text = is_inside() ? m_inside : (m_outside = new char[name.size() + 1]);
-        name.copy(text, name.size());
-        text[name.size()] = '\0';
+        if (!is_inside())
+        {
+            m_outside = Text::make(name);
+            return;
+        }
+        // What is behind the name is zero already.
+        name.copy(m_inside.data(), name.size());
     }
-    Key(Key const& other) : Key(other.name()) { hash = other.hash; }
+    Key(Key const& other) noexcept : hash(other.hash), m_size(other.m_size), m_inside(other.m_inside)
+    {
+        if (!is_inside())
+        {
+            m_outside->add_reference();
+        }
+    }
     Key(Key&& other) noexcept { take(other); }
     Key& operator=(Key const& other)
     {
@@ -42,7 +54,7 @@ public:
     ~Key() { free(); }
 
     /// The name, zero-terminated.
-    char const* c_str() const noexcept { return is_inside() ? m_inside : m_outside; }
+    char const* c_str() const noexcept { return is_inside() ? m_inside.data() : m_outside->data(); }
     std::string_view name() const noexcept { return {c_str(), m_size}; }
 
     std::uint32_t hash = 0;
@@ -53,7 +65,7 @@ public:
         keys[position].free();
         for (auto next = position + 1; next < keys.size(); ++next)
         {
-            std::memcpy(keys[next - 1].m_inside, keys[next].m_inside, room);
+            keys[next - 1].m_inside = keys[next].m_inside;
             keys[next - 1].m_size = keys[next].m_size;
             keys[next - 1].hash = keys[next].hash;
         }
@@ -77,25 +89,25 @@ private:
 
     void take(Key& other) noexcept
     {
-        static_assert(sizeof(m_inside) == room && sizeof(m_outside) <= room);
-        std::memcpy(m_inside, other.m_inside, room);
+        static_assert(sizeof(m_outside) <= sizeof(m_inside));
+        m_inside = other.m_inside;
         m_size = std::exchange(other.m_size, 0);
         hash = other.hash;
     }
 
     void free() noexcept
     {
-        if (!is_inside())
+        if (!is_inside() && m_outside->drop_reference())
         {
-            delete[] m_outside;
+            Text::destroy(m_outside);
         }
     }
 
     std::uint32_t m_size = 0;
     union
     {
-        char m_inside[room] = {};
-        char* m_outside;
+        std::array<char, room> m_inside = {};
+        Text const* m_outside;
     };
 };
 

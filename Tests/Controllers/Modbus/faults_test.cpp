@@ -368,6 +368,24 @@ TEST_F(ModbusTwoDomains, the_one_that_answers_is_served_before_the_one_that_does
     EXPECT_EQ(call("ReadFromTarget").value, recipes_of(recipe));
 }
 
+TEST_F(ModbusTwoDomains, a_symbol_is_read_once_in_a_request)
+{
+    silent = false;
+    std::string const domain(recipe_domain);
+    auto const imported =
+        m_project->import(domain, configuration_of("P { Near2 } | S:P { Near2=7 } U:T { Far2=7 }"), {});
+    ASSERT_TRUE(imported.succeeded()) << imported.text;
+    ASSERT_TRUE(call("ActivateRecipe").succeeded());
+    near.requests();
+    for (int request = 0; request < 2; ++request)
+    {
+        EXPECT_EQ(m_project->call(domain, "GetActiveRecipes", Value()).value.size(), 3U);
+        EXPECT_EQ(near.requests(), "3@100x1 3@200x1 3@300x1") << "each request reads anew";
+    }
+    ASSERT_TRUE(m_project->write_symbol("Near2", 8).commands.at(0).failure.empty());
+    EXPECT_EQ(m_project->call(domain, "GetActiveRecipes", Value()).value.size(), 1U);
+}
+
 } // namespace
 
 } // namespace Ravik::Test
