@@ -1,6 +1,7 @@
 #include "commands.h"
 
 #include "Interruption.h"
+#include "Progress.h"
 #include "activation_answer.h"
 #include "function_answer.h"
 
@@ -25,9 +26,13 @@ Answer write(Invocation& invocation, std::string const& recipe)
 {
     auto& project = invocation.project();
     Interruption const interruption;
-    auto const report = project.activate(recipe, {.verify = !invocation.has(Option::no_verify),
-                                                  .note = invocation.value(Option::note),
-                                                  .stop = &interruption.mark()});
+    Progress progress("Symbols written:");
+    auto const report = project.activate(
+        recipe, {.verify = !invocation.has(Option::no_verify),
+                 .note = invocation.value(Option::note),
+                 .stop = &interruption.mark(),
+                 .progress = [&](std::size_t done, std::size_t total) { progress.show(done, total); }});
+    progress.clear();
     print_activation(report, invocation.output());
     return activation_answer(report, activation_states());
 }

@@ -274,12 +274,16 @@ ActivationReport Activation::activate(std::string const& recipe, ActivationOptio
             report.rows[index].before = readings[index] ? readings[index]->value : Value();
         }
     }
-    auto const write = [&]
+    auto const total = report.rows.size();
+    auto const write = [&, done = std::size_t{0}]() mutable
     {
         auto const session = m_core.executor.recorder().new_session();
-        SessionModes::Scope const pinned(
-            m_core.modes, session,
-            {.plans = false, .domain = std::string(recipe_domain), .tree = tree, .stop = options.stop});
+        SessionMode mode{.plans = false, .domain = std::string(recipe_domain), .tree = tree, .stop = options.stop};
+        if (options.progress)
+        {
+            mode.executed = [&](std::size_t commands) { options.progress(std::min(done += commands, total), total); };
+        }
+        SessionModes::Scope const pinned(m_core.modes, session, std::move(mode));
         return m_function(session, recipe);
     };
     carry_out(report, {.is_revert = false,

@@ -39,6 +39,8 @@ struct ActivationOptions
     std::string who{};
     /// Once it is set, nothing more is sent, and what was done until then is reported. May be null.
     std::atomic<bool> const* stop = nullptr;
+    /// Told how many symbols are written of all; may be empty.
+    std::function<void(std::size_t done, std::size_t total)> progress{};
 };
 
 struct RevertOptions

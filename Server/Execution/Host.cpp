@@ -31,8 +31,13 @@ ErrorValue Host::execute_command_group(Context const& context, RavikSrv::Command
                               {
                                   return m_executor.refuse(context, *group, ErrorValue::INTERRUPTED, stopped_text);
                               }
-                              return mode && mode->plans ? m_executor.plan(context, *group)
-                                                         : m_executor.execute(context, *group);
+                              auto const result = mode && mode->plans ? m_executor.plan(context, *group)
+                                                                      : m_executor.execute(context, *group);
+                              if (mode && mode->executed)
+                              {
+                                  mode->executed(group->size());
+                              }
+                              return result;
                           });
 }
 

@@ -4,7 +4,9 @@
 #include "RavikSrvExtApi.h"
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -19,10 +21,12 @@ struct SessionMode
     /// server and no configuration.
     bool plans = false;
     /// A domain whose configuration they read as this tree, whatever it has become since; none where it is empty.
-    std::string domain;
-    RavikSrv::Value tree;
+    std::string domain{};
+    RavikSrv::Value tree{};
     /// Once it is set, nothing more is executed. May be null; outlives the mode.
     std::atomic<bool> const* stop = nullptr;
+    /// Told of each group that was executed how many commands it had; may be empty.
+    std::function<void(std::size_t commands)> executed{};
 
     bool is_stopped() const noexcept { return stop != nullptr && stop->load(); }
 };
