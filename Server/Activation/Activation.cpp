@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <iterator>
 
 namespace Ravik
 {
@@ -19,11 +20,12 @@ using RavikSrv::Command;
 using RavikSrv::CommandGroup;
 using RavikSrv::Context;
 using RavikSrv::ErrorValue;
-using RavikSrv::Session;
 using RavikSrv::Value;
 
 namespace
 {
+
+constexpr char const* interrupted_text = "interrupted before anything was written";
 
 bool is_stopped(std::atomic<bool> const* stop)
 {
@@ -256,6 +258,10 @@ ActivationReport Activation::activate(std::string const& recipe, ActivationOptio
     if (!report.succeeded())
     {
         abandon(report.rows);
+        if (is_stopped(options.stop))
+        {
+            fail(report, ErrorValue::INTERRUPTED, interrupted_text);
+        }
         return report;
     }
     WriteHolds::Hold const hold(m_holds, places_of(planned_symbols(report.rows)),
@@ -274,18 +280,6 @@ ActivationReport Activation::activate(std::string const& recipe, ActivationOptio
             report.rows[index].before = readings[index] ? readings[index]->value : Value();
         }
     }
-    auto const total = report.rows.size();
-    auto const write = [&, done = std::size_t{0}]() mutable
-    {
-        auto const session = m_core.executor.recorder().new_session();
-        SessionMode mode{.plans = false, .domain = std::string(recipe_domain), .tree = tree, .stop = options.stop};
-        if (options.progress)
-        {
-            mode.executed = [&](std::size_t commands) { options.progress(std::min(done += commands, total), total); };
-        }
-        SessionModes::Scope const pinned(m_core.modes, session, std::move(mode));
-        return m_function(session, recipe);
-    };
     carry_out(report, {.is_revert = false,
                        .recipe = recipe,
                        .who = options.who,
@@ -293,8 +287,23 @@ ActivationReport Activation::activate(std::string const& recipe, ActivationOptio
                        .asked = "activate " + recipe,
                        .verifies = m_settings.verify && options.verify,
                        .stop = options.stop,
-                       .write = write});
+                       .write = [&] { return write_all(recipe, tree, report.rows.size(), options); }});
     return report;
+}
+
+/// Has the function write, served from the tree that the plan was made of.
+FunctionOutcome Activation::write_all(std::string const& recipe, Value const& tree, std::size_t total,
+                                      ActivationOptions const& options)
+{
+    auto const session = m_core.executor.recorder().new_session();
+    SessionMode mode{.plans = false, .domain = std::string(recipe_domain), .tree = tree, .stop = options.stop};
+    std::size_t done = 0;
+    if (options.progress)
+    {
+        mode.executed = [&](std::size_t commands) { options.progress(std::min(done += commands, total), total); };
+    }
+    SessionModes::Scope const pinned(m_core.modes, session, std::move(mode));
+    return m_function(session, recipe);
 }
 
 /// Writes the rows that are planned, verifies and remembers.
@@ -303,7 +312,7 @@ void Activation::carry_out(ActivationReport& report, Attempt const& attempt)
     if (is_stopped(attempt.stop))
     {
         abandon(report.rows);
-        fail(report, ErrorValue::INTERRUPTED, "interrupted before anything was written");
+        fail(report, ErrorValue::INTERRUPTED, interrupted_text);
         return;
     }
     std::string trouble;
@@ -412,17 +421,26 @@ void Activation::verify(ActivationRows& rows) const
 
 // Taking back ---------------------------------------------------------------------------------------------------------
 
+namespace
+{
+
+/// The rows of what was sent. What failed may have arrived all the same: an answer that got lost fails the write too.
+ActivationRows perhaps_written(ActivationRows const& rows)
+{
+    ActivationRows written;
+    std::copy_if(rows.begin(), rows.end(), std::back_inserter(written),
+                 [](ActivationRow const& row) {
+                     return row.state != RowState::NotTried && row.state != RowState::NotWritten &&
+                            row.state != RowState::Same;
+                 });
+    return written;
+}
+
+} // namespace
+
 ActivationReport Activation::revert(Value const& body, RevertOptions const& options)
 {
-    ActivationRows recorded;
-    for (auto& row : rows_of(body))
-    {
-        // What failed may have arrived all the same: an answer that got lost fails the write too.
-        if (row.state != RowState::NotTried && row.state != RowState::NotWritten && row.state != RowState::Same)
-        {
-            recorded.push_back(std::move(row));
-        }
-    }
+    auto const recorded = perhaps_written(rows_of(body));
     ActivationReport report;
     report.name = success_name();
     report.rows = candidates(recorded);

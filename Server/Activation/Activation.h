@@ -128,6 +128,8 @@ private:
                               std::atomic<bool> const* stop) const;
     /// Reads the rows in one request, those in one of the states; the others have no reading.
     Readings read(ActivationRows const& rows, std::initializer_list<RowState> states) const;
+    FunctionOutcome write_all(std::string const& recipe, RavikSrv::Value const& tree, std::size_t total,
+                              ActivationOptions const& options);
     void carry_out(ActivationReport& report, Attempt const& attempt);
     void begin_record(ActivationReport& report, Attempt const& attempt, std::string& trouble);
     void complete_record(ActivationReport const& report, Attempt const& attempt, std::string& trouble);
