@@ -14,7 +14,7 @@ namespace Ravik::CommandLine
 namespace
 {
 
-constexpr std::array<OptionEntry, 22> option_table{{
+constexpr std::array<OptionEntry, 23> option_table{{
     {Option::project, "--project", "DIR", "the project's folder; the working directory where it is not given",
      TakenBy::every_command},
     {Option::domain, "--domain", "NAME", "the domain to work on; RavikRecipeManagement where it is not given",
@@ -25,6 +25,7 @@ constexpr std::array<OptionEntry, 22> option_table{{
      TakenBy::every_command},
     {Option::force, "--force", "", "replace what exists", TakenBy::some_commands},
     {Option::dry_run, "--dry-run", "", "check and show what would happen, and change nothing", TakenBy::some_commands},
+    {Option::no_verify, "--no-verify", "", "do not read back what was written", TakenBy::some_commands},
     {Option::replace, "--replace", "", "the imported file becomes the whole configuration", TakenBy::some_commands},
     {Option::type, "--type", "TYPE", "all recipes of a recipe type, and of those that inherit from it",
      TakenBy::some_commands},

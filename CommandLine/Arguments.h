@@ -18,6 +18,7 @@ enum class Option
     trust,
     force,
     dry_run,
+    no_verify,
     replace,
     type,
     all,

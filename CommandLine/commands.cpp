@@ -11,7 +11,7 @@ namespace
 
 constexpr auto any_number = std::numeric_limits<std::size_t>::max();
 
-constexpr std::array<CommandEntry, 28> command_table{{
+constexpr std::array<CommandEntry, 29> command_table{{
     {.name = "init",
      .operands = "[DIR]",
      .least = 0,
@@ -33,19 +33,43 @@ Examples:
      .most = 1,
      .summary = "Write a recipe's values to the controllers",
      .description = R"(
-RECIPE is the recipe's name, with its folders: Folder::Name. Prints what was
-written to which symbol. Where a write fails, the values written before it stay;
-where a value does not fit its symbol, nothing is sent to that symbol's domain and
-the other symbols are "not tried". With --json the value is {"counts": {"written",
-"failed", "not tried"}, "rows": [{"symbol", "domain", "member", "value", "state",
-"text"}]}.
+RECIPE is the recipe's name, with its folders: Folder::Name. Reads the symbols,
+writes them, reads them again and prints for each what became of it: "verified"
+where the controller holds the value, "differs" where it holds something else.
+Ends with 1 where a symbol does not hold what was to be written. Where a write
+fails, the values written before it stay; where a value does not fit its symbol,
+nothing is written at all. --dry-run shows what stands in the controllers beside
+what would be written. With --json the value is {"id", "counts": {"written",
+"verified", "differs", "failed", "not tried", "not written"}, "rows": [{"symbol",
+"domain", "member", "before", "value", "after", "state", "text"}]}; of a dry run
+the counts are {"differs", "same", "unread"}.
 
 Examples:
   ravik activate Bread
-  ravik activate 'Shift 1::Bread'
+  ravik activate --dry-run 'Shift 1::Bread'
+  ravik activate --note 'order 4711' Bread
+)",
+     .options = {Option::dry_run, Option::no_verify, Option::note},
+     .run = activate},
+    {.name = "diff",
+     .operands = "RECIPE [OTHER]",
+     .least = 1,
+     .most = 2,
+     .summary = "Show where the controllers, or another recipe, differ from a recipe",
+     .description = R"(
+Compares what an activation of RECIPE would write, nested recipes and defaults
+included, with what stands in the controllers or with what an activation of OTHER
+would write, and prints only what differs or can't be read. With --json the value
+is {"counts": {"differs", "same", "unread"}, "rows": [{"symbol", "domain",
+"member", "stored", "live", "state", "text"}]}, with "other" in place of "live"
+where two recipes are compared.
+
+Examples:
+  ravik diff Bread
+  ravik diff Bread Pizza
 )",
      .options = {},
-     .run = activate},
+     .run = diff},
     {.name = "read",
      .operands = "RECIPE",
      .least = 1,

@@ -11,6 +11,8 @@ namespace Ravik::CommandLine
 Answer init(Invocation& invocation);
 /// activate RECIPE
 Answer activate(Invocation& invocation);
+/// diff RECIPE [OTHER]
+Answer diff(Invocation& invocation);
 /// read RECIPE
 Answer read(Invocation& invocation);
 /// active [RECIPE…]

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Activation/Activation.h"
 #include "Editing/Editor.h"
 #include "Editing/EntrySchemas.h"
 #include "Execution/Core.h"
@@ -36,6 +37,11 @@ public:
     std::vector<std::string> functions(std::string const& domain) const override;
     std::vector<std::string> domains() const override { return m_core.extensions.domains(); }
 
+    ActivationReport activate(std::string const& recipe, ActivationOptions const& options) override;
+    ActivationReport plan(std::string const& recipe) override { return m_activation.plan(recipe); }
+    ActivationReport expected(std::string const& recipe) override { return m_activation.expected(recipe); }
+    ActivationReport revert_activation(RavikSrv::Value const& body, RevertOptions const& options) override;
+
     ConfigurationOutcome get(std::string const& domain, std::string const& path) const override;
     using Project::set;
     EditReport set(std::string const& domain, std::string const& path, RavikSrv::Value const& value,
@@ -61,6 +67,7 @@ public:
 
     /// What the extensions see.
     Host& host() noexcept { return m_core.host; }
+    Activation& activation() noexcept { return m_activation; }
 
 private:
     void check_schemas(ProjectFile const& file) const;
@@ -81,6 +88,7 @@ private:
     Core m_core;
     History m_history;
     Editor m_editor;
+    Activation m_activation;
     std::vector<std::string> m_warnings;
 };
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Activation/Activation.h"
 #include "Configuration/Changes.h"
 #include "Configuration/configuration_keys.h"
 #include "Editing/EditOptions.h"
@@ -9,6 +10,7 @@
 #include "Execution/ExecutionRecord.h"
 #include "History/HistoryRecord.h"
 #include "History/Origin.h"
+#include "Execution/FunctionOutcome.h"
 #include "Project/ProjectFile.h"
 
 #include "RavikSrvExtApi.h"
@@ -23,23 +25,6 @@
 
 namespace Ravik
 {
-
-/// What became of the call of a function.
-struct [[nodiscard]] FunctionOutcome
-{
-    /// The server's own error where it could not have the function executed (unknown domain, unknown function).
-    RavikSrv::ErrorValue error = RavikSrv::ErrorValue::SUCCESS;
-    /// The extension's result, 0 for success, and the name that the extension gives to it.
-    unsigned result = 0;
-    std::string name;
-    /// The command's result string.
-    std::string text;
-    RavikSrv::Value value;
-    /// What the function had executed in other domains.
-    ExecutionRecord record;
-
-    bool succeeded() const noexcept { return error == RavikSrv::ErrorValue::SUCCESS && result == 0; }
-};
 
 /// What became of an operation on the configuration.
 struct [[nodiscard]] ConfigurationOutcome
@@ -139,6 +124,13 @@ public:
     /// The domains of all extensions, in the order of the project file.
     virtual std::vector<std::string> domains() const = 0;
 
+    // Activations; see `Activation`. On nobody's behalf means on that of the caller's account.
+    virtual ActivationReport activate(std::string const& recipe, ActivationOptions const& options) = 0;
+    /// What an activation would write beside what stands in the controllers, or without reading these.
+    virtual ActivationReport plan(std::string const& recipe) = 0;
+    virtual ActivationReport expected(std::string const& recipe) = 0;
+    virtual ActivationReport revert_activation(RavikSrv::Value const& body, RevertOptions const& options) = 0;
+
     /// Reads the entry at `path` of the domain's configuration; the empty path gives the whole.
     virtual ConfigurationOutcome get(std::string const& domain, std::string const& path) const = 0;
     // Edits; see `Editor`.
@@ -178,7 +170,7 @@ public:
     /// Reads the symbols, whatever their domains, as a request of its own; the record's commands stand in the order of
     /// `names`.
     virtual ExecutedGroup read_symbols(std::vector<std::string> const& names) = 0;
-    /// Writes the symbol as a request of its own.
+    /// Writes the symbol as a request of its own; `SYMBOL_IN_USE` where somebody else is writing there.
     virtual ExecutedGroup write_symbol(std::string const& name, RavikSrv::Value const& value) = 0;
 
 protected:
