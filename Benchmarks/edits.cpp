@@ -238,6 +238,38 @@ double rename_member(int recipes)
     return best;
 }
 
+// A table
+// ----------------------------------------------------------------------------------------------------------------
+
+struct Imports
+{
+    double json = 1e9;
+    double table = 1e9;
+};
+
+/// The same recipes from a JSON text and from a table, each into a project that has their type alone.
+Imports import_texts()
+{
+    Plant const full(10'000, 100);
+    auto const lists = full.project->get(domain, "").value;
+    auto const json = Ravik::Json::write(lists);
+    auto const table = full.project->export_table(domain, "T", {}).value;
+    auto const type_alone = plant(0, 100);
+    Imports best;
+    for (int run = 0; run < 3; ++run)
+    {
+        Plant const first(type_alone);
+        best.json = std::min(
+            best.json,
+            processor_seconds([&] { Plant::made(first.project->import(domain, Ravik::Json::parse(json), {})); }));
+        Plant const second(type_alone);
+        best.table = std::min(
+            best.table,
+            processor_seconds([&] { Plant::made(second.project->import_table(domain, "T", table.get_text(), {})); }));
+    }
+    return best;
+}
+
 // One value -----------------------------------------------------------------------------------------------------------
 
 struct Saves
@@ -320,6 +352,8 @@ int main()
         compare_sizes("delete a type, 10,000 recipes in one folder", delete_type_in_one_folder, 14);
         compare_sizes("delete a type that another one nests", delete_nested_type, 14);
         compare_sizes("rename a member of a type of 10,000 recipes", rename_member, 14);
+        auto const imports = import_texts();
+        row("import 10,000 recipes of 100 values as a table", imports.table, "that as JSON", imports.json, 1.5);
         return is_any_missed ? 1 : 0;
     }
     catch (std::exception const& error)

@@ -44,11 +44,11 @@ constexpr std::array<OtherName, 9> other_names{{
     {"move", "'rename' moves an entry"},
     {"rm", "'delete' removes an entry"},
     {"remove", "'delete' removes an entry"},
-    {"ls", "'get' shows what stands at a path, 'recipes' the recipes of a type"},
-    {"list", "'get' shows what stands at a path, 'recipes' the recipes of a type"},
+    {"ls", "'list' shows folders, types and recipes, 'recipes' the recipes of a type"},
+    {"tree", "'list' shows folders, types and recipes"},
+    {"find", "'list --match TEXT' finds recipes by their names"},
     {"cat", "'get' shows what stands at a path"},
-    {"cp", "'get' shows an entry, and 'set' writes it under another name"},
-    {"copy", "'get' shows an entry, and 'set' writes it under another name"},
+    {"cp", "'copy' copies an entry"},
 }};
 
 [[noreturn]] void unknown_command(std::span<std::string const> operands)

@@ -8,6 +8,8 @@
 
 #include "api_helper.h"
 
+#include <boost/algorithm/string.hpp>
+
 #include <array>
 #include <cerrno>
 #include <cstdlib>
@@ -96,6 +98,18 @@ void Output::print_text(std::string_view lines)
 void Output::print_json(RavikSrv::Value const& value)
 {
     add_line(printable_json(Json::write(value, Json::Layout::Indented)));
+}
+
+void Output::print_file(std::string_view text)
+{
+    if (m_form == OutputForm::text && ::isatty(STDOUT_FILENO) != 1)
+    {
+        m_text.append(text);
+        return;
+    }
+    auto lines = boost::replace_all_copy(std::string(text), "\r\n", "\n");
+    boost::trim_right_if(lines, boost::is_any_of("\n"));
+    print_text(lines);
 }
 
 /// Takes a line that a terminal may get as it is.

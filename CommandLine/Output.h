@@ -66,6 +66,9 @@ public:
     /// A value as JSON, laid out in lines.
     void print_json(RavikSrv::Value const& value);
 
+    /// A text that another program is to read, to the byte; on a terminal its lines, as far as one may get them.
+    void print_file(std::string_view text);
+
     void error(std::string_view text) const;
     void warning(std::string_view text) const;
     /// Keeps a hint, which stands behind the failure that it helps with; an empty one is none.

@@ -11,7 +11,7 @@ namespace
 
 constexpr auto any_number = std::numeric_limits<std::size_t>::max();
 
-constexpr std::array<CommandEntry, 24> command_table{{
+constexpr std::array<CommandEntry, 29> command_table{{
     {.name = "init",
      .operands = "[DIR]",
      .least = 0,
@@ -33,19 +33,43 @@ Examples:
      .most = 1,
      .summary = "Write a recipe's values to the controllers",
      .description = R"(
-RECIPE is the recipe's name, with its folders: Folder::Name. Prints what was
-written to which symbol. Where a write fails, the values written before it stay;
-where a value does not fit its symbol, nothing is sent to that symbol's domain and
-the other symbols are "not tried". With --json the value is {"counts": {"written",
-"failed", "not tried"}, "rows": [{"symbol", "domain", "member", "value", "state",
-"text"}]}.
+RECIPE is the recipe's name, with its folders: Folder::Name. Reads the symbols,
+writes them, reads them again and prints for each what became of it: "verified"
+where the controller holds the value, "differs" where it holds something else.
+Ends with 1 where a symbol does not hold what was to be written. Where a write
+fails, the values written before it stay; where a value does not fit its symbol,
+nothing is written at all. --dry-run shows what stands in the controllers beside
+what would be written. With --json the value is {"id", "counts": {"written",
+"verified", "differs", "failed", "not tried", "not written"}, "rows": [{"symbol",
+"domain", "member", "before", "value", "after", "state", "text"}]}; of a dry run
+the counts are {"differs", "same", "unread"}.
 
 Examples:
   ravik activate Bread
-  ravik activate 'Shift 1::Bread'
+  ravik activate --dry-run 'Shift 1::Bread'
+  ravik activate --note 'order 4711' Bread
+)",
+     .options = {Option::dry_run, Option::no_verify, Option::note},
+     .run = activate},
+    {.name = "diff",
+     .operands = "RECIPE [OTHER]",
+     .least = 1,
+     .most = 2,
+     .summary = "Show where the controllers, or another recipe, differ from a recipe",
+     .description = R"(
+Compares what an activation of RECIPE would write, nested recipes and defaults
+included, with what stands in the controllers or with what an activation of OTHER
+would write, and prints only what differs or can't be read. With --json the value
+is {"counts": {"differs", "same", "unread"}, "rows": [{"symbol", "domain",
+"member", "stored", "live", "state", "text"}]}, with "other" in place of "live"
+where two recipes are compared.
+
+Examples:
+  ravik diff Bread
+  ravik diff Bread Pizza
 )",
      .options = {},
-     .run = activate},
+     .run = diff},
     {.name = "read",
      .operands = "RECIPE",
      .least = 1,
@@ -114,6 +138,45 @@ Examples:
 )",
      .options = {Option::type, Option::all, Option::note},
      .run = update},
+    {.name = "list",
+     .operands = "[PATH]",
+     .least = 0,
+     .most = 1,
+     .summary = "List folders, recipe types and recipes as a tree",
+     .description = R"(
+With a full PATH what stands at and below it. A folder tells how many entries it
+holds, a recipe type how many recipes are of exactly this type. --type narrows the
+list down to a recipe type, those that inherit from it, and their recipes; --match to
+what has TEXT in its name or its folders' names, whatever the case. With --json the
+value is {"rows": [{"path", "kind", "type", "count"}], "counts": {"recipeTypes",
+"recipes"}}.
+
+Examples:
+  ravik list
+  ravik list recipeList::Products
+  ravik list --type Dough --match rye
+)",
+     .options = {Option::type, Option::match},
+     .run = list},
+    {.name = "save",
+     .operands = "RECIPE",
+     .least = 1,
+     .most = 1,
+     .summary = "Store the values of the controllers into a recipe",
+     .description = R"(
+Reads the symbols of the recipe and stores what stands there in the place of the
+recipe's values; a value that agrees keeps its digits, and nested recipes stay as they
+are. Where one symbol can't be read nothing is saved. --as makes a new recipe of the
+same type instead; one that exists is replaced with --force only. With --json the
+value is {"counts": {"saved", "same"}, "rows": [{"symbol", "domain", "member",
+"stored", "live", "state", "text"}]}.
+
+Examples:
+  ravik save Bread
+  ravik save Bread --as 'Shift 1::Bread'
+)",
+     .options = {Option::as, Option::force, Option::note},
+     .run = save},
     {.name = "call",
      .operands = "FUNCTION [JSON]",
      .least = 1,
@@ -155,13 +218,17 @@ FILE, or standard input for "-", holds an object with "recipeTypeList" and
 "recipeList". Folders are merged, an entry replaces the one of its name. One
 entry that is refused refuses the whole file; --dry-run tells of every one.
 With --replace the file becomes the whole configuration.
+With --csv FILE is a table as 'export --csv' writes it. New recipes are made; a recipe
+keeps the values of columns that are missing, and loses those of empty cells. Mistakes
+are named by line and column.
 
 Examples:
   ravik import recipes.json
   ravik import --dry-run recipes.json
   ravik --project old export - | ravik --project new import -
+  ravik import --csv Dough doughs.csv
 )",
-     .options = {Option::domain, Option::dry_run, Option::replace, Option::note},
+     .options = {Option::domain, Option::dry_run, Option::replace, Option::csv, Option::note},
      .run = import},
     {.name = "export",
      .operands = "[FILE]",
@@ -171,12 +238,15 @@ Examples:
      .description = R"(
 Writes what 'import' reads into FILE, or to standard output without one and for
 "-". An existing file is replaced with --force only.
+With --csv the recipes of TYPE are written as a table: a row for each recipe, a column
+for each member. --excel writes semicolons and a byte order mark.
 
 Examples:
   ravik export
   ravik export --force backup.json
+  ravik export --csv Dough --excel doughs.csv
 )",
-     .options = {Option::domain, Option::force},
+     .options = {Option::domain, Option::force, Option::csv, Option::excel},
      .run = export_lists},
     {.name = "set",
      .operands = "PATH JSON",
@@ -225,6 +295,21 @@ Examples:
 )",
      .options = {Option::domain, Option::dry_run, Option::note},
      .run = rename},
+    {.name = "copy",
+     .operands = "PATH NEW_PATH",
+     .least = 2,
+     .most = 2,
+     .summary = "Copy a recipe or a recipe type",
+     .description = R"(
+Both paths are full paths in the same list; folders that are missing are made. What
+stands at NEW_PATH is never replaced.
+
+Examples:
+  ravik copy recipeList::Bread recipeList::Rye
+  ravik copy recipeTypeList::Dough recipeTypeList::Doughs::Rye
+)",
+     .options = {Option::domain, Option::note},
+     .run = copy},
     {.name = "history",
      .operands = "",
      .least = 0,
@@ -400,6 +485,22 @@ Examples:
 )",
      .options = {},
      .run = store_repair},
+    {.name = "completion",
+     .operands = "bash|zsh [LINE]",
+     .least = 1,
+     .most = 2,
+     .summary = "Print a script that completes command lines",
+     .description = R"(
+The script completes commands, options, and the project's own names: recipes, recipe
+types, paths and symbols. With LINE, a command line as far as it is written, it prints
+what may come next, a line each; so the script asks.
+
+Examples:
+  source <(ravik completion bash)
+  ravik completion zsh >~/.zfunc/_ravik
+)",
+     .options = {},
+     .run = completion},
 }};
 
 } // namespace

@@ -11,6 +11,8 @@ namespace Ravik::CommandLine
 Answer init(Invocation& invocation);
 /// activate RECIPE
 Answer activate(Invocation& invocation);
+/// diff RECIPE [OTHER]
+Answer diff(Invocation& invocation);
 /// read RECIPE
 Answer read(Invocation& invocation);
 /// active [RECIPE…]
@@ -19,6 +21,10 @@ Answer active(Invocation& invocation);
 Answer recipes(Invocation& invocation);
 /// update RECIPE…, update --type TYPE, update --all
 Answer update(Invocation& invocation);
+/// list [PATH]
+Answer list(Invocation& invocation);
+/// save RECIPE
+Answer save(Invocation& invocation);
 /// call FUNCTION [JSON]
 Answer call(Invocation& invocation);
 /// get [PATH]
@@ -33,6 +39,8 @@ Answer set(Invocation& invocation);
 Answer remove(Invocation& invocation);
 /// rename PATH NEW_PATH
 Answer rename(Invocation& invocation);
+/// copy PATH NEW_PATH
+Answer copy(Invocation& invocation);
 /// history
 Answer history(Invocation& invocation);
 /// history show ID
@@ -55,5 +63,7 @@ Answer store_backup(Invocation& invocation);
 Answer store_restore(Invocation& invocation);
 /// store repair
 Answer store_repair(Invocation& invocation);
+/// completion bash|zsh [LINE]
+Answer completion(Invocation& invocation);
 
 } // namespace Ravik::CommandLine

@@ -35,6 +35,34 @@ Value exported(Value const& configuration, std::string const& domain)
     return lists;
 }
 
+Answer export_table(Invocation& invocation, std::string const& file, Existing existing)
+{
+    auto const type = invocation.value(Option::csv);
+    auto const form =
+        invocation.has(Option::excel) ? TableText::Form{.separator = ';', .byte_order_mark = true} : TableText::Form();
+    auto const outcome = invocation.project().export_table(invocation.domain(), type, form);
+    auto answer = configuration_answer(outcome);
+    if (!outcome.succeeded())
+    {
+        if (outcome.error == ErrorValue::ENTRY_NOT_FOUND)
+        {
+            hint_at_missing_path(invocation, outcome.path);
+        }
+        return answer;
+    }
+    answer.value = outcome.value;
+    if (file == "-")
+    {
+        invocation.output().print_file(outcome.value.get_text());
+        return answer;
+    }
+    write_text(file, outcome.value.get_text(), existing);
+    answer.value = Value(ValueType::Map);
+    answer.value.insert("file", Value(std::string_view(file)));
+    invocation.output().print("Exported the recipes of " + type + " to " + file + '.');
+    return answer;
+}
+
 } // namespace
 
 Answer get(Invocation& invocation)
@@ -59,9 +87,17 @@ Answer export_lists(Invocation& invocation)
     auto const operands = invocation.operands();
     auto const file = operands.empty() ? std::string("-") : operands[0];
     auto const existing = invocation.has(Option::force) ? Existing::replaced : Existing::kept;
+    if (invocation.has(Option::excel) && !invocation.has(Option::csv))
+    {
+        throw UsageError("--excel is a form of tables: export --csv TYPE --excel");
+    }
     if (file != "-")
     {
         check_writable(file, existing);
+    }
+    if (invocation.has(Option::csv))
+    {
+        return export_table(invocation, file, existing);
     }
     auto const outcome = invocation.project().get(invocation.domain(), "");
     auto answer = configuration_answer(outcome);

@@ -109,6 +109,14 @@ MoveOptions move_options(Invocation const& invocation)
     return {.dry_run = invocation.has(Option::dry_run), .origin = invocation.origin()};
 }
 
+/// "FILE:LINE:COLUMN: TEXT"; just the text where no place is known.
+std::string with_place(std::string const& file, Json::Location place, std::string const& text)
+{
+    return place.line == 0 ? text
+                           : (file == "-" ? "standard input" : file) + ':' + std::to_string(place.line) + ':' +
+                                 std::to_string(place.column) + ": " + text;
+}
+
 /// The answer to an import that only checks: every refusal is a message.
 Answer checked_answer(Invocation& invocation, EditReport const& report)
 {
@@ -117,12 +125,17 @@ Answer checked_answer(Invocation& invocation, EditReport const& report)
     for (auto const& refused : report.refused)
     {
         std::string const name = RavikSrv::get_error_string(refused.error).name();
-        auto const text = with_path(refused.path, refused.text);
+        auto const text = with_place(invocation.operands()[0], refused.place, with_path(refused.path, refused.text));
         answer.messages.push_back(std::string(name).append(": ").append(text));
         Value entry;
         entry.insert("path", Value(std::string_view(refused.path)));
         entry.insert("name", Value(std::string_view(name)));
         entry.insert("text", Value(std::string_view(refused.text)));
+        if (refused.place.line != 0)
+        {
+            entry.insert("line", static_cast<long>(refused.place.line));
+            entry.insert("column", static_cast<long>(refused.place.column));
+        }
         answer.value << entry;
     }
     if (report.succeeded())
@@ -130,6 +143,14 @@ Answer checked_answer(Invocation& invocation, EditReport const& report)
         invocation.output().print("Nothing speaks against the import; nothing was changed.");
     }
     return answer;
+}
+
+/// "1 new recipe, 2 changed, 3 as they were".
+std::string table_counts(Value const& counts)
+{
+    auto const count = [&counts](char const* name) { return static_cast<std::size_t>(counts[name].get_int64()); };
+    return counted(count("new"), "new recipe") + ", " + std::to_string(count("changed")) + " changed, " +
+           std::to_string(count("same")) + " as before";
 }
 
 } // namespace
@@ -159,25 +180,36 @@ Answer rename(Invocation& invocation)
 
 Answer import(Invocation& invocation)
 {
-    auto const data = read_json(invocation.operands()[0]);
+    auto const& file = invocation.operands()[0];
+    auto const is_table = invocation.has(Option::csv);
+    if (is_table && invocation.has(Option::replace))
+    {
+        throw UsageError("a table holds the recipes of one type; it can't be the whole configuration (--replace)");
+    }
+    auto const text = is_table ? read_text(file) : std::string();
+    auto const data = is_table ? Value() : read_json(file);
     Progress progress("Checking");
-    auto const report = invocation.project().import(
-        invocation.domain(), data,
-        {.dry_run = invocation.has(Option::dry_run),
-         .replace = invocation.has(Option::replace),
-         .progress = [&progress](std::size_t done, std::size_t total) { progress.show(done, total); },
-         .origin = invocation.origin()});
+    ImportOptions const options{.dry_run = invocation.has(Option::dry_run),
+                                .replace = invocation.has(Option::replace),
+                                .progress = [&progress](std::size_t done, std::size_t total)
+                                { progress.show(done, total); },
+                                .origin = invocation.origin()};
+    auto& project = invocation.project();
+    auto const report = is_table
+                            ? project.import_table(invocation.domain(), invocation.value(Option::csv), text, options)
+                            : project.import(invocation.domain(), data, options);
     progress.clear();
-    if (invocation.has(Option::dry_run))
+    if (options.dry_run && (report.succeeded() || !report.refused.empty()))
     {
         return checked_answer(invocation, report);
     }
     auto answer = configuration_answer(report);
+    answer.text = with_place(file, report.place, answer.text);
     if (report.succeeded())
     {
-        answer.value = count_value(data);
+        answer.value = is_table ? report.value : count_value(data);
         add_warnings(invocation, report, answer.value);
-        invocation.output().print("Imported " + recipe_counts(data) + '.');
+        invocation.output().print("Imported " + (is_table ? table_counts(report.value) : recipe_counts(data)) + '.');
     }
     return answer;
 }

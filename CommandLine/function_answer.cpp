@@ -51,13 +51,6 @@ FunctionOutcome call_with(Invocation& invocation, RavikSrv::Session request, std
     return invocation.project().call(request, std::string(recipe_domain), function, parameters, origin);
 }
 
-std::string failure_text(ExecutedCommand const& command)
-{
-    auto text =
-        command.failure.empty() ? std::string(RavikSrv::get_error_string(command.result).name()) : command.failure;
-    return command.text.empty() ? text : text + ": " + command.text.str();
-}
-
 Cell outcome_cell(ExecutedCommand const& command, char const* done)
 {
     if (command.result == ErrorValue::SUCCESS)

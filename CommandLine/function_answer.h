@@ -19,9 +19,6 @@ FunctionOutcome call_with(Invocation& invocation, std::string const& function, c
 FunctionOutcome call_with(Invocation& invocation, RavikSrv::Session request, std::string const& function,
                           char const* key, std::string const& value, Origin const& origin = {});
 
-/// Why a command failed: the name given to the failure and what was said besides.
-std::string failure_text(ExecutedCommand const& command);
-
 /// How the command ended, in colour; `done` is the word for success.
 Cell outcome_cell(ExecutedCommand const& command, char const* done);
 

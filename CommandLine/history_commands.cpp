@@ -154,9 +154,8 @@ void print_places(Value const& places, Output& output)
     {
         std::string const domain = (*place)["domain"].get_string();
         std::string const path = (*place)["path"].get_string();
-        table.add({{domain == recipe_domain ? path : domain + ": " + path},
-                   {shown(*place, "before")},
-                   {shown(*place, "after")}});
+        auto place_name = domain == recipe_domain ? std::string() : domain + ": ";
+        table.add({{place_name += path}, {shown(*place, "before")}, {shown(*place, "after")}});
     }
     table.print(output);
 }

@@ -2,6 +2,7 @@
 
 #include "Command.h"
 #include "help.h"
+#include "manual.h"
 
 #include "boundary_guard.h"
 
@@ -74,7 +75,7 @@ Answer execute(Arguments const& arguments, Output& output)
     }
     if (operands[0] == "help")
     {
-        return shown(help_of(operands.subspan(1)), output);
+        return arguments.has(Option::man) ? shown(manual(), output) : shown(help_of(operands.subspan(1)), output);
     }
     auto const& command = find_command(operands);
     auto const own = operands.subspan(word_count(command));

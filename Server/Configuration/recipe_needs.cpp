@@ -58,6 +58,43 @@ private:
     std::vector<BoundMember> m_members;
 };
 
+/// Walks a type and those that it inherits.
+class OwnMembers
+{
+public:
+    explicit OwnMembers(Value const& tree) : m_tree(tree) {}
+
+    void walk(std::string const& type)
+    {
+        auto const* const node = RavikSrv::node_path(Tree::join(Key::recipe_type_list, type), m_tree).node;
+        if (node == nullptr || !m_walked.insert(type).second)
+        {
+            return;
+        }
+        Value const& inherited = (*node)[Key::recipe_type_names];
+        for (auto name = inherited.begin_vector(); name != inherited.end_vector(); ++name)
+        {
+            walk(to_string(*name));
+        }
+        Value const& own = (*node)[Key::members];
+        for (auto member = own.begin(); member != own.end(); ++member)
+        {
+            if (m_known.insert(member.name()).second)
+            {
+                m_names.emplace_back(member.name());
+            }
+        }
+    }
+
+    std::vector<std::string> take() { return std::move(m_names); }
+
+private:
+    Value const& m_tree;
+    std::unordered_set<std::string> m_walked{std::string()};
+    std::unordered_set<std::string> m_known;
+    std::vector<std::string> m_names;
+};
+
 class RecipeWalk
 {
 public:
@@ -113,6 +150,13 @@ std::vector<BoundMember> bound_members(std::string const& type, Value const& tre
     TypeWalk walk(tree);
     walk.walk(type, 0);
     return walk.take();
+}
+
+std::vector<std::string> own_members(std::string const& type, Value const& tree)
+{
+    OwnMembers members(tree);
+    members.walk(type);
+    return members.take();
 }
 
 std::vector<MissingRecipe> missing_recipes(std::string const& recipe, Value const& tree)

@@ -20,6 +20,10 @@ struct BoundMember
 /// over.
 std::vector<BoundMember> bound_members(std::string const& type, RavikSrv::Value const& tree);
 
+/// The names of the members that recipes of the type have: those that it inherits and its own, in their order, each
+/// once. What nested recipes give values for is not among them.
+std::vector<std::string> own_members(std::string const& type, RavikSrv::Value const& tree);
+
 /// A value of a recipe that names a recipe which does not exist.
 struct MissingRecipe
 {

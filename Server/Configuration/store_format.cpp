@@ -99,10 +99,15 @@ std::uint64_t number_of(std::int64_t stored)
 
 } // namespace
 
-std::uint64_t checksum(Row const& row)
+std::uint64_t name_checksum(Row const& row)
 {
     // Each field is hashed by itself with what came before as its seed, so that none can borrow from its neighbour.
-    auto const named = hash(row.path, hash(row.domain, number_of(row.rank)));
+    return hash(row.path, hash(row.domain, number_of(row.rank)));
+}
+
+std::uint64_t checksum(Row const& row)
+{
+    auto const named = name_checksum(row);
     return row.text ? hash(*row.text, named) : ~named;
 }
 
@@ -200,25 +205,18 @@ bool RowReader::has_types() const
            (m_version == without_checksums || m_select.type(4) == SQLITE_INTEGER);
 }
 
-Row RowReader::unchecked() const
+CheckedRow RowReader::row() const
 {
+    // The types come first: reading a column as text may change what SQLite tells of it.
+    auto const typed = has_types();
     Row row{.rank = rank(), .domain = m_select.text(1), .path = m_select.text(2), .text = std::nullopt};
     if (m_select.type(3) != SQLITE_NULL)
     {
         row.text = m_select.text(3);
     }
-    return row;
-}
-
-std::optional<Row> RowReader::row() const
-{
-    if (!has_types())
-    {
-        return std::nullopt;
-    }
-    auto const row = unchecked();
-    auto const whole = m_version == without_checksums || number_of(m_select.integer(4)) == checksum(row);
-    return whole ? std::optional(row) : std::nullopt;
+    auto const sum = checksum(row);
+    auto const whole = typed && (m_version == without_checksums || number_of(m_select.integer(4)) == sum);
+    return {.row = row, .checksum = sum, .is_whole = whole};
 }
 
 RowWriter::RowWriter(sqlite3* database)

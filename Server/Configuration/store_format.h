@@ -30,6 +30,8 @@ struct Row
     std::optional<std::string_view> text;
 };
 
+/// Of rank, domain and path, as they stand in the index, too.
+std::uint64_t name_checksum(Row const& row);
 std::uint64_t checksum(Row const& row);
 
 /// What the records of the history come to.
@@ -79,7 +81,17 @@ bool has_own_tables(sqlite3* database, std::int64_t version);
 std::optional<Sum> read_sum(sqlite3* database);
 void write_sum(sqlite3* database, Sum const& sum);
 
-/// Reads rows, without checking anything but the types of their columns.
+/// A row as it stands, damaged as it may be.
+struct CheckedRow
+{
+    Row row;
+    /// What its checksum is to be.
+    std::uint64_t checksum = 0;
+    /// Whether its columns have their types and it has that checksum, which the first version does not have.
+    bool is_whole = false;
+};
+
+/// Reads rows, one after another.
 class RowReader
 {
 public:
@@ -95,10 +107,8 @@ public:
 
     bool step() { return m_select.step(); }
     std::int64_t rank() const { return m_select.integer(0); }
-    /// The row, valid until the next step; nothing where it is damaged. The first version tells damage by types alone.
-    std::optional<Row> row() const;
-    /// The row, damaged as it may be, for messages.
-    Row unchecked() const;
+    /// The row, valid until the next step.
+    CheckedRow row() const;
 
 private:
     RowReader(sqlite3* database, std::int64_t version, std::string const& which);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "RavikSrvExtApi.h"
+#include "Json/Location.h"
 
 #include <string>
 
@@ -13,6 +14,8 @@ struct [[nodiscard]] Refusal
     RavikSrv::ErrorValue error = RavikSrv::ErrorValue::SUCCESS;
     std::string text;
     std::string path;
+    /// Of the text of a table: where it is wrong.
+    Json::Location place = {};
 
     explicit operator bool() const noexcept { return error != RavikSrv::ErrorValue::SUCCESS; }
 };

@@ -137,12 +137,9 @@ Refusal check_path(std::string const& path, bool has_recipes)
 Refusal check_form(std::string const& path, Value const& tree)
 {
     auto const owner = locate(path, tree).owner;
-    return path.starts_with(owner) ? Refusal()
-                                   : Refusal{ErrorValue::INVALID_PATH,
-                                             "an entry is named by its name, without brackets: "
-                                             " + owner + "
-                                             "",
-                                             path};
+    return path.starts_with(owner)
+               ? Refusal()
+               : Refusal{ErrorValue::INVALID_PATH, "an entry is named by its name, without brackets: " + owner, path};
 }
 
 Refusal check_set(std::string const& path, Value const& before, Value const& after)

@@ -11,8 +11,11 @@
 #include "Json/Json.h"
 
 #include <algorithm>
+#include <array>
 #include <iterator>
 #include <optional>
+#include <pwd.h>
+#include <unistd.h>
 
 namespace Ravik
 {
@@ -149,6 +152,37 @@ Deed deed_of(Command const& call, ErrorValue error, Origin const& origin)
             .text = succeeded ? std::string() : std::string(call.result_string())};
 }
 
+/// The function that activations are made of, and its parameters.
+constexpr char const* activate_function = "ActivateRecipe";
+
+Value recipe_parameters(std::string const& recipe)
+{
+    Value parameters(ValueType::Struct);
+    parameters.insert("path", Value(std::string_view(recipe)));
+    return parameters;
+}
+
+/// The account that the process runs for.
+std::string caller()
+{
+    auto const user = ::geteuid();
+    constexpr std::size_t most = 16384;
+    std::array<char, most> buffer{};
+    passwd entry{};
+    passwd* found = nullptr;
+    auto const is_named = ::getpwuid_r(user, &entry, buffer.data(), buffer.size(), &found) == 0 && found != nullptr;
+    return is_named ? entry.pw_name : std::to_string(user);
+}
+
+template <typename Options> Options on_behalf(Options options)
+{
+    if (options.who.empty())
+    {
+        options.who = caller();
+    }
+    return options;
+}
+
 EditReport report(EditOutcome outcome)
 {
     EditReport report;
@@ -187,7 +221,12 @@ std::unique_ptr<Project> Project::open(std::filesystem::path const& directory, O
 
 OpenProject::OpenProject(ProjectFile const& file, Libraries const& libraries, std::unique_ptr<Store> store)
     : m_symbols(file.symbols), m_core(m_symbols, m_validator, std::move(store)),
-      m_history(m_core.configuration, file.history), m_editor(m_core, m_history, m_symbols, m_validator, m_schemas)
+      m_history(m_core.configuration, file.history), m_editor(m_core, m_history, m_symbols, m_validator, m_schemas),
+      m_activation(
+          m_core, m_symbols,
+          [this](RavikSrv::Session session, std::string const& recipe)
+          { return call(session, std::string(recipe_domain), activate_function, recipe_parameters(recipe)); },
+          file.activation)
 {
     check_schemas(file);
     Value own(ValueType::Map);
@@ -316,6 +355,18 @@ std::vector<std::string> OpenProject::functions(std::string const& domain) const
 {
     auto* const extension = m_core.extensions.find(domain);
     return extension == nullptr ? std::vector<std::string>() : extension->functions();
+}
+
+// Activation ----------------------------------------------------------------------------------------------------------
+
+ActivationReport OpenProject::activate(std::string const& recipe, ActivationOptions const& options)
+{
+    return m_activation.activate(recipe, on_behalf(options));
+}
+
+ActivationReport OpenProject::revert_activation(Value const& body, RevertOptions const& options)
+{
+    return m_activation.revert(body, on_behalf(options));
 }
 
 // Configuration -------------------------------------------------------------------------------------------------------
@@ -504,6 +555,15 @@ ExecutedGroup OpenProject::write_symbol(std::string const& name, Value const& va
     CommandGroup group;
     Command command(name.c_str());
     command.set_write_value(value);
+    WriteHolds::Hold const hold(m_activation.holds(), m_activation.places_of({name}),
+                                "the write of " + name + " by " + caller());
+    if (!hold.refusal().empty())
+    {
+        command.set_result(ErrorValue::SYMBOL_IN_USE);
+        command.set_result_string(hold.refusal().c_str());
+        group.insert(group.end_vector(), command);
+        return m_core.executor.recorder().describe(group, ErrorValue::SYMBOL_IN_USE);
+    }
     group.insert(group.end_vector(), command);
     return execute_symbols(group);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Activation/Activation.h"
 #include "Editing/Editor.h"
 #include "Editing/EntrySchemas.h"
 #include "Execution/Core.h"
@@ -36,6 +37,11 @@ public:
     std::vector<std::string> functions(std::string const& domain) const override;
     std::vector<std::string> domains() const override { return m_core.extensions.domains(); }
 
+    ActivationReport activate(std::string const& recipe, ActivationOptions const& options) override;
+    ActivationReport plan(std::string const& recipe) override { return m_activation.plan(recipe); }
+    ActivationReport expected(std::string const& recipe) override { return m_activation.expected(recipe); }
+    ActivationReport revert_activation(RavikSrv::Value const& body, RevertOptions const& options) override;
+
     ConfigurationOutcome get(std::string const& domain, std::string const& path) const override;
     using Project::set;
     EditReport set(std::string const& domain, std::string const& path, RavikSrv::Value const& value,
@@ -44,6 +50,10 @@ public:
     EditReport rename(std::string const& domain, std::string const& path, std::string const& new_path,
                       MoveOptions const& options) override;
     EditReport import(std::string const& domain, RavikSrv::Value const& data, ImportOptions const& options) override;
+    ConfigurationOutcome export_table(std::string const& domain, std::string const& type,
+                                      TableText::Form const& form) const override;
+    EditReport import_table(std::string const& domain, std::string const& type, std::string_view text,
+                            ImportOptions const& options) override;
     HistoryOutcome history(HistoryFilter const& filter) const override;
     HistoryOutcome history_record(std::int64_t id) const override;
     EditReport revert(std::int64_t id, RevertOptions const& options) override;
@@ -57,6 +67,7 @@ public:
 
     /// What the extensions see.
     Host& host() noexcept { return m_core.host; }
+    Activation& activation() noexcept { return m_activation; }
 
 private:
     void check_schemas(ProjectFile const& file) const;
@@ -66,14 +77,18 @@ private:
                                  RavikSrv::ErrorValue& error);
     EditReport revert_activation(HistoryRecord const& record, RevertOptions const& options);
     ConfigurationOutcome unknown_domain(std::string const& domain) const;
+    Inspection inspection(std::string const& domain) const;
+    ConfigurationOutcome check_table(std::string const& domain, std::string const& type) const;
     ExecutedGroup execute_symbols(RavikSrv::CommandGroup& group);
 
     SymbolTable m_symbols;
-    Validator m_validator;
+    /// What it has compiled is no state that anybody sees.
+    mutable Validator m_validator;
     std::map<std::string, EntrySchemas> m_schemas;
     Core m_core;
     History m_history;
     Editor m_editor;
+    Activation m_activation;
     std::vector<std::string> m_warnings;
 };
 

@@ -1,13 +1,16 @@
 #pragma once
 
+#include "Activation/Activation.h"
 #include "Configuration/Changes.h"
 #include "Configuration/configuration_keys.h"
 #include "Editing/EditOptions.h"
 #include "Editing/Refusal.h"
 #include "Editing/findings.h"
+#include "Editing/table_text.h"
 #include "Execution/ExecutionRecord.h"
 #include "History/HistoryRecord.h"
 #include "History/Origin.h"
+#include "Execution/FunctionOutcome.h"
 #include "Project/ProjectFile.h"
 
 #include "RavikSrvExtApi.h"
@@ -22,23 +25,6 @@
 
 namespace Ravik
 {
-
-/// What became of the call of a function.
-struct [[nodiscard]] FunctionOutcome
-{
-    /// The server's own error where it could not have the function executed (unknown domain, unknown function).
-    RavikSrv::ErrorValue error = RavikSrv::ErrorValue::SUCCESS;
-    /// The extension's result, 0 for success, and the name that the extension gives to it.
-    unsigned result = 0;
-    std::string name;
-    /// The command's result string.
-    std::string text;
-    RavikSrv::Value value;
-    /// What the function had executed in other domains.
-    ExecutionRecord record;
-
-    bool succeeded() const noexcept { return error == RavikSrv::ErrorValue::SUCCESS && result == 0; }
-};
 
 /// What became of an operation on the configuration.
 struct [[nodiscard]] ConfigurationOutcome
@@ -64,6 +50,8 @@ struct [[nodiscard]] EditReport : ConfigurationOutcome
     std::vector<Finding> warnings;
     /// Every refused entry of an import that only checks, every place at fault of a revert.
     std::vector<Refusal> refused;
+    /// Of the import of a table that failed: where in its text, where that is known.
+    Json::Location place;
 };
 
 /// Records of the history, or why they can't be had.
@@ -136,6 +124,13 @@ public:
     /// The domains of all extensions, in the order of the project file.
     virtual std::vector<std::string> domains() const = 0;
 
+    // Activations; see `Activation`. On nobody's behalf means on that of the caller's account.
+    virtual ActivationReport activate(std::string const& recipe, ActivationOptions const& options) = 0;
+    /// What an activation would write beside what stands in the controllers, or without reading these.
+    virtual ActivationReport plan(std::string const& recipe) = 0;
+    virtual ActivationReport expected(std::string const& recipe) = 0;
+    virtual ActivationReport revert_activation(RavikSrv::Value const& body, RevertOptions const& options) = 0;
+
     /// Reads the entry at `path` of the domain's configuration; the empty path gives the whole.
     virtual ConfigurationOutcome get(std::string const& domain, std::string const& path) const = 0;
     // Edits; see `Editor`.
@@ -150,6 +145,12 @@ public:
                               MoveOptions const& options) = 0;
     virtual EditReport import(std::string const& domain, RavikSrv::Value const& data, ImportOptions const& options) = 0;
 
+    /// Writes the recipes of a type as a table, see `write_table`. The value is its text.
+    virtual ConfigurationOutcome export_table(std::string const& domain, std::string const& type,
+                                              TableText::Form const& form) const = 0;
+    /// Imports the recipes of a table, see `read_table`. The value tells how many are new, changed and the same.
+    virtual EditReport import_table(std::string const& domain, std::string const& type, std::string_view text,
+                                    ImportOptions const& options) = 0;
     /// The records of what clients did, the newest first, without their bodies.
     virtual HistoryOutcome history(HistoryFilter const& filter) const = 0;
     /// The record of that number with its body; `ENTRY_NOT_FOUND` where there is none.
@@ -169,7 +170,7 @@ public:
     /// Reads the symbols, whatever their domains, as a request of its own; the record's commands stand in the order of
     /// `names`.
     virtual ExecutedGroup read_symbols(std::vector<std::string> const& names) = 0;
-    /// Writes the symbol as a request of its own.
+    /// Writes the symbol as a request of its own; `SYMBOL_IN_USE` where somebody else is writing there.
     virtual ExecutedGroup write_symbol(std::string const& name, RavikSrv::Value const& value) = 0;
 
 protected:

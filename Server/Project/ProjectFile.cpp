@@ -35,12 +35,14 @@ constexpr std::initializer_list<ValueType> map_type = {ValueType::Map};
 constexpr std::initializer_list<ValueType> vector_type = {ValueType::Vector};
 constexpr std::initializer_list<ValueType> string_type = {ValueType::String};
 constexpr std::initializer_list<ValueType> bool_type = {ValueType::Bool};
+constexpr std::initializer_list<ValueType> number_types = {ValueType::Int, ValueType::Int64, ValueType::Double};
 constexpr std::initializer_list<ValueType> schema_types = {ValueType::Map, ValueType::Bool};
 
 constexpr Kind object{"an object", map_type};
 constexpr Kind list{"a list", vector_type};
 constexpr Kind text{"a text", string_type};
 constexpr Kind boolean{"true or false", bool_type};
+constexpr Kind number{"a number", number_types};
 constexpr Kind schema{"a schema (an object, true or false)", schema_types};
 
 /// A key that an object of the file may hold.
@@ -51,15 +53,18 @@ struct Field
     bool required;
 };
 
-constexpr std::initializer_list<Field> project_fields = {
-    {"$schema", &text, false}, {"extensions", &list, true}, {"symbols", &object, false}, {"history", &object, false}};
+constexpr std::initializer_list<Field> project_fields = {{"$schema", &text, false},
+                                                         {"extensions", &list, true},
+                                                         {"symbols", &object, false},
+                                                         {"activation", &object, false},
+                                                         {"history", &object, false}};
+constexpr std::initializer_list<Field> activation_fields = {{"capture", &boolean, false}, {"verify", &boolean, false}};
 constexpr std::initializer_list<Field> history_fields = {{"keep", &text, false}, {"size", &text, false}};
 constexpr std::initializer_list<Field> extension_fields = {
     {"domain", &text, true}, {"library", &text, true}, {"configuration", &object, false}};
-constexpr std::initializer_list<Field> symbol_fields = {{Key::domain, &text, true},
-                                                        {Key::mapping, &text, false},
-                                                        {Key::use_mapping, &boolean, false},
-                                                        {Key::schema, &schema, false}};
+constexpr std::initializer_list<Field> symbol_fields = {
+    {Key::domain, &text, true},    {Key::mapping, &text, false},     {Key::use_mapping, &boolean, false},
+    {Key::schema, &schema, false}, {Key::tolerance, &number, false}, {Key::verify, &boolean, false}};
 
 std::string in_quotes(std::string_view name)
 {
@@ -117,6 +122,7 @@ public:
             check_symbol(symbol.name(), *symbol);
         }
         project.history = check_history(root["history"]);
+        project.activation = check_activation(root["activation"]);
         return project;
     }
 
@@ -205,6 +211,19 @@ private:
         }
     }
 
+    ActivationSettings check_activation(Value const& value) const
+    {
+        ActivationSettings settings;
+        if (!value.isset())
+        {
+            return settings;
+        }
+        check_object({"activation"}, "\"activation\"", value, activation_fields);
+        auto const is_on = [&value](char const* key) { return !value[key].isset() || value[key].get_bool(); };
+        settings = {.capture = is_on("capture"), .verify = is_on("verify")};
+        return settings;
+    }
+
     void check_symbol(std::string const& name, Value const& value) const
     {
         Path const path = {"symbols", name};
@@ -220,6 +239,11 @@ private:
             }
         }
         check_object(path, "the symbol " + in_quotes(name), value, symbol_fields);
+        if (auto const& tolerance = value[Key::tolerance]; tolerance.isset() && tolerance.get_double() < 0)
+        {
+            fail(path, Key::tolerance,
+                 "expected \"TOLERANCE\" to be 0 or more, in the symbol's unit, found " + found(tolerance));
+        }
         std::string const domain = value[Key::domain].get_string();
         if (domain != server_domain && !m_domains.contains(domain))
         {

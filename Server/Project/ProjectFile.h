@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Activation/Activation.h"
 #include "Configuration/ProjectError.h"
 #include "History/quantities.h"
 #include "Project/RegularFile.h"
@@ -31,10 +32,11 @@ struct ProjectFile
     /// In the order of the file; domains are unique.
     std::vector<ExtensionEntry> extensions;
     /// The symbol table: a map from each symbol's name to its entry, whose "DOMAIN" is that of an extension or the
-    /// server's own. The other keys, where they stand, have their type: "MAPPING" a text, "USEMAPPING" a bool, "SCHEMA"
-    /// a map or bool.
+    /// server's own. The other keys, where they stand, have their type: "MAPPING" a text, "USEMAPPING" and "VERIFY" a
+    /// bool, "SCHEMA" a map or bool, "TOLERANCE" a number that is not negative.
     RavikSrv::Value symbols;
     HistoryBounds history;
+    ActivationSettings activation;
 
     std::filesystem::path path;
     /// What the file says, for messages about it.

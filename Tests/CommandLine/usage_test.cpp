@@ -22,7 +22,7 @@ TEST(Usage, needs_no_project_and_has_the_same_status_with_json)
         {"ravik --version", {"ravik 1"}},
         {"ravik", {}, {"no command", "ravik help"}, 2},
         {"ravik actvate X", {}, {"unknown command 'actvate'", "'activate'"}, 2},
-        {"ravik ls", {}, {"unknown command 'ls'; 'get'", "'recipes'"}, 2},
+        {"ravik ls", {}, {"unknown command 'ls'; 'list'", "'recipes'"}, 2},
         {"ravik update", {}, {"either recipes, --type TYPE or --all"}, 2},
         {"ravik --jsno get", {}, {"unknown option --jsno", "--json"}, 2},
         {"ravik get --force", {}, {"'get' takes no option --force"}, 2},
@@ -74,16 +74,20 @@ TEST(Terminal, gets_no_control_character_of_any_input)
     {
         text += mark;
     }
+    // JSON has no escape as it is.
+    auto const written = boost::replace_all_copy(text, "\x1b", "\\u001b");
     shell.write("ravik.json", R"({"extensions": [
         {"domain": "RavikRecipeManagement", "library": "libRavikRecipeManagement.so"},
-        {"domain": "D)" + text.substr(4) +
+        {"domain": "D)" + written.substr(4) +
                                   R"(", "library": "libRavikSimulation.so",
          "configuration": {"variables": {"v": ""}}}],
         "symbols": {"v": {"DOMAIN": "D)" +
-                                  text.substr(4) + R"("}}})");
+                                  written.substr(4) + R"(", "SCHEMA": {"type": "string"}}}})");
     shell.write("recipes.json", R"({"recipeTypeList": {"T": {"members": {"m": {"symbol": "v", "enabled": true}}}},
-        "recipeList": {"R)" + text + R"(": {"recipeTypeName": "T", "values": {"m": ")" +
-                                    text + "\", \"" + text + "\": 1}}}}");
+        "recipeList": {"R)" + written +
+                                    R"(": {"recipeTypeName": "T", "values": {"m": ")" + written + "\", \"" + written +
+                                    "\": 1}}}}");
+    shell.expect({"ravik import recipes.json", {"Imported 1 recipe type and 1 recipe"}});
     shell.write("text", text.substr(4));
     std::string const argument = "\"x\ny$(cat text)\"";
     std::istringstream commands(
@@ -91,8 +95,10 @@ TEST(Terminal, gets_no_control_character_of_any_input)
         "symbol get v @|symbol set v '\"'@'\"'|set recipeList::@ 1|set recipeList::R@::values::@ 2|get @|check|call @|"
         "delete --dry-run recipeList::R@|rename recipeList::R@ recipeList::@|--domain @ get|--domain D$(cat text) get|"
         "set recipeList::R@::note 1 --note @|history|history show 2|revert 2 --note @|history --recipe @|history "
-        "--since @|"
-        "revert @|@|symbol @|--@ get|--project @ get|--wait @ get|get a @|import @|export @|init @|help @");
+        "--since @|revert @|list|list --match @|list @|copy recipeList::R@ recipeList::C@|save R@|save R@ --as "
+        "S@|export "
+        "--csv @|import --csv T text|import --csv T @|completion bash 'ravik activate '|completion @|@|symbol @|--@ "
+        "get|--project @ get|--wait @ get|get a @|import @|export @|init @|help @");
     for (std::string line; std::getline(commands, line, '|');)
     {
         auto const command = boost::replace_all_copy(line, "@", argument);
