@@ -1,6 +1,8 @@
 #include "commands.h"
 
+#include "Interruption.h"
 #include "Table.h"
+#include "activation_answer.h"
 #include "configuration_answer.h"
 #include "recipe_names.h"
 #include "rows.h"
@@ -173,9 +175,11 @@ void print_record(HistoryRecord const& record, Output& output)
     {
         print_places(record.body["places"], output);
     }
-    else if (record.body.isset())
+    else if (record.body["rows"].isset())
     {
-        output.print_json(record.body);
+        ActivationReport report;
+        report.rows = rows_of(record.body);
+        print_activation(report, output);
     }
 }
 
@@ -235,10 +239,39 @@ Answer history_show(Invocation& invocation)
     return answer;
 }
 
+namespace
+{
+
+/// Of an activation: what stood in the controllers before is written back.
+Answer write_back(Invocation& invocation, HistoryRecord const& record)
+{
+    Interruption const interruption;
+    auto const dry_run = invocation.has(Option::dry_run);
+    auto const report =
+        invocation.project().revert_activation(record.body, {.dry_run = dry_run,
+                                                             .force = invocation.has(Option::force),
+                                                             .note = invocation.value(Option::note),
+                                                             .asked = "revert " + std::to_string(record.id),
+                                                             .stop = &interruption.mark()});
+    dry_run ? print_plan(report, invocation.output()) : print_activation(report, invocation.output());
+    return activation_answer(report, revert_states());
+}
+
+} // namespace
+
 Answer revert(Invocation& invocation)
 {
     auto const number = record_number(invocation.operands()[0]);
     auto const dry_run = invocation.has(Option::dry_run);
+    auto const found = invocation.project().history_record(number);
+    if (!found.succeeded())
+    {
+        return configuration_answer(found);
+    }
+    if (auto const& record = found.records.front(); !record.has_places() && record.body["rows"].isset())
+    {
+        return write_back(invocation, record);
+    }
     auto const report = invocation.project().revert(
         number, {.dry_run = dry_run, .force = invocation.has(Option::force), .origin = invocation.origin()});
     if (!report.succeeded() && !report.made)

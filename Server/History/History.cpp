@@ -25,7 +25,7 @@ constexpr std::size_t longest_asked = 300;
 /// The longest note and text.
 constexpr std::size_t longest_text = 10'000;
 
-std::string account()
+std::string own_account()
 {
     std::array<char, 4096> memory{};
     struct passwd entry = {};
@@ -141,7 +141,7 @@ std::vector<PlaceChange> places_of(HistoryRecord const& record)
 }
 
 History::History(Configuration& configuration, HistoryBounds bounds)
-    : m_configuration(configuration), m_bounds(bounds), m_account(account())
+    : m_configuration(configuration), m_bounds(bounds), m_account(own_account())
 {
 }
 

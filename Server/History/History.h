@@ -45,6 +45,9 @@ public:
     std::vector<HistoryRecord> list(HistoryFilter const& filter) const;
     std::optional<HistoryRecord> find(std::int64_t id) const;
 
+    /// The account that this process runs under.
+    std::string const& account() const noexcept { return m_account; }
+
 private:
     RecordBounds bounds_now() const;
 

@@ -11,11 +11,8 @@
 #include "Json/Json.h"
 
 #include <algorithm>
-#include <array>
 #include <iterator>
 #include <optional>
-#include <pwd.h>
-#include <unistd.h>
 
 namespace Ravik
 {
@@ -162,23 +159,12 @@ Value recipe_parameters(std::string const& recipe)
     return parameters;
 }
 
-/// The account that the process runs for.
-std::string caller()
-{
-    auto const user = ::geteuid();
-    constexpr std::size_t most = 16384;
-    std::array<char, most> buffer{};
-    passwd entry{};
-    passwd* found = nullptr;
-    auto const is_named = ::getpwuid_r(user, &entry, buffer.data(), buffer.size(), &found) == 0 && found != nullptr;
-    return is_named ? entry.pw_name : std::to_string(user);
-}
-
-template <typename Options> Options on_behalf(Options options)
+/// The options of an activation with whoever asked for it, by default the account.
+template <typename Options> Options on_behalf(Options options, std::string const& account)
 {
     if (options.who.empty())
     {
-        options.who = caller();
+        options.who = account;
     }
     return options;
 }
@@ -221,13 +207,15 @@ std::unique_ptr<Project> Project::open(std::filesystem::path const& directory, O
 
 OpenProject::OpenProject(ProjectFile const& file, Libraries const& libraries, std::unique_ptr<Store> store)
     : m_symbols(file.symbols), m_core(m_symbols, m_validator, std::move(store)),
-      m_history(m_core.configuration, file.history), m_editor(m_core, m_history, m_symbols, m_validator, m_schemas),
+      m_history(m_core.configuration, file.history), m_records(m_history),
+      m_editor(m_core, m_history, m_symbols, m_validator, m_schemas),
       m_activation(
           m_core, m_symbols,
           [this](RavikSrv::Session session, std::string const& recipe)
           { return call(session, std::string(recipe_domain), activate_function, recipe_parameters(recipe)); },
           file.activation)
 {
+    m_activation.set_log(&m_records);
     check_schemas(file);
     Value own(ValueType::Map);
     own.insert(Key::symbols, file.symbols);
@@ -361,12 +349,12 @@ std::vector<std::string> OpenProject::functions(std::string const& domain) const
 
 ActivationReport OpenProject::activate(std::string const& recipe, ActivationOptions const& options)
 {
-    return m_activation.activate(recipe, on_behalf(options));
+    return m_activation.activate(recipe, on_behalf(options, m_history.account()));
 }
 
-ActivationReport OpenProject::revert_activation(Value const& body, RevertOptions const& options)
+ActivationReport OpenProject::revert_activation(Value const& body, WriteBackOptions const& options)
 {
-    return m_activation.revert(body, on_behalf(options));
+    return m_activation.revert(body, on_behalf(options, m_history.account()));
 }
 
 // Configuration -------------------------------------------------------------------------------------------------------
@@ -481,18 +469,11 @@ EditReport OpenProject::revert(std::int64_t id, RevertOptions const& options)
     auto const& record = outcome.records.front();
     if (!record.has_places())
     {
-        return revert_activation(record, options);
+        failed.error = ErrorValue::INVALID_PARAMETER;
+        failed.text = "the record " + std::to_string(id) + " changed nothing in the configuration";
+        return failed;
     }
     return report(m_editor.revert(places_of(record), "revert " + std::to_string(id), options));
-}
-
-/// Takes back what stands in controllers.
-EditReport OpenProject::revert_activation(HistoryRecord const& record, RevertOptions const& /*options*/)
-{
-    EditReport failed;
-    failed.error = ErrorValue::NOT_IMPLEMENTED;
-    failed.text = "the record " + std::to_string(record.id) + " holds nothing that can be taken back";
-    return failed;
 }
 
 std::vector<Finding> OpenProject::check(std::string const& domain) const
@@ -556,7 +537,7 @@ ExecutedGroup OpenProject::write_symbol(std::string const& name, Value const& va
     Command command(name.c_str());
     command.set_write_value(value);
     WriteHolds::Hold const hold(m_activation.holds(), m_activation.places_of({name}),
-                                "the write of " + name + " by " + caller());
+                                "the write of " + name + " by " + m_history.account());
     if (!hold.refusal().empty())
     {
         command.set_result(ErrorValue::SYMBOL_IN_USE);
@@ -565,7 +546,35 @@ ExecutedGroup OpenProject::write_symbol(std::string const& name, Value const& va
         return m_core.executor.recorder().describe(group, ErrorValue::SYMBOL_IN_USE);
     }
     group.insert(group.end_vector(), command);
-    return execute_symbols(group);
+    auto written = execute_symbols(group);
+    remember_write(name, value, written.commands.front());
+    return written;
+}
+
+void OpenProject::remember_write(std::string const& name, Value const& value, ExecutedCommand& written)
+{
+    auto const succeeded = written.result == ErrorValue::SUCCESS;
+    ActivationRow const row{.symbol = name,
+                            .domain = m_symbols.find(name).symbol == nullptr ? "" : m_symbols.find(name).symbol->domain,
+                            .member = {},
+                            .before = {},
+                            .value = value,
+                            .after = {},
+                            .state = succeeded ? RowState::Written : RowState::Failed,
+                            .text = written.text.str()};
+    try
+    {
+        m_history.begin({.action = Action::symbol,
+                         .asked = "symbol set " + name + ' ' + Json::write(value),
+                         .outcome = succeeded ? Outcome::done : Outcome::failed,
+                         .text = written.text.str(),
+                         .body = value_of({row}, activation_states())});
+    }
+    catch (StoreError const& error)
+    {
+        auto const trouble = std::string("it is not remembered: ") + error.what();
+        written.text = RavikSrv::SharedText(written.text.empty() ? trouble : written.text.str() + "; " + trouble);
+    }
 }
 
 ExecutedGroup OpenProject::execute_symbols(CommandGroup& group)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Activation/Activation.h"
+#include "Activation/ActivationRecords.h"
 #include "Editing/Editor.h"
 #include "Editing/EntrySchemas.h"
 #include "Execution/Core.h"
@@ -40,7 +41,7 @@ public:
     ActivationReport activate(std::string const& recipe, ActivationOptions const& options) override;
     ActivationReport plan(std::string const& recipe) override { return m_activation.plan(recipe); }
     ActivationReport expected(std::string const& recipe) override { return m_activation.expected(recipe); }
-    ActivationReport revert_activation(RavikSrv::Value const& body, RevertOptions const& options) override;
+    ActivationReport revert_activation(RavikSrv::Value const& body, WriteBackOptions const& options) override;
 
     ConfigurationOutcome get(std::string const& domain, std::string const& path) const override;
     using Project::set;
@@ -75,11 +76,11 @@ private:
     void start_extensions(ProjectFile const& file);
     std::string execute_function(RavikSrv::Context const& context, RavikSrv::CommandGroup& group, Origin const& origin,
                                  RavikSrv::ErrorValue& error);
-    EditReport revert_activation(HistoryRecord const& record, RevertOptions const& options);
     ConfigurationOutcome unknown_domain(std::string const& domain) const;
     Inspection inspection(std::string const& domain) const;
     ConfigurationOutcome check_table(std::string const& domain, std::string const& type) const;
     ExecutedGroup execute_symbols(RavikSrv::CommandGroup& group);
+    void remember_write(std::string const& name, RavikSrv::Value const& value, ExecutedCommand& written);
 
     SymbolTable m_symbols;
     /// What it has compiled is no state that anybody sees.
@@ -87,6 +88,7 @@ private:
     std::map<std::string, EntrySchemas> m_schemas;
     Core m_core;
     History m_history;
+    ActivationRecords m_records;
     Editor m_editor;
     Activation m_activation;
     std::vector<std::string> m_warnings;
