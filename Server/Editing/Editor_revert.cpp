@@ -42,6 +42,7 @@ EditOutcome refused(std::vector<Refusal> refusals)
 std::vector<Refusal> refusals_of(std::vector<std::string> const& changed_since)
 {
     std::vector<Refusal> refusals;
+    refusals.reserve(changed_since.size());
     for (auto const& path : changed_since)
     {
         refusals.push_back({ErrorValue::STORAGE_CONSTRAINT, "has changed since; change it yourself", path});

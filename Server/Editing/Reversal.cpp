@@ -12,7 +12,6 @@ namespace Ravik
 
 using RavikSrv::ErrorValue;
 using RavikSrv::Value;
-using RavikSrv::ValueType;
 
 namespace
 {
