@@ -12,6 +12,11 @@ using namespace RavikSrv;
 
 CountingHost::CountingHost(int symbol_count, int domain_count)
 {
+    m_member_shape["symbol"] = "";
+    m_member_shape["enabled"] = true;
+    m_member_shape["defaultValue"] = 0.0;
+    m_mapping_shape["DOMAIN"] = "";
+    m_mapping_shape["USEMAPPING"] = true;
     Value own;
     Value inherited;
     Value nested;
@@ -41,15 +46,15 @@ void CountingHost::add_symbol(int number, int domain_count, Value& members, Valu
 {
     auto const name = "Member" + std::to_string(number);
     auto const symbol = "Line.Symbol" + std::to_string(number);
-    Value member(ValueType::Map);
-    member.insert("symbol", symbol.c_str());
-    member.insert("enabled", true);
-    member.insert("defaultValue", 0.0);
+    // As a server reads them, maps of one shape share their names.
+    auto member = m_member_shape;
+    member["symbol"] = symbol.c_str();
     members.insert(name.c_str(), member);
     values.insert(name.c_str(), 0.5 * number);
     auto const domain = "Domain" + std::to_string(number % domain_count);
-    m_symbol_table[symbol.c_str()].insert("DOMAIN", domain.c_str());
-    m_symbol_table[symbol.c_str()].insert("USEMAPPING", true);
+    auto mapping = m_mapping_shape;
+    mapping["DOMAIN"] = domain.c_str();
+    m_symbol_table.insert(symbol.c_str(), mapping);
     m_written.insert(symbol.c_str(), 0.5 * number);
 }
 

@@ -45,6 +45,8 @@ public:
 private:
     void add_symbol(int number, int domain_count, RavikSrv::Value& members, RavikSrv::Value& values);
 
+    RavikSrv::Value m_member_shape;
+    RavikSrv::Value m_mapping_shape;
     RavikSrv::Value m_configuration;
     RavikSrv::Value m_symbol_table;
     RavikSrv::Value m_written;

@@ -71,12 +71,14 @@ Value plant(int recipes, int values, int folders = 10)
 class Plant
 {
 public:
-    Plant(int recipes, int values) : Plant(plant(recipes, values)) {}
+    Plant(int recipes, int values, bool history = true) : Plant(plant(recipes, values), history) {}
 
-    explicit Plant(Value const& configuration)
+    explicit Plant(Value const& configuration, bool history = true)
     {
         m_folder.write("ravik.json", project_file());
-        project = Project::open(m_folder.path());
+        Ravik::OpenOptions options;
+        options.history = history;
+        project = Project::open(m_folder.path(), options);
         made(project->import(domain, configuration, {}));
     }
 
@@ -133,6 +135,35 @@ double rename_type(int recipes)
     return best;
 }
 
+/// What the records of an edit cost: the median of a rename of a type, with and without, by turns.
+struct Renames
+{
+    double with = 0;
+    double without = 0;
+};
+
+double median(std::vector<double> times)
+{
+    std::nth_element(times.begin(), times.begin() + static_cast<std::ptrdiff_t>(times.size() / 2), times.end());
+    return times[times.size() / 2];
+}
+
+Renames rename_with_history(int recipes)
+{
+    Plant const with(recipes, 100);
+    Plant const without(recipes, 100, false);
+    std::vector<double> times_with;
+    std::vector<double> times_without;
+    for (int run = 0; run < 8; ++run)
+    {
+        auto const* const from = run % 2 == 0 ? "recipeTypeList::T" : "recipeTypeList::Renamed";
+        auto const* const to = run % 2 == 0 ? "recipeTypeList::Renamed" : "recipeTypeList::T";
+        times_with.push_back(processor_seconds([&] { Plant::made(with.project->rename(domain, from, to, {})); }));
+        times_without.push_back(processor_seconds([&] { Plant::made(without.project->rename(domain, from, to, {})); }));
+    }
+    return {.with = median(times_with), .without = median(times_without)};
+}
+
 double delete_folder(int recipes)
 {
     Plant const plant(recipes, 100);
@@ -145,16 +176,21 @@ double delete_folder(int recipes)
     return best;
 }
 
-double import_recipes(int recipes)
+double import_recipes(int recipes, bool history)
 {
-    Plant const empty(0, 0);
     auto const data = plant(recipes, 100);
     auto best = 1e9;
     for (int run = 0; run < 2; ++run)
     {
+        Plant const empty(0, 0, history);
         best = std::min(best, processor_seconds([&] { Plant::made(empty.project->import(domain, data, {})); }));
     }
     return best;
+}
+
+double import_recipes(int recipes)
+{
+    return import_recipes(recipes, true);
 }
 
 double delete_type_of(Value const& configuration)
@@ -240,26 +276,23 @@ struct Saves
 {
     double in_100 = 0;
     double in_10000 = 0;
+    double without_history = 0;
     double append = 0;
 };
 
-double median(std::vector<double> times)
-{
-    std::nth_element(times.begin(), times.begin() + static_cast<std::ptrdiff_t>(times.size() / 2), times.end());
-    return times[times.size() / 2];
-}
-
-/// By turns, so that whatever else happens on the machine meets all three alike.
+/// By turns, so that whatever else happens on the machine meets all alike.
 Saves save_one_value()
 {
     constexpr int runs = 400;
     Plant const small(100, 100);
     Plant const large(10'000, 100);
+    Plant const forgetful(10'000, 100, false);
     auto const row = Ravik::Json::write(large.project->get(domain, "recipeList::F0::recipe0").value);
     auto const file = open((large.path() / "append").c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
-    std::array<std::vector<double>, 3> times;
+    std::array<std::vector<double>, 4> times;
     for (int run = 0; run < runs; ++run)
     {
+        times[3].push_back(seconds([&] { forgetful.save(run * 3701 % 10'000, run); }));
         times[0].push_back(seconds([&] { small.save(run * 37 % 100, run); }));
         times[1].push_back(seconds([&] { large.save(run * 3701 % 10'000, run); }));
         times[2].push_back(seconds(
@@ -272,7 +305,10 @@ Saves save_one_value()
             }));
     }
     close(file);
-    return {.in_100 = median(times[0]), .in_10000 = median(times[1]), .append = median(times[2])};
+    return {.in_100 = median(times[0]),
+            .in_10000 = median(times[1]),
+            .without_history = median(times[3]),
+            .append = median(times[2])};
 }
 
 // The table -----------------------------------------------------------------------------------------------------------
@@ -303,8 +339,13 @@ int main()
     {
         auto const saves = save_one_value();
         row("save one value in 10,000 recipes", saves.in_10000, "that in 100", saves.in_100, 2);
+        row("save one value in 10,000 recipes", saves.in_10000, "that without a history", saves.without_history, 1.5);
         row("save one value in 10,000 recipes", saves.in_10000, "append and fdatasync", saves.append, 3);
+        auto const renames = rename_with_history(10'000);
+        row("rename a type that 10,000 recipes use", renames.with, "that without a history", renames.without, 1.5);
         compare_sizes("rename a type that 10,000 recipes use", rename_type);
+        row("import 10,000 recipes of 100 values", import_recipes(10'000, true), "that without a history",
+            import_recipes(10'000, false), 1.5);
         compare_sizes("delete a folder of 1,000 in 10,000 recipes", delete_folder);
         compare_sizes("import 10,000 recipes of 100 values", import_recipes);
         compare_sizes("delete a type, 10,000 recipes in ten folders", delete_type_in_ten_folders, 14);

@@ -14,7 +14,7 @@ namespace Ravik::CommandLine
 namespace
 {
 
-constexpr std::array<OptionEntry, 17> option_table{{
+constexpr std::array<OptionEntry, 23> option_table{{
     {Option::project, "--project", "DIR", "the project's folder; the working directory where it is not given",
      TakenBy::every_command},
     {Option::domain, "--domain", "NAME", "the domain to work on; RavikRecipeManagement where it is not given",
@@ -25,6 +25,7 @@ constexpr std::array<OptionEntry, 17> option_table{{
      TakenBy::every_command},
     {Option::force, "--force", "", "replace what exists", TakenBy::some_commands},
     {Option::dry_run, "--dry-run", "", "check and show what would happen, and change nothing", TakenBy::some_commands},
+    {Option::no_verify, "--no-verify", "", "do not read back what was written", TakenBy::some_commands},
     {Option::replace, "--replace", "", "the imported file becomes the whole configuration", TakenBy::some_commands},
     {Option::type, "--type", "TYPE", "all recipes of a recipe type, and of those that inherit from it",
      TakenBy::some_commands},
@@ -34,6 +35,12 @@ constexpr std::array<OptionEntry, 17> option_table{{
     {Option::csv, "--csv", "TYPE", "the recipes of a recipe type as a table", TakenBy::some_commands},
     {Option::excel, "--excel", "", "a table with semicolons and a byte order mark", TakenBy::some_commands},
     {Option::man, "--man", "", "with 'help': print the manual page", TakenBy::some_commands},
+    {Option::recipe, "--recipe", "RECIPE", "only what changed, read or wrote this recipe", TakenBy::some_commands},
+    {Option::who, "--who", "NAME", "only what this account did", TakenBy::some_commands},
+    {Option::since, "--since", "TIME", "only what was done since a date, a date and time, or '2 days' ago",
+     TakenBy::some_commands},
+    {Option::limit, "--limit", "N", "at most so many records; 50 where it is not given", TakenBy::some_commands},
+    {Option::note, "--note", "TEXT", "what the history is to tell besides", TakenBy::some_commands},
     {Option::json, "--json", "", R"(print one JSON object: {"result", "name", "text", "value"})",
      TakenBy::every_command},
     {Option::help, "--help", "", "print the help of a command", TakenBy::every_command},

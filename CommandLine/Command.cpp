@@ -88,6 +88,24 @@ Invocation::Invocation(Arguments const& arguments, std::span<std::string const> 
 {
 }
 
+Origin Invocation::origin() const
+{
+    std::string asked;
+    for (auto const& word : m_arguments.operands)
+    {
+        asked += (asked.empty() ? "" : " ") + shell_word(word);
+    }
+    for (auto const& [option, text] : m_arguments.options)
+    {
+        auto const& entry = option_entry(option);
+        if (entry.taken_by == TakenBy::some_commands && option != Option::note)
+        {
+            asked.append(" ").append(entry.name).append(entry.value.empty() ? "" : " " + shell_word(text));
+        }
+    }
+    return {.who = {}, .asked = asked, .note = value(Option::note)};
+}
+
 OpenOptions Invocation::open_options() const
 {
     auto const text = m_arguments.value(Option::wait, "0");
@@ -119,15 +137,18 @@ Project& Invocation::project()
 
 CommandEntry const& find_command(std::span<std::string const> operands)
 {
+    CommandEntry const* found = nullptr;
     for (auto const& command : all_commands())
     {
         auto const words = word_count(command);
-        if (operands.size() >= words && joined(operands.first(words)) == command.name)
-        {
-            return command;
-        }
+        auto const is_meant = operands.size() >= words && joined(operands.first(words)) == command.name;
+        found = is_meant && (found == nullptr || words > word_count(*found)) ? &command : found;
     }
-    unknown_command(operands);
+    if (found == nullptr)
+    {
+        unknown_command(operands);
+    }
+    return *found;
 }
 
 std::vector<CommandEntry const*> commands_under(std::span<std::string const> words)

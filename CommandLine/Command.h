@@ -42,6 +42,9 @@ public:
     std::string directory() const { return m_arguments.value(Option::project, "."); }
     /// The domain to work on.
     std::string domain() const { return m_arguments.value(Option::domain, recipe_domain); }
+    /// Who asks for what, as the history is to tell it: the words of the command as they were typed, without what says
+    /// where and how it runs.
+    Origin origin() const;
     /// Throws `UsageError` for a waiting time that is none.
     OpenOptions open_options() const;
     /// Throws `ProjectError` where the project can't be opened.

@@ -11,7 +11,7 @@ namespace
 
 constexpr auto any_number = std::numeric_limits<std::size_t>::max();
 
-constexpr std::array<CommandEntry, 25> command_table{{
+constexpr std::array<CommandEntry, 29> command_table{{
     {.name = "init",
      .operands = "[DIR]",
      .least = 0,
@@ -33,19 +33,43 @@ Examples:
      .most = 1,
      .summary = "Write a recipe's values to the controllers",
      .description = R"(
-RECIPE is the recipe's name, with its folders: Folder::Name. Prints what was
-written to which symbol. Where a write fails, the values written before it stay;
-where a value does not fit its symbol, nothing is sent to that symbol's domain and
-the other symbols are "not tried". With --json the value is {"counts": {"written",
-"failed", "not tried"}, "rows": [{"symbol", "domain", "member", "value", "state",
-"text"}]}.
+RECIPE is the recipe's name, with its folders: Folder::Name. Reads the symbols,
+writes them, reads them again and prints for each what became of it: "verified"
+where the controller holds the value, "differs" where it holds something else.
+Ends with 1 where a symbol does not hold what was to be written. Where a write
+fails, the values written before it stay; where a value does not fit its symbol,
+nothing is written at all. --dry-run shows what stands in the controllers beside
+what would be written. With --json the value is {"id", "counts": {"written",
+"verified", "differs", "failed", "not tried", "not written"}, "rows": [{"symbol",
+"domain", "member", "before", "value", "after", "state", "text"}]}; of a dry run
+the counts are {"differs", "same", "unread"}.
 
 Examples:
   ravik activate Bread
-  ravik activate 'Shift 1::Bread'
+  ravik activate --dry-run 'Shift 1::Bread'
+  ravik activate --note 'order 4711' Bread
+)",
+     .options = {Option::dry_run, Option::no_verify, Option::note},
+     .run = activate},
+    {.name = "diff",
+     .operands = "RECIPE [OTHER]",
+     .least = 1,
+     .most = 2,
+     .summary = "Show where the controllers, or another recipe, differ from a recipe",
+     .description = R"(
+Compares what an activation of RECIPE would write, nested recipes and defaults
+included, with what stands in the controllers or with what an activation of OTHER
+would write, and prints only what differs or can't be read. With --json the value
+is {"counts": {"differs", "same", "unread"}, "rows": [{"symbol", "domain",
+"member", "stored", "live", "state", "text"}]}, with "other" in place of "live"
+where two recipes are compared.
+
+Examples:
+  ravik diff Bread
+  ravik diff Bread Pizza
 )",
      .options = {},
-     .run = activate},
+     .run = diff},
     {.name = "read",
      .operands = "RECIPE",
      .least = 1,
@@ -112,7 +136,7 @@ Examples:
   ravik update --type Dough
   ravik update --all
 )",
-     .options = {Option::type, Option::all},
+     .options = {Option::type, Option::all, Option::note},
      .run = update},
     {.name = "list",
      .operands = "[PATH]",
@@ -151,7 +175,7 @@ Examples:
   ravik save Bread
   ravik save Bread --as 'Shift 1::Bread'
 )",
-     .options = {Option::as, Option::force},
+     .options = {Option::as, Option::force, Option::note},
      .run = save},
     {.name = "call",
      .operands = "FUNCTION [JSON]",
@@ -204,7 +228,7 @@ Examples:
   ravik --project old export - | ravik --project new import -
   ravik import --csv Dough doughs.csv
 )",
-     .options = {Option::domain, Option::dry_run, Option::replace, Option::csv},
+     .options = {Option::domain, Option::dry_run, Option::replace, Option::csv, Option::note},
      .run = import},
     {.name = "export",
      .operands = "[FILE]",
@@ -238,7 +262,7 @@ Examples:
   ravik set recipeList::Bread::values::Speed 130.0
   ravik set 'recipeList::Shift 1' '{}'
 )",
-     .options = {Option::domain},
+     .options = {Option::domain, Option::note},
      .run = set},
     {.name = "delete",
      .operands = "PATH",
@@ -254,7 +278,7 @@ Examples:
   ravik delete --dry-run recipeTypeList::Dough
   ravik delete recipeList::Pizza
 )",
-     .options = {Option::domain, Option::dry_run},
+     .options = {Option::domain, Option::dry_run, Option::note},
      .run = remove},
     {.name = "rename",
      .operands = "PATH NEW_PATH",
@@ -269,7 +293,7 @@ Examples:
   ravik rename recipeTypeList::Dough recipeTypeList::Doughs::Wheat
   ravik rename recipeTypeList::Dough::members::Speed recipeTypeList::Dough::members::Pace
 )",
-     .options = {Option::domain, Option::dry_run},
+     .options = {Option::domain, Option::dry_run, Option::note},
      .run = rename},
     {.name = "copy",
      .operands = "PATH NEW_PATH",
@@ -284,8 +308,61 @@ Examples:
   ravik copy recipeList::Bread recipeList::Rye
   ravik copy recipeTypeList::Dough recipeTypeList::Doughs::Rye
 )",
-     .options = {Option::domain},
+     .options = {Option::domain, Option::note},
      .run = copy},
+    {.name = "history",
+     .operands = "",
+     .least = 0,
+     .most = 0,
+     .summary = "List what was done, by whom and when",
+     .description = R"(
+Every edit, update and revert is a record of the store: its number, the time in
+UTC, the account, what was asked, how it ended, and the text of --note. The newest
+stand first. "history" in ravik.json says how many are kept. With --json the value
+is {"counts": {…}, "rows": [{"id", "time", "who", "action", "asked", "outcome",
+"text", "note"}]}.
+
+Examples:
+  ravik history
+  ravik history --recipe 'Shift 1::Bread' --limit 5
+  ravik history --since '2 days' --who anna
+)",
+     .options = {Option::recipe, Option::who, Option::since, Option::limit},
+     .run = history},
+    {.name = "history show",
+     .operands = "ID",
+     .least = 1,
+     .most = 1,
+     .summary = "Show a record of the history with all that it changed",
+     .description = R"(
+ID is the number of the record. Of an edit each place that changed is shown with
+what stood there before and after. With --json the value is the record with its
+"body": {"places": [{"domain", "path", "before", "after"}]}, where nothing stood or
+stands without the one or the other.
+
+Examples:
+  ravik history show 17
+)",
+     .options = {},
+     .run = history_show},
+    {.name = "revert",
+     .operands = "ID",
+     .least = 1,
+     .most = 1,
+     .summary = "Take back what a record of the history tells",
+     .description = R"(
+ID is the number of the record. Each place that an edit changed gets back what stood
+there; the order of entries is not restored. Where a place has changed since, or
+another entry would be wrong afterwards, nothing is taken back and all of these
+places are named. A revert is an edit of its own, with a record, and can be taken
+back too. --dry-run shows what would change.
+
+Examples:
+  ravik revert --dry-run 17
+  ravik revert 17 --note 'wrong file'
+)",
+     .options = {Option::dry_run, Option::force, Option::note},
+     .run = revert},
     {.name = "check",
      .operands = "",
      .least = 0,

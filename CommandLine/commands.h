@@ -11,6 +11,8 @@ namespace Ravik::CommandLine
 Answer init(Invocation& invocation);
 /// activate RECIPE
 Answer activate(Invocation& invocation);
+/// diff RECIPE [OTHER]
+Answer diff(Invocation& invocation);
 /// read RECIPE
 Answer read(Invocation& invocation);
 /// active [RECIPE…]
@@ -39,6 +41,12 @@ Answer remove(Invocation& invocation);
 Answer rename(Invocation& invocation);
 /// copy PATH NEW_PATH
 Answer copy(Invocation& invocation);
+/// history
+Answer history(Invocation& invocation);
+/// history show ID
+Answer history_show(Invocation& invocation);
+/// revert ID
+Answer revert(Invocation& invocation);
 /// check
 Answer check(Invocation& invocation);
 /// symbols

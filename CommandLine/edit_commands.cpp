@@ -106,7 +106,7 @@ Answer edit_answer(Invocation& invocation, EditReport const& report, std::string
 
 MoveOptions move_options(Invocation const& invocation)
 {
-    return {.dry_run = invocation.has(Option::dry_run)};
+    return {.dry_run = invocation.has(Option::dry_run), .origin = invocation.origin()};
 }
 
 /// "FILE:LINE:COLUMN: TEXT"; just the text where no place is known.
@@ -159,7 +159,7 @@ Answer set(Invocation& invocation)
 {
     auto const operands = invocation.operands();
     auto const value = json_operand(operands[1]);
-    auto const report = invocation.project().set(invocation.domain(), operands[0], value);
+    auto const report = invocation.project().set(invocation.domain(), operands[0], value, invocation.origin());
     return edit_answer(invocation, report, "Set " + operands[0] + '.');
 }
 
@@ -192,7 +192,8 @@ Answer import(Invocation& invocation)
     ImportOptions const options{.dry_run = invocation.has(Option::dry_run),
                                 .replace = invocation.has(Option::replace),
                                 .progress = [&progress](std::size_t done, std::size_t total)
-                                { progress.show(done, total); }};
+                                { progress.show(done, total); },
+                                .origin = invocation.origin()};
     auto& project = invocation.project();
     auto const report = is_table
                             ? project.import_table(invocation.domain(), invocation.value(Option::csv), text, options)

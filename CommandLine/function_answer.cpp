@@ -44,18 +44,11 @@ FunctionOutcome call_with(Invocation& invocation, std::string const& function, c
 }
 
 FunctionOutcome call_with(Invocation& invocation, RavikSrv::Session request, std::string const& function,
-                          char const* key, std::string const& value)
+                          char const* key, std::string const& value, Origin const& origin)
 {
     Value parameters(RavikSrv::ValueType::Struct);
     parameters.insert(key, Value(std::string_view(value)));
-    return invocation.project().call(request, std::string(recipe_domain), function, parameters);
-}
-
-std::string failure_text(ExecutedCommand const& command)
-{
-    auto text =
-        command.failure.empty() ? std::string(RavikSrv::get_error_string(command.result).name()) : command.failure;
-    return command.text.empty() ? text : text + ": " + command.text.str();
+    return invocation.project().call(request, std::string(recipe_domain), function, parameters, origin);
 }
 
 Cell outcome_cell(ExecutedCommand const& command, char const* done)

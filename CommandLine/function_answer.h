@@ -17,10 +17,7 @@ std::string name_and_text(FunctionOutcome const& outcome);
 FunctionOutcome call_with(Invocation& invocation, std::string const& function, char const* key,
                           std::string const& value);
 FunctionOutcome call_with(Invocation& invocation, RavikSrv::Session request, std::string const& function,
-                          char const* key, std::string const& value);
-
-/// Why a command failed: the name given to the failure and what was said besides.
-std::string failure_text(ExecutedCommand const& command);
+                          char const* key, std::string const& value, Origin const& origin = {});
 
 /// How the command ended, in colour; `done` is the word for success.
 Cell outcome_cell(ExecutedCommand const& command, char const* done);

@@ -40,7 +40,8 @@ Answer call(Invocation& invocation)
     {
         parameters.convert(ValueType::Struct);
     }
-    auto const outcome = invocation.project().call(domain, operands[0], parameters);
+    auto& project = invocation.project();
+    auto const outcome = project.call(project.begin_request(), domain, operands[0], parameters, invocation.origin());
     if (outcome.value.isset())
     {
         invocation.output().print_json(outcome.value);

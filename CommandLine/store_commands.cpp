@@ -2,6 +2,7 @@
 
 #include "configuration_answer.h"
 #include "recipe_names.h"
+#include "rows.h"
 
 #include "Project/project_store.h"
 
@@ -24,10 +25,15 @@ Value report_value(StoreReport const& report)
     }
     Value value;
     value.insert("rows", static_cast<long>(report.rows));
+    value.insert("records", static_cast<long>(report.records));
     value.insert("faults", faults);
     if (!report.kept_as.empty())
     {
         value.insert("kept", Value(std::string_view(report.kept_as.string())));
+    }
+    if (!report.recovered.empty())
+    {
+        value.insert("recovered", text_values(report.recovered));
     }
     return value;
 }
@@ -70,7 +76,8 @@ Answer store_check(Invocation& invocation)
     answer.value = report_value(report);
     if (report.is_whole())
     {
-        invocation.output().print("The store is whole: " + counted(report.rows, "row") + ".");
+        invocation.output().print("The store is whole: " + counted(report.rows, "row") + ", " +
+                                  counted(report.records, "record") + " of the history.");
         return answer;
     }
     answer.text = "the store is damaged; 'ravik store restore FILE' puts a backup in its place, 'ravik store repair' "
@@ -119,6 +126,14 @@ Answer store_repair(Invocation& invocation)
     invocation.output().print("Made a store of the rows that are whole, " + std::to_string(report.rows) +
                               ". Lost is what was wrong:");
     tell_faults(report, invocation.output());
+    if (!report.recovered.empty())
+    {
+        invocation.output().print("The history gave back:");
+    }
+    for (auto const& path : report.recovered)
+    {
+        invocation.output().print("  " + path);
+    }
     tell_kept(report, invocation.output());
     return answer;
 }

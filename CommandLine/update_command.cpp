@@ -6,6 +6,7 @@
 #include "recipe_functions.h"
 #include "recipe_names.h"
 #include "rows.h"
+#include "shell_word.h"
 
 #include "Configuration/configuration_keys.h"
 #include "Json/Json.h"
@@ -67,7 +68,10 @@ public:
     void update(std::string const& name)
     {
         Value const before = stored_recipe(m_invocation.project(), name);
-        auto const outcome = call_with(m_invocation, Function::update_recipe, Parameter::path, name);
+        auto origin = m_invocation.origin();
+        origin.asked = "update " + shell_word(name);
+        auto const outcome = call_with(m_invocation, m_invocation.project().begin_request(), Function::update_recipe,
+                                       Parameter::path, name, origin);
         Value const after = stored_recipe(m_invocation.project(), name);
         auto info = texts_of(outcome.value[Returned::info]);
         auto const changed = changes(before[Key::values], after[Key::values]);

@@ -30,8 +30,13 @@ expect 0 symbols
 heading "Its recipe types and recipes are taken in"
 expect 0 import "$project/recipes.json"
 
-heading "The line is set up for cola in 1.5 l bottles: one recipe that nests five others"
-expect 0 activate Products::Cola1500
+heading "Cola in 1.5 l bottles: one recipe that nests five others; what would it change on the line?"
+expect 0 activate --dry-run Products::Cola1500
+[[ $output == *"Nothing was written."* ]] || fail "a plan should write nothing"
+
+heading "The line is set up for it, and asked whether it holds every value"
+expect 0 activate --note "order 4711" Products::Cola1500
+[[ $output == *"33 verified."* ]] || fail "every value should be verified"
 expect_value Filler.FillVolume '1500(\.0)?'
 expect_value Palletiser.Pattern '"Brick"'
 expect_value Line.ActiveProduct '"Cola 1\.5 l PET"'
@@ -68,6 +73,14 @@ expect 1 activate Service::Checkweigher1500
 expect_value Checkweigher.NominalWeight '1541\.5'
 expect_value Checkweigher.Calibration '1\.00042'
 echo "That was to be expected: the other two values are in the controller, the calibration is what it was."
+
+heading "A valve sticks: the filler takes a new speed without a word and keeps the old one. The activation finds it out"
+sed -i '0,/"variables": {/s//"stuck": ["FillerSpeed"], &/' "$project/ravik.json"
+expect 1 activate Products::Spring500
+[[ $output == *Filler.Speed*differs* ]] || fail "the speed should be found out"
+expect 0 diff Products::Spring500
+[[ $output == *Filler.Speed* ]] || fail "the speed should differ"
+sed -i 's/"stuck": \["FillerSpeed"\], //' "$project/ravik.json"
 
 heading "What stands in the controllers now"
 expect 0 symbol get Line.ActiveProduct Filler.FillVolume Filler.Speed Filler.Carbonation Filler.BatchNumber \

@@ -31,12 +31,15 @@
 namespace
 {
 
-constexpr auto usage = R"(usage: modbus_device [--port PORT] [--delay MS] [--latency MS] [--refuse FIRST-LAST] [--count]
+constexpr auto usage = R"(usage: modbus_device [--port PORT] [--delay MS] [--latency MS] [--refuse FIRST-LAST]
+                     [--keep FIRST-LAST] [--highest NUMBER] [--count]
 
   --port PORT           where it listens on 127.0.0.1; 0, the default, is a free port
   --delay MS            how long it takes to carry out a request, while others wait
   --latency MS          how long an answer takes on the line, where several may be at once
   --refuse FIRST-LAST   addresses, in all tables, that it answers with the exception "illegal data address"
+  --keep FIRST-LAST     holding registers that take a write and keep what they hold
+  --highest NUMBER      what a holding register makes of a higher number that is written to it
   --count               whenever a connection ends, print how many requests came over it
 
 It prints its port once it listens.
@@ -44,14 +47,21 @@ It prints its port once it listens.
 
 constexpr int table_size = 65536;
 
+/// Addresses, none by default.
+struct Range
+{
+    int first = table_size;
+    int last = -1;
+};
+
 struct Options
 {
     int port = 0;
     std::chrono::milliseconds delay{0};
     std::chrono::milliseconds latency{0};
-    /// An empty range by default.
-    int first_refused = table_size;
-    int last_refused = -1;
+    Range refused;
+    Range kept;
+    int highest = table_size - 1;
     bool counts = false;
 };
 
@@ -65,6 +75,18 @@ int number(std::string_view text, int highest)
                                     std::string(text) + "'");
     }
     return value;
+}
+
+Range range(std::string_view text)
+{
+    auto const hyphen = std::min(text.find('-'), text.size());
+    Range const range{number(text.substr(0, hyphen), table_size - 1),
+                      number(text.substr(std::min(hyphen + 1, text.size())), table_size - 1)};
+    if (range.first > range.last)
+    {
+        throw std::invalid_argument("expected the lower address first, found '" + std::string(text) + "'");
+    }
+    return range;
 }
 
 Options options_of(std::vector<std::string_view> const& arguments)
@@ -98,13 +120,15 @@ Options options_of(std::vector<std::string_view> const& arguments)
         }
         else if (option == "--refuse")
         {
-            auto const hyphen = std::min(value.find('-'), value.size());
-            options.first_refused = number(value.substr(0, hyphen), table_size - 1);
-            options.last_refused = number(value.substr(std::min(hyphen + 1, value.size())), table_size - 1);
-            if (options.first_refused > options.last_refused)
-            {
-                throw std::invalid_argument("--refuse takes the lower address first");
-            }
+            options.refused = range(value);
+        }
+        else if (option == "--keep")
+        {
+            options.kept = range(value);
+        }
+        else if (option == "--highest")
+        {
+            options.highest = number(value, table_size - 1);
         }
         else
         {
@@ -276,9 +300,23 @@ private:
 
     bool reply(std::uint8_t const* request, int size)
     {
-        return (is_refused(request + modbus_get_header_length(m_device.get()))
-                    ? modbus_reply_exception(m_device.get(), request, MODBUS_EXCEPTION_ILLEGAL_DATA_ADDRESS)
-                    : modbus_reply(m_device.get(), request, size, m_tables.get())) > 0;
+        if (is_refused(request + modbus_get_header_length(m_device.get())))
+        {
+            return modbus_reply_exception(m_device.get(), request, MODBUS_EXCEPTION_ILLEGAL_DATA_ADDRESS) > 0;
+        }
+        auto* const registers = m_tables->tab_registers;
+        auto const& kept = m_options.kept;
+        std::vector<std::uint16_t> const held(registers + std::min(kept.first, kept.last + 1),
+                                              registers + kept.last + 1);
+        auto const done = modbus_reply(m_device.get(), request, size, m_tables.get()) > 0;
+        std::copy(held.begin(), held.end(), registers + std::min(kept.first, kept.last + 1));
+        if (m_options.highest < table_size - 1)
+        {
+            auto const highest = static_cast<std::uint16_t>(m_options.highest);
+            std::transform(registers, registers + table_size, registers,
+                           [highest](std::uint16_t value) { return std::min(value, highest); });
+        }
+        return done;
     }
 
     /// Whether the request, which begins with its function code, touches an address that is refused.
@@ -290,7 +328,7 @@ private:
                                request[0] == MODBUS_FC_MASK_WRITE_REGISTER;
         int const first = word(1);
         int const last = is_single ? first : first + word(3) - 1;
-        return first <= m_options.last_refused && last >= m_options.first_refused;
+        return first <= m_options.refused.last && last >= m_options.refused.first;
     }
 
     Options m_options;

@@ -39,9 +39,9 @@ SymbolData* SymbolList::find_indexed(std::string_view name)
     {
         m_first_by_name.clear();
         m_first_by_name.reserve(m_records.size());
-        for (std::size_t position = 0; position < m_records.size(); ++position)
+        for (std::uint32_t position = 0; position < m_records.size(); ++position)
         {
-            m_first_by_name.emplace(m_records[position].name, position);
+            m_first_by_name.insert(position);
         }
         m_indexed = m_records.size();
     }
@@ -50,8 +50,8 @@ SymbolData* SymbolList::find_indexed(std::string_view name)
     {
         return nullptr;
     }
-    m_next = found->second + 1;
-    return &m_records[found->second];
+    m_next = *found + 1;
+    return &m_records[*found];
 }
 
 std::vector<Member>& SymbolList::members_of(Value const& type)

@@ -64,8 +64,29 @@ private:
     boost::unordered_flat_set<std::string_view> m_types;
     std::size_t m_type_count = 0;
     bool m_symbols_are_distinct = false;
-    /// The position of the first record by name, of the first `m_indexed` records; refers to their names.
-    NameMap<std::size_t> m_first_by_name;
+    /// Finds positions by the names of the records there. The positions alone take a tenth of the memory of the names.
+    struct ByName
+    {
+        using is_transparent = void;
+        using is_avalanching = void;
+
+        std::size_t operator()(std::string_view name) const noexcept { return NameHash()(name); }
+        std::size_t operator()(std::uint32_t position) const { return NameHash()((*records)[position].name); }
+        bool operator()(std::uint32_t left, std::uint32_t right) const
+        {
+            return (*records)[left].name == (*records)[right].name;
+        }
+        bool operator()(std::string_view name, std::uint32_t position) const
+        {
+            return (*records)[position].name == name;
+        }
+        bool operator()(std::uint32_t position, std::string_view name) const { return (*this)(name, position); }
+
+        Records const* records;
+    };
+
+    /// The position of the first record of each name, of the first `m_indexed` records.
+    boost::unordered_flat_set<std::uint32_t, ByName, ByName> m_first_by_name{0, ByName{&m_records}, ByName{&m_records}};
     std::size_t m_indexed = 0;
     /// The record behind the one that was found last.
     std::size_t m_next = 0;

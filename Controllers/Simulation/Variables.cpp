@@ -4,6 +4,7 @@
 
 #include "ControllerExtension.h"
 #include "algorithm_helper.h"
+#include "api_helper.h"
 
 #include <algorithm>
 #include <utility>
@@ -24,14 +25,19 @@ bool is_object(Value const& value)
     return value.type() == ValueType::Map || value.type() == ValueType::Struct;
 }
 
+bool is_number(Value const& value)
+{
+    return value.type() == ValueType::Int || value.type() == ValueType::Int64 || value.type() == ValueType::Double;
+}
+
 ResultPair wrong_setting(std::string const& place, std::string const& expected, Value const& found)
 {
     return RavikSrv::wrong_setting(place, expected, get_type_string(found.type()));
 }
 
-std::string quoted(char const* name)
+std::string quoted(std::string_view name)
 {
-    return std::string("'") + name + "'";
+    return "'" + std::string(name) + "'";
 }
 
 std::string described(Value const& value)
@@ -50,6 +56,7 @@ ResultPair Variables::load(Value const& configuration)
     for (auto const& [key, load_setting] :
          {std::pair{variables_key, &Variables::load_variables},
           std::pair{write_protected_key, &Variables::load_write_protected},
+          std::pair{stuck_key, &Variables::load_stuck}, std::pair{clamped_key, &Variables::load_clamped},
           std::pair{unreachable_key, &Variables::load_unreachable}, std::pair{values_key, &Variables::load_values}})
     {
         auto const& setting = configuration[key];
@@ -91,7 +98,7 @@ Outcome Variables::write(char const* name, Value const& value)
     {
         return {SimulationResult::WRITE_PROTECTED, "The variable " + quoted(name) + " is write-protected"};
     }
-    if (!variable.accept(value))
+    if (!variable.take(value))
     {
         return {SimulationResult::TYPE_MISMATCH, "The variable " + quoted(name) + " is of type " +
                                                      get_type_string(variable.type) + " and can't take " +
@@ -141,6 +148,26 @@ bool Variables::Variable::accept(Value const& offered)
     return true;
 }
 
+bool Variables::Variable::take(Value const& offered)
+{
+    auto const held = value;
+    if (!accept(offered))
+    {
+        return false;
+    }
+    if (auto const number = is_number(value) ? value.get_double() : lowest; number < lowest || number > highest)
+    {
+        auto const own_type = value.type();
+        value = Value(std::clamp(number, lowest, highest));
+        value.convert(own_type);
+    }
+    if (stuck || !value.isset())
+    {
+        value = held;
+    }
+    return true;
+}
+
 ResultPair Variables::load_variables(Value const& variables)
 {
     if (!is_object(variables))
@@ -156,28 +183,78 @@ ResultPair Variables::load_variables(Value const& variables)
 
 ResultPair Variables::load_write_protected(Value const& names)
 {
+    return mark(write_protected_key, names, &Variable::write_protected);
+}
+
+ResultPair Variables::load_stuck(Value const& names)
+{
+    return mark(stuck_key, names, &Variable::stuck);
+}
+
+ResultPair Variables::mark(char const* key, Value const& names, bool Variable::*flag)
+{
     if (names.type() != ValueType::Vector)
     {
-        return wrong_setting(write_protected_key, "a list of variable names", names);
+        return wrong_setting(key, "a list of variable names", names);
     }
     for (std::size_t index = 0; index < names.size(); ++index)
     {
         auto const& name = names[index];
-        auto const place = write_protected_key + ("[" + std::to_string(index) + "]");
+        auto const place = key + ("[" + std::to_string(index) + "]");
         if (name.type() != ValueType::String)
         {
             return wrong_setting(place, "the name of a variable", name);
         }
-        auto const found = m_variables.find(name.get_text());
-        if (found == m_variables.end())
+        ResultPair failure;
+        auto* const variable = named(place, name.get_text(), failure);
+        if (variable == nullptr)
         {
-            // A misspelt name would leave unprotected what somebody meant to protect.
-            return RavikSrv::wrong_setting(place, std::string("the name of one of the \"") + variables_key + "\"",
-                                           quoted(name.get_string()));
+            return failure;
         }
-        found->second.write_protected = true;
+        variable->*flag = true;
     }
     return {};
+}
+
+ResultPair Variables::load_clamped(Value const& ranges)
+{
+    if (!is_object(ranges))
+    {
+        return wrong_setting(clamped_key, "an object of variable names and their ranges", ranges);
+    }
+    for (auto entry = ranges.begin(); entry != ranges.end(); ++entry)
+    {
+        auto const place = RavikSrv::path_separator() + std::string(entry.name());
+        Value const& range = *entry;
+        auto const lowest = range.type() == ValueType::Vector && range.size() == 2 ? range[0UL] : Value();
+        auto const highest = lowest.isset() ? range[1UL] : Value();
+        if (!is_number(lowest) || !is_number(highest) || lowest.get_double() > highest.get_double())
+        {
+            return wrong_setting(clamped_key + place, "the lowest and the highest number, as a list", range);
+        }
+        ResultPair failure;
+        auto* const variable = named(clamped_key + place, entry.name(), failure);
+        if (variable == nullptr)
+        {
+            return failure;
+        }
+        variable->lowest = lowest.get_double();
+        variable->highest = highest.get_double();
+    }
+    return {};
+}
+
+Variables::Variable* Variables::named(std::string const& place, std::string_view name, ResultPair& failure)
+{
+    auto const found = m_variables.find(name);
+    if (found == m_variables.end())
+    {
+        // A misspelt name would leave as it is what somebody meant to set.
+        failure = RavikSrv::wrong_setting(place, std::string("the name of one of the \"") + variables_key + "\"",
+                                          quoted(name));
+        return nullptr;
+    }
+    return &found->second;
 }
 
 ResultPair Variables::load_unreachable(Value const& flag)
@@ -202,7 +279,7 @@ ResultPair Variables::load_values(Value const& values)
         auto const found = m_variables.find(entry.name());
         if (found != m_variables.end() && !found->second.write_protected)
         {
-            found->second.accept(*entry);
+            static_cast<void>(found->second.accept(*entry)); // a value that no longer fits is passed over
         }
     }
     return {};

@@ -14,4 +14,7 @@ namespace RavikSrv
 /// everything else agrees where it is equal.
 [[nodiscard]] bool values_agree(Value const& stored, Value live, bool is_float);
 
+/// The same where numbers may also be off by `tolerance`, which is not negative.
+[[nodiscard]] bool values_agree(Value const& stored, Value const& live, bool is_float, double tolerance);
+
 } // namespace RavikSrv

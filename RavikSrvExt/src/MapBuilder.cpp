@@ -98,4 +98,13 @@ Value MapBuilder::finish()
     return {ValueType::Map, container.release()};
 }
 
+Value MapBuilder::resembling(Value const& model, std::vector<Value>&& values)
+{
+    auto container = std::make_unique<Detail::Container>();
+    container->items = std::move(values);
+    container->items.shrink_to_fit();
+    container->keys = model.entries()->keys;
+    return {ValueType::Map, container.release()};
+}
+
 } // namespace RavikSrv

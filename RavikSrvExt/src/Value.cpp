@@ -77,10 +77,11 @@ void Value::destroy() noexcept
         return;
     }
     auto* dead = const_cast<Container*>(static_cast<Container const*>(m_scalar.shared));
+    dead->link(nullptr);
     while (dead != nullptr)
     {
         std::unique_ptr<Container> const current{dead};
-        dead = current->next_dead;
+        dead = current->unlink();
         for (auto& item : current->items)
         {
             if (item.m_counted && !has_bytes(item.m_type))
@@ -90,7 +91,7 @@ void Value::destroy() noexcept
                 if (shared->drop_reference())
                 {
                     auto* const inner = const_cast<Container*>(static_cast<Container const*>(shared));
-                    inner->next_dead = dead;
+                    inner->link(dead);
                     dead = inner;
                 }
             }

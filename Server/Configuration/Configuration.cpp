@@ -3,6 +3,8 @@
 #include "Configuration/Entry.h"
 #include "api_helper.h"
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace Ravik
@@ -50,6 +52,15 @@ Value Configuration::tree(std::string const& domain) const
     return m_turn_thread == std::this_thread::get_id() ? found->second.tree : found->second.finished;
 }
 
+/// As the last finished turn left it and as the one in progress has.
+TreePair Configuration::trees(std::string const& domain) const
+{
+    RavikSrv::Lock const lock(m_mutex);
+    auto const found = m_domains.find(domain);
+    return found == m_domains.end() ? TreePair()
+                                    : TreePair{.before = found->second.finished, .after = found->second.tree};
+}
+
 bool Configuration::is_refusing() const
 {
     RavikSrv::Lock const lock(m_mutex);
@@ -63,25 +74,19 @@ void Configuration::backup(std::filesystem::path const& target)
     {
         throw StoreError("there is no store to copy");
     }
+    RavikSrv::Lock const lock(m_store_mutex);
     m_store->backup(target);
 }
 
-// Saving --------------------------------------------------------------------------------------------------------------
+// Records -------------------------------------------------------------------------------------------------------------
 
-void Configuration::save(std::vector<Touched> const& touched)
+template <typename Work> void Configuration::in_transaction(Work const& work) const
 {
-    if (m_store == nullptr || touched.empty())
-    {
-        return;
-    }
+    RavikSrv::Lock const lock(m_store_mutex);
     m_store->begin();
     try
     {
-        Touched saved;
-        for (auto const& place : touched)
-        {
-            save_place(place, tree(place.domain), saved);
-        }
+        work();
         m_store->commit();
     }
     catch (...)
@@ -89,6 +94,61 @@ void Configuration::save(std::vector<Touched> const& touched)
         m_store->rollback();
         throw;
     }
+}
+
+std::int64_t Configuration::add_record(StoredRecord record, RecordBounds const& bounds)
+{
+    std::int64_t id = 0;
+    if (m_store != nullptr)
+    {
+        in_transaction([&] { id = m_store->add_record(std::move(record), bounds); });
+    }
+    return id;
+}
+
+bool Configuration::replace_record(StoredRecord const& record)
+{
+    auto is_there = false;
+    if (m_store != nullptr)
+    {
+        in_transaction([&] { is_there = m_store->replace_record(record); });
+    }
+    return is_there;
+}
+
+std::optional<StoredRecord> Configuration::record(std::int64_t id) const
+{
+    RavikSrv::Lock const lock(m_store_mutex);
+    return m_store == nullptr ? std::nullopt : m_store->record(id);
+}
+
+std::vector<StoredRecord> Configuration::records_before(std::int64_t before, std::size_t most) const
+{
+    RavikSrv::Lock const lock(m_store_mutex);
+    return m_store == nullptr ? std::vector<StoredRecord>() : m_store->records_before(before, most);
+}
+
+// Saving --------------------------------------------------------------------------------------------------------------
+
+void Configuration::save(std::vector<Touched> const& touched, std::vector<NewRecord> const& records)
+{
+    if (m_store == nullptr || (touched.empty() && records.empty()))
+    {
+        return;
+    }
+    in_transaction(
+        [&]
+        {
+            Touched saved;
+            for (auto const& place : touched)
+            {
+                save_place(place, tree(place.domain), saved);
+            }
+            for (auto const& [record, bounds] : records)
+            {
+                m_store->add_record(record, bounds);
+            }
+        });
 }
 
 /// Brings the row, or the rows, that the place lies in into line with the tree as it stands at the end of the edit.
@@ -196,17 +256,30 @@ template <typename Edit> ErrorValue Configuration::Turn::edit(std::string const&
     return result;
 }
 
+std::vector<PlaceChange> Configuration::Turn::places() const
+{
+    auto touched = m_changes.touched();
+    std::erase_if(touched, [this](Touched const& place) { return m_configuration.is_fixed(place.domain, place.path); });
+    return place_changes(touched, [this](std::string const& domain) { return m_configuration.trees(domain); });
+}
+
+void Configuration::Turn::remember(StoredRecord record, RecordBounds bounds)
+{
+    m_records.push_back({.record = std::move(record), .bounds = std::move(bounds)});
+}
+
 ErrorValue Configuration::Turn::commit()
 {
     if (m_outer != nullptr)
     {
         m_done = true;
         m_outer->m_changes.append(std::move(m_changes));
+        std::move(m_records.begin(), m_records.end(), std::back_inserter(m_outer->m_records));
         return ErrorValue::SUCCESS;
     }
     try
     {
-        m_configuration.save(m_changes.touched());
+        m_configuration.save(m_changes.touched(), m_records);
         publish();
         m_done = true;
         return ErrorValue::SUCCESS;
@@ -251,6 +324,7 @@ void Configuration::Turn::take_back() noexcept
     m_changes.take_back([this](std::string const& domain) RAVIK_REQUIRES(m_configuration.m_mutex) -> Value&
                         { return m_configuration.m_domains.at(domain).tree; });
     m_changes.clear();
+    m_records.clear();
 }
 
 } // namespace Ravik

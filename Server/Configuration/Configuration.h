@@ -2,12 +2,15 @@
 
 #include "Configuration/Changes.h"
 #include "Configuration/Store.h"
+#include "Configuration/place_changes.h"
 #include "Configuration/tree.h"
 #include "Mutex.h"
 #include "RavikSrvExtApi.h"
 
+#include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <thread>
@@ -42,7 +45,26 @@ public:
     /// Copies the store as the last finished turn left it, see `Store::backup`. Takes a turn.
     void backup(std::filesystem::path const& target);
 
+    // Records of the history that belong to no turn. They wait for nothing but a transaction of the store in progress.
+    // All may throw `StoreError`. Where nothing lasts there are none, and 0 is the number of each that is added.
+
+    /// Adds a record in a transaction of its own, see `Store::add_record`.
+    std::int64_t add_record(StoredRecord record, RecordBounds const& bounds);
+    /// Puts the record in the place of the one of its number, in a transaction of its own. Returns whether there is
+    /// one.
+    bool replace_record(StoredRecord const& record);
+    std::optional<StoredRecord> record(std::int64_t id) const;
+    /// Up to `most` records with numbers below `before`, the newest first.
+    std::vector<StoredRecord> records_before(std::int64_t before, std::size_t most) const;
+
 private:
+    /// A record on its way into the store.
+    struct NewRecord
+    {
+        StoredRecord record;
+        RecordBounds bounds;
+    };
+
     struct Domain
     {
         /// The tree as the turn in progress has left it so far.
@@ -54,11 +76,15 @@ private:
         std::set<std::string> fixed;
     };
 
-    void save(std::vector<Touched> const& touched);
+    void save(std::vector<Touched> const& touched, std::vector<NewRecord> const& records);
+    template <typename Work> void in_transaction(Work const& work) const;
+    TreePair trees(std::string const& domain) const;
     void save_place(Touched const& place, RavikSrv::Value const& tree, Touched& saved);
     void save_folder(std::string const& domain, std::string const& path, RavikSrv::Value const& tree);
 
     std::unique_ptr<Store> m_store;
+    /// Held for a transaction of the store, or to read from it. Taken before `m_mutex`.
+    mutable RavikSrv::Mutex m_store_mutex;
     /// Held to look up, copy or change a tree, never across a call to anyone else.
     mutable RavikSrv::Mutex m_mutex;
     std::map<std::string, Domain> m_domains RAVIK_GUARDED_BY(m_mutex);
@@ -88,6 +114,12 @@ public:
                                Tree::WriteMode mode);
     RavikSrv::ErrorValue remove(std::string const& domain, std::string const& path);
 
+    /// What has changed in this turn, the outermost, and in those that joined it, against what stood before it. What
+    /// the project file fixes is left out.
+    std::vector<PlaceChange> places() const;
+    /// Stores the record with what this turn, and those that it is part of, write: together or not at all.
+    void remember(StoredRecord record, RecordBounds bounds);
+
     /// Ends the turn. The outermost turn answers when everything is stored; where that fails with `STORAGE_STORE` the
     /// trees are as they were before it, and `failure()` tells why.
     RavikSrv::ErrorValue commit();
@@ -108,6 +140,7 @@ private:
     /// The turn that this one is part of, null for the outermost.
     Turn* m_outer = nullptr;
     Changes m_changes;
+    std::vector<NewRecord> m_records;
     std::string m_failure;
     bool m_done = false;
 };

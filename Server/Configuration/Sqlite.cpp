@@ -1,5 +1,7 @@
 #include "Configuration/Sqlite.h"
 
+#include <sys/mman.h>
+
 namespace Ravik::Sqlite
 {
 
@@ -17,7 +19,7 @@ void check(sqlite3* database, int code)
 Database open(std::string const& name, int flags)
 {
     sqlite3* opened = nullptr;
-    auto const code = sqlite3_open_v2(name.c_str(), &opened, flags, nullptr);
+    auto const code = sqlite3_open_v2(name.c_str(), &opened, flags | SQLITE_OPEN_NOMUTEX, nullptr);
     Database database(opened);
     if (code != SQLITE_OK)
     {
@@ -131,6 +133,52 @@ std::string_view Statement::text(int column) const
 std::int64_t Statement::integer(int column) const
 {
     return sqlite3_column_int64(m_statement.get(), column);
+}
+
+namespace
+{
+
+void map_up_to(sqlite3* database, sqlite3_int64 size) noexcept
+{
+    sqlite3_exec(database, ("PRAGMA mmap_size=" + std::to_string(size)).c_str(), nullptr, nullptr, nullptr);
+}
+
+/// Makes the system fetch all pages of the file's mapping. Whoever touched a page that the medium does not give would
+/// be killed; here it is a failure.
+bool fetch_pages(sqlite3_file* file, sqlite3_int64 size)
+{
+    void* begin = nullptr;
+    if (file->pMethods->xFetch(file, 0, 1, &begin) != SQLITE_OK || begin == nullptr)
+    {
+        return false;
+    }
+    auto const fetched = madvise(begin, static_cast<std::size_t>(size), MADV_POPULATE_READ) == 0;
+    file->pMethods->xUnfetch(file, 0, begin);
+    return fetched;
+}
+
+} // namespace
+
+MappedReading::MappedReading(sqlite3* database) : m_database(database)
+{
+    sqlite3_file* file = nullptr;
+    sqlite3_int64 size = 0;
+    if (sqlite3_file_control(database, "main", SQLITE_FCNTL_FILE_POINTER, &file) != SQLITE_OK || file == nullptr ||
+        file->pMethods == nullptr || file->pMethods->iVersion < 3 ||
+        file->pMethods->xFileSize(file, &size) != SQLITE_OK)
+    {
+        return;
+    }
+    map_up_to(database, size);
+    if (!fetch_pages(file, size))
+    {
+        map_up_to(database, 0);
+    }
+}
+
+MappedReading::~MappedReading()
+{
+    map_up_to(m_database, 0);
 }
 
 std::int64_t number(sqlite3* database, std::string_view sql)

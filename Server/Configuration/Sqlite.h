@@ -75,6 +75,21 @@ private:
     std::unique_ptr<sqlite3_stmt, Finalize> m_statement;
 };
 
+/// As long as it lives, pages of the database's file are read where the system keeps them instead of being copied one
+/// by one. Nothing is written meanwhile. Where the system does not provide this, or a page can't be read, nothing
+/// changes: then reading gives SQLite's errors as ever.
+class MappedReading
+{
+public:
+    explicit MappedReading(sqlite3* database);
+    MappedReading(MappedReading const&) = delete;
+    MappedReading& operator=(MappedReading const&) = delete;
+    ~MappedReading();
+
+private:
+    sqlite3* m_database;
+};
+
 /// The first column of the first row as a number, 0 without a row.
 std::int64_t number(sqlite3* database, std::string_view sql);
 

@@ -37,11 +37,16 @@ public:
     void erase_below(std::string const& domain, std::string const& path) override;
     void commit() override;
     void rollback() noexcept override;
+    std::int64_t add_record(StoredRecord record, RecordBounds const& bounds) override;
+    bool replace_record(StoredRecord const& record) override;
+    std::optional<StoredRecord> record(std::int64_t id) override;
+    std::vector<StoredRecord> records_before(std::int64_t before, std::size_t most) override;
     void backup(std::filesystem::path const& target) override;
 
 private:
     void change(StoreFormat::Row const& row, std::uint64_t before);
     void erase_rows(Sqlite::Statement& erase, std::string const& domain, std::string const& path);
+    void drop_records(RecordBounds const& bounds);
     void shorten_log() noexcept;
 
     std::filesystem::path m_file;
@@ -51,6 +56,9 @@ private:
     StoreFormat::RowWriter m_writer;
     Sqlite::Statement m_erase;
     Sqlite::Statement m_erase_below;
+    StoreFormat::RecordWriter m_record_writer;
+    Sqlite::Statement m_oldest_record;
+    Sqlite::Statement m_erase_record;
     /// What was read at opening and not handed out yet.
     std::map<std::string, Value> m_loaded;
     std::int64_t m_last_rank;
@@ -70,7 +78,10 @@ SqliteStore::SqliteStore(Sqlite::Database database, std::filesystem::path file, 
       // Paths below P stand between P:: and P:; in the order of their bytes, since ; follows :
       m_erase_below(m_database.get(), "DELETE FROM entry WHERE domain = ?1 AND path > ?2 || '::' AND path < ?2 || ':;' "
                                       "RETURNING checksum"),
-      m_loaded(std::move(content.trees)), m_last_rank(content.last_rank), m_sum(content.sum), m_committed(content.sum)
+      m_record_writer(m_database.get()),
+      m_oldest_record(m_database.get(), "SELECT id, time FROM history ORDER BY id LIMIT 1"),
+      m_erase_record(m_database.get(), "DELETE FROM history WHERE id = ?1"), m_loaded(std::move(content.trees)),
+      m_last_rank(content.last_rank), m_sum(content.sum), m_committed(content.sum)
 {
     m_sum.base = StoreFile::stamp_in_file(m_file).value_or(m_sum.stamp);
     sqlite3_wal_hook(
@@ -143,6 +154,80 @@ void SqliteStore::erase_rows(Sqlite::Statement& erase, std::string const& domain
     {
         m_sum.remove(std::bit_cast<std::uint64_t>(erase.integer(0)));
     }
+}
+
+namespace
+{
+
+/// The record that the reader has stepped to.
+StoredRecord whole_record(StoreFormat::RecordReader const& reader)
+{
+    if (auto record = reader.record())
+    {
+        return std::move(*record);
+    }
+    throw StoreError("the record " + std::to_string(reader.id()) + " of the history is damaged");
+}
+
+} // namespace
+
+std::int64_t SqliteStore::add_record(StoredRecord record, RecordBounds const& bounds)
+{
+    record.id = static_cast<std::int64_t>(++m_sum.history.last);
+    m_sum.history.add(m_record_writer.write(record), StoreFormat::bytes_of(record));
+    drop_records(bounds);
+    return record.id;
+}
+
+/// The oldest go first, and the newest stays.
+void SqliteStore::drop_records(RecordBounds const& bounds)
+{
+    auto& history = m_sum.history;
+    while (history.records > 1)
+    {
+        // Records may be large: no more of this one is read than must be.
+        auto const id = m_oldest_record.step() ? m_oldest_record.integer(0) : 0;
+        auto const is_kept = id == 0 || (m_oldest_record.text(1) >= bounds.oldest && history.bytes <= bounds.bytes);
+        m_oldest_record.run();
+        auto const oldest = is_kept ? std::nullopt : record(id);
+        if (!oldest)
+        {
+            return;
+        }
+        m_erase_record.bind(1, id).run();
+        history.remove(StoreFormat::checksum(*oldest), StoreFormat::bytes_of(*oldest));
+    }
+}
+
+bool SqliteStore::replace_record(StoredRecord const& record)
+{
+    auto const before = this->record(record.id);
+    if (!before)
+    {
+        return false;
+    }
+    m_sum.history.remove(StoreFormat::checksum(*before), StoreFormat::bytes_of(*before));
+    m_sum.history.add(m_record_writer.write(record), StoreFormat::bytes_of(record));
+    return true;
+}
+
+std::optional<StoredRecord> SqliteStore::record(std::int64_t id)
+{
+    StoreFormat::RecordReader reader(m_database.get(), "WHERE id = ?1");
+    reader.bind(1, id);
+    return reader.step() ? std::optional(whole_record(reader)) : std::nullopt;
+}
+
+std::vector<StoredRecord> SqliteStore::records_before(std::int64_t before, std::size_t most)
+{
+    std::vector<StoredRecord> records;
+    StoreFormat::RecordReader reader(m_database.get(), "WHERE id < ?1 ORDER BY id DESC LIMIT ?2");
+    reader.bind(1, before).bind(2, static_cast<std::int64_t>(most));
+    while (reader.step())
+    {
+        records.push_back(whole_record(reader));
+    }
+    return records;
 }
 
 void SqliteStore::commit()
@@ -234,9 +319,9 @@ std::unique_ptr<Store> Store::open(std::filesystem::path const& name, std::chron
     try
     {
         auto taken = StoreFile::take(file, wait, make);
-        if (taken.version == StoreFormat::without_checksums)
+        if (taken.version != StoreFormat::newest)
         {
-            bring_over(taken.database.get(), file);
+            bring_over(taken, file);
             taken.database.reset();
             taken = StoreFile::take(file, wait, make);
         }

@@ -1,12 +1,15 @@
 #pragma once
 
 #include "Configuration/StoreError.h"
+#include "Configuration/StoredRecord.h"
 #include "RavikSrvExtApi.h"
 
 #include <chrono>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace Ravik
 {
@@ -15,9 +18,9 @@ namespace Ravik
 ///
 /// Each row is what is saved as a whole: a recipe, a recipe type, a folder (without what it holds), or a top-level
 /// entry outside the recipe lists. Rows keep the order of their first writing, which is the order of the entries in
-/// their maps. Values are JSON text.
+/// their maps. Values are JSON text. Beside them it keeps the records of the history.
 ///
-/// Not thread-safe; whoever writes has the turn. Every operation may throw `StoreError`.
+/// Not thread-safe. Every operation may throw `StoreError`.
 class Store
 {
 public:
@@ -44,6 +47,16 @@ public:
     /// Returns when all changes are on the medium.
     virtual void commit() = 0;
     virtual void rollback() noexcept = 0;
+
+    // The history; what changes it belongs to a transaction.
+
+    /// Adds a record, which is given the next number, and lets go of those that are out of bounds. Returns the number.
+    virtual std::int64_t add_record(StoredRecord record, RecordBounds const& bounds) = 0;
+    /// Puts the record in the place of the one of its number. Returns whether there is one.
+    virtual bool replace_record(StoredRecord const& record) = 0;
+    virtual std::optional<StoredRecord> record(std::int64_t id) = 0;
+    /// Up to `most` records with numbers below `before`, the newest first.
+    virtual std::vector<StoredRecord> records_before(std::int64_t before, std::size_t most) = 0;
 
     /// Writes a copy of the store, checks it and moves it to `target`, replacing what stands there. Called outside of
     /// transactions. Where it fails nothing is left at `target` but what stood there. Stores that are no files have

@@ -44,6 +44,8 @@ inline constexpr char const* domain = "DOMAIN";
 inline constexpr char const* mapping = "MAPPING";
 inline constexpr char const* use_mapping = "USEMAPPING";
 inline constexpr char const* schema = "SCHEMA";
+inline constexpr char const* tolerance = "TOLERANCE";
+inline constexpr char const* verify = "VERIFY";
 
 } // namespace Key
 

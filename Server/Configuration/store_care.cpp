@@ -2,7 +2,9 @@
 
 #include "Configuration/store_file.h"
 #include "Configuration/store_reading.h"
+#include "Configuration/store_recovery.h"
 #include "Configuration/tree.h"
+#include "Json/Json.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -30,7 +32,8 @@ struct Examined
     StoreFormat::Sum sum;
 };
 
-Examined examine(sqlite3* database, fs::path const& file, std::int64_t version, StoreFormat::OnRow const& on_row = {})
+Examined examine(sqlite3* database, fs::path const& file, std::int64_t version, StoreFormat::OnRow const& on_row = {},
+                 StoreFormat::OnRecord const& on_record = {})
 {
     Examined examined;
     examined.sum =
@@ -42,6 +45,14 @@ Examined examine(sqlite3* database, fs::path const& file, std::int64_t version, 
                 if (on_row)
                 {
                     on_row(row);
+                }
+            },
+            [&](StoredRecord&& record)
+            {
+                ++examined.report.records;
+                if (on_record)
+                {
+                    on_record(std::move(record));
                 }
             })
             .sum;
@@ -148,8 +159,24 @@ struct KeptRow
 
 using Rows = std::vector<KeptRow>;
 
-/// Makes the replacement a store of these rows, and makes sure of it.
-void write_rows(Replacement& replacement, Rows const& rows)
+/// What a store is made of.
+struct Kept
+{
+    Rows rows;
+    std::vector<StoredRecord> records;
+
+    StoreFormat::OnRow row_taker()
+    {
+        return [this](StoreFormat::Row const& row) { rows.emplace_back(row); };
+    }
+    StoreFormat::OnRecord record_taker()
+    {
+        return [this](StoredRecord&& record) { records.push_back(std::move(record)); };
+    }
+};
+
+/// Makes the replacement a store of these rows and records, and makes sure of it.
+void write_kept(Replacement& replacement, Kept const& kept)
 {
     replacement.make_empty();
     {
@@ -157,9 +184,15 @@ void write_rows(Replacement& replacement, Rows const& rows)
         Sqlite::execute(database.get(), "PRAGMA journal_mode=MEMORY; BEGIN");
         StoreFormat::RowWriter writer(database.get());
         StoreFormat::Sum sum;
-        for (auto const& row : rows)
+        for (auto const& row : kept.rows)
         {
             sum.add(writer.insert(row.row()));
+        }
+        StoreFormat::RecordWriter record_writer(database.get());
+        for (auto const& record : kept.records)
+        {
+            sum.history.add(record_writer.write(record), StoreFormat::bytes_of(record));
+            sum.history.last = std::max(sum.history.last, static_cast<std::uint64_t>(record.id));
         }
         StoreFormat::write_sum(database.get(), sum);
         Sqlite::execute(database.get(), "COMMIT");
@@ -284,7 +317,8 @@ Examined copy_backup(Replacement& replacement, fs::path const& backup)
 bool holds_the_same(Examined const& left, Examined const& right)
 {
     return left.sum.rows == right.sum.rows && left.sum.total == right.sum.total &&
-           left.report.rows == right.report.rows;
+           left.report.rows == right.report.rows && left.sum.history.records == right.sum.history.records &&
+           left.sum.history.total == right.sum.history.total;
 }
 
 } // namespace
@@ -329,7 +363,8 @@ StoreReport put_in_place(Replacement& replacement, Examined const& restored, fs:
             report.kept_as = replace_and_keep(replacement, file);
             return report;
         }
-        if (there.report.rows != 0 && !holds_the_same(there, restored) && replaced == Replaced::nothing_whole)
+        auto const is_empty = there.report.rows == 0 && there.report.records == 0;
+        if (!is_empty && !holds_the_same(there, restored) && replaced == Replaced::nothing_whole)
         {
             throw StoreRefusal(file.string() + " is whole and holds something else, " +
                                std::to_string(there.report.rows) + " rows; --force replaces it");
@@ -371,19 +406,49 @@ StoreReport restore_store(fs::path const& name, fs::path const& backup, Replaced
 namespace
 {
 
-/// A store's rows that are whole, with what is wrong with it.
+/// What is whole of a store, with what is wrong with it.
 struct Collected
 {
     StoreReport report;
-    Rows rows;
+    Kept kept;
+    bool has_lost_rows = false;
 };
 
 Collected collect(sqlite3* database, fs::path const& file, std::int64_t version)
 {
     Collected collected;
-    collected.report =
-        examine(database, file, version, [&](StoreFormat::Row const& row) { collected.rows.emplace_back(row); }).report;
+    auto examined = examine(database, file, version, collected.kept.row_taker(), collected.kept.record_taker());
+    collected.has_lost_rows = examined.sum.rows != examined.report.rows;
+    collected.report = std::move(examined.report);
     return collected;
+}
+
+/// Adds the entries that only the history still tells of.
+void recover(Collected& collected)
+{
+    std::set<std::pair<std::string, std::string>> present;
+    std::int64_t last_rank = 0;
+    for (auto const& row : collected.kept.rows)
+    {
+        present.emplace(row.domain, row.path);
+        last_rank = std::max(last_rank, row.rank);
+    }
+    Recovery recovery;
+    for (auto const& record : collected.kept.records)
+    {
+        recovery.take(record);
+    }
+    recovery.for_each(
+        [&](std::string const& domain, std::string const& path, RavikSrv::Value const& entry)
+        {
+            if (!present.contains({domain, path}))
+            {
+                auto const text = Json::write(entry);
+                collected.kept.rows.emplace_back(
+                    StoreFormat::Row{.rank = ++last_rank, .domain = domain, .path = path, .text = text});
+                collected.report.recovered.push_back(path);
+            }
+        });
 }
 
 /// The rows of the file as it stands below its log.
@@ -419,7 +484,8 @@ Collected collect_taken(StoreFile::Taken const& taken, fs::path const& file)
         auto alone = collect_without_log(file);
         if (alone.report.is_whole())
         {
-            collected.rows = std::move(alone.rows);
+            collected.kept = std::move(alone.kept);
+            collected.has_lost_rows = false;
         }
     }
     return collected;
@@ -427,16 +493,20 @@ Collected collect_taken(StoreFile::Taken const& taken, fs::path const& file)
 
 StoreReport repair_with(Collected& collected, fs::path const& file)
 {
-    auto const rows = Reunion(collected.rows).take();
-    if (rows.empty())
+    if (collected.has_lost_rows)
+    {
+        recover(collected);
+    }
+    collected.kept.rows = Reunion(collected.kept.rows).take();
+    if (collected.kept.rows.empty())
     {
         throw StoreRefusal(file.string() + ": " + collected.report.faults.front() +
                            "; no row of it can be had: 'ravik store restore FILE' puts a backup in its place, or move "
                            "it away to start anew");
     }
     Replacement replacement(file);
-    write_rows(replacement, rows);
-    collected.report.rows = rows.size();
+    write_kept(replacement, collected.kept);
+    collected.report.rows = collected.kept.rows.size();
     collected.report.kept_as = replace_and_keep(replacement, file);
     return collected.report;
 }
@@ -469,18 +539,17 @@ StoreReport repair_store(fs::path const& name, std::chrono::seconds wait)
                       });
 }
 
-void bring_over(sqlite3* database, fs::path const& file)
+void bring_over(StoreFile::Taken const& taken, fs::path const& file)
 {
-    Rows rows;
-    auto const examined = examine(database, file, StoreFormat::without_checksums,
-                                  [&](StoreFormat::Row const& row) { rows.emplace_back(row); });
+    Kept kept;
+    auto const examined = examine(taken.database.get(), file, taken.version, kept.row_taker(), kept.record_taker());
     if (!examined.report.is_whole())
     {
         throw StoreFile::Damaged(file, examined.report.faults.front());
     }
     Replacement replacement(file);
-    write_rows(replacement, rows);
-    empty_log(database);
+    write_kept(replacement, kept);
+    empty_log(taken.database.get());
     replacement.become_target();
 }
 

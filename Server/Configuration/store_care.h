@@ -8,7 +8,10 @@
 #include <string>
 #include <vector>
 
-struct sqlite3;
+namespace Ravik::StoreFile
+{
+struct Taken;
+}
 
 /// Looking after a store that no project has open. Each function takes the store for as long as it works, waiting so
 /// long for another process, and throws `ProjectError` where that can't be or the medium fails; then the store is as it
@@ -21,8 +24,12 @@ struct StoreReport
 {
     /// The rows that are whole.
     std::size_t rows = 0;
+    /// The records of the history that are whole.
+    std::size_t records = 0;
     /// What is wrong, a text each; the store is whole where there is none.
     std::vector<std::string> faults;
+    /// The paths of the recipes and recipe types whose rows were not whole and that the history gave back.
+    std::vector<std::string> recovered;
     /// Where a store that was not whole, and that another took the place of, is kept now.
     std::filesystem::path kept_as;
 
@@ -54,13 +61,14 @@ enum class Replaced
 StoreReport restore_store(std::filesystem::path const& file, std::filesystem::path const& backup, Replaced replaced,
                           std::chrono::seconds wait);
 
-/// Makes a store of the rows that are whole, where some are not; a row whose folder is lost gets one. What was there is
-/// kept under another name. Returns the rows kept, and what was wrong with the others. Throws `StoreRefusal` where
-/// nothing of it can be read.
+/// Makes a store of the rows and records that are whole, where some are not. A recipe or recipe type that is lost is
+/// given back as the history left it, where all that it tells of it is whole; a row whose folder is lost gets one. What
+/// was there is kept under another name. Returns the rows kept, and what was wrong with the others. Throws
+/// `StoreRefusal` where nothing of it can be read.
 StoreReport repair_store(std::filesystem::path const& file, std::chrono::seconds wait);
 
-/// Makes a store of the newest layout of one that has none of the checksums, in its place: all of it or nothing, also
-/// where the process is killed on the way. Used by `Store::open`, which has taken the store.
-void bring_over(sqlite3* database, std::filesystem::path const& file);
+/// Makes a store of the newest layout of one of an earlier version, in its place: all of it or nothing, also where the
+/// process is killed on the way. Used by `Store::open`, which has taken the store.
+void bring_over(StoreFile::Taken const& taken, std::filesystem::path const& file);
 
 } // namespace Ravik

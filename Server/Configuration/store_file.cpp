@@ -126,7 +126,9 @@ std::int64_t known_version(sqlite3* database, fs::path const& file)
         throw ProjectError(file.string() + " was written by a later version of ravik; use that version");
     }
     Sqlite::Statement mode(database, "PRAGMA journal_mode");
-    if (version < StoreFormat::without_checksums || !mode.step() || mode.text(0) != "wal")
+    // By a number in its header SQLite takes a file for one that only a later version of it may write.
+    auto const is_read_only = sqlite3_db_readonly(database, "main") != 0;
+    if (version < StoreFormat::without_checksums || is_read_only || !mode.step() || mode.text(0) != "wal")
     {
         throw Damaged(file, "its header is damaged");
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Configuration/Sqlite.h"
+#include "Configuration/StoredRecord.h"
 
 #include <cstdint>
 #include <optional>
@@ -13,9 +14,10 @@ namespace Ravik::StoreFormat
 
 /// Tells a store of this program from any other SQLite file: "Ravk" in ASCII.
 constexpr std::int64_t application_id = 0x5261766B;
-/// The versions of the layout; a store of a later one is not opened. The first had no checksums.
+/// The versions of the layout; a store of a later one is not opened. The first had no checksums, the second no history.
 constexpr std::int64_t without_checksums = 1;
-constexpr std::int64_t newest = 2;
+constexpr std::int64_t without_history = 2;
+constexpr std::int64_t newest = 3;
 
 /// A row of the configuration. The views are valid as long as what they were taken from.
 struct Row
@@ -28,10 +30,31 @@ struct Row
     std::optional<std::string_view> text;
 };
 
+/// Of rank, domain and path, as they stand in the index, too.
+std::uint64_t name_checksum(Row const& row);
 std::uint64_t checksum(Row const& row);
 
-/// What all rows come to. It is written in each transaction, so a row that is lost, or that stands as it did before, is
-/// found out; and it ties the write-ahead log to its file.
+/// What the records of the history come to.
+struct RecordSum
+{
+    std::uint64_t records = 0;
+    /// The sum of their checksums.
+    std::uint64_t total = 0;
+    /// What they take, see `bytes_of`.
+    std::uint64_t bytes = 0;
+    /// The highest number that a record ever had.
+    std::uint64_t last = 0;
+
+    void add(std::uint64_t record, std::uint64_t size) noexcept { ++records, total += record, bytes += size; }
+    void remove(std::uint64_t record, std::uint64_t size) noexcept { --records, total -= record, bytes -= size; }
+};
+
+std::uint64_t checksum(StoredRecord const& record);
+/// What the record takes in the store, about.
+std::uint64_t bytes_of(StoredRecord const& record) noexcept;
+
+/// What all rows and records come to. It is written in each transaction, so a row that is lost, or that stands as it
+/// did before, is found out; and it ties the write-ahead log to its file.
 struct Sum
 {
     std::uint64_t rows = 0;
@@ -41,6 +64,7 @@ struct Sum
     std::uint64_t stamp = 0;
     /// The stamp that stood in the file itself, below the log, when the transaction was made.
     std::uint64_t base = 0;
+    RecordSum history{};
 
     void add(std::uint64_t row) noexcept { ++rows, total += row; }
     void remove(std::uint64_t row) noexcept { --rows, total -= row; }
@@ -57,7 +81,17 @@ bool has_own_tables(sqlite3* database, std::int64_t version);
 std::optional<Sum> read_sum(sqlite3* database);
 void write_sum(sqlite3* database, Sum const& sum);
 
-/// Reads rows, without checking anything but the types of their columns.
+/// A row as it stands, damaged as it may be.
+struct CheckedRow
+{
+    Row row;
+    /// What its checksum is to be.
+    std::uint64_t checksum = 0;
+    /// Whether its columns have their types and it has that checksum, which the first version does not have.
+    bool is_whole = false;
+};
+
+/// Reads rows, one after another.
 class RowReader
 {
 public:
@@ -73,10 +107,8 @@ public:
 
     bool step() { return m_select.step(); }
     std::int64_t rank() const { return m_select.integer(0); }
-    /// The row, valid until the next step; nothing where it is damaged. The first version tells damage by types alone.
-    std::optional<Row> row() const;
-    /// The row, damaged as it may be, for messages.
-    Row unchecked() const;
+    /// The row, valid until the next step.
+    CheckedRow row() const;
 
 private:
     RowReader(sqlite3* database, std::int64_t version, std::string const& which);
@@ -96,6 +128,35 @@ public:
 
 private:
     Sqlite::Statement m_insert;
+};
+
+/// Reads records of the history.
+class RecordReader
+{
+public:
+    /// Those that the condition, a clause of SQL, tells. Numbers are bound to its parameters by `bind`.
+    RecordReader(sqlite3* database, std::string const& which);
+
+    RecordReader& bind(int position, std::int64_t number);
+    bool step() { return m_select.step(); }
+    std::int64_t id() const { return m_select.integer(0); }
+    /// The record; nothing where it is damaged.
+    std::optional<StoredRecord> record() const;
+
+private:
+    Sqlite::Statement m_select;
+};
+
+/// Writes records of the history.
+class RecordWriter
+{
+public:
+    explicit RecordWriter(sqlite3* database);
+    /// Adds the record, or puts it in the place of the one of its number. Returns its checksum.
+    std::uint64_t write(StoredRecord const& record);
+
+private:
+    Sqlite::Statement m_write;
 };
 
 } // namespace Ravik::StoreFormat

@@ -21,30 +21,31 @@ using RavikSrv::Value;
 namespace
 {
 
-/// A row on its way into the tree.
-struct LoadedRow
+/// What stands directly below a path, in the order of its rows.
+struct Folder
 {
-    std::string name;
-    std::string path;
-    /// Nothing for a folder.
-    std::optional<Value> value;
+    /// Folders stand here without what they hold.
+    RavikSrv::MapBuilder entries;
+    /// The name and the path of each folder.
+    std::vector<std::pair<std::string, std::string>> folders;
 };
 
-using RowsByParent = std::map<std::string, std::vector<LoadedRow>>;
+using FoldersByPath = std::map<std::string, Folder>;
 
-/// The map of the rows below `path`, which are taken from `rows`.
-Value build(RowsByParent& rows, std::string const& path)
+/// The map of what is below `path`, which is taken from `folders`.
+Value build(FoldersByPath& folders, std::string const& path)
 {
-    RavikSrv::MapBuilder map;
-    auto const below = rows.extract(path);
-    if (!below.empty())
+    auto below = folders.extract(path);
+    if (below.empty())
     {
-        for (auto& row : below.mapped())
-        {
-            map.insert(row.name, row.value ? std::move(*row.value) : build(rows, row.path));
-        }
+        return Value(RavikSrv::ValueType::Map);
     }
-    return map.finish();
+    auto map = below.mapped().entries.finish();
+    for (auto const& [name, inner_path] : below.mapped().folders)
+    {
+        map[name.c_str()] = build(folders, inner_path);
+    }
+    return map;
 }
 
 std::string damage(Sqlite::Error const& error)
@@ -56,8 +57,9 @@ class Reading
 {
 public:
     Reading(sqlite3* database, std::filesystem::path const& file, std::int64_t version, OnFault const& on_fault,
-            OnRow const& on_row)
-        : m_database(database), m_file(file), m_version(version), m_on_fault(on_fault), m_on_row(on_row)
+            OnRow const& on_row, OnRecord const& on_record)
+        : m_database(database), m_file(file), m_version(version), m_on_fault(on_fault), m_on_row(on_row),
+          m_on_record(on_record)
     {
     }
 
@@ -65,6 +67,7 @@ public:
     {
         guarded([this] { check_tables(); });
         guarded([this] { read_rows(); });
+        guarded([this] { read_records(); });
         guarded([this] { check_pages(); });
         guarded([this] { check_sum(); });
         build_trees();
@@ -100,12 +103,16 @@ private:
 
     void check_tables();
     void check_pages();
+    bool is_index_whole() const;
     void read_rows();
     void read_rows_behind(std::int64_t last);
     std::vector<std::int64_t> ranks_in_index() const;
     void read_row(RowReader const& reader);
     void keep(Row const& row);
+    void read_records();
+    void read_record(RecordReader const& reader);
     void check_sum();
+    void check_records(RecordSum const& sum) const;
     void build_trees();
 
     sqlite3* m_database;
@@ -113,9 +120,12 @@ private:
     std::int64_t m_version;
     OnFault const& m_on_fault;
     OnRow const& m_on_row;
+    OnRecord const& m_on_record;
     Content m_content;
     Sum m_counted;
-    std::map<std::string, RowsByParent, std::less<>> m_rows;
+    /// The names of all rows, also of those that are damaged.
+    Sum m_names;
+    std::map<std::string, FoldersByPath, std::less<>> m_folders;
     Json::Reader m_json;
 };
 
@@ -133,11 +143,15 @@ void Reading::check_tables()
     }
 }
 
-/// Pages, free pages and the index: what the rows do not tell.
+/// Pages, free pages and the index: what the rows do not tell. SQLite looks up each row in the index, which takes
+/// longer than all else; it is left to do so, and to tell what is wrong, where the index does not have the rows' names.
 void Reading::check_pages()
 {
+    auto const index_fits = is_index_whole();
+    auto told = false;
     constexpr int most = 20;
-    Sqlite::Statement check(m_database, "PRAGMA integrity_check(" + std::to_string(most) + ")");
+    Sqlite::Statement check(m_database, (index_fits ? "PRAGMA quick_check(" : "PRAGMA integrity_check(") +
+                                            std::to_string(most) + ")");
     while (check.step())
     {
         // The first row also has a heading, and may tell several faults.
@@ -147,8 +161,47 @@ void Reading::check_pages()
             if (line != "ok" && !line.starts_with("***"))
             {
                 m_on_fault("its pages are damaged: " + line);
+                told = true;
             }
         }
+    }
+    if (!index_fits && !told)
+    {
+        m_on_fault("its index does not fit its rows");
+    }
+}
+
+/// Whether the index holds the names of the rows that were read, in order, each once, and nothing else.
+bool Reading::is_index_whole() const
+{
+    try
+    {
+        Sum names;
+        std::string domain;
+        std::string path;
+        Sqlite::Statement select(m_database, "SELECT rank, domain, path FROM entry INDEXED BY entry_path");
+        while (select.step())
+        {
+            if (select.type(0) != SQLITE_INTEGER || select.type(1) != SQLITE_TEXT || select.type(2) != SQLITE_TEXT)
+            {
+                return false;
+            }
+            Row const row{
+                .rank = select.integer(0), .domain = select.text(1), .path = select.text(2), .text = std::nullopt};
+            auto const order = row.domain.compare(domain);
+            if (names.rows != 0 && (order < 0 || (order == 0 && row.path <= path)))
+            {
+                return false;
+            }
+            names.add(name_checksum(row));
+            domain = row.domain;
+            path = row.path;
+        }
+        return names.rows == m_names.rows && names.total == m_names.total;
+    }
+    catch (Sqlite::Error const&)
+    {
+        return false;
     }
 }
 
@@ -213,47 +266,89 @@ std::vector<std::int64_t> Reading::ranks_in_index() const
 
 void Reading::read_row(RowReader const& reader)
 {
-    m_content.last_rank = std::max(m_content.last_rank, reader.rank());
-    auto const row = reader.row();
-    if (!row)
+    auto const [row, sum, is_whole] = reader.row();
+    m_content.last_rank = std::max(m_content.last_rank, row.rank);
+    m_names.add(name_checksum(row));
+    if (!is_whole)
     {
-        m_on_fault(name_of(reader.unchecked()) + " is damaged: its checksum does not fit");
+        m_on_fault(name_of(row) + " is damaged: its checksum does not fit");
         return;
     }
-    if (m_version != without_checksums)
-    {
-        m_counted.add(checksum(*row));
-    }
+    m_counted.add(sum);
     try
     {
-        keep(*row);
+        keep(row);
     }
     catch (Json::ParseError const& error)
     {
-        m_on_fault(name_of(*row) + " holds a broken value: " + error.what());
+        m_on_fault(name_of(row) + " holds a broken value: " + error.what());
         return;
     }
     if (m_on_row)
     {
-        m_on_row(*row);
+        m_on_row(row);
     }
 }
 
 void Reading::keep(Row const& row)
 {
+    auto value = row.text ? m_json.parse(*row.text) : Value(RavikSrv::ValueType::Map);
+    auto found = m_folders.find(row.domain);
+    if (found == m_folders.end())
+    {
+        found = m_folders.emplace(std::string(row.domain), FoldersByPath()).first;
+    }
     std::string path(row.path);
     auto place = Tree::split_last(path);
-    LoadedRow loaded{.name = std::move(place.name), .path = std::move(path), .value = std::nullopt};
-    if (row.text)
+    auto& folder = found->second[std::move(place.parent)];
+    if (folder.entries.insert(place.name, std::move(value)) && !row.text)
     {
-        loaded.value = m_json.parse(*row.text);
+        folder.folders.emplace_back(std::move(place.name), std::move(path));
     }
-    auto found = m_rows.find(row.domain);
-    if (found == m_rows.end())
+}
+
+/// Behind a page that can't be read: the records from the end backwards to the next such page.
+void Reading::read_records()
+{
+    if (m_version == without_checksums || m_version == without_history)
     {
-        found = m_rows.emplace(std::string(row.domain), RowsByParent()).first;
+        return;
     }
-    found->second[std::move(place.parent)].push_back(std::move(loaded));
+    std::int64_t last = 0;
+    auto const forward = [&](std::string const& which)
+    {
+        RecordReader reader(m_database, which);
+        while (reader.step())
+        {
+            last = reader.id();
+            read_record(reader);
+        }
+    };
+    try
+    {
+        forward("ORDER BY id");
+    }
+    catch (Sqlite::Error const& error)
+    {
+        m_on_fault(damage(error));
+        as_far_as_possible([&] { forward("WHERE id > " + std::to_string(last) + " ORDER BY id DESC"); });
+    }
+}
+
+void Reading::read_record(RecordReader const& reader)
+{
+    auto record = reader.record();
+    if (!record)
+    {
+        m_on_fault("the record " + std::to_string(reader.id()) +
+                   " of the history is damaged: its checksum does not fit");
+        return;
+    }
+    m_counted.history.add(checksum(*record), bytes_of(*record));
+    if (m_on_record)
+    {
+        m_on_record(std::move(*record));
+    }
 }
 
 void Reading::check_sum()
@@ -277,18 +372,34 @@ void Reading::check_sum()
     {
         m_on_fault("its rows do not add up: there are some of another state among them");
     }
+    check_records(sum->history);
+}
+
+void Reading::check_records(RecordSum const& sum) const
+{
+    auto const& counted = m_counted.history;
+    if (sum.records > counted.records)
+    {
+        m_on_fault(std::to_string(sum.records - counted.records) + " of " + std::to_string(sum.records) +
+                   " records of the history are lost");
+    }
+    else if (sum.records != counted.records || sum.total != counted.total)
+    {
+        m_on_fault("the records of its history do not add up: there are some of another state among them");
+    }
 }
 
 void Reading::build_trees()
 {
-    for (auto& [domain, rows] : m_rows)
+    for (auto& [domain, folders] : m_folders)
     {
-        m_content.trees.emplace(domain, build(rows, ""));
-        for (auto const& [parent, orphans] : rows)
+        m_content.trees.emplace(domain, build(folders, ""));
+        for (auto& [parent, orphans] : folders)
         {
-            for (auto const& orphan : orphans)
+            Value const map = orphans.entries.finish();
+            for (auto orphan = map.begin(); orphan != map.end(); ++orphan)
             {
-                auto text = "the row \"" + orphan.path + "\" of ";
+                auto text = "the row \"" + Tree::join(parent, orphan.name()) + "\" of ";
                 text.append(domain).append(" is an orphan: there is no folder \"").append(parent).append("\"");
                 m_on_fault(text);
             }
@@ -305,9 +416,10 @@ std::string name_of(Row const& row)
 }
 
 Content read(sqlite3* database, std::filesystem::path const& file, std::int64_t version, OnFault const& on_fault,
-             OnRow const& on_row)
+             OnRow const& on_row, OnRecord const& on_record)
 {
-    return Reading(database, file, version, on_fault, on_row).read();
+    Sqlite::MappedReading const mapped(database);
+    return Reading(database, file, version, on_fault, on_row, on_record).read();
 }
 
 } // namespace Ravik::StoreFormat

@@ -30,11 +30,14 @@ using OnFault = std::function<void(std::string const& text)>;
 /// Takes each row that is whole by itself, in their order.
 using OnRow = std::function<void(Row const& row)>;
 
-/// Reads all rows once and checks what can be: the log, the tables, each page of the file, the index against the rows,
-/// every row, its parent and its value, and the sum of all. Of a store that gave no fault the content is right. Whoever
-/// calls has taken the store.
+/// Takes each record of the history that is whole, in the order of their numbers.
+using OnRecord = std::function<void(StoredRecord&& record)>;
+
+/// Reads all rows and records once and checks what can be: the log, the tables, each page of the file, the index
+/// against the rows, every row, its parent and its value, and the sum of all. Of a store that gave no fault the content
+/// is right. Whoever calls has taken the store.
 Content read(sqlite3* database, std::filesystem::path const& file, std::int64_t version, OnFault const& on_fault,
-             OnRow const& on_row = {});
+             OnRow const& on_row = {}, OnRecord const& on_record = {});
 
 /// A row's name in messages.
 std::string name_of(Row const& row);

@@ -284,6 +284,10 @@ SplitPath split_last(std::string const& path)
         split = separator;
         name_start = separator + RavikSrv::separator_text.size();
     }
+    if (path.find_first_of(":[", name_start) == std::string::npos)
+    {
+        return {.parent = path.substr(0, split), .name = path.substr(name_start)};
+    }
     // An index behind the last name is a component of its own.
     std::string last;
     std::size_t components = 0;

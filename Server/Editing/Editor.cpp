@@ -27,22 +27,11 @@ using RavikSrv::Value;
 namespace
 {
 
-Refusal stored(Configuration::Turn& turn)
-{
-    auto const result = turn.commit();
-    return {result, result == ErrorValue::SUCCESS ? "" : "it could not be stored: " + turn.failure(), ""};
-}
-
 EditOutcome refused(Refusal const& refusal)
 {
     EditOutcome outcome;
     outcome.refusal = refusal;
     return outcome;
-}
-
-Refusal explained_write(ErrorValue result, std::string const& path)
-{
-    return {result, "the path leads through something that holds no entries", path};
 }
 
 /// Whether the extension's list of paths, which it keeps in the order of the tree, is right after the move without its
@@ -103,9 +92,19 @@ Refusal Editor::check_place(Site const& site, std::string const& path) const
     return refusal;
 }
 
+/// Ends the turn, with a record of what was done.
+Refusal Editor::stored(Configuration::Turn& turn, Deed deed, EditOutcome const& outcome) const
+{
+    deed.outcome = outcome.refusal ? Outcome::failed : Outcome::done;
+    deed.text = outcome.refusal.text;
+    m_history.remember(turn, deed);
+    auto const result = turn.commit();
+    return {result, result == ErrorValue::SUCCESS ? "" : "it could not be stored: " + turn.failure(), ""};
+}
+
 // Setting -------------------------------------------------------------------------------------------------------------
 
-EditOutcome Editor::set(std::string const& domain, std::string const& path, Value const& value)
+EditOutcome Editor::set(std::string const& domain, std::string const& path, Value const& value, Origin const& origin)
 {
     auto const here = site(domain);
     Configuration::Turn turn(m_core.configuration);
@@ -132,7 +131,8 @@ EditOutcome Editor::set(std::string const& domain, std::string const& path, Valu
     {
         return refused(explained_write(result, path));
     }
-    auto outcome = tell_set(here, path, plan, turn);
+    Deed const deed{.action = Action::edit, .asked = "set " + path + ' ' + Json::write(value), .origin = origin};
+    auto outcome = tell_set(here, path, plan, deed, turn);
     outcome.warnings = new_misfits(before, m_core.configuration.tree(domain), plan.types());
     return outcome;
 }
@@ -161,7 +161,8 @@ std::vector<Finding> Editor::new_misfits(Value const& before, Value const& after
     return found;
 }
 
-EditOutcome Editor::tell_set(Site const& site, std::string const& path, SetPlan const& plan, Configuration::Turn& turn)
+EditOutcome Editor::tell_set(Site const& site, std::string const& path, SetPlan const& plan, Deed const& deed,
+                             Configuration::Turn& turn)
 {
     auto const own = turn.changes().size();
     auto const new_owner = plan.new_owner();
@@ -172,7 +173,7 @@ EditOutcome Editor::tell_set(Site const& site, std::string const& path, SetPlan 
     outcome.refusal = explained(answer, path);
     outcome.made = true;
     outcome.cascade = turn.changes().touched(own);
-    auto failure = stored(turn);
+    auto failure = stored(turn, deed, outcome);
     failure = failure || plan.keeps_order(m_core.configuration.tree(site.domain)) ? failure : restart(site);
     return failure ? refused(failure) : outcome;
 }
@@ -249,8 +250,10 @@ EditOutcome Editor::move(Site const& site, Move const& move, MoveOptions const& 
         return outcome;
     }
     outcome.refusal = make_move(site, move, before, turn);
-    refusal = has_recipes ? put_right(site, move, expected, turn) : Refusal();
-    refusal = refusal ? refusal : stored(turn);
+    refusal = has_recipes ? put_right(site, move.path, expected, turn) : Refusal();
+    auto const asked = move.is_delete() ? "delete " + move.path : "rename " + move.path + ' ' + move.new_path;
+    Deed const deed{.action = Action::edit, .asked = asked, .origin = options.origin};
+    refusal = refusal ? refusal : stored(turn, deed, has_recipes ? EditOutcome() : outcome);
     if (refusal)
     {
         return refused(refusal);
@@ -328,7 +331,8 @@ Refusal Editor::make_move(Site const& site, Move const& move, Value const& befor
 
 /// Writes whatever stands otherwise than expected. Where an entry is missing its map is written as a whole, since the
 /// entry has its place among the others.
-Refusal Editor::put_right(Site const& site, Move const& move, Value const& expected, Configuration::Turn& turn) const
+Refusal Editor::put_right(Site const& site, std::string const& path, Value const& expected,
+                          Configuration::Turn& turn) const
 {
     auto const found = differences(expected, m_core.configuration.tree(site.domain));
     std::set<std::string> maps;
@@ -358,9 +362,8 @@ Refusal Editor::put_right(Site const& site, Move const& move, Value const& expec
                                                  : turn.remove(site.domain, difference.path);
         result = result == ErrorValue::SUCCESS ? written : result;
     }
-    return result == ErrorValue::SUCCESS
-               ? Refusal()
-               : Refusal{ErrorValue::UNEXPECTED, "it could not be carried through", move.path};
+    return result == ErrorValue::SUCCESS ? Refusal()
+                                         : Refusal{ErrorValue::UNEXPECTED, "it could not be carried through", path};
 }
 
 /// Still in the edit's turn, so that nobody edits while the extension learns its entries anew.
@@ -419,7 +422,8 @@ EditOutcome Editor::import(std::string const& domain, Value const& data, ImportO
     outcome.refusal = answer;
     outcome.made = true;
     outcome.cascade = turn.changes().touched(own);
-    if (auto const failure = stored(turn))
+    Deed const deed{.action = Action::edit, .asked = "import", .origin = options.origin};
+    if (auto const failure = stored(turn, deed, outcome))
     {
         return refused(failure);
     }

@@ -8,6 +8,7 @@
 #include "Editing/SetPlan.h"
 #include "Editing/findings.h"
 #include "Execution/Core.h"
+#include "History/History.h"
 
 #include <map>
 #include <string>
@@ -16,13 +17,15 @@
 namespace Ravik
 {
 
+class Reversal;
+
 /// What became of an edit.
 struct [[nodiscard]] EditOutcome
 {
     /// Set where the edit was refused, and nothing changed; or where it was made and the extension could not carry it
     /// through (`made` tells which).
     Refusal refusal;
-    /// All refusals of an import that only checks.
+    /// All refusals of an import that only checks, or of a revert.
     std::vector<Refusal> refusals;
     bool made = false;
     /// Of an edit of recipe types: the stored values that do not fit any more.
@@ -38,14 +41,15 @@ class Editor
 {
 public:
     /// `schemas` by domain; all parts outlive the editor.
-    Editor(Core& core, SymbolTable const& symbols, Validator& validator,
+    Editor(Core& core, History const& history, SymbolTable const& symbols, Validator& validator,
            std::map<std::string, EntrySchemas> const& schemas)
-        : m_core(core), m_symbols(symbols), m_validator(validator), m_schemas(schemas)
+        : m_core(core), m_history(history), m_symbols(symbols), m_validator(validator), m_schemas(schemas)
     {
     }
 
     /// Puts `value` at `path`, making the folders that are missing. Refused where an entry would disappear with it.
-    EditOutcome set(std::string const& domain, std::string const& path, RavikSrv::Value const& value);
+    EditOutcome set(std::string const& domain, std::string const& path, RavikSrv::Value const& value,
+                    Origin const& origin);
     EditOutcome remove(std::string const& domain, std::string const& path, MoveOptions const& options);
     /// Gives the entry at `path` the full path `new_path`, which must be free.
     EditOutcome rename(std::string const& domain, std::string const& path, std::string const& new_path,
@@ -53,6 +57,10 @@ public:
     /// Takes in `data`, an object with "recipeTypeList" or "recipeList" or both. Folders merge, an entry takes the
     /// place of the one that stands there as a whole.
     EditOutcome import(std::string const& domain, RavikSrv::Value const& data, ImportOptions const& options);
+
+    /// Takes back, place by place, what an edit changed. Refused, with every place at fault, where one has changed
+    /// since or another entry would be wrong afterwards. `asked` is what a record of it says.
+    EditOutcome revert(std::vector<PlaceChange> const& places, std::string const& asked, RevertOptions const& options);
 
     /// What is wrong in the domain's configuration as it stands; what is found clean an import takes. Asks the
     /// extension about every entry.
@@ -72,14 +80,19 @@ private:
     Refusal check_domain(Site const& site, std::string const& path) const;
     Refusal check_place(Site const& site, std::string const& path) const;
     Refusal ask_change(Site const& site, std::string const& path, RavikSrv::Value const& tree) const;
-    EditOutcome tell_set(Site const& site, std::string const& path, SetPlan const& plan, Configuration::Turn& turn);
+    EditOutcome tell_set(Site const& site, std::string const& path, SetPlan const& plan, Deed const& deed,
+                         Configuration::Turn& turn);
     EditOutcome move(Site const& site, Move const& move, MoveOptions const& options);
     Refusal ask_move(Site const& site, Move const& move, RavikSrv::Value const& before) const;
     Refusal ask_delete(Site const& site, std::string const& path, RavikSrv::Value const& tree) const;
     Refusal make_move(Site const& site, Move const& move, RavikSrv::Value const& before,
                       Configuration::Turn& turn) const;
-    Refusal put_right(Site const& site, Move const& move, RavikSrv::Value const& expected,
+    Refusal put_right(Site const& site, std::string const& path, RavikSrv::Value const& expected,
                       Configuration::Turn& turn) const;
+    Refusal stored(Configuration::Turn& turn, Deed deed, EditOutcome const& outcome) const;
+    std::vector<Refusal> check_reversal(Site const& site, Reversal const& reversal) const;
+    std::vector<Refusal> new_faults(Reversal const& reversal) const;
+    Refusal make_reversal(Site const& site, Reversal const& reversal, Configuration::Turn& turn) const;
     Refusal restart(Site const& site);
 
     Refusal ask_entry(Site const& site, std::string const& path, RavikSrv::Value entry, EntryKind kind,
@@ -88,6 +101,7 @@ private:
                                      std::vector<std::string> const& types) const;
 
     Core& m_core;
+    History const& m_history;
     SymbolTable const& m_symbols;
     Validator& m_validator;
     std::map<std::string, EntrySchemas> const& m_schemas;

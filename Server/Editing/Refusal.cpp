@@ -34,4 +34,9 @@ Refusal explained(RavikSrv::ResultPair const& answer, std::string const& path)
     return {answer.result(), text, path};
 }
 
+Refusal explained_write(RavikSrv::ErrorValue result, std::string const& path)
+{
+    return {result, "the path leads through something that holds no entries", path};
+}
+
 } // namespace Ravik

@@ -24,4 +24,7 @@ struct [[nodiscard]] Refusal
 /// `BLACKLISTED`, by which an extension refuses words that it keeps for itself, and any without a text.
 Refusal explained(RavikSrv::ResultPair const& answer, std::string const& path);
 
+/// The refusal of a write whose path leads nowhere.
+Refusal explained_write(RavikSrv::ErrorValue result, std::string const& path);
+
 } // namespace Ravik

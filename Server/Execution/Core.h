@@ -5,6 +5,7 @@
 #include "Execution/Executor.h"
 #include "Execution/Extensions.h"
 #include "Execution/Host.h"
+#include "Execution/SessionModes.h"
 #include "Execution/SymbolTable.h"
 #include "Schema/Validator.h"
 
@@ -23,7 +24,7 @@ struct Core
     Core(SymbolTable const& symbols, Validator& validator, std::unique_ptr<Store> store)
         : configuration(std::move(store)), writer(configuration, extensions),
           executor(symbols, extensions, configuration, writer),
-          host(configuration, writer, executor, extensions, symbols, validator)
+          host(configuration, writer, executor, extensions, symbols, validator, modes)
     {
     }
 
@@ -37,6 +38,7 @@ struct Core
     Extensions extensions;
     ConfigurationWriter writer;
     Executor executor;
+    SessionModes modes;
     Host host;
 };
 

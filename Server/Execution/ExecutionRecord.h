@@ -23,6 +23,9 @@ struct ExecutedCommand
     RavikSrv::SharedText text;
 };
 
+/// Why the command failed: the name given to the failure and what was said besides.
+std::string failure_text(ExecutedCommand const& command);
+
 /// A group that a request had executed in the course of its work.
 struct ExecutedGroup
 {

@@ -62,15 +62,42 @@ Symbol const* symbol_read(SymbolReference const& reference, Command const& comma
 
 ErrorValue Executor::execute(Context const& context, CommandGroup& group)
 {
+    return execute(context, group, Sending::Sends);
+}
+
+ErrorValue Executor::execute(Context const& context, Command& command)
+{
+    return execute(context, command, Sending::Sends);
+}
+
+ErrorValue Executor::plan(Context const& context, CommandGroup& group)
+{
+    return execute(context, group, Sending::OnlyChecks);
+}
+
+ErrorValue Executor::plan(Context const& context, Command& command)
+{
+    return execute(context, command, Sending::OnlyChecks);
+}
+
+ErrorValue Executor::refuse(Context const& context, CommandGroup& group, ErrorValue error, std::string const& text)
+{
+    fail_all(group, error, text);
+    m_recorder.note(context, group, error);
+    return error;
+}
+
+ErrorValue Executor::execute(Context const& context, CommandGroup& group, Sending sending)
+{
     std::string const domain = group.domain();
     auto result = ErrorValue::SUCCESS;
     if (domain == server_domain)
     {
-        result = execute_server_group(context, group);
+        result = execute_server_group(context, group, sending);
     }
     else if (auto* const extension = m_extensions.find(domain); extension != nullptr)
     {
-        result = execute_domain_group(context, *extension, group);
+        result = execute_domain_group(context, *extension, group, sending);
     }
     else
     {
@@ -81,12 +108,12 @@ ErrorValue Executor::execute(Context const& context, CommandGroup& group)
     return result;
 }
 
-ErrorValue Executor::execute(Context const& context, Command& command)
+ErrorValue Executor::execute(Context const& context, Command& command, Sending sending)
 {
     CommandGroup group;
     group.set_domain(std::string(server_domain).c_str());
     auto const executed = group.insert(group.end_vector(), command);
-    auto const result = execute_server_group(context, group);
+    auto const result = execute_server_group(context, group, sending);
     m_recorder.note(context, group, result);
     command = *executed;
     return command.result();
@@ -94,7 +121,8 @@ ErrorValue Executor::execute(Context const& context, Command& command)
 
 // Groups of an extension's domain -------------------------------------------------------------------------------------
 
-ErrorValue Executor::execute_domain_group(Context const& context, Extension& extension, CommandGroup& group)
+ErrorValue Executor::execute_domain_group(Context const& context, Extension& extension, CommandGroup& group,
+                                          Sending sending)
 {
     Misfit misfit;
     Reads reads;
@@ -119,7 +147,7 @@ ErrorValue Executor::execute_domain_group(Context const& context, Extension& ext
         }
         return unmapped;
     }
-    if (!refuse_all(group, misfit))
+    if (!refuse_all(group, misfit) && sending == Sending::Sends)
     {
         send(context, extension, group, reads);
     }
@@ -198,7 +226,7 @@ void Executor::send(Context const& context, Extension& extension, CommandGroup& 
 
 // Groups of the server's own domain -----------------------------------------------------------------------------------
 
-ErrorValue Executor::execute_server_group(Context const& context, CommandGroup& group)
+ErrorValue Executor::execute_server_group(Context const& context, CommandGroup& group, Sending sending)
 {
     std::vector<Route> routes;
     Misfit misfit;
@@ -207,7 +235,7 @@ ErrorValue Executor::execute_server_group(Context const& context, CommandGroup& 
         command->set_result(ErrorValue::SUCCESS);
         routes.push_back(route(*command, misfit));
     }
-    if (refuse_all(group, misfit))
+    if (refuse_all(group, misfit) || sending == Sending::OnlyChecks)
     {
         return first_server_error(group);
     }

@@ -42,10 +42,26 @@ public:
     /// Executes one command as a group of the server's own domain; answers the command's own result.
     RavikSrv::ErrorValue execute(RavikSrv::Context const& context, RavikSrv::Command& command);
 
+    /// Checks the group and notes it as if it had been executed, and executes nothing of it.
+    RavikSrv::ErrorValue plan(RavikSrv::Context const& context, RavikSrv::CommandGroup& group);
+    RavikSrv::ErrorValue plan(RavikSrv::Context const& context, RavikSrv::Command& command);
+    /// Has every command of the group fail, and notes it.
+    RavikSrv::ErrorValue refuse(RavikSrv::Context const& context, RavikSrv::CommandGroup& group,
+                                RavikSrv::ErrorValue error, std::string const& text);
+
     Recorder& recorder() noexcept { return m_recorder; }
     ReadMemory& read_memory() noexcept { return m_read_memory; }
 
 private:
+    enum class Sending
+    {
+        Sends,
+        OnlyChecks,
+    };
+
+    RavikSrv::ErrorValue execute(RavikSrv::Context const& context, RavikSrv::CommandGroup& group, Sending sending);
+    RavikSrv::ErrorValue execute(RavikSrv::Context const& context, RavikSrv::Command& command, Sending sending);
+
     /// Where a command of the server's own domain leads.
     struct Route
     {
@@ -76,9 +92,10 @@ private:
         }
     };
 
-    RavikSrv::ErrorValue execute_server_group(RavikSrv::Context const& context, RavikSrv::CommandGroup& group);
+    RavikSrv::ErrorValue execute_server_group(RavikSrv::Context const& context, RavikSrv::CommandGroup& group,
+                                              Sending sending);
     RavikSrv::ErrorValue execute_domain_group(RavikSrv::Context const& context, Extension& extension,
-                                              RavikSrv::CommandGroup& group);
+                                              RavikSrv::CommandGroup& group, Sending sending);
 
     /// The first value of a group that does not fit its symbol, and why.
     struct Misfit

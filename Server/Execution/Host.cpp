@@ -14,16 +14,42 @@ using RavikSrv::ResultPair;
 using RavikSrv::String;
 using RavikSrv::Value;
 
+namespace
+{
+
+constexpr char const* stopped_text = "not sent, since the request was interrupted";
+
+} // namespace
+
 ErrorValue Host::execute_command_group(Context const& context, RavikSrv::CommandGroup* group)
 {
     return guarded_answer("execute_command_group", ErrorValue::UNEXPECTED,
-                          [&] { return m_executor.execute(context, *group); });
+                          [&]
+                          {
+                              auto const mode = m_modes.of(context.session());
+                              if (mode && mode->is_stopped())
+                              {
+                                  return m_executor.refuse(context, *group, ErrorValue::INTERRUPTED, stopped_text);
+                              }
+                              auto const result = mode && mode->plans ? m_executor.plan(context, *group)
+                                                                      : m_executor.execute(context, *group);
+                              if (mode && mode->executed)
+                              {
+                                  mode->executed(group->size());
+                              }
+                              return result;
+                          });
 }
 
 ErrorValue Host::execute_command(Context const& context, RavikSrv::Command* command)
 {
     return guarded_answer("execute_command", ErrorValue::UNEXPECTED,
-                          [&] { return m_executor.execute(context, *command); });
+                          [&]
+                          {
+                              auto const mode = m_modes.of(context.session());
+                              return mode && mode->plans ? m_executor.plan(context, *command)
+                                                         : m_executor.execute(context, *command);
+                          });
 }
 
 void Host::register_listener(Context const& context, RavikSrv::IRavikSrvListener* listener)
@@ -52,6 +78,11 @@ ErrorValue Host::set_config_value(Context const& context, char const* path, Valu
     return guarded_answer("set_config_value", ErrorValue::UNEXPECTED,
                           [&]
                           {
+                              auto const mode = m_modes.of(context.session());
+                              if (mode && mode->plans)
+                              {
+                                  return ErrorValue::SUCCESS;
+                              }
                               return value == nullptr
                                          ? m_writer.remove(context.domain(), path)
                                          : m_writer.write(context.domain(), path, *value, Tree::WriteMode::Merge);
@@ -63,7 +94,10 @@ Value Host::get_config_value(Context const& context, char const* path)
     return guarded_answer("get_config_value", Value(),
                           [&]
                           {
-                              auto const tree = m_configuration.tree(context.domain());
+                              auto const mode = m_modes.of(context.session());
+                              auto const tree = mode && mode->domain == context.domain()
+                                                    ? mode->tree
+                                                    : m_configuration.tree(context.domain());
                               auto const reached = RavikSrv::node_path(path, tree);
                               return reached.node == nullptr ? Value() : *reached.node;
                           });

@@ -3,6 +3,7 @@
 #include "Execution/ConfigurationWriter.h"
 #include "Execution/Executor.h"
 #include "Execution/Extensions.h"
+#include "Execution/SessionModes.h"
 #include "Execution/SymbolTable.h"
 #include "RavikSrvExtApi.h"
 #include "Schema/Validator.h"
@@ -11,14 +12,14 @@ namespace Ravik
 {
 
 /// What extensions see of this server. It only takes their calls to the parts that do the work, behind one guard: no
-/// exception reaches an extension.
+/// exception reaches an extension. Sessions may be served in a mode of their own, see `SessionMode`.
 class Host final : public RavikSrv::IRavikSrvExtHost, public RavikSrv::IInternalHost
 {
 public:
     Host(Configuration const& configuration, ConfigurationWriter& writer, Executor& executor,
-         Extensions const& extensions, SymbolTable const& symbols, Validator& validator)
+         Extensions const& extensions, SymbolTable const& symbols, Validator& validator, SessionModes const& modes)
         : m_configuration(configuration), m_writer(writer), m_executor(executor), m_extensions(extensions),
-          m_symbols(symbols), m_validator(validator)
+          m_symbols(symbols), m_validator(validator), m_modes(modes)
     {
     }
 
@@ -44,6 +45,7 @@ private:
     Extensions const& m_extensions;
     SymbolTable const& m_symbols;
     Validator& m_validator;
+    SessionModes const& m_modes;
 };
 
 } // namespace Ravik

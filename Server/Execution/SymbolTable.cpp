@@ -95,7 +95,9 @@ SymbolTable::SymbolTable(Value const& symbols)
                       .mapping = RavikSrv::SharedText(mapping.empty() ? std::string_view(entry.name()) : mapping),
                       .schema = described[Key::schema],
                       .compiled = schemas.compiled(described[Key::schema]),
-                      .use_mapping = !described[Key::use_mapping].isset() || described[Key::use_mapping].get_bool()};
+                      .use_mapping = !described[Key::use_mapping].isset() || described[Key::use_mapping].get_bool(),
+                      .tolerance = described[Key::tolerance].get_double(),
+                      .verify = !described[Key::verify].isset() || described[Key::verify].get_bool()};
         m_symbols.push_back(std::move(symbol));
     }
     m_by_name.reserve(m_symbols.size());

@@ -25,6 +25,10 @@ struct Symbol
     std::shared_ptr<CompiledSchema const> compiled;
     /// Whether it is written in its domain, not through the server.
     bool use_mapping = true;
+    /// By how much a number in the controller may be off and still counts as the one written, in the symbol's unit.
+    double tolerance = 0;
+    /// Whether it is read back once it is written; not so a command that the controller takes back.
+    bool verify = true;
 
     /// Whether `value` fits the schema of the symbol or, below it, of the part that `rest` leads to ("::x", "[2]").
     /// Where the schema does not say what stands there, every value fits.

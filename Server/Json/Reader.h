@@ -8,7 +8,7 @@
 namespace Ravik::Json
 {
 
-class Shapes;
+class QuickReader;
 
 /// Reads many JSON texts that resemble each other, such as the rows of a store: maps of one shape share one table of
 /// keys across all texts, not only inside each. It holds a map of each shape, so it is not kept longer than the reading
@@ -27,7 +27,7 @@ public:
     RavikSrv::Value parse(std::string_view text);
 
 private:
-    std::unique_ptr<Shapes> m_shapes;
+    std::unique_ptr<QuickReader> m_quick;
 };
 
 } // namespace Ravik::Json

@@ -8,10 +8,14 @@
 
 #include "PathIterator.h"
 #include "api_helper.h"
+#include "Json/Json.h"
 
 #include <algorithm>
+#include <array>
 #include <iterator>
 #include <optional>
+#include <pwd.h>
+#include <unistd.h>
 
 namespace Ravik
 {
@@ -135,6 +139,50 @@ void start(Extension& extension, Host& host, ProjectFile const& file, std::size_
     }
 }
 
+/// What the call of a function that writes configuration came to.
+Deed deed_of(Command const& call, ErrorValue error, Origin const& origin)
+{
+    auto const& parameters = call.write_value();
+    auto const succeeded = error == ErrorValue::SUCCESS && call.extension_result() == 0;
+    return {.action = Action::update,
+            .asked = std::string("call ") + call.name() +
+                     (parameters.isset() ? ' ' + Json::write(parameters) : std::string()),
+            .origin = origin,
+            .outcome = succeeded ? Outcome::done : Outcome::failed,
+            .text = succeeded ? std::string() : std::string(call.result_string())};
+}
+
+/// The function that activations are made of, and its parameters.
+constexpr char const* activate_function = "ActivateRecipe";
+
+Value recipe_parameters(std::string const& recipe)
+{
+    Value parameters(ValueType::Struct);
+    parameters.insert("path", Value(std::string_view(recipe)));
+    return parameters;
+}
+
+/// The account that the process runs for.
+std::string caller()
+{
+    auto const user = ::geteuid();
+    constexpr std::size_t most = 16384;
+    std::array<char, most> buffer{};
+    passwd entry{};
+    passwd* found = nullptr;
+    auto const is_named = ::getpwuid_r(user, &entry, buffer.data(), buffer.size(), &found) == 0 && found != nullptr;
+    return is_named ? entry.pw_name : std::to_string(user);
+}
+
+template <typename Options> Options on_behalf(Options options)
+{
+    if (options.who.empty())
+    {
+        options.who = caller();
+    }
+    return options;
+}
+
 EditReport report(EditOutcome outcome)
 {
     EditReport report;
@@ -156,7 +204,8 @@ std::unique_ptr<Project> Project::open(std::filesystem::path const& directory, O
     RegularFile const opened(directory / project_file_name, "the project file");
     std::optional<Ownership> const ownership = options.trust ? std::nullopt : std::optional<Ownership>(directory);
     check_ownership(ownership, opened);
-    auto const file = read_project_file(opened);
+    auto file = read_project_file(opened);
+    file.history.size = options.history ? file.history.size : 0;
     auto const libraries = open_libraries(file, directory, ownership);
     try
     {
@@ -172,7 +221,12 @@ std::unique_ptr<Project> Project::open(std::filesystem::path const& directory, O
 
 OpenProject::OpenProject(ProjectFile const& file, Libraries const& libraries, std::unique_ptr<Store> store)
     : m_symbols(file.symbols), m_core(m_symbols, m_validator, std::move(store)),
-      m_editor(m_core, m_symbols, m_validator, m_schemas)
+      m_history(m_core.configuration, file.history), m_editor(m_core, m_history, m_symbols, m_validator, m_schemas),
+      m_activation(
+          m_core, m_symbols,
+          [this](RavikSrv::Session session, std::string const& recipe)
+          { return call(session, std::string(recipe_domain), activate_function, recipe_parameters(recipe)); },
+          file.activation)
 {
     check_schemas(file);
     Value own(ValueType::Map);
@@ -230,7 +284,7 @@ void OpenProject::start_extensions(ProjectFile const& file)
 // Functions -----------------------------------------------------------------------------------------------------------
 
 FunctionOutcome OpenProject::call(RavikSrv::Session request, std::string const& domain, std::string const& function,
-                                  Value const& parameters)
+                                  Value const& parameters, Origin const& origin)
 {
     Recorder::Recording recording(m_core.executor.recorder(), request);
     ReadMemory::Scope const remembering(m_core.executor.read_memory(), request);
@@ -244,7 +298,7 @@ FunctionOutcome OpenProject::call(RavikSrv::Session request, std::string const& 
     group.insert(group.end_vector(), command);
 
     FunctionOutcome outcome;
-    auto const storage = execute_function(context, group, outcome.error);
+    auto const storage = execute_function(context, group, origin, outcome.error);
     auto const& executed = *group.begin_vector();
     outcome.result = executed.extension_result();
     outcome.name = m_core.extensions.error_string(domain, outcome.result);
@@ -274,7 +328,8 @@ FunctionOutcome OpenProject::call(RavikSrv::Session request, std::string const& 
 
 /// Executes the function of a group. One that writes configuration has a turn: all that it writes lasts together or not
 /// at all, also where it fails half-way. Returns why it could not be stored, which is the `error` then.
-std::string OpenProject::execute_function(Context const& context, CommandGroup& group, ErrorValue& error)
+std::string OpenProject::execute_function(Context const& context, CommandGroup& group, Origin const& origin,
+                                          ErrorValue& error)
 {
     auto const* const extension = m_core.extensions.find(group.domain());
     std::optional<Configuration::Turn> turn;
@@ -283,6 +338,10 @@ std::string OpenProject::execute_function(Context const& context, CommandGroup& 
         turn.emplace(m_core.configuration);
     }
     error = m_core.executor.execute(context, group);
+    if (turn)
+    {
+        m_history.remember(*turn, deed_of(*group.begin_vector(), error, origin));
+    }
     auto const stored = turn ? turn->commit() : ErrorValue::SUCCESS;
     if (stored == ErrorValue::SUCCESS)
     {
@@ -296,6 +355,18 @@ std::vector<std::string> OpenProject::functions(std::string const& domain) const
 {
     auto* const extension = m_core.extensions.find(domain);
     return extension == nullptr ? std::vector<std::string>() : extension->functions();
+}
+
+// Activation ----------------------------------------------------------------------------------------------------------
+
+ActivationReport OpenProject::activate(std::string const& recipe, ActivationOptions const& options)
+{
+    return m_activation.activate(recipe, on_behalf(options));
+}
+
+ActivationReport OpenProject::revert_activation(Value const& body, RevertOptions const& options)
+{
+    return m_activation.revert(body, on_behalf(options));
 }
 
 // Configuration -------------------------------------------------------------------------------------------------------
@@ -332,9 +403,10 @@ ConfigurationOutcome OpenProject::get(std::string const& domain, std::string con
     return {.error = ErrorValue::SUCCESS, .text = {}, .path = {}, .value = *reached.node};
 }
 
-EditReport OpenProject::set(std::string const& domain, std::string const& path, Value const& value)
+EditReport OpenProject::set(std::string const& domain, std::string const& path, Value const& value,
+                            Origin const& origin)
 {
-    return report(m_editor.set(domain, path, value));
+    return report(m_editor.set(domain, path, value, origin));
 }
 
 EditReport OpenProject::remove(std::string const& domain, std::string const& path, MoveOptions const& options)
@@ -351,6 +423,76 @@ EditReport OpenProject::rename(std::string const& domain, std::string const& pat
 EditReport OpenProject::import(std::string const& domain, Value const& data, ImportOptions const& options)
 {
     return report(m_editor.import(domain, data, options));
+}
+
+// History -------------------------------------------------------------------------------------------------------------
+
+namespace
+{
+
+/// The records that `read` gives; what the store can't give is an error.
+template <typename Read> HistoryOutcome history_outcome(Read const& read)
+{
+    HistoryOutcome outcome;
+    try
+    {
+        outcome.records = read();
+    }
+    catch (StoreError const& error)
+    {
+        outcome.error = ErrorValue::STORAGE_LOAD;
+        outcome.text = std::string("the history can't be read: ") + error.what() + "; 'ravik store check' tells more";
+    }
+    return outcome;
+}
+
+} // namespace
+
+HistoryOutcome OpenProject::history(HistoryFilter const& filter) const
+{
+    return history_outcome([&] { return m_history.list(filter); });
+}
+
+HistoryOutcome OpenProject::history_record(std::int64_t id) const
+{
+    auto outcome = history_outcome(
+        [&]
+        {
+            auto record = m_history.find(id);
+            return record ? std::vector<HistoryRecord>{std::move(*record)} : std::vector<HistoryRecord>();
+        });
+    if (outcome.succeeded() && outcome.records.empty())
+    {
+        outcome.error = ErrorValue::ENTRY_NOT_FOUND;
+        outcome.text = "the history has no record " + std::to_string(id) + "; 'ravik history' lists those it has";
+    }
+    return outcome;
+}
+
+EditReport OpenProject::revert(std::int64_t id, RevertOptions const& options)
+{
+    EditReport failed;
+    auto const outcome = history_record(id);
+    if (!outcome.succeeded())
+    {
+        static_cast<ConfigurationOutcome&>(failed) = outcome;
+        return failed;
+    }
+    auto const& record = outcome.records.front();
+    if (!record.has_places())
+    {
+        return revert_activation(record, options);
+    }
+    return report(m_editor.revert(places_of(record), "revert " + std::to_string(id), options));
+}
+
+/// Takes back what stands in controllers.
+EditReport OpenProject::revert_activation(HistoryRecord const& record, RevertOptions const& /*options*/)
+{
+    EditReport failed;
+    failed.error = ErrorValue::NOT_IMPLEMENTED;
+    failed.text = "the record " + std::to_string(record.id) + " holds nothing that can be taken back";
+    return failed;
 }
 
 std::vector<Finding> OpenProject::check(std::string const& domain) const
@@ -413,6 +555,15 @@ ExecutedGroup OpenProject::write_symbol(std::string const& name, Value const& va
     CommandGroup group;
     Command command(name.c_str());
     command.set_write_value(value);
+    WriteHolds::Hold const hold(m_activation.holds(), m_activation.places_of({name}),
+                                "the write of " + name + " by " + caller());
+    if (!hold.refusal().empty())
+    {
+        command.set_result(ErrorValue::SYMBOL_IN_USE);
+        command.set_result_string(hold.refusal().c_str());
+        group.insert(group.end_vector(), command);
+        return m_core.executor.recorder().describe(group, ErrorValue::SYMBOL_IN_USE);
+    }
     group.insert(group.end_vector(), command);
     return execute_symbols(group);
 }

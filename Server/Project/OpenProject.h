@@ -1,8 +1,10 @@
 #pragma once
 
+#include "Activation/Activation.h"
 #include "Editing/Editor.h"
 #include "Editing/EntrySchemas.h"
 #include "Execution/Core.h"
+#include "History/History.h"
 #include "Project/Project.h"
 #include "Project/ProjectFile.h"
 #include "Project/RegularFile.h"
@@ -31,12 +33,19 @@ public:
     RavikSrv::Session begin_request() override { return m_core.executor.recorder().new_session(); }
     using Project::call;
     FunctionOutcome call(RavikSrv::Session request, std::string const& domain, std::string const& function,
-                         RavikSrv::Value const& parameters) override;
+                         RavikSrv::Value const& parameters, Origin const& origin) override;
     std::vector<std::string> functions(std::string const& domain) const override;
     std::vector<std::string> domains() const override { return m_core.extensions.domains(); }
 
+    ActivationReport activate(std::string const& recipe, ActivationOptions const& options) override;
+    ActivationReport plan(std::string const& recipe) override { return m_activation.plan(recipe); }
+    ActivationReport expected(std::string const& recipe) override { return m_activation.expected(recipe); }
+    ActivationReport revert_activation(RavikSrv::Value const& body, RevertOptions const& options) override;
+
     ConfigurationOutcome get(std::string const& domain, std::string const& path) const override;
-    EditReport set(std::string const& domain, std::string const& path, RavikSrv::Value const& value) override;
+    using Project::set;
+    EditReport set(std::string const& domain, std::string const& path, RavikSrv::Value const& value,
+                   Origin const& origin) override;
     EditReport remove(std::string const& domain, std::string const& path, MoveOptions const& options) override;
     EditReport rename(std::string const& domain, std::string const& path, std::string const& new_path,
                       MoveOptions const& options) override;
@@ -45,6 +54,9 @@ public:
                                       TableText::Form const& form) const override;
     EditReport import_table(std::string const& domain, std::string const& type, std::string_view text,
                             ImportOptions const& options) override;
+    HistoryOutcome history(HistoryFilter const& filter) const override;
+    HistoryOutcome history_record(std::int64_t id) const override;
+    EditReport revert(std::int64_t id, RevertOptions const& options) override;
     std::vector<Finding> check(std::string const& domain) const override;
 
     ConfigurationOutcome backup(std::filesystem::path const& file, bool replace) override;
@@ -55,13 +67,15 @@ public:
 
     /// What the extensions see.
     Host& host() noexcept { return m_core.host; }
+    Activation& activation() noexcept { return m_activation; }
 
 private:
     void check_schemas(ProjectFile const& file) const;
     void add_extensions(ProjectFile const& file, Libraries const& libraries);
     void start_extensions(ProjectFile const& file);
-    std::string execute_function(RavikSrv::Context const& context, RavikSrv::CommandGroup& group,
+    std::string execute_function(RavikSrv::Context const& context, RavikSrv::CommandGroup& group, Origin const& origin,
                                  RavikSrv::ErrorValue& error);
+    EditReport revert_activation(HistoryRecord const& record, RevertOptions const& options);
     ConfigurationOutcome unknown_domain(std::string const& domain) const;
     Inspection inspection(std::string const& domain) const;
     ConfigurationOutcome check_table(std::string const& domain, std::string const& type) const;
@@ -72,7 +86,9 @@ private:
     mutable Validator m_validator;
     std::map<std::string, EntrySchemas> m_schemas;
     Core m_core;
+    History m_history;
     Editor m_editor;
+    Activation m_activation;
     std::vector<std::string> m_warnings;
 };
 

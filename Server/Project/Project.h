@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Activation/Activation.h"
 #include "Configuration/Changes.h"
 #include "Configuration/configuration_keys.h"
 #include "Editing/EditOptions.h"
@@ -7,11 +8,15 @@
 #include "Editing/findings.h"
 #include "Editing/table_text.h"
 #include "Execution/ExecutionRecord.h"
+#include "History/HistoryRecord.h"
+#include "History/Origin.h"
+#include "Execution/FunctionOutcome.h"
 #include "Project/ProjectFile.h"
 
 #include "RavikSrvExtApi.h"
 
 #include <chrono>
+#include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -20,23 +25,6 @@
 
 namespace Ravik
 {
-
-/// What became of the call of a function.
-struct [[nodiscard]] FunctionOutcome
-{
-    /// The server's own error where it could not have the function executed (unknown domain, unknown function).
-    RavikSrv::ErrorValue error = RavikSrv::ErrorValue::SUCCESS;
-    /// The extension's result, 0 for success, and the name that the extension gives to it.
-    unsigned result = 0;
-    std::string name;
-    /// The command's result string.
-    std::string text;
-    RavikSrv::Value value;
-    /// What the function had executed in other domains.
-    ExecutionRecord record;
-
-    bool succeeded() const noexcept { return error == RavikSrv::ErrorValue::SUCCESS && result == 0; }
-};
 
 /// What became of an operation on the configuration.
 struct [[nodiscard]] ConfigurationOutcome
@@ -60,10 +48,16 @@ struct [[nodiscard]] EditReport : ConfigurationOutcome
     std::vector<Touched> cascade;
     /// Stored values that an edit of recipe types has made wrong.
     std::vector<Finding> warnings;
-    /// Every refused entry of an import that only checks.
+    /// Every refused entry of an import that only checks, every place at fault of a revert.
     std::vector<Refusal> refused;
     /// Of the import of a table that failed: where in its text, where that is known.
     Json::Location place;
+};
+
+/// Records of the history, or why they can't be had.
+struct [[nodiscard]] HistoryOutcome : ConfigurationOutcome
+{
+    std::vector<HistoryRecord> records;
 };
 
 /// A symbol as the project file maps it.
@@ -86,6 +80,8 @@ struct OpenOptions
     std::chrono::seconds wait{0};
     /// Open it also where somebody else could change it; see `Ownership`.
     bool trust = false;
+    /// Keep records of what is done. Without it the history has a gap, which only measuring its cost is worth.
+    bool history = true;
 };
 
 /// An opened project: its configuration, its extensions and the way to the controllers. All operations are thread-safe
@@ -115,17 +111,35 @@ public:
         return call(begin_request(), domain, function, parameters);
     }
     /// The same as one of the calls of a request, which are made one after another.
+    FunctionOutcome call(RavikSrv::Session request, std::string const& domain, std::string const& function,
+                         RavikSrv::Value const& parameters)
+    {
+        return call(request, domain, function, parameters, {});
+    }
+    /// The same; where the function writes configuration, the history tells who asked.
     virtual FunctionOutcome call(RavikSrv::Session request, std::string const& domain, std::string const& function,
-                                 RavikSrv::Value const& parameters) = 0;
+                                 RavikSrv::Value const& parameters, Origin const& origin) = 0;
     /// The functions that the domain's extension names, empty for an unknown domain.
     virtual std::vector<std::string> functions(std::string const& domain) const = 0;
     /// The domains of all extensions, in the order of the project file.
     virtual std::vector<std::string> domains() const = 0;
 
+    // Activations; see `Activation`. On nobody's behalf means on that of the caller's account.
+    virtual ActivationReport activate(std::string const& recipe, ActivationOptions const& options) = 0;
+    /// What an activation would write beside what stands in the controllers, or without reading these.
+    virtual ActivationReport plan(std::string const& recipe) = 0;
+    virtual ActivationReport expected(std::string const& recipe) = 0;
+    virtual ActivationReport revert_activation(RavikSrv::Value const& body, RevertOptions const& options) = 0;
+
     /// Reads the entry at `path` of the domain's configuration; the empty path gives the whole.
     virtual ConfigurationOutcome get(std::string const& domain, std::string const& path) const = 0;
     // Edits; see `Editor`.
-    virtual EditReport set(std::string const& domain, std::string const& path, RavikSrv::Value const& value) = 0;
+    EditReport set(std::string const& domain, std::string const& path, RavikSrv::Value const& value)
+    {
+        return set(domain, path, value, {});
+    }
+    virtual EditReport set(std::string const& domain, std::string const& path, RavikSrv::Value const& value,
+                           Origin const& origin) = 0;
     virtual EditReport remove(std::string const& domain, std::string const& path, MoveOptions const& options) = 0;
     virtual EditReport rename(std::string const& domain, std::string const& path, std::string const& new_path,
                               MoveOptions const& options) = 0;
@@ -137,6 +151,12 @@ public:
     /// Imports the recipes of a table, see `read_table`. The value tells how many are new, changed and the same.
     virtual EditReport import_table(std::string const& domain, std::string const& type, std::string_view text,
                                     ImportOptions const& options) = 0;
+    /// The records of what clients did, the newest first, without their bodies.
+    virtual HistoryOutcome history(HistoryFilter const& filter) const = 0;
+    /// The record of that number with its body; `ENTRY_NOT_FOUND` where there is none.
+    virtual HistoryOutcome history_record(std::int64_t id) const = 0;
+    /// Takes back what the record tells, see `Editor::revert`; `ENTRY_NOT_FOUND` where there is none.
+    virtual EditReport revert(std::int64_t id, RevertOptions const& options) = 0;
 
     /// What is wrong in the domain's configuration as it stands, see `Finding`.
     virtual std::vector<Finding> check(std::string const& domain) const = 0;
@@ -150,7 +170,7 @@ public:
     /// Reads the symbols, whatever their domains, as a request of its own; the record's commands stand in the order of
     /// `names`.
     virtual ExecutedGroup read_symbols(std::vector<std::string> const& names) = 0;
-    /// Writes the symbol as a request of its own.
+    /// Writes the symbol as a request of its own; `SYMBOL_IN_USE` where somebody else is writing there.
     virtual ExecutedGroup write_symbol(std::string const& name, RavikSrv::Value const& value) = 0;
 
 protected:

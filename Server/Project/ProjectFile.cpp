@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <initializer_list>
+#include <optional>
 #include <set>
 #include <utility>
 
@@ -34,12 +35,14 @@ constexpr std::initializer_list<ValueType> map_type = {ValueType::Map};
 constexpr std::initializer_list<ValueType> vector_type = {ValueType::Vector};
 constexpr std::initializer_list<ValueType> string_type = {ValueType::String};
 constexpr std::initializer_list<ValueType> bool_type = {ValueType::Bool};
+constexpr std::initializer_list<ValueType> number_types = {ValueType::Int, ValueType::Int64, ValueType::Double};
 constexpr std::initializer_list<ValueType> schema_types = {ValueType::Map, ValueType::Bool};
 
 constexpr Kind object{"an object", map_type};
 constexpr Kind list{"a list", vector_type};
 constexpr Kind text{"a text", string_type};
 constexpr Kind boolean{"true or false", bool_type};
+constexpr Kind number{"a number", number_types};
 constexpr Kind schema{"a schema (an object, true or false)", schema_types};
 
 /// A key that an object of the file may hold.
@@ -50,14 +53,18 @@ struct Field
     bool required;
 };
 
-constexpr std::initializer_list<Field> project_fields = {
-    {"$schema", &text, false}, {"extensions", &list, true}, {"symbols", &object, false}};
+constexpr std::initializer_list<Field> project_fields = {{"$schema", &text, false},
+                                                         {"extensions", &list, true},
+                                                         {"symbols", &object, false},
+                                                         {"activation", &object, false},
+                                                         {"history", &object, false}};
+constexpr std::initializer_list<Field> activation_fields = {{"capture", &boolean, false}, {"verify", &boolean, false}};
+constexpr std::initializer_list<Field> history_fields = {{"keep", &text, false}, {"size", &text, false}};
 constexpr std::initializer_list<Field> extension_fields = {
     {"domain", &text, true}, {"library", &text, true}, {"configuration", &object, false}};
-constexpr std::initializer_list<Field> symbol_fields = {{Key::domain, &text, true},
-                                                        {Key::mapping, &text, false},
-                                                        {Key::use_mapping, &boolean, false},
-                                                        {Key::schema, &schema, false}};
+constexpr std::initializer_list<Field> symbol_fields = {
+    {Key::domain, &text, true},    {Key::mapping, &text, false},     {Key::use_mapping, &boolean, false},
+    {Key::schema, &schema, false}, {Key::tolerance, &number, false}, {Key::verify, &boolean, false}};
 
 std::string in_quotes(std::string_view name)
 {
@@ -114,6 +121,8 @@ public:
         {
             check_symbol(symbol.name(), *symbol);
         }
+        project.history = check_history(root["history"]);
+        project.activation = check_activation(root["activation"]);
         return project;
     }
 
@@ -202,6 +211,19 @@ private:
         }
     }
 
+    ActivationSettings check_activation(Value const& value) const
+    {
+        ActivationSettings settings;
+        if (!value.isset())
+        {
+            return settings;
+        }
+        check_object({"activation"}, "\"activation\"", value, activation_fields);
+        auto const is_on = [&value](char const* key) { return !value[key].isset() || value[key].get_bool(); };
+        settings = {.capture = is_on("capture"), .verify = is_on("verify")};
+        return settings;
+    }
+
     void check_symbol(std::string const& name, Value const& value) const
     {
         Path const path = {"symbols", name};
@@ -217,6 +239,11 @@ private:
             }
         }
         check_object(path, "the symbol " + in_quotes(name), value, symbol_fields);
+        if (auto const& tolerance = value[Key::tolerance]; tolerance.isset() && tolerance.get_double() < 0)
+        {
+            fail(path, Key::tolerance,
+                 "expected \"TOLERANCE\" to be 0 or more, in the symbol's unit, found " + found(tolerance));
+        }
         std::string const domain = value[Key::domain].get_string();
         if (domain != server_domain && !m_domains.contains(domain))
         {
@@ -226,6 +253,34 @@ private:
                      (known.empty() ? "" : " or an extension's domain (" + known + ")") + ", found " +
                      in_quotes(domain));
         }
+    }
+
+    HistoryBounds check_history(Value const& value) const
+    {
+        HistoryBounds bounds;
+        if (!value.isset())
+        {
+            return bounds;
+        }
+        check_object({"history"}, "the history", value, history_fields);
+        bounds.keep = check_quantity("keep", value, read_span, "a span of time such as \"90 days\"", bounds.keep);
+        bounds.size = check_quantity("size", value, read_size, "a size such as \"256 MiB\"", bounds.size);
+        return bounds;
+    }
+
+    /// What a key of the history's says, or `otherwise` where it is not there.
+    template <typename Quantity>
+    Quantity check_quantity(char const* key, Value const& history,
+                            std::optional<Quantity> (*read)(std::string const& text), char const* expected,
+                            Quantity otherwise) const
+    {
+        auto const& value = history[key];
+        auto const quantity = value.isset() ? read(value.get_string()) : std::optional(otherwise);
+        if (!quantity)
+        {
+            fail({"history"}, key, "expected " + in_quotes(key) + " to be " + expected + ", found " + found(value));
+        }
+        return *quantity;
     }
 
     std::filesystem::path const& m_file;

@@ -1,6 +1,8 @@
 #pragma once
 
+#include "Activation/Activation.h"
 #include "Configuration/ProjectError.h"
+#include "History/quantities.h"
 #include "Project/RegularFile.h"
 #include "Json/Document.h"
 
@@ -30,9 +32,11 @@ struct ProjectFile
     /// In the order of the file; domains are unique.
     std::vector<ExtensionEntry> extensions;
     /// The symbol table: a map from each symbol's name to its entry, whose "DOMAIN" is that of an extension or the
-    /// server's own. The other keys, where they stand, have their type: "MAPPING" a text, "USEMAPPING" a bool, "SCHEMA"
-    /// a map or bool.
+    /// server's own. The other keys, where they stand, have their type: "MAPPING" a text, "USEMAPPING" and "VERIFY" a
+    /// bool, "SCHEMA" a map or bool, "TOLERANCE" a number that is not negative.
     RavikSrv::Value symbols;
+    HistoryBounds history;
+    ActivationSettings activation;
 
     std::filesystem::path path;
     /// What the file says, for messages about it.
@@ -45,7 +49,8 @@ struct ProjectFile
 
 /// Reads and checks a project file. Throws `ProjectError` for the first fault that it meets: a file that can't be read,
 /// broken JSON, a key that is unknown, missing or of the wrong type, a name that cannot be addressed, a domain that
-/// stands twice or a symbol of no domain. "$schema", which tells editors how the file is made up, says nothing here.
+/// stands twice, a symbol of no domain, or a bound of the history that is none. "$schema", which tells editors how the
+/// file is made up, says nothing here.
 ProjectFile read_project_file(RegularFile const& file);
 
 } // namespace Ravik

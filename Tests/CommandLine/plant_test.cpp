@@ -25,7 +25,7 @@ TEST_F(Plant, tells_what_stands_in_the_controllers)
 {
     shell.expect_all({
         {"ravik active", {"No recipe is active."}},
-        {"ravik activate Products::Cola1500", {"33 symbols written in 3 domains."}},
+        {"ravik activate Products::Cola1500", {"33 symbols written in 3 domains. 33 verified."}},
         {"ravik active", {"Filling::Cola1500\n", "Products::Cola1500\n"}},
         {"ravik active Products::Cola1500 Filling::Spring500", {"Products::Cola1500\n"}},
         {"ravik read Filling::Cola1500", {"Filler.Speed", "8 values as stored."}},
@@ -41,8 +41,12 @@ TEST_F(Plant, tells_what_stands_in_the_controllers)
         {"ravik --json read Products::Cola1500", {R"("live":null,"state":"nested recipe")"}},
         {"ravik recipes Products::Batch", {"Products::Spring500\nProducts::Cola1500\n"}},
         {"ravik --json activate Products::Cola1500",
-         {R"("counts":{"written":33,"failed":0,"not tried":0})",
-          R"({"symbol":"Filler.Speed","domain":"Filler","member":"FillerSpeed","value":240,"state":"written","text":""})"}},
+         {R"("counts":{"written":0,"verified":33,"differs":0,"failed":0,"not tried":0,"not written":0})",
+          R"({"symbol":"Filler.Speed","domain":"Filler","member":"FillerSpeed","before":240,"value":240,"after":240,"state")"}},
+        {"ravik symbol set Filler.Pressure 3.25 >out && ravik --json diff Products::Cola1500",
+         {R"("value":{"counts":{"differs":1,"same":32,"unread":0},"rows":[{"symbol":"Filler.Pressure")"}},
+        {"ravik diff Products::Cola1500 Products::Cola1500", {"0 of 33 symbols differ, 33 same."}},
+        {"ravik diff Filling::Cola1500 Capping::Pco28", {"only in Filling::Cola1500", "only in Capping::Pco28"}},
         {"ravik active Nothing", {}, {"MISSING_RECIPE_DATA"}},
     });
 }

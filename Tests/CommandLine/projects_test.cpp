@@ -24,7 +24,7 @@ protected:
 TEST_F(SampleProject, activates_recipes_and_shows_what_was_written)
 {
     shell.expect_both({
-        {"ravik activate Bread", {"Mixer.Speed", "120.0", "24.0", "written", "4 symbols written in 1 domain"}},
+        {"ravik activate Bread", {"Mixer.Speed", "120.0", "24.0", "verified", "4 symbols written in 1 domain"}},
         {"ravik activate Bred", {"No symbol was written"}, {"ACTIVATING_FAILED", "did you mean 'Bread'?"}},
         {R"(ravik call ActivateRecipe '{"path": "Pizza"}')", {"ActivateRecipe: done"}},
         {"ravik call ActivateRecipe '[1]'", {}, {"INVALID_WRITEVALUE"}},
@@ -43,7 +43,7 @@ TEST_F(SampleProject, marks_the_symbols_that_could_not_be_written)
                   {"ACTIVATING_RECIPE_PARTLY_FAILED", "Mixer.Speed"}});
     // Nothing of a group is sent where one value of it does not fit.
     shell.expect({"sed -i 's/300 }/100 }/' ravik.json; ravik --json activate Bread",
-                  {R"("counts":{"written":0,"failed":1,"not tried":3})", R"("value":480,"state":"not tried")"},
+                  {R"("failed":1,"not tried":3,"not written":0})", R"("value":480,"after":null,"state":"not tried")"},
                   {"RANGE_MISMATCH"}});
     shell.expect({R"(sed -i 's/"Mixer.Speed":/"Mixer.Pace":/' ravik.json; ravik update Bread)",
                   {"failed"},

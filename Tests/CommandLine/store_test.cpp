@@ -22,7 +22,9 @@ protected:
             recipes.append(300, 'x').append("\"}}");
         }
         shell.write("more.json", R"({"recipeList":{)" + recipes + "}}");
-        expect("ravik init && ravik import recipes.json && ravik import more.json", 0, "100 recipes");
+        // A history that is too small for what was imported can't give anything back.
+        expect("ravik init && sed -i '1a \"history\": {\"size\": \"1 KiB\"},' ravik.json && " + import, 0,
+               "100 recipes");
     }
 
     /// Runs the line and expects its status and, on either stream, the text.
@@ -41,6 +43,7 @@ protected:
                "x' ravik.db | head -n 1 | cut -d: -f1) / 4096))";
     }
 
+    std::string const import = "ravik import recipes.json && ravik import more.json";
     Shell shell;
 };
 
@@ -53,7 +56,7 @@ TEST_F(StoreCommands, look_after_a_store_that_is_whole)
         char const* text;
     };
     for (auto const& each : {
-             Case{"check", 0, "The store is whole: 105 rows."},
+             Case{"check", 0, "The store is whole: 105 rows, "},
              Case{"repair", 0, "nothing to repair"},
              Case{"backup --force b.db", 0, "b.db"},
              Case{"restore b.db", 0, "105 rows"},
@@ -76,7 +79,7 @@ TEST_F(StoreCommands, look_after_a_store_that_is_whole)
         expect("ravik store " + std::string(each.arguments), each.status, each.text);
         expect("ravik --json store " + std::string(each.arguments), each.status, "{\"result\":");
     }
-    expect("ravik --json store check", 0, R"("value":{"rows":105,"faults":[]})");
+    expect("ravik --json store check", 0, R"("value":{"rows":105,"records":2,"faults":[]})");
     expect("ravik delete recipeList::R5 && ravik store restore b.db", 1, "--force replaces it");
     expect("ravik store restore --force b.db && ravik get recipeList::R5", 0, "<5x");
     expect("rm ravik.db && ravik store check", 3, "there is no store");
@@ -120,6 +123,14 @@ TEST_F(StoreCommands, tell_damage_and_keep_what_can_be_had)
         expect("ravik get recipeList::" + std::string(each.lost), 1, "ENTRY_NOT_FOUND");
         expect("ravik store restore --force b.db && ravik store check", 0, "105 rows");
     }
+}
+
+TEST_F(StoreCommands, repair_from_the_history)
+{
+    expect("rm ravik.db && sed -i '/\"history\"/d' ravik.json && " + import + " && " + empty_page_of("50"), 0);
+    expect("ravik store repair", 0, "The history gave back:\n  recipeList::R");
+    expect("ravik store check", 0, "105 rows, 2 records of the history");
+    expect("ravik get recipeList::R50", 0, "<50x");
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 
 #include <memory>
 #include <string_view>
+#include <vector>
 
 namespace RavikSrv
 {
@@ -31,6 +32,10 @@ public:
     /// The map with all entries, in exactly the memory that it needs. The builder is done with and only to be
     /// destroyed.
     Value finish();
+
+    /// A map with the names of `model`, a map that is not empty, and these values, as many as it has names. The memory
+    /// is the vector's where that has no more than it needs.
+    static Value resembling(Value const& model, std::vector<Value>&& values);
 
 private:
     struct State;

@@ -103,6 +103,16 @@ TEST(Simulation, each_command_of_a_group_stands_for_itself)
     EXPECT_EQ(Press("unreachable", false).outcomes({{"Count", {}}}), "1");
 }
 
+TEST(Simulation, plays_controllers_that_keep_a_value_or_change_it)
+{
+    Press stuck("stuck", Value() << "Count");
+    EXPECT_EQ(stuck.outcomes({{"Count", 7}, {"Count", {}}, {"Count", "x"}, {"Force", 3.0}, {"Force", {}}}),
+              "ok 1 TYPE_MISMATCH ok 3");
+    Press clamped("clamped", map({{"Count", Value() << 2 << 6.5}, {"Force", Value() << -1.5 << 3}}));
+    EXPECT_EQ(clamped.outcomes({{"Count", 1}, {"Count", {}}, {"Count", 5}, {"Count", {}}}), "ok 2 ok 5");
+    EXPECT_EQ(clamped.outcomes({{"Force", -2.0}, {"Force", {}}, {"Force", 9}, {"Force", {}}}), "ok -1.5 ok 3");
+}
+
 TEST(Simulation, values_last_until_the_next_start)
 {
     Press press;
@@ -151,6 +161,13 @@ TEST(Simulation, refuses_settings_that_it_does_not_understand)
         {"writeProtected", Value() << "On" << 5, R"("writeProtected[1]": expected the name of a variable, found int)"},
         {"writeProtected", Value() << "Cuont",
          R"("writeProtected[0]": expected the name of one of the "variables", found 'Cuont')"},
+        {"stuck", true, R"("stuck": expected a list of variable names, found bool)"},
+        {"stuck", Value() << "Cuont", R"("stuck[0]": expected the name of one of the "variables", found 'Cuont')"},
+        {"clamped", 1, R"("clamped": expected an object of variable names and their ranges, found int)"},
+        {"clamped", map({{"Count", Value() << 2 << 1}}),
+         R"("clamped::Count": expected the lowest and the highest number, as a list, found vector)"},
+        {"clamped", map({{"Cuont", Value() << 1 << 2}}),
+         R"("clamped::Cuont": expected the name of one of the "variables", found 'Cuont')"},
     };
     for (auto const& [key, setting, text] : cases)
     {

@@ -1,4 +1,5 @@
 #include "Configuration/Store.h"
+#include "Configuration/place_changes.h"
 #include "Configuration/store_care.h"
 
 #include "Support/TemporaryFolder.h"
@@ -84,6 +85,31 @@ TEST(Store, tells_a_second_process_who_has_it)
     EXPECT_EQ(status_of([&] { return refused(file).find(expected) != std::string::npos; }), 0);
 }
 
+/// A record of an edit that wrote the value, or removed it, at the path.
+StoredRecord record(std::string const& path, std::optional<std::string> const& before,
+                    std::optional<std::string> const& after, bool inside = false)
+{
+    auto const value = [](std::optional<std::string> const& text)
+    { return text ? std::optional(Json::parse(*text)) : std::nullopt; };
+    StoredRecord record{.time = "2026-11-21T08:30:00.000Z", .who = "anna", .asked = path};
+    record.places = places_text(
+        {{.domain = domain, .path = path, .inside = inside, .before = value(before), .after = value(after)}});
+    return record;
+}
+
+RecordBounds const boundless{.oldest = "", .bytes = 1'000'000};
+
+void add_records(fs::path const& file, std::vector<StoredRecord> const& records)
+{
+    auto const store = Store::open(file, 0s);
+    store->begin();
+    for (auto const& each : records)
+    {
+        store->add_record(each, boundless);
+    }
+    store->commit();
+}
+
 /// The store that the program made before rows had checksums, with the recipes of the example.
 class StoreCareTest : public testing::Test
 {
@@ -94,6 +120,15 @@ protected:
     fs::path const file = folder.path() / "ravik.db";
     std::string const expected = Json::write(Json::parse(content_of(PLANT_RECIPES)));
 };
+
+TEST_F(StoreCareTest, brings_over_a_store_without_a_history)
+{
+    fs::copy_file(FORMAT_2_STORE, file, fs::copy_options::overwrite_existing);
+    EXPECT_TRUE(check_store(file, 0s).is_whole());
+    EXPECT_EQ(content(file), expected);
+    add_records(file, {record("recipeList::A", {}, "{}")});
+    EXPECT_EQ(check_store(file, 0s).records, 1U);
+}
 
 TEST_F(StoreCareTest, brings_over_a_store_of_the_first_layout_however_often_it_is_killed)
 {
@@ -160,6 +195,93 @@ TEST_F(StoreCareTest, names_what_is_wrong_and_repairs_the_rest)
     }
 }
 
+TEST_F(StoreCareTest, holds_records_of_the_history_to_their_checksums_and_repairs_from_them)
+{
+    auto const is = [](auto const& value) { return Json::write(Json::parse(value)); };
+    auto const crown = is(R"({"recipeTypeName":"Capping::Crown","values":{"CapType":"Crown26"}})");
+    // What is written whole is known, and what changed in it since.
+    add_records(file, {record("recipeList::Capping::Crown", {}, crown),
+                       record("recipeList::Capping::Crown::values::CapType", "\"Crown26\"", "\"Crown28\"", true),
+                       record("recipeList::Capping::SportCap::values::CapType", "1", "2", true)});
+    struct Case
+    {
+        char const* damage;
+        char const* fault;
+        std::size_t rows_lost = 0;
+        std::size_t records_lost = 0;
+        std::vector<std::string> recovered = {};
+    };
+    auto const rows = check_store(file, 0s).rows;
+    for (auto const& each : {
+             Case{"UPDATE history SET who='eve' WHERE id=2", "the record 2 of the history is damaged", 0, 1},
+             Case{"DELETE FROM history WHERE id=3", "1 of 3 records of the history are lost", 0, 1},
+             Case{"DELETE FROM entry WHERE path='recipeList::Capping::Crown'",
+                  "1 of 47 rows are lost",
+                  0,
+                  0,
+                  {"recipeList::Capping::Crown"}},
+             Case{"DELETE FROM entry WHERE path='recipeList::Capping::SportCap'", "1 of 47 rows are lost", 1},
+             Case{"DELETE FROM entry WHERE path='recipeList::Capping::Crown'; DELETE FROM history WHERE id=2",
+                  "1 of 47 rows are lost", 1, 1},
+         })
+    {
+        SCOPED_TRACE(each.damage);
+        auto const copy = folder.path() / "copy.db";
+        fs::copy_file(file, copy, fs::copy_options::overwrite_existing);
+        run_sql(copy, each.damage);
+        EXPECT_NE(refused(copy).find(each.fault), std::string::npos) << refused(copy);
+        auto const repaired = repair_store(copy, 0s);
+        EXPECT_EQ(repaired.recovered, each.recovered);
+        EXPECT_EQ(repaired.rows, rows - each.rows_lost);
+        EXPECT_EQ(check_store(copy, 0s).records, 3 - each.records_lost);
+        EXPECT_EQ(content(copy).find("Crown28") == std::string::npos, each.recovered.empty());
+    }
+}
+
+TEST(Store, keeps_records_within_bounds_and_gives_no_number_twice)
+{
+    TemporaryFolder const folder;
+    auto const file = folder.path() / "s.db";
+    auto const ids = [](Store& store)
+    {
+        std::vector<std::int64_t> found;
+        for (auto const& each : store.records_before(100, 10))
+        {
+            found.push_back(each.id);
+        }
+        return found;
+    };
+    auto const add = [](Store& store, char const* time, RecordBounds const& bounds)
+    {
+        StoredRecord added{.time = time, .body = std::string(1000, 'x')};
+        store.begin();
+        added.id = store.add_record(added, bounds);
+        store.commit();
+        EXPECT_EQ(store.record(added.id), added);
+    };
+    {
+        auto const store = Store::open(file, 0s);
+        for (auto const* const time : {"1", "2", "3", "4"})
+        {
+            add(*store, time, boundless);
+        }
+        add(*store, "5", {.oldest = "3", .bytes = 1'000'000});
+        EXPECT_EQ(ids(*store), (std::vector<std::int64_t>{5, 4, 3}));
+        add(*store, "6", {.oldest = "", .bytes = 3000});
+        EXPECT_EQ(ids(*store), (std::vector<std::int64_t>{6, 5}));
+        store->begin();
+        EXPECT_TRUE(store->replace_record({.id = 6, .time = "7"}));
+        EXPECT_FALSE(store->replace_record({.id = 1, .time = "7"}));
+        store->add_record({.time = "8"}, boundless);
+        store->rollback();
+        add(*store, "9", {.oldest = "9", .bytes = 0});
+    }
+    auto const store = Store::open(file, 0s);
+    EXPECT_EQ(ids(*store), (std::vector<std::int64_t>{7}));
+    add(*store, "9", boundless);
+    EXPECT_EQ(ids(*store), (std::vector<std::int64_t>{8, 7}));
+}
+
 TEST_F(StoreCareTest, restores_a_backup_where_nothing_is_lost_by_it)
 {
     auto const backup = folder.path() / "backup.db";
@@ -179,6 +301,8 @@ TEST_F(StoreCareTest, restores_a_backup_where_nothing_is_lost_by_it)
     EXPECT_EQ(restore_store(file, backup, Replaced::anything, 0s).kept_as, "");
     EXPECT_EQ(content(file), expected);
     EXPECT_EQ(restore_store(file, backup, kept, 0s).kept_as, "") << "it holds the same";
+    add_records(file, {record("recipeList", "1", "2")});
+    EXPECT_NE(refusal([&] { restore_store(file, backup, kept, 0s); }).find("--force"), std::string::npos);
     folder.write("ravik.db", "no database at all, that is to say nothing of which anything could be kept");
     EXPECT_NE(restore_store(file, backup, kept, 0s).kept_as, "");
     EXPECT_EQ(content(file), expected);

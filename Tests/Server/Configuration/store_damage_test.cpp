@@ -136,9 +136,12 @@ TEST_F(DamageTest, of_a_bit_is_found_or_does_no_harm)
     constexpr int flips = 600;
     for (std::size_t flip = 0; flip < flips; ++flip)
     {
-        // Every other one hits the head of a page, where what holds the pages together stands.
-        auto const byte = flip % pages * page_size + random() % (flip / pages % 2 == 0 ? 100 : page_size);
-        auto const bit = random() % 8;
+        // The first ones hit all bits of the header's version numbers, then every other one the head of a page, where
+        // what holds the pages together stands.
+        constexpr std::size_t versions = 18;
+        auto const byte = flip < 16 ? versions + flip / 8
+                                    : flip % pages * page_size + random() % (flip / pages % 2 == 0 ? 100 : page_size);
+        auto const bit = flip < 16 ? flip % 8 : random() % 8;
         SCOPED_TRACE("byte " + std::to_string(byte) + ", bit " + std::to_string(bit));
         harmless += opens(spoilt(flipped(bytes, byte, bit)), expected) ? 1 : 0;
         ASSERT_FALSE(HasFailure());

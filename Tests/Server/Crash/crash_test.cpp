@@ -4,9 +4,10 @@
 //
 // The steps (edits of all kinds, backups and restores of the store) are numbered and the same in every run. The process
 // acknowledges each one that was answered with success. After a kill the store must be whole, the project open without
-// a fault that `check` finds, and hold the outcome of the last acknowledged step or, as a whole, of the one after it;
-// and where there is a backup it must be a whole one. Every fifth process is killed while it brings over a store of the
-// first layout instead. Exit status 0 where all that always held.
+// a fault that `check` finds, and hold the outcome of the last acknowledged step or, as a whole, of the one after it,
+// with a record in its history for each step that changed something and no more; and where there is a backup it must be
+// a whole one. Every fifth process is killed while it brings over a store of the first layout instead. Exit status 0
+// where all that always held.
 
 #include "Configuration/Store.h"
 #include "Configuration/store_care.h"
@@ -131,14 +132,37 @@ struct Model
 {
     std::unique_ptr<Project> project;
     RavikSrv::Value backup;
+    /// The records that the history of a project on disk holds, and that of its backup.
+    std::int64_t records = 0;
+    std::int64_t records_of_backup = 0;
 
     bool back_up()
     {
         backup = project->get(domain, "").value;
+        records_of_backup = records;
         return true;
     }
-    bool restore() const { return replace(*project, backup); }
+    bool restore()
+    {
+        auto const is_made = replace(*project, backup);
+        records = records_of_backup;
+        return is_made;
+    }
 };
+
+/// The number of the last record, which has to belong to what there is.
+std::int64_t last_record(Project& project)
+{
+    auto const newest = project.history({.limit = 1}).records;
+    if (newest.empty())
+    {
+        return 0;
+    }
+    RevertOptions options;
+    options.dry_run = true;
+    auto const report = project.revert(newest.front().id, options);
+    return report.succeeded() ? newest.front().id : -1;
+}
 
 /// Makes the step of that number, the outcome of the one before it given.
 template <typename Place> bool make_step(Place& place, int number)
@@ -273,7 +297,10 @@ private:
     void step()
     {
         ++m_last;
+        auto const before = m_model.project->get(domain, "").value;
         expect(make_step(m_model, m_last), "step " + std::to_string(m_last) + " is impossible");
+        auto const is_edit = step_text(m_last) != "backup" && step_text(m_last) != "restore";
+        m_model.records += is_edit && !(m_model.project->get(domain, "").value == before) ? 1 : 0;
     }
 
     void compare(int acknowledged)
@@ -293,6 +320,10 @@ private:
         expect(found == text_of(*m_model.project) && !has_faults(*place.project),
                "after step " + std::to_string(m_last) + " there is\n" + found + "\ninstead of\n" +
                    text_of(*m_model.project) + ", or a reference dangles");
+        auto const record = last_record(*place.project);
+        expect(record == m_model.records, "after step " + std::to_string(m_last) + " the last record is " +
+                                              std::to_string(record) + " instead of " +
+                                              std::to_string(m_model.records));
     }
 
     /// It is the last one, the one before where a new one was being made in its place, or one more.
@@ -311,7 +342,9 @@ private:
     }
 
     TemporaryFolder m_folder;
-    std::filesystem::path m_file = m_folder.write("ravik.json", project_file());
+    /// With a history so small that records go.
+    std::filesystem::path m_file =
+        m_folder.write("ravik.json", R"({"history":{"size":"8 MiB"},)" + project_file().substr(1));
     std::filesystem::path m_store = store_of(m_folder.path());
     Model m_model{.project = opened(m_file, nullptr), .backup = {}};
     int m_last = -1;

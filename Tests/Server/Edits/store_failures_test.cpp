@@ -35,6 +35,17 @@ public:
     }
     void commit() override { before_call(), m_store->commit(); }
     void rollback() noexcept override { m_store->rollback(); }
+    std::int64_t add_record(StoredRecord record, RecordBounds const& bounds) override
+    {
+        before_call();
+        return m_store->add_record(std::move(record), bounds);
+    }
+    bool replace_record(StoredRecord const& record) override { return m_store->replace_record(record); }
+    std::optional<StoredRecord> record(std::int64_t id) override { return m_store->record(id); }
+    std::vector<StoredRecord> records_before(std::int64_t before, std::size_t most) override
+    {
+        return m_store->records_before(before, most);
+    }
 
 private:
     void before_call()

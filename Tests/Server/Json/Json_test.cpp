@@ -1,6 +1,7 @@
 #include "Json/Document.h"
 #include "Json/Json.h"
 #include "Json/Reader.h"
+#include "Json/exact_reading.h"
 
 #include "Support/values.h"
 #include <gmock/gmock.h>
@@ -192,6 +193,110 @@ TEST(JsonReader, maps_of_one_shape_share_their_keys)
     EXPECT_FALSE(share_keys(first[0], first[1]) || share_keys(first[0], first[2]));
     EXPECT_EQ(write(first[4]), R"({"n":1,"x":2,"z":3})");
     EXPECT_EQ(write(first[5]), R"({"x":1,"n":2,"y":3})");
+}
+
+/// What reading the text gives: its value, or what is wrong with it and where.
+template <typename Read> std::pair<Value, std::string> outcome(std::string const& text, Read const& read)
+{
+    // A copy of exactly the text's size, so that a read beyond its end is seen.
+    std::vector<char> const bytes(text.begin(), text.end());
+    try
+    {
+        return {read(std::string_view(bytes.data(), bytes.size())), ""};
+    }
+    catch (ParseError const& error)
+    {
+        auto const [line, column] = error.location();
+        return {Value(), error.what() + (" at " + std::to_string(line)) + ":" + std::to_string(column)};
+    }
+}
+
+/// Whether a reader that has read `before` reads the text as one that reads every text anew and with care.
+void expect_read(std::string const& text, std::string const& before)
+{
+    Reader reader;
+    reader.parse(before);
+    auto const [value, error] = outcome(text, [&](std::string_view bytes) { return reader.parse(bytes); });
+    auto const [expected_value, expected_error] = outcome(text, read_exactly);
+    EXPECT_EQ(error, expected_error) << text;
+    EXPECT_EQ(value, expected_value) << text;
+    EXPECT_EQ(write(value), write(expected_value)) << text;
+}
+
+TEST(JsonReader, reads_what_differs_from_the_text_before)
+{
+    auto const before = "{\"type\":\"T\xC3\xBCr\",\"values\":{\"a\":1,\"b\":-0.25,\"\":[{\"x\":1},{\"x\":{\"x\":22}}],"
+                        "\"d\\u00e9\\n\":true,\"e\":1e3,\"long name\":[[],{}]},\"n\":null}"s;
+    expect_read(before, before);
+    for (std::size_t at = 0; at < before.size(); ++at)
+    {
+        expect_read(before.substr(0, at), before);
+        expect_read(before.substr(0, at) + before.substr(at + 1), before);
+        for (auto const character : "\"\\,:}]{[0.-eEn \n\x01\x80\xC3"s + '\0')
+        {
+            expect_read(before.substr(0, at) + character + before.substr(at + 1), before);
+            expect_read(before.substr(0, at) + character + before.substr(at), before);
+        }
+    }
+    for (auto const* const text :
+         {R"({"a":1,"b":2})", R"({"a":1})", R"({"b":2,"a":1})", R"({"a":1,"b":2,"c":3})", R"({"a":1,"b":2,"a":3})",
+          R"({"a":1,"a":2})", R"({ "a" : 1 , "b" : {"a":1,"b":2} })", R"({"a":{"a":1,"c":"x"},"b":[{"a":1,"b":2}]})"})
+    {
+        expect_read(text, R"({"a":1,"b":2})");
+        expect_read(text, R"({"a":1,"b":{"a":"x","b":"x"}})");
+    }
+}
+
+TEST(JsonReader, reads_numbers_of_any_length)
+{
+    std::mt19937 random(7); // NOLINT(cert-msc51-cpp,cert-msc32-c)
+    for (int count = 0; count < 20'000; ++count)
+    {
+        std::string text;
+        for (auto digits = 1 + random() % 21; digits != 0; --digits)
+        {
+            text += static_cast<char>('0' + random() % (count % 2 == 0 ? 10 : 2));
+        }
+        if (random() % 4 != 0)
+        {
+            text.insert(random() % (text.size() + 1), ".");
+        }
+        if (random() % 4 == 0)
+        {
+            text += (random() % 2 == 0 ? "e-" : "E") + std::to_string(random() % 400);
+        }
+        expect_read((random() % 2 == 0 ? "-" : "") + text, "1");
+    }
+    for (auto const* const text : {"2147483647", "2147483648", "-2147483648", "-2147483649", "9223372036854775807",
+                                   "-9223372036854775808", "9223372036854775808", "-0", "-0.0", "9007199254740993.0",
+                                   "0.9007199254740993", "1e400", "-1e-400", "+1", "1.5e3", "0e99999999999"})
+    {
+        expect_read(text, "1");
+    }
+}
+
+TEST(JsonReader, shares_what_resembles_within_bounds)
+{
+    // More shapes than the reader keeps, and one of more names.
+    Reader reader;
+    std::string wide;
+    for (int number = 0; number < 5'000; ++number)
+    {
+        std::string entries;
+        for (int name = 0; name < 20; ++name)
+        {
+            entries.append(name == 0 ? "\"" : ",\"").append(std::to_string(number * 20 + name)).append(R"(":"t")");
+        }
+        std::string text = "[{";
+        text.append(entries).append("},{").append(entries).append("}]");
+        ASSERT_EQ(write(reader.parse(text)), text);
+        wide.append(wide.empty() ? "{" : ",").append(entries);
+    }
+    wide += "}";
+    ASSERT_EQ(write(reader.parse(wide)), wide);
+    auto const maps = reader.parse(R"([{"a":"text"},{"a":"text"},{"a":"text"}])");
+    EXPECT_TRUE(share_keys(maps[0], maps[1]));
+    EXPECT_EQ(maps[1]["a"].get_string(), maps[2]["a"].get_string());
 }
 
 TEST(JsonWrite, writes_what_json_has_no_kind_for)

@@ -41,8 +41,10 @@ TEST(ProjectFile, holds_extensions_and_symbols)
   "symbols": {
     "Line.Speed": { "DOMAIN": "Line", "MAPPING": "Speed", "USEMAPPING": true,
                     "SCHEMA": { "$ref": "ravik:general#/definitions/REAL" } },
-    "Own:1": { "DOMAIN": "RavikSrv", "USEMAPPING": false, "SCHEMA": false }
-  }
+    "Own:1": { "DOMAIN": "RavikSrv", "USEMAPPING": false, "SCHEMA": false, "TOLERANCE": 0, "VERIFY": false }
+  },
+  "activation": { "verify": false },
+  "history": { "keep": "2 weeks", "size": "1 GiB" }
 })";
     EXPECT_TRUE(fits_schema(text));
     auto const project = read(text);
@@ -52,7 +54,12 @@ TEST(ProjectFile, holds_extensions_and_symbols)
     EXPECT_EQ(project.extensions[1].configuration["variables"]["Speed"], Value(0.0));
     EXPECT_EQ(project.symbols.size(), 2U);
     EXPECT_EQ(project.symbols["Line.Speed"]["MAPPING"], Value("Speed"));
+    EXPECT_EQ(project.history.keep, std::chrono::hours(14 * 24));
+    EXPECT_EQ(project.history.size, 1U << 30U);
+    EXPECT_TRUE(project.activation.capture);
+    EXPECT_FALSE(project.activation.verify);
     EXPECT_EQ(read(R"({"extensions": []})").symbols, Value(ValueType::Map));
+    EXPECT_EQ(read(R"({"extensions": [], "history": {"size": "1 KiB"}})").history.keep, HistoryBounds().keep);
 }
 
 TEST(ProjectFile, tells_what_was_expected_where)
@@ -83,7 +90,20 @@ TEST(ProjectFile, tells_what_was_expected_where)
         {"\n{}", "2:1", R"(the key "extensions" (a list), found none)"},
         {R"({"extensions": {}})", "1:2", R"(expected "extensions" to be a list, found an object)"},
         {"{\"extensions\": [],\n \"symbol\\n\": {}}", "2:2",
-         R"(keys "$schema", "extensions", "symbols", found "symbol\n")"},
+         R"(keys "$schema", "extensions", "symbols", "activation", "history", found "symbol\n")"},
+        {R"({"extensions": [], "history": "90 days"})", "1:20", R"("history" to be an object, found "90 days")"},
+        {R"({"extensions": [], "history": {"kept": 1}})", "1:32", R"(keys "keep", "size", found "kept")"},
+        {R"({"extensions": [], "history": {"keep": 90}})", "1:32", R"("keep" to be a text, found 90)"},
+        {R"({"extensions": [], "history": {"keep": "90"}})", "1:32", R"(such as "90 days", found "90")"},
+        {R"({"extensions": [], "history": {"size": "256 MB"}})", "1:32", R"(such as "256 MiB", found "256 MB")"},
+        {R"({"extensions": [], "activation": {"verify": 1}})", "1:35",
+         R"(expected "verify" to be true or false, found 1)"},
+        {R"({"extensions": [], "activation": {"Verify": true}})", "1:35",
+         R"(keys "capture", "verify", found "Verify")"},
+        {symbols(R"("S": {"DOMAIN": "Line", "VERIFY": 0})"), "2:25", R"("VERIFY" to be true or false)"},
+        {symbols(R"("S": {"DOMAIN": "Line", "TOLERANCE": "1"})"), "2:25", R"("TOLERANCE" to be a number)"},
+        {symbols(R"("S": {"DOMAIN": "Line", "TOLERANCE": -0.5})"), "2:25",
+         "0 or more, in the symbol's unit, found -0.5"},
         {R"({"extensions": ["a.so"]})", "1:17", R"(expected an extension to be an object, found "a.so")"},
         {extension(R"("library": "A")"), "2:2", R"(the key "domain" (a text))"},
         {extension(R"("domain": "A", "library": "")"), "2:18", "empty"},

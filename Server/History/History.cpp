@@ -1,0 +1,253 @@
+#include "History/History.h"
+
+#include "Configuration/StoreError.h"
+#include "Configuration/configuration_keys.h"
+#include "History/timestamp.h"
+#include "Json/Json.h"
+
+#include <array>
+#include <limits>
+#include <pwd.h>
+#include <unistd.h>
+#include <utility>
+
+namespace Ravik
+{
+
+using RavikSrv::Value;
+using RavikSrv::ValueType;
+
+namespace
+{
+
+/// The longest "asked" that a record keeps, in bytes.
+constexpr std::size_t longest_asked = 300;
+/// The longest note and text.
+constexpr std::size_t longest_text = 10'000;
+
+std::string account()
+{
+    std::array<char, 4096> memory{};
+    struct passwd entry = {};
+    struct passwd* found = nullptr;
+    auto const user = geteuid();
+    auto const result = getpwuid_r(user, &entry, memory.data(), memory.size(), &found);
+    return result == 0 && found != nullptr ? std::string(found->pw_name) : "uid " + std::to_string(user);
+}
+
+/// The text cut short, between two characters of UTF-8.
+std::string shortened(std::string text, std::size_t longest)
+{
+    if (text.size() <= longest)
+    {
+        return text;
+    }
+    auto const is_within_character = [&](std::size_t position)
+    { return (static_cast<unsigned char>(text[position]) & 0xC0U) == 0x80U; };
+    while (longest > 0 && is_within_character(longest))
+    {
+        --longest;
+    }
+    return text.erase(longest) + "…";
+}
+
+std::string body_text(Value const& body)
+{
+    if (!body.isset())
+    {
+        return {};
+    }
+    if (auto const obstacle = Json::obstacle(body); !obstacle.empty())
+    {
+        throw StoreError("the record can't be stored: " + obstacle);
+    }
+    return Json::write(body);
+}
+
+Value place_value(PlaceChange const& place)
+{
+    Value value;
+    value.insert("domain", Value(std::string_view(place.domain)));
+    value.insert("path", Value(std::string_view(place.path)));
+    if (place.inside)
+    {
+        value.insert("inside", true);
+    }
+    if (place.before)
+    {
+        value.insert("before", *place.before);
+    }
+    if (place.after)
+    {
+        value.insert("after", *place.after);
+    }
+    return value;
+}
+
+Value body_of(StoredRecord const& stored)
+{
+    if (stored.places.empty())
+    {
+        return stored.body.empty() ? Value() : Json::parse(stored.body);
+    }
+    Value places(ValueType::Vector);
+    for (auto const& place : read_places(stored.places))
+    {
+        places << place_value(place);
+    }
+    Value body;
+    body.insert("places", places);
+    return body;
+}
+
+HistoryRecord without_body(StoredRecord const& stored)
+{
+    return {.id = stored.id,
+            .time = stored.time,
+            .who = stored.who,
+            .action = stored.action,
+            .asked = stored.asked,
+            .outcome = stored.outcome,
+            .text = stored.text,
+            .note = stored.note};
+}
+
+bool is_about(StoredRecord const& stored, std::string const& recipe)
+{
+    if (!stored.body.empty() && Json::parse(stored.body)["recipe"] == Value(std::string_view(recipe)))
+    {
+        return true;
+    }
+    return has_place_at(stored.places, Tree::join(Key::recipe_list, recipe));
+}
+
+} // namespace
+
+std::vector<PlaceChange> places_of(HistoryRecord const& record)
+{
+    auto const told = [](Value const& place, char const* key)
+    { return place.find(key) == place.end() ? std::nullopt : std::optional(place[key]); };
+    std::vector<PlaceChange> places;
+    auto const& values = record.body["places"];
+    for (auto place = values.begin_vector(); place != values.end_vector(); ++place)
+    {
+        places.push_back({.domain = (*place)["domain"].get_string(),
+                          .path = (*place)["path"].get_string(),
+                          .inside = place->find("inside") != place->end(),
+                          .before = told(*place, "before"),
+                          .after = told(*place, "after")});
+    }
+    return places;
+}
+
+History::History(Configuration& configuration, HistoryBounds bounds)
+    : m_configuration(configuration), m_bounds(bounds), m_account(account())
+{
+}
+
+RecordBounds History::bounds_now() const
+{
+    return {.oldest = timestamp(std::chrono::system_clock::now() - m_bounds.keep), .bytes = m_bounds.size};
+}
+
+// Writing -------------------------------------------------------------------------------------------------------------
+
+void History::remember(Configuration::Turn& turn, Deed const& deed) const
+{
+    auto const places = m_bounds.size == 0 ? std::vector<PlaceChange>() : turn.places();
+    if (places.empty())
+    {
+        return;
+    }
+    auto const& origin = deed.origin;
+    StoredRecord record{.time = timestamp(std::chrono::system_clock::now()),
+                        .who = origin.who.empty() ? m_account : origin.who,
+                        .action = deed.action,
+                        .asked = shortened(origin.asked.empty() ? deed.asked : origin.asked, longest_asked),
+                        .outcome = deed.outcome,
+                        .text = shortened(deed.text, longest_text),
+                        .note = shortened(origin.note, longest_text),
+                        .body = {},
+                        .places = places_text(places)};
+    if (record.places.size() > m_bounds.size)
+    {
+        record.places.clear();
+        record.text +=
+            (record.text.empty() ? "" : "; ") + std::string("what changed is larger than the history may be");
+    }
+    turn.remember(std::move(record), bounds_now());
+}
+
+std::int64_t History::begin(HistoryRecord const& record)
+{
+    if (m_bounds.size == 0)
+    {
+        return 0;
+    }
+    return m_configuration.add_record({.time = timestamp(std::chrono::system_clock::now()),
+                                       .who = record.who.empty() ? m_account : record.who,
+                                       .action = record.action,
+                                       .asked = shortened(record.asked, longest_asked),
+                                       .outcome = record.outcome,
+                                       .text = shortened(record.text, longest_text),
+                                       .note = shortened(record.note, longest_text),
+                                       .body = body_text(record.body),
+                                       .places = {}},
+                                      bounds_now());
+}
+
+bool History::complete(std::int64_t id, std::string const& outcome, std::string const& text, Value const& body)
+{
+    auto record = m_configuration.record(id);
+    if (!record)
+    {
+        return false;
+    }
+    record->outcome = outcome;
+    record->text = shortened(text, longest_text);
+    record->body = body_text(body);
+    return m_configuration.replace_record(*record);
+}
+
+// Reading -------------------------------------------------------------------------------------------------------------
+
+std::vector<HistoryRecord> History::list(HistoryFilter const& filter) const
+{
+    // Each few are read by themselves, so that no commit waits for long.
+    constexpr std::size_t at_once = 20;
+    std::vector<HistoryRecord> found;
+    auto before = std::numeric_limits<std::int64_t>::max();
+    while (found.size() < filter.limit)
+    {
+        auto const records = m_configuration.records_before(before, at_once);
+        for (auto const& record : records)
+        {
+            auto const is_wanted = record.time >= filter.since && (filter.who.empty() || record.who == filter.who) &&
+                                   (filter.recipe.empty() || is_about(record, filter.recipe));
+            if (is_wanted && found.size() < filter.limit)
+            {
+                found.push_back(without_body(record));
+            }
+        }
+        if (records.size() < at_once || records.back().time < filter.since)
+        {
+            break;
+        }
+        before = records.back().id;
+    }
+    return found;
+}
+
+std::optional<HistoryRecord> History::find(std::int64_t id) const
+{
+    auto const stored = m_configuration.record(id);
+    if (!stored)
+    {
+        return std::nullopt;
+    }
+    auto record = without_body(*stored);
+    record.body = body_of(*stored);
+    return record;
+}
+
+} // namespace Ravik

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "Configuration/Configuration.h"
+#include "History/HistoryRecord.h"
+#include "History/Origin.h"
+#include "History/quantities.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Ravik
+{
+
+/// What a turn of edits was for.
+struct Deed
+{
+    std::string action{};
+    /// What was asked, where the origin does not tell it.
+    std::string asked{};
+    Origin origin{};
+    std::string outcome = Outcome::done;
+    std::string text{};
+};
+
+/// The records of what clients did, kept in the store. Thread-safe. All operations but `remember` may throw
+/// `StoreError`.
+class History
+{
+public:
+    /// `configuration` outlives the history.
+    History(Configuration& configuration, HistoryBounds bounds);
+
+    /// Has what the turn, the outermost, changed so far stored with it as a record; there is none where it changed
+    /// nothing. Called last before the turn is committed.
+    void remember(Configuration::Turn& turn, Deed const& deed) const;
+
+    /// Stores a record; its number and time are given to it, and its account where "who" is empty. Waits for no turn.
+    /// Returns the number, 0 where nothing is kept.
+    std::int64_t begin(HistoryRecord const& record);
+    /// Tells how what was begun ended; the rest of the record stays. Returns whether the record is still there.
+    bool complete(std::int64_t id, std::string const& outcome, std::string const& text, RavikSrv::Value const& body);
+
+    /// The newest records first, without their bodies.
+    std::vector<HistoryRecord> list(HistoryFilter const& filter) const;
+    std::optional<HistoryRecord> find(std::int64_t id) const;
+
+private:
+    RecordBounds bounds_now() const;
+
+    Configuration& m_configuration;
+    HistoryBounds m_bounds;
+    std::string m_account;
+};
+
+} // namespace Ravik

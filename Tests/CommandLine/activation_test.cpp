@@ -1,0 +1,167 @@
+#include "CommandLine/Shell.h"
+
+#include "Support/RecipeNotation.h"
+#include "Json/Json.h"
+
+#include "Controllers/Modbus/ScriptedDevice.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <csignal>
+
+namespace Ravik::Test
+{
+
+namespace
+{
+
+TEST(ActivateCommand, finds_out_what_a_controller_makes_of_a_value)
+{
+    Shell const shell;
+    shell.expect({"ravik init && ravik import recipes.json", {"2 recipes"}});
+    shell.expect_all({
+        {"ravik activate --dry-run Bread", {"Mixer.Speed        Mixer   0.0", "differs", "4 of 4 symbols differ."}},
+        {"ravik --json activate --dry-run Bread", {R"("counts":{"differs":4,"same":0,"unread":0})"}},
+        {"ravik --json symbol get Mixer.Speed", {"0.0"}},
+        {"ravik --json activate --no-verify Bread", {R"("counts":{"written":4,"verified":0)", R"("after":null)"}},
+        {"ravik activate --dry-run Bread", {"0 of 4 symbols differ, 4 same."}},
+        {R"(sed -i 's/"writeProtected"/"stuck": ["Speed"], "clamped": {"Temperature": [0, 22]}, &/' ravik.json)"
+         " && ravik activate Pizza",
+         {"150.0    differs: the controller holds 120.0", "4 symbols written in 1 domain. 2 verified, 2 differ."},
+         {"FAIL: not everything stands as it should: Mixer.Speed (differs: the controller holds 120.0)"}},
+        {"ravik --json activate Pizza", {R"({"result":257,"name":"FAIL")"}, {"Mixer.Temperature (differs: the"}},
+        {R"(sed -i 's/definitions\/REAL" }/&, "TOLERANCE": 0.5/; s/0, "maximum": 300 }/&, "VERIFY": false/' ravik.json)"
+         " && ravik activate Pizza",
+         {"3 verified.", "150.0    written"}},
+        {"ravik diff Pizza", {"Mixer.Speed  Speed   150.0", "1 of 4 symbols differs, 3 same."}},
+        {"ravik diff Bread Pizza", {"Mixer.Temperature", "24.0", "22.5", "4 of 4 symbols differ."}},
+        {R"(sed -i 's/"writeProtected"/"unreachable": true, &/' ravik.json; ravik activate --dry-run Pizza)",
+         {"unread: UNREACHABLE", "0 of 4 symbols differ, 4 unread."},
+         {"FAIL: not everything could be read: Mixer.Product (unread: UNREACHABLE"}},
+        {"ravik --json diff Pizza", {R"("counts":{"differs":0,"same":0,"unread":4})"}, {"could be read"}},
+        {"ravik activate Pizza", {"0 of 4 symbols written in 1 domain, 4 failed."}, {"UNREACHABLE"}},
+    });
+}
+
+TEST(ActivateCommand, answers_wrong_uses_with_what_to_do_and_changes_nothing)
+{
+    Shell const shell;
+    shell.expect({"ravik init && ravik import recipes.json && ravik activate Bread >out", {"2 recipes"}});
+    auto const before = shell.run("ravik symbols && ravik export -").out;
+    shell.expect_both({
+        {"ravik activate", {}, {"an argument is missing: ravik activate RECIPE"}, 2},
+        {"ravik activate Bread Pizza", {}, {"'Pizza' is one too many"}, 2},
+        {"ravik activate Bread --note", {}, {"option --note needs a value: --note TEXT"}, 2},
+        {"ravik activate Bread --note=", {}, {"option --note needs a value that is not empty"}, 2},
+        {"ravik activate Bread --note a --note b", {}, {"--note is given twice"}, 2},
+        {R"~(ravik activate Bread --note "$(printf '\377')")~", {}, {"the value of --note, '\\xff', is not valid"}, 2},
+        {"ravik activate Bread --no-verify=1", {}, {"--no-verify takes no value"}, 2},
+        {"ravik activate Bread --dry-run --note x", {}, {"--dry-run writes nothing"}, 2},
+        {"ravik activate Bread --dry-run --no-verify", {}, {"--dry-run writes nothing"}, 2},
+        {"ravik activate Bread --verify", {}, {"unknown option --verify; the nearest one is --"}, 2},
+        {"ravik activate Bread --force", {}, {"'activate' takes no option --force"}, 2},
+        {"ravik activate Bread --domain Mixer", {}, {"'activate' takes no option --domain"}, 2},
+        {"ravik activate --all", {}, {"'activate' takes no option --all"}, 2},
+        {"ravik activate Dough", {"No symbol was written."}, {"there is no recipe 'Dough'"}},
+        {"ravik activate recipeList::Pizza", {"No symbol was written."}, {"did you mean 'Pizza'?"}},
+        {"ravik activate ''", {"No symbol was written."}, {"there is no recipe ''"}},
+        {"ravik activate --dry-run Piza", {"No symbol would be written."}, {"did you mean 'Pizza'?"}},
+        {"ravik diff", {}, {"an argument is missing: ravik diff RECIPE [OTHER]"}, 2},
+        {"ravik diff Bread Pizza Bread", {}, {"'Bread' is one too many"}, 2},
+        {"ravik diff Bread --dry-run", {}, {"'diff' takes no option --dry-run"}, 2},
+        {"ravik diff --note x Bread", {}, {"'diff' takes no option --note"}, 2},
+        {"ravik diff Brea", {}, {"ACTIVATING_FAILED", "did you mean 'Bread'?"}},
+        {"ravik diff Bread Piza", {}, {"ACTIVATING_FAILED", "did you mean 'Pizza'?"}},
+        {"ravik diff Brea Pizza", {}, {"did you mean 'Bread'?"}},
+        {"ravik dif Bread", {}, {"unknown command 'dif'", "'diff'"}, 2},
+    });
+    EXPECT_EQ(shell.run("ravik symbols && ravik export -").out, before);
+}
+
+/// A project of a Modbus device at the port, with the registers R0, R2, … and, in another domain, the variable Last.
+std::string device_project(int registers, std::string const& port)
+{
+    std::string symbols = R"("Last": {"DOMAIN": "Tank", "SCHEMA": {"$ref": "ravik:general#/definitions/INT"}})";
+    for (int index = 0; index < registers; ++index)
+    {
+        symbols += ",\"R" + std::to_string(index) + R"(": {"DOMAIN": "Line", "TOLERANCE": 2, "MAPPING": "holding:)" +
+                   std::to_string(100 + 2 * index) +
+                   R"(:int16", "SCHEMA": {"$ref": "ravik:general#/definitions/INT"}})";
+    }
+    return R"({"extensions": [
+        {"domain": "RavikRecipeManagement", "library": "libRavikRecipeManagement.so"},
+        {"domain": "Line", "library": "libRavikModbus.so", "configuration": {"host": "127.0.0.1", "port": )" +
+           port + R"(}},
+        {"domain": "Tank", "library": "libRavikSimulation.so", "configuration": {"variables": {"Last": 5}}}],
+        "symbols": {)" +
+           symbols + "}}";
+}
+
+std::string recipe_of(int registers)
+{
+    auto const members = repeated(registers, "R# ") + "Last";
+    return Json::write(
+        configuration_of("T { " + members + " } | Full:T { " + repeated(registers, "R#=* ") + "Last=1 }"));
+}
+
+TEST(ActivateCommand, sends_at_most_three_times_the_requests_of_the_function)
+{
+    constexpr int registers = 40;
+    ScriptedDevice device;
+    Shell const shell;
+    shell.write("ravik.json", device_project(registers, std::to_string(device.port())));
+    shell.write("recipes.json", recipe_of(registers));
+    shell.expect({"ravik import recipes.json", {"1 recipe"}});
+    auto const requests = [&](std::string const& line)
+    {
+        device.requests();
+        EXPECT_EQ(shell.run(line).status, 0) << line;
+        auto const sent = device.requests();
+        return sent.empty() ? 0 : 1 + std::count(sent.begin(), sent.end(), ' ');
+    };
+    auto const alone = requests(R"(ravik call ActivateRecipe '{"path": "Full"}')");
+    EXPECT_EQ(alone, registers);
+    EXPECT_EQ(requests("ravik activate --dry-run Full"), 1);
+    EXPECT_EQ(requests("ravik activate Full"), alone + 2);
+    EXPECT_EQ(requests("ravik activate --no-verify Full"), alone + 1);
+}
+
+TEST(ActivateCommand, ends_between_two_groups_where_it_is_interrupted)
+{
+    Shell const shell;
+    ScriptedDevice device(
+        [&](ScriptedDevice& self, ScriptedDevice::Request const& request)
+        {
+            if (request.function() != MODBUS_FC_READ_HOLDING_REGISTERS)
+            {
+                kill(std::stoi(content_of(shell.folder() / "pid")), SIGINT);
+            }
+            return self.right_answer(request);
+        });
+    shell.write("ravik.json", device_project(1, std::to_string(device.port())));
+    shell.write("recipes.json", recipe_of(1));
+    shell.expect_all({
+        {"ravik import recipes.json", {"1 recipe"}},
+        {"echo $$ >pid; exec ravik activate Full",
+         {"written\n", "not tried\n", "1 of 2 symbols written in 2 domains, 1 not tried."},
+         {"INTERRUPTED: interrupted after 1 of 2 symbols were written"}},
+        {"ravik symbol get R0 Last", {"\"R0\": 1,\n  \"Last\": 5"}},
+    });
+}
+
+TEST(ActivateCommand, finds_out_the_example_device)
+{
+    Shell const shell;
+    shell.write("ravik.json", device_project(3, "PORT"));
+    shell.write("recipes.json", Json::write(configuration_of("T { R0 R1 R2 } | Full:T { R0=50 R1=52 R2=53 }")));
+    shell.expect({"mkfifo port; modbus_device --keep 100-101 --highest 50 >port & read -r port <port;"
+                  R"( sed -i "s/PORT/$port/" ravik.json; ravik import recipes.json >out; ravik activate Full;)"
+                  " status=$?; kill $!; exit $status",
+                  {"3 symbols written in 1 domain. 1 verified, 2 differ."},
+                  {"R0 (differs: the controller holds 0), R2 (differs: the controller holds 50)"}});
+}
+
+} // namespace
+
+} // namespace Ravik::Test
