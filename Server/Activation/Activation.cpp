@@ -438,7 +438,7 @@ ActivationRows perhaps_written(ActivationRows const& rows)
 
 } // namespace
 
-ActivationReport Activation::revert(Value const& body, RevertOptions const& options)
+ActivationReport Activation::revert(Value const& body, WriteBackOptions const& options)
 {
     auto const recorded = perhaps_written(rows_of(body));
     ActivationReport report;

@@ -43,7 +43,7 @@ struct ActivationOptions
     std::function<void(std::size_t done, std::size_t total)> progress{};
 };
 
-struct RevertOptions
+struct WriteBackOptions
 {
     /// Only show what would be written.
     bool dry_run = false;
@@ -103,7 +103,7 @@ public:
     /// long as that stands there still (of one that did not end: that or what was before). What else stands there is
     /// left alone without `force` and fails the whole; what was not read before, and symbols that are not verified, are
     /// left alone always. It is an activation of its own.
-    ActivationReport revert(RavikSrv::Value const& body, RevertOptions const& options);
+    ActivationReport revert(RavikSrv::Value const& body, WriteBackOptions const& options);
 
     /// The places of symbols, for a `WriteHolds::Hold`.
     std::vector<WriteHolds::Place> places_of(std::vector<std::string> const& symbols) const;

@@ -364,7 +364,7 @@ ActivationReport OpenProject::activate(std::string const& recipe, ActivationOpti
     return m_activation.activate(recipe, on_behalf(options));
 }
 
-ActivationReport OpenProject::revert_activation(Value const& body, RevertOptions const& options)
+ActivationReport OpenProject::revert_activation(Value const& body, WriteBackOptions const& options)
 {
     return m_activation.revert(body, on_behalf(options));
 }

@@ -40,7 +40,7 @@ public:
     ActivationReport activate(std::string const& recipe, ActivationOptions const& options) override;
     ActivationReport plan(std::string const& recipe) override { return m_activation.plan(recipe); }
     ActivationReport expected(std::string const& recipe) override { return m_activation.expected(recipe); }
-    ActivationReport revert_activation(RavikSrv::Value const& body, RevertOptions const& options) override;
+    ActivationReport revert_activation(RavikSrv::Value const& body, WriteBackOptions const& options) override;
 
     ConfigurationOutcome get(std::string const& domain, std::string const& path) const override;
     using Project::set;

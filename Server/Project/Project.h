@@ -8,9 +8,9 @@
 #include "Editing/findings.h"
 #include "Editing/table_text.h"
 #include "Execution/ExecutionRecord.h"
+#include "Execution/FunctionOutcome.h"
 #include "History/HistoryRecord.h"
 #include "History/Origin.h"
-#include "Execution/FunctionOutcome.h"
 #include "Project/ProjectFile.h"
 
 #include "RavikSrvExtApi.h"
@@ -129,7 +129,7 @@ public:
     /// What an activation would write beside what stands in the controllers, or without reading these.
     virtual ActivationReport plan(std::string const& recipe) = 0;
     virtual ActivationReport expected(std::string const& recipe) = 0;
-    virtual ActivationReport revert_activation(RavikSrv::Value const& body, RevertOptions const& options) = 0;
+    virtual ActivationReport revert_activation(RavikSrv::Value const& body, WriteBackOptions const& options) = 0;
 
     /// Reads the entry at `path` of the domain's configuration; the empty path gives the whole.
     virtual ConfigurationOutcome get(std::string const& domain, std::string const& path) const = 0;

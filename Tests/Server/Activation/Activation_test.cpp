@@ -226,7 +226,7 @@ TEST(Revert, writes_back_what_stands_as_it_was_written)
         bool has_ended;
         /// What k holds meanwhile.
         int held;
-        RevertOptions options;
+        WriteBackOptions options;
         char const* expected;
         char const* k_after;
     };
