@@ -492,7 +492,7 @@ Examples:
      .summary = "Print a script that completes command lines",
      .description = R"(
 The script completes commands, options, and the project's own names: recipes, recipe
-types, paths and symbols. With LINE, a command line as far as it is written, it prints
+types, paths, symbols and the newest records of the history. With LINE, a command line as far as it is written, it prints
 what may come next, a line each; so the script asks.
 
 Examples:

@@ -82,7 +82,10 @@ private:
     {
         if (auto const* const option = open_option())
         {
-            return named_by(option->value);
+            // Other options have a NAME too.
+            return option->option == Option::domain ? project().domains()
+                   : option->value == "NAME"        ? Names()
+                                                    : named_by(option->value);
         }
         auto const commands = commands_under(m_arguments.operands);
         if (m_line.last.starts_with("--"))
@@ -178,7 +181,11 @@ private:
         }
         if (what == "NAME")
         {
-            return open_option() != nullptr ? project().domains() : symbols();
+            return symbols();
+        }
+        if (what == "ID")
+        {
+            return records();
         }
         if (what == "FUNCTION")
         {
@@ -213,6 +220,17 @@ private:
         for (auto const& symbol : project().symbols())
         {
             names.push_back(symbol.name);
+        }
+        return names;
+    }
+
+    /// The newest ones.
+    Names records()
+    {
+        Names names;
+        for (auto const& record : project().history({}).records)
+        {
+            names.push_back(std::to_string(record.id));
         }
         return names;
     }

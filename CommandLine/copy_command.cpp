@@ -53,7 +53,7 @@ Answer copy(Invocation& invocation)
         return configuration_answer(present);
     }
     check_copy(path, new_path, project.get(invocation.domain(), "").value);
-    auto const report = project.set(invocation.domain(), new_path, present.value);
+    auto const report = project.set(invocation.domain(), new_path, present.value, invocation.origin());
     if (report.succeeded())
     {
         invocation.output().print("Copied " + path + " to " + new_path + '.');

@@ -141,7 +141,7 @@ std::string section(CommandEntry const& command)
 
 std::string manual()
 {
-    auto text = ".TH RAVIK 1 \"\" \"ravik " + escaped(RAVIK_VERSION) + "\" \"User Commands\"\n" + introduction +
+    auto text = R"(.TH RAVIK 1 "" "ravik )" + escaped(RAVIK_VERSION) + R"(" "User Commands")" + '\n' + introduction +
                 options(nullptr) + ".SH COMMANDS\n";
     for (auto const& command : all_commands())
     {

@@ -149,8 +149,8 @@ Answer save(Invocation& invocation)
     Answer answer;
     if (target != name || values.count(saved) != 0)
     {
-        answer = configuration_answer(
-            project.set(std::string(recipe_domain), Tree::join(Key::recipe_list, target), values.recipe()));
+        answer = configuration_answer(project.set(std::string(recipe_domain), Tree::join(Key::recipe_list, target),
+                                                  values.recipe(), invocation.origin()));
     }
     if (answer.result == 0)
     {

@@ -14,7 +14,7 @@ void make_sample(Shell const& shell)
     shell.expect_all({
         {"ravik init && ravik import recipes.json", {"Imported"}},
         {"ravik copy recipeTypeList::Dough recipeTypeList::Doughs::Rye", {"Copied"}},
-        {"ravik set recipeTypeList::Sour '{\"members\":{},\"recipeTypeNames\":[\"Dough\"]}'", {"Set"}},
+        {R"(ravik set recipeTypeList::Sour '{"members":{},"recipeTypeNames":["Dough"]}')", {"Set"}},
         {"ravik copy recipeList::Bread 'recipeList::Shift 1::Bread'", {"Copied recipeList::Bread to recipeList::Sh"}},
         {"ravik export >before", {}},
     });
@@ -99,7 +99,7 @@ TEST(Handling, of_recipes_used_wrongly_says_what_is_wrong_and_changes_nothing)
         {"ravik import --csv Dough recipes.json", {}, {"recipes.json:1:1: the first row names the columns"}},
         {table("recipe,Speed\\nBread,x\\n"), {}, {"standard input:2:7: recipeList::Bread::values::Speed: \"x\" is"}},
         {table("recipe,Speed\\nBread,301\\n"), {}, {"RANGE_MISMATCH", "standard input:2:7: ", "300"}},
-        {table("recipe,Sped\\n"), {}, {"standard input:1:8: the recipe type \"Dough\" has no member \"Sped\""}},
+        {table("recipe,Sped\\n"), {}, {R"(standard input:1:8: the recipe type "Dough" has no member "Sped")"}},
         // completion
         {"ravik completion", {}, {"ravik completion bash|zsh"}, 2},
         {"ravik completion fish", {}, {"for bash and for zsh, not for 'fish'"}, 2},
@@ -126,9 +126,10 @@ TEST(Handling, lists_saves_and_moves_tables)
         {"ravik activate Bread && ravik save Bread", {"Saved Bread: 0 values changed, 3 as stored."}},
         {"ravik symbol set Mixer.Speed 99 && ravik save Bread --as N::New", {"Speed", "120.0", "1 value changed"}},
         {"ravik get recipeList::N::New::values::Speed; ravik get recipeList::Bread::values::Speed", {"99.0\n120.0"}},
-        {"ravik save Bread --json", {R"({"counts":{"saved":1,"same":2},"rows":[{"symbol":"Mixer.Product")"}},
+        {"ravik save Bread --note trial --json && ravik history --limit 1",
+         {R"({"counts":{"saved":1,"same":2},"rows":[{"symbol":"Mixer.Product")", "trial"}},
         {"ravik save Pizza --as Bread --force && ravik get recipeList::Bread::values", {"\"Temperature\": 24.0"}},
-        {"sed -i.old 's/\"MAPPING\": \"Speed\"/\"MAPPING\": \"Nix\"/' ravik.json; ravik save Bread",
+        {R"(sed -i.old 's/"MAPPING": "Speed"/"MAPPING": "Nix"/' ravik.json; ravik save Bread)",
          {},
          {"nothing was saved\nerror: Mixer.Speed: "}},
         {"mv ravik.json.old ravik.json; ravik export --csv Dough --excel t.csv", {"Exported the recipes of Dough to"}},
@@ -167,6 +168,7 @@ TEST(Completion, knows_the_line_and_the_project)
              Case{"ravik symbol get Mixer.Speed Mixer.T", "Mixer.Temperature\n"},
              Case{"ravik --domain M", "Mixer\n"},
              Case{"ravik call Get", "GetRecipes\nGetActiveRecipes\n"},
+             Case{"ravik history show ", "4\n3\n2\n1\n"},
              Case{"ravik import ", ""},
              Case{"ravik nonsense ", ""},
              Case{"ravik --project nowhere activate ", ""},
