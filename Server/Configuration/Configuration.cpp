@@ -17,13 +17,13 @@ using RavikSrv::ValueType;
 void Configuration::add_domain(std::string const& domain, Value const& fixed)
 {
     auto loaded = m_store != nullptr ? m_store->load(domain) : Value(ValueType::Map);
-    Domain added{.tree = std::move(loaded), .finished = {}, .fixed = {}};
+    Domain added{.tree = WorkingTree(std::move(loaded)), .finished = {}, .fixed = {}};
     for (auto entry = fixed.begin(); entry != fixed.end(); ++entry)
     {
-        added.tree.insert_or_update(entry.name(), *entry);
+        added.tree.get().insert_or_update(entry.name(), *entry);
         added.fixed.insert(entry.name());
     }
-    added.finished = added.tree;
+    added.finished = added.tree.get();
     RavikSrv::Lock const lock(m_mutex);
     m_domains.insert_or_assign(domain, std::move(added));
 }
@@ -49,7 +49,7 @@ Value Configuration::tree(std::string const& domain) const
     {
         return {};
     }
-    return m_turn_thread == std::this_thread::get_id() ? found->second.tree : found->second.finished;
+    return m_turn_thread == std::this_thread::get_id() ? found->second.tree.get() : found->second.finished;
 }
 
 /// As the last finished turn left it and as the one in progress has.
@@ -58,7 +58,7 @@ TreePair Configuration::trees(std::string const& domain) const
     RavikSrv::Lock const lock(m_mutex);
     auto const found = m_domains.find(domain);
     return found == m_domains.end() ? TreePair()
-                                    : TreePair{.before = found->second.finished, .after = found->second.tree};
+                                    : TreePair{.before = found->second.finished, .after = found->second.tree.get()};
 }
 
 bool Configuration::is_refusing() const
@@ -228,14 +228,14 @@ Configuration::Turn::~Turn()
 ErrorValue Configuration::Turn::write(std::string const& domain, std::string const& path, Value const& value,
                                       Tree::WriteMode mode)
 {
-    return edit(domain, [&](Value& tree, std::vector<Tree::Change>& changes)
-                { return Tree::write(tree, path, value, mode, changes); });
+    return edit(domain, [&](WorkingTree& tree, std::vector<Tree::Change>& changes)
+                { return Tree::write(tree.get(), path, value, mode, changes); });
 }
 
 ErrorValue Configuration::Turn::remove(std::string const& domain, std::string const& path)
 {
     return edit(domain,
-                [&](Value& tree, std::vector<Tree::Change>& changes) { return Tree::remove(tree, path, changes); });
+                [&](WorkingTree& tree, std::vector<Tree::Change>& changes) { return tree.remove(path, changes); });
 }
 
 template <typename Edit> ErrorValue Configuration::Turn::edit(std::string const& domain, Edit change_tree)
@@ -313,7 +313,7 @@ void Configuration::Turn::publish() noexcept
         // It is stored already. Without memory for a tree of their own readers share the other one.
         for (auto& domain : m_configuration.m_domains)
         {
-            domain.second.finished = domain.second.tree;
+            domain.second.finished = domain.second.tree.get();
         }
     }
 }
@@ -322,7 +322,7 @@ void Configuration::Turn::take_back() noexcept
 {
     RavikSrv::Lock const lock(m_configuration.m_mutex);
     m_changes.take_back([this](std::string const& domain) RAVIK_REQUIRES(m_configuration.m_mutex) -> Value&
-                        { return m_configuration.m_domains.at(domain).tree; });
+                        { return m_configuration.m_domains.at(domain).tree.get(); });
     m_changes.clear();
     m_records.clear();
 }

@@ -2,6 +2,7 @@
 
 #include "Configuration/Changes.h"
 #include "Configuration/Store.h"
+#include "Configuration/WorkingTree.h"
 #include "Configuration/place_changes.h"
 #include "Configuration/tree.h"
 #include "Mutex.h"
@@ -68,7 +69,7 @@ private:
     struct Domain
     {
         /// The tree as the turn in progress has left it so far.
-        RavikSrv::Value tree;
+        WorkingTree tree;
         /// As the last finished turn left it. A tree of its own whose folders are not shared with the other, so that an
         /// edit need not copy them; what the folders hold is shared.
         RavikSrv::Value finished;
@@ -87,7 +88,8 @@ private:
     mutable RavikSrv::Mutex m_store_mutex;
     /// Held to look up, copy or change a tree, never across a call to anyone else.
     mutable RavikSrv::Mutex m_mutex;
-    std::map<std::string, Domain> m_domains RAVIK_GUARDED_BY(m_mutex);
+    /// Looking at a tree may carry out what was put off.
+    mutable std::map<std::string, Domain> m_domains RAVIK_GUARDED_BY(m_mutex);
     /// The turn: one thread at a time, as often as it likes. The one lock that is held while extensions are called.
     RavikSrv::RecursiveMutex m_turn_mutex;
     Turn* m_innermost RAVIK_GUARDED_BY(m_turn_mutex) = nullptr;

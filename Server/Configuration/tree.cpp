@@ -26,18 +26,6 @@ bool is_map(Value const& value)
     return value.type() == ValueType::Map || value.type() == ValueType::Struct;
 }
 
-bool has_empty_component(std::string const& path)
-{
-    for (RavikSrv::PathIterator components(path); components.next();)
-    {
-        if (components.component().empty())
-        {
-            return true;
-        }
-    }
-    return false;
-}
-
 /// Whether `parent` holds an entry of that name or, for a map, could.
 bool can_hold(Value const& parent, std::string const& name)
 {
@@ -255,6 +243,18 @@ std::vector<Removals> in_runs(std::vector<Change const*> const& changes)
 
 } // namespace
 
+bool has_empty_component(std::string const& path)
+{
+    for (RavikSrv::PathIterator components(path); components.next();)
+    {
+        if (components.component().empty())
+        {
+            return true;
+        }
+    }
+    return false;
+}
+
 bool is_path_component(std::string const& name)
 {
     RavikSrv::PathIterator components(name);
@@ -386,6 +386,33 @@ ErrorValue remove(Value& root, std::string const& path, std::vector<Change>& cha
                        .position = position_of(*parent.node, place.name)});
     erase(*RavikSrv::node_path(place.parent, root).node, place.name);
     return ErrorValue::SUCCESS;
+}
+
+void remove_at(Value& map, std::vector<std::size_t> const& positions)
+{
+    Value const& present = map;
+    Entries left;
+    std::vector<std::string> names;
+    auto next = positions.begin();
+    std::size_t position = 0;
+    for (auto entry = present.begin(); entry != present.end(); ++entry, ++position)
+    {
+        if (next != positions.end() && *next == position)
+        {
+            names.emplace_back(entry.name());
+            ++next;
+        }
+        else
+        {
+            left.emplace_back(entry.name(), &*entry);
+        }
+    }
+    if (is_worth_a_pass(map, positions.size()))
+    {
+        map = map_of(left, map.type());
+        return;
+    }
+    std::for_each(names.begin(), names.end(), [&map](std::string const& name) { map.erase(name.c_str()); });
 }
 
 void apply(Value& root, std::vector<Change const*> const& changes)

@@ -42,6 +42,9 @@ struct Change
 /// "::", neither begins nor ends with ":" and does not end like an index in brackets.
 bool is_path_component(std::string const& name);
 
+/// Whether one of the path's components is empty.
+bool has_empty_component(std::string const& path);
+
 /// The parents of `path` that are missing in the tree, outermost first; none where the path leads through something
 /// that can't hold it.
 std::vector<std::string> missing_parents(RavikSrv::Value const& root, std::string const& path);
@@ -68,6 +71,9 @@ RavikSrv::ErrorValue write(RavikSrv::Value& root, std::string const& path, Ravik
 
 /// Removes the entry at `path`; errors as above, `ENTRY_NOT_FOUND` where there is none.
 RavikSrv::ErrorValue remove(RavikSrv::Value& root, std::string const& path, std::vector<Change>& changes);
+
+/// Removes the entries at these positions of a map, which ascend.
+void remove_at(RavikSrv::Value& map, std::vector<std::size_t> const& positions);
 
 /// Makes the changes once more, in a tree that stands as the first one did before them. Entries of one map that are
 /// removed one after the other take one pass over it.

@@ -89,7 +89,7 @@ private:
 
     void take(Key& other) noexcept
     {
-        static_assert(sizeof(m_outside) <= sizeof(m_inside));
+        static_assert(room >= sizeof(void*));
         m_inside = other.m_inside;
         m_size = std::exchange(other.m_size, 0);
         hash = other.hash;
