@@ -29,8 +29,16 @@ void SymbolList::repeat_symbols(std::size_t first, std::size_t last)
 SymbolData* SymbolList::find_name(std::string_view name)
 {
     // The members of one type have different names, so that the next record that bears this one is the first as well.
-    auto const is_next = m_type_count == 1 && m_next < m_records.size() && m_records[m_next].name == name;
-    return is_next ? &m_records[m_next++] : find_indexed(name);
+    if (m_type_count == 1 && m_next < m_records.size())
+    {
+        auto& record = m_records[m_next];
+        if (record.name == name)
+        {
+            ++m_next;
+            return &record;
+        }
+    }
+    return find_indexed(name);
 }
 
 SymbolData* SymbolList::find_indexed(std::string_view name)

@@ -3,7 +3,8 @@
 
 usage: steps.py PROGRAM DEVICE      (benchmark_modbus and modbus_device of a release build)
 
-The instructions are those of the process, without the kernel's. Fails where a step's function is no longer found.
+The instructions are those of the process, without the kernel's. Fails where a step's function is no longer found, or a
+mark is missed.
 """
 
 import re
@@ -11,9 +12,11 @@ import subprocess
 import sys
 import tempfile
 
-from compare import Partner
+from compare import Partner, is_kept
 
 SIZES = (1_000, 10_000)
+# The marks: instructions per symbol of a recipe of the larger size.
+MOST_INSTRUCTIONS = {"write": 2_800, "read": 3_200}
 OPERATIONS = ("write", "read")
 # What is read is not held against a schema.
 ONLY_WRITES = ("schemas",)
@@ -92,7 +95,11 @@ def main():
         cells = ((sum(found[each] for each in counted) - sum(found[each] for each in taken_off)) / count
                  for _, count, found in columns)
         print(f"| {name} | " + " | ".join(f"{cell:,.0f}" for cell in cells) + " |")
-    return 0
+    print()
+    # All are looked at, whatever the first of them says.
+    return 0 if all([is_kept(f"{operation} {count:,}: instructions per symbol", found["all"] / count, "<=",
+                             MOST_INSTRUCTIONS[operation])
+                     for operation, count, found in columns if count == SIZES[-1]]) else 1
 
 
 if __name__ == "__main__":

@@ -110,6 +110,7 @@ private:
     void read_row(RowReader const& reader);
     void keep(Row const& row);
     void read_records();
+    void count_records();
     void read_record(RecordReader const& reader);
     void check_sum();
     void check_records(RecordSum const& sum) const;
@@ -314,6 +315,11 @@ void Reading::read_records()
     {
         return;
     }
+    if (!m_on_record)
+    {
+        count_records();
+        return;
+    }
     std::int64_t last = 0;
     auto const forward = [&](std::string const& which)
     {
@@ -332,6 +338,16 @@ void Reading::read_records()
     {
         m_on_fault(damage(error));
         as_far_as_possible([&] { forward("WHERE id > " + std::to_string(last) + " ORDER BY id DESC"); });
+    }
+}
+
+/// Without what they tell: there may be any number of them, and each is held against its checksum whenever it is read.
+void Reading::count_records()
+{
+    Sqlite::Statement select(m_database, "SELECT checksum FROM history");
+    while (select.step())
+    {
+        m_counted.history.add(static_cast<std::uint64_t>(select.integer(0)), 0);
     }
 }
 
