@@ -6,6 +6,7 @@
 #include "Support/refusal.h"
 #include "Json/Json.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
@@ -229,7 +230,11 @@ TEST_F(StoreCareTest, holds_records_of_the_history_to_their_checksums_and_repair
         auto const copy = folder.path() / "copy.db";
         fs::copy_file(file, copy, fs::copy_options::overwrite_existing);
         run_sql(copy, each.damage);
-        EXPECT_NE(refused(copy).find(each.fault), std::string::npos) << refused(copy);
+        auto const faults = check_store(copy, 0s).faults;
+        EXPECT_TRUE(std::any_of(faults.begin(), faults.end(),
+                                [&](std::string const& fault) { return fault.find(each.fault) != std::string::npos; }));
+        // What a record tells is held against its checksum when it is read, not by everybody who opens the store.
+        EXPECT_EQ(refused(copy).empty(), std::string(each.damage).starts_with("UPDATE history"));
         auto const repaired = repair_store(copy, 0s);
         EXPECT_EQ(repaired.recovered, each.recovered);
         EXPECT_EQ(repaired.rows, rows - each.rows_lost);
