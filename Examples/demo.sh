@@ -78,9 +78,17 @@ heading "A valve sticks: the filler takes a new speed without a word and keeps t
 sed -i '0,/"variables": {/s//"stuck": ["FillerSpeed"], &/' "$project/ravik.json"
 expect 1 activate Products::Spring500
 [[ $output == *Filler.Speed*differs* ]] || fail "the speed should be found out"
+[[ $output =~ record\ ([0-9]+)\ of\ the\ history ]] || fail "the activation should be remembered"
+record=${BASH_REMATCH[1]}
 expect 0 diff Products::Spring500
 [[ $output == *Filler.Speed* ]] || fail "the speed should differ"
 sed -i 's/"stuck": \["FillerSpeed"\], //' "$project/ravik.json"
+
+heading "The way back: the history tells what was done, and the activation is taken back"
+expect 0 history --limit 5
+expect 0 revert "$record"
+expect 0 active
+[[ $output == *Products::Cola1500* ]] || fail "the recipe before should be active again"
 
 heading "What stands in the controllers now"
 expect 0 symbol get Line.ActiveProduct Filler.FillVolume Filler.Speed Filler.Carbonation Filler.BatchNumber \
