@@ -35,7 +35,7 @@ TEST(HistoryCommands, list_show_and_take_back)
         {"ravik history --since '1 hour' --who \"$(id -un)\" --limit 1", {"\n4 "}},
         {"ravik history --since 2199-12-31", {"There are no such records."}},
         {"ravik store check", {"47 rows, 4 records of the history."}},
-        {"sed -i '1a \"history\": {\"size\": \"1 KiB\"},' ravik.json && " + set +
+        {R"(sed -i '1a "history": {"size": "1 KiB"},' ravik.json && )" + set +
              " 242 --note \"$(printf '%1000s' x)\" >out && ravik history --json",
          {R"("counts":{"done":1},"rows":[{"id":5,)"}},
     });

@@ -23,8 +23,7 @@ protected:
         }
         shell.write("more.json", R"({"recipeList":{)" + recipes + "}}");
         // A history that is too small for what was imported can't give anything back.
-        expect("ravik init && sed -i '1a \"history\": {\"size\": \"1 KiB\"},' ravik.json && " + import, 0,
-               "100 recipes");
+        expect(R"(ravik init && sed -i '1a "history": {"size": "1 KiB"},' ravik.json && )" + import, 0, "100 recipes");
     }
 
     /// Runs the line and expects its status and, on either stream, the text.
