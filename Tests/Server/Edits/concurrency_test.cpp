@@ -60,6 +60,7 @@ TEST(Concurrency, no_path_is_lost)
         },
     };
     std::vector<std::jthread> threads;
+    threads.reserve(jobs.size());
     auto const end = std::chrono::steady_clock::now() + duration;
     for (auto const& job : jobs)
     {
