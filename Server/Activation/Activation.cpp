@@ -2,6 +2,7 @@
 
 #include "Activation/planned_rows.h"
 #include "Configuration/configuration_keys.h"
+#include "Execution/RequestWatch.h"
 
 #include "Json/Json.h"
 
@@ -12,6 +13,7 @@
 #include <algorithm>
 #include <exception>
 #include <iterator>
+#include <memory>
 
 namespace Ravik
 {
@@ -44,6 +46,20 @@ void fail(ActivationReport& report, ErrorValue error, std::string text)
 {
     report.error = error;
     report.text = std::move(text);
+}
+
+using Progress = std::function<void(std::size_t done, std::size_t total)>;
+
+/// Takes what was done since the last time and tells how much it is in all.
+std::function<void(std::size_t more)> counting(Progress const& progress, std::size_t total)
+{
+    if (!progress)
+    {
+        return {};
+    }
+    // Shared, since sessions are served by copies of their mode.
+    return [&progress, total, done = std::make_shared<std::size_t>(0)](std::size_t more)
+    { progress(std::min(*done += more, total), total); };
 }
 
 /// Nothing of what was planned is sent.
@@ -89,6 +105,14 @@ void conclude(ActivationReport& report)
     {
         report.text = "written, but not verified: " + doubtful;
     }
+}
+
+/// "3 of 12 symbols were written", whether they stand there or not.
+std::string written_of_all(ActivationRows const& rows)
+{
+    auto const written =
+        count(rows, RowState::Written) + count(rows, RowState::Verified) + count(rows, RowState::Differs);
+    return std::to_string(written) + " of " + std::to_string(rows.size()) + " symbols were written";
 }
 
 Value body_of(std::string const& recipe, ActivationRows const& rows, std::vector<RowState> const& counted)
@@ -153,7 +177,7 @@ ActivationReport Activation::plan(std::string const& recipe) const
         abandon(report.rows);
         return report;
     }
-    auto const readings = read(report.rows, {RowState::Planned});
+    auto const readings = read(report.rows, nullptr);
     for (std::size_t index = 0; index < readings.size(); ++index)
     {
         auto const& reading = readings[index];
@@ -180,14 +204,14 @@ ActivationReport Activation::plan(std::string const& recipe) const
     return report;
 }
 
-Activation::Readings Activation::read(ActivationRows const& rows, std::initializer_list<RowState> states) const
+Activation::Readings Activation::read(ActivationRows const& rows, std::atomic<bool> const* stop) const
 {
     CommandGroup group;
     group.set_domain(std::string(server_domain).c_str());
     std::vector<std::size_t> positions;
     for (std::size_t index = 0; index < rows.size(); ++index)
     {
-        if (std::find(states.begin(), states.end(), rows[index].state) != states.end())
+        if (rows[index].state == RowState::Planned)
         {
             group.insert(group.end_vector(), Command(rows[index].symbol.c_str()));
             positions.push_back(index);
@@ -195,6 +219,8 @@ Activation::Readings Activation::read(ActivationRows const& rows, std::initializ
     }
     Context context;
     context.set_session(m_core.executor.recorder().new_session());
+    RequestWatch watch(stop, {}, group.size());
+    context.set_watcher(&watch);
     auto const result = m_core.executor.execute(context, group);
     auto described = m_core.executor.recorder().describe(group, result);
     Readings readings(rows.size());
@@ -274,7 +300,7 @@ ActivationReport Activation::activate(std::string const& recipe, ActivationOptio
     }
     if (m_settings.capture)
     {
-        auto const readings = read(report.rows, {RowState::Planned});
+        auto const readings = read(report.rows, options.stop);
         for (std::size_t index = 0; index < readings.size(); ++index)
         {
             report.rows[index].before = readings[index] ? readings[index]->value : Value();
@@ -296,13 +322,12 @@ FunctionOutcome Activation::write_all(std::string const& recipe, Value const& tr
                                       ActivationOptions const& options)
 {
     auto const session = m_core.executor.recorder().new_session();
-    SessionMode mode{.plans = false, .domain = std::string(recipe_domain), .tree = tree, .stop = options.stop};
-    std::size_t done = 0;
-    if (options.progress)
-    {
-        mode.executed = [&](std::size_t commands) { options.progress(std::min(done += commands, total), total); };
-    }
-    SessionModes::Scope const pinned(m_core.modes, session, std::move(mode));
+    SessionModes::Scope const pinned(m_core.modes, session,
+                                     {.plans = false,
+                                      .domain = std::string(recipe_domain),
+                                      .tree = tree,
+                                      .stop = options.stop,
+                                      .executed = counting(options.progress, total)});
     return m_function(session, recipe);
 }
 
@@ -320,16 +345,14 @@ void Activation::carry_out(ActivationReport& report, Attempt const& attempt)
     auto const outcome = attempt.write();
     take_outcome(report, outcome);
     settle(report.rows, outcome.record);
-    auto const stopped = is_stopped(attempt.stop);
-    if (attempt.verifies && !stopped)
+    if (is_stopped(attempt.stop))
     {
-        verify(report.rows);
+        fail(report, ErrorValue::INTERRUPTED, "interrupted after " + written_of_all(report.rows));
     }
-    if (stopped)
+    else if (attempt.verifies && !verify(report.rows, attempt.stop))
     {
         fail(report, ErrorValue::INTERRUPTED,
-             "interrupted after " + std::to_string(count(report.rows, RowState::Written)) + " of " +
-                 std::to_string(report.rows.size()) + " symbols were written");
+             "interrupted after " + written_of_all(report.rows) + ", before all of them were verified");
     }
     else if (report.succeeded())
     {
@@ -387,7 +410,7 @@ void Activation::complete_record(ActivationReport const& report, Attempt const& 
     }
 }
 
-void Activation::verify(ActivationRows& rows) const
+bool Activation::verify(ActivationRows& rows, std::atomic<bool> const* stop) const
 {
     for (auto& row : rows)
     {
@@ -397,7 +420,8 @@ void Activation::verify(ActivationRows& rows) const
             row.state = RowState::Planned; // to be looked at
         }
     }
-    auto const readings = read(rows, {RowState::Planned});
+    auto const readings = read(rows, stop);
+    bool has_all = true;
     for (std::size_t index = 0; index < readings.size(); ++index)
     {
         auto const& reading = readings[index];
@@ -408,6 +432,7 @@ void Activation::verify(ActivationRows& rows) const
         }
         if (reading->result != ErrorValue::SUCCESS)
         {
+            has_all = has_all && reading->result != ErrorValue::INTERRUPTED;
             row.state = RowState::Written;
             row.text = "it can't be read back: " + failure_text(*reading);
             continue;
@@ -417,6 +442,7 @@ void Activation::verify(ActivationRows& rows) const
         row.state = stands ? RowState::Verified : RowState::Differs;
         row.text = stands ? std::string() : "the controller holds " + Json::write(row.after);
     }
+    return has_all;
 }
 
 // Taking back ---------------------------------------------------------------------------------------------------------
@@ -452,7 +478,13 @@ ActivationReport Activation::revert(Value const& body, WriteBackOptions const& o
         fail(report, ErrorValue::SYMBOL_IN_USE, hold.refusal());
         return report;
     }
-    choose(report.rows, recorded, options.force);
+    choose(report.rows, recorded, options);
+    if (is_stopped(options.stop))
+    {
+        abandon(report.rows);
+        fail(report, ErrorValue::INTERRUPTED, interrupted_text);
+        return report;
+    }
     auto const has_any = count(report.rows, RowState::Planned) != 0;
     if (options.dry_run || !has_any)
     {
@@ -470,7 +502,7 @@ ActivationReport Activation::revert(Value const& body, WriteBackOptions const& o
                        .asked = options.asked,
                        .verifies = m_settings.verify,
                        .stop = options.stop,
-                       .write = [&] { return write_back(report.rows); }});
+                       .write = [&] { return write_back(report.rows, options); }});
     return report;
 }
 
@@ -509,14 +541,14 @@ ActivationRows Activation::candidates(ActivationRows const& recorded) const
 }
 
 /// Reads the candidates and leaves planned what is to be written back.
-void Activation::choose(ActivationRows& rows, ActivationRows const& recorded, bool force) const
+void Activation::choose(ActivationRows& rows, ActivationRows const& recorded, WriteBackOptions const& options) const
 {
-    auto const readings = read(rows, {RowState::Planned});
+    auto const readings = read(rows, options.stop);
     for (std::size_t index = 0; index < readings.size(); ++index)
     {
         auto const& reading = readings[index];
         auto& row = rows[index];
-        if (!reading)
+        if (!reading || reading->result == ErrorValue::INTERRUPTED)
         {
             continue;
         }
@@ -530,7 +562,7 @@ void Activation::choose(ActivationRows& rows, ActivationRows const& recorded, bo
         auto const is_as_written =
             is_read && agree(row.symbol, recorded[index].value, row.before, tolerance_of(row.symbol));
         auto const has_failed = recorded[index].state == RowState::Failed;
-        if (!is_as_written && (!force || has_failed))
+        if (!is_as_written && (!options.force || has_failed))
         {
             row.state = RowState::NotWritten;
             row.is_left_on_purpose = has_failed;
@@ -541,7 +573,7 @@ void Activation::choose(ActivationRows& rows, ActivationRows const& recorded, bo
     }
 }
 
-FunctionOutcome Activation::write_back(ActivationRows const& rows)
+FunctionOutcome Activation::write_back(ActivationRows const& rows, WriteBackOptions const& options)
 {
     CommandGroup group;
     group.set_domain(std::string(server_domain).c_str());
@@ -556,7 +588,10 @@ FunctionOutcome Activation::write_back(ActivationRows const& rows)
     }
     Context context;
     context.set_session(m_core.executor.recorder().new_session());
+    RequestWatch watch(options.stop, counting(options.progress, group.size()), group.size());
+    context.set_watcher(&watch);
     auto const result = m_core.executor.execute(context, group);
+    watch.end();
     FunctionOutcome outcome;
     outcome.name = success_name();
     outcome.record.push_back(m_core.executor.recorder().describe(group, result));

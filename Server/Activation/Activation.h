@@ -12,7 +12,6 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
-#include <initializer_list>
 #include <optional>
 #include <string>
 #include <utility>
@@ -39,7 +38,8 @@ struct ActivationOptions
     std::string who{};
     /// Once it is set, nothing more is sent, and what was done until then is reported. May be null.
     std::atomic<bool> const* stop = nullptr;
-    /// Told how many symbols are written of all; may be empty.
+    /// Told how many symbols are written of all; may be empty. A controller may be in the midst of its work: it calls
+    /// nothing of the project.
     std::function<void(std::size_t done, std::size_t total)> progress{};
 };
 
@@ -54,6 +54,7 @@ struct WriteBackOptions
     /// What was asked, for the record: "revert 17".
     std::string asked{};
     std::atomic<bool> const* stop = nullptr;
+    std::function<void(std::size_t done, std::size_t total)> progress{};
 };
 
 /// What became of an activation or its plan: the function's own result where it failed; `FAIL` with the symbols' names
@@ -126,18 +127,19 @@ private:
 
     ActivationReport expected(std::string const& recipe, RavikSrv::Value const& tree,
                               std::atomic<bool> const* stop) const;
-    /// Reads the rows in one request, those in one of the states; the others have no reading.
-    Readings read(ActivationRows const& rows, std::initializer_list<RowState> states) const;
+    /// Reads the rows that are planned in one request; the others have no reading.
+    Readings read(ActivationRows const& rows, std::atomic<bool> const* stop) const;
     FunctionOutcome write_all(std::string const& recipe, RavikSrv::Value const& tree, std::size_t total,
                               ActivationOptions const& options);
     void carry_out(ActivationReport& report, Attempt const& attempt);
     void begin_record(ActivationReport& report, Attempt const& attempt, std::string& trouble);
     void complete_record(ActivationReport const& report, Attempt const& attempt, std::string& trouble);
-    void verify(ActivationRows& rows) const;
+    /// Returns false where it was stopped before it had looked at all of them.
+    bool verify(ActivationRows& rows, std::atomic<bool> const* stop) const;
 
     ActivationRows candidates(ActivationRows const& recorded) const;
-    void choose(ActivationRows& rows, ActivationRows const& recorded, bool force) const;
-    FunctionOutcome write_back(ActivationRows const& rows);
+    void choose(ActivationRows& rows, ActivationRows const& recorded, WriteBackOptions const& options) const;
+    FunctionOutcome write_back(ActivationRows const& rows, WriteBackOptions const& options);
 
     bool agree(std::string const& symbol, RavikSrv::Value const& expected, RavikSrv::Value const& live,
                double tolerance) const;

@@ -1,6 +1,7 @@
 #include "Execution/Executor.h"
 
 #include "Configuration/configuration_keys.h"
+#include "Execution/RequestWatch.h"
 #include "api_helper.h"
 
 #include <algorithm>
@@ -301,6 +302,12 @@ bool Executor::route_function(Command& command, Route& route) const
 void Executor::execute_run(Context const& context, Route const& route, std::vector<Command*> const& commands,
                            Reads const& reads)
 {
+    if (route.kind != Route::Kind::Nowhere && context.watcher() != nullptr && context.watcher()->is_stopped())
+    {
+        std::for_each(commands.begin(), commands.end(),
+                      [](Command* command) { fail(*command, ErrorValue::INTERRUPTED, RequestWatch::stopped_text); });
+        return;
+    }
     switch (route.kind)
     {
     case Route::Kind::Nowhere:
