@@ -1,11 +1,13 @@
 #include "commands.h"
 
+#include "Progress.h"
 #include "function_answer.h"
 #include "recipe_functions.h"
 #include "recipe_names.h"
 #include "rows.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace Ravik::CommandLine
 {
@@ -16,6 +18,8 @@ namespace
 using RavikSrv::ErrorValue;
 using RavikSrv::Value;
 using RavikSrv::ValueType;
+
+constexpr char const* examined = "Recipes examined:";
 
 void print_lines(std::vector<std::string> const& lines, Output& output)
 {
@@ -43,8 +47,11 @@ Answer active_one_by_one(Invocation& invocation, RavikSrv::Session request, std:
     auto& project = invocation.project();
     std::vector<std::string> active;
     Value unread(ValueType::Vector);
+    Progress progress(examined);
+    std::size_t done = 0;
     for (auto const& name : names)
     {
+        progress.show(done++, names.size());
         auto const outcome =
             project.call(request, std::string(recipe_domain), Function::get_active_recipes, text_values({name}));
         if (outcome.succeeded())
@@ -59,8 +66,10 @@ Answer active_one_by_one(Invocation& invocation, RavikSrv::Session request, std:
         entry.insert("recipe", text_value(name));
         entry.insert("text", text_value(told));
         unread << entry;
+        progress.clear();
         hint_at_unknown_recipe(invocation, name);
     }
+    progress.clear();
     print_lines(active, invocation.output());
     if (!answer.messages.empty())
     {
@@ -73,6 +82,35 @@ Answer active_one_by_one(Invocation& invocation, RavikSrv::Session request, std:
     return answer;
 }
 
+/// Asks for all of the recipes, or to the first failure, in a few calls, so that it shows how far it has come. Within a
+/// request nothing is read twice.
+FunctionOutcome active_together(Project& project, RavikSrv::Session request, std::vector<std::string> const& names)
+{
+    constexpr std::size_t most_calls = 20;
+    auto const at_once = std::max<std::size_t>((names.size() + most_calls - 1) / most_calls, 1);
+    Progress progress(examined);
+    FunctionOutcome outcome;
+    std::vector<std::string> active;
+    auto name = names.begin();
+    do
+    {
+        progress.show(static_cast<std::size_t>(name - names.begin()), names.size());
+        std::vector<std::string> asked;
+        std::copy_n(name, std::min(at_once, static_cast<std::size_t>(names.end() - name)), std::back_inserter(asked));
+        name += static_cast<std::ptrdiff_t>(asked.size());
+        outcome = project.call(request, std::string(recipe_domain), Function::get_active_recipes,
+                               asked.empty() ? Value() : text_values(asked));
+        auto const found = texts_of(outcome.value);
+        active.insert(active.end(), found.begin(), found.end());
+    } while (outcome.succeeded() && name != names.end());
+    progress.clear();
+    if (outcome.succeeded())
+    {
+        outcome.value = text_values(active);
+    }
+    return outcome;
+}
+
 } // namespace
 
 Answer active(Invocation& invocation)
@@ -81,12 +119,11 @@ Answer active(Invocation& invocation)
     std::vector<std::string> const named(operands.begin(), operands.end());
     auto& project = invocation.project();
     auto const request = project.begin_request();
-    auto const outcome = project.call(request, std::string(recipe_domain), Function::get_active_recipes,
-                                      named.empty() ? Value() : text_values(named));
+    auto const names = named.empty() ? recipe_names(recipe_configuration(project)) : named;
+    auto const outcome = active_together(project, request, names);
     auto answer = function_answer(outcome);
     if (!outcome.succeeded() && outcome.error == ErrorValue::SUCCESS)
     {
-        auto const names = named.empty() ? recipe_names(recipe_configuration(project)) : named;
         return active_one_by_one(invocation, request, names, std::move(answer));
     }
     auto const active = texts_of(outcome.value);

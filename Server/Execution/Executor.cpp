@@ -221,8 +221,19 @@ void Executor::send(Context const& context, Extension& extension, CommandGroup& 
             fail_all(sent, answer.result(), answer.text());
         }
     };
-    reads.are_all ? m_read_memory.read(context.session(), reads.symbols, group, request)
-                  : m_read_memory.write(group, request);
+    if (reads.are_all)
+    {
+        m_read_memory.read(context.session(), reads.symbols, group, request);
+    }
+    else if (m_symbols.has_symbols_of(extension.domain()))
+    {
+        m_read_memory.write(group, request);
+    }
+    else
+    {
+        // A function of an extension that serves no symbols comes to them through the server, if at all.
+        request(group);
+    }
 }
 
 // Groups of the server's own domain -----------------------------------------------------------------------------------
