@@ -478,6 +478,12 @@ ActivationReport Activation::revert(Value const& body, WriteBackOptions const& o
         fail(report, ErrorValue::SYMBOL_IN_USE, hold.refusal());
         return report;
     }
+    auto const is_left = [](ActivationRow const& row) { return row.is_left_on_purpose; };
+    if (!report.rows.empty() && std::all_of(report.rows.begin(), report.rows.end(), is_left))
+    {
+        fail(report, ErrorValue::FAIL, "nothing of it can be taken back: " + named(report.rows, is_left));
+        return report;
+    }
     choose(report.rows, recorded, options);
     if (is_stopped(options.stop))
     {

@@ -103,7 +103,7 @@ public:
     /// Writes back what stood in the controllers before an activation, `body` being its record's: for what it wrote, as
     /// long as that stands there still (of one that did not end: that or what was before). What else stands there is
     /// left alone without `force` and fails the whole; what was not read before, and symbols that are not verified, are
-    /// left alone always. It is an activation of its own.
+    /// left alone always; where there is nothing else it fails. It is an activation of its own.
     ActivationReport revert(RavikSrv::Value const& body, WriteBackOptions const& options);
 
     /// The places of symbols, for a `WriteHolds::Hold`.
