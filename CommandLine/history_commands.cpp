@@ -247,7 +247,8 @@ namespace
 Answer write_back(Invocation& invocation, HistoryRecord const& record)
 {
     Interruption const interruption;
-    Progress progress("Symbols written:");
+    Progress written("Symbols written:");
+    Progress read("Symbols read:");
     auto const dry_run = invocation.has(Option::dry_run);
     auto const report =
         invocation.project().revert_activation(record.body, {.dry_run = dry_run,
@@ -255,8 +256,10 @@ Answer write_back(Invocation& invocation, HistoryRecord const& record)
                                                              .note = invocation.value(Option::note),
                                                              .asked = "revert " + std::to_string(record.id),
                                                              .stop = &interruption.mark(),
-                                                             .progress = progress.follow()});
-    progress.clear();
+                                                             .progress = written.follow(),
+                                                             .reading = read.follow()});
+    written.clear();
+    read.clear();
     dry_run ? print_plan(report, invocation.output()) : print_activation(report, invocation.output());
     return activation_answer(report, revert_states());
 }

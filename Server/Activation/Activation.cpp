@@ -177,7 +177,7 @@ ActivationReport Activation::plan(std::string const& recipe) const
         abandon(report.rows);
         return report;
     }
-    auto const readings = read(report.rows, nullptr);
+    auto const readings = read(report.rows, nullptr, {});
     for (std::size_t index = 0; index < readings.size(); ++index)
     {
         auto const& reading = readings[index];
@@ -204,7 +204,8 @@ ActivationReport Activation::plan(std::string const& recipe) const
     return report;
 }
 
-Activation::Readings Activation::read(ActivationRows const& rows, std::atomic<bool> const* stop) const
+Activation::Readings Activation::read(ActivationRows const& rows, std::atomic<bool> const* stop,
+                                      Progress const& reading) const
 {
     CommandGroup group;
     group.set_domain(std::string(server_domain).c_str());
@@ -219,9 +220,10 @@ Activation::Readings Activation::read(ActivationRows const& rows, std::atomic<bo
     }
     Context context;
     context.set_session(m_core.executor.recorder().new_session());
-    RequestWatch watch(stop, {}, group.size());
+    RequestWatch watch(stop, counting(reading, group.size()), group.size());
     context.set_watcher(&watch);
     auto const result = m_core.executor.execute(context, group);
+    watch.end();
     auto described = m_core.executor.recorder().describe(group, result);
     Readings readings(rows.size());
     for (std::size_t index = 0; index < positions.size(); ++index)
@@ -300,7 +302,7 @@ ActivationReport Activation::activate(std::string const& recipe, ActivationOptio
     }
     if (m_settings.capture)
     {
-        auto const readings = read(report.rows, options.stop);
+        auto const readings = read(report.rows, options.stop, options.reading);
         for (std::size_t index = 0; index < readings.size(); ++index)
         {
             report.rows[index].before = readings[index] ? readings[index]->value : Value();
@@ -313,6 +315,7 @@ ActivationReport Activation::activate(std::string const& recipe, ActivationOptio
                        .asked = "activate " + recipe,
                        .verifies = m_settings.verify && options.verify,
                        .stop = options.stop,
+                       .reading = options.reading,
                        .write = [&] { return write_all(recipe, tree, report.rows.size(), options); }});
     return report;
 }
@@ -349,7 +352,7 @@ void Activation::carry_out(ActivationReport& report, Attempt const& attempt)
     {
         fail(report, ErrorValue::INTERRUPTED, "interrupted after " + written_of_all(report.rows));
     }
-    else if (attempt.verifies && !verify(report.rows, attempt.stop))
+    else if (attempt.verifies && !verify(report.rows, attempt))
     {
         fail(report, ErrorValue::INTERRUPTED,
              "interrupted after " + written_of_all(report.rows) + ", before all of them were verified");
@@ -410,7 +413,7 @@ void Activation::complete_record(ActivationReport const& report, Attempt const& 
     }
 }
 
-bool Activation::verify(ActivationRows& rows, std::atomic<bool> const* stop) const
+bool Activation::verify(ActivationRows& rows, Attempt const& attempt) const
 {
     for (auto& row : rows)
     {
@@ -420,7 +423,7 @@ bool Activation::verify(ActivationRows& rows, std::atomic<bool> const* stop) con
             row.state = RowState::Planned; // to be looked at
         }
     }
-    auto const readings = read(rows, stop);
+    auto const readings = read(rows, attempt.stop, attempt.reading);
     bool has_all = true;
     for (std::size_t index = 0; index < readings.size(); ++index)
     {
@@ -508,6 +511,7 @@ ActivationReport Activation::revert(Value const& body, WriteBackOptions const& o
                        .asked = options.asked,
                        .verifies = m_settings.verify,
                        .stop = options.stop,
+                       .reading = options.reading,
                        .write = [&] { return write_back(report.rows, options); }});
     return report;
 }
@@ -549,7 +553,7 @@ ActivationRows Activation::candidates(ActivationRows const& recorded) const
 /// Reads the candidates and leaves planned what is to be written back.
 void Activation::choose(ActivationRows& rows, ActivationRows const& recorded, WriteBackOptions const& options) const
 {
-    auto const readings = read(rows, options.stop);
+    auto const readings = read(rows, options.stop, options.reading);
     for (std::size_t index = 0; index < readings.size(); ++index)
     {
         auto const& reading = readings[index];

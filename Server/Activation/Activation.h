@@ -41,6 +41,8 @@ struct ActivationOptions
     /// Told how many symbols are written of all; may be empty. A controller may be in the midst of its work: it calls
     /// nothing of the project.
     std::function<void(std::size_t done, std::size_t total)> progress{};
+    /// The same of what is read, before and again after.
+    std::function<void(std::size_t done, std::size_t total)> reading{};
 };
 
 struct WriteBackOptions
@@ -53,8 +55,10 @@ struct WriteBackOptions
     std::string who{};
     /// What was asked, for the record: "revert 17".
     std::string asked{};
+    // As in `ActivationOptions`.
     std::atomic<bool> const* stop = nullptr;
     std::function<void(std::size_t done, std::size_t total)> progress{};
+    std::function<void(std::size_t done, std::size_t total)> reading{};
 };
 
 /// What became of an activation or its plan: the function's own result where it failed; `FAIL` with the symbols' names
@@ -111,6 +115,7 @@ public:
     WriteHolds& holds() noexcept { return m_holds; }
 
 private:
+    using Progress = std::function<void(std::size_t done, std::size_t total)>;
     /// A writing that is about to be carried out.
     struct Attempt
     {
@@ -121,6 +126,7 @@ private:
         std::string asked;
         bool verifies = true;
         std::atomic<bool> const* stop = nullptr;
+        Progress reading;
         std::function<FunctionOutcome()> write;
     };
     using Readings = std::vector<std::optional<ExecutedCommand>>;
@@ -128,14 +134,14 @@ private:
     ActivationReport expected(std::string const& recipe, RavikSrv::Value const& tree,
                               std::atomic<bool> const* stop) const;
     /// Reads the rows that are planned in one request; the others have no reading.
-    Readings read(ActivationRows const& rows, std::atomic<bool> const* stop) const;
+    Readings read(ActivationRows const& rows, std::atomic<bool> const* stop, Progress const& reading) const;
     FunctionOutcome write_all(std::string const& recipe, RavikSrv::Value const& tree, std::size_t total,
                               ActivationOptions const& options);
     void carry_out(ActivationReport& report, Attempt const& attempt);
     void begin_record(ActivationReport& report, Attempt const& attempt, std::string& trouble);
     void complete_record(ActivationReport const& report, Attempt const& attempt, std::string& trouble);
     /// Returns false where it was stopped before it had looked at all of them.
-    bool verify(ActivationRows& rows, std::atomic<bool> const* stop) const;
+    bool verify(ActivationRows& rows, Attempt const& attempt) const;
 
     ActivationRows candidates(ActivationRows const& recorded) const;
     void choose(ActivationRows& rows, ActivationRows const& recorded, WriteBackOptions const& options) const;

@@ -147,16 +147,21 @@ TEST(Interruption, can_follow_from_how_far_it_has_come)
     Line const line(device.port());
     std::atomic<bool> stop = false;
     std::string told;
+    std::string read;
     auto const report =
         line.project->activate("Full", {.stop = &stop,
-                                        .progress = [&](std::size_t done, std::size_t total)
+                                        .progress =
+                                            [&](std::size_t done, std::size_t total)
                                         {
                                             told += std::to_string(done) + '/' + std::to_string(total) + ' ';
                                             stop = stop || done == 2;
-                                        }});
+                                        },
+                                        .reading = [&](std::size_t done, std::size_t total)
+                                        { read += std::to_string(done) + '/' + std::to_string(total) + ' '; }});
     // The third was on its way when the second was told of.
     EXPECT_EQ(states(report), "INTERRUPTED, written, written, written, not tried");
     EXPECT_EQ(told, "1/4 2/4 3/4 ");
+    EXPECT_EQ(read, "1/4 2/4 3/4 4/4 ");
 }
 
 } // namespace
