@@ -13,7 +13,6 @@
 #include <algorithm>
 #include <exception>
 #include <iterator>
-#include <memory>
 
 namespace Ravik
 {
@@ -50,16 +49,15 @@ void fail(ActivationReport& report, ErrorValue error, std::string text)
 
 using Progress = std::function<void(std::size_t done, std::size_t total)>;
 
-/// Takes what was done since the last time and tells how much it is in all.
-std::function<void(std::size_t more)> counting(Progress const& progress, std::size_t total)
+/// Takes what was done since the last time and tells how much it is in all, which is added up in `done`. Neither that
+/// nor `progress` is owned.
+std::function<void(std::size_t more)> counting(Progress const& progress, std::size_t& done, std::size_t total)
 {
     if (!progress)
     {
         return {};
     }
-    // Shared, since sessions are served by copies of their mode.
-    return [&progress, total, done = std::make_shared<std::size_t>(0)](std::size_t more)
-    { progress(std::min(*done += more, total), total); };
+    return [&progress, &done, total](std::size_t more) { progress(std::min(done += more, total), total); };
 }
 
 /// Nothing of what was planned is sent.
@@ -220,7 +218,8 @@ Activation::Readings Activation::read(ActivationRows const& rows, std::atomic<bo
     }
     Context context;
     context.set_session(m_core.executor.recorder().new_session());
-    RequestWatch watch(stop, counting(reading, group.size()), group.size());
+    std::size_t done = 0;
+    RequestWatch watch(stop, counting(reading, done, group.size()), group.size());
     context.set_watcher(&watch);
     auto const result = m_core.executor.execute(context, group);
     watch.end();
@@ -325,12 +324,10 @@ FunctionOutcome Activation::write_all(std::string const& recipe, Value const& tr
                                       ActivationOptions const& options)
 {
     auto const session = m_core.executor.recorder().new_session();
-    SessionModes::Scope const pinned(m_core.modes, session,
-                                     {.plans = false,
-                                      .domain = std::string(recipe_domain),
-                                      .tree = tree,
-                                      .stop = options.stop,
-                                      .executed = counting(options.progress, total)});
+    std::size_t done = 0;
+    SessionMode mode{.plans = false, .domain = std::string(recipe_domain), .tree = tree, .stop = options.stop};
+    mode.executed = counting(options.progress, done, total);
+    SessionModes::Scope const pinned(m_core.modes, session, std::move(mode));
     return m_function(session, recipe);
 }
 
@@ -598,7 +595,8 @@ FunctionOutcome Activation::write_back(ActivationRows const& rows, WriteBackOpti
     }
     Context context;
     context.set_session(m_core.executor.recorder().new_session());
-    RequestWatch watch(options.stop, counting(options.progress, group.size()), group.size());
+    std::size_t done = 0;
+    RequestWatch watch(options.stop, counting(options.progress, done, group.size()), group.size());
     context.set_watcher(&watch);
     auto const result = m_core.executor.execute(context, group);
     watch.end();

@@ -93,6 +93,7 @@ using Values = std::map<std::string, std::string>;
 Values held(Project& project)
 {
     std::vector<std::string> names;
+    names.reserve(registers);
     for (int index = 0; index < registers; ++index)
     {
         names.push_back("R" + std::to_string(index));

@@ -371,7 +371,11 @@ private:
 
     void update_all() const
     {
-        static_cast<void>(std::freopen("/dev/null", "w", stdout));
+        // NOLINTNEXTLINE(cppcoreguidelines-owning-memory): standard output
+        if (std::freopen("/dev/null", "w", stdout) == nullptr)
+        {
+            throw std::runtime_error("nothing takes what it says");
+        }
         execl(RAVIK, "ravik", "--project", m_folder.path().c_str(), "update", "--type", "T", nullptr);
         throw std::runtime_error("ravik can't be run");
     }
