@@ -42,7 +42,7 @@ struct SignIn
         TooMany,
     };
     Outcome outcome = Outcome::Wrong;
-    std::optional<Session> session;
+    std::optional<Session> session = {};
     /// For `TooMany`: how long to wait.
     std::chrono::seconds wait{0};
 };
@@ -69,7 +69,7 @@ public:
     explicit Access(std::filesystem::path const& users_file, AccessClocks clocks = {});
     Access(Access const&) = delete;
     Access& operator=(Access const&) = delete;
-    /// Password checks that run end first; those that wait are dropped without a call.
+    /// Password checks that run end first; those that wait are dropped without a call. Not to be called by one.
     ~Access();
 
     /// Whether there is any user or token.

@@ -47,8 +47,8 @@ public:
     std::filesystem::path const& path() const noexcept { return m_file; }
 
     UserList read() const;
-    /// Tells one state of the file from another, cheaply: device, inode, size and times. Never throws.
-    std::string identity() const noexcept;
+    /// Tells one state of the file from another, cheaply: device, inode, size and times.
+    std::string identity() const;
 
     // Passwords have at least 8 characters and at most 1024 bytes of UTF-8; each that is set costs the time and memory
     // of a check.
@@ -67,6 +67,7 @@ private:
 
     /// Reads the list, changes it, and puts it in the file's place, all under the lock.
     AccessRefusal change(Change const& change);
+    AccessRefusal change_user(std::string const& name, std::function<void(UserEntry&)> const& edit);
 
     std::filesystem::path m_file;
     std::function<void()> m_changed;
@@ -74,12 +75,5 @@ private:
 
 /// The project's file of users and tokens.
 std::filesystem::path users_file_of(std::filesystem::path const& project);
-
-/// Why there can be no user or token of that name, empty where there can: 1 to 64 characters that one sees, no ':' or
-/// '/', no blank at either end, no control character and none that changes the direction of writing. Names are the same
-/// where their bytes are.
-std::string name_obstacle(std::string const& name);
-/// Why this can be nobody's password, empty where it can.
-std::string password_obstacle(std::string const& password);
 
 } // namespace Ravik::Service
