@@ -37,18 +37,6 @@ std::string joined(std::vector<std::string> const& names)
     return text;
 }
 
-void check_ownership(std::optional<Ownership> const& ownership, RegularFile const& project_file)
-{
-    if (ownership)
-    {
-        auto const in_folder = ownership->objection();
-        if (auto const objection = in_folder ? in_folder : ownership->objection(project_file))
-        {
-            throw ProjectError(*objection);
-        }
-    }
-}
-
 /// The place of an extension's key in the project file.
 std::vector<std::string> place_in(std::size_t extension, char const* key)
 {

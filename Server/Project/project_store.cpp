@@ -28,6 +28,25 @@ void require_project(std::filesystem::path const& directory)
     }
 }
 
+void check_ownership(std::optional<Ownership> const& ownership, RegularFile const& project_file)
+{
+    if (ownership)
+    {
+        auto const in_folder = ownership->objection();
+        if (auto const objection = in_folder ? in_folder : ownership->objection(project_file))
+        {
+            throw ProjectError(*objection);
+        }
+    }
+}
+
+void require_trusted_project(std::filesystem::path const& directory, OpenOptions const& options)
+{
+    require_project(directory);
+    check_ownership(options.trust ? std::nullopt : std::optional<Ownership>(directory),
+                    RegularFile(directory / project_file_name, "the project file"));
+}
+
 std::filesystem::path store_of(std::filesystem::path const& directory)
 {
     return directory / "ravik.db";

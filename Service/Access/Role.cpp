@@ -43,6 +43,16 @@ std::optional<Role> role_of(std::string_view name) noexcept
     return found == roles.end() ? std::nullopt : std::optional(found->role);
 }
 
+std::vector<std::string> role_names()
+{
+    std::vector<std::string> names;
+    for (auto const& entry : roles)
+    {
+        names.emplace_back(entry.name);
+    }
+    return names;
+}
+
 bool may(Role role, Right right) noexcept
 {
     return right <= entry_of(role).highest;

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <optional>
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace Ravik::Service
 {
@@ -17,6 +19,8 @@ enum class Role
 
 char const* name_of(Role role) noexcept;
 std::optional<Role> role_of(std::string_view name) noexcept;
+/// In their order.
+std::vector<std::string> role_names();
 
 /// What a route needs; in the order in which roles gain them.
 enum class Right

@@ -85,7 +85,7 @@ std::string now()
 } // namespace
 
 UserFile::UserFile(fs::path const& file, std::function<void()> changed)
-    : m_file(fs::absolute(file)), m_changed(std::move(changed))
+    : m_file(fs::absolute(file).lexically_normal()), m_changed(std::move(changed))
 {
 }
 

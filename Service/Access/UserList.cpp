@@ -160,6 +160,12 @@ Value object_of(std::initializer_list<std::pair<char const*, std::string_view>> 
 
 } // namespace
 
+bool has_expired(TokenEntry const& token, std::chrono::system_clock::time_point now)
+{
+    auto const end = read_timestamp(token.expires);
+    return end && *end <= now;
+}
+
 UserList read_user_list(std::string const& text)
 {
     auto const document = document_of(text);

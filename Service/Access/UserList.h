@@ -2,6 +2,7 @@
 
 #include "Access/Role.h"
 
+#include <chrono>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -30,6 +31,8 @@ struct TokenEntry
     /// Empty for never.
     std::string expires;
 };
+
+bool has_expired(TokenEntry const& token, std::chrono::system_clock::time_point now);
 
 /// Users and tokens, each in the order in which they were added; names are unique among each.
 struct UserList
