@@ -137,13 +137,14 @@ std::optional<std::string> Access::make_start_token()
     return m_state->gate.make_start_token(due.calls);
 }
 
-void Access::sign_in(std::string user, std::string password, std::string address, std::function<void(SignIn)> done)
+void Access::sign_in(std::string user, std::string password, std::string address,
+                     std::function<void(SignIn)> const& done)
 {
     m_state->check({Purpose::Session, std::move(user), std::move(password), std::move(address)}, done);
 }
 
 void Access::check_password(std::string user, std::string password, std::string address,
-                            std::function<void(SignIn)> done)
+                            std::function<void(SignIn)> const& done)
 {
     m_state->check({Purpose::Check, std::move(user), std::move(password), std::move(address)}, done);
 }

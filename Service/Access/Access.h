@@ -82,9 +82,10 @@ public:
 
     /// Checks a password on a thread of its own and calls `done`, which must not throw, there or, where it is not even
     /// looked at, on the caller's. At most two are checked at once, 20 wait.
-    void sign_in(std::string user, std::string password, std::string address, std::function<void(SignIn)> done);
+    void sign_in(std::string user, std::string password, std::string address, std::function<void(SignIn)> const& done);
     /// The same without a session: for somebody who is to show once more that it is him.
-    void check_password(std::string user, std::string password, std::string address, std::function<void(SignIn)> done);
+    void check_password(std::string user, std::string password, std::string address,
+                        std::function<void(SignIn)> const& done);
     SignIn sign_in_by_token(std::string const& token, std::string const& address);
 
     /// The session of a cookie, none where it has ended. Counts as a request of it.
@@ -93,9 +94,9 @@ public:
     /// Who a bearer token stands for.
     std::optional<Identity> bearer(std::string const& token);
 
-    /// Calls `ended` once, on any thread, when the session of the cookie, or the token, is no longer good; at once
-    /// where it is not now. Returns what stops the watch when it is destroyed; a call that has begun on another thread
-    /// by then may still be running.
+    /// Calls `ended`, which must not throw, once, on any thread, when the session of the cookie, or the token, is no
+    /// longer good; at once where it is not now. Returns what stops the watch when it is destroyed; a call that has
+    /// begun on another thread by then may still be running.
     std::shared_ptr<void> watch_session(std::string const& cookie, std::function<void()> ended);
     std::shared_ptr<void> watch_token(std::string const& token, std::function<void()> ended);
 

@@ -225,7 +225,7 @@ void Gate::end_watches_of(Sessions::Keys const& sessions, Calls& calls)
 {
     if (!sessions.empty())
     {
-        append(calls, m_watches.take([&](Watches::Watch const& watch) { return sessions.count(watch.session) != 0; }));
+        append(calls, m_watches.take([&](Watches::Watch const& watch) { return sessions.contains(watch.session); }));
     }
 }
 
@@ -261,7 +261,7 @@ void Gate::end_what_is_not_good(Calls& calls)
                       [&, shut = is_shut()](Watches::Watch const& watch)
                       {
                           auto const is_over =
-                              watch.session.empty() ? !is_good(watch.principal) : ended.count(watch.session) != 0;
+                              watch.session.empty() ? !is_good(watch.principal) : ended.contains(watch.session);
                           return shut || is_over;
                       }));
 }

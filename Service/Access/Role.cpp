@@ -46,6 +46,7 @@ std::optional<Role> role_of(std::string_view name) noexcept
 std::vector<std::string> role_names()
 {
     std::vector<std::string> names;
+    names.reserve(roles.size());
     for (auto const& entry : roles)
     {
         names.emplace_back(entry.name);

@@ -68,7 +68,7 @@ public:
 
     std::string time(char const* name) const
     {
-        auto const time = text(name);
+        auto time = text(name);
         check(read_timestamp(time).has_value(), "a time belongs here, as 2026-11-21T08:30:00.000Z", name);
         return time;
     }
@@ -85,7 +85,7 @@ public:
     /// A name that stands here for the first time.
     std::string name(std::set<std::string>& names) const
     {
-        auto const name = text(Key::name);
+        auto name = text(Key::name);
         auto const obstacle = name_obstacle(name);
         check(obstacle.empty(), obstacle, Key::name);
         check(names.insert(name).second, "the name stands here for the second time", Key::name);

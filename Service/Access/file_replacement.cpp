@@ -24,7 +24,7 @@ constexpr mode_t owner_alone = 0600;
 
 [[noreturn]] void fail(fs::path const& file, std::string const& what, int error)
 {
-    throw std::runtime_error(file.string() + ": " + what + ": " + std::generic_category().message(error));
+    throw std::system_error(error, std::generic_category(), file.string() + ": " + what);
 }
 
 void check(bool succeeded, fs::path const& file, std::string const& what)
@@ -65,7 +65,7 @@ fs::path beside(fs::path const& file, char const* suffix)
     return file.string() + suffix;
 }
 
-/// What root makes is the folder owner's, whom it would keep out otherwise.
+/// What root makes is the folder owner's, whom it would keep out otherwise. Only for what the caller has made himself.
 void give_to_owner(Descriptor const& made, fs::path const& file)
 {
     struct stat folder = {};
@@ -74,6 +74,28 @@ void give_to_owner(Descriptor const& made, fs::path const& file)
         check(::stat(file.parent_path().c_str(), &folder) == 0 &&
                   ::fchown(made.number(), folder.st_uid, folder.st_gid) == 0,
               file, "can't be given to the owner of its folder");
+    }
+}
+
+/// Where there is none yet. One that is there keeps its owner: it may be a link to anything.
+void make_lock_file(fs::path const& name)
+{
+    std::error_code unknown;
+    if (fs::symlink_status(name, unknown).type() != fs::file_type::not_found)
+    {
+        return;
+    }
+    try
+    {
+        give_to_owner(Descriptor(name, O_RDONLY | O_CREAT | O_EXCL, "can't be made"), name);
+    }
+    catch (std::system_error const& error)
+    {
+        // Somebody else has just made it.
+        if (error.code() != std::errc::file_exists)
+        {
+            throw;
+        }
     }
 }
 
@@ -111,8 +133,8 @@ private:
 FileLock::FileLock(fs::path const& file)
 {
     auto const name = beside(file, ".lock");
-    Descriptor lock(name, O_RDONLY | O_CREAT | O_NONBLOCK, "can't be opened to change " + file.filename().string());
-    give_to_owner(lock, name);
+    make_lock_file(name);
+    Descriptor lock(name, O_RDONLY | O_NONBLOCK, "can't be opened to change " + file.filename().string());
     auto const end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
     while (::flock(lock.number(), LOCK_EX | LOCK_NB) != 0)
     {

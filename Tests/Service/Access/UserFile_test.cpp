@@ -225,18 +225,29 @@ TEST_F(UserFileTest, belongs_to_whoever_may_change_it)
         GTEST_SKIP() << "only root can give files away";
     }
     constexpr uid_t owner = 12345;
+    auto const owner_of = [](std::filesystem::path const& path)
+    {
+        struct stat status = {};
+        EXPECT_EQ(::stat(path.c_str(), &status), 0) << path;
+        return status.st_uid;
+    };
+    auto const lock = file.path().string() + ".lock";
     add_token("panel");
     ASSERT_EQ(::chown(file.path().c_str(), owner, owner), 0);
     EXPECT_THROW(static_cast<void>(file.read()), std::runtime_error);
     ASSERT_EQ(::chown(folder.path().c_str(), owner, owner), 0);
     EXPECT_EQ(file.read().tokens.size(), 1U);
+    std::filesystem::remove(lock);
     add_token("other");
-    for (auto const* const suffix : {"", ".lock"})
-    {
-        struct stat status = {};
-        ASSERT_EQ(::stat((file.path().string() + suffix).c_str(), &status), 0);
-        EXPECT_EQ(status.st_uid, owner) << suffix;
-    }
+    EXPECT_EQ(owner_of(file.path()), owner);
+    EXPECT_EQ(owner_of(lock), owner);
+
+    // Nothing else can be had from root by this.
+    auto const secret = folder.write("secret", "");
+    std::filesystem::remove(lock);
+    std::filesystem::create_hard_link(secret, lock);
+    add_token("third");
+    EXPECT_EQ(owner_of(secret), 0U);
 }
 
 /// Runs the work in another process.
