@@ -159,8 +159,8 @@ TEST_F(AccessTest, ends_sessions_by_time_but_those_of_tokens)
     std::string brief;
     ASSERT_EQ(access->users().add_token("brief", Role::Viewer, std::chrono::days{400}, brief).text, "");
     auto const of_brief = access->sign_in_by_token(brief, here).session.value().cookie;
-    auto const watches = {access->watch_session(of_brief, [&] { ++ended; }),
-                          access->watch_token(brief, [&] { ++ended; })};
+    std::vector<std::shared_ptr<void>> const watches{access->watch_session(of_brief, [&] { ++ended; }),
+                                                     access->watch_token(brief, [&] { ++ended; })};
     pass(24h * 36);
     EXPECT_FALSE(access->bearer(brief));
     EXPECT_FALSE(access->session(of_brief));
@@ -213,10 +213,12 @@ TEST_F(AccessTest, ends_what_a_change_takes_the_ground_from)
 
 TEST_F(AccessTest, keeps_a_hundred_sessions_of_each)
 {
+    constexpr std::size_t one_too_many = 101;
     std::vector<std::string> cookies;
+    cookies.reserve(one_too_many);
     int ended = 0;
     auto const user = cookie_of_anna();
-    for (int count = 0; count < 101; ++count)
+    for (std::size_t count = 0; count < one_too_many; ++count)
     {
         cookies.push_back(cookie_of_panel());
     }

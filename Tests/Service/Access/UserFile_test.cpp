@@ -49,9 +49,9 @@ TEST(UserNames, are_what_one_sees_and_tells_apart)
              Case{"a/b", false},
              Case{"a\nb", false},
              Case{"a\tb", false},
-             Case{"a\u202Eb", false},
+             Case{"a\u202Eb", false}, // NOLINT(misc-misleading-bidirectional): an escape
              Case{"a\u200Bb", false},
-             Case{"a\u2067b", false},
+             Case{"a\u2067b", false}, // NOLINT(misc-misleading-bidirectional): an escape
              Case{std::string("a\0b", 3), false},
              Case{"a\xFF", false},
          })
@@ -267,6 +267,7 @@ TEST_F(UserFileTest, is_changed_by_several_processes_at_once)
     constexpr int processes = 3;
     constexpr int tokens = 10;
     std::vector<pid_t> children;
+    children.reserve(processes);
     for (int process = 0; process < processes; ++process)
     {
         children.push_back(elsewhere(
