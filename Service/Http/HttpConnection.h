@@ -542,6 +542,14 @@ template <typename Transport> void HttpConnection<Transport>::read_body()
     read(static_cast<std::size_t>(size), &HttpConnection::take_body);
 }
 
+/// Of what the parser left: a line's end that it does not see as one, and would wait for.
+inline bool has_lone_line_feed(boost::beast::flat_buffer const& rest)
+{
+    std::string_view const text(static_cast<char const*>(rest.data().data()), rest.size());
+    auto const place = text.find('\n');
+    return place != std::string_view::npos && (place == 0 || text[place - 1] != '\r');
+}
+
 template <typename Transport> void HttpConnection<Transport>::take_body()
 {
     boost::system::error_code error;
@@ -566,9 +574,9 @@ template <typename Transport> void HttpConnection<Transport>::take_body()
     {
         run();
     }
-    else if (m_input.size() > m_core.limits().header)
+    else if (m_input.size() > m_core.limits().header || has_lone_line_feed(m_input))
     {
-        refuse(400, "A chunk of the body has too long a head, or the body too long a trailer");
+        refuse(400, "A line of the body's frame is too long or does not end with CR LF");
     }
     else
     {

@@ -132,9 +132,8 @@ void StreamConnection<Transport>::start(Request const& request)
 template <typename Transport> void StreamConnection<Transport>::set_up()
 {
     auto const& limits = m_core.limits();
-    // A ping after half of the time, the end after the other half.
     m_socket.set_option(websocket::stream_base::timeout{
-        .handshake_timeout = limits.header_time, .idle_timeout = limits.idle_time / 2, .keep_alive_pings = true});
+        .handshake_timeout = limits.closing_time, .idle_timeout = limits.idle_time, .keep_alive_pings = true});
     m_socket.set_option(websocket::stream_base::decorator(
         [frame = AnswerFrame{.id = m_record.id, .date = m_core.date()}](websocket::response_type& response)
         {

@@ -2,6 +2,7 @@
 
 #include <arpa/inet.h>
 #include <netdb.h>
+#include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -9,7 +10,7 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
-#include <cerrno>
+#include <csignal>
 #include <stdexcept>
 
 namespace Ravik::Test
@@ -49,6 +50,8 @@ int connect_to(Location const& location, int receive_buffer)
     {
         ::setsockopt(socket, SOL_SOCKET, SO_RCVBUF, &receive_buffer, sizeof receive_buffer);
     }
+    int const at_once = 1;
+    ::setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &at_once, sizeof at_once);
     int const result = ::connect(socket, found->ai_addr, found->ai_addrlen);
     ::freeaddrinfo(found);
     if (result != 0)
@@ -76,6 +79,10 @@ std::string Answer::field(std::string const& name) const
 HttpClient::HttpClient(std::string const& address, int receive_buffer)
     : m_socket(connect_to(locate(address), receive_buffer))
 {
+    if (address.starts_with("https"))
+    {
+        start_tls();
+    }
 }
 
 HttpClient::~HttpClient()
@@ -87,8 +94,9 @@ bool HttpClient::send(std::string_view bytes)
 {
     while (!bytes.empty())
     {
-        auto const sent = ::send(m_socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-        if (sent < 0)
+        auto const sent = m_tls ? ::SSL_write(m_tls.get(), bytes.data(), static_cast<int>(bytes.size()))
+                                : ::send(m_socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+        if (sent <= 0)
         {
             return false;
         }
@@ -97,15 +105,35 @@ bool HttpClient::send(std::string_view bytes)
     return true;
 }
 
+void HttpClient::start_tls()
+{
+    // A client that goes while the other side writes must not end the test.
+    ::signal(SIGPIPE, SIG_IGN);
+    std::unique_ptr<SSL_CTX, decltype(&SSL_CTX_free)> const context(::SSL_CTX_new(::TLS_client_method()), SSL_CTX_free);
+    m_tls.reset(::SSL_new(context.get()));
+    ::SSL_set_fd(m_tls.get(), m_socket);
+    if (::SSL_connect(m_tls.get()) != 1)
+    {
+        throw std::runtime_error("no TLS");
+    }
+}
+
+long HttpClient::serial() const
+{
+    std::unique_ptr<X509, decltype(&X509_free)> const certificate(::SSL_get1_peer_certificate(m_tls.get()), X509_free);
+    return ::ASN1_INTEGER_get(::X509_get0_serialNumber(certificate.get()));
+}
+
 bool HttpClient::receive()
 {
     pollfd waiting{m_socket, POLLIN, 0};
-    if (::poll(&waiting, 1, patience) != 1)
+    if ((!m_tls || ::SSL_pending(m_tls.get()) == 0) && ::poll(&waiting, 1, patience) != 1)
     {
         return false;
     }
     std::array<char, 16'384> bytes{};
-    auto const count = ::recv(m_socket, bytes.data(), bytes.size(), 0);
+    auto const count = m_tls ? ::SSL_read(m_tls.get(), bytes.data(), static_cast<int>(bytes.size()))
+                             : ::recv(m_socket, bytes.data(), bytes.size(), 0);
     m_input.append(bytes.data(), count > 0 ? static_cast<std::size_t>(count) : 0);
     return count > 0;
 }
@@ -164,13 +192,13 @@ bool HttpClient::is_closed_by_server()
         return false;
     }
     pollfd waiting{m_socket, POLLIN, 0};
-    if (::poll(&waiting, 1, patience) != 1)
-    {
-        return false;
-    }
-    char byte = 0;
-    auto const count = ::recv(m_socket, &byte, 1, 0);
-    return count == 0 || (count < 0 && errno == ECONNRESET);
+    return ::poll(&waiting, 1, patience) == 1 && !receive();
+}
+
+bool HttpClient::is_cut_off()
+{
+    pollfd waiting{m_socket, 0, 0};
+    return ::poll(&waiting, 1, patience) == 1 && (waiting.revents & POLLERR) != 0;
 }
 
 void HttpClient::shut_down_sending()

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <chrono>
-#include <cstdint>
+#include <openssl/ssl.h>
+
 #include <map>
+#include <memory>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace Ravik::Test
 {
@@ -22,7 +22,7 @@ struct Answer
     std::string field(std::string const& name) const;
 };
 
-/// A client of plain sockets: it sends whatever bytes it is given.
+/// A client of plain sockets, with TLS for "https": it sends whatever bytes it is given.
 class HttpClient
 {
 public:
@@ -40,17 +40,22 @@ public:
     Answer exchange(std::string_view request);
     /// Whether the server ends the connection with nothing more to read.
     bool is_closed_by_server();
+    /// Whether the server breaks the connection off, whatever of it has not been read.
+    bool is_cut_off();
     /// Exactly so many bytes, fewer where the connection ends.
     std::string read(std::size_t size);
     void shut_down_sending();
     /// Breaks the connection off with a reset.
     void hang_up();
-    int socket() const noexcept { return m_socket; }
+    /// The serial number of the server's certificate.
+    long serial() const;
 
 private:
     bool receive();
+    void start_tls();
 
     int m_socket;
+    std::unique_ptr<SSL, decltype(&SSL_free)> m_tls{nullptr, SSL_free};
     std::string m_input;
 };
 
