@@ -159,6 +159,7 @@ void Deadline::set(std::shared_ptr<Owner> owner, Clock::duration from_now, void 
 inline void Deadline::cancel()
 {
     clear();
+    m_timer_ends = Clock::time_point::max();
     m_timer.cancel();
 }
 

@@ -11,6 +11,7 @@
 #include <list>
 #include <stdexcept>
 #include <thread>
+#include <utility>
 
 namespace Ravik::Service
 {
@@ -86,7 +87,6 @@ public:
     std::optional<double> certificate_days() const;
 
 private:
-    std::shared_ptr<Core> self() { return std::static_pointer_cast<Core>(m_self.lock()); }
     friend class HttpServer;
 
     void run();
@@ -103,6 +103,7 @@ private:
     std::vector<std::string> m_addresses;
     asio::steady_timer m_patience;
     bool m_is_stopping = false;
+    bool m_has_told_of_failure = false;
     std::thread m_thread;
     mutable RavikSrv::Mutex m_mutex;
     TlsContext m_tls RAVIK_GUARDED_BY(m_mutex);
@@ -184,9 +185,15 @@ void HttpServer::Implementation::take(tcp::socket socket)
     socket.set_option(tcp::no_delay(true), error);
     socket.set_option(asio::socket_base::send_buffer_size(send_buffer), error);
     Peer peer{.address = plain_address(remote.address().to_string()), .port = local.port()};
+    if (peer.address.empty())
+    {
+        // One of a link alone, which names its interface.
+        peer.address = remote.address().to_string();
+    }
     // Behind a proxy there are many, whom it tells apart.
     auto seat = seats().take(is_proxy(peer.address) ? std::string() : peer.address);
-    if (!seat && (settings().tls || counts().connections >= seats().taken() + most_turned_away))
+    auto const now = counts();
+    if (!seat && (settings().tls || now.connections + now.streams >= seats().taken() + most_turned_away))
     {
         return;
     }
@@ -208,8 +215,8 @@ void HttpServer::Implementation::take(tcp::socket socket)
 
 template <typename Transport> void HttpServer::Implementation::serve(Transport transport, Seats::Seat seat, Peer peer)
 {
-    auto const connection =
-        std::make_shared<HttpConnection<Transport>>(self(), std::move(transport), std::move(seat), std::move(peer));
+    auto const connection = std::make_shared<HttpConnection<Transport>>(m_self.lock(), std::move(transport),
+                                                                        std::move(seat), std::move(peer));
     enter(connection, false);
     connection->start();
 }

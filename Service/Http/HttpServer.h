@@ -87,7 +87,8 @@ public:
     void start();
     /// Takes no new connections and requests any more; answers what runs with `Connection: close`.
     void drain();
-    /// Closes all streams with the reason, waits until all answers have left or the time is over, and ends the thread.
+    /// Drains, closes all streams with the reason, waits until all answers have left or the time is over, and ends the
+    /// thread. Not from that thread.
     void stop(std::string const& reason, std::chrono::milliseconds patience);
 
     /// Reads the files of TLS again: both or neither. Returns why the old pair stays, empty where the new one serves.

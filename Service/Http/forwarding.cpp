@@ -4,6 +4,7 @@
 
 #include <arpa/inet.h>
 
+#include <algorithm>
 #include <array>
 
 namespace Ravik::Service
@@ -14,16 +15,15 @@ namespace
 /// What the nearest proxy added: the last element of the last field of that name.
 std::string_view last_hop(Fields const& fields, std::string_view name)
 {
-    for (auto field = fields.rbegin(); field != fields.rend(); ++field)
+    auto const last =
+        std::find_if(fields.rbegin(), fields.rend(), [&](auto const& each) { return each.first == name; });
+    if (last == fields.rend())
     {
-        if (field->first == name)
-        {
-            std::string_view const value = field->second;
-            auto const comma = value.rfind(',');
-            return trimmed(comma == std::string_view::npos ? value : value.substr(comma + 1));
-        }
+        return {};
     }
-    return {};
+    std::string_view const hops = last->second;
+    auto const comma = hops.rfind(',');
+    return trimmed(comma == std::string_view::npos ? hops : hops.substr(comma + 1));
 }
 
 std::string rewritten(int family, std::string const& address)
