@@ -123,7 +123,7 @@ private:
 };
 
 /// How much of a body is read at once.
-inline constexpr std::size_t body_chunk = 64 * 1024;
+inline constexpr std::size_t body_chunk = 65'536;
 /// A connection that waits keeps no more room than this for what comes, and shorter answers leave in one piece.
 inline constexpr std::size_t small_buffer = 4096;
 
@@ -198,6 +198,7 @@ template <typename Transport> void HttpConnection<Transport>::deadline_reached()
     switch (m_phase)
     {
     case Phase::waiting:
+    case Phase::closing:
         finish();
         break;
     case Phase::body:
@@ -217,7 +218,6 @@ template <typename Transport> void HttpConnection<Transport>::deadline_reached()
         }
         break;
     case Phase::handshake:
-    case Phase::closing:
         abort();
         break;
     case Phase::running:
@@ -435,7 +435,11 @@ template <typename Transport> void HttpConnection<Transport>::begin_record()
 
 template <typename Transport> void HttpConnection<Transport>::admit(RequestHead const& request)
 {
-    m_admission = m_core.handler().admit(request);
+    if (!m_core.guarded([&] { m_admission = m_core.handler().admit(request); }))
+    {
+        refuse(500, "The request failed within the service");
+        return;
+    }
     m_record.who = m_admission.who;
     if (!m_admission.who.empty() && !m_seat.give_to(m_admission.who))
     {

@@ -31,7 +31,7 @@ struct TlsFiles
 
 struct HttpLimits
 {
-    std::size_t header = 16 * 1024;
+    std::size_t header = 16'384;
     std::chrono::milliseconds header_time{10'000};
     /// What bodies and answers have to come to in a second at least, in bytes.
     std::size_t least_rate = 1000;
@@ -48,7 +48,7 @@ struct HttpLimits
     /// How long one that is closed is waited for, so that it sees why.
     std::chrono::milliseconds closing_time{2'000};
     /// A message of a WebSocket client, and what may wait for one.
-    std::size_t stream_message = 1024 * 1024;
+    std::size_t stream_message = 1'048'576;
     std::size_t stream_queue = 64;
 };
 

@@ -106,8 +106,8 @@ public:
     virtual Admission admit(RequestHead const& request) = 0;
     /// The answer to what no request comes of: a broken header or body (400), a header too long (431), too slow a
     /// client (408), a body too long (413), an expectation other than 100-continue (417), a broken upgrade (426), a
-    /// connection too many (503), a `run` that never replied (500). `detail` is for a person. On the thread of input
-    /// and output.
+    /// connection too many (503), an `admit` that threw or a `run` that never replied (500). `detail` is for a person.
+    /// On the thread of input and output.
     virtual Response failure(unsigned status, std::string const& detail) = 0;
 };
 

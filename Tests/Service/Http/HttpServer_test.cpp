@@ -331,6 +331,8 @@ TEST(HttpServer, replies_late_or_never_or_twice)
     HttpClient client(server.address());
     EXPECT_EQ(client.exchange(request("GET /drop")).status, 500);
     EXPECT_EQ(client.exchange(request("GET /throw")).status, 500);
+    EXPECT_EQ(HttpClient(server.address()).exchange(request("GET /bad")).status, 500);
+    EXPECT_TRUE(server.log.lines.find([](auto const& line) { return line.find("not in the mood") != line.npos; }));
     client.send(request("GET /hold"));
     auto const reply = server.handler.held.take();
     (*reply)(text_response("first"));

@@ -50,6 +50,10 @@ Admission TestHandler::admit(RequestHead const& request)
     requests.put(request);
     Admission admission;
     admission.body_limit = 100;
+    if (request.path == "/bad")
+    {
+        throw std::runtime_error("not in the mood");
+    }
     if (request.path == "/secret")
     {
         admission.refusal = text_response("no", 401);

@@ -96,7 +96,8 @@ private:
 };
 
 /// Serves: "/echo" gives back what was sent (at most 100 bytes of body), "/hold" leaves the reply to the test, "/drop"
-/// never replies, "/throw" throws, "/secret" is refused with 401, "/large" is long, "/user/NAME" is asked by NAME, and
+/// never replies, "/throw" throws, "/bad" before it is let in, "/secret" is refused with 401, "/large" is long,
+/// "/user/NAME" is asked by NAME, and
 /// "/stream" is a WebSocket that throws at "throw" and closes with 1000 at "close".
 class TestHandler : public Service::Handler
 {
