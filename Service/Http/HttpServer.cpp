@@ -91,6 +91,7 @@ private:
 
     void run();
     void accept(tcp::acceptor& acceptor);
+    void accept_later(tcp::acceptor& acceptor, boost::system::error_code const& error);
     void take(tcp::socket socket);
     template <typename Transport> void serve(Transport transport, Seats::Seat seat, Peer peer);
     void begin_drain();
@@ -154,22 +155,31 @@ void HttpServer::Implementation::accept(tcp::acceptor& acceptor)
             {
                 return;
             }
-            if (!error)
+            if (error)
             {
-                static_cast<void>(guarded([&] { take(std::move(socket)); }));
-                accept(acceptor);
+                accept_later(acceptor, error);
                 return;
             }
-            log().tell("connection", "A connection can't be taken: " + error.message(), {{"what", error.message()}});
-            auto const timer = std::make_shared<asio::steady_timer>(io(), pause_after_failure);
-            timer->async_wait(
-                [this, &acceptor, timer](boost::system::error_code /*error*/)
-                {
-                    if (acceptor.is_open())
-                    {
-                        accept(acceptor);
-                    }
-                });
+            m_has_told_of_failure = false;
+            static_cast<void>(guarded([&] { take(std::move(socket)); }));
+            accept(acceptor);
+        });
+}
+
+void HttpServer::Implementation::accept_later(tcp::acceptor& acceptor, boost::system::error_code const& error)
+{
+    if (!std::exchange(m_has_told_of_failure, true))
+    {
+        log().tell("connection", "Connections can't be taken: " + error.message(), {{"what", error.message()}});
+    }
+    auto const timer = std::make_shared<asio::steady_timer>(io(), pause_after_failure);
+    timer->async_wait(
+        [this, &acceptor, timer](boost::system::error_code /*error*/)
+        {
+            if (acceptor.is_open())
+            {
+                accept(acceptor);
+            }
         });
 }
 
