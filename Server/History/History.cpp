@@ -2,12 +2,11 @@
 
 #include "Configuration/StoreError.h"
 #include "Configuration/configuration_keys.h"
+#include "History/account.h"
 #include "History/timestamp.h"
 #include "Json/Json.h"
 
-#include <array>
 #include <limits>
-#include <pwd.h>
 #include <unistd.h>
 #include <utility>
 
@@ -24,16 +23,6 @@ namespace
 constexpr std::size_t longest_asked = 300;
 /// The longest note and text.
 constexpr std::size_t longest_text = 10'000;
-
-std::string own_account()
-{
-    std::array<char, 4096> memory{};
-    struct passwd entry = {};
-    struct passwd* found = nullptr;
-    auto const user = geteuid();
-    auto const result = getpwuid_r(user, &entry, memory.data(), memory.size(), &found);
-    return result == 0 && found != nullptr ? std::string(found->pw_name) : "uid " + std::to_string(user);
-}
 
 /// The text cut short, between two characters of UTF-8.
 std::string shortened(std::string text, std::size_t longest)
@@ -141,7 +130,7 @@ std::vector<PlaceChange> places_of(HistoryRecord const& record)
 }
 
 History::History(Configuration& configuration, HistoryBounds bounds)
-    : m_configuration(configuration), m_bounds(bounds), m_account(own_account())
+    : m_configuration(configuration), m_bounds(bounds), m_account(account_of(geteuid()))
 {
 }
 
