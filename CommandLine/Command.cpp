@@ -1,8 +1,8 @@
 #include "Command.h"
 
 #include "nearest_name.h"
-#include "shell_word.h"
 
+#include "History/shell_word.h"
 #include "Json/Json.h"
 
 #include <boost/algorithm/string/join.hpp>

@@ -5,6 +5,8 @@
 #include "function_answer.h"
 #include "path_hint.h"
 #include "recipe_names.h"
+
+#include "Recipes/text_list.h"
 #include "rows.h"
 
 #include "Configuration/Entry.h"

@@ -2,6 +2,7 @@
 
 #include "Activation/planned_rows.h"
 #include "Configuration/configuration_keys.h"
+#include "Configuration/entry_tag.h"
 
 #include "Json/Json.h"
 
@@ -91,11 +92,30 @@ void conclude(ActivationReport& report)
     }
 }
 
-Value body_of(std::string const& recipe, ActivationRows const& rows, std::vector<RowState> const& counted)
+Value body_of(std::string const& recipe, Value const& request, ActivationRows const& rows,
+              std::vector<RowState> const& counted)
 {
     auto body = value_of(rows, counted);
     body.insert("recipe", Value(std::string_view(recipe)));
+    if (request.isset())
+    {
+        body.insert("request", request);
+    }
     return body;
+}
+
+/// The hash of what is planned.
+std::string plan_hash(ActivationRows const& rows)
+{
+    Value writes(RavikSrv::ValueType::Vector);
+    for (auto const& row : rows)
+    {
+        if (row.state == RowState::Planned)
+        {
+            writes << Value(std::string_view(row.symbol)) << Value(std::string_view(row.domain)) << row.value;
+        }
+    }
+    return entry_tag(writes);
 }
 
 std::string success_name()
@@ -142,6 +162,8 @@ ActivationReport Activation::expected(std::string const& recipe, Value const& tr
     ActivationReport report;
     take_outcome(report, outcome);
     report.rows = planned_rows(recipe, outcome.record, tree, m_symbols);
+    report.recipe = report.succeeded() ? std::string() : recipe;
+    report.hash = plan_hash(report.rows);
     return report;
 }
 
@@ -264,6 +286,13 @@ ActivationReport Activation::activate(std::string const& recipe, ActivationOptio
         }
         return report;
     }
+    if (!options.plan.empty() && options.plan != report.hash)
+    {
+        abandon(report.rows);
+        report.plan_changed = true;
+        fail(report, ErrorValue::STORAGE_CONSTRAINT, "what would be written has changed since it was planned");
+        return report;
+    }
     WriteHolds::Hold const hold(m_holds, places_of(planned_symbols(report.rows)),
                                 "the activation of '" + recipe + "'" + by(options.who));
     if (!hold.refusal().empty())
@@ -287,6 +316,8 @@ ActivationReport Activation::activate(std::string const& recipe, ActivationOptio
                        .asked = "activate " + recipe,
                        .verifies = m_settings.verify && options.verify,
                        .stop = options.stop,
+                       .request = options.request,
+                       .begun = options.begun,
                        .write = [&] { return write_all(recipe, tree, report.rows.size(), options); }});
     return report;
 }
@@ -317,6 +348,10 @@ void Activation::carry_out(ActivationReport& report, Attempt const& attempt)
     }
     std::string trouble;
     begin_record(report, attempt, trouble);
+    if (attempt.begun)
+    {
+        attempt.begun(report.id.value_or(0));
+    }
     auto const outcome = attempt.write();
     take_outcome(report, outcome);
     settle(report.rows, outcome.record);
@@ -358,7 +393,7 @@ void Activation::begin_record(ActivationReport& report, Attempt const& attempt, 
                                       .who = attempt.who,
                                       .note = attempt.note,
                                       .asked = attempt.asked,
-                                      .body = body_of(attempt.recipe, report.rows, {})});
+                                      .body = body_of(attempt.recipe, attempt.request, report.rows, {})});
         if (id != 0)
         {
             report.id = id;
@@ -379,7 +414,7 @@ void Activation::complete_record(ActivationReport const& report, Attempt const& 
     try
     {
         m_log->complete(*report.id, report.succeeded(), report.text,
-                        body_of(attempt.recipe, report.rows, activation_states()));
+                        body_of(attempt.recipe, attempt.request, report.rows, activation_states()));
     }
     catch (std::exception const& failure)
     {
@@ -470,7 +505,9 @@ ActivationReport Activation::revert(Value const& body, WriteBackOptions const& o
                        .asked = options.asked,
                        .verifies = m_settings.verify,
                        .stop = options.stop,
-                       .write = [&] { return write_back(report.rows); }});
+                       .request = options.request,
+                       .begun = options.begun,
+                       .write = [&] { return write_back(report.rows, options); }});
     return report;
 }
 
@@ -541,7 +578,7 @@ void Activation::choose(ActivationRows& rows, ActivationRows const& recorded, bo
     }
 }
 
-FunctionOutcome Activation::write_back(ActivationRows const& rows)
+FunctionOutcome Activation::write_back(ActivationRows const& rows, WriteBackOptions const& options)
 {
     CommandGroup group;
     group.set_domain(std::string(server_domain).c_str());
@@ -557,6 +594,10 @@ FunctionOutcome Activation::write_back(ActivationRows const& rows)
     Context context;
     context.set_session(m_core.executor.recorder().new_session());
     auto const result = m_core.executor.execute(context, group);
+    if (options.progress)
+    {
+        options.progress(group.size(), group.size());
+    }
     FunctionOutcome outcome;
     outcome.name = success_name();
     outcome.record.push_back(m_core.executor.recorder().describe(group, result));

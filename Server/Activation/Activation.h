@@ -41,6 +41,13 @@ struct ActivationOptions
     std::atomic<bool> const* stop = nullptr;
     /// Told how many symbols are written of all; may be empty.
     std::function<void(std::size_t done, std::size_t total)> progress{};
+    /// The hash of the plan that is agreed to: where what would be written is something else, nothing is read or
+    /// written. Empty for whatever the plan is.
+    std::string plan{};
+    /// What the record keeps under "request", null for nothing.
+    RavikSrv::Value request{};
+    /// Told the record's number, 0 where there is none, before the first value leaves; may be empty.
+    std::function<void(std::int64_t id)> begun{};
 };
 
 struct WriteBackOptions
@@ -54,6 +61,10 @@ struct WriteBackOptions
     /// What was asked, for the record: "revert 17".
     std::string asked{};
     std::atomic<bool> const* stop = nullptr;
+    // As in `ActivationOptions`.
+    std::function<void(std::size_t done, std::size_t total)> progress{};
+    RavikSrv::Value request{};
+    std::function<void(std::int64_t id)> begun{};
 };
 
 /// What became of an activation or its plan: the function's own result where it failed; `FAIL` with the symbols' names
@@ -69,6 +80,13 @@ struct [[nodiscard]] ActivationReport
     /// The number of the record, where there is one.
     std::optional<std::int64_t> id{};
     ActivationRows rows{};
+    /// The recipe whose function failed, where it did.
+    std::string recipe{};
+    /// Tells the symbols, domains and values that are to be written from any others; empty where no function was
+    /// called.
+    std::string hash{};
+    /// Refused, since the plan is another than the one that was agreed to.
+    bool plan_changed = false;
 
     bool succeeded() const noexcept { return error == RavikSrv::ErrorValue::SUCCESS && result == 0; }
 };
@@ -120,6 +138,8 @@ private:
         std::string asked;
         bool verifies = true;
         std::atomic<bool> const* stop = nullptr;
+        RavikSrv::Value request;
+        std::function<void(std::int64_t id)> begun;
         std::function<FunctionOutcome()> write;
     };
     using Readings = std::vector<std::optional<ExecutedCommand>>;
@@ -137,7 +157,7 @@ private:
 
     ActivationRows candidates(ActivationRows const& recorded) const;
     void choose(ActivationRows& rows, ActivationRows const& recorded, bool force) const;
-    FunctionOutcome write_back(ActivationRows const& rows);
+    FunctionOutcome write_back(ActivationRows const& rows, WriteBackOptions const& options);
 
     bool agree(std::string const& symbol, RavikSrv::Value const& expected, RavikSrv::Value const& live,
                double tolerance) const;

@@ -6,6 +6,7 @@
 #include "History/timestamp.h"
 #include "Json/Json.h"
 
+#include <algorithm>
 #include <limits>
 #include <unistd.h>
 #include <utility>
@@ -200,30 +201,71 @@ bool History::complete(std::int64_t id, std::string const& outcome, std::string 
 
 // Reading -------------------------------------------------------------------------------------------------------------
 
-std::vector<HistoryRecord> History::list(HistoryFilter const& filter) const
+/// Calls `visit(record)` for the records of that time or later with numbers below `before`, the newest first, until it
+/// returns false.
+template <typename Visit>
+void History::visit_newest(std::int64_t before, std::string const& since, Visit const& visit) const
 {
     // Each few are read by themselves, so that no commit waits for long.
     constexpr std::size_t at_once = 20;
-    std::vector<HistoryRecord> found;
-    auto before = std::numeric_limits<std::int64_t>::max();
-    while (found.size() < filter.limit)
+    for (auto is_last = false; !is_last;)
     {
         auto const records = m_configuration.records_before(before, at_once);
         for (auto const& record : records)
         {
-            auto const is_wanted = record.time >= filter.since && (filter.who.empty() || record.who == filter.who) &&
-                                   (filter.recipe.empty() || is_about(record, filter.recipe));
-            if (is_wanted && found.size() < filter.limit)
+            if (record.time >= since && !visit(record))
             {
-                found.push_back(without_body(record));
+                return;
             }
         }
-        if (records.size() < at_once || records.back().time < filter.since)
-        {
-            break;
-        }
-        before = records.back().id;
+        is_last = records.size() < at_once || records.back().time < since;
+        before = records.empty() ? before : records.back().id;
     }
+}
+
+std::vector<HistoryRecord> History::list(HistoryFilter const& filter) const
+{
+    std::vector<HistoryRecord> found;
+    auto const& actions = filter.actions;
+    auto const is_wanted = [&](StoredRecord const& record)
+    {
+        return (filter.who.empty() || record.who == filter.who) &&
+               (actions.empty() || std::find(actions.begin(), actions.end(), record.action) != actions.end()) &&
+               (filter.recipe.empty() || is_about(record, filter.recipe));
+    };
+    auto const take = [&](StoredRecord const& record)
+    {
+        if (is_wanted(record))
+        {
+            found.push_back(without_body(record));
+        }
+        return found.size() < filter.limit;
+    };
+    if (filter.limit != 0)
+    {
+        visit_newest(filter.before > 0 ? filter.before : std::numeric_limits<std::int64_t>::max(), filter.since, take);
+    }
+    return found;
+}
+
+std::vector<HistoryRecord> History::requests(std::string const& since) const
+{
+    std::vector<HistoryRecord> found;
+    auto const take = [&found](StoredRecord const& record)
+    {
+        // Most records need not be read for it.
+        if (record.body.find("\"request\"") != std::string::npos)
+        {
+            Value const body = body_of(record);
+            if (body["request"].isset())
+            {
+                found.push_back(without_body(record));
+                found.back().body = body;
+            }
+        }
+        return true;
+    };
+    visit_newest(std::numeric_limits<std::int64_t>::max(), since, take);
     return found;
 }
 

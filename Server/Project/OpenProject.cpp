@@ -5,6 +5,13 @@
 #include "Configuration/configuration_keys.h"
 #include "Project/Ownership.h"
 #include "Project/project_store.h"
+#include "Recipes/RecipeReading.h"
+#include "Recipes/RecipeSaving.h"
+#include "Recipes/RecipeUpdates.h"
+#include "Recipes/active_recipes.h"
+#include "Recipes/compare_plans.h"
+#include "Recipes/recipe_functions.h"
+#include "Recipes/text_list.h"
 
 #include "PathIterator.h"
 #include "api_helper.h"
@@ -149,13 +156,11 @@ Deed deed_of(Command const& call, ErrorValue error, Origin const& origin)
             .text = succeeded ? std::string() : std::string(call.result_string())};
 }
 
-/// The function that activations are made of, and its parameters.
-constexpr char const* activate_function = "ActivateRecipe";
-
+/// The parameters of a function that takes a recipe.
 Value recipe_parameters(std::string const& recipe)
 {
     Value parameters(ValueType::Struct);
-    parameters.insert("path", Value(std::string_view(recipe)));
+    parameters.insert(Parameter::path, Value(std::string_view(recipe)));
     return parameters;
 }
 
@@ -175,7 +180,9 @@ EditReport report(EditOutcome outcome)
     report.error = outcome.refusal.error;
     report.text = outcome.refusal.text;
     report.path = outcome.refusal.path;
+    report.value = std::move(outcome.value);
     report.made = outcome.made;
+    report.condition_failed = outcome.condition_failed;
     report.cascade = std::move(outcome.cascade);
     report.refused = std::move(outcome.refusals);
     report.warnings = std::move(outcome.warnings);
@@ -212,8 +219,14 @@ OpenProject::OpenProject(ProjectFile const& file, Libraries const& libraries, st
       m_activation(
           m_core, m_symbols,
           [this](RavikSrv::Session session, std::string const& recipe)
-          { return call(session, std::string(recipe_domain), activate_function, recipe_parameters(recipe)); },
-          file.activation)
+          {
+              return call_function(session, std::string(recipe_domain), Function::activate_recipe,
+                                   recipe_parameters(recipe), {});
+          },
+          file.activation),
+      m_recipes(m_core, [this](RavikSrv::Session request, std::string const& function, Value const& parameters,
+                               Origin const& origin)
+                { return call_function(request, std::string(recipe_domain), function, parameters, origin); })
 {
     m_activation.set_log(&m_records);
     check_schemas(file);
@@ -273,6 +286,19 @@ void OpenProject::start_extensions(ProjectFile const& file)
 
 FunctionOutcome OpenProject::call(RavikSrv::Session request, std::string const& domain, std::string const& function,
                                   Value const& parameters, Origin const& origin)
+{
+    auto outcome = call_function(request, domain, function, parameters, origin);
+    auto const wrote = [](ExecutedGroup const& group)
+    {
+        return std::any_of(group.commands.begin(), group.commands.end(),
+                           [](ExecutedCommand const& command) { return command.wrote; });
+    };
+    m_activity += std::any_of(outcome.record.begin(), outcome.record.end(), wrote) ? 1 : 0;
+    return outcome;
+}
+
+FunctionOutcome OpenProject::call_function(RavikSrv::Session request, std::string const& domain,
+                                           std::string const& function, Value const& parameters, Origin const& origin)
 {
     Recorder::Recording recording(m_core.executor.recorder(), request);
     ReadMemory::Scope const remembering(m_core.executor.read_memory(), request);
@@ -349,12 +375,91 @@ std::vector<std::string> OpenProject::functions(std::string const& domain) const
 
 ActivationReport OpenProject::activate(std::string const& recipe, ActivationOptions const& options)
 {
-    return m_activation.activate(recipe, on_behalf(options, m_history.account()));
+    auto report = m_activation.activate(recipe, on_behalf(options, m_history.account()));
+    ++m_activity;
+    return report;
+}
+
+ActivationReport OpenProject::compare(std::string const& recipe, std::string const& other)
+{
+    auto left = expected(recipe);
+    auto right = left.succeeded() ? expected(other) : left;
+    return right.succeeded() ? compare_plans(std::move(left), right, recipe, other) : right;
 }
 
 ActivationReport OpenProject::revert_activation(Value const& body, WriteBackOptions const& options)
 {
-    return m_activation.revert(body, on_behalf(options, m_history.account()));
+    auto report = m_activation.revert(body, on_behalf(options, m_history.account()));
+    m_activity += options.dry_run ? 0 : 1;
+    return report;
+}
+
+// Recipes -------------------------------------------------------------------------------------------------------------
+
+NamesOutcome OpenProject::recipe_names() const
+{
+    NamesOutcome outcome;
+    outcome.names = m_recipes.names();
+    return outcome;
+}
+
+NamesOutcome OpenProject::recipes_of(std::string const& type)
+{
+    auto const found =
+        m_recipes.call(m_recipes.begin_request(), Function::get_recipes, Parameter::recipe_type_path, type);
+    NamesOutcome outcome;
+    if (!found.succeeded())
+    {
+        auto const is_own = found.error != ErrorValue::SUCCESS;
+        outcome.error = is_own ? found.error : ErrorValue::EXTENSION;
+        outcome.text = is_own ? found.text : name_and_text(recipe_outcome(found));
+        return outcome;
+    }
+    outcome.names = texts_of(found.value);
+    if (outcome.names.empty())
+    {
+        static_cast<ConfigurationOutcome&>(outcome) = check_type(std::string(recipe_domain), type);
+    }
+    return outcome;
+}
+
+ReadReport OpenProject::read(std::string const& recipe)
+{
+    return RecipeReading(m_recipes, m_symbols, recipe).report();
+}
+
+SaveReport OpenProject::save(std::string const& recipe, SaveOptions const& options)
+{
+    auto saved = RecipeSaving(m_recipes, m_editor, m_symbols, recipe, options).save();
+    SaveReport outcome;
+    static_cast<EditReport&>(outcome) = report(std::move(saved.edit));
+    if (!saved.reading.succeeded())
+    {
+        outcome.error = saved.reading.error;
+        outcome.text = saved.reading.text;
+        outcome.read_failed = true;
+    }
+    outcome.result = saved.reading.result;
+    outcome.name = saved.reading.name;
+    outcome.rows = std::move(saved.rows);
+    return outcome;
+}
+
+UpdateReport OpenProject::update(std::vector<std::string> const& recipes, UpdateOptions const& options)
+{
+    return RecipeUpdates(m_recipes, options).update(recipes);
+}
+
+ActiveReport OpenProject::active(std::vector<std::string> const& recipes, ActiveOptions const& options)
+{
+    return active_recipes(m_recipes, recipes, options);
+}
+
+Revisions OpenProject::revisions() const noexcept
+{
+    return {.configuration = m_core.configuration.revision(),
+            .history = m_core.configuration.record_revision(),
+            .activity = m_activity};
 }
 
 // Configuration -------------------------------------------------------------------------------------------------------
@@ -392,9 +497,35 @@ ConfigurationOutcome OpenProject::get(std::string const& domain, std::string con
 }
 
 EditReport OpenProject::set(std::string const& domain, std::string const& path, Value const& value,
-                            Origin const& origin)
+                            SetOptions const& options)
 {
-    return report(m_editor.set(domain, path, value, origin));
+    return report(m_editor.set(domain, path, value, options));
+}
+
+EditReport OpenProject::copy(std::string const& domain, std::string const& path, std::string const& new_path,
+                             SetOptions const& options)
+{
+    // What stands there stays so until the copy is made.
+    Configuration::Turn turn(m_core.configuration);
+    EditReport missing;
+    static_cast<ConfigurationOutcome&>(missing) = get(domain, path);
+    if (!missing.succeeded())
+    {
+        return missing;
+    }
+    return committed(turn, report(m_editor.copy(domain, path, new_path, options)));
+}
+
+/// Ends the turn of an edit that consists of more than one operation.
+EditReport OpenProject::committed(Configuration::Turn& turn, EditReport report) const
+{
+    if (auto const stored = turn.commit(); stored != ErrorValue::SUCCESS)
+    {
+        report = {};
+        report.error = stored;
+        report.text = "it could not be stored: " + turn.failure();
+    }
+    return report;
 }
 
 EditReport OpenProject::remove(std::string const& domain, std::string const& path, MoveOptions const& options)
@@ -439,6 +570,11 @@ template <typename Read> HistoryOutcome history_outcome(Read const& read)
 HistoryOutcome OpenProject::history(HistoryFilter const& filter) const
 {
     return history_outcome([&] { return m_history.list(filter); });
+}
+
+HistoryOutcome OpenProject::history_requests(std::string const& since) const
+{
+    return history_outcome([&] { return m_history.requests(since); });
 }
 
 HistoryOutcome OpenProject::history_record(std::int64_t id) const
@@ -531,13 +667,14 @@ ExecutedGroup OpenProject::read_symbols(std::vector<std::string> const& names)
     return execute_symbols(group);
 }
 
-ExecutedGroup OpenProject::write_symbol(std::string const& name, Value const& value)
+ExecutedGroup OpenProject::write_symbol(std::string const& name, Value const& value, Origin const& origin)
 {
     CommandGroup group;
     Command command(name.c_str());
     command.set_write_value(value);
     WriteHolds::Hold const hold(m_activation.holds(), m_activation.places_of({name}),
-                                "the write of " + name + " by " + m_history.account());
+                                "the write of " + name + " by " +
+                                    (origin.who.empty() ? m_history.account() : origin.who));
     if (!hold.refusal().empty())
     {
         command.set_result(ErrorValue::SYMBOL_IN_USE);
@@ -547,11 +684,13 @@ ExecutedGroup OpenProject::write_symbol(std::string const& name, Value const& va
     }
     group.insert(group.end_vector(), command);
     auto written = execute_symbols(group);
-    remember_write(name, value, written.commands.front());
+    ++m_activity;
+    remember_write(name, value, origin, written.commands.front());
     return written;
 }
 
-void OpenProject::remember_write(std::string const& name, Value const& value, ExecutedCommand& written)
+void OpenProject::remember_write(std::string const& name, Value const& value, Origin const& origin,
+                                 ExecutedCommand& written)
 {
     auto const succeeded = written.result == ErrorValue::SUCCESS;
     ActivationRow const row{.symbol = name,
@@ -564,10 +703,12 @@ void OpenProject::remember_write(std::string const& name, Value const& value, Ex
                             .text = written.text.str()};
     try
     {
-        m_history.begin({.action = Action::symbol,
-                         .asked = "symbol set " + name + ' ' + Json::write(value),
+        m_history.begin({.who = origin.who,
+                         .action = Action::symbol,
+                         .asked = origin.asked.empty() ? "symbol set " + name + ' ' + Json::write(value) : origin.asked,
                          .outcome = succeeded ? Outcome::done : Outcome::failed,
                          .text = written.text.str(),
+                         .note = origin.note,
                          .body = value_of({row}, activation_states())});
     }
     catch (StoreError const& error)

@@ -1,9 +1,11 @@
 #include "Project/OpenProject.h"
 
 #include "Configuration/Entry.h"
+#include "Configuration/recipe_needs.h"
 #include "Configuration/tree.h"
 #include "Editing/table.h"
 
+#include "algorithm_helper.h"
 #include "api_helper.h"
 
 namespace Ravik
@@ -43,7 +45,7 @@ Inspection OpenProject::inspection(std::string const& domain) const
 }
 
 /// Whether the domain has such a recipe type.
-ConfigurationOutcome OpenProject::check_table(std::string const& domain, std::string const& type) const
+ConfigurationOutcome OpenProject::check_type(std::string const& domain, std::string const& type) const
 {
     if (!m_core.configuration.has_domain(domain))
     {
@@ -62,10 +64,33 @@ ConfigurationOutcome OpenProject::check_table(std::string const& domain, std::st
             .value = {}};
 }
 
+MembersOutcome OpenProject::members(std::string const& type) const
+{
+    std::string const domain(recipe_domain);
+    MembersOutcome outcome;
+    static_cast<ConfigurationOutcome&>(outcome) = check_type(domain, type);
+    auto const tree = m_core.configuration.tree(domain);
+    for (auto const& found : outcome.succeeded() ? own_members(type, tree) : std::vector<OwnMember>())
+    {
+        Value const& member = *found.member;
+        auto const symbol = RavikSrv::Algorithm::to_string(member[Key::symbol]);
+        auto const* const mapped = m_symbols.find(symbol).symbol;
+        outcome.members.push_back({.name = found.name,
+                                   .type = found.type,
+                                   .symbol = symbol,
+                                   .symbol_schema = mapped == nullptr ? Value() : mapped->schema,
+                                   .schema = member[Key::member_schema],
+                                   .default_value = member[Key::default_value],
+                                   .nested_type = RavikSrv::Algorithm::to_string(member[Key::recipe_type]),
+                                   .enabled = member[Key::enabled].get_bool()});
+    }
+    return outcome;
+}
+
 ConfigurationOutcome OpenProject::export_table(std::string const& domain, std::string const& type,
                                                TableText::Form const& form) const
 {
-    auto outcome = check_table(domain, type);
+    auto outcome = check_type(domain, type);
     if (!outcome.succeeded())
     {
         return outcome;
@@ -84,7 +109,7 @@ EditReport OpenProject::import_table(std::string const& domain, std::string cons
     // The recipes stay as they are between the reading of the table and its import.
     Configuration::Turn turn(m_core.configuration);
     EditReport report;
-    static_cast<ConfigurationOutcome&>(report) = check_table(domain, type);
+    static_cast<ConfigurationOutcome&>(report) = check_type(domain, type);
     if (!report.succeeded())
     {
         return report;
@@ -105,14 +130,8 @@ EditReport OpenProject::import_table(std::string const& domain, std::string cons
             refusal = table.placed(std::move(refusal));
         }
     }
-    report.value = counts_of(table);
-    if (auto const stored = turn.commit(); stored != ErrorValue::SUCCESS)
-    {
-        report = {};
-        report.error = stored;
-        report.text = "it could not be stored: " + turn.failure();
-    }
-    return report;
+    report.value = report.condition_failed ? report.value : counts_of(table);
+    return committed(turn, std::move(report));
 }
 
 } // namespace Ravik

@@ -1,4 +1,4 @@
-#include "ValueComparison.h"
+#include "Recipes/ValueComparison.h"
 
 #include "Configuration/MemberIndex.h"
 #include "Configuration/configuration_keys.h"
@@ -7,13 +7,14 @@
 #include "api_helper.h"
 #include "value_comparison.h"
 
-namespace Ravik::CommandLine
+namespace Ravik
 {
 
 using RavikSrv::Value;
 using RavikSrv::Algorithm::to_string;
 
-ValueComparison::ValueComparison(Project const& project, Value const& configuration, Value const& recipe)
+ValueComparison::ValueComparison(SymbolTable const& symbols, Value const& configuration, Value const& recipe)
+    : m_symbols(symbols)
 {
     MemberIndex index(configuration);
     auto const* const members = index.members_of(to_string(recipe[Key::recipe_type_name]));
@@ -23,16 +24,6 @@ ValueComparison::ValueComparison(Project const& project, Value const& configurat
         auto const* const member = RavikSrv::node_path(place.path, configuration).node;
         m_members[name] = place.nests_type || member == nullptr ? std::string() : to_string((*member)[Key::symbol]);
     }
-    for (auto const& symbol : project.symbols())
-    {
-        m_symbols[symbol.name] = {.domain = symbol.domain, .is_float = RavikSrv::describes_float(symbol.schema)};
-    }
-}
-
-ValueComparison::Symbol const* ValueComparison::find(std::string const& symbol) const
-{
-    auto const found = m_symbols.find(RavikSrv::name_from_path(symbol.c_str()));
-    return found == m_symbols.end() ? nullptr : &found->second;
 }
 
 ValueComparison::Target ValueComparison::target_of(std::string const& member) const
@@ -42,14 +33,14 @@ ValueComparison::Target ValueComparison::target_of(std::string const& member) co
     {
         return {};
     }
-    auto const* const symbol = find(found->second);
+    auto const* const symbol = m_symbols.find(found->second).symbol;
     return {.is_member = true, .symbol = found->second, .domain = symbol == nullptr ? std::string() : symbol->domain};
 }
 
 bool ValueComparison::agree(Target const& target, Value const& stored, Value const& current) const
 {
-    auto const* const symbol = find(target.symbol);
-    return RavikSrv::values_agree(stored, current, symbol != nullptr && symbol->is_float);
+    auto const* const symbol = m_symbols.find(target.symbol).symbol;
+    return RavikSrv::values_agree(stored, current, symbol != nullptr && RavikSrv::describes_float(symbol->schema));
 }
 
-} // namespace Ravik::CommandLine
+} // namespace Ravik

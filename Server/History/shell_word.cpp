@@ -1,11 +1,11 @@
-#include "shell_word.h"
+#include "History/shell_word.h"
 
 #include <boost/algorithm/string/replace.hpp>
 
 #include <algorithm>
 #include <string_view>
 
-namespace Ravik::CommandLine
+namespace Ravik
 {
 
 namespace
@@ -29,4 +29,4 @@ std::string shell_word(std::string const& text)
     return "'" + boost::replace_all_copy(text, "'", "'\\''") + "'";
 }
 
-} // namespace Ravik::CommandLine
+} // namespace Ravik

@@ -1,13 +1,13 @@
 #pragma once
 
-#include "Project/Project.h"
+#include "Execution/SymbolTable.h"
 
 #include "RavikSrvExtApi.h"
 
 #include <map>
 #include <string>
 
-namespace Ravik::CommandLine
+namespace Ravik
 {
 
 /// Tells whether a stored value stands in the controller, by the rules by which recipes are active: the value read is
@@ -15,8 +15,8 @@ namespace Ravik::CommandLine
 class ValueComparison
 {
 public:
-    /// `configuration` is the recipe management's, `recipe` one of its recipes.
-    ValueComparison(Project const& project, RavikSrv::Value const& configuration, RavikSrv::Value const& recipe);
+    /// `configuration` is the recipe management's, `recipe` one of its recipes. The symbols outlive it.
+    ValueComparison(SymbolTable const& symbols, RavikSrv::Value const& configuration, RavikSrv::Value const& recipe);
 
     /// What the recipe's value under a name stands for.
     struct Target
@@ -33,18 +33,9 @@ public:
     bool agree(Target const& target, RavikSrv::Value const& stored, RavikSrv::Value const& current) const;
 
 private:
-    struct Symbol
-    {
-        std::string domain;
-        /// Whether it holds a 32-bit float.
-        bool is_float = false;
-    };
-
-    Symbol const* find(std::string const& symbol) const;
-
+    SymbolTable const& m_symbols;
     /// The symbols of the members by their names.
     std::map<std::string, std::string> m_members;
-    std::map<std::string, Symbol> m_symbols;
 };
 
-} // namespace Ravik::CommandLine
+} // namespace Ravik

@@ -1,7 +1,7 @@
 #pragma once
 
-/// The recipe management's requests as the commands send them.
-namespace Ravik::CommandLine
+/// The recipe management's requests.
+namespace Ravik
 {
 
 /// The functions.
@@ -36,4 +36,4 @@ inline constexpr char const* info = "info";
 
 } // namespace Returned
 
-} // namespace Ravik::CommandLine
+} // namespace Ravik
