@@ -44,18 +44,6 @@ std::string joined(std::vector<std::string> const& names)
     return text;
 }
 
-void check_ownership(std::optional<Ownership> const& ownership, RegularFile const& project_file)
-{
-    if (ownership)
-    {
-        auto const in_folder = ownership->objection();
-        if (auto const objection = in_folder ? in_folder : ownership->objection(project_file))
-        {
-            throw ProjectError(*objection);
-        }
-    }
-}
-
 /// The place of an extension's key in the project file.
 std::vector<std::string> place_in(std::size_t extension, char const* key)
 {
@@ -193,10 +181,8 @@ EditReport report(EditOutcome outcome)
 
 std::unique_ptr<Project> Project::open(std::filesystem::path const& directory, OpenOptions const& options)
 {
-    require_project(directory);
-    RegularFile const opened(directory / project_file_name, "the project file");
+    auto const opened = open_project_file(directory, options.trust);
     std::optional<Ownership> const ownership = options.trust ? std::nullopt : std::optional<Ownership>(directory);
-    check_ownership(ownership, opened);
     auto file = read_project_file(opened);
     file.history.size = options.history ? file.history.size : 0;
     auto const libraries = open_libraries(file, directory, ownership);
@@ -625,23 +611,12 @@ std::vector<Finding> OpenProject::check(std::string const& domain) const
 
 ConfigurationOutcome OpenProject::backup(std::filesystem::path const& file, bool replace)
 {
-    auto const failed = [&](std::string const& why) {
-        return ConfigurationOutcome{
-            .error = ErrorValue::FILE_WRITE, .text = file.string() + why, .path = {}, .value = {}};
-    };
-    try
-    {
-        if (!replace && std::filesystem::exists(file))
-        {
-            return failed(": the file exists already; --force replaces it");
-        }
-        m_core.configuration.backup(file);
-        return {};
-    }
-    catch (std::exception const& error)
-    {
-        return failed(std::string(" could not be written: ") + error.what());
-    }
+    return writing_backup(file, replace,
+                          [&]
+                          {
+                              m_core.configuration.backup(file);
+                              return ConfigurationOutcome();
+                          });
 }
 
 // Symbols -------------------------------------------------------------------------------------------------------------
