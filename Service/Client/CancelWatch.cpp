@@ -5,20 +5,19 @@
 #include <array>
 #include <cerrno>
 #include <poll.h>
-#include <sys/eventfd.h>
 #include <sys/socket.h>
 
 namespace Ravik::Wire
 {
 
 CancelWatch::CancelWatch(Channel& channel, std::atomic<bool>& mark)
-    : m_channel(channel), m_mark(mark), m_end(::eventfd(0, EFD_CLOEXEC)), m_thread([this] { watch(); })
+    : m_channel(channel), m_mark(mark), m_thread([this] { watch(); })
 {
 }
 
 CancelWatch::~CancelWatch()
 {
-    static_cast<void>(::eventfd_write(m_end.number(), 1));
+    m_end.raise();
     m_thread.join();
 }
 
@@ -29,7 +28,7 @@ void CancelWatch::watch() noexcept
         "service",
         [this]
         {
-            std::array<pollfd, 2> polled{{{.fd = m_end.number(), .events = POLLIN, .revents = 0},
+            std::array<pollfd, 2> polled{{{.fd = m_end.descriptor(), .events = POLLIN, .revents = 0},
                                           {.fd = m_channel.descriptor(), .events = POLLIN, .revents = 0}}};
             for (;;)
             {

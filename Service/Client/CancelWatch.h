@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Client/Channel.h"
+#include "Client/Event.h"
 
 #include <atomic>
 #include <thread>
@@ -23,8 +24,8 @@ private:
 
     Channel& m_channel;
     std::atomic<bool>& m_mark;
-    /// Readable once nothing is to be watched any more.
-    Descriptor m_end;
+    /// Raised once nothing is to be watched any more.
+    Event m_end;
     std::thread m_thread;
 };
 

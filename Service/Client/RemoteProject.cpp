@@ -24,8 +24,8 @@ std::unique_ptr<RemoteProject> RemoteProject::connect(std::filesystem::path cons
     return link == nullptr ? nullptr : std::unique_ptr<RemoteProject>(new RemoteProject(directory, std::move(link)));
 }
 
-RemoteProject::RemoteProject(std::filesystem::path const& directory, std::unique_ptr<Wire::ServiceLink> link)
-    : m_directory(directory), m_link(std::move(link))
+RemoteProject::RemoteProject(std::filesystem::path directory, std::unique_ptr<Wire::ServiceLink> link)
+    : m_directory(std::move(directory)), m_link(std::move(link))
 {
 }
 
@@ -298,7 +298,7 @@ ConfigurationOutcome RemoteProject::backup(std::filesystem::path const& file, bo
                                                  stream.write(piece.data(), static_cast<std::streamsize>(piece.size()));
                                              });
                             Wire::ByteReader reader(answer);
-                            auto const outcome = Wire::Decoder(reader).read<ConfigurationOutcome>();
+                            auto outcome = Wire::Decoder(reader).read<ConfigurationOutcome>();
                             stream.close();
                             return outcome;
                         });
@@ -340,8 +340,11 @@ std::unique_ptr<Project> reach_project(std::filesystem::path const& directory, O
     return wait_for_project(options,
                             [&](OpenOptions const& at_once) -> std::unique_ptr<Project>
                             {
-                                auto remote = RemoteProject::connect(directory, at_once);
-                                return remote == nullptr ? Project::open(directory, at_once) : std::move(remote);
+                                if (auto remote = RemoteProject::connect(directory, at_once))
+                                {
+                                    return remote;
+                                }
+                                return Project::open(directory, at_once);
                             });
 }
 

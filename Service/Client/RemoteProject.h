@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace Ravik
@@ -83,7 +84,7 @@ public:
     StoreReport check_store() const;
 
 private:
-    RemoteProject(std::filesystem::path const& directory, std::unique_ptr<Wire::ServiceLink> link);
+    RemoteProject(std::filesystem::path directory, std::unique_ptr<Wire::ServiceLink> link);
 
     template <typename Operation, typename... Arguments>
     typename Operation::Result outcome(Operation const& operation, Arguments const&... arguments) const;
@@ -116,6 +117,7 @@ template <typename Attempt> auto wait_for_project(OpenOptions const& options, At
             {
                 throw;
             }
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
         }
     }
 }

@@ -16,6 +16,7 @@
 #include <sys/socket.h>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 namespace Ravik::Wire
 {
@@ -27,6 +28,9 @@ namespace
 constexpr std::chrono::milliseconds hello_patience = std::chrono::seconds(10);
 /// What is sent of a file at once.
 constexpr std::size_t piece = std::size_t{1} << 20U;
+
+/// Of those that a connection has begun; the older ones are forgotten.
+constexpr std::size_t most_requests = 1000;
 
 constexpr char const* changed_file =
     "ravik.json has changed since the service was started; restart the service to have that take effect";
@@ -115,8 +119,14 @@ public:
 
     void begun(RavikSrv::Session request) override
     {
+        auto& begun = m_connection.m_begun;
         m_connection.m_served.requests.add(request);
-        m_connection.m_begun.push_back(request);
+        begun.push_back(request);
+        if (begun.size() > most_requests)
+        {
+            m_connection.m_served.requests.remove(begun.front());
+            begun.pop_front();
+        }
     }
 
 private:
@@ -126,8 +136,7 @@ private:
     std::optional<CancelWatch> m_watch;
 };
 
-ServedConnection::ServedConnection(Descriptor socket, Served& served)
-    : m_served(served), m_who(account_of(peer_of(socket.number()).user)), m_channel(std::move(socket))
+ServedConnection::ServedConnection(Descriptor socket, Served& served) : m_served(served), m_channel(std::move(socket))
 {
 }
 
@@ -156,6 +165,8 @@ void ServedConnection::serve() noexcept
         "service",
         [this]
         {
+            // Here and not while others wait to be let in: some accounts are asked for over a network.
+            m_who = account_of(peer_of(m_channel.descriptor()).user);
             try
             {
                 for (auto goes_on = greet(); goes_on;)

@@ -9,11 +9,11 @@
 #include "Project/Project.h"
 
 #include <atomic>
+#include <deque>
 #include <filesystem>
 #include <functional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace Ravik::Wire
 {
@@ -64,7 +64,7 @@ private:
     /// The account that asks.
     std::string m_who;
     Channel m_channel;
-    std::vector<RavikSrv::Session> m_begun;
+    std::deque<RavikSrv::Session> m_begun;
     /// Of the running call.
     std::atomic<bool> m_stop = false;
 };

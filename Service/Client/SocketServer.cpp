@@ -1,5 +1,6 @@
 #include "Client/SocketServer.h"
 
+#include "Client/Event.h"
 #include "Client/ServedConnection.h"
 #include "Client/project_socket.h"
 
@@ -11,7 +12,7 @@
 #include <cerrno>
 #include <list>
 #include <poll.h>
-#include <sys/eventfd.h>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -28,25 +29,6 @@ using std::chrono::steady_clock;
 
 /// So long nobody is let in after nobody could be, for want of memory, threads or descriptors.
 constexpr milliseconds pause{100};
-
-Descriptor new_event()
-{
-    Descriptor event(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
-    return event.is_open() ? std::move(event) : throw ProjectError("the system has no more descriptors");
-}
-
-void raise(Descriptor const& event) noexcept
-{
-    static_cast<void>(::eventfd_write(event.number(), 1));
-}
-
-/// Waits for the event and takes it back. Returns whether it was raised within that time.
-bool wait_for(Descriptor const& event, milliseconds patience)
-{
-    pollfd polled{.fd = event.number(), .events = POLLIN, .revents = 0};
-    eventfd_t count = 0;
-    return ::poll(&polled, 1, static_cast<int>(patience.count())) > 0 && ::eventfd_read(event.number(), &count) == 0;
-}
 
 } // namespace
 
@@ -82,8 +64,8 @@ private:
     Wire::Served m_served;
     Wire::ListeningSocket m_listening;
     /// Raised to end the letting in, and by each connection that has ended.
-    Descriptor m_end = new_event();
-    Descriptor m_one_done = new_event();
+    Wire::Event m_end;
+    Wire::Event m_one_done;
     /// Of the thread that lets in, and of who stops it once that has ended.
     std::list<Connection> m_connections;
     std::thread m_thread;
@@ -116,14 +98,14 @@ SocketServer::Connections::Connections(Project& project, Settings settings)
 
 void SocketServer::Connections::let_in() noexcept
 {
-    std::array<pollfd, 2> polled{{{.fd = m_end.number(), .events = POLLIN, .revents = 0},
+    std::array<pollfd, 2> polled{{{.fd = m_end.descriptor(), .events = POLLIN, .revents = 0},
                                   {.fd = m_listening.descriptor(), .events = POLLIN, .revents = 0}}};
     while (polled[0].revents == 0)
     {
         if (::poll(polled.data(), polled.size(), -1) > 0 && polled[1].revents != 0)
         {
             RavikSrv::guarded(
-                "service", [this] { let_in_next(); }, [](char const* /*text*/) {});
+                "service", [this] { let_in_next(); }, [this](char const* text) { m_served.warn(text); });
         }
     }
 }
@@ -159,7 +141,7 @@ void SocketServer::Connections::add(Descriptor socket)
             {
                 added.served.serve();
                 added.is_done = true;
-                raise(m_one_done);
+                m_one_done.raise();
             });
     }
     catch (std::system_error const& error)
@@ -193,7 +175,7 @@ void SocketServer::Connections::stop()
     }
     m_served.is_ending = true;
     m_listening.remove();
-    raise(m_end);
+    m_end.raise();
     m_thread.join();
     m_listening.close();
     for (auto& connection : m_connections)
@@ -225,7 +207,7 @@ bool SocketServer::Connections::wait_for_all(milliseconds patience)
     auto are_done = all_are_done();
     while (!are_done && steady_clock::now() < end)
     {
-        static_cast<void>(wait_for(m_one_done, std::chrono::ceil<milliseconds>(end - steady_clock::now())));
+        static_cast<void>(m_one_done.wait(std::chrono::ceil<milliseconds>(end - steady_clock::now())));
         are_done = all_are_done();
     }
     return are_done;

@@ -44,7 +44,8 @@ public:
     ~SocketServer();
 
     /// Removes the socket, takes no more calls and waits for the running ones, then closes all connections. Returns
-    /// once no call runs any more: one that does not end early when it is asked to is waited for.
+    /// once no call runs any more: one that does not end early when it is asked to is waited for. Called on one thread;
+    /// a second time it does nothing.
     void stop();
 
 private:
