@@ -16,10 +16,6 @@ using RavikSrv::Value;
 
 Answer function_answer(FunctionOutcome const& outcome)
 {
-    if (outcome.error != ErrorValue::SUCCESS)
-    {
-        return answer_of(outcome.error, outcome.text);
-    }
     auto answer = recipe_answer(recipe_outcome(outcome));
     answer.value = outcome.error == ErrorValue::SUCCESS ? outcome.value : Value();
     return answer;

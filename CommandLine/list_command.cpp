@@ -5,8 +5,6 @@
 #include "function_answer.h"
 #include "path_hint.h"
 #include "recipe_names.h"
-
-#include "Recipes/text_list.h"
 #include "rows.h"
 
 #include "Configuration/Entry.h"

@@ -150,7 +150,9 @@ int rank(ActivationRow const& row)
 
 ActivationReport Activation::expected(std::string const& recipe) const
 {
-    return expected(recipe, m_core.configuration.tree(std::string(recipe_domain)), nullptr);
+    auto report = expected(recipe, m_core.configuration.tree(std::string(recipe_domain)), nullptr);
+    report.hash = plan_hash(report.rows);
+    return report;
 }
 
 ActivationReport Activation::expected(std::string const& recipe, Value const& tree, std::atomic<bool> const* stop) const
@@ -163,7 +165,6 @@ ActivationReport Activation::expected(std::string const& recipe, Value const& tr
     take_outcome(report, outcome);
     report.rows = planned_rows(recipe, outcome.record, tree, m_symbols);
     report.recipe = report.succeeded() ? std::string() : recipe;
-    report.hash = plan_hash(report.rows);
     return report;
 }
 
@@ -286,7 +287,7 @@ ActivationReport Activation::activate(std::string const& recipe, ActivationOptio
         }
         return report;
     }
-    if (!options.plan.empty() && options.plan != report.hash)
+    if (!options.plan.empty() && options.plan != plan_hash(report.rows))
     {
         abandon(report.rows);
         report.plan_changed = true;

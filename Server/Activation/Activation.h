@@ -82,8 +82,7 @@ struct [[nodiscard]] ActivationReport
     ActivationRows rows{};
     /// The recipe whose function failed, where it did.
     std::string recipe{};
-    /// Tells the symbols, domains and values that are to be written from any others; empty where no function was
-    /// called.
+    /// Of a plan: tells the symbols, domains and values that are to be written from any others.
     std::string hash{};
     /// Refused, since the plan is another than the one that was agreed to.
     bool plan_changed = false;

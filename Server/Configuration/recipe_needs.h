@@ -33,6 +33,7 @@ struct OwnMember
 /// The members that recipes of the type have: those that it inherits and its own, in their order, each name once. What
 /// nested recipes give values for is not among them.
 std::vector<OwnMember> own_members(std::string const& type, RavikSrv::Value const& tree);
+std::vector<OwnMember> own_members(std::string const& type, RavikSrv::Value const&& tree) = delete;
 
 /// A value of a recipe that names a recipe which does not exist.
 struct MissingRecipe

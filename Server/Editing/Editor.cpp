@@ -141,14 +141,17 @@ EditOutcome Editor::copy(std::string const& domain, std::string const& path, std
     {
         return outcome;
     }
-    auto const tree = m_core.configuration.tree(domain);
+    auto tree = m_core.configuration.tree(domain);
     auto refusal = check_copy(path, new_path, tree);
     refusal = refusal ? refusal : check_place(here, new_path);
     if (refusal)
     {
         return refused(refusal);
     }
-    return set(here, new_path, *RavikSrv::node_path(path, tree).node,
+    auto const entry = *RavikSrv::node_path(path, std::as_const(tree)).node;
+    // With it the write would copy the folders on its way.
+    tree = Value();
+    return set(here, new_path, entry,
                {.action = Action::edit, .asked = "copy " + path + ' ' + new_path, .origin = options.origin}, turn);
 }
 

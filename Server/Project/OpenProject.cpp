@@ -5,13 +5,7 @@
 #include "Configuration/configuration_keys.h"
 #include "Project/Ownership.h"
 #include "Project/project_store.h"
-#include "Recipes/RecipeReading.h"
-#include "Recipes/RecipeSaving.h"
-#include "Recipes/RecipeUpdates.h"
-#include "Recipes/active_recipes.h"
-#include "Recipes/compare_plans.h"
 #include "Recipes/recipe_functions.h"
-#include "Recipes/text_list.h"
 
 #include "PathIterator.h"
 #include "api_helper.h"
@@ -160,21 +154,6 @@ template <typename Options> Options on_behalf(Options options, std::string const
         options.who = account;
     }
     return options;
-}
-
-EditReport report(EditOutcome outcome)
-{
-    EditReport report;
-    report.error = outcome.refusal.error;
-    report.text = outcome.refusal.text;
-    report.path = outcome.refusal.path;
-    report.value = std::move(outcome.value);
-    report.made = outcome.made;
-    report.condition_failed = outcome.condition_failed;
-    report.cascade = std::move(outcome.cascade);
-    report.refused = std::move(outcome.refusals);
-    report.warnings = std::move(outcome.warnings);
-    return report;
 }
 
 } // namespace
@@ -366,79 +345,11 @@ ActivationReport OpenProject::activate(std::string const& recipe, ActivationOpti
     return report;
 }
 
-ActivationReport OpenProject::compare(std::string const& recipe, std::string const& other)
-{
-    auto left = expected(recipe);
-    auto right = left.succeeded() ? expected(other) : left;
-    return right.succeeded() ? compare_plans(std::move(left), right, recipe, other) : right;
-}
-
 ActivationReport OpenProject::revert_activation(Value const& body, WriteBackOptions const& options)
 {
     auto report = m_activation.revert(body, on_behalf(options, m_history.account()));
     m_activity += options.dry_run ? 0 : 1;
     return report;
-}
-
-// Recipes -------------------------------------------------------------------------------------------------------------
-
-NamesOutcome OpenProject::recipe_names() const
-{
-    NamesOutcome outcome;
-    outcome.names = m_recipes.names();
-    return outcome;
-}
-
-NamesOutcome OpenProject::recipes_of(std::string const& type)
-{
-    auto const found =
-        m_recipes.call(m_recipes.begin_request(), Function::get_recipes, Parameter::recipe_type_path, type);
-    NamesOutcome outcome;
-    if (!found.succeeded())
-    {
-        auto const is_own = found.error != ErrorValue::SUCCESS;
-        outcome.error = is_own ? found.error : ErrorValue::EXTENSION;
-        outcome.text = is_own ? found.text : name_and_text(recipe_outcome(found));
-        return outcome;
-    }
-    outcome.names = texts_of(found.value);
-    if (outcome.names.empty())
-    {
-        static_cast<ConfigurationOutcome&>(outcome) = check_type(std::string(recipe_domain), type);
-    }
-    return outcome;
-}
-
-ReadReport OpenProject::read(std::string const& recipe)
-{
-    return RecipeReading(m_recipes, m_symbols, recipe).report();
-}
-
-SaveReport OpenProject::save(std::string const& recipe, SaveOptions const& options)
-{
-    auto saved = RecipeSaving(m_recipes, m_editor, m_symbols, recipe, options).save();
-    SaveReport outcome;
-    static_cast<EditReport&>(outcome) = report(std::move(saved.edit));
-    if (!saved.reading.succeeded())
-    {
-        outcome.error = saved.reading.error;
-        outcome.text = saved.reading.text;
-        outcome.read_failed = true;
-    }
-    outcome.result = saved.reading.result;
-    outcome.name = saved.reading.name;
-    outcome.rows = std::move(saved.rows);
-    return outcome;
-}
-
-UpdateReport OpenProject::update(std::vector<std::string> const& recipes, UpdateOptions const& options)
-{
-    return RecipeUpdates(m_recipes, options).update(recipes);
-}
-
-ActiveReport OpenProject::active(std::vector<std::string> const& recipes, ActiveOptions const& options)
-{
-    return active_recipes(m_recipes, recipes, options);
 }
 
 Revisions OpenProject::revisions() const noexcept
@@ -480,6 +391,21 @@ ConfigurationOutcome OpenProject::get(std::string const& domain, std::string con
                 .value = {}};
     }
     return {.error = ErrorValue::SUCCESS, .text = {}, .path = {}, .value = *reached.node};
+}
+
+EditReport OpenProject::report(EditOutcome outcome)
+{
+    EditReport report;
+    report.error = outcome.refusal.error;
+    report.text = outcome.refusal.text;
+    report.path = outcome.refusal.path;
+    report.value = std::move(outcome.value);
+    report.made = outcome.made;
+    report.condition_failed = outcome.condition_failed;
+    report.cascade = std::move(outcome.cascade);
+    report.refused = std::move(outcome.refusals);
+    report.warnings = std::move(outcome.warnings);
+    return report;
 }
 
 EditReport OpenProject::set(std::string const& domain, std::string const& path, Value const& value,

@@ -44,9 +44,8 @@ public:
     ActivationReport activate(std::string const& recipe, ActivationOptions const& options) override;
     ActivationReport plan(std::string const& recipe) override { return m_activation.plan(recipe); }
     ActivationReport expected(std::string const& recipe) override { return m_activation.expected(recipe); }
-    ActivationReport revert_activation(RavikSrv::Value const& body, WriteBackOptions const& options) override;
-
     ActivationReport compare(std::string const& recipe, std::string const& other) override;
+    ActivationReport revert_activation(RavikSrv::Value const& body, WriteBackOptions const& options) override;
 
     NamesOutcome recipe_names() const override;
     NamesOutcome recipes_of(std::string const& type) override;
@@ -101,6 +100,7 @@ private:
     ExecutedGroup execute_symbols(RavikSrv::CommandGroup& group);
     FunctionOutcome call_function(RavikSrv::Session request, std::string const& domain, std::string const& function,
                                   RavikSrv::Value const& parameters, Origin const& origin);
+    static EditReport report(EditOutcome outcome);
     EditReport committed(Configuration::Turn& turn, EditReport report) const;
     void remember_write(std::string const& name, RavikSrv::Value const& value, Origin const& origin,
                         ExecutedCommand& written);

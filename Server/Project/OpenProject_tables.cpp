@@ -1,11 +1,9 @@
 #include "Project/OpenProject.h"
 
 #include "Configuration/Entry.h"
-#include "Configuration/recipe_needs.h"
 #include "Configuration/tree.h"
 #include "Editing/table.h"
 
-#include "algorithm_helper.h"
 #include "api_helper.h"
 
 namespace Ravik
@@ -62,29 +60,6 @@ ConfigurationOutcome OpenProject::check_type(std::string const& domain, std::str
             .text = node == nullptr ? "there is no such recipe type" : "this is no recipe type",
             .path = std::move(path),
             .value = {}};
-}
-
-MembersOutcome OpenProject::members(std::string const& type) const
-{
-    std::string const domain(recipe_domain);
-    MembersOutcome outcome;
-    static_cast<ConfigurationOutcome&>(outcome) = check_type(domain, type);
-    auto const tree = m_core.configuration.tree(domain);
-    for (auto const& found : outcome.succeeded() ? own_members(type, tree) : std::vector<OwnMember>())
-    {
-        Value const& member = *found.member;
-        auto const symbol = RavikSrv::Algorithm::to_string(member[Key::symbol]);
-        auto const* const mapped = m_symbols.find(symbol).symbol;
-        outcome.members.push_back({.name = found.name,
-                                   .type = found.type,
-                                   .symbol = symbol,
-                                   .symbol_schema = mapped == nullptr ? Value() : mapped->schema,
-                                   .schema = member[Key::member_schema],
-                                   .default_value = member[Key::default_value],
-                                   .nested_type = RavikSrv::Algorithm::to_string(member[Key::recipe_type]),
-                                   .enabled = member[Key::enabled].get_bool()});
-    }
-    return outcome;
 }
 
 ConfigurationOutcome OpenProject::export_table(std::string const& domain, std::string const& type,

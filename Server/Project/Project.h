@@ -96,7 +96,7 @@ struct MemberInfo
     /// The member's own, null for none.
     RavikSrv::Value schema;
     RavikSrv::Value default_value;
-    /// The type whose recipes it names, empty for a member with a symbol.
+    /// The type that it nests, empty for none. Without a symbol its values name recipes of that type.
     std::string nested_type;
     /// Whether an activation writes it.
     bool enabled = false;

@@ -4,6 +4,7 @@
 #include "Configuration/entry_tag.h"
 #include "Configuration/tree.h"
 #include "Editing/condition_check.h"
+#include "History/shell_word.h"
 #include "Recipes/RecipeReading.h"
 
 #include <algorithm>
@@ -112,8 +113,14 @@ EditOutcome RecipeSaving::store(Value const& recipe, bool has_changed, std::stri
     {
         return {};
     }
+    auto origin = m_options.origin;
+    if (origin.asked.empty())
+    {
+        origin.asked =
+            "save " + shell_word(m_name) + (m_target == m_name ? std::string() : " --as " + shell_word(m_target));
+    }
     auto outcome = m_editor.set(std::string(recipe_domain), Tree::join(Key::recipe_list, m_target), recipe,
-                                {.origin = m_options.origin, .condition = condition(tag)});
+                                {.origin = origin, .condition = condition(tag)});
     if (outcome.condition_failed && m_target != m_name && !m_options.replace)
     {
         return refused(taken());
