@@ -1,7 +1,9 @@
 #include "CommandLine/Shell.h"
+#include "Service/Client/ServedProject.h"
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <regex>
 #include <string>
 #include <vector>
@@ -74,7 +76,7 @@ TEST(Commands, through_a_lasting_service_answer_as_without_one)
     Shell const with;
     alone.expect({"ravik init >out.txt"});
     with.expect({"ravik init >out.txt"});
-    auto const marked = [](std::string commands) {
+    auto const marked = [](std::string const& commands) {
         return std::regex_replace(commands, std::regex("\nravik (.*)"),
                                   "\necho \"== $$\"; ravik $1; echo \"status $?\"");
     };
@@ -149,6 +151,40 @@ TEST(Commands, wait_for_the_service_as_for_the_lock_and_run_side_by_side)
                          "late=$!; mv hidden ravik.sock; wait $late && head -n 2 late"));
     EXPECT_EQ(waited.out.substr(0, 8), "3\nSYMBOL") << waited.err;
     EXPECT_NE(waited.err.find("is open in another process"), std::string::npos) << waited.err;
+}
+
+TEST(Commands, that_are_interrupted_end_in_order_and_ones_that_are_killed_change_nothing)
+{
+    for (auto const signal : {SIGINT, SIGTERM, SIGKILL})
+    {
+        SCOPED_TRACE(signal);
+        Shell const shell;
+        ServedProject served;
+        std::atomic<bool> was_stopped = false;
+        std::atomic<bool> is_gone = false;
+        served.project.on_get = [](std::string const& /*path*/) { return ConfigurationOutcome(); };
+        served.project.on_activate = [&](std::string const& /*recipe*/, ActivationOptions const& options)
+        {
+            kill(std::stoi(content_of(served.folder() / "pid")), signal);
+            while (!*options.stop && !is_gone)
+            {
+                std::this_thread::yield();
+            }
+            was_stopped = options.stop->load();
+            ActivationReport report;
+            report.error = RavikSrv::ErrorValue::INTERRUPTED;
+            report.text = "interrupted after 1 of 2";
+            return report;
+        };
+        served.start();
+        auto const ended = shell.run("cd " + served.folder().string() + "; echo $$ >pid; exec ravik activate Full");
+        is_gone = true;
+        served.stop();
+        EXPECT_EQ(was_stopped, signal != SIGKILL);
+        EXPECT_EQ(ended.status, signal == SIGKILL ? 128 + SIGKILL : 1) << ended.err;
+        EXPECT_EQ(ended.err.find("INTERRUPTED: interrupted after 1 of 2") != std::string::npos, signal != SIGKILL)
+            << ended.err;
+    }
 }
 
 } // namespace

@@ -136,7 +136,7 @@ TEST(Versions, that_differ_are_told_before_anything_is_asked)
         std::string answer;
         char const* text;
     };
-    for (auto const& [answer, text] : {
+    for (auto const& each : {
              Case{message(1, ServedProject::hello({.mark = "ravik", .protocol = 99, .program = "7.1"}) + "more"),
                   "7.1"},
              Case{message(1, ServedProject::hello({.mark = "ravik", .protocol = 1, .program = "7.2"})), "7.2"},
@@ -151,7 +151,7 @@ TEST(Versions, that_differ_are_told_before_anything_is_asked)
             [&]
             {
                 auto const socket = listening.accept();
-                ::send(socket.number(), answer.data(), answer.size(), MSG_NOSIGNAL);
+                ::send(socket.number(), each.answer.data(), each.answer.size(), MSG_NOSIGNAL);
                 // Until the other side has read it and gone.
                 char byte = 0;
                 while (::recv(socket.number(), &byte, 1, 0) > 0)
@@ -160,7 +160,7 @@ TEST(Versions, that_differ_are_told_before_anything_is_asked)
             });
         auto const told = refusal([&] { RemoteProject::connect(folder.path(), {}); });
         service.join();
-        EXPECT_NE(told.find(text), std::string::npos) << told;
+        EXPECT_NE(told.find(each.text), std::string::npos) << told;
         EXPECT_NE(told.find("restart the service"), std::string::npos) << told;
     }
 }
@@ -223,7 +223,7 @@ TEST(Socket, has_a_bound_and_tells_of_it)
     EXPECT_NE(refusal([&] { served.connect(); }).find("2 connections open already"), std::string::npos);
     second.reset();
     // The place is free as soon as the service has seen the end of the connection.
-    while (refusal([&] { second = served.connect(); }) != "")
+    while (!refusal([&] { second = served.connect(); }).empty())
     {
     }
     EXPECT_EQ(second->domains().size(), 1U);
