@@ -433,7 +433,8 @@ Examples:
      .summary = "Read the store through and list what is damaged",
      .description = R"(
 Checks every row and page of the store, ravik.db, and changes nothing. Exits with
-1 where something is damaged, and with 3 where the store can't be opened.
+1 where something is damaged, and with 3 where the store can't be opened. While a
+service has the project open, what is checked is a copy that it makes.
 
 Examples:
   ravik store check

@@ -338,13 +338,14 @@ StoreReport RemoteProject::check_store() const
 std::unique_ptr<Project> reach_project(std::filesystem::path const& directory, OpenOptions const& options)
 {
     return wait_for_project(options,
-                            [&](OpenOptions const& at_once) -> std::unique_ptr<Project>
+                            [&](OpenOptions const& at_once)
                             {
-                                if (auto remote = RemoteProject::connect(directory, at_once))
+                                std::unique_ptr<Project> reached = RemoteProject::connect(directory, at_once);
+                                if (reached == nullptr)
                                 {
-                                    return remote;
+                                    reached = Project::open(directory, at_once);
                                 }
-                                return Project::open(directory, at_once);
+                                return reached;
                             });
 }
 

@@ -30,7 +30,7 @@ std::optional<Message> hello_of(Channel& channel, std::string const& place)
 {
     try
     {
-        auto message = channel.receive(hello_patience, longest_hello);
+        auto message = channel.receive(hello_patience);
         if (!message)
         {
             throw ProjectError(place + "the service does not answer (pid " +

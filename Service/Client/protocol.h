@@ -21,7 +21,7 @@ namespace Ravik::Wire
 /// Changes with what the messages hold. Programs of one version speak one protocol.
 inline constexpr std::uint64_t protocol_number = 1;
 
-/// A hello begins with these, in every protocol there will be: the marks, the protocol's number, the program's version.
+/// A hello begins with these, in every protocol there will be: a mark, the protocol's number, the program's version.
 struct Versions
 {
     std::string mark{};
@@ -41,7 +41,7 @@ struct Welcome
     std::vector<std::string> warnings{};
 };
 
-/// Longer ones are none.
+/// A longer hello of a caller is none.
 inline constexpr std::size_t longest_hello = 65'536;
 
 /// What the service does beside the operations of `Project`. Neither has arguments.

@@ -19,7 +19,6 @@ namespace
 using namespace std::chrono_literals;
 using RavikSrv::Value;
 using Wire::Channel;
-using Wire::MessageKind;
 
 /// What comes over a channel until its end, a letter for each message.
 std::string told(Channel& channel)
