@@ -288,7 +288,7 @@ TEST(Requests, belong_to_the_connection_that_began_them)
     EXPECT_NE(refused.text.find("no such request"), std::string::npos) << refused.text;
 }
 
-TEST(Failures, on_either_side_are_told_and_leave_the_service_as_it_is)
+TEST(FailedCalls, on_either_side_are_told_and_leave_the_service_as_it_is)
 {
     ServedProject served;
     Value deep(1);
