@@ -68,3 +68,6 @@ make_file(${doc}/changelog.Debian
   awk -v version=${version} -v maintainer=${CPACK_PACKAGE_CONTACT} -v date=${date}
     -f ${packaging}/changelog.awk ${changes})
 compress(${doc}/changelog.Debian)
+
+# Whatever access rights the sources have, and new files get here.
+execute_process(COMMAND chmod --recursive u=rwX,go=rX ${root} COMMAND_ERROR_IS_FATAL ANY)

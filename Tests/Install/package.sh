@@ -33,7 +33,8 @@ make_bare_system()
 inventory()
 {
     local theirs=(-path ./dev -o -path ./proc -o -path ./run -o -path ./var/lib/dpkg -o -path ./var/log
-        -o -path ./etc/.pwd.lock -o -path './etc/passwd-' -o -path './etc/group-' -o -path './etc/shadow-' -o -path './etc/gshadow-')
+        -o -path ./etc/passwd- -o -path ./etc/group- -o -path ./etc/shadow- -o -path ./etc/gshadow-
+        -o -path ./etc/.pwd.lock)
     (
         cd "$root"
         find . \( "${theirs[@]}" \) -prune -o -printf '%y %m %U:%G %p %l\n'
