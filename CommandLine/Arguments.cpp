@@ -14,7 +14,7 @@ namespace Ravik::CommandLine
 namespace
 {
 
-constexpr std::array<OptionEntry, 23> option_table{{
+constexpr std::array<OptionEntry, 25> option_table{{
     {Option::project, "--project", "DIR", "the project's folder; the working directory where it is not given",
      TakenBy::every_command},
     {Option::domain, "--domain", "NAME", "the domain to work on; RavikRecipeManagement where it is not given",
@@ -41,6 +41,9 @@ constexpr std::array<OptionEntry, 23> option_table{{
      TakenBy::some_commands},
     {Option::limit, "--limit", "N", "at most so many records; 50 where it is not given", TakenBy::some_commands},
     {Option::note, "--note", "TEXT", "what the history is to tell besides", TakenBy::some_commands},
+    {Option::role, "--role", "ROLE", "what somebody may: viewer, operator, engineer or admin", TakenBy::some_commands},
+    {Option::expires, "--expires", "DAYS", "how long the token is good for; without an end where it is not given",
+     TakenBy::some_commands},
     {Option::json, "--json", "", R"(print one JSON object: {"result", "name", "text", "value"})",
      TakenBy::every_command},
     {Option::help, "--help", "", "print the help of a command", TakenBy::every_command},

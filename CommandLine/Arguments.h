@@ -32,6 +32,8 @@ enum class Option
     since,
     limit,
     note,
+    role,
+    expires,
     json,
     help,
     version,

@@ -1,8 +1,9 @@
 #include "Command.h"
 
 #include "nearest_name.h"
-#include "shell_word.h"
 
+#include "Client/RemoteProject.h"
+#include "History/shell_word.h"
 #include "Json/Json.h"
 
 #include <boost/algorithm/string/join.hpp>
@@ -126,13 +127,18 @@ Project& Invocation::project()
 {
     if (!m_project)
     {
-        m_project = Project::open(directory(), open_options());
-        for (auto const& warning : m_project->warnings())
-        {
-            m_output.warning(warning);
-        }
+        m_project = reach_project(directory(), open_options());
+        warn_of(*m_project);
     }
     return *m_project;
+}
+
+void Invocation::warn_of(Project const& project) const
+{
+    for (auto const& warning : project.warnings())
+    {
+        m_output.warning(warning);
+    }
 }
 
 CommandEntry const& find_command(std::span<std::string const> operands)

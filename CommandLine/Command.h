@@ -47,8 +47,10 @@ public:
     Origin origin() const;
     /// Throws `UsageError` for a waiting time that is none.
     OpenOptions open_options() const;
-    /// Throws `ProjectError` where the project can't be opened.
+    /// The project, through its service where one runs. Throws `ProjectError` where it can't be opened.
     Project& project();
+    /// Prints the warnings that a project has for whoever uses it, which `project` does by itself.
+    void warn_of(Project const& project) const;
 
 private:
     Arguments const& m_arguments;

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <functional>
 #include <string>
 
 namespace Ravik::CommandLine
@@ -15,6 +16,11 @@ public:
     explicit Progress(std::string what);
 
     void show(std::size_t done, std::size_t total);
+    /// The same as a function, which must not outlive it.
+    std::function<void(std::size_t done, std::size_t total)> follow()
+    {
+        return [this](std::size_t done, std::size_t total) { show(done, total); };
+    }
     /// Takes the line away.
     void clear();
 

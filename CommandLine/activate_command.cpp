@@ -26,13 +26,15 @@ Answer write(Invocation& invocation, std::string const& recipe)
 {
     auto& project = invocation.project();
     Interruption const interruption;
-    Progress progress("Symbols written:");
-    auto const report = project.activate(
-        recipe, {.verify = !invocation.has(Option::no_verify),
-                 .note = invocation.value(Option::note),
-                 .stop = &interruption.mark(),
-                 .progress = [&](std::size_t done, std::size_t total) { progress.show(done, total); }});
-    progress.clear();
+    Progress written("Symbols written:");
+    Progress read("Symbols read:");
+    auto const report = project.activate(recipe, {.verify = !invocation.has(Option::no_verify),
+                                                  .note = invocation.value(Option::note),
+                                                  .stop = &interruption.mark(),
+                                                  .progress = written.follow(),
+                                                  .reading = read.follow()});
+    written.clear();
+    read.clear();
     print_activation(report, invocation.output());
     return activation_answer(report, activation_states());
 }

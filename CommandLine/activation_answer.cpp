@@ -18,11 +18,6 @@ using RavikSrv::Value;
 namespace
 {
 
-std::string shown(Value const& value)
-{
-    return value.isset() ? Json::write(value) : "-";
-}
-
 Cell outcome_of(ActivationRow const& row)
 {
     std::string const state = name_of(row.state);
@@ -99,7 +94,7 @@ void print_activation(ActivationReport const& report, Output& output)
     Table table({"SYMBOL", "DOMAIN", "BEFORE", "VALUE", "OUTCOME"});
     for (auto const& row : report.rows)
     {
-        table.add({{row.symbol}, {row.domain}, {shown(row.before)}, {shown(row.value)}, outcome_of(row)});
+        table.add({{row.symbol}, {row.domain}, {Json::shown(row.before)}, {Json::shown(row.value)}, outcome_of(row)});
     }
     table.print(output);
     auto const any = std::any_of(report.rows.begin(), report.rows.end(), is_written);
@@ -117,7 +112,7 @@ void print_plan(ActivationReport const& report, Output& output)
     Table table({"SYMBOL", "DOMAIN", "IN THE CONTROLLER", "VALUE", "STATE"});
     for (auto const& row : report.rows)
     {
-        table.add({{row.symbol}, {row.domain}, {shown(row.before)}, {shown(row.value)}, outcome_of(row)});
+        table.add({{row.symbol}, {row.domain}, {Json::shown(row.before)}, {Json::shown(row.value)}, outcome_of(row)});
     }
     table.print(output);
     if (report.rows.empty())

@@ -11,7 +11,7 @@ namespace
 
 constexpr auto any_number = std::numeric_limits<std::size_t>::max();
 
-constexpr std::array<CommandEntry, 29> command_table{{
+constexpr std::array<CommandEntry, 36> command_table{{
     {.name = "init",
      .operands = "[DIR]",
      .least = 0,
@@ -433,7 +433,8 @@ Examples:
      .summary = "Read the store through and list what is damaged",
      .description = R"(
 Checks every row and page of the store, ravik.db, and changes nothing. Exits with
-1 where something is damaged, and with 3 where the store can't be opened.
+1 where something is damaged, and with 3 where the store can't be opened. While a
+service has the project open, what is checked is a copy that it makes.
 
 Examples:
   ravik store check
@@ -485,6 +486,112 @@ Examples:
 )",
      .options = {},
      .run = store_repair},
+    {.name = "user add",
+     .operands = "NAME",
+     .least = 1,
+     .most = 1,
+     .summary = "Let somebody into the project's service",
+     .description = R"(
+Asks for the password twice, or takes it from the first line of standard input
+where that is no terminal: 8 characters at least, 1024 bytes at most. --role says
+what the user may: a viewer reads; an operator also activates recipes; an engineer
+also edits; an admin also looks after users and tokens. The first user is an admin.
+A service that runs knows the user within a second. With --json the value is
+{"name", "role"}.
+
+Examples:
+  ravik user add anna --role admin
+  ravik user add bert --role operator <password.txt
+)",
+     .options = {Option::role},
+     .run = user_add},
+    {.name = "user list",
+     .operands = "",
+     .least = 0,
+     .most = 0,
+     .summary = "List the users of the project's service",
+     .description = R"(
+With --json the value is {"counts": {"users"}, "rows": [{"name", "role",
+"created"}]}.
+
+Examples:
+  ravik user list
+)",
+     .options = {},
+     .run = user_list},
+    {.name = "user remove",
+     .operands = "NAME",
+     .least = 1,
+     .most = 1,
+     .summary = "Let a user into the project's service no longer",
+     .description = R"(
+What the user has open in a service that runs ends within a second. The last admin
+can't be removed. With --json the value is {"name"}.
+
+Examples:
+  ravik user remove bert
+)",
+     .options = {},
+     .run = user_remove},
+    {.name = "user password",
+     .operands = "NAME",
+     .least = 1,
+     .most = 1,
+     .summary = "Give a user another password",
+     .description = R"(
+Takes the password as 'user add' does. What the user has open in a service that
+runs ends within a second. With --json the value is {"name"}.
+
+Examples:
+  ravik user password anna
+)",
+     .options = {},
+     .run = user_password},
+    {.name = "token add",
+     .operands = "NAME",
+     .least = 1,
+     .most = 1,
+     .summary = "Let a program or a panel into the project's service",
+     .description = R"(
+Makes a token and shows it this once: programs send it in the header
+"Authorization: Bearer TOKEN", a panel signs in with it for good. --role says what
+it may, as for users. With --json the value is {"name", "role", "token"}.
+
+Examples:
+  ravik token add planning --role operator --expires 365
+  ravik --json token add panel-3 --role viewer
+)",
+     .options = {Option::role, Option::expires},
+     .run = token_add},
+    {.name = "token list",
+     .operands = "",
+     .least = 0,
+     .most = 0,
+     .summary = "List the tokens of the project's service",
+     .description = R"(
+The tokens themselves are kept nowhere. With --json the value is {"counts":
+{"good", "expired"}, "rows": [{"name", "role", "created", "expires", "state"}]},
+without "expires" where there is no end.
+
+Examples:
+  ravik token list
+)",
+     .options = {},
+     .run = token_list},
+    {.name = "token remove",
+     .operands = "NAME",
+     .least = 1,
+     .most = 1,
+     .summary = "Make a token worthless",
+     .description = R"(
+NAME is the token's name, not the token. What is open with it in a service that
+runs ends within a second. With --json the value is {"name"}.
+
+Examples:
+  ravik token remove planning
+)",
+     .options = {},
+     .run = token_remove},
     {.name = "completion",
      .operands = "bash|zsh [LINE]",
      .least = 1,

@@ -63,6 +63,20 @@ Answer store_backup(Invocation& invocation);
 Answer store_restore(Invocation& invocation);
 /// store repair
 Answer store_repair(Invocation& invocation);
+/// user add NAME
+Answer user_add(Invocation& invocation);
+/// user list
+Answer user_list(Invocation& invocation);
+/// user remove NAME
+Answer user_remove(Invocation& invocation);
+/// user password NAME
+Answer user_password(Invocation& invocation);
+/// token add NAME
+Answer token_add(Invocation& invocation);
+/// token list
+Answer token_list(Invocation& invocation);
+/// token remove NAME
+Answer token_remove(Invocation& invocation);
 /// completion bash|zsh [LINE]
 Answer completion(Invocation& invocation);
 

@@ -1,5 +1,6 @@
 #include "commands.h"
 
+#include "access_commands.h"
 #include "completion_line.h"
 #include "recipe_names.h"
 #include "rows.h"
@@ -99,7 +100,30 @@ private:
             return next_words(words);
         }
         auto const& command = find_command(m_arguments.operands);
-        return named_by(operand(command, m_arguments.operands.size() - word_count(command)));
+        auto const what = operand(command, m_arguments.operands.size() - word_count(command));
+        auto const is_of_access = command.name.starts_with("user ") || command.name.starts_with("token ");
+        return is_of_access && what == "NAME" ? names_for_access(command.name) : named_by(what);
+    }
+
+    /// Those that there are, for commands that do not add one.
+    Names names_for_access(std::string_view command) const
+    {
+        Names names;
+        if (command.ends_with(" add"))
+        {
+            return names;
+        }
+        auto const list = users_and_tokens(m_invocation);
+        auto const add = [&](auto const& entry) { names.push_back(entry.name); };
+        if (command.starts_with("user "))
+        {
+            std::for_each(list.users.begin(), list.users.end(), add);
+        }
+        else
+        {
+            std::for_each(list.tokens.begin(), list.tokens.end(), add);
+        }
+        return names;
     }
 
     /// The option whose value the last word is.
@@ -186,6 +210,10 @@ private:
         if (what == "ID")
         {
             return records();
+        }
+        if (what == "ROLE")
+        {
+            return Service::role_names();
         }
         if (what == "FUNCTION")
         {

@@ -8,9 +8,8 @@
 
 #include "Json/Json.h"
 
-#include <algorithm>
-#include <string_view>
-#include <unordered_map>
+#include <map>
+#include <string>
 
 namespace Ravik::CommandLine
 {
@@ -20,54 +19,41 @@ namespace
 
 using RavikSrv::Value;
 
-std::string shown(Value const& value)
-{
-    return value.isset() ? Json::write(value) : "-";
-}
-
-/// A symbol on two sides: what the recipe stores, and what stands in the controller or in the other recipe.
-struct Pair
-{
-    ActivationRow const& row;
-    Value other;
-    RowState state;
-    std::string text;
-};
-
 /// Prints what differs and a line that sums up the rest, and collects the same for `--json`.
 class Differences
 {
 public:
-    /// `key` is that of the other side in a row, `heading` its column.
+    /// `key` is that of the other side in a row, what stands in the controller or in the other recipe, and `heading`
+    /// its column.
     Differences(char const* key, std::string const& heading)
         : m_key(key), m_table({"SYMBOL", "MEMBER", "STORED", heading, "STATE"})
     {
     }
 
-    void add(Pair const& pair)
+    void add(ActivationRow const& row)
     {
-        std::string const state = name_of(pair.state);
+        std::string const state = name_of(row.state);
         ++m_total;
         ++m_counts[state];
-        if (pair.state == RowState::Same)
+        if (row.state == RowState::Same)
         {
             return;
         }
-        auto const explained = pair.text.empty() ? state : state + ": " + pair.text;
-        m_table.add({{pair.row.symbol},
-                     {pair.row.member},
-                     {shown(pair.row.value)},
-                     {shown(pair.other)},
-                     {explained, pair.state == RowState::Differs ? Colour::yellow : Colour::red}});
-        Value row;
-        row.insert("symbol", text_value(pair.row.symbol));
-        row.insert("domain", text_value(pair.row.domain));
-        row.insert("member", text_value(pair.row.member));
-        row.insert("stored", pair.row.value);
-        row.insert(m_key, pair.other);
-        row.insert("state", text_value(state));
-        row.insert("text", text_value(pair.text));
-        m_rows << row;
+        auto const explained = row.text.empty() ? state : state + ": " + row.text;
+        m_table.add({{row.symbol},
+                     {row.member},
+                     {Json::shown(row.value)},
+                     {Json::shown(row.before)},
+                     {explained, row.state == RowState::Differs ? Colour::yellow : Colour::red}});
+        Value value;
+        value.insert("symbol", text_value(row.symbol));
+        value.insert("domain", text_value(row.domain));
+        value.insert("member", text_value(row.member));
+        value.insert("stored", row.value);
+        value.insert(m_key, row.before);
+        value.insert("state", text_value(state));
+        value.insert("text", text_value(row.text));
+        m_rows << value;
     }
 
     void print(Output& output) const
@@ -115,9 +101,9 @@ private:
 };
 
 /// The answer of a plan that failed as such; the rows tell which symbols are at fault.
-Answer failed_answer(Invocation& invocation, ActivationReport const& report, std::string const& recipe)
+Answer failed_answer(Invocation& invocation, ActivationReport const& report)
 {
-    hint_at_unknown_recipe(invocation, recipe);
+    hint_at_unknown_recipe(invocation, report.recipe);
     return activation_answer(report, plan_states());
 }
 
@@ -132,12 +118,12 @@ Answer against_controllers(Invocation& invocation, std::string const& recipe)
     auto const report = invocation.project().plan(recipe);
     if (has_failed(report))
     {
-        return failed_answer(invocation, report, recipe);
+        return failed_answer(invocation, report);
     }
     Differences differences("live", "IN THE CONTROLLER");
     for (auto const& row : report.rows)
     {
-        differences.add({.row = row, .other = row.before, .state = row.state, .text = row.text});
+        differences.add(row);
     }
     differences.print(invocation.output());
     auto answer = activation_answer(report, plan_states());
@@ -147,37 +133,15 @@ Answer against_controllers(Invocation& invocation, std::string const& recipe)
 
 Answer against_recipe(Invocation& invocation, std::string const& recipe, std::string const& other)
 {
-    auto& project = invocation.project();
-    auto const left = project.expected(recipe);
-    auto const right = left.succeeded() ? project.expected(other) : left;
-    if (!right.succeeded())
+    auto const report = invocation.project().compare(recipe, other);
+    if (!report.succeeded())
     {
-        return failed_answer(invocation, right, left.succeeded() ? other : recipe);
+        return failed_answer(invocation, report);
     }
     Differences differences("other", "IN THE OTHER");
-    std::unordered_map<std::string_view, ActivationRow const*> others;
-    for (auto const& row : right.rows)
+    for (auto const& row : report.rows)
     {
-        others.emplace(row.symbol, &row);
-    }
-    for (auto const& row : left.rows)
-    {
-        auto const found = others.find(row.symbol);
-        auto const is_in_both = found != others.end();
-        auto const same = is_in_both && found->second->value == row.value;
-        differences.add({.row = row,
-                         .other = is_in_both ? found->second->value : Value(),
-                         .state = same ? RowState::Same : RowState::Differs,
-                         .text = is_in_both ? std::string() : "only in " + recipe});
-        others.erase(row.symbol);
-    }
-    for (auto row : right.rows)
-    {
-        if (others.contains(row.symbol))
-        {
-            auto const value = std::exchange(row.value, Value());
-            differences.add({.row = row, .other = value, .state = RowState::Differs, .text = "only in " + other});
-        }
+        differences.add(row);
     }
     differences.print(invocation.output());
     Answer answer;

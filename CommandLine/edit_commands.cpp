@@ -106,7 +106,7 @@ Answer edit_answer(Invocation& invocation, EditReport const& report, std::string
 
 MoveOptions move_options(Invocation const& invocation)
 {
-    return {.dry_run = invocation.has(Option::dry_run), .origin = invocation.origin()};
+    return {.dry_run = invocation.has(Option::dry_run), .origin = invocation.origin(), .condition = {}};
 }
 
 /// "FILE:LINE:COLUMN: TEXT"; just the text where no place is known.
@@ -159,7 +159,8 @@ Answer set(Invocation& invocation)
 {
     auto const operands = invocation.operands();
     auto const value = json_operand(operands[1]);
-    auto const report = invocation.project().set(invocation.domain(), operands[0], value, invocation.origin());
+    auto const report = invocation.project().set(invocation.domain(), operands[0], value,
+                                                 {.origin = invocation.origin(), .condition = {}});
     return edit_answer(invocation, report, "Set " + operands[0] + '.');
 }
 
@@ -193,7 +194,8 @@ Answer import(Invocation& invocation)
                                 .replace = invocation.has(Option::replace),
                                 .progress = [&progress](std::size_t done, std::size_t total)
                                 { progress.show(done, total); },
-                                .origin = invocation.origin()};
+                                .origin = invocation.origin(),
+                                .revision = {}};
     auto& project = invocation.project();
     auto const report = is_table
                             ? project.import_table(invocation.domain(), invocation.value(Option::csv), text, options)

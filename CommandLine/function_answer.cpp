@@ -1,15 +1,12 @@
 #include "function_answer.h"
 
 #include "nearest_name.h"
-#include "recipe_functions.h"
 #include "recipe_names.h"
 
 #include "Configuration/Entry.h"
 #include "Configuration/configuration_keys.h"
 
 #include "api_helper.h"
-
-#include <algorithm>
 
 namespace Ravik::CommandLine
 {
@@ -19,6 +16,13 @@ using RavikSrv::Value;
 
 Answer function_answer(FunctionOutcome const& outcome)
 {
+    auto answer = recipe_answer(recipe_outcome(outcome));
+    answer.value = outcome.error == ErrorValue::SUCCESS ? outcome.value : Value();
+    return answer;
+}
+
+Answer recipe_answer(RecipeOutcome const& outcome)
+{
     if (outcome.error != ErrorValue::SUCCESS)
     {
         return answer_of(outcome.error, outcome.text);
@@ -27,37 +31,7 @@ Answer function_answer(FunctionOutcome const& outcome)
     answer.result = outcome.result;
     answer.name = outcome.name;
     answer.text = outcome.text;
-    answer.value = outcome.value;
     return answer;
-}
-
-std::string name_and_text(FunctionOutcome const& outcome)
-{
-    auto const answer = function_answer(outcome);
-    return answer.text.empty() ? answer.name : answer.name + ": " + answer.text;
-}
-
-FunctionOutcome call_with(Invocation& invocation, std::string const& function, char const* key,
-                          std::string const& value)
-{
-    return call_with(invocation, invocation.project().begin_request(), function, key, value);
-}
-
-FunctionOutcome call_with(Invocation& invocation, RavikSrv::Session request, std::string const& function,
-                          char const* key, std::string const& value, Origin const& origin)
-{
-    Value parameters(RavikSrv::ValueType::Struct);
-    parameters.insert(key, Value(std::string_view(value)));
-    return invocation.project().call(request, std::string(recipe_domain), function, parameters, origin);
-}
-
-Cell outcome_cell(ExecutedCommand const& command, char const* done)
-{
-    if (command.result == ErrorValue::SUCCESS)
-    {
-        return {done, Colour::green};
-    }
-    return {failure_text(command), Colour::red};
 }
 
 void hint_at_unknown_recipe(Invocation& invocation, std::string const& recipe)
@@ -80,29 +54,20 @@ void hint_at_unknown_recipe(Invocation& invocation, std::string const& recipe)
 
 std::vector<std::string> recipes_of(Invocation& invocation, std::string const& type)
 {
-    auto const outcome = call_with(invocation, Function::get_recipes, Parameter::recipe_type_path, type);
-    if (outcome.error != ErrorValue::SUCCESS)
+    auto const found = invocation.project().recipes_of(type);
+    if (!found.succeeded() && found.path.empty())
     {
-        throw Failure(outcome.error, outcome.text);
+        throw Failure(found.error, found.text);
     }
-    if (!outcome.succeeded())
+    if (!found.succeeded())
     {
-        throw Failure(ErrorValue::EXTENSION, name_and_text(outcome));
-    }
-    auto found = texts_of(outcome.value);
-    if (!found.empty())
-    {
-        return found;
-    }
-    auto const types = recipe_type_names(recipe_configuration(invocation.project()));
-    if (std::find(types.begin(), types.end(), type) == types.end())
-    {
+        auto const types = recipe_type_names(recipe_configuration(invocation.project()));
         auto const meant = did_you_mean(likely_names(type, types));
         throw Failure(ErrorValue::ENTRY_NOT_FOUND,
                       "there is no recipe type '" + type + "'; " +
                           (meant.empty() ? "'get " + std::string(Key::recipe_type_list) + "' shows all" : meant));
     }
-    return found;
+    return found.names;
 }
 
 } // namespace Ravik::CommandLine

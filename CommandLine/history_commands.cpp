@@ -1,6 +1,7 @@
 #include "commands.h"
 
 #include "Interruption.h"
+#include "Progress.h"
 #include "Table.h"
 #include "activation_answer.h"
 #include "configuration_answer.h"
@@ -246,13 +247,19 @@ namespace
 Answer write_back(Invocation& invocation, HistoryRecord const& record)
 {
     Interruption const interruption;
+    Progress written("Symbols written:");
+    Progress read("Symbols read:");
     auto const dry_run = invocation.has(Option::dry_run);
     auto const report =
         invocation.project().revert_activation(record.body, {.dry_run = dry_run,
                                                              .force = invocation.has(Option::force),
                                                              .note = invocation.value(Option::note),
                                                              .asked = "revert " + std::to_string(record.id),
-                                                             .stop = &interruption.mark()});
+                                                             .stop = &interruption.mark(),
+                                                             .progress = written.follow(),
+                                                             .reading = read.follow()});
+    written.clear();
+    read.clear();
     dry_run ? print_plan(report, invocation.output()) : print_activation(report, invocation.output());
     return activation_answer(report, revert_states());
 }

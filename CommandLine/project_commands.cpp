@@ -1,6 +1,6 @@
 #include "commands.h"
 
-#include "shell_word.h"
+#include "History/shell_word.h"
 
 namespace Ravik::CommandLine
 {

@@ -2,7 +2,6 @@
 
 #include "Configuration/Entry.h"
 
-#include "algorithm_helper.h"
 #include "api_helper.h"
 
 namespace Ravik::CommandLine
@@ -45,21 +44,6 @@ std::vector<std::string> recipe_type_names(Value const& configuration)
 std::vector<std::string> recipe_names(Value const& configuration)
 {
     return names_of(EntryKind::Recipe, Key::recipe_list, configuration);
-}
-
-Value stored_recipe(Project const& project, std::string const& recipe)
-{
-    return project.get(std::string(recipe_domain), Key::recipe_list + RavikSrv::path_separator() + recipe).value;
-}
-
-std::vector<std::string> texts_of(Value const& list)
-{
-    std::vector<std::string> texts;
-    for (auto element = list.begin_vector(); element != list.end_vector(); ++element)
-    {
-        texts.push_back(RavikSrv::Algorithm::to_string(*element));
-    }
-    return texts;
 }
 
 std::string recipe_counts(Value const& configuration)

@@ -16,12 +16,6 @@ RavikSrv::Value recipe_configuration(Project const& project);
 std::vector<std::string> recipe_type_names(RavikSrv::Value const& configuration);
 std::vector<std::string> recipe_names(RavikSrv::Value const& configuration);
 
-/// The recipe as it is stored; null where there is none.
-RavikSrv::Value stored_recipe(Project const& project, std::string const& recipe);
-
-/// The elements of a list as texts.
-std::vector<std::string> texts_of(RavikSrv::Value const& list);
-
 /// "1 recipe type and 2 recipes", as a configuration holds them.
 std::string recipe_counts(RavikSrv::Value const& configuration);
 

@@ -15,16 +15,6 @@ Value text_value(std::string_view text)
     return Value(text);
 }
 
-Value text_values(std::vector<std::string> const& texts)
-{
-    Value list(ValueType::Vector);
-    for (auto const& text : texts)
-    {
-        list << text_value(text);
-    }
-    return list;
-}
-
 Rows::Rows(std::vector<std::string> states) : m_states(std::move(states))
 {
 }
@@ -52,6 +42,29 @@ Value Rows::value() const
     value.insert("counts", counts);
     value.insert("rows", m_rows);
     return value;
+}
+
+Rows value_rows(ValueRows const& values, std::initializer_list<ValueState> counted)
+{
+    std::vector<std::string> states;
+    for (auto const state : counted)
+    {
+        states.emplace_back(name_of(state));
+    }
+    Rows rows(std::move(states));
+    for (auto const& each : values)
+    {
+        Value row;
+        row.insert("symbol", text_value(each.symbol));
+        row.insert("domain", text_value(each.domain));
+        row.insert("member", text_value(each.member));
+        row.insert("stored", each.stored);
+        row.insert("live", each.live);
+        row.insert("state", text_value(name_of(each.state)));
+        row.insert("text", text_value(each.text));
+        rows.add(row);
+    }
+    return rows;
 }
 
 } // namespace Ravik::CommandLine

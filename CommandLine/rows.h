@@ -1,7 +1,11 @@
 #pragma once
 
+#include "Recipes/ReadReport.h"
+#include "Recipes/text_list.h"
+
 #include "RavikSrvExtApi.h"
 
+#include <initializer_list>
 #include <map>
 #include <string>
 #include <string_view>
@@ -12,7 +16,6 @@ namespace Ravik::CommandLine
 {
 
 RavikSrv::Value text_value(std::string_view text);
-RavikSrv::Value text_values(std::vector<std::string> const& texts);
 
 /// Collects rows and how many there are in each state.
 class Rows
@@ -32,5 +35,8 @@ private:
     std::map<std::string, std::size_t> m_counts;
     RavikSrv::Value m_rows{RavikSrv::ValueType::Vector};
 };
+
+/// The values of a recipe as rows, counted in these states.
+Rows value_rows(ValueRows const& values, std::initializer_list<ValueState> counted);
 
 } // namespace Ravik::CommandLine

@@ -4,6 +4,7 @@
 #include "recipe_names.h"
 #include "rows.h"
 
+#include "Client/RemoteProject.h"
 #include "Project/project_store.h"
 
 namespace Ravik::CommandLine
@@ -67,11 +68,34 @@ template <typename Work> StoreReport refusing(Work const& work)
     }
 }
 
+/// Reads the store through, or has its service do so.
+StoreReport checked_store(Invocation& invocation)
+{
+    return wait_for_project(invocation.open_options(),
+                            [&](OpenOptions const& options)
+                            {
+                                try
+                                {
+                                    return check_project_store(invocation.directory(), options);
+                                }
+                                catch (ProjectInUse const&)
+                                {
+                                    auto const service = RemoteProject::connect(invocation.directory(), options);
+                                    if (service == nullptr)
+                                    {
+                                        throw;
+                                    }
+                                    invocation.warn_of(*service);
+                                    return service->check_store();
+                                }
+                            });
+}
+
 } // namespace
 
 Answer store_check(Invocation& invocation)
 {
-    auto const report = check_project_store(invocation.directory(), invocation.open_options());
+    auto const report = refusing([&] { return checked_store(invocation); });
     auto answer = answer_of(report.is_whole() ? ErrorValue::SUCCESS : ErrorValue::STORAGE);
     answer.value = report_value(report);
     if (report.is_whole())

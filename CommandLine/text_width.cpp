@@ -60,34 +60,6 @@ std::size_t character_width(Character const& character)
     return width < 0 ? 1 : static_cast<std::size_t>(width);
 }
 
-struct Range
-{
-    char32_t first;
-    char32_t last;
-};
-
-/// The characters that no terminal gets. The joiners U+200C and U+200D are not among them: scripts need them.
-constexpr std::array<Range, 12> hidden{{
-    {0x0000, 0x001F},   // controls
-    {0x007F, 0x009F},   // delete, and the controls of eight bits
-    {0x061C, 0x061C},   // Arabic letter mark
-    {0x180E, 0x180E},   // Mongolian vowel separator
-    {0x200B, 0x200B},   // zero width space
-    {0x200E, 0x200F},   // direction marks
-    {0x2028, 0x202E},   // line and paragraph separator, embeddings and overrides of the direction
-    {0x2060, 0x206F},   // word joiner, invisible operators, isolates, deprecated format characters
-    {0xFEFF, 0xFEFF},   // byte order mark
-    {0xFFF9, 0xFFFB},   // interlinear annotation
-    {0x1D173, 0x1D17A}, // musical format characters
-    {0xE0000, 0xE0FFF}, // tags and variation selectors
-}};
-
-bool is_hidden(char32_t code)
-{
-    return std::any_of(hidden.begin(), hidden.end(),
-                       [code](Range const& range) { return code >= range.first && code <= range.last; });
-}
-
 constexpr std::string_view digits = "0123456789abcdef";
 
 void append_escaped(std::string& result, std::string_view bytes)
@@ -135,7 +107,7 @@ std::string escaped(std::string_view text, LineEnds line_ends)
         {
             result += '\n';
         }
-        else if (!character.valid || is_hidden(character.code))
+        else if (!character.valid || Json::is_hidden(character.code))
         {
             append_escaped(result, character.bytes);
         }
@@ -177,7 +149,7 @@ std::string printable_json(std::string_view json)
     while (!json.empty())
     {
         auto const character = next_character(json);
-        if (character.valid && character.code != '\n' && is_hidden(character.code))
+        if (character.valid && character.code != '\n' && Json::is_hidden(character.code))
         {
             append_json_escape(result, character.code);
         }

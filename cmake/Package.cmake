@@ -25,3 +25,5 @@ install(FILES
   ${example}/ravik.json
   ${example}/recipes.json
   DESTINATION ${CMAKE_INSTALL_DATADIR}/ravik/${example})
+
+include(cmake/DebianPackage.cmake)

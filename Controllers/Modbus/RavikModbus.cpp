@@ -66,6 +66,8 @@ public:
         finish(command, decode((*this)[index].address, cells, command.read_value()));
     }
 
+    void leave(std::uint32_t index) override { leave_stopped(*m_commands[index]); }
+
 private:
     void prepare(Command& command)
     {
@@ -147,7 +149,7 @@ void RavikModbus::execute(Context const& context, CommandGroup& group)
         return;
     }
     RavikSrv::Lock const lock(m_pipeline_mutex);
-    if (auto const untried = RequestRunner(*m_pipeline, m_settings.limits, accesses).run())
+    if (auto const untried = RequestRunner(*m_pipeline, m_settings.limits, accesses, context.watcher()).run())
     {
         m_failed_sessions.note(context.session(), *untried);
     }

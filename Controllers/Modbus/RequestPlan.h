@@ -57,8 +57,10 @@ public:
         return std::span(m_cells).subspan(m_made[index].cells);
     }
 
-    /// Told of each access once, with the cells that were read.
+    /// Told of each access that was tried, or could not be, once, with the cells that were read.
     virtual void report(std::uint32_t index, Outcome const& outcome, std::span<std::uint16_t const> cells) = 0;
+    /// Told, instead, of each access that is left since the request is stopped.
+    virtual void leave(std::uint32_t index) = 0;
 
 protected:
     std::vector<Access> m_made;

@@ -52,6 +52,12 @@ void RequestRunner::send_requests()
             report(request, *m_given_up, {});
             continue;
         }
+        if (is_stopped())
+        {
+            m_next.pop_back();
+            leave(request);
+            continue;
+        }
         bool const alone = is_alone(request);
         if (alone ? !m_pipeline.is_idle() : !m_pipeline.takes(request))
         {
@@ -59,6 +65,14 @@ void RequestRunner::send_requests()
         }
         m_next.pop_back();
         alone ? run_alone(request) : m_pipeline.send(request, frame_for(request));
+    }
+}
+
+void RequestRunner::leave(Request const& request)
+{
+    for (auto position = request.begin; position < request.end; ++position)
+    {
+        m_accesses.leave(m_planner.access(position));
     }
 }
 
@@ -149,6 +163,10 @@ void RequestRunner::report(Request const& request, Outcome const& outcome, std::
         m_accesses.report(index, outcome,
                           brings_cells ? cells.subspan(address.first - request.first, address.count())
                                        : std::span<std::uint16_t const>());
+    }
+    if (m_watcher != nullptr)
+    {
+        m_watcher->note_done(request.end - request.begin);
     }
 }
 

@@ -4,6 +4,8 @@
 #include "RequestPlan.h"
 #include "modbus_result.h"
 
+#include "RavikSrvExtApi.h"
+
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -18,13 +20,15 @@ namespace Modbus
 /// A request that the device refuses is split until the accesses at fault are known. Nothing that comes behind it is
 /// sent meanwhile, but what was under way by then. Where there is no answer, no connection or no device behind a
 /// gateway, nothing more is tried and all that is left of the group fails in the same way, with a text that tells it
-/// was not tried.
+/// was not tried. Where the watcher wants it stopped, what is under way is waited for and the rest left; the pieces
+/// that make up one access are not torn apart.
 class RequestRunner
 {
 public:
-    /// None of the arguments is owned. The pipeline has to be idle.
-    RequestRunner(Pipeline& pipeline, Limits const& limits, Accesses& accesses)
-        : m_pipeline(pipeline), m_limits(limits), m_accesses(accesses), m_planner(accesses, limits)
+    /// None of the arguments is owned; the watcher may be null. The pipeline has to be idle.
+    RequestRunner(Pipeline& pipeline, Limits const& limits, Accesses& accesses,
+                  RavikSrv::IRavikSrvRequestWatcher* watcher)
+        : m_pipeline(pipeline), m_limits(limits), m_accesses(accesses), m_watcher(watcher), m_planner(accesses, limits)
     {
     }
     /// Where `run` was left by an exception, nobody waits for what is under way any more.
@@ -32,8 +36,8 @@ public:
     RequestRunner(RequestRunner const&) = delete;
     RequestRunner& operator=(RequestRunner const&) = delete;
 
-    /// Reports each access once. Returns the outcome of what was left untried, if anything that failed concerns the
-    /// whole device.
+    /// Reports or leaves each access once. Returns the outcome of what was left untried, if anything that failed
+    /// concerns the whole device.
     std::optional<Outcome> run();
 
 private:
@@ -41,6 +45,8 @@ private:
 
     void send_requests();
     bool has_next();
+    bool is_stopped() const { return m_watcher != nullptr && m_watcher->is_stopped(); }
+    void leave(Request const& request);
     void repeat_refused();
     /// Whether it takes several frames, each of which depends on the one before; then nothing else is under way.
     bool is_alone(Request const& request) const;
@@ -58,6 +64,7 @@ private:
     Pipeline& m_pipeline;
     Limits const& m_limits;
     Accesses& m_accesses;
+    RavikSrv::IRavikSrvRequestWatcher* m_watcher;
     Planner m_planner;
     /// What is to be sent next, the last one first; behind it comes what the planner has.
     std::vector<Request> m_next;

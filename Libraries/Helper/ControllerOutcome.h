@@ -26,6 +26,14 @@ template <typename Result> void fail(Command& command, Result result, char const
     command.set_result_string(text);
 }
 
+/// Leaves on the command that the access was not tried, since whoever waits for the request has it stopped.
+inline void leave_stopped(Command& command)
+{
+    command.set_extension_result(0);
+    command.set_result(ErrorValue::INTERRUPTED);
+    command.set_result_string("Not tried: stopped");
+}
+
 /// Leaves the outcome on the command that asked for the access.
 template <typename Result> void finish(Command& command, ControllerOutcome<Result> const& outcome)
 {

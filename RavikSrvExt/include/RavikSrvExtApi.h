@@ -21,6 +21,7 @@
 #include "RavikSrvExt/ErrorValue.h"
 #include "RavikSrvExt/Host.h"
 #include "RavikSrvExt/Listener.h"
+#include "RavikSrvExt/RequestWatcher.h"
 #include "RavikSrvExt/ResultPair.h"
 #include "RavikSrvExt/SharedText.h"
 #include "RavikSrvExt/String.h"

@@ -2,6 +2,8 @@
 
 #include "Activation/planned_rows.h"
 #include "Configuration/configuration_keys.h"
+#include "Configuration/entry_tag.h"
+#include "Execution/RequestWatch.h"
 
 #include "Json/Json.h"
 
@@ -44,6 +46,19 @@ void fail(ActivationReport& report, ErrorValue error, std::string text)
 {
     report.error = error;
     report.text = std::move(text);
+}
+
+using Progress = std::function<void(std::size_t done, std::size_t total)>;
+
+/// Takes what was done since the last time and tells how much it is in all, which is added up in `done`. Neither that
+/// nor `progress` is owned.
+std::function<void(std::size_t more)> counting(Progress const& progress, std::size_t& done, std::size_t total)
+{
+    if (!progress)
+    {
+        return {};
+    }
+    return [&progress, &done, total](std::size_t more) { progress(std::min(done += more, total), total); };
 }
 
 /// Nothing of what was planned is sent.
@@ -91,11 +106,38 @@ void conclude(ActivationReport& report)
     }
 }
 
-Value body_of(std::string const& recipe, ActivationRows const& rows, std::vector<RowState> const& counted)
+/// "3 of 12 symbols were written", whether they stand there or not.
+std::string written_of_all(ActivationRows const& rows)
+{
+    auto const written =
+        count(rows, RowState::Written) + count(rows, RowState::Verified) + count(rows, RowState::Differs);
+    return std::to_string(written) + " of " + std::to_string(rows.size()) + " symbols were written";
+}
+
+Value body_of(std::string const& recipe, Value const& request, ActivationRows const& rows,
+              std::vector<RowState> const& counted)
 {
     auto body = value_of(rows, counted);
     body.insert("recipe", Value(std::string_view(recipe)));
+    if (request.isset())
+    {
+        body.insert("request", request);
+    }
     return body;
+}
+
+/// The hash of what is planned.
+std::string plan_hash(ActivationRows const& rows)
+{
+    Value writes(RavikSrv::ValueType::Vector);
+    for (auto const& row : rows)
+    {
+        if (row.state == RowState::Planned)
+        {
+            writes << Value(std::string_view(row.symbol)) << Value(std::string_view(row.domain)) << row.value;
+        }
+    }
+    return entry_tag(writes);
 }
 
 std::string success_name()
@@ -130,7 +172,9 @@ int rank(ActivationRow const& row)
 
 ActivationReport Activation::expected(std::string const& recipe) const
 {
-    return expected(recipe, m_core.configuration.tree(std::string(recipe_domain)), nullptr);
+    auto report = expected(recipe, m_core.configuration.tree(std::string(recipe_domain)), nullptr);
+    report.hash = plan_hash(report.rows);
+    return report;
 }
 
 ActivationReport Activation::expected(std::string const& recipe, Value const& tree, std::atomic<bool> const* stop) const
@@ -142,6 +186,7 @@ ActivationReport Activation::expected(std::string const& recipe, Value const& tr
     ActivationReport report;
     take_outcome(report, outcome);
     report.rows = planned_rows(recipe, outcome.record, tree, m_symbols);
+    report.recipe = report.succeeded() ? std::string() : recipe;
     return report;
 }
 
@@ -153,7 +198,7 @@ ActivationReport Activation::plan(std::string const& recipe) const
         abandon(report.rows);
         return report;
     }
-    auto const readings = read(report.rows, {RowState::Planned});
+    auto const readings = read(report.rows, nullptr, {});
     for (std::size_t index = 0; index < readings.size(); ++index)
     {
         auto const& reading = readings[index];
@@ -180,14 +225,15 @@ ActivationReport Activation::plan(std::string const& recipe) const
     return report;
 }
 
-Activation::Readings Activation::read(ActivationRows const& rows, std::initializer_list<RowState> states) const
+Activation::Readings Activation::read(ActivationRows const& rows, std::atomic<bool> const* stop,
+                                      Progress const& reading) const
 {
     CommandGroup group;
     group.set_domain(std::string(server_domain).c_str());
     std::vector<std::size_t> positions;
     for (std::size_t index = 0; index < rows.size(); ++index)
     {
-        if (std::find(states.begin(), states.end(), rows[index].state) != states.end())
+        if (rows[index].state == RowState::Planned)
         {
             group.insert(group.end_vector(), Command(rows[index].symbol.c_str()));
             positions.push_back(index);
@@ -195,7 +241,11 @@ Activation::Readings Activation::read(ActivationRows const& rows, std::initializ
     }
     Context context;
     context.set_session(m_core.executor.recorder().new_session());
+    std::size_t done = 0;
+    RequestWatch watch(stop, counting(reading, done, group.size()), group.size());
+    context.set_watcher(&watch);
     auto const result = m_core.executor.execute(context, group);
+    watch.end();
     auto described = m_core.executor.recorder().describe(group, result);
     Readings readings(rows.size());
     for (std::size_t index = 0; index < positions.size(); ++index)
@@ -264,6 +314,13 @@ ActivationReport Activation::activate(std::string const& recipe, ActivationOptio
         }
         return report;
     }
+    if (!options.plan.empty() && options.plan != plan_hash(report.rows))
+    {
+        abandon(report.rows);
+        report.plan_changed = true;
+        fail(report, ErrorValue::STORAGE_CONSTRAINT, "what would be written has changed since it was planned");
+        return report;
+    }
     WriteHolds::Hold const hold(m_holds, places_of(planned_symbols(report.rows)),
                                 "the activation of '" + recipe + "'" + by(options.who));
     if (!hold.refusal().empty())
@@ -274,7 +331,7 @@ ActivationReport Activation::activate(std::string const& recipe, ActivationOptio
     }
     if (m_settings.capture)
     {
-        auto const readings = read(report.rows, {RowState::Planned});
+        auto const readings = read(report.rows, options.stop, options.reading);
         for (std::size_t index = 0; index < readings.size(); ++index)
         {
             report.rows[index].before = readings[index] ? readings[index]->value : Value();
@@ -287,6 +344,9 @@ ActivationReport Activation::activate(std::string const& recipe, ActivationOptio
                        .asked = "activate " + recipe,
                        .verifies = m_settings.verify && options.verify,
                        .stop = options.stop,
+                       .request = options.request,
+                       .begun = options.begun,
+                       .reading = options.reading,
                        .write = [&] { return write_all(recipe, tree, report.rows.size(), options); }});
     return report;
 }
@@ -296,12 +356,9 @@ FunctionOutcome Activation::write_all(std::string const& recipe, Value const& tr
                                       ActivationOptions const& options)
 {
     auto const session = m_core.executor.recorder().new_session();
-    SessionMode mode{.plans = false, .domain = std::string(recipe_domain), .tree = tree, .stop = options.stop};
     std::size_t done = 0;
-    if (options.progress)
-    {
-        mode.executed = [&](std::size_t commands) { options.progress(std::min(done += commands, total), total); };
-    }
+    SessionMode mode{.plans = false, .domain = std::string(recipe_domain), .tree = tree, .stop = options.stop};
+    mode.executed = counting(options.progress, done, total);
     SessionModes::Scope const pinned(m_core.modes, session, std::move(mode));
     return m_function(session, recipe);
 }
@@ -317,19 +374,21 @@ void Activation::carry_out(ActivationReport& report, Attempt const& attempt)
     }
     std::string trouble;
     begin_record(report, attempt, trouble);
+    if (attempt.begun)
+    {
+        attempt.begun(report.id.value_or(0));
+    }
     auto const outcome = attempt.write();
     take_outcome(report, outcome);
     settle(report.rows, outcome.record);
-    auto const stopped = is_stopped(attempt.stop);
-    if (attempt.verifies && !stopped)
+    if (is_stopped(attempt.stop))
     {
-        verify(report.rows);
+        fail(report, ErrorValue::INTERRUPTED, "interrupted after " + written_of_all(report.rows));
     }
-    if (stopped)
+    else if (attempt.verifies && !verify(report.rows, attempt))
     {
         fail(report, ErrorValue::INTERRUPTED,
-             "interrupted after " + std::to_string(count(report.rows, RowState::Written)) + " of " +
-                 std::to_string(report.rows.size()) + " symbols were written");
+             "interrupted after " + written_of_all(report.rows) + ", before all of them were verified");
     }
     else if (report.succeeded())
     {
@@ -358,7 +417,7 @@ void Activation::begin_record(ActivationReport& report, Attempt const& attempt, 
                                       .who = attempt.who,
                                       .note = attempt.note,
                                       .asked = attempt.asked,
-                                      .body = body_of(attempt.recipe, report.rows, {})});
+                                      .body = body_of(attempt.recipe, attempt.request, report.rows, {})});
         if (id != 0)
         {
             report.id = id;
@@ -379,7 +438,7 @@ void Activation::complete_record(ActivationReport const& report, Attempt const& 
     try
     {
         m_log->complete(*report.id, report.succeeded(), report.text,
-                        body_of(attempt.recipe, report.rows, activation_states()));
+                        body_of(attempt.recipe, attempt.request, report.rows, activation_states()));
     }
     catch (std::exception const& failure)
     {
@@ -387,7 +446,7 @@ void Activation::complete_record(ActivationReport const& report, Attempt const& 
     }
 }
 
-void Activation::verify(ActivationRows& rows) const
+bool Activation::verify(ActivationRows& rows, Attempt const& attempt) const
 {
     for (auto& row : rows)
     {
@@ -397,7 +456,8 @@ void Activation::verify(ActivationRows& rows) const
             row.state = RowState::Planned; // to be looked at
         }
     }
-    auto const readings = read(rows, {RowState::Planned});
+    auto const readings = read(rows, attempt.stop, attempt.reading);
+    bool has_all = true;
     for (std::size_t index = 0; index < readings.size(); ++index)
     {
         auto const& reading = readings[index];
@@ -408,6 +468,7 @@ void Activation::verify(ActivationRows& rows) const
         }
         if (reading->result != ErrorValue::SUCCESS)
         {
+            has_all = has_all && reading->result != ErrorValue::INTERRUPTED;
             row.state = RowState::Written;
             row.text = "it can't be read back: " + failure_text(*reading);
             continue;
@@ -417,6 +478,7 @@ void Activation::verify(ActivationRows& rows) const
         row.state = stands ? RowState::Verified : RowState::Differs;
         row.text = stands ? std::string() : "the controller holds " + Json::write(row.after);
     }
+    return has_all;
 }
 
 // Taking back ---------------------------------------------------------------------------------------------------------
@@ -452,7 +514,19 @@ ActivationReport Activation::revert(Value const& body, WriteBackOptions const& o
         fail(report, ErrorValue::SYMBOL_IN_USE, hold.refusal());
         return report;
     }
-    choose(report.rows, recorded, options.force);
+    auto const is_left = [](ActivationRow const& row) { return row.is_left_on_purpose; };
+    if (!report.rows.empty() && std::all_of(report.rows.begin(), report.rows.end(), is_left))
+    {
+        fail(report, ErrorValue::FAIL, "nothing of it can be taken back: " + named(report.rows, is_left));
+        return report;
+    }
+    choose(report.rows, recorded, options);
+    if (is_stopped(options.stop))
+    {
+        abandon(report.rows);
+        fail(report, ErrorValue::INTERRUPTED, interrupted_text);
+        return report;
+    }
     auto const has_any = count(report.rows, RowState::Planned) != 0;
     if (options.dry_run || !has_any)
     {
@@ -470,7 +544,10 @@ ActivationReport Activation::revert(Value const& body, WriteBackOptions const& o
                        .asked = options.asked,
                        .verifies = m_settings.verify,
                        .stop = options.stop,
-                       .write = [&] { return write_back(report.rows); }});
+                       .request = options.request,
+                       .begun = options.begun,
+                       .reading = options.reading,
+                       .write = [&] { return write_back(report.rows, options); }});
     return report;
 }
 
@@ -509,14 +586,14 @@ ActivationRows Activation::candidates(ActivationRows const& recorded) const
 }
 
 /// Reads the candidates and leaves planned what is to be written back.
-void Activation::choose(ActivationRows& rows, ActivationRows const& recorded, bool force) const
+void Activation::choose(ActivationRows& rows, ActivationRows const& recorded, WriteBackOptions const& options) const
 {
-    auto const readings = read(rows, {RowState::Planned});
+    auto const readings = read(rows, options.stop, options.reading);
     for (std::size_t index = 0; index < readings.size(); ++index)
     {
         auto const& reading = readings[index];
         auto& row = rows[index];
-        if (!reading)
+        if (!reading || reading->result == ErrorValue::INTERRUPTED)
         {
             continue;
         }
@@ -530,7 +607,7 @@ void Activation::choose(ActivationRows& rows, ActivationRows const& recorded, bo
         auto const is_as_written =
             is_read && agree(row.symbol, recorded[index].value, row.before, tolerance_of(row.symbol));
         auto const has_failed = recorded[index].state == RowState::Failed;
-        if (!is_as_written && (!force || has_failed))
+        if (!is_as_written && (!options.force || has_failed))
         {
             row.state = RowState::NotWritten;
             row.is_left_on_purpose = has_failed;
@@ -541,7 +618,7 @@ void Activation::choose(ActivationRows& rows, ActivationRows const& recorded, bo
     }
 }
 
-FunctionOutcome Activation::write_back(ActivationRows const& rows)
+FunctionOutcome Activation::write_back(ActivationRows const& rows, WriteBackOptions const& options)
 {
     CommandGroup group;
     group.set_domain(std::string(server_domain).c_str());
@@ -556,7 +633,11 @@ FunctionOutcome Activation::write_back(ActivationRows const& rows)
     }
     Context context;
     context.set_session(m_core.executor.recorder().new_session());
+    std::size_t done = 0;
+    RequestWatch watch(options.stop, counting(options.progress, done, group.size()), group.size());
+    context.set_watcher(&watch);
     auto const result = m_core.executor.execute(context, group);
+    watch.end();
     FunctionOutcome outcome;
     outcome.name = success_name();
     outcome.record.push_back(m_core.executor.recorder().describe(group, result));

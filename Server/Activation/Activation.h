@@ -12,7 +12,6 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
-#include <initializer_list>
 #include <optional>
 #include <string>
 #include <utility>
@@ -39,8 +38,18 @@ struct ActivationOptions
     std::string who{};
     /// Once it is set, nothing more is sent, and what was done until then is reported. May be null.
     std::atomic<bool> const* stop = nullptr;
-    /// Told how many symbols are written of all; may be empty.
+    /// Told how many symbols are written of all; may be empty. A controller may be in the midst of its work: it calls
+    /// nothing of the project.
     std::function<void(std::size_t done, std::size_t total)> progress{};
+    /// The hash of the plan that is agreed to: where what would be written is something else, nothing is read or
+    /// written. Empty for whatever the plan is.
+    std::string plan{};
+    /// What the record keeps under "request", null for nothing.
+    RavikSrv::Value request{};
+    /// Told the record's number, 0 where there is none, before the first value leaves; may be empty.
+    std::function<void(std::int64_t id)> begun{};
+    /// The same of what is read, before and again after.
+    std::function<void(std::size_t done, std::size_t total)> reading{};
 };
 
 struct WriteBackOptions
@@ -53,7 +62,12 @@ struct WriteBackOptions
     std::string who{};
     /// What was asked, for the record: "revert 17".
     std::string asked{};
+    // As in `ActivationOptions`.
     std::atomic<bool> const* stop = nullptr;
+    std::function<void(std::size_t done, std::size_t total)> progress{};
+    std::function<void(std::size_t done, std::size_t total)> reading{};
+    RavikSrv::Value request{};
+    std::function<void(std::int64_t id)> begun{};
 };
 
 /// What became of an activation or its plan: the function's own result where it failed; `FAIL` with the symbols' names
@@ -69,6 +83,12 @@ struct [[nodiscard]] ActivationReport
     /// The number of the record, where there is one.
     std::optional<std::int64_t> id{};
     ActivationRows rows{};
+    /// The recipe whose function failed, where it did.
+    std::string recipe{};
+    /// Of a plan: tells the symbols, domains and values that are to be written from any others.
+    std::string hash{};
+    /// Refused, since the plan is another than the one that was agreed to.
+    bool plan_changed = false;
 
     bool succeeded() const noexcept { return error == RavikSrv::ErrorValue::SUCCESS && result == 0; }
 };
@@ -102,7 +122,7 @@ public:
     /// Writes back what stood in the controllers before an activation, `body` being its record's: for what it wrote, as
     /// long as that stands there still (of one that did not end: that or what was before). What else stands there is
     /// left alone without `force` and fails the whole; what was not read before, and symbols that are not verified, are
-    /// left alone always. It is an activation of its own.
+    /// left alone always; where there is nothing else it fails. It is an activation of its own.
     ActivationReport revert(RavikSrv::Value const& body, WriteBackOptions const& options);
 
     /// The places of symbols, for a `WriteHolds::Hold`.
@@ -110,6 +130,7 @@ public:
     WriteHolds& holds() noexcept { return m_holds; }
 
 private:
+    using Progress = std::function<void(std::size_t done, std::size_t total)>;
     /// A writing that is about to be carried out.
     struct Attempt
     {
@@ -120,24 +141,28 @@ private:
         std::string asked;
         bool verifies = true;
         std::atomic<bool> const* stop = nullptr;
+        RavikSrv::Value request;
+        std::function<void(std::int64_t id)> begun;
+        Progress reading;
         std::function<FunctionOutcome()> write;
     };
     using Readings = std::vector<std::optional<ExecutedCommand>>;
 
     ActivationReport expected(std::string const& recipe, RavikSrv::Value const& tree,
                               std::atomic<bool> const* stop) const;
-    /// Reads the rows in one request, those in one of the states; the others have no reading.
-    Readings read(ActivationRows const& rows, std::initializer_list<RowState> states) const;
+    /// Reads the rows that are planned in one request; the others have no reading.
+    Readings read(ActivationRows const& rows, std::atomic<bool> const* stop, Progress const& reading) const;
     FunctionOutcome write_all(std::string const& recipe, RavikSrv::Value const& tree, std::size_t total,
                               ActivationOptions const& options);
     void carry_out(ActivationReport& report, Attempt const& attempt);
     void begin_record(ActivationReport& report, Attempt const& attempt, std::string& trouble);
     void complete_record(ActivationReport const& report, Attempt const& attempt, std::string& trouble);
-    void verify(ActivationRows& rows) const;
+    /// Returns false where it was stopped before it had looked at all of them.
+    bool verify(ActivationRows& rows, Attempt const& attempt) const;
 
     ActivationRows candidates(ActivationRows const& recorded) const;
-    void choose(ActivationRows& rows, ActivationRows const& recorded, bool force) const;
-    FunctionOutcome write_back(ActivationRows const& rows);
+    void choose(ActivationRows& rows, ActivationRows const& recorded, WriteBackOptions const& options) const;
+    FunctionOutcome write_back(ActivationRows const& rows, WriteBackOptions const& options);
 
     bool agree(std::string const& symbol, RavikSrv::Value const& expected, RavikSrv::Value const& live,
                double tolerance) const;

@@ -1,6 +1,7 @@
 #include "Configuration/Configuration.h"
 
 #include "Configuration/Entry.h"
+#include "Configuration/configuration_keys.h"
 #include "api_helper.h"
 
 #include <algorithm>
@@ -102,6 +103,7 @@ std::int64_t Configuration::add_record(StoredRecord record, RecordBounds const& 
     if (m_store != nullptr)
     {
         in_transaction([&] { id = m_store->add_record(std::move(record), bounds); });
+        ++m_record_revision;
     }
     return id;
 }
@@ -112,6 +114,7 @@ bool Configuration::replace_record(StoredRecord const& record)
     if (m_store != nullptr)
     {
         in_transaction([&] { is_there = m_store->replace_record(record); });
+        ++m_record_revision;
     }
     return is_there;
 }
@@ -281,6 +284,7 @@ ErrorValue Configuration::Turn::commit()
     {
         m_configuration.save(m_changes.touched(), m_records);
         publish();
+        m_configuration.count(m_changes, !m_records.empty());
         m_done = true;
         return ErrorValue::SUCCESS;
     }
@@ -297,6 +301,14 @@ void Configuration::Turn::set_thread(std::thread::id thread) noexcept
 {
     RavikSrv::Lock const lock(m_configuration.m_mutex);
     m_configuration.m_turn_thread = thread;
+}
+
+/// Counts what a turn did, once everybody sees it.
+void Configuration::count(Changes const& changes, bool has_records) noexcept
+{
+    auto const is_counted = [](Changes::Entry const& entry) { return entry.domain == recipe_domain; };
+    m_revision += std::any_of(changes.begin(), changes.end(), is_counted) ? 1 : 0;
+    m_record_revision += has_records ? 1 : 0;
 }
 
 /// Shows everybody what the turn did.

@@ -8,6 +8,8 @@
 #include "Mutex.h"
 #include "RavikSrvExtApi.h"
 
+#include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -43,6 +45,17 @@ public:
     /// Whether nothing is edited any more since a commit failed; see `Turn::commit`.
     bool is_refusing() const;
 
+    /// What counts the turns that changed a domain other than the server's own, and the records stored and completed;
+    /// see `Revisions`. Within a turn the first stands as it did at its beginning.
+    std::int64_t revision() const noexcept { return m_revision; }
+    std::int64_t record_revision() const noexcept { return m_record_revision; }
+    /// What a counter of a `Revisions` begins with.
+    static std::int64_t first_revision()
+    {
+        auto const now = std::chrono::system_clock::now().time_since_epoch();
+        return std::chrono::duration_cast<std::chrono::microseconds>(now).count();
+    }
+
     /// Copies the store as the last finished turn left it, see `Store::backup`. Takes a turn.
     void backup(std::filesystem::path const& target);
 
@@ -77,6 +90,7 @@ private:
         std::set<std::string> fixed;
     };
 
+    void count(Changes const& changes, bool has_records) noexcept;
     void save(std::vector<Touched> const& touched, std::vector<NewRecord> const& records);
     template <typename Work> void in_transaction(Work const& work) const;
     TreePair trees(std::string const& domain) const;
@@ -84,6 +98,8 @@ private:
     void save_folder(std::string const& domain, std::string const& path, RavikSrv::Value const& tree);
 
     std::unique_ptr<Store> m_store;
+    std::atomic<std::int64_t> m_revision{first_revision()};
+    std::atomic<std::int64_t> m_record_revision{first_revision()};
     /// Held for a transaction of the store, or to read from it. Taken before `m_mutex`.
     mutable RavikSrv::Mutex m_store_mutex;
     /// Held to look up, copy or change a tree, never across a call to anyone else.

@@ -19,4 +19,11 @@ public:
     ProjectError(std::filesystem::path const& file, Json::Location location, std::string const& message);
 };
 
+/// A project that another process has open.
+class ProjectInUse : public ProjectError
+{
+public:
+    using ProjectError::ProjectError;
+};
+
 } // namespace Ravik

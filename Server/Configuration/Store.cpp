@@ -259,15 +259,7 @@ void SqliteStore::shorten_log() noexcept
 
 void SqliteStore::backup(std::filesystem::path const& target)
 {
-    if (std::filesystem::exists(target) && std::filesystem::equivalent(target, m_file))
-    {
-        throw StoreError("it is the store itself");
-    }
-    if (std::filesystem::weakly_canonical(target).string().starts_with(
-            std::filesystem::weakly_canonical(m_file).string() + '-'))
-    {
-        throw StoreError("names that begin so are those of the store's own log and copies");
-    }
+    StoreFile::check_copy_target(m_file, target);
     StoreFile::Replacement copy(target);
     Sqlite::Statement(m_database.get(), "VACUUM INTO ?1").bind(1, std::string_view(copy.file().string())).run();
     copy.stamp();

@@ -81,18 +81,18 @@ public:
         {
             if (m_known.insert(member.name()).second)
             {
-                m_names.emplace_back(member.name());
+                m_members.push_back({.name = member.name(), .type = type, .member = &*member});
             }
         }
     }
 
-    std::vector<std::string> take() { return std::move(m_names); }
+    std::vector<OwnMember> take() { return std::move(m_members); }
 
 private:
     Value const& m_tree;
     std::unordered_set<std::string> m_walked{std::string()};
     std::unordered_set<std::string> m_known;
-    std::vector<std::string> m_names;
+    std::vector<OwnMember> m_members;
 };
 
 class RecipeWalk
@@ -152,7 +152,7 @@ std::vector<BoundMember> bound_members(std::string const& type, Value const& tre
     return walk.take();
 }
 
-std::vector<std::string> own_members(std::string const& type, Value const& tree)
+std::vector<OwnMember> own_members(std::string const& type, Value const& tree)
 {
     OwnMembers members(tree);
     members.walk(type);

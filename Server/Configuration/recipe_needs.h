@@ -20,9 +20,20 @@ struct BoundMember
 /// over.
 std::vector<BoundMember> bound_members(std::string const& type, RavikSrv::Value const& tree);
 
-/// The names of the members that recipes of the type have: those that it inherits and its own, in their order, each
-/// once. What nested recipes give values for is not among them.
-std::vector<std::string> own_members(std::string const& type, RavikSrv::Value const& tree);
+/// A member that recipes of a type have.
+struct OwnMember
+{
+    std::string name;
+    /// The type that it stands in: the one asked for, or one that this inherits from.
+    std::string type;
+    /// In the tree that was asked.
+    RavikSrv::Value const* member = nullptr;
+};
+
+/// The members that recipes of the type have: those that it inherits and its own, in their order, each name once. What
+/// nested recipes give values for is not among them.
+std::vector<OwnMember> own_members(std::string const& type, RavikSrv::Value const& tree);
+std::vector<OwnMember> own_members(std::string const& type, RavikSrv::Value const&& tree) = delete;
 
 /// A value of a recipe that names a recipe which does not exist.
 struct MissingRecipe

@@ -1,5 +1,7 @@
 #include "Configuration/store_file.h"
 
+#include "Configuration/StoreError.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -249,7 +251,7 @@ void explain(fs::path const& file, Sqlite::Error const& error)
     case SQLITE_BUSY:
     {
         auto const holder = lock_holder(file);
-        throw ProjectError("the project is open in another process" +
+        throw ProjectInUse("the project is open in another process" +
                            (holder ? " (pid " + std::to_string(*holder) + ")" : std::string()) +
                            "; close it there, or wait for it with --wait SECONDS");
     }
@@ -262,6 +264,18 @@ void explain(fs::path const& file, Sqlite::Error const& error)
                                 ": " + error.what());
     default:
         throw ProjectError("can't open the store " + name + ": " + error.what());
+    }
+}
+
+void check_copy_target(fs::path const& file, fs::path const& target)
+{
+    if (fs::exists(target) && fs::exists(file) && fs::equivalent(target, file))
+    {
+        throw StoreError("it is the store itself");
+    }
+    if (fs::weakly_canonical(target).string().starts_with(fs::weakly_canonical(file).string() + '-'))
+    {
+        throw StoreError("names that begin so are those of the store's own log and copies");
     }
 }
 

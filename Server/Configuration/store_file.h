@@ -57,6 +57,10 @@ private:
 /// Throws a failure of SQLite as a `ProjectError` with the file and what to do.
 [[noreturn]] void explain(std::filesystem::path const& file, Sqlite::Error const& error);
 
+/// Throws `StoreError` where a copy of the store `file` can't stand at `target`: that is the store, or a name beside it
+/// that means something.
+void check_copy_target(std::filesystem::path const& file, std::filesystem::path const& target);
+
 /// A store in the making, under a name of its own beside the file that it is to become. Its mode is 0600. One process
 /// at a time makes one; another's attempt throws an `Sqlite::Error` with SQLITE_BUSY. What a killed process left of one
 /// is taken over.

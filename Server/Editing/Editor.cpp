@@ -5,6 +5,7 @@
 #include "Configuration/TypeUsers.h"
 #include "Configuration/tree.h"
 #include "Editing/SetPlan.h"
+#include "Editing/condition_check.h"
 #include "Editing/edit_rules.h"
 #include "Editing/entry_checks.h"
 #include "Editing/import.h"
@@ -104,7 +105,8 @@ Refusal Editor::stored(Configuration::Turn& turn, Deed deed, EditOutcome const& 
 
 // Setting -------------------------------------------------------------------------------------------------------------
 
-EditOutcome Editor::set(std::string const& domain, std::string const& path, Value const& value, Origin const& origin)
+EditOutcome Editor::set(std::string const& domain, std::string const& path, Value const& value,
+                        SetOptions const& options)
 {
     auto const here = site(domain);
     Configuration::Turn turn(m_core.configuration);
@@ -117,11 +119,68 @@ EditOutcome Editor::set(std::string const& domain, std::string const& path, Valu
     {
         return refused(refusal);
     }
+    if (auto outcome = unmet(here, path, options.condition); outcome.condition_failed)
+    {
+        return outcome;
+    }
+    return set(here, path, value,
+               {.action = Action::edit, .asked = "set " + path + ' ' + Json::write(value), .origin = options.origin},
+               turn);
+}
+
+EditOutcome Editor::copy(std::string const& domain, std::string const& path, std::string const& new_path,
+                         SetOptions const& options)
+{
+    auto const here = site(domain);
+    Configuration::Turn turn(m_core.configuration);
+    if (auto refusal = check_domain(here, path))
+    {
+        return refused(refusal);
+    }
+    if (auto outcome = unmet(here, path, options.condition); outcome.condition_failed)
+    {
+        return outcome;
+    }
+    auto tree = m_core.configuration.tree(domain);
+    auto refusal = check_copy(path, new_path, tree);
+    refusal = refusal ? refusal : check_place(here, new_path);
+    if (refusal)
+    {
+        return refused(refusal);
+    }
+    auto const entry = *RavikSrv::node_path(path, std::as_const(tree)).node;
+    // With it the write would copy the folders on its way.
+    tree = Value();
+    return set(here, new_path, entry,
+               {.action = Action::edit, .asked = "copy " + path + ' ' + new_path, .origin = options.origin}, turn);
+}
+
+/// Refused where the condition does not hold of what stands at the path.
+EditOutcome Editor::unmet(Site const& site, std::string const& path, Condition const& condition) const
+{
+    EditOutcome outcome;
+    if (condition.kind == Condition::Kind::None)
+    {
+        return outcome;
+    }
+    auto const tree = m_core.configuration.tree(site.domain);
+    auto const* const present = RavikSrv::node_path(path, tree).node;
+    outcome.refusal = check_condition(condition, path, present);
+    outcome.condition_failed = static_cast<bool>(outcome.refusal);
+    outcome.value = outcome.condition_failed && present != nullptr ? *present : Value();
+    return outcome;
+}
+
+/// Sets what may be set as far as the path is concerned.
+EditOutcome Editor::set(Site const& site, std::string const& path, Value const& value, Deed const& deed,
+                        Configuration::Turn& turn)
+{
+    auto const& domain = site.domain;
     // The whole tree is held on to for recipe types alone: with it the write copies the folders on its way.
     auto const before = path.starts_with(Key::recipe_type_list) ? m_core.configuration.tree(domain) : Value();
     SetPlan const plan(path, value, m_core.configuration.tree(domain));
-    refusal = plan.check(*here.schemas);
-    refusal = refusal ? refusal : ask_change(here, path, plan.after());
+    auto refusal = plan.check(*site.schemas);
+    refusal = refusal ? refusal : ask_change(site, path, plan.after());
     if (refusal)
     {
         return refused(refusal);
@@ -131,8 +190,7 @@ EditOutcome Editor::set(std::string const& domain, std::string const& path, Valu
     {
         return refused(explained_write(result, path));
     }
-    Deed const deed{.action = Action::edit, .asked = "set " + path + ' ' + Json::write(value), .origin = origin};
-    auto outcome = tell_set(here, path, plan, deed, turn);
+    auto outcome = tell_set(site, path, plan, deed, turn);
     outcome.warnings = new_misfits(before, m_core.configuration.tree(domain), plan.types());
     return outcome;
 }
@@ -230,6 +288,10 @@ EditOutcome Editor::move(Site const& site, Move const& move, MoveOptions const& 
     if (auto refusal = check_place(site, move.path))
     {
         return refused(refusal);
+    }
+    if (auto outcome = unmet(site, move.path, options.condition); outcome.condition_failed)
+    {
+        return outcome;
     }
     auto const before = m_core.configuration.tree(site.domain);
     auto refusal = check_move(move, before);
@@ -401,6 +463,13 @@ EditOutcome Editor::import(std::string const& domain, Value const& data, ImportO
     {
         return refused({ErrorValue::INVALID_PARAMETER,
                         "the domain \"" + domain + "\" keeps no recipes, so nothing can be imported into it", ""});
+    }
+    if (auto refusal = check_revision(options, m_core.configuration.revision()))
+    {
+        auto outcome = refused(refusal);
+        outcome.condition_failed = true;
+        outcome.value = Value(m_core.configuration.revision());
+        return outcome;
     }
     auto const before = m_core.configuration.tree(domain);
     Import import({.extension = *here.extension, .schemas = *here.schemas, .context = here.context, .tree = before},

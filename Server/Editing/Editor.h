@@ -28,6 +28,10 @@ struct [[nodiscard]] EditOutcome
     /// All refusals of an import that only checks, or of a revert.
     std::vector<Refusal> refusals;
     bool made = false;
+    /// Set where it was refused since its condition does not hold; then `value` is what stands there, null for nothing,
+    /// and of an import the configuration's revision.
+    bool condition_failed = false;
+    RavikSrv::Value value;
     /// Of an edit of recipe types: the stored values that do not fit any more.
     std::vector<Finding> warnings;
     /// What changed besides the edited place; for a dry run what would.
@@ -49,7 +53,10 @@ public:
 
     /// Puts `value` at `path`, making the folders that are missing. Refused where an entry would disappear with it.
     EditOutcome set(std::string const& domain, std::string const& path, RavikSrv::Value const& value,
-                    Origin const& origin);
+                    SetOptions const& options);
+    /// Puts what stands at `path`, a recipe or recipe type, also at the full path `new_path`, which must be free.
+    EditOutcome copy(std::string const& domain, std::string const& path, std::string const& new_path,
+                     SetOptions const& options);
     EditOutcome remove(std::string const& domain, std::string const& path, MoveOptions const& options);
     /// Gives the entry at `path` the full path `new_path`, which must be free.
     EditOutcome rename(std::string const& domain, std::string const& path, std::string const& new_path,
@@ -79,6 +86,9 @@ private:
     Site site(std::string const& domain) const;
     Refusal check_domain(Site const& site, std::string const& path) const;
     Refusal check_place(Site const& site, std::string const& path) const;
+    EditOutcome unmet(Site const& site, std::string const& path, Condition const& condition) const;
+    EditOutcome set(Site const& site, std::string const& path, RavikSrv::Value const& value, Deed const& deed,
+                    Configuration::Turn& turn);
     Refusal ask_change(Site const& site, std::string const& path, RavikSrv::Value const& tree) const;
     EditOutcome tell_set(Site const& site, std::string const& path, SetPlan const& plan, Deed const& deed,
                          Configuration::Turn& turn);

@@ -182,4 +182,33 @@ Refusal check_move(Move const& move, Value const& tree)
     return refusal || move.is_delete() ? refusal : check_rename(move, tree);
 }
 
+Refusal check_copy(std::string const& path, std::string const& new_path, Value const& tree)
+{
+    if (RavikSrv::node_path(path, tree).node == nullptr)
+    {
+        return {ErrorValue::ENTRY_NOT_FOUND, "there is nothing at this path", path};
+    }
+    auto const kind = locate(path, tree).kind;
+    if (kind != EntryKind::Recipe && kind != EntryKind::RecipeType)
+    {
+        return {ErrorValue::TYPE_MISMATCH,
+                path + (kind == EntryKind::Folder ? " is a folder; its entries are copied one by one"
+                                                  : " is neither a recipe nor a recipe type; 'get' shows what stands "
+                                                    "there, and 'set' writes it elsewhere"),
+                path};
+    }
+    auto const* const list = kind == EntryKind::Recipe ? Key::recipe_list : Key::recipe_type_list;
+    if (!new_path.starts_with(list + RavikSrv::path_separator()))
+    {
+        return {ErrorValue::INVALID_PATH,
+                new_path + ": a copy of " + path + " needs a full path in the same list: " + list +
+                    RavikSrv::path_separator() + "NAME",
+                new_path};
+    }
+    return RavikSrv::node_path(new_path, tree).node == nullptr
+               ? Refusal()
+               : Refusal{ErrorValue::UNIQUE, new_path + " is taken; delete it first, or give the copy another name",
+                         new_path};
+}
+
 } // namespace Ravik

@@ -23,4 +23,7 @@ Refusal check_set(std::string const& path, RavikSrv::Value const& before, RavikS
 /// Whether the entry at the move's path is there and may go to its new path.
 Refusal check_move(Move const& move, RavikSrv::Value const& tree);
 
+/// Whether a recipe or recipe type stands at the path and may be put at the new one, too.
+Refusal check_copy(std::string const& path, std::string const& new_path, RavikSrv::Value const& tree);
+
 } // namespace Ravik

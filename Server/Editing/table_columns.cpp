@@ -144,9 +144,9 @@ TableColumns::TableColumns(Inspection const& inspection, std::string const& type
     {
         add(inspection, name, RavikSrv::node_path(target.path, inspection.tree).node, target.nests_type);
     }
-    for (auto const& name : own_members(type, inspection.tree))
+    for (auto const& member : own_members(type, inspection.tree))
     {
-        m_members.push_back(find(name));
+        m_members.push_back(find(member.name));
     }
 }
 

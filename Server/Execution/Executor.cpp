@@ -1,6 +1,7 @@
 #include "Execution/Executor.h"
 
 #include "Configuration/configuration_keys.h"
+#include "Execution/RequestWatch.h"
 #include "api_helper.h"
 
 #include <algorithm>
@@ -220,8 +221,19 @@ void Executor::send(Context const& context, Extension& extension, CommandGroup& 
             fail_all(sent, answer.result(), answer.text());
         }
     };
-    reads.are_all ? m_read_memory.read(context.session(), reads.symbols, group, request)
-                  : m_read_memory.write(group, request);
+    if (reads.are_all)
+    {
+        m_read_memory.read(context.session(), reads.symbols, group, request);
+    }
+    else if (m_symbols.has_symbols_of(extension.domain()))
+    {
+        m_read_memory.write(group, request);
+    }
+    else
+    {
+        // A function of an extension that serves no symbols comes to them through the server, if at all.
+        request(group);
+    }
 }
 
 // Groups of the server's own domain -----------------------------------------------------------------------------------
@@ -301,6 +313,12 @@ bool Executor::route_function(Command& command, Route& route) const
 void Executor::execute_run(Context const& context, Route const& route, std::vector<Command*> const& commands,
                            Reads const& reads)
 {
+    if (route.kind != Route::Kind::Nowhere && context.watcher() != nullptr && context.watcher()->is_stopped())
+    {
+        std::for_each(commands.begin(), commands.end(),
+                      [](Command* command) { fail(*command, ErrorValue::INTERRUPTED, RequestWatch::stopped_text); });
+        return;
+    }
     switch (route.kind)
     {
     case Route::Kind::Nowhere:

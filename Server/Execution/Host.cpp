@@ -1,5 +1,6 @@
 #include "Execution/Host.h"
 
+#include "Execution/RequestWatch.h"
 #include "api_helper.h"
 #include "boundary_guard.h"
 
@@ -14,31 +15,32 @@ using RavikSrv::ResultPair;
 using RavikSrv::String;
 using RavikSrv::Value;
 
-namespace
-{
-
-constexpr char const* stopped_text = "not sent, since the request was interrupted";
-
-} // namespace
-
 ErrorValue Host::execute_command_group(Context const& context, RavikSrv::CommandGroup* group)
 {
     return guarded_answer("execute_command_group", ErrorValue::UNEXPECTED,
                           [&]
                           {
                               auto const mode = m_modes.of(context.session());
-                              if (mode && mode->is_stopped())
-                              {
-                                  return m_executor.refuse(context, *group, ErrorValue::INTERRUPTED, stopped_text);
-                              }
-                              auto const result = mode && mode->plans ? m_executor.plan(context, *group)
-                                                                      : m_executor.execute(context, *group);
-                              if (mode && mode->executed)
-                              {
-                                  mode->executed(group->size());
-                              }
-                              return result;
+                              return mode ? execute_in(*mode, context, *group) : m_executor.execute(context, *group);
                           });
+}
+
+ErrorValue Host::execute_in(SessionMode const& mode, Context const& context, RavikSrv::CommandGroup& group)
+{
+    RequestWatch watch(mode.stop, mode.executed, group.size());
+    if (watch.is_stopped())
+    {
+        return m_executor.refuse(context, group, ErrorValue::INTERRUPTED, RequestWatch::stopped_text);
+    }
+    if (mode.plans)
+    {
+        return m_executor.plan(context, group);
+    }
+    auto watched = context;
+    watched.set_watcher(&watch);
+    auto const result = m_executor.execute(watched, group);
+    watch.end();
+    return result;
 }
 
 ErrorValue Host::execute_command(Context const& context, RavikSrv::Command* command)

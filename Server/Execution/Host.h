@@ -39,6 +39,9 @@ public:
     RavikSrv::String get_extension_error_string(char const* domain, unsigned code) override;
 
 private:
+    RavikSrv::ErrorValue execute_in(SessionMode const& mode, RavikSrv::Context const& context,
+                                    RavikSrv::CommandGroup& group);
+
     Configuration const& m_configuration;
     ConfigurationWriter& m_writer;
     Executor& m_executor;

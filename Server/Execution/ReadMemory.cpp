@@ -12,6 +12,9 @@ using RavikSrv::Session;
 namespace
 {
 
+/// More than there are requests of several calls at any one time.
+constexpr std::size_t most_ended = 16;
+
 auto command_at(CommandGroup& group, std::size_t position)
 {
     return group.begin_vector() + static_cast<std::ptrdiff_t>(position);
@@ -63,8 +66,7 @@ std::vector<std::size_t> ReadMemory::recall(Session session, std::vector<Symbol 
     std::vector<std::size_t> unknown;
     RavikSrv::Lock const lock(m_mutex);
     auto const found = m_sessions.find(session.id());
-    if (found == m_sessions.end() || (found->second.last.empty() && found->second.others.empty()) ||
-        found->second.writes != m_writes.load())
+    if (found == m_sessions.end() || found->second.empty() || found->second.writes != m_writes.load())
     {
         unknown.resize(group.size());
         std::iota(unknown.begin(), unknown.end(), 0);
@@ -114,16 +116,38 @@ void ReadMemory::remember(Session session, std::vector<Symbol const*> const& sym
     }
 }
 
+void ReadMemory::begin(Session session)
+{
+    RavikSrv::Lock const lock(m_mutex);
+    m_sessions[session.id()];
+    std::erase(m_ended, session.id());
+}
+
+void ReadMemory::end(Session session)
+{
+    RavikSrv::Lock const lock(m_mutex);
+    auto const found = m_sessions.find(session.id());
+    if (found->second.empty() || found->second.writes != m_writes.load())
+    {
+        m_sessions.erase(found);
+        return;
+    }
+    m_ended.push_back(session.id());
+    if (m_ended.size() > most_ended)
+    {
+        m_sessions.erase(m_ended.front());
+        m_ended.pop_front();
+    }
+}
+
 ReadMemory::Scope::Scope(ReadMemory& memory, Session session) : m_memory(memory), m_session(session)
 {
-    RavikSrv::Lock const lock(m_memory.m_mutex);
-    m_memory.m_sessions[m_session.id()];
+    m_memory.begin(m_session);
 }
 
 ReadMemory::Scope::~Scope()
 {
-    RavikSrv::Lock const lock(m_memory.m_mutex);
-    m_memory.m_sessions.erase(m_session.id());
+    m_memory.end(m_session);
 }
 
 } // namespace Ravik

@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <map>
 #include <utility>
@@ -18,12 +19,13 @@ namespace Ravik
 struct Symbol;
 
 /// What requests have read, so that no device is asked twice for a symbol within one request: who looks at a thousand
-/// recipes on the same symbols reads these once. As soon as anybody writes, all that was read before counts for
-/// nothing. Thread-safe.
+/// recipes on the same symbols reads these once, be it in one call or in several. As soon as anybody writes, all that
+/// was read before counts for nothing. Thread-safe.
 class ReadMemory
 {
 public:
-    /// Remembers for a session as long as it lives. A session has one at a time.
+    /// Remembers for a session as long as it lives. A session has one at a time; the next one goes on with what the one
+    /// before remembered, unless many others have ended in between.
     class Scope;
 
     using Send = std::function<void(RavikSrv::CommandGroup& group)>;
@@ -42,8 +44,12 @@ private:
         /// What was read last. It goes to the others when it is asked for: most requests read once.
         std::vector<std::pair<Symbol const*, RavikSrv::Value>> last;
         boost::unordered_flat_map<Symbol const*, RavikSrv::Value> others;
+
+        bool empty() const { return last.empty() && others.empty(); }
     };
 
+    void begin(RavikSrv::Session session);
+    void end(RavikSrv::Session session);
     /// Fills in what is known, and returns the positions of the other commands.
     std::vector<std::size_t> recall(RavikSrv::Session session, std::vector<Symbol const*> const& symbols,
                                     RavikSrv::CommandGroup& group);
@@ -52,6 +58,8 @@ private:
 
     RavikSrv::Mutex m_mutex;
     std::map<std::uint64_t, Known> m_sessions RAVIK_GUARDED_BY(m_mutex);
+    /// Those of them without a scope, the oldest first.
+    std::deque<std::uint64_t> m_ended RAVIK_GUARDED_BY(m_mutex);
     /// Grows with the beginning and with the end of every write.
     std::atomic<std::uint64_t> m_writes = 0;
 };

@@ -25,10 +25,9 @@ struct SessionMode
     RavikSrv::Value tree{};
     /// Once it is set, nothing more is executed. May be null; outlives the mode.
     std::atomic<bool> const* stop = nullptr;
-    /// Told of each group that was executed how many commands it had; may be empty.
+    /// Told how many more commands were executed; may be empty. An extension may be in the midst of its work: it calls
+    /// none.
     std::function<void(std::size_t commands)> executed{};
-
-    bool is_stopped() const noexcept { return stop != nullptr && stop->load(); }
 };
 
 /// The sessions that are served otherwise than usual. Thread-safe; it costs others nothing but to look whether there is

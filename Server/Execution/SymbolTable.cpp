@@ -104,6 +104,7 @@ SymbolTable::SymbolTable(Value const& symbols)
     for (auto const& symbol : m_symbols)
     {
         m_by_name.emplace(symbol.name, &symbol);
+        m_domains.insert(symbol.domain);
     }
 }
 

@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <memory>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -63,6 +64,8 @@ public:
     /// The same for one name after the other, where the next is mostly that of the symbol behind `last`, the one found
     /// before: then it costs a comparison. `last` may be null.
     SymbolReference find_behind(Symbol const* last, std::string_view name) const;
+    /// Whether any symbol lives in the domain.
+    bool has_symbols_of(std::string const& domain) const { return m_domains.contains(domain); }
     /// All symbols in the order of the project file.
     std::vector<Symbol> const& all() const noexcept { return m_symbols; }
 
@@ -70,6 +73,7 @@ private:
     std::vector<Symbol> m_symbols;
     /// Refers to the symbols, which stay where they are.
     boost::unordered_flat_map<std::string_view, Symbol const*, std::hash<std::string_view>> m_by_name;
+    std::set<std::string> m_domains;
 };
 
 } // namespace Ravik

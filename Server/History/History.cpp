@@ -2,12 +2,12 @@
 
 #include "Configuration/StoreError.h"
 #include "Configuration/configuration_keys.h"
+#include "History/account.h"
 #include "History/timestamp.h"
 #include "Json/Json.h"
 
-#include <array>
+#include <algorithm>
 #include <limits>
-#include <pwd.h>
 #include <unistd.h>
 #include <utility>
 
@@ -24,16 +24,6 @@ namespace
 constexpr std::size_t longest_asked = 300;
 /// The longest note and text.
 constexpr std::size_t longest_text = 10'000;
-
-std::string own_account()
-{
-    std::array<char, 4096> memory{};
-    struct passwd entry = {};
-    struct passwd* found = nullptr;
-    auto const user = geteuid();
-    auto const result = getpwuid_r(user, &entry, memory.data(), memory.size(), &found);
-    return result == 0 && found != nullptr ? std::string(found->pw_name) : "uid " + std::to_string(user);
-}
 
 /// The text cut short, between two characters of UTF-8.
 std::string shortened(std::string text, std::size_t longest)
@@ -95,7 +85,7 @@ Value body_of(StoredRecord const& stored)
     {
         places << place_value(place);
     }
-    Value body;
+    Value body = stored.body.empty() ? Value(ValueType::Map) : Json::parse(stored.body);
     body.insert("places", places);
     return body;
 }
@@ -110,6 +100,17 @@ HistoryRecord without_body(StoredRecord const& stored)
             .outcome = stored.outcome,
             .text = stored.text,
             .note = stored.note};
+}
+
+std::string address_body(Origin const& origin)
+{
+    if (origin.address.empty())
+    {
+        return {};
+    }
+    Value body(ValueType::Map);
+    body.insert(address_key, Value(std::string_view(origin.address)));
+    return Json::write(body);
 }
 
 bool is_about(StoredRecord const& stored, std::string const& recipe)
@@ -141,7 +142,7 @@ std::vector<PlaceChange> places_of(HistoryRecord const& record)
 }
 
 History::History(Configuration& configuration, HistoryBounds bounds)
-    : m_configuration(configuration), m_bounds(bounds), m_account(own_account())
+    : m_configuration(configuration), m_bounds(bounds), m_account(account_of(geteuid()))
 {
 }
 
@@ -167,7 +168,7 @@ void History::remember(Configuration::Turn& turn, Deed const& deed) const
                         .outcome = deed.outcome,
                         .text = shortened(deed.text, longest_text),
                         .note = shortened(origin.note, longest_text),
-                        .body = {},
+                        .body = address_body(origin),
                         .places = places_text(places)};
     if (record.places.size() > m_bounds.size)
     {
@@ -211,30 +212,71 @@ bool History::complete(std::int64_t id, std::string const& outcome, std::string 
 
 // Reading -------------------------------------------------------------------------------------------------------------
 
-std::vector<HistoryRecord> History::list(HistoryFilter const& filter) const
+/// Calls `visit(record)` for the records of that time or later with numbers below `before`, the newest first, until it
+/// returns false.
+template <typename Visit>
+void History::visit_newest(std::int64_t before, std::string const& since, Visit const& visit) const
 {
     // Each few are read by themselves, so that no commit waits for long.
     constexpr std::size_t at_once = 20;
-    std::vector<HistoryRecord> found;
-    auto before = std::numeric_limits<std::int64_t>::max();
-    while (found.size() < filter.limit)
+    for (auto is_last = false; !is_last;)
     {
         auto const records = m_configuration.records_before(before, at_once);
         for (auto const& record : records)
         {
-            auto const is_wanted = record.time >= filter.since && (filter.who.empty() || record.who == filter.who) &&
-                                   (filter.recipe.empty() || is_about(record, filter.recipe));
-            if (is_wanted && found.size() < filter.limit)
+            if (record.time >= since && !visit(record))
             {
-                found.push_back(without_body(record));
+                return;
             }
         }
-        if (records.size() < at_once || records.back().time < filter.since)
-        {
-            break;
-        }
-        before = records.back().id;
+        is_last = records.size() < at_once || records.back().time < since;
+        before = records.empty() ? before : records.back().id;
     }
+}
+
+std::vector<HistoryRecord> History::list(HistoryFilter const& filter) const
+{
+    std::vector<HistoryRecord> found;
+    auto const& actions = filter.actions;
+    auto const is_wanted = [&](StoredRecord const& record)
+    {
+        return (filter.who.empty() || record.who == filter.who) &&
+               (actions.empty() || std::find(actions.begin(), actions.end(), record.action) != actions.end()) &&
+               (filter.recipe.empty() || is_about(record, filter.recipe));
+    };
+    auto const take = [&](StoredRecord const& record)
+    {
+        if (is_wanted(record))
+        {
+            found.push_back(without_body(record));
+        }
+        return found.size() < filter.limit;
+    };
+    if (filter.limit != 0)
+    {
+        visit_newest(filter.before > 0 ? filter.before : std::numeric_limits<std::int64_t>::max(), filter.since, take);
+    }
+    return found;
+}
+
+std::vector<HistoryRecord> History::requests(std::string const& since) const
+{
+    std::vector<HistoryRecord> found;
+    auto const take = [&found](StoredRecord const& record)
+    {
+        // Most records need not be read for it.
+        if (record.body.find("\"request\"") != std::string::npos)
+        {
+            Value const body = body_of(record);
+            if (body["request"].isset())
+            {
+                found.push_back(without_body(record));
+                found.back().body = body;
+            }
+        }
+        return true;
+    };
+    visit_newest(std::numeric_limits<std::int64_t>::max(), since, take);
     return found;
 }
 

@@ -43,6 +43,8 @@ public:
 
     /// The newest records first, without their bodies.
     std::vector<HistoryRecord> list(HistoryFilter const& filter) const;
+    /// The records of that time or later whose bodies have a "request", the newest first, with their bodies.
+    std::vector<HistoryRecord> requests(std::string const& since) const;
     std::optional<HistoryRecord> find(std::int64_t id) const;
 
     /// The account that this process runs under.
@@ -50,6 +52,8 @@ public:
 
 private:
     RecordBounds bounds_now() const;
+    template <typename Visit>
+    void visit_newest(std::int64_t before, std::string const& since, Visit const& visit) const;
 
     Configuration& m_configuration;
     HistoryBounds m_bounds;

@@ -70,6 +70,10 @@ struct HistoryFilter
     std::string who{};
     /// A timestamp as records have it: those of that time or later.
     std::string since{};
+    /// Those with numbers below it; 0 for all.
+    std::int64_t before = 0;
+    /// Those about one of these, see `Action`.
+    std::vector<std::string> actions{};
     std::size_t limit = 50;
 };
 

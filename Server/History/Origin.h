@@ -14,6 +14,11 @@ struct Origin
     std::string asked{};
     /// What whoever asked wants to be remembered with it.
     std::string note{};
+    /// Where whoever asked came from over the network; empty for somebody on this machine.
+    std::string address{};
 };
+
+/// What a record's body keeps the address under.
+inline constexpr char const* address_key = "address";
 
 } // namespace Ravik

@@ -19,6 +19,7 @@ struct Unit
 
 constexpr std::array<Unit, 5> spans{
     {{"second", 1}, {"minute", 60}, {"hour", 3600}, {"day", 86'400}, {"week", 604'800}}};
+constexpr std::array<Unit, 2> intervals{{{"ms", 1}, {"s", 1000}}};
 constexpr std::array<Unit, 3> sizes{{{"KiB", 1U << 10U}, {"MiB", 1U << 20U}, {"GiB", 1U << 30U}}};
 
 /// The number that the text begins with, 0 where it is none, and the unit behind it and a blank.
@@ -61,6 +62,14 @@ std::optional<std::chrono::seconds> read_span(std::string const& text)
     }
     auto const seconds = product(number, name, spans, century);
     return seconds ? std::optional(std::chrono::seconds(*seconds)) : std::nullopt;
+}
+
+std::optional<std::chrono::milliseconds> read_interval(std::string const& text)
+{
+    constexpr std::uint64_t day = 86'400'000;
+    auto const [number, name] = split(text);
+    auto const interval = product(number, name, intervals, day);
+    return interval ? std::optional(std::chrono::milliseconds(*interval)) : std::nullopt;
 }
 
 std::optional<std::uint64_t> read_size(std::string const& text)

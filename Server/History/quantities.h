@@ -20,6 +20,9 @@ struct HistoryBounds
 /// up to 100 years. Nothing for any other text.
 std::optional<std::chrono::seconds> read_span(std::string const& text);
 
+/// Reads an interval: a whole number above 0 and "ms" or "s", up to a day. Nothing for any other text.
+std::optional<std::chrono::milliseconds> read_interval(std::string const& text);
+
 /// Reads a size: a whole number above 0 and "KiB", "MiB" or "GiB", up to 1024 GiB. Nothing for any other text.
 std::optional<std::uint64_t> read_size(std::string const& text);
 

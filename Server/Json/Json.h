@@ -34,6 +34,9 @@ enum class Layout
 /// U+0000 are written as U+FFFD. Nesting costs no stack.
 std::string write(RavikSrv::Value const& value, Layout layout = Layout::Compact);
 
+/// The value as a person is shown it in a line: its text, a dash for none.
+std::string shown(RavikSrv::Value const& value);
+
 /// Why the text that `write` makes of the value could not be read again, or would be read with another text or name in
 /// it: nesting too deep, a text or name that is no UTF-8 or holds U+0000. Empty where nothing is in the way. Whoever
 /// stores values as text asks this first.

@@ -28,4 +28,8 @@ bool is_utf8(std::string_view text) noexcept;
 /// Whether the text is UTF-8 without U+0000, as JSON texts and names have to be here.
 bool is_readable(std::string_view text) noexcept;
 
+/// Whether the character would upset a terminal or mislead a reader: controls (also those of eight bits), line ends and
+/// separators, marks that change the direction of writing, and what nobody sees.
+bool is_hidden(char32_t code) noexcept;
+
 } // namespace Ravik::Json

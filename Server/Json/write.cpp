@@ -316,6 +316,11 @@ std::string enter(Value const& value, std::vector<Level>& open)
 
 } // namespace
 
+std::string shown(Value const& value)
+{
+    return value.isset() ? write(value) : "-";
+}
+
 std::string obstacle(Value const& value)
 {
     std::vector<Level> open;

@@ -5,6 +5,7 @@
 #include "Configuration/configuration_keys.h"
 #include "Project/Ownership.h"
 #include "Project/project_store.h"
+#include "Recipes/recipe_functions.h"
 
 #include "PathIterator.h"
 #include "api_helper.h"
@@ -35,18 +36,6 @@ std::string joined(std::vector<std::string> const& names)
         text += (text.empty() ? "" : ", ") + name;
     }
     return text;
-}
-
-void check_ownership(std::optional<Ownership> const& ownership, RegularFile const& project_file)
-{
-    if (ownership)
-    {
-        auto const in_folder = ownership->objection();
-        if (auto const objection = in_folder ? in_folder : ownership->objection(project_file))
-        {
-            throw ProjectError(*objection);
-        }
-    }
 }
 
 /// The place of an extension's key in the project file.
@@ -149,13 +138,11 @@ Deed deed_of(Command const& call, ErrorValue error, Origin const& origin)
             .text = succeeded ? std::string() : std::string(call.result_string())};
 }
 
-/// The function that activations are made of, and its parameters.
-constexpr char const* activate_function = "ActivateRecipe";
-
+/// The parameters of a function that takes a recipe.
 Value recipe_parameters(std::string const& recipe)
 {
     Value parameters(ValueType::Struct);
-    parameters.insert("path", Value(std::string_view(recipe)));
+    parameters.insert(Parameter::path, Value(std::string_view(recipe)));
     return parameters;
 }
 
@@ -169,27 +156,12 @@ template <typename Options> Options on_behalf(Options options, std::string const
     return options;
 }
 
-EditReport report(EditOutcome outcome)
-{
-    EditReport report;
-    report.error = outcome.refusal.error;
-    report.text = outcome.refusal.text;
-    report.path = outcome.refusal.path;
-    report.made = outcome.made;
-    report.cascade = std::move(outcome.cascade);
-    report.refused = std::move(outcome.refusals);
-    report.warnings = std::move(outcome.warnings);
-    return report;
-}
-
 } // namespace
 
 std::unique_ptr<Project> Project::open(std::filesystem::path const& directory, OpenOptions const& options)
 {
-    require_project(directory);
-    RegularFile const opened(directory / project_file_name, "the project file");
+    auto const opened = open_project_file(directory, options.trust);
     std::optional<Ownership> const ownership = options.trust ? std::nullopt : std::optional<Ownership>(directory);
-    check_ownership(ownership, opened);
     auto file = read_project_file(opened);
     file.history.size = options.history ? file.history.size : 0;
     auto const libraries = open_libraries(file, directory, ownership);
@@ -212,8 +184,14 @@ OpenProject::OpenProject(ProjectFile const& file, Libraries const& libraries, st
       m_activation(
           m_core, m_symbols,
           [this](RavikSrv::Session session, std::string const& recipe)
-          { return call(session, std::string(recipe_domain), activate_function, recipe_parameters(recipe)); },
-          file.activation)
+          {
+              return call_function(session, std::string(recipe_domain), Function::activate_recipe,
+                                   recipe_parameters(recipe), {});
+          },
+          file.activation),
+      m_recipes(m_core, [this](RavikSrv::Session request, std::string const& function, Value const& parameters,
+                               Origin const& origin)
+                { return call_function(request, std::string(recipe_domain), function, parameters, origin); })
 {
     m_activation.set_log(&m_records);
     check_schemas(file);
@@ -273,6 +251,19 @@ void OpenProject::start_extensions(ProjectFile const& file)
 
 FunctionOutcome OpenProject::call(RavikSrv::Session request, std::string const& domain, std::string const& function,
                                   Value const& parameters, Origin const& origin)
+{
+    auto outcome = call_function(request, domain, function, parameters, origin);
+    auto const wrote = [](ExecutedGroup const& group)
+    {
+        return std::any_of(group.commands.begin(), group.commands.end(),
+                           [](ExecutedCommand const& command) { return command.wrote; });
+    };
+    m_activity += std::any_of(outcome.record.begin(), outcome.record.end(), wrote) ? 1 : 0;
+    return outcome;
+}
+
+FunctionOutcome OpenProject::call_function(RavikSrv::Session request, std::string const& domain,
+                                           std::string const& function, Value const& parameters, Origin const& origin)
 {
     Recorder::Recording recording(m_core.executor.recorder(), request);
     ReadMemory::Scope const remembering(m_core.executor.read_memory(), request);
@@ -349,12 +340,23 @@ std::vector<std::string> OpenProject::functions(std::string const& domain) const
 
 ActivationReport OpenProject::activate(std::string const& recipe, ActivationOptions const& options)
 {
-    return m_activation.activate(recipe, on_behalf(options, m_history.account()));
+    auto report = m_activation.activate(recipe, on_behalf(options, m_history.account()));
+    ++m_activity;
+    return report;
 }
 
 ActivationReport OpenProject::revert_activation(Value const& body, WriteBackOptions const& options)
 {
-    return m_activation.revert(body, on_behalf(options, m_history.account()));
+    auto report = m_activation.revert(body, on_behalf(options, m_history.account()));
+    m_activity += options.dry_run ? 0 : 1;
+    return report;
+}
+
+Revisions OpenProject::revisions() const noexcept
+{
+    return {.configuration = m_core.configuration.revision(),
+            .history = m_core.configuration.record_revision(),
+            .activity = m_activity};
 }
 
 // Configuration -------------------------------------------------------------------------------------------------------
@@ -391,10 +393,51 @@ ConfigurationOutcome OpenProject::get(std::string const& domain, std::string con
     return {.error = ErrorValue::SUCCESS, .text = {}, .path = {}, .value = *reached.node};
 }
 
-EditReport OpenProject::set(std::string const& domain, std::string const& path, Value const& value,
-                            Origin const& origin)
+EditReport OpenProject::report(EditOutcome outcome)
 {
-    return report(m_editor.set(domain, path, value, origin));
+    EditReport report;
+    report.error = outcome.refusal.error;
+    report.text = outcome.refusal.text;
+    report.path = outcome.refusal.path;
+    report.value = std::move(outcome.value);
+    report.made = outcome.made;
+    report.condition_failed = outcome.condition_failed;
+    report.cascade = std::move(outcome.cascade);
+    report.refused = std::move(outcome.refusals);
+    report.warnings = std::move(outcome.warnings);
+    return report;
+}
+
+EditReport OpenProject::set(std::string const& domain, std::string const& path, Value const& value,
+                            SetOptions const& options)
+{
+    return report(m_editor.set(domain, path, value, options));
+}
+
+EditReport OpenProject::copy(std::string const& domain, std::string const& path, std::string const& new_path,
+                             SetOptions const& options)
+{
+    // What stands there stays so until the copy is made.
+    Configuration::Turn turn(m_core.configuration);
+    EditReport missing;
+    static_cast<ConfigurationOutcome&>(missing) = get(domain, path);
+    if (!missing.succeeded())
+    {
+        return missing;
+    }
+    return committed(turn, report(m_editor.copy(domain, path, new_path, options)));
+}
+
+/// Ends the turn of an edit that consists of more than one operation.
+EditReport OpenProject::committed(Configuration::Turn& turn, EditReport report) const
+{
+    if (auto const stored = turn.commit(); stored != ErrorValue::SUCCESS)
+    {
+        report = {};
+        report.error = stored;
+        report.text = "it could not be stored: " + turn.failure();
+    }
+    return report;
 }
 
 EditReport OpenProject::remove(std::string const& domain, std::string const& path, MoveOptions const& options)
@@ -439,6 +482,11 @@ template <typename Read> HistoryOutcome history_outcome(Read const& read)
 HistoryOutcome OpenProject::history(HistoryFilter const& filter) const
 {
     return history_outcome([&] { return m_history.list(filter); });
+}
+
+HistoryOutcome OpenProject::history_requests(std::string const& since) const
+{
+    return history_outcome([&] { return m_history.requests(since); });
 }
 
 HistoryOutcome OpenProject::history_record(std::int64_t id) const
@@ -489,23 +537,12 @@ std::vector<Finding> OpenProject::check(std::string const& domain) const
 
 ConfigurationOutcome OpenProject::backup(std::filesystem::path const& file, bool replace)
 {
-    auto const failed = [&](std::string const& why) {
-        return ConfigurationOutcome{
-            .error = ErrorValue::FILE_WRITE, .text = file.string() + why, .path = {}, .value = {}};
-    };
-    try
-    {
-        if (!replace && std::filesystem::exists(file))
-        {
-            return failed(": the file exists already; --force replaces it");
-        }
-        m_core.configuration.backup(file);
-        return {};
-    }
-    catch (std::exception const& error)
-    {
-        return failed(std::string(" could not be written: ") + error.what());
-    }
+    return writing_backup(file, replace,
+                          [&]
+                          {
+                              m_core.configuration.backup(file);
+                              return ConfigurationOutcome();
+                          });
 }
 
 // Symbols -------------------------------------------------------------------------------------------------------------
@@ -531,13 +568,14 @@ ExecutedGroup OpenProject::read_symbols(std::vector<std::string> const& names)
     return execute_symbols(group);
 }
 
-ExecutedGroup OpenProject::write_symbol(std::string const& name, Value const& value)
+ExecutedGroup OpenProject::write_symbol(std::string const& name, Value const& value, Origin const& origin)
 {
     CommandGroup group;
     Command command(name.c_str());
     command.set_write_value(value);
     WriteHolds::Hold const hold(m_activation.holds(), m_activation.places_of({name}),
-                                "the write of " + name + " by " + m_history.account());
+                                "the write of " + name + " by " +
+                                    (origin.who.empty() ? m_history.account() : origin.who));
     if (!hold.refusal().empty())
     {
         command.set_result(ErrorValue::SYMBOL_IN_USE);
@@ -547,11 +585,13 @@ ExecutedGroup OpenProject::write_symbol(std::string const& name, Value const& va
     }
     group.insert(group.end_vector(), command);
     auto written = execute_symbols(group);
-    remember_write(name, value, written.commands.front());
+    ++m_activity;
+    remember_write(name, value, origin, written.commands.front());
     return written;
 }
 
-void OpenProject::remember_write(std::string const& name, Value const& value, ExecutedCommand& written)
+void OpenProject::remember_write(std::string const& name, Value const& value, Origin const& origin,
+                                 ExecutedCommand& written)
 {
     auto const succeeded = written.result == ErrorValue::SUCCESS;
     ActivationRow const row{.symbol = name,
@@ -562,13 +602,20 @@ void OpenProject::remember_write(std::string const& name, Value const& value, Ex
                             .after = {},
                             .state = succeeded ? RowState::Written : RowState::Failed,
                             .text = written.text.str()};
+    auto body = value_of({row}, activation_states());
+    if (!origin.address.empty())
+    {
+        body.insert(address_key, Value(std::string_view(origin.address)));
+    }
     try
     {
-        m_history.begin({.action = Action::symbol,
-                         .asked = "symbol set " + name + ' ' + Json::write(value),
+        m_history.begin({.who = origin.who,
+                         .action = Action::symbol,
+                         .asked = origin.asked.empty() ? "symbol set " + name + ' ' + Json::write(value) : origin.asked,
                          .outcome = succeeded ? Outcome::done : Outcome::failed,
                          .text = written.text.str(),
-                         .body = value_of({row}, activation_states())});
+                         .note = origin.note,
+                         .body = std::move(body)});
     }
     catch (StoreError const& error)
     {

@@ -9,8 +9,11 @@
 #include "Project/Project.h"
 #include "Project/ProjectFile.h"
 #include "Project/RegularFile.h"
+#include "Recipes/RecipeAccess.h"
 #include "Schema/Validator.h"
 
+#include <atomic>
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <optional>
@@ -41,12 +44,25 @@ public:
     ActivationReport activate(std::string const& recipe, ActivationOptions const& options) override;
     ActivationReport plan(std::string const& recipe) override { return m_activation.plan(recipe); }
     ActivationReport expected(std::string const& recipe) override { return m_activation.expected(recipe); }
+    ActivationReport compare(std::string const& recipe, std::string const& other) override;
     ActivationReport revert_activation(RavikSrv::Value const& body, WriteBackOptions const& options) override;
+
+    NamesOutcome recipe_names() const override;
+    NamesOutcome recipes_of(std::string const& type) override;
+    MembersOutcome members(std::string const& type) const override;
+    ReadReport read(std::string const& recipe) override;
+    SaveReport save(std::string const& recipe, SaveOptions const& options) override;
+    UpdateReport update(std::vector<std::string> const& recipes, UpdateOptions const& options) override;
+    ActiveReport active(std::vector<std::string> const& recipes, ActiveOptions const& options) override;
+
+    Revisions revisions() const noexcept override;
 
     ConfigurationOutcome get(std::string const& domain, std::string const& path) const override;
     using Project::set;
     EditReport set(std::string const& domain, std::string const& path, RavikSrv::Value const& value,
-                   Origin const& origin) override;
+                   SetOptions const& options) override;
+    EditReport copy(std::string const& domain, std::string const& path, std::string const& new_path,
+                    SetOptions const& options) override;
     EditReport remove(std::string const& domain, std::string const& path, MoveOptions const& options) override;
     EditReport rename(std::string const& domain, std::string const& path, std::string const& new_path,
                       MoveOptions const& options) override;
@@ -57,6 +73,7 @@ public:
                             ImportOptions const& options) override;
     HistoryOutcome history(HistoryFilter const& filter) const override;
     HistoryOutcome history_record(std::int64_t id) const override;
+    HistoryOutcome history_requests(std::string const& since) const override;
     EditReport revert(std::int64_t id, RevertOptions const& options) override;
     std::vector<Finding> check(std::string const& domain) const override;
 
@@ -64,7 +81,8 @@ public:
 
     std::vector<SymbolInfo> symbols() const override;
     ExecutedGroup read_symbols(std::vector<std::string> const& names) override;
-    ExecutedGroup write_symbol(std::string const& name, RavikSrv::Value const& value) override;
+    using Project::write_symbol;
+    ExecutedGroup write_symbol(std::string const& name, RavikSrv::Value const& value, Origin const& origin) override;
 
     /// What the extensions see.
     Host& host() noexcept { return m_core.host; }
@@ -78,9 +96,14 @@ private:
                                  RavikSrv::ErrorValue& error);
     ConfigurationOutcome unknown_domain(std::string const& domain) const;
     Inspection inspection(std::string const& domain) const;
-    ConfigurationOutcome check_table(std::string const& domain, std::string const& type) const;
+    ConfigurationOutcome check_type(std::string const& domain, std::string const& type) const;
     ExecutedGroup execute_symbols(RavikSrv::CommandGroup& group);
-    void remember_write(std::string const& name, RavikSrv::Value const& value, ExecutedCommand& written);
+    FunctionOutcome call_function(RavikSrv::Session request, std::string const& domain, std::string const& function,
+                                  RavikSrv::Value const& parameters, Origin const& origin);
+    static EditReport report(EditOutcome outcome);
+    EditReport committed(Configuration::Turn& turn, EditReport report) const;
+    void remember_write(std::string const& name, RavikSrv::Value const& value, Origin const& origin,
+                        ExecutedCommand& written);
 
     SymbolTable m_symbols;
     /// What it has compiled is no state that anybody sees.
@@ -91,6 +114,8 @@ private:
     ActivationRecords m_records;
     Editor m_editor;
     Activation m_activation;
+    RecipeAccess m_recipes;
+    std::atomic<std::int64_t> m_activity{Configuration::first_revision()};
     std::vector<std::string> m_warnings;
 };
 

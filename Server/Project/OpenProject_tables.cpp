@@ -43,7 +43,7 @@ Inspection OpenProject::inspection(std::string const& domain) const
 }
 
 /// Whether the domain has such a recipe type.
-ConfigurationOutcome OpenProject::check_table(std::string const& domain, std::string const& type) const
+ConfigurationOutcome OpenProject::check_type(std::string const& domain, std::string const& type) const
 {
     if (!m_core.configuration.has_domain(domain))
     {
@@ -65,7 +65,7 @@ ConfigurationOutcome OpenProject::check_table(std::string const& domain, std::st
 ConfigurationOutcome OpenProject::export_table(std::string const& domain, std::string const& type,
                                                TableText::Form const& form) const
 {
-    auto outcome = check_table(domain, type);
+    auto outcome = check_type(domain, type);
     if (!outcome.succeeded())
     {
         return outcome;
@@ -84,7 +84,7 @@ EditReport OpenProject::import_table(std::string const& domain, std::string cons
     // The recipes stay as they are between the reading of the table and its import.
     Configuration::Turn turn(m_core.configuration);
     EditReport report;
-    static_cast<ConfigurationOutcome&>(report) = check_table(domain, type);
+    static_cast<ConfigurationOutcome&>(report) = check_type(domain, type);
     if (!report.succeeded())
     {
         return report;
@@ -105,14 +105,8 @@ EditReport OpenProject::import_table(std::string const& domain, std::string cons
             refusal = table.placed(std::move(refusal));
         }
     }
-    report.value = counts_of(table);
-    if (auto const stored = turn.commit(); stored != ErrorValue::SUCCESS)
-    {
-        report = {};
-        report.error = stored;
-        report.text = "it could not be stored: " + turn.failure();
-    }
-    return report;
+    report.value = report.condition_failed ? report.value : counts_of(table);
+    return committed(turn, std::move(report));
 }
 
 } // namespace Ravik

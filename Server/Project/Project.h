@@ -2,6 +2,7 @@
 
 #include "Activation/Activation.h"
 #include "Configuration/Changes.h"
+#include "Configuration/Revisions.h"
 #include "Configuration/configuration_keys.h"
 #include "Editing/EditOptions.h"
 #include "Editing/Refusal.h"
@@ -12,6 +13,10 @@
 #include "History/HistoryRecord.h"
 #include "History/Origin.h"
 #include "Project/ProjectFile.h"
+#include "Recipes/ActiveReport.h"
+#include "Recipes/ReadReport.h"
+#include "Recipes/SaveOptions.h"
+#include "Recipes/UpdateReport.h"
 
 #include "RavikSrvExtApi.h"
 
@@ -44,6 +49,9 @@ struct [[nodiscard]] ConfigurationOutcome
 struct [[nodiscard]] EditReport : ConfigurationOutcome
 {
     bool made = false;
+    /// Refused, since its condition does not hold; then `value` is what stands there, null for nothing, and of an
+    /// import the configuration's revision.
+    bool condition_failed = false;
     /// What else changed or, for a dry run, would.
     std::vector<Touched> cascade;
     /// Stored values that an edit of recipe types has made wrong.
@@ -52,6 +60,51 @@ struct [[nodiscard]] EditReport : ConfigurationOutcome
     std::vector<Refusal> refused;
     /// Of the import of a table that failed: where in its text, where that is known.
     Json::Location place;
+};
+
+/// What became of storing into a recipe what the controllers hold. Where they could not be read, the error or the
+/// extension's result tells, and the rows are the symbols at fault; else the rows are the values that stand for
+/// symbols.
+struct SaveReport : EditReport
+{
+    /// The extension's result, 0 for success, and the name that the extension gives to it.
+    unsigned result = 0;
+    std::string name;
+    /// Whether it is the reading that failed.
+    bool read_failed = false;
+    ValueRows rows;
+
+    bool succeeded() const noexcept { return EditReport::succeeded() && result == 0; }
+};
+
+/// The names of entries, folders included, or why they can't be had.
+struct NamesOutcome : ConfigurationOutcome
+{
+    std::vector<std::string> names;
+};
+
+/// A member that the recipes of a type have.
+struct MemberInfo
+{
+    std::string name;
+    /// The type that it stands in: the one asked for, or one that this inherits from.
+    std::string type;
+    /// Empty for one that nests a type.
+    std::string symbol;
+    /// Null where the project maps no such symbol.
+    RavikSrv::Value symbol_schema;
+    /// The member's own, null for none.
+    RavikSrv::Value schema;
+    RavikSrv::Value default_value;
+    /// The type that it nests, empty for none. Without a symbol its values name recipes of that type.
+    std::string nested_type;
+    /// Whether an activation writes it.
+    bool enabled = false;
+};
+
+struct MembersOutcome : ConfigurationOutcome
+{
+    std::vector<MemberInfo> members;
 };
 
 /// Records of the history, or why they can't be had.
@@ -128,8 +181,36 @@ public:
     virtual ActivationReport activate(std::string const& recipe, ActivationOptions const& options) = 0;
     /// What an activation would write beside what stands in the controllers, or without reading these.
     virtual ActivationReport plan(std::string const& recipe) = 0;
+    /// What activations of the two would write: a row for each symbol, `value` being what the first writes and `before`
+    /// what the other does, `Same` or `Differs`, with "only in NAME" as text where one alone writes it. Fails as the
+    /// one of them does whose plan can't be made.
+    virtual ActivationReport compare(std::string const& recipe, std::string const& other) = 0;
     virtual ActivationReport expected(std::string const& recipe) = 0;
     virtual ActivationReport revert_activation(RavikSrv::Value const& body, WriteBackOptions const& options) = 0;
+
+    // Recipes of the recipe management, by their names with folders.
+
+    /// All recipes, in the order of the configuration.
+    virtual NamesOutcome recipe_names() const = 0;
+    /// Those of the type and of the types that inherit from it; `ENTRY_NOT_FOUND`, with a path, where there is no such
+    /// type.
+    virtual NamesOutcome recipes_of(std::string const& type) = 0;
+    /// The members of the type and those that it inherits, in their order; `ENTRY_NOT_FOUND` where there is no such
+    /// type.
+    virtual MembersOutcome members(std::string const& type) const = 0;
+    /// What the recipe stores beside what the controllers hold.
+    virtual ReadReport read(std::string const& recipe) = 0;
+    /// Stores into the recipe, or into another, what the controllers hold. They are read before the edit's turn, and
+    /// the edit is refused where the recipe has been edited since then; so it is where no value stands for a symbol. A
+    /// value that stands in the controller as far as that can hold it keeps its digits.
+    virtual SaveReport save(std::string const& recipe, SaveOptions const& options) = 0;
+    /// Brings recipes into line with their types, each in a turn and with a record of its own.
+    virtual UpdateReport update(std::vector<std::string> const& recipes, UpdateOptions const& options) = 0;
+    /// Which of the recipes are active, of all where none is named.
+    virtual ActiveReport active(std::vector<std::string> const& recipes, ActiveOptions const& options) = 0;
+
+    /// What tells whether anything has changed. Cheap enough to be asked often.
+    virtual Revisions revisions() const noexcept = 0;
 
     /// Reads the entry at `path` of the domain's configuration; the empty path gives the whole.
     virtual ConfigurationOutcome get(std::string const& domain, std::string const& path) const = 0;
@@ -139,7 +220,10 @@ public:
         return set(domain, path, value, {});
     }
     virtual EditReport set(std::string const& domain, std::string const& path, RavikSrv::Value const& value,
-                           Origin const& origin) = 0;
+                           SetOptions const& options) = 0;
+    /// Puts a recipe or recipe type also at a path that must be free.
+    virtual EditReport copy(std::string const& domain, std::string const& path, std::string const& new_path,
+                            SetOptions const& options) = 0;
     virtual EditReport remove(std::string const& domain, std::string const& path, MoveOptions const& options) = 0;
     virtual EditReport rename(std::string const& domain, std::string const& path, std::string const& new_path,
                               MoveOptions const& options) = 0;
@@ -155,6 +239,8 @@ public:
     virtual HistoryOutcome history(HistoryFilter const& filter) const = 0;
     /// The record of that number with its body; `ENTRY_NOT_FOUND` where there is none.
     virtual HistoryOutcome history_record(std::int64_t id) const = 0;
+    /// The records of that time or later that keep a "request", the newest first, with their bodies.
+    virtual HistoryOutcome history_requests(std::string const& since) const = 0;
     /// Takes back what the record tells, see `Editor::revert`; `ENTRY_NOT_FOUND` where there is none.
     virtual EditReport revert(std::int64_t id, RevertOptions const& options) = 0;
 
@@ -171,7 +257,11 @@ public:
     /// `names`.
     virtual ExecutedGroup read_symbols(std::vector<std::string> const& names) = 0;
     /// Writes the symbol as a request of its own; `SYMBOL_IN_USE` where somebody else is writing there.
-    virtual ExecutedGroup write_symbol(std::string const& name, RavikSrv::Value const& value) = 0;
+    ExecutedGroup write_symbol(std::string const& name, RavikSrv::Value const& value)
+    {
+        return write_symbol(name, value, {});
+    }
+    virtual ExecutedGroup write_symbol(std::string const& name, RavikSrv::Value const& value, Origin const& origin) = 0;
 
 protected:
     Project() = default;

@@ -53,13 +53,21 @@ struct Field
     bool required;
 };
 
-constexpr std::initializer_list<Field> project_fields = {{"$schema", &text, false},
-                                                         {"extensions", &list, true},
-                                                         {"symbols", &object, false},
-                                                         {"activation", &object, false},
-                                                         {"history", &object, false}};
+constexpr std::initializer_list<Field> project_fields = {{"$schema", &text, false},   {"extensions", &list, true},
+                                                         {"symbols", &object, false}, {"activation", &object, false},
+                                                         {"history", &object, false}, {"service", &object, false}};
 constexpr std::initializer_list<Field> activation_fields = {{"capture", &boolean, false}, {"verify", &boolean, false}};
 constexpr std::initializer_list<Field> history_fields = {{"keep", &text, false}, {"size", &text, false}};
+constexpr std::initializer_list<Field> service_fields = {
+    {"listen", &list, false}, {"tls", &object, false}, {"names", &list, false},   {"proxy", &list, false},
+    {"group", &text, false},  {"poll", &text, false},  {"limits", &object, false}};
+constexpr std::initializer_list<Field> tls_fields = {{"certificate", &text, true}, {"key", &text, true}};
+constexpr std::initializer_list<Field> limit_fields = {{"body", &text, false},
+                                                       {"import", &text, false},
+                                                       {"header", &text, false},
+                                                       {"connections", &number, false},
+                                                       {"userConnections", &number, false},
+                                                       {"unknownConnections", &number, false}};
 constexpr std::initializer_list<Field> extension_fields = {
     {"domain", &text, true}, {"library", &text, true}, {"configuration", &object, false}};
 constexpr std::initializer_list<Field> symbol_fields = {
@@ -123,6 +131,7 @@ public:
         }
         project.history = check_history(root["history"]);
         project.activation = check_activation(root["activation"]);
+        project.service = check_service(root["service"]);
         return project;
     }
 
@@ -263,22 +272,116 @@ private:
             return bounds;
         }
         check_object({"history"}, "the history", value, history_fields);
-        bounds.keep = check_quantity("keep", value, read_span, "a span of time such as \"90 days\"", bounds.keep);
-        bounds.size = check_quantity("size", value, read_size, "a size such as \"256 MiB\"", bounds.size);
+        Path const place{"history"};
+        bounds.keep =
+            check_quantity(place, "keep", value, read_span, "a span of time such as \"90 days\"", bounds.keep);
+        bounds.size = check_quantity(place, "size", value, read_size, "a size such as \"256 MiB\"", bounds.size);
         return bounds;
     }
 
-    /// What a key of the history's says, or `otherwise` where it is not there.
+    ServiceSettings check_service(Value const& value) const
+    {
+        ServiceSettings settings;
+        if (!value.isset())
+        {
+            return settings;
+        }
+        Path const place{"service"};
+        check_object(place, "\"service\"", value, service_fields);
+        if (value["listen"].isset())
+        {
+            settings.listen = check_listen(value["listen"]);
+        }
+        settings.tls = check_tls(value["tls"]);
+        settings.names = check_texts("names", value["names"]);
+        settings.proxies = check_texts("proxy", value["proxy"]);
+        settings.group = value["group"].get_text();
+        settings.poll = check_quantity(place, "poll", value, read_interval, "an interval such as \"1 s\" or \"500 ms\"",
+                                       settings.poll);
+        settings.limits = check_limits(value["limits"]);
+        return settings;
+    }
+
+    std::vector<ListenAddress> check_listen(Value const& value) const
+    {
+        std::vector<ListenAddress> addresses;
+        for (auto const& written : check_texts("listen", value))
+        {
+            auto const address = read_listen_address(written);
+            if (!address)
+            {
+                fail({"service", "listen", std::to_string(addresses.size())},
+                     "expected HOST:PORT such as \"127.0.0.1:8420\", found " + in_quotes(written));
+            }
+            addresses.push_back(*address);
+        }
+        return addresses;
+    }
+
+    std::vector<std::string> check_texts(char const* key, Value const& value) const
+    {
+        std::vector<std::string> texts;
+        for (auto element = value.begin_vector(); element != value.end_vector(); ++element)
+        {
+            if (element->type() != ValueType::String || element->empty())
+            {
+                fail({"service", key, std::to_string(texts.size())}, "expected a text, found " + found(*element));
+            }
+            texts.emplace_back(element->get_text());
+        }
+        return texts;
+    }
+
+    std::optional<TlsSettings> check_tls(Value const& value) const
+    {
+        if (!value.isset())
+        {
+            return std::nullopt;
+        }
+        check_object({"service", "tls"}, "\"tls\"", value, tls_fields);
+        auto const folder = m_file.parent_path();
+        return TlsSettings{.certificate = folder / value["certificate"].get_string(),
+                           .key = folder / value["key"].get_string()};
+    }
+
+    ServiceLimits check_limits(Value const& value) const
+    {
+        ServiceLimits limits;
+        if (!value.isset())
+        {
+            return limits;
+        }
+        Path const place{"service", "limits"};
+        check_object(place, "\"limits\"", value, limit_fields);
+        auto const size = [&](char const* key, std::size_t otherwise)
+        { return check_quantity<std::uint64_t>(place, key, value, read_size, "a size such as \"1 MiB\"", otherwise); };
+        auto const count = [&](char const* key, std::size_t otherwise)
+        {
+            if (value[key].isset() && value[key].get_int64() < 1)
+            {
+                fail(place, key, "expected a whole number above 0, found " + found(value[key]));
+            }
+            return value[key].isset() ? static_cast<std::size_t>(value[key].get_int64()) : otherwise;
+        };
+        return {.body = size("body", limits.body),
+                .import = size("import", limits.import),
+                .header = size("header", limits.header),
+                .connections = count("connections", limits.connections),
+                .user_connections = count("userConnections", limits.user_connections),
+                .unknown_connections = count("unknownConnections", limits.unknown_connections)};
+    }
+
+    /// What a key of the object at the place says, or `otherwise` where it is not there.
     template <typename Quantity>
-    Quantity check_quantity(char const* key, Value const& history,
+    Quantity check_quantity(Path const& place, char const* key, Value const& holder,
                             std::optional<Quantity> (*read)(std::string const& text), char const* expected,
                             Quantity otherwise) const
     {
-        auto const& value = history[key];
+        auto const& value = holder[key];
         auto const quantity = value.isset() ? read(value.get_string()) : std::optional(otherwise);
         if (!quantity)
         {
-            fail({"history"}, key, "expected " + in_quotes(key) + " to be " + expected + ", found " + found(value));
+            fail(place, key, "expected " + in_quotes(key) + " to be " + expected + ", found " + found(value));
         }
         return *quantity;
     }

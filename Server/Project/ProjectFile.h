@@ -4,6 +4,7 @@
 #include "Configuration/ProjectError.h"
 #include "History/quantities.h"
 #include "Project/RegularFile.h"
+#include "Project/ServiceSettings.h"
 #include "Json/Document.h"
 
 #include "RavikSrvExt/Value.h"
@@ -37,6 +38,7 @@ struct ProjectFile
     RavikSrv::Value symbols;
     HistoryBounds history;
     ActivationSettings activation;
+    ServiceSettings service;
 
     std::filesystem::path path;
     /// What the file says, for messages about it.

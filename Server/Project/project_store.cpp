@@ -1,5 +1,8 @@
 #include "Project/project_store.h"
 
+#include "Configuration/store_file.h"
+#include "Project/Ownership.h"
+
 namespace Ravik
 {
 
@@ -26,6 +29,61 @@ void require_project(std::filesystem::path const& directory)
                            ": the project file can't be read: No such file or directory; 'ravik init' makes a project, "
                            "--project DIR names the folder of another");
     }
+}
+
+RegularFile open_project_file(std::filesystem::path const& directory, bool trust)
+{
+    require_project(directory);
+    RegularFile opened(directory / project_file_name, "the project file");
+    if (!trust)
+    {
+        Ownership const ownership(directory);
+        auto const in_folder = ownership.objection();
+        if (auto const objection = in_folder ? in_folder : ownership.objection(opened))
+        {
+            throw ProjectError(*objection);
+        }
+    }
+    return opened;
+}
+
+ConfigurationOutcome writing_backup(std::filesystem::path const& file, bool replace,
+                                    std::function<ConfigurationOutcome()> const& work)
+{
+    auto const failed = [&](std::string const& why)
+    {
+        return ConfigurationOutcome{
+            .error = RavikSrv::ErrorValue::FILE_WRITE, .text = file.string() + why, .path = {}, .value = {}};
+    };
+    try
+    {
+        if (!replace && std::filesystem::exists(file))
+        {
+            return failed(": the file exists already; --force replaces it");
+        }
+        return work();
+    }
+    catch (std::exception const& error)
+    {
+        return failed(std::string(" could not be written: ") + error.what());
+    }
+}
+
+ConfigurationOutcome write_backup(std::filesystem::path const& store, std::filesystem::path const& file, bool replace,
+                                  std::function<ConfigurationOutcome(std::filesystem::path const& copy)> const& fill)
+{
+    return writing_backup(file, replace,
+                          [&]
+                          {
+                              StoreFile::check_copy_target(store, file);
+                              StoreFile::Replacement copy(file);
+                              auto outcome = fill(copy.file());
+                              if (outcome.succeeded())
+                              {
+                                  copy.become_target();
+                              }
+                              return outcome;
+                          });
 }
 
 std::filesystem::path store_of(std::filesystem::path const& directory)

@@ -86,7 +86,7 @@ constexpr std::array<SampleFile, 3> sample_files{{
   }
 }
 )"},
-    {".gitignore", "# The store, which the server writes.\n/ravik.db*\n"},
+    {".gitignore", "# What the server writes: the store, and who may come in.\n/ravik.db*\n/ravik.users*\n"},
 }};
 
 [[noreturn]] void fail(fs::path const& path, int error)

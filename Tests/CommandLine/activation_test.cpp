@@ -127,26 +127,27 @@ TEST(ActivateCommand, sends_at_most_three_times_the_requests_of_the_function)
     EXPECT_EQ(requests("ravik activate --no-verify Full"), alone + 1);
 }
 
-TEST(ActivateCommand, ends_between_two_groups_where_it_is_interrupted)
+TEST(ActivateCommand, ends_between_two_requests_where_it_is_interrupted)
 {
     Shell const shell;
     ScriptedDevice device(
         [&](ScriptedDevice& self, ScriptedDevice::Request const& request)
         {
-            if (request.function() != MODBUS_FC_READ_HOLDING_REGISTERS)
+            if (request.function() != MODBUS_FC_READ_HOLDING_REGISTERS && request.address() == 102)
             {
                 kill(std::stoi(content_of(shell.folder() / "pid")), SIGINT);
             }
             return self.right_answer(request);
         });
-    shell.write("ravik.json", device_project(1, std::to_string(device.port())));
-    shell.write("recipes.json", recipe_of(1));
+    shell.write("ravik.json", device_project(3, std::to_string(device.port())));
+    shell.write("recipes.json", recipe_of(3));
     shell.expect_all({
         {"ravik import recipes.json", {"1 recipe"}},
         {"echo $$ >pid; exec ravik activate Full",
-         {"written\n", "not tried\n", "1 of 2 symbols written in 2 domains, 1 not tried."},
-         {"INTERRUPTED: interrupted after 1 of 2 symbols were written"}},
-        {"ravik symbol get R0 Last", {"\"R0\": 1,\n  \"Last\": 5"}},
+         {"written\n", "not tried\n", "2 of 4 symbols written in 2 domains, 2 not tried."},
+         {"INTERRUPTED: interrupted after 2 of 4 symbols were written"}},
+        {"ravik symbol get R0 R1 R2 Last", {"\"R0\": 1,\n  \"R1\": 2,\n  \"R2\": 104,\n  \"Last\": 5"}},
+        {"ravik history show 2", {"activate Full", "failed"}},
     });
 }
 

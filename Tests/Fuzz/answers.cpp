@@ -193,6 +193,8 @@ public:
         ++m_reports[index];
     }
 
+    void leave(std::uint32_t index) override { ++m_reports[index]; }
+
     bool is_reported() const
     {
         return std::all_of(m_reports.begin(), m_reports.end(), [](int reports) { return reports == 1; });
@@ -202,13 +204,28 @@ private:
     std::vector<int> m_reports;
 };
 
+/// Wants a group stopped after so many accesses; after none, never.
+class Watcher : public RavikSrv::IRavikSrvRequestWatcher
+{
+public:
+    explicit Watcher(std::size_t most) : m_most(most) {}
+
+    void note_done(std::size_t count) noexcept override { m_done += count; }
+    bool is_stopped() const noexcept override { return m_most != 0 && m_done >= m_most; }
+
+private:
+    std::size_t m_most;
+    std::size_t m_done = 0;
+};
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
 {
     Input input({data, size});
     Settings settings;
-    settings.parallel_requests = 1U + input.next() % 16;
+    auto const numbers = input.next();
+    settings.parallel_requests = 1U + numbers % 16;
     auto const limits = input.next();
     settings.limits.single_writes_only = limits % 2 == 1;
     settings.limits.registers_per_write = 1U + limits / 2;
@@ -217,7 +234,8 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     for (int turn = 0; turn < 2; ++turn)
     {
         Group group;
-        static_cast<void>(RequestRunner(pipeline, settings.limits, group).run());
+        Watcher watcher(numbers / 16);
+        static_cast<void>(RequestRunner(pipeline, settings.limits, group, &watcher).run());
         expect(group.is_reported() && !group.make_more() && pipeline.is_idle());
     }
     return 0;

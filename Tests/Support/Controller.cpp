@@ -26,6 +26,7 @@ std::vector<Command> Controller::send(Accesses const& accesses, std::uint64_t se
     Context context;
     context.set_domain("Other");
     context.set_session(Session(session));
+    context.set_watcher(watcher);
     m_extension.requests().on_request(context, &group);
 
     unsigned last_failure = 0;
@@ -33,7 +34,7 @@ std::vector<Command> Controller::send(Accesses const& accesses, std::uint64_t se
     for (auto const& command : answered)
     {
         last_failure = command.extension_result() != 0 ? command.extension_result() : last_failure;
-        EXPECT_EQ(command.extension_result() != 0, *command.result_string() != '\0') << "a failure says why";
+        EXPECT_EQ(command.result() != ErrorValue::SUCCESS, *command.result_string() != '\0') << "a failure says why";
     }
     EXPECT_EQ(group.result(), last_failure);
     return answered;
@@ -45,9 +46,10 @@ std::string Controller::outcomes(Accesses const& accesses, std::uint64_t session
     for (auto const& command : send(accesses, session))
     {
         text += text.empty() ? "" : " ";
-        text += command.extension_result() != 0 ? error_name(command.extension_result())
-                : command.write_value().isset() ? "ok"
-                                                : Algorithm::to_string(command.read_value());
+        text += command.extension_result() != 0               ? error_name(command.extension_result())
+                : command.result() == ErrorValue::INTERRUPTED ? "stopped"
+                : command.write_value().isset()               ? "ok"
+                                                              : Algorithm::to_string(command.read_value());
     }
     return text;
 }

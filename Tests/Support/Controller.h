@@ -25,8 +25,8 @@ public:
 
     /// Executes the accesses as one group, on behalf of another domain.
     std::vector<Command> send(Accesses const& accesses, std::uint64_t session = 0);
-    /// The same; the answer is each command's outcome, with blanks between: a failure's name ("TIMEOUT"), the value
-    /// that was read as text, "ok" for a write.
+    /// The same; the answer is each command's outcome, with blanks between: a failure's name ("TIMEOUT"), "stopped" for
+    /// a command that was left, the value that was read as text, "ok" for a write.
     std::string outcomes(Accesses const& accesses, std::uint64_t session = 0);
     Value read(std::string const& mapping) { return send({{mapping, {}}}).front().read_value(); }
     std::string error_name(unsigned result) const { return m_extension.object().error_string(result).name(); }
@@ -47,6 +47,9 @@ public:
     private:
         std::mutex m_mutex;
     } host;
+
+    /// Watches over each request; may be null.
+    IRavikSrvRequestWatcher* watcher = nullptr;
 
 private:
     LoadedExtension m_extension;

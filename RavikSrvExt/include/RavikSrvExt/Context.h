@@ -6,6 +6,8 @@
 namespace RavikSrv
 {
 
+class IRavikSrvRequestWatcher;
+
 /// The client session that a request belongs to.
 class Session
 {
@@ -35,9 +37,14 @@ public:
     Session const& session() const noexcept { return m_session; }
     void set_session(Session session) noexcept { m_session = session; }
 
+    /// Who waits for the request, null where nobody does; not owned.
+    IRavikSrvRequestWatcher* watcher() const noexcept { return m_watcher; }
+    void set_watcher(IRavikSrvRequestWatcher* watcher) noexcept { m_watcher = watcher; }
+
 private:
     std::string m_domain;
     Session m_session;
+    IRavikSrvRequestWatcher* m_watcher = nullptr;
 };
 
 } // namespace RavikSrv

@@ -382,6 +382,14 @@ TEST_F(ModbusTwoDomains, a_symbol_is_read_once_in_a_request)
         EXPECT_EQ(m_project->call(domain, "GetActiveRecipes", Value()).value.size(), 3U);
         EXPECT_EQ(near.requests(), "3@100x1 3@200x1 3@300x1") << "each request reads anew";
     }
+    auto const several = m_project->begin_request();
+    for (auto const* const name : {"S", "R", "U"})
+    {
+        Value recipes(ValueType::Vector);
+        recipes << Value(name);
+        EXPECT_EQ(m_project->call(several, domain, "GetActiveRecipes", recipes).value, recipes);
+    }
+    EXPECT_EQ(near.requests(), "3@200x1 3@100x1 3@300x1") << "each of its calls but what it lacks";
     ASSERT_TRUE(m_project->write_symbol("Near2", 8).commands.at(0).failure.empty());
     EXPECT_EQ(m_project->call(domain, "GetActiveRecipes", Value()).value.size(), 1U);
 }

@@ -166,6 +166,66 @@ TEST(ModbusParallelRequests, that_fail_take_only_those_along_of_which_nobody_can
     }
 }
 
+class Watcher : public IRavikSrvRequestWatcher
+{
+public:
+    void note_done(std::size_t count) noexcept override { done += count; }
+    bool is_stopped() const noexcept override { return stop; }
+
+    std::atomic<bool> stop = false;
+    std::size_t done = 0;
+};
+
+TEST(ModbusParallelRequests, are_waited_for_where_the_rest_is_stopped)
+{
+    struct Case
+    {
+        char const* name;
+        int parallel;
+        Controller::Accesses accesses;
+        /// The request at which the whole is stopped; where several are under way, answers are held back until it
+        /// comes.
+        std::size_t last;
+        std::size_t done;
+        char const* outcomes;
+    };
+    std::vector<Case> const cases = {
+        {"nothing is stopped", 1, writes({100, 200}), 2, 2, "ok ok"},
+        {"before the first", 1, writes({100, 200}), 0, 0, "stopped stopped"},
+        {"after the first", 1, writes({100, 200, 300}), 1, 1, "ok stopped stopped"},
+        {"while three are under way", 3, writes({100, 200, 300, 400, 500}), 3, 3, "ok ok ok stopped stopped"},
+        {"within the pieces of one value",
+         1,
+         {{"holding:1:int64", 1}, {"holding:9:int16", 1}, {"holding:30:int16", {}}},
+         1,
+         1,
+         "ok stopped stopped"},
+    };
+    for (auto const& [name, parallel, accesses, last, done, outcomes] : cases)
+    {
+        SCOPED_TRACE(name);
+        Watcher watcher;
+        watcher.stop = last == 0;
+        std::size_t come = 0;
+        Bytes held_back;
+        ScriptedDevice device(
+            [&, last = last, alone = parallel == 1](ScriptedDevice& self, Request const& request)
+            {
+                auto const answer = self.right_answer(request);
+                held_back.insert(held_back.end(), answer.begin(), answer.end());
+                watcher.stop = ++come >= last;
+                return alone || come >= last ? std::exchange(held_back, {}) : Bytes();
+            });
+        Domain domain(device.port(), map({{"parallelRequests", parallel}, {"registersPerWrite", 2}}));
+        domain.watcher = &watcher;
+        EXPECT_EQ(domain.outcomes(accesses, 1), outcomes);
+        EXPECT_EQ(watcher.done, done);
+        EXPECT_EQ(device.connections(), last == 0 ? 0 : 1);
+        domain.watcher = nullptr;
+        EXPECT_EQ(domain.outcomes({{"holding:900:int16", {}}}, 1), "900") << "the device has not failed";
+    }
+}
+
 } // namespace
 
 } // namespace Ravik::Test

@@ -280,6 +280,13 @@ TEST(Revert, leaves_what_is_not_known_and_commands)
         auto const& row = report.rows.at(report.rows[0].symbol == "k" ? 0 : 1);
         EXPECT_EQ(row.state, RowState::NotWritten);
         EXPECT_NE(row.text.find(why), std::string::npos) << row.text;
+        Value alone(ValueType::Vector);
+        alone << std::as_const(line.log.bodies.at(1))["rows"][report.rows[0].symbol == "k" ? 0 : 1];
+        Value body;
+        body.insert("rows", alone);
+        auto const nothing = line.project->revert_activation(body, {.force = true});
+        EXPECT_EQ(name(nothing.error), "FAIL");
+        EXPECT_TRUE(nothing.text.starts_with("nothing of it can be taken back: k (not written: ")) << nothing.text;
     }
 }
 

@@ -6,31 +6,29 @@
 // acknowledges each one that was answered with success. After a kill the store must be whole, the project open without
 // a fault that `check` finds, and hold the outcome of the last acknowledged step or, as a whole, of the one after it,
 // with a record in its history for each step that changed something and no more; and where there is a backup it must be
-// a whole one. Every fifth process is killed while it brings over a store of the first layout instead. Exit status 0
-// where all that always held.
+// a whole one. Every fifth process is killed while it brings over a store of the first layout instead, and every fifth
+// while it updates many recipes, each of which must be untouched or updated with its record. Exit status 0 where all
+// that always held.
 
 #include "Configuration/Store.h"
-#include "Configuration/store_care.h"
 #include "EditedProject.h"
+#include "KilledProcess.h"
 #include "Project/OpenProject.h"
 #include "Project/project_store.h"
 #include "Json/Json.h"
 
 #include <algorithm>
 #include <array>
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
 #include <fstream>
-#include <functional>
 #include <iostream>
 #include <optional>
 #include <random>
+#include <set>
 #include <sstream>
 #include <stdexcept>
 #include <string>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace
@@ -183,9 +181,6 @@ template <typename Place> bool make_step(Place& place, int number)
     return edit(*place.project, text).succeeded();
 }
 
-/// Told the number of each step that was made; false where nobody listens any more.
-using Acknowledge = std::function<bool(int number)>;
-
 void step_for_ever(std::filesystem::path const& folder, int number, Acknowledge const& acknowledge)
 {
     OnDisk place{.folder = folder};
@@ -196,65 +191,10 @@ void step_for_ever(std::filesystem::path const& folder, int number, Acknowledge 
     throw std::runtime_error("step " + std::to_string(number) + " is impossible");
 }
 
-/// Runs `work` as a process and kills it at a random moment, once it has acknowledged `wanted` steps. Returns the last
-/// number acknowledged, at least `last`; `work` may end by itself only where nothing is wanted of it.
-int run_and_kill(std::function<void(Acknowledge const&)> const& work, int wanted, int last, std::mt19937& random)
+/// Steps take from less than a millisecond to the tens that opening takes.
+std::chrono::nanoseconds a_few_steps(std::mt19937& random)
 {
-    std::array<int, 2> pipe_ends{};
-    if (pipe(pipe_ends.data()) != 0)
-    {
-        throw std::runtime_error("no pipe could be made");
-    }
-    auto const process = fork();
-    if (process == 0)
-    {
-        close(pipe_ends[0]);
-        try
-        {
-            work([&](int number) { return write(pipe_ends[1], &number, sizeof number) == sizeof number; });
-            _exit(EXIT_SUCCESS);
-        }
-        catch (std::exception const& error)
-        {
-            std::fputs(error.what(), stderr);
-        }
-        _exit(EXIT_FAILURE);
-    }
-    close(pipe_ends[1]);
-    int number = last;
-    for (int count = 0; count < wanted && read(pipe_ends[0], &number, sizeof number) == sizeof number; ++count)
-    {
-    }
-    // Steps take from less than a millisecond to the tens that opening takes.
-    timespec const moment{.tv_sec = 0,
-                          .tv_nsec = static_cast<long>(random() % (random() % 3 == 0 ? 40'000'000 : 6'000'000))};
-    nanosleep(&moment, nullptr);
-    kill(process, SIGKILL);
-    int status = 0;
-    waitpid(process, &status, 0);
-    while (read(pipe_ends[0], &number, sizeof number) == sizeof number)
-    {
-    }
-    close(pipe_ends[0]);
-    if (!WIFSIGNALED(status) && (wanted != 0 || !WIFEXITED(status) || WEXITSTATUS(status) != EXIT_SUCCESS))
-    {
-        throw std::runtime_error("the process failed before it was killed");
-    }
-    return number;
-}
-
-void expect(bool holds, std::string const& what)
-{
-    if (!holds)
-    {
-        throw std::runtime_error(what);
-    }
-}
-
-void expect_whole(std::filesystem::path const& store)
-{
-    auto const report = check_store(store, std::chrono::seconds(0));
-    expect(report.is_whole(), store.string() + ": " + (report.is_whole() ? "" : report.faults.front()));
+    return some_time(std::chrono::milliseconds(random() % 3 == 0 ? 40 : 6), random);
 }
 
 /// Kills while a project is worked on.
@@ -265,9 +205,11 @@ public:
     {
         // Somewhere in opening, or in the step that follows some others; at times so many that the log is shortened.
         auto const wanted = random() % 32 == 0 ? 400 : static_cast<int>(random() % 8);
-        auto const acknowledged = run_and_kill([this](Acknowledge const& acknowledge)
-                                               { step_for_ever(m_folder.path(), m_last + 1, acknowledge); },
-                                               wanted, m_last, random);
+        KilledProcess const process{.work = [this](Acknowledge const& acknowledge)
+                                    { step_for_ever(m_folder.path(), m_last + 1, acknowledge); },
+                                    .wanted = wanted,
+                                    .time = a_few_steps(random)};
+        auto const acknowledged = process.run(m_last);
         count_half(m_store, m_in_restore);
         count_half(m_folder.path() / "backup.db", m_in_backup);
         // Checking brings the log into the file, which opening has to be able to do as well.
@@ -362,7 +304,9 @@ public:
         TemporaryFolder const folder;
         auto const store = folder.path() / "ravik.db";
         std::filesystem::copy_file(FORMAT_1_STORE, store);
-        run_and_kill([&](Acknowledge const&) { static_cast<void>(text_of_store(store)); }, 0, 0, random);
+        KilledProcess const process{.work = [&](Acknowledge const&) { static_cast<void>(text_of_store(store)); },
+                                    .time = a_few_steps(random)};
+        process.run(0);
         std::filesystem::exists(store.string() + "-new") ? ++m_within : 0;
         if (random() % 2 == 0)
         {
@@ -392,16 +336,113 @@ private:
     int m_within = 0;
 };
 
+/// Kills while all recipes of a type are updated.
+class ManyRecipes
+{
+public:
+    void kill_once(std::mt19937& random)
+    {
+        if (m_left.empty())
+        {
+            begin_anew();
+        }
+        KilledProcess const process{.work = [this](Acknowledge const&) { update_all(); },
+                                    .time = some_time(std::chrono::milliseconds(150), random)};
+        process.run(0);
+        if (random() % 2 == 0)
+        {
+            expect_whole(m_store);
+        }
+        compare();
+        expect_whole(m_store);
+        ++m_kills;
+    }
+
+    std::string told() const
+    {
+        return std::to_string(m_kills) + " in an update of " + std::to_string(count) + " recipes, " +
+               std::to_string(m_within) + " of them in its midst";
+    }
+
+private:
+    static constexpr int count = 100;
+    static constexpr char const* stale = R"({"recipeTypeName":"T","values":{"m":1,"gone":2}})";
+    static constexpr char const* updated = R"({"recipeTypeName":"T","values":{"m":1}})";
+
+    void update_all() const
+    {
+        // NOLINTNEXTLINE(cppcoreguidelines-owning-memory): standard output
+        if (std::freopen("/dev/null", "w", stdout) == nullptr)
+        {
+            throw std::runtime_error("nothing takes what it says");
+        }
+        execl(RAVIK, "ravik", "--project", m_folder.path().c_str(), "update", "--type", "T", nullptr);
+        throw std::runtime_error("ravik can't be run");
+    }
+
+    void begin_anew()
+    {
+        auto const project = Project::open(m_folder.path());
+        expect(replace(*project, configuration_of("T { m } | " + repeated(count, "R#:T { m=1 gone=2 } "))),
+               "the recipes can't be imported");
+        m_last_record = project->history({.limit = 1}).records.front().id;
+        for (int number = 0; number < count; ++number)
+        {
+            m_left.insert("R" + std::to_string(number));
+        }
+    }
+
+    /// Each recipe is as it was, or as it is to be and in the history as such.
+    void compare()
+    {
+        auto const project = Project::open(m_folder.path());
+        auto const before = m_left.size();
+        auto last = m_last_record;
+        for (auto const& record : project->history({.limit = count}).records)
+        {
+            if (record.id > m_last_record)
+            {
+                auto const name = record.asked.substr(record.asked.find(' ') + 1);
+                expect(m_left.erase(name) == 1 && text_of_recipe(*project, name) == updated,
+                       "the record '" + record.asked + "' tells what has not happened");
+                last = std::max(last, record.id);
+            }
+        }
+        for (auto const& name : m_left)
+        {
+            expect(text_of_recipe(*project, name) == stale, name + " is neither untouched nor in the history");
+        }
+        m_last_record = last;
+        m_within += !m_left.empty() && m_left.size() < before ? 1 : 0;
+    }
+
+    static std::string text_of_recipe(Project const& project, std::string const& name)
+    {
+        return Json::write(project.get(domain, full_path("R::" + name)).value);
+    }
+
+    TemporaryFolder m_folder;
+    std::filesystem::path m_store = store_of(m_folder.write("ravik.json", project_file()).parent_path());
+    /// Those that are to be updated.
+    std::set<std::string> m_left;
+    std::int64_t m_last_record = 0;
+    int m_kills = 0;
+    int m_within = 0;
+};
+
 int run(int kills, unsigned seed)
 {
     std::mt19937 random(seed);
     Steps line;
     OldStore old_store;
+    ManyRecipes recipes;
     for (int done = 0; done < kills; ++done)
     {
-        done % 5 == 4 ? old_store.kill_once(random) : line.kill_once(random);
+        done % 5 == 4   ? old_store.kill_once(random)
+        : done % 5 == 2 ? recipes.kill_once(random)
+                        : line.kill_once(random);
     }
-    std::cout << kills << " kills, " << old_store.told() << "; " << line.told() << '\n';
+    std::cout << kills << " kills, " << old_store.told() << "; " << recipes.told() << "; " << line.told() << '\n';
     return EXIT_SUCCESS;
 }
 

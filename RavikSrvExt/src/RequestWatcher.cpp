@@ -1,0 +1,8 @@
+#include "RavikSrvExt/RequestWatcher.h"
+
+namespace RavikSrv
+{
+
+IRavikSrvRequestWatcher::~IRavikSrvRequestWatcher() = default;
+
+} // namespace RavikSrv

@@ -1,0 +1,145 @@
+#include "Http/answer_head.h"
+
+#include "Http/text.h"
+
+#include <algorithm>
+#include <array>
+#include <ctime>
+#include <string_view>
+
+namespace Ravik::Service
+{
+namespace
+{
+
+struct Reason
+{
+    unsigned status;
+    std::string_view text;
+};
+
+constexpr std::array reasons{
+    Reason{200, "OK"},
+    Reason{201, "Created"},
+    Reason{202, "Accepted"},
+    Reason{204, "No Content"},
+    Reason{303, "See Other"},
+    Reason{304, "Not Modified"},
+    Reason{400, "Bad Request"},
+    Reason{401, "Unauthorized"},
+    Reason{403, "Forbidden"},
+    Reason{404, "Not Found"},
+    Reason{405, "Method Not Allowed"},
+    Reason{406, "Not Acceptable"},
+    Reason{408, "Request Timeout"},
+    Reason{409, "Conflict"},
+    Reason{410, "Gone"},
+    Reason{412, "Precondition Failed"},
+    Reason{413, "Content Too Large"},
+    Reason{415, "Unsupported Media Type"},
+    Reason{417, "Expectation Failed"},
+    Reason{421, "Misdirected Request"},
+    Reason{422, "Unprocessable Content"},
+    Reason{426, "Upgrade Required"},
+    Reason{428, "Precondition Required"},
+    Reason{429, "Too Many Requests"},
+    Reason{431, "Request Header Fields Too Large"},
+    Reason{500, "Internal Server Error"},
+    Reason{502, "Bad Gateway"},
+    Reason{503, "Service Unavailable"},
+    Reason{507, "Insufficient Storage"},
+};
+
+/// Empty for a status that has none here: clients go by the number.
+std::string_view reason(unsigned status)
+{
+    auto const* const found =
+        std::find_if(reasons.begin(), reasons.end(), [&](Reason const& each) { return each.status == status; });
+    return found == reasons.end() ? std::string_view() : found->text;
+}
+
+void append_harmless(std::string& head, std::string_view text)
+{
+    std::transform(text.begin(), text.end(), std::back_inserter(head),
+                   [](char each)
+                   {
+                       auto const byte = static_cast<unsigned char>(each);
+                       return byte < ' ' || byte == 0x7f ? ' ' : each;
+                   });
+}
+
+void append_field(std::string& head, std::string_view name, std::string_view value)
+{
+    append_harmless(head, name);
+    head += ": ";
+    append_harmless(head, value);
+    head += "\r\n";
+}
+
+} // namespace
+
+std::string http_date()
+{
+    std::time_t const now = std::time(nullptr);
+    std::tm parts{};
+    ::gmtime_r(&now, &parts);
+    std::array<char, 40> text{};
+    auto const length = std::strftime(text.data(), text.size(), "%a, %d %b %Y %H:%M:%S GMT", &parts);
+    return {text.data(), length};
+}
+
+Fields common_fields(AnswerFrame const& frame)
+{
+    return {{"Date", frame.date},
+            {"X-Request-Id", std::to_string(frame.id)},
+            {"X-Content-Type-Options", "nosniff"},
+            {"Content-Security-Policy", "default-src 'self'; frame-ancestors 'none'"},
+            {"Referrer-Policy", "no-referrer"}};
+}
+
+bool has_field(Fields const& fields, std::string_view name)
+{
+    return std::any_of(fields.begin(), fields.end(),
+                       [&](auto const& field) { return equals_ignoring_case(field.first, name); });
+}
+
+bool has_body(unsigned status) noexcept
+{
+    return status >= 200 && status != 204 && status != 304;
+}
+
+std::string answer_head(Response const& response, AnswerFrame const& frame)
+{
+    std::string head = "HTTP/1.1 " + std::to_string(response.status) + ' ';
+    head.reserve(512);
+    head += reason(response.status);
+    head += "\r\n";
+    for (auto const& [name, value] : common_fields(frame))
+    {
+        append_field(head, name, value);
+    }
+    for (auto const& [name, value] : response.fields)
+    {
+        append_field(head, name, value);
+    }
+    if (!has_field(response.fields, "Cache-Control"))
+    {
+        append_field(head, "Cache-Control", "no-store");
+    }
+    if (!response.content_type.empty())
+    {
+        append_field(head, "Content-Type", response.content_type);
+    }
+    if (has_body(response.status))
+    {
+        append_field(head, "Content-Length", std::to_string(response.body ? response.body->size() : 0));
+    }
+    if (!frame.keep_alive)
+    {
+        append_field(head, "Connection", "close");
+    }
+    head += "\r\n";
+    return head;
+}
+
+} // namespace Ravik::Service
