@@ -14,7 +14,7 @@ namespace Ravik::CommandLine
 namespace
 {
 
-constexpr std::array<OptionEntry, 25> option_table{{
+constexpr std::array<OptionEntry, 27> option_table{{
     {Option::project, "--project", "DIR", "the project's folder; the working directory where it is not given",
      TakenBy::every_command},
     {Option::domain, "--domain", "NAME", "the domain to work on; RavikRecipeManagement where it is not given",
@@ -41,6 +41,9 @@ constexpr std::array<OptionEntry, 25> option_table{{
      TakenBy::some_commands},
     {Option::limit, "--limit", "N", "at most so many records; 50 where it is not given", TakenBy::some_commands},
     {Option::note, "--note", "TEXT", "what the history is to tell besides", TakenBy::some_commands},
+    {Option::listen, "--listen", "HOST:PORT", "where to listen instead; may be given more than once",
+     TakenBy::some_commands},
+    {Option::log, "--log", "text|json", "lines to read, or a JSON object a line", TakenBy::some_commands},
     {Option::role, "--role", "ROLE", "what somebody may: viewer, operator, engineer or admin", TakenBy::some_commands},
     {Option::expires, "--expires", "DAYS", "how long the token is good for; without an end where it is not given",
      TakenBy::some_commands},
@@ -149,9 +152,13 @@ private:
         {
             fail("option " + name + " needs a value that is not empty");
         }
-        else if (!m_arguments.options.emplace(entry.option, value).second)
+        else if (auto const [kept, is_first] = m_arguments.options.emplace(entry.option, value); !is_first)
         {
-            fail("option " + name + " is given twice");
+            if (entry.option != Option::listen)
+            {
+                fail("option " + name + " is given twice");
+            }
+            kept->second.append(",").append(value);
         }
     }
 

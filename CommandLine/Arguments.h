@@ -32,6 +32,8 @@ enum class Option
     since,
     limit,
     note,
+    listen,
+    log,
     role,
     expires,
     json,

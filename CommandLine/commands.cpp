@@ -11,7 +11,7 @@ namespace
 
 constexpr auto any_number = std::numeric_limits<std::size_t>::max();
 
-constexpr std::array<CommandEntry, 36> command_table{{
+constexpr std::array<CommandEntry, 37> command_table{{
     {.name = "init",
      .operands = "[DIR]",
      .least = 0,
@@ -486,6 +486,27 @@ Examples:
 )",
      .options = {},
      .run = store_repair},
+    {.name = "serve",
+     .operands = "",
+     .least = 0,
+     .most = 0,
+     .summary = "Serve the project to programs, browsers and other commands",
+     .description = R"(
+Keeps the project open and serves it over HTTP, on 127.0.0.1:8420 where neither
+--listen nor ravik.json says otherwise ("service": {"listen": […]}), and to every
+command on this project, which goes through it by itself. Port 0 takes a free one.
+Says where it listens on standard error, a line each. Without any user it prints a link to a
+terminal that signs in whoever holds it; 'user add' makes the first user. To be
+reached from other machines it needs TLS ("tls": {"certificate": …, "key": …}) and a
+user. SIGTERM and Ctrl+C end it in order, SIGHUP has it read the certificate again.
+
+Examples:
+  ravik serve
+  ravik serve --listen 127.0.0.1:0 --log json
+  ravik serve --listen 0.0.0.0:8443 --listen '[::]:8443'
+)",
+     .options = {Option::listen, Option::log},
+     .run = serve},
     {.name = "user add",
      .operands = "NAME",
      .least = 1,

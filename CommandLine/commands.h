@@ -63,6 +63,8 @@ Answer store_backup(Invocation& invocation);
 Answer store_restore(Invocation& invocation);
 /// store repair
 Answer store_repair(Invocation& invocation);
+/// serve
+Answer serve(Invocation& invocation);
 /// user add NAME
 Answer user_add(Invocation& invocation);
 /// user list

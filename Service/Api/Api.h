@@ -1,0 +1,52 @@
+#pragma once
+
+#include "Api/Parts.h"
+#include "Api/Route.h"
+#include "Http/Message.h"
+
+#include <atomic>
+#include <string>
+#include <vector>
+
+namespace Ravik::Service
+{
+
+/// What the API has to know of the service around it.
+struct ApiSettings
+{
+    /// The host names that requests may be for besides those of loopback, in lower case.
+    std::vector<std::string> names{};
+    std::size_t body = 1024 * 1024;
+    std::size_t import = 64 * 1024 * 1024;
+};
+
+/// Judges requests and has them served: is it for this host, is there such a route, who asks, may he, does the body
+/// fit. In this order, so that nobody learns more than he may.
+class Api : public Handler
+{
+public:
+    /// The parts outlive it.
+    Api(Parts& parts, ApiSettings settings) : m_parts(parts), m_settings(std::move(settings)) {}
+
+    Admission admit(RequestHead const& request) override;
+    Response failure(unsigned status, std::string const& detail) override;
+
+    /// Ready for requests until it is told otherwise; then `readyz` says so.
+    void set_ready(bool ready) noexcept { m_parts.metrics.ready = ready; }
+
+private:
+    void check_host(RequestHead const& request) const;
+    static void check_origin(RequestHead const& request, Route const& route);
+    Caller identify(RequestHead const& request) const;
+    static void check_right(Caller const& caller, Route const& route);
+    std::size_t check_body(RequestHead const& request, Route const& route) const;
+    Admission admitted(RequestHead const& request);
+
+    Parts& m_parts;
+    ApiSettings m_settings;
+};
+
+/// The name of the cookie that a session goes by on this port.
+std::string cookie_name(std::uint16_t port);
+
+} // namespace Ravik::Service

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "Access/Access.h"
+#include "Api/Activations.h"
+#include "Api/DeviceWork.h"
+#include "Api/EntryTexts.h"
+#include "Api/Lanes.h"
+#include "Api/Metrics.h"
+#include "Api/Plans.h"
+#include "Api/Watch.h"
+#include "Http/HttpServer.h"
+#include "Http/Log.h"
+
+#include "Project/Project.h"
+
+#include <functional>
+#include <optional>
+
+namespace Ravik::Service
+{
+
+/// What the routes work with. Everything in it is thread-safe.
+struct Parts
+{
+    Project& project;
+    Access& access;
+    Log& log;
+    Lanes& lanes;
+    DeviceWork& devices;
+    EntryTexts& texts;
+    Plans& plans;
+    Activations& activations;
+    Watch& watch;
+    Metrics& metrics;
+    /// What the listener tells of itself; empty where there is none.
+    std::function<HttpCounts()> http_counts{};
+    std::function<std::optional<double>()> certificate_days{};
+};
+
+} // namespace Ravik::Service

@@ -1,0 +1,361 @@
+#include "Api/Watch.h"
+
+#include "Api/values.h"
+
+#include "Json/Json.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace Ravik::Service
+{
+
+using RavikSrv::ErrorValue;
+using RavikSrv::Value;
+using RavikSrv::ValueType;
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+namespace
+{
+
+/// How often changes of the configuration are looked for, and silence is.
+constexpr milliseconds tick_time{200};
+/// Whoever hears nothing for two of these knows that the link is gone.
+constexpr milliseconds longest_silence{1000};
+constexpr milliseconds longest_pause{10'000};
+
+double seconds(steady_clock::duration time)
+{
+    return static_cast<double>(std::chrono::duration_cast<milliseconds>(time).count()) / 1000.0;
+}
+
+} // namespace
+
+Watch::Watch(Project& project, Lanes& lanes, Metrics& metrics, milliseconds interval)
+    : m_project(project), m_lanes(lanes), m_metrics(metrics), m_interval(interval), m_told(project.revisions()),
+      m_self(std::make_shared<Watch*>(this))
+{
+    for (auto const& symbol : project.symbols())
+    {
+        m_domain_of.emplace(symbol.name, symbol.domain);
+    }
+}
+
+Watch::~Watch()
+{
+    *m_self = nullptr;
+}
+
+void Watch::start(Loop loop)
+{
+    m_loop = std::move(loop);
+    tick();
+}
+
+// Who watches what
+// -----------------------------------------------------------------------------------------------------
+
+void Watch::watch(Client* client, std::vector<std::string> symbols)
+{
+    std::sort(symbols.begin(), symbols.end());
+    symbols.erase(std::unique(symbols.begin(), symbols.end()), symbols.end());
+    std::string key;
+    for (auto const& symbol : symbols)
+    {
+        key.append(symbol).push_back('\0');
+    }
+    // What both lists name goes on.
+    std::for_each(symbols.begin(), symbols.end(), [this](std::string const& symbol) { add(symbol); });
+    leave(client);
+    auto& group = m_groups[key];
+    if (group.clients.empty())
+    {
+        group.symbols = std::move(symbols);
+        group.last_message = steady_clock::now();
+    }
+    else
+    {
+        // The group counts as one watcher.
+        std::for_each(symbols.begin(), symbols.end(), [this](std::string const& symbol) { drop(symbol); });
+    }
+    group.clients.insert(client);
+    m_group_of[client] = key;
+    client->send(message(group, nullptr));
+}
+
+void Watch::leave(Client* client)
+{
+    auto const key = m_group_of.find(client);
+    if (key == m_group_of.end())
+    {
+        return;
+    }
+    auto const group = m_groups.find(key->second);
+    m_group_of.erase(key);
+    group->second.clients.erase(client);
+    if (group->second.clients.empty())
+    {
+        for (auto const& symbol : group->second.symbols)
+        {
+            drop(symbol);
+        }
+        m_groups.erase(group);
+    }
+}
+
+void Watch::add(std::string const& name)
+{
+    auto& symbol = m_symbols[name];
+    if (symbol.watchers++ > 0)
+    {
+        return;
+    }
+    auto const domain = m_domain_of.find(name);
+    if (domain == m_domain_of.end())
+    {
+        symbol.text = "there is no symbol of this name";
+        symbol.is_read = true;
+        return;
+    }
+    symbol.domain = domain->second;
+    auto& polled = m_domains[symbol.domain];
+    polled.symbols.insert(name);
+    polled.due = steady_clock::now();
+}
+
+void Watch::drop(std::string const& name)
+{
+    auto const symbol = m_symbols.find(name);
+    if (symbol == m_symbols.end() || --symbol->second.watchers > 0)
+    {
+        return;
+    }
+    auto const domain = m_domains.find(symbol->second.domain);
+    if (domain != m_domains.end())
+    {
+        domain->second.symbols.erase(name);
+    }
+    m_symbols.erase(symbol);
+}
+
+void Watch::ask(std::vector<std::string> const& domains)
+{
+    if (!m_loop.post)
+    {
+        return;
+    }
+    m_loop.post(
+        [self = m_self, domains]
+        {
+            for (auto const& name : domains)
+            {
+                auto const domain =
+                    *self == nullptr ? std::map<std::string, Domain>::iterator() : (*self)->m_domains.find(name);
+                if (*self != nullptr && domain != (*self)->m_domains.end() && !domain->second.is_good)
+                {
+                    domain->second.due = steady_clock::now();
+                }
+            }
+        });
+}
+
+// Polling
+// --------------------------------------------------------------------------------------------------------------
+
+void Watch::tick()
+{
+    auto const now = steady_clock::now();
+    for (auto& [name, domain] : m_domains)
+    {
+        if (!domain.symbols.empty() && !domain.is_polling && domain.due <= now)
+        {
+            poll(name, domain, now);
+        }
+    }
+    tell_all(now);
+    m_loop.after(std::min(tick_time, m_interval),
+                 [self = m_self]
+                 {
+                     if (*self != nullptr)
+                     {
+                         (*self)->tick();
+                     }
+                 });
+}
+
+void Watch::poll(std::string const& name, Domain& domain, Time now)
+{
+    std::vector<std::string> const names(domain.symbols.begin(), domain.symbols.end());
+    auto const work = [self = m_self, &project = m_project, post = m_loop.post, name, names]
+    {
+        auto group = project.read_symbols(names);
+        auto const when = steady_clock::now();
+        post(
+            [self, name, names, group = std::move(group), when]
+            {
+                if (*self != nullptr)
+                {
+                    (*self)->take(name, names, group, when);
+                }
+            });
+    };
+    domain.is_polling = m_lanes.post("poll " + name, {1, 1}, work);
+    domain.due = now + m_interval;
+    ++m_metrics.polls;
+}
+
+void Watch::take(std::string const& name, std::vector<std::string> const& names, ExecutedGroup const& group, Time when)
+{
+    auto& domain = m_domains[name];
+    domain.is_polling = false;
+    std::set<std::string> changed;
+    auto any_read = names.empty();
+    for (std::size_t index = 0; index < names.size() && index < group.commands.size(); ++index)
+    {
+        auto const& command = group.commands[index];
+        any_read = any_read || command.result == ErrorValue::SUCCESS;
+        auto const symbol = m_symbols.find(names[index]);
+        if (symbol != m_symbols.end() && take(symbol->second, command, when))
+        {
+            changed.insert(names[index]);
+        }
+    }
+    domain.is_good = any_read;
+    if (any_read)
+    {
+        domain.good_time = when;
+        domain.pause = milliseconds(0);
+    }
+    else
+    {
+        ++m_metrics.polls_failed;
+        domain.pause = std::min(longest_pause, std::max(m_interval, domain.pause * 2));
+        domain.due = steady_clock::now() + domain.pause;
+    }
+    tell(changed);
+}
+
+/// Returns whether there is something to tell of it.
+bool Watch::take(Symbol& symbol, ExecutedCommand const& command, Time when)
+{
+    auto const is_good = command.result == ErrorValue::SUCCESS;
+    auto const text = is_good ? std::string() : failure_text(command);
+    auto const is_news = !symbol.is_read || symbol.is_good != is_good || symbol.text != text ||
+                         (is_good && !(symbol.value == command.value));
+    symbol.is_read = true;
+    symbol.is_good = is_good;
+    symbol.text = text;
+    if (is_good)
+    {
+        symbol.value = command.value;
+        symbol.time = when;
+    }
+    return is_news;
+}
+
+// Telling
+// --------------------------------------------------------------------------------------------------------------
+
+void Watch::tell(std::set<std::string> const& changed)
+{
+    if (changed.empty())
+    {
+        return;
+    }
+    for (auto& [key, group] : m_groups)
+    {
+        auto const concerns = std::any_of(group.symbols.begin(), group.symbols.end(),
+                                          [&](std::string const& symbol) { return changed.contains(symbol); });
+        if (concerns)
+        {
+            auto const text = message(group, &changed);
+            group.last_message = steady_clock::now();
+            for (auto* const client : group.clients)
+            {
+                client->send(text);
+            }
+        }
+    }
+}
+
+/// Tells of what has changed besides the values, and breaks the silence.
+void Watch::tell_all(Time now)
+{
+    auto const revisions = m_project.revisions();
+    auto const is_news = !(revisions == m_told);
+    m_told = revisions;
+    std::set<std::string> const nothing;
+    for (auto& [key, group] : m_groups)
+    {
+        if (is_news || now - group.last_message + tick_time > longest_silence)
+        {
+            auto const text = message(group, &nothing);
+            group.last_message = now;
+            for (auto* const client : group.clients)
+            {
+                client->send(text);
+            }
+        }
+    }
+}
+
+/// What the group is to know: the values of the changed symbols, or of all.
+std::shared_ptr<std::string const> Watch::message(Group const& group, std::set<std::string> const* changed) const
+{
+    auto const now = steady_clock::now();
+    Value values(ValueType::Map);
+    for (auto const& name : group.symbols)
+    {
+        if (changed != nullptr && !changed->contains(name))
+        {
+            continue;
+        }
+        auto const& symbol = m_symbols.at(name);
+        Value value(ValueType::Map);
+        value.insert("value", symbol.value);
+        value.insert("quality", text_value(symbol.is_good ? "good" : symbol.is_read ? "bad" : "unknown"));
+        value.insert("age", symbol.time == Time() ? Value() : Value(seconds(now - symbol.time)));
+        if (!symbol.text.empty())
+        {
+            value.insert("text", text_value(symbol.text));
+        }
+        values.insert(name.c_str(), value);
+    }
+    Value revision(ValueType::Map);
+    revision.insert("configuration", text_value(std::to_string(m_told.configuration)));
+    revision.insert("history", text_value(std::to_string(m_told.history)));
+    revision.insert("activity", text_value(std::to_string(m_told.activity)));
+    Value text(ValueType::Map);
+    text.insert("revision", revision);
+    text.insert("domains", domains_of(group, now));
+    text.insert("values", values);
+    return std::make_shared<std::string const>(Json::write(text));
+}
+
+/// How long ago each domain that the group watches was last read, so that a value that stays the same shows its age.
+Value Watch::domains_of(Group const& group, Time now) const
+{
+    std::set<std::string> names;
+    for (auto const& symbol : group.symbols)
+    {
+        names.insert(m_symbols.at(symbol).domain);
+    }
+    Value domains(ValueType::Map);
+    for (auto const& name : names)
+    {
+        auto const domain = m_domains.find(name);
+        if (domain == m_domains.end())
+        {
+            continue;
+        }
+        Value entry(ValueType::Map);
+        entry.insert("quality", text_value(domain->second.is_good ? "good" : "bad"));
+        entry.insert("age",
+                     domain->second.good_time == Time() ? Value() : Value(seconds(now - domain->second.good_time)));
+        domains.insert(name.c_str(), entry);
+    }
+    return domains;
+}
+
+} // namespace Ravik::Service

@@ -1,0 +1,108 @@
+#include "Api/edits.h"
+
+#include "Api/values.h"
+
+#include "Configuration/entry_tag.h"
+
+#include <boost/algorithm/string/trim.hpp>
+
+namespace Ravik::Service
+{
+
+using RavikSrv::Value;
+using RavikSrv::ValueType;
+
+namespace
+{
+
+/// The tags of a list such as `"a", W/"b"`; empty where it is none.
+std::vector<std::string> tags_of(std::string const& list)
+{
+    std::vector<std::string> tags;
+    std::size_t position = 0;
+    while (position < list.size())
+    {
+        auto const begin = list.find_first_not_of(" \t,", position);
+        if (begin == std::string::npos)
+        {
+            break;
+        }
+        auto const quote = list.compare(begin, 2, "W/") == 0 ? begin + 2 : begin;
+        auto const end = quote < list.size() && list[quote] == '"' ? list.find('"', quote + 1) : std::string::npos;
+        if (end == std::string::npos)
+        {
+            return {};
+        }
+        tags.push_back(list.substr(quote + 1, end - quote - 1));
+        position = end + 1;
+    }
+    return tags;
+}
+
+} // namespace
+
+Origin origin_of(Call const& call, std::string note)
+{
+    return {.who = call.caller.who, .asked = {}, .note = std::move(note), .address = call.head.address};
+}
+
+Condition required_condition(Call const& call)
+{
+    auto const match = boost::trim_copy(call.field("if-match"));
+    auto const none_match = boost::trim_copy(call.field("if-none-match"));
+    if (match.empty() && none_match == "*")
+    {
+        return {.kind = Condition::Kind::Absent};
+    }
+    auto const tags = tags_of(match);
+    if (tags.empty() || !none_match.empty())
+    {
+        throw Problem{.status = 428,
+                      .code = "PRECONDITION_REQUIRED",
+                      .detail = "an edit needs If-Match with the ETag of what was read, and a new entry needs "
+                                "If-None-Match: *"};
+    }
+    return {.kind = Condition::Kind::Tag, .tags = tags};
+}
+
+Problem problem_of(EditReport const& report)
+{
+    auto problem = problem_of(report.error, report.text, report.path);
+    if (report.condition_failed)
+    {
+        problem.status = 412;
+        problem.current = report.value;
+        problem.fields.emplace_back("ETag", '"' + entry_tag(report.value) + '"');
+    }
+    for (auto const& refused : report.refused)
+    {
+        problem.errors.push_back({.pointer = refused.path, .detail = refused.text});
+    }
+    return problem;
+}
+
+Response edit_answer(EditReport const& report, unsigned status, Fields fields)
+{
+    if (!report.succeeded() && !report.made)
+    {
+        throw problem_of(report);
+    }
+    auto answer = touched_value(report.cascade);
+    Value warnings(ValueType::Vector);
+    for (auto const& finding : report.warnings)
+    {
+        warnings << finding_value(finding);
+    }
+    if (report.made && !report.succeeded())
+    {
+        Value warning(ValueType::Map);
+        warning.insert("kind", text_value("extension"));
+        warning.insert("path", text_value(report.path));
+        warning.insert("text", text_value(report.text));
+        warnings << warning;
+    }
+    answer.insert("warnings", warnings);
+    return json_answer(answer, status, std::move(fields));
+}
+
+} // namespace Ravik::Service

@@ -1,0 +1,238 @@
+#include "Api/Parts.h"
+#include "Api/edits.h"
+#include "Api/resources.h"
+#include "Api/values.h"
+
+#include "Configuration/Entry.h"
+#include "Editing/table_text.h"
+#include "Json/Document.h"
+#include "Json/Json.h"
+
+#include "PathIterator.h"
+
+#include <charconv>
+
+namespace Ravik::Service
+{
+
+using RavikSrv::Value;
+using RavikSrv::ValueType;
+
+namespace
+{
+
+/// An import of more than that is no recipes any more, and would take more memory than a service has to give.
+constexpr std::size_t most_values = 4'000'000;
+
+std::string const& domain()
+{
+    static std::string const name(recipe_domain);
+    return name;
+}
+
+/// Counts what may be values: each stands behind a comma, a bracket or nothing.
+std::size_t values_in(std::string_view text)
+{
+    std::size_t count = 1;
+    auto in_text = false;
+    for (std::size_t position = 0; position < text.size(); ++position)
+    {
+        switch (text[position])
+        {
+        case '\\':
+            position += in_text ? 1 : 0;
+            break;
+        case '"':
+            in_text = !in_text;
+            break;
+        case ',':
+        case '[':
+        case '{':
+            count += in_text ? 0 : 1;
+            break;
+        default:
+            break;
+        }
+    }
+    return count;
+}
+
+void check_size(std::string_view text)
+{
+    if (values_in(text) > most_values)
+    {
+        throw Problem{.status = 413,
+                      .code = "REQUEST_TOO_LARGE",
+                      .detail = "an import has at most " + std::to_string(most_values) + " values; send it in parts"};
+    }
+}
+
+std::string text_of(Json::Location place)
+{
+    return "line " + std::to_string(place.line) + ", column " + std::to_string(place.column);
+}
+
+/// Where the entry of that path stands in the body.
+Json::Location locate(Json::Document const& document, std::string const& path)
+{
+    std::vector<std::string> components;
+    RavikSrv::PathIterator component(path);
+    while (component.next())
+    {
+        components.emplace_back(component.component());
+    }
+    return document.locate(components);
+}
+
+std::optional<std::int64_t> revision_of(Call const& call)
+{
+    auto const text = call.parameter("revision");
+    if (text.empty())
+    {
+        return std::nullopt;
+    }
+    std::int64_t revision = 0;
+    auto const [end, error] = std::from_chars(text.data(), text.data() + text.size(), revision);
+    if (error != std::errc() || end != text.data() + text.size())
+    {
+        throw Problem{.status = 400,
+                      .code = "INVALID_PARAMETER",
+                      .detail =
+                          "the parameter 'revision' is what /recipes returned as \"revision\", not '" + text + "'"};
+    }
+    return revision;
+}
+
+ImportOptions options_of(Call const& call)
+{
+    ImportOptions options;
+    options.dry_run = call.flag("dryRun");
+    options.origin = origin_of(call, call.parameter("note"));
+    options.revision = revision_of(call);
+    return options;
+}
+
+/// Every mistake with its place, where the import tells of one alone.
+template <typename Import, typename Place>
+[[noreturn]] void fail(EditReport const& report, ImportOptions options, Import const& import, Place const& place)
+{
+    auto problem = problem_of(report);
+    if (!report.condition_failed)
+    {
+        options.dry_run = true;
+        auto const all = import(options);
+        problem.status = problem.status == 409 ? 422 : problem.status;
+        problem.errors.clear();
+        for (auto const& refused : all.refused)
+        {
+            auto const where = place(refused);
+            problem.errors.push_back(
+                {.pointer = where.line == 0 ? refused.path : text_of(where),
+                 .detail = refused.path.empty() ? refused.text : refused.path + ": " + refused.text});
+        }
+        if (problem.errors.empty())
+        {
+            problem.errors.push_back(
+                {.pointer = report.place.line == 0 ? report.path : text_of(report.place), .detail = report.text});
+        }
+    }
+    throw problem;
+}
+
+Response imported(EditReport const& report)
+{
+    auto value = touched_value(report.cascade);
+    if (report.value.isset())
+    {
+        value.insert("counts", report.value);
+    }
+    Value warnings(ValueType::Vector);
+    for (auto const& finding : report.warnings)
+    {
+        warnings << finding_value(finding);
+    }
+    value.insert("warnings", warnings);
+    return json_answer(value);
+}
+
+Response import_table(Call const& call)
+{
+    auto const type = call.required("type");
+    auto const options = options_of(call);
+    auto const import = [&](ImportOptions const& chosen)
+    { return call.parts.project.import_table(domain(), type, call.body, chosen); };
+    auto const report = import(options);
+    if (!report.succeeded() && !report.made)
+    {
+        fail(report, options, import, [](Refusal const& refused) { return refused.place; });
+    }
+    return imported(report);
+}
+
+Response import_json(Call const& call)
+{
+    auto const options = options_of(call);
+    Value data;
+    try
+    {
+        check_size(call.body);
+        data = Json::parse(call.body);
+    }
+    catch (Json::ParseError const& error)
+    {
+        throw syntax_problem(error);
+    }
+    auto const import = [&](ImportOptions const& chosen) { return call.parts.project.import(domain(), data, chosen); };
+    auto const report = import(options);
+    if (!report.succeeded() && !report.made)
+    {
+        Json::Document const document(call.body);
+        fail(report, options, import, [&](Refusal const& refused) { return locate(document, refused.path); });
+    }
+    return imported(report);
+}
+
+Response attachment(std::string text, std::string type, std::string const& file)
+{
+    return text_answer(std::move(text), std::move(type),
+                       {{"Content-Disposition", "attachment; filename=\"" + file + '"'}});
+}
+
+} // namespace
+
+Response post_import(Call& call)
+{
+    if (call.parameter("type").empty() == call.is_table)
+    {
+        throw Problem{.status = 400,
+                      .code = "INVALID_PARAMETER",
+                      .detail =
+                          "a table (text/csv) is imported for a recipe type, ?type=NAME; a JSON body without one"};
+    }
+    return call.is_table ? import_table(call) : import_json(call);
+}
+
+Response get_export(Call& call)
+{
+    auto const format = call.parameter("format");
+    auto& project = call.parts.project;
+    if (format == "csv")
+    {
+        auto const outcome = project.export_table(domain(), call.required("type"), {});
+        if (!outcome.succeeded())
+        {
+            throw problem_of(outcome.error, outcome.text, outcome.path);
+        }
+        return attachment(std::string(outcome.value.get_text()), "text/csv; charset=utf-8", "recipes.csv");
+    }
+    if (!format.empty() && format != "json")
+    {
+        throw Problem{.status = 400,
+                      .code = "INVALID_PARAMETER",
+                      .detail = "the parameter 'format' is json (the default) or csv, not '" + format + "'"};
+    }
+    auto const tree = project.get(domain(), "").value;
+    return attachment(Json::write(lists_of(tree), Json::Layout::Indented) + '\n', "application/json", "recipes.json");
+}
+
+} // namespace Ravik::Service

@@ -1,0 +1,62 @@
+#include "Api/values.h"
+
+namespace Ravik::Service
+{
+
+using RavikSrv::Value;
+using RavikSrv::ValueType;
+
+Value text_value(std::string_view text)
+{
+    return Value(text);
+}
+
+Value text_values(std::vector<std::string> const& texts)
+{
+    Value list(ValueType::Vector);
+    for (auto const& text : texts)
+    {
+        list << text_value(text);
+    }
+    return list;
+}
+
+Value touched_value(std::vector<Touched> const& places)
+{
+    Value written(ValueType::Vector);
+    Value removed(ValueType::Vector);
+    for (auto const& place : places)
+    {
+        (place.removed ? removed : written) << text_value(place.path);
+    }
+    Value value(ValueType::Map);
+    value.insert("written", written);
+    value.insert("removed", removed);
+    return value;
+}
+
+Value finding_value(Finding const& finding)
+{
+    Value value(ValueType::Map);
+    value.insert("kind", text_value(to_text(finding.kind)));
+    value.insert("path", text_value(finding.path));
+    value.insert("text", text_value(finding.text));
+    value.insert("note", Value(finding.is_note()));
+    return value;
+}
+
+Value record_value(HistoryRecord const& record)
+{
+    Value value(ValueType::Map);
+    value.insert("id", Value(record.id));
+    value.insert("time", text_value(record.time));
+    value.insert("who", text_value(record.who));
+    value.insert("action", text_value(record.action));
+    value.insert("asked", text_value(record.asked));
+    value.insert("outcome", text_value(record.outcome));
+    value.insert("text", text_value(record.text));
+    value.insert("note", text_value(record.note));
+    return value;
+}
+
+} // namespace Ravik::Service
