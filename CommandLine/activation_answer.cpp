@@ -4,6 +4,7 @@
 #include "recipe_names.h"
 
 #include "Configuration/recipe_needs.h"
+#include "ControllerOutcome.h"
 #include "Json/Json.h"
 
 #include <algorithm>
@@ -34,7 +35,8 @@ Cell outcome_of(ActivationRow const& row)
     case RowState::Differs:
         return {explained, row.text.empty() ? Colour::yellow : Colour::red};
     case RowState::NotTried:
-        return {state, Colour::yellow};
+        // A controller that was given up says why; else the reason stands in another row.
+        return {row.text.find(RavikSrv::not_tried) == std::string::npos ? state : row.text, Colour::yellow};
     default:
         return {explained, Colour::yellow};
     }
@@ -64,9 +66,12 @@ std::string written_summary(ActivationRows const& rows)
     std::set<std::string> domains;
     for (auto const& row : rows)
     {
-        domains.insert(row.domain);
+        if (is_written(row))
+        {
+            domains.insert(row.domain);
+        }
     }
-    auto const where = " in " + counted(domains.size(), "domain");
+    auto const where = domains.empty() ? std::string() : " in " + counted(domains.size(), "domain");
     auto const written = static_cast<std::size_t>(std::count_if(rows.begin(), rows.end(), is_written));
     auto const all = written == rows.size();
     return (all ? counted(written, "symbol") : std::to_string(written) + " of " + counted(rows.size(), "symbol")) +

@@ -138,7 +138,7 @@ void RequestRunner::conclude(Answer const& answer, std::span<std::uint16_t const
     {
         if (!m_given_up)
         {
-            m_given_up = Outcome{outcome.result, "Not tried: " + outcome.text};
+            m_given_up = Outcome{outcome.result, RavikSrv::not_tried + outcome.text};
         }
         auto const* const more = may_be_done ? "; it may have been written all the same" : "";
         report(request, {outcome.result, outcome.text + more}, {});

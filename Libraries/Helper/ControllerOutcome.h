@@ -18,6 +18,9 @@ template <typename Result> struct ControllerOutcome
     bool succeeded() const noexcept { return result == Result::SUCCESS; }
 };
 
+/// What the text of a failure begins with where nothing was sent to the controller for the command.
+inline constexpr char const* not_tried = "Not tried: ";
+
 /// Leaves a failure on the command that asked for the access.
 template <typename Result> void fail(Command& command, Result result, char const* text)
 {
@@ -31,7 +34,7 @@ inline void leave_stopped(Command& command)
 {
     command.set_extension_result(0);
     command.set_result(ErrorValue::INTERRUPTED);
-    command.set_result_string("Not tried: stopped");
+    command.set_result_string((std::string(not_tried) + "stopped").c_str());
 }
 
 /// Leaves the outcome on the command that asked for the access.

@@ -5,6 +5,7 @@
 #include "Configuration/recipe_needs.h"
 #include "Configuration/tree.h"
 
+#include "ControllerOutcome.h"
 #include "algorithm_helper.h"
 #include "api_helper.h"
 
@@ -152,7 +153,9 @@ RowState state_of(ExecutedCommand const& command, std::string const& culprit)
     }
     auto const is_culprit = culprit.empty() || command.text.view().starts_with(command.name.str() + ": ");
     auto const is_victim = command.text == culprit && !is_culprit;
-    return is_victim || command.result == ErrorValue::INTERRUPTED ? RowState::NotTried : RowState::Failed;
+    auto const is_left =
+        command.result == ErrorValue::INTERRUPTED || command.text.view().starts_with(RavikSrv::not_tried);
+    return is_victim || is_left ? RowState::NotTried : RowState::Failed;
 }
 
 template <typename Visit> void for_each_write(ExecutionRecord const& record, Visit visit)
