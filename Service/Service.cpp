@@ -132,6 +132,11 @@ public:
                                             .warn = [&log](std::string const& text) { log.tell("socket", text); }});
     }
 
+    Implementation(Implementation const&) = delete;
+    Implementation& operator=(Implementation const&) = delete;
+    /// What is in the lanes works with everything here.
+    ~Implementation() { m_lanes.finish(); }
+
     std::vector<std::string> addresses() const { return m_http->addresses(); }
 
     std::string start_link()

@@ -95,23 +95,6 @@ bool is_taken(BodyKind kind, std::string const& type)
     throw Problem{.status = status, .code = std::move(code), .detail = std::move(detail), .fields = std::move(fields)};
 }
 
-/// What serves a request ends with an answer, whatever happens.
-Response served(Serve serve, Call& call)
-{
-    try
-    {
-        return serve(call);
-    }
-    catch (Problem const& problem)
-    {
-        return answer_of(problem);
-    }
-    catch (std::exception const& error)
-    {
-        return answer_of({.status = 500, .code = "UNEXPECTED", .detail = error.what()});
-    }
-}
-
 struct Place
 {
     char const* lane;
@@ -148,21 +131,22 @@ void check_parameters(Route const& route, RequestHead const& head)
     }
 }
 
-void serve_now_or_later(Route const& route, Call call, Reply reply)
+void serve_now_or_later(Route const& route, Call call, Reply const& reply)
 {
-    if (auto const* const later = std::get_if<ServeLater>(&route.serve))
+    if (auto const* const serve = std::get_if<Serve>(&route.serve))
     {
-        try
-        {
-            (*later)(std::move(call), reply);
-        }
-        catch (Problem const& problem)
-        {
-            reply(answer_of(problem));
-        }
+        reply(answered([&] { return (*serve)(call); }));
         return;
     }
-    reply(served(std::get<Serve>(route.serve), call));
+    try
+    {
+        std::get<ServeLater>(route.serve)(std::move(call), reply);
+    }
+    catch (...)
+    {
+        // What could not be taken over is answered here.
+        reply(answered([]() -> Response { throw; }));
+    }
 }
 
 void run(Route const& route, Call call, Reply reply)

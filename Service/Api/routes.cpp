@@ -22,14 +22,14 @@ constexpr Parameter key{"Idempotency-Key", true, "the client's own name for this
 
 /// One table of what there is and who may: the dispatch, the rights and the description of the API are made of it.
 std::vector<Route> const routes{
-    {"POST", "/session", Anybody(), BodyKind::Json, Runs::AtOnce, &post_session, "Sign in", {}, {201}},
+    {"POST", "/session", Anybody(), BodyKind::Json, Runs::Aside, &post_session, "Sign in", {}, {201}},
     {"GET", "/session", SignedIn(), BodyKind::None, Runs::AtOnce, &get_session, "Who is signed in"},
     {"DELETE", "/session", SignedIn(), BodyKind::None, Runs::AtOnce, &delete_session, "Sign out", {}, {204}},
     {"PUT",
      "/session/password",
      SignedIn(),
      BodyKind::Json,
-     Runs::AtOnce,
+     Runs::Aside,
      &put_password,
      "Change one's own password: {\"old\", \"new\"}",
      {},
