@@ -80,11 +80,7 @@ try_unit()
     expect 0 "" inside systemd-analyze verify --man=no ravik@line.service
     # From 0, shut off from everything, to 100.
     expect 0 "" inside systemd-analyze security --offline=yes --threshold=20 ravik@line.service
-    if inside ravik help serve >/dev/null 2>&1; then
-        "$here/run_unit.py" "$root" ravik@.service line
-    else
-        echo "The unit's command line was not run: this program has no 'serve' yet." >&2
-    fi
+    "$here/run_unit.py" "$root" ravik@.service line
 }
 
 try_removal()

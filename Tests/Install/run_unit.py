@@ -70,25 +70,25 @@ class Filter:
                     ("value", ctypes.c_uint64), ("unused", ctypes.c_uint64)]
 
     def __init__(self, calls, families):
-        self.library = ctypes.CDLL("libseccomp.so.2", use_errno=True)
-        self.library.seccomp_init.restype = ctypes.c_void_p
-        self.context = ctypes.c_void_p(self.library.seccomp_init(ctypes.c_uint32(self.REFUSE)))
+        self.seccomp = ctypes.CDLL("libseccomp.so.2", use_errno=True)
+        self.seccomp.seccomp_init.restype = ctypes.c_void_p
+        self.context = ctypes.c_void_p(self.seccomp.seccomp_init(ctypes.c_uint32(self.REFUSE)))
         for call in sorted(calls - {"socket"}):
             self.allow(call)
         for family in families:
             self.allow("socket", self.Comparison(0, self.EQUAL, getattr(socket, family), 0))
 
     def allow(self, call, *comparisons):
-        number = self.library.seccomp_syscall_resolve_name(call.encode())
+        number = self.seccomp.seccomp_syscall_resolve_name(call.encode())
         # Calls of other processors have no number here, or one that is none.
         if number >= 0:
             given = (self.Comparison * len(comparisons))(*comparisons)
-            if self.library.seccomp_rule_add_array(self.context, self.ALLOW, number, len(comparisons), given) != 0:
+            if self.seccomp.seccomp_rule_add_array(self.context, self.ALLOW, number, len(comparisons), given) != 0:
                 fail(f"the call {call} can't be allowed")
 
     def load(self):
         """With it goes the right to gain any by running a program, as with NoNewPrivileges=."""
-        if self.library.seccomp_load(self.context) != 0:
+        if self.seccomp.seccomp_load(self.context) != 0:
             raise OSError("the filter can't be loaded")
 
 
