@@ -153,7 +153,7 @@ void run(Route const& route, Call call, Reply reply)
 {
     if (route.runs == Runs::AtOnce)
     {
-        serve_now_or_later(route, std::move(call), std::move(reply));
+        serve_now_or_later(route, std::move(call), reply);
         return;
     }
     auto const [lane, size] = place_of(route.runs);

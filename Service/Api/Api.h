@@ -16,8 +16,8 @@ struct ApiSettings
 {
     /// The host names that requests may be for besides those of loopback, in lower case.
     std::vector<std::string> names{};
-    std::size_t body = 1024 * 1024;
-    std::size_t import = 64 * 1024 * 1024;
+    std::size_t body = std::size_t{1} << 20U;
+    std::size_t import = std::size_t{64} << 20U;
 };
 
 /// Judges requests and has them served: is it for this host, is there such a route, who asks, may he, does the body

@@ -13,7 +13,7 @@ namespace
 {
 
 /// Together.
-constexpr std::size_t most_bytes = 16 * 1024 * 1024;
+constexpr std::size_t most_bytes = std::size_t{16} << 20U;
 
 /// Whether both are one value with its copy: they share their entries.
 bool is_same(Value const& left, Value const& right)

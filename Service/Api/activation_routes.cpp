@@ -13,7 +13,6 @@
 namespace Ravik::Service
 {
 
-using RavikSrv::ErrorValue;
 using RavikSrv::Value;
 using RavikSrv::ValueType;
 

@@ -10,7 +10,6 @@
 namespace Ravik::Service
 {
 
-using RavikSrv::ErrorValue;
 using RavikSrv::Value;
 using RavikSrv::ValueType;
 

@@ -11,6 +11,8 @@
 
 #include "api_helper.h"
 
+#include <utility>
+
 namespace Ravik::Service
 {
 
@@ -98,8 +100,8 @@ void check_entry(Kind const& kind, std::string const& path, Value const& entry)
         throw Problem{.status = 422,
                       .code = "TYPE_MISMATCH",
                       .detail = kind.kind == EntryKind::Recipe
-                                    ? "this is no recipe: it has neither \"recipeTypeName\" nor \"values\""
-                                    : "this is no recipe type: it has no \"members\""};
+                                    ? R"(this is no recipe: it has neither "recipeTypeName" nor "values")"
+                                    : R"(this is no recipe type: it has no "members")"};
     }
 }
 
@@ -221,7 +223,7 @@ Response post_folder(Call& call)
         problem.current = Value();
         problem.fields.clear();
         problem.detail = "'" + call.required("name") + "' is there already";
-        throw problem;
+        throw Problem(std::move(problem));
     }
     return edit_answer(report, 201, {{"ETag", '"' + entry_tag(Value(ValueType::Map)) + '"'}});
 }
@@ -241,7 +243,8 @@ Response post_move(Call& call)
         {
             throw Problem{.status = 422,
                           .code = "REQUIRED_FIELD",
-                          .detail = std::string("\"") + name + "\" has to be a full path, such as recipeList::Bread",
+                          .detail =
+                              std::string(R"(")") + name + R"(" has to be a full path, such as recipeList::Bread)",
                           .errors = {{std::string("/") + name, "a path is missing"}}};
         }
         return value;

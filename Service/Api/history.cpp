@@ -11,8 +11,6 @@
 namespace Ravik::Service
 {
 
-using RavikSrv::Value;
-
 namespace
 {
 

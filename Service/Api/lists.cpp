@@ -17,7 +17,6 @@
 namespace Ravik::Service
 {
 
-using RavikSrv::ErrorValue;
 using RavikSrv::Value;
 using RavikSrv::ValueType;
 

@@ -4,6 +4,7 @@
 #include "Api/resources.h"
 #include "Api/values.h"
 
+#include <array>
 #include <chrono>
 
 namespace Ravik::Service
@@ -64,7 +65,7 @@ std::string text_in(Value const& body, char const* name)
     {
         throw Problem{.status = 422,
                       .code = "REQUIRED_FIELD",
-                      .detail = '"' + std::string(name) + "\" has to be a text",
+                      .detail = '"' + std::string(name) + R"(" has to be a text)",
                       .errors = {{std::string("/") + name, "a text is missing"}}};
     }
     return text;
@@ -128,11 +129,11 @@ void check(AccessRefusal const& refusal)
         unsigned status;
         char const* code;
     };
-    constexpr Status statuses[] = {{Kind::Exists, 409, "UNIQUE"},
-                                   {Kind::Unknown, 404, "ENTRY_NOT_FOUND"},
-                                   {Kind::LastAdmin, 409, "LAST_ADMIN"},
-                                   {Kind::Unfit, 422, "INVALID_PARAMETER"},
-                                   {Kind::Storage, 507, "STORAGE"}};
+    constexpr std::array<Status, 5> statuses{{{Kind::Exists, 409, "UNIQUE"},
+                                              {Kind::Unknown, 404, "ENTRY_NOT_FOUND"},
+                                              {Kind::LastAdmin, 409, "LAST_ADMIN"},
+                                              {Kind::Unfit, 422, "INVALID_PARAMETER"},
+                                              {Kind::Storage, 507, "STORAGE"}}};
     for (auto const& each : statuses)
     {
         if (each.kind == refusal.kind)
@@ -208,7 +209,7 @@ std::optional<std::chrono::days> days_in(Value const& body)
     {
         throw Problem{.status = 422,
                       .code = "RANGE_MISMATCH",
-                      .detail = "\"expires\" is a number of days from 1 to 36500",
+                      .detail = R"("expires" is a number of days from 1 to 36500)",
                       .errors = {{"/expires", "not a number of days"}}};
     }
     return std::chrono::days(days);
@@ -263,8 +264,7 @@ Response put_user(Call& call)
     auto const body = call.object();
     if (!body["role"].isset() && !body["password"].isset())
     {
-        throw Problem{
-            .status = 422, .code = "REQUIRED_FIELD", .detail = "a user is given a \"role\" or a \"password\""};
+        throw Problem{.status = 422, .code = "REQUIRED_FIELD", .detail = R"(a user is given a "role" or a "password")"};
     }
     auto& users = call.parts.access.users();
     if (body["role"].isset())

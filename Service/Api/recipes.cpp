@@ -6,6 +6,7 @@
 #include "Configuration/tree.h"
 
 #include <map>
+#include <utility>
 
 namespace Ravik::Service
 {
@@ -26,7 +27,7 @@ std::vector<std::string> to_update(Call const& call)
     {
         throw Problem{.status = 422,
                       .code = "INVALID_PARAMETER",
-                      .detail = "an update takes one of \"recipe\" (a name), \"type\" (a name) and \"all\": true"};
+                      .detail = R"(an update takes one of "recipe" (a name), "type" (a name) and "all": true)"};
     }
     if (body["recipe"].isset())
     {
@@ -161,7 +162,7 @@ Response saved_answer(SaveReport const& report)
         problem.status = report.read_failed && problem.status == 422 ? 502 : problem.status;
         problem.members = Value(ValueType::Map);
         problem.members.insert("rows", value_rows(report.rows));
-        throw problem;
+        throw Problem(std::move(problem));
     }
     std::map<ValueState, long> found{{ValueState::Saved, 0}, {ValueState::Same, 0}};
     for (auto const& row : report.rows)

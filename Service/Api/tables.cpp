@@ -12,6 +12,8 @@
 
 #include <charconv>
 
+#include <utility>
+
 namespace Ravik::Service
 {
 
@@ -136,7 +138,7 @@ template <typename Import, typename Place>
                 {.pointer = report.place.line == 0 ? report.path : text_of(report.place), .detail = report.text});
         }
     }
-    throw problem;
+    throw Problem(std::move(problem));
 }
 
 Response imported(EditReport const& report)
