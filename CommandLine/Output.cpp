@@ -1,12 +1,13 @@
 #include "Output.h"
 
-#include "rows.h"
 #include "text_file.h"
 #include "text_width.h"
 
 #include "Json/Json.h"
 
 #include "api_helper.h"
+
+#include "Project/report_values.h"
 
 #include <boost/algorithm/string.hpp>
 

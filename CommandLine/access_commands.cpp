@@ -4,7 +4,8 @@
 #include "commands.h"
 #include "password_input.h"
 #include "recipe_names.h"
-#include "rows.h"
+
+#include "Project/report_values.h"
 
 #include "Access/UserFile.h"
 #include "Access/obstacles.h"

@@ -3,7 +3,8 @@
 #include "Progress.h"
 #include "function_answer.h"
 #include "recipe_names.h"
-#include "rows.h"
+
+#include "Project/report_values.h"
 
 #include <algorithm>
 
@@ -28,14 +29,9 @@ void print_lines(std::vector<std::string> const& lines, Output& output)
 Answer partial_answer(Invocation& invocation, ActiveReport const& report)
 {
     auto answer = recipe_answer(report);
-    Value unread(ValueType::Vector);
     for (auto const& [recipe, text] : report.unread)
     {
         answer.messages.push_back(std::string(recipe).append(": ").append(text));
-        Value entry;
-        entry.insert("recipe", text_value(recipe));
-        entry.insert("text", text_value(text));
-        unread << entry;
         hint_at_unknown_recipe(invocation, recipe);
     }
     print_lines(report.active, invocation.output());
@@ -46,7 +42,7 @@ Answer partial_answer(Invocation& invocation, ActiveReport const& report)
     }
     answer.value = Value(ValueType::Map);
     answer.value.insert("active", text_values(report.active));
-    answer.value.insert("unread", unread);
+    answer.value.insert("unread", value_of(report.unread));
     return answer;
 }
 

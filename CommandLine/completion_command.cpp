@@ -3,7 +3,8 @@
 #include "access_commands.h"
 #include "completion_line.h"
 #include "recipe_names.h"
-#include "rows.h"
+
+#include "Project/report_values.h"
 
 #include "Configuration/Entry.h"
 

@@ -25,21 +25,6 @@ Value count_value(Value const& configuration)
     return counts;
 }
 
-Value findings_value(std::vector<Finding> const& findings)
-{
-    Value value(RavikSrv::ValueType::Vector);
-    for (auto const& finding : findings)
-    {
-        Value entry;
-        entry.insert("path", Value(std::string_view(finding.path)));
-        entry.insert("kind", Value(to_text(finding.kind)));
-        entry.insert("text", Value(std::string_view(finding.text)));
-        entry.insert("note", finding.is_note());
-        value << entry;
-    }
-    return value;
-}
-
 void print_findings(std::vector<Finding> const& findings, Output& output)
 {
     for (auto const notes : {false, true})

@@ -16,9 +16,6 @@ std::string with_path(std::string const& path, std::string const& text);
 /// How many recipe types and recipes a configuration holds, as the value of an answer.
 RavikSrv::Value count_value(RavikSrv::Value const& configuration);
 
-/// Findings as the value of an answer: path, kind, text and whether it is a note.
-RavikSrv::Value findings_value(std::vector<Finding> const& findings);
-
 /// Prints the findings, a line each, the notes last.
 void print_findings(std::vector<Finding> const& findings, Output& output);
 

@@ -7,6 +7,7 @@
 #include "text_width.h"
 
 #include "Configuration/configuration_keys.h"
+#include "Project/report_values.h"
 #include "Json/Json.h"
 
 namespace Ravik::CommandLine
@@ -129,7 +130,7 @@ Answer check(Invocation& invocation)
         return answer;
     }
     auto const findings = invocation.project().check(domain);
-    answer.value = findings_value(findings);
+    answer.value = value_of(findings);
     print_findings(findings, invocation.output());
     auto const faults = static_cast<std::size_t>(
         std::count_if(findings.begin(), findings.end(), [](Finding const& finding) { return !finding.is_note(); }));

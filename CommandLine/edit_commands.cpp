@@ -6,6 +6,7 @@
 #include "recipe_names.h"
 #include "text_file.h"
 
+#include "Project/report_values.h"
 #include "Json/Json.h"
 
 #include "api_helper.h"
@@ -36,21 +37,6 @@ Value read_json(std::string const& file)
     }
 }
 
-/// The steps of a cascade as the value of an answer: what was written and what was removed.
-Value cascade_value(std::vector<Touched> const& cascade)
-{
-    Value written(ValueType::Vector);
-    Value removed(ValueType::Vector);
-    for (auto const& step : cascade)
-    {
-        (step.removed ? removed : written) << Value(std::string_view(step.path));
-    }
-    Value value;
-    value.insert("written", written);
-    value.insert("removed", removed);
-    return value;
-}
-
 void print_cascade(Invocation const& invocation, std::vector<Touched> const& cascade)
 {
     auto const only_rehearsed = invocation.has(Option::dry_run);
@@ -71,7 +57,7 @@ void add_warnings(Invocation const& invocation, EditReport const& report, Value&
     }
     if (!report.warnings.empty())
     {
-        value.insert("warnings", findings_value(report.warnings));
+        value.insert("warnings", value_of(report.warnings));
     }
 }
 
@@ -89,7 +75,7 @@ Answer edit_answer(Invocation& invocation, EditReport const& report, std::string
     auto answer = configuration_answer(report);
     if (report.made || dry_run)
     {
-        answer.value = cascade_value(report.cascade);
+        answer.value = value_of(report.cascade);
         print_cascade(invocation, report.cascade);
         add_warnings(invocation, report, answer.value);
     }

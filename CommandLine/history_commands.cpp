@@ -6,7 +6,6 @@
 #include "activation_answer.h"
 #include "configuration_answer.h"
 #include "recipe_names.h"
-#include "rows.h"
 #include "text_width.h"
 
 #include "History/quantities.h"
@@ -14,6 +13,8 @@
 #include "Json/Json.h"
 
 #include "api_helper.h"
+
+#include "Project/report_values.h"
 
 #include <charconv>
 #include <map>
@@ -91,27 +92,13 @@ Cell outcome_cell(HistoryRecord const& record)
     return {record.outcome, colour};
 }
 
-Value record_value(HistoryRecord const& record)
-{
-    Value value;
-    value.insert("id", Value(record.id));
-    value.insert("time", text_value(record.time));
-    value.insert("who", text_value(record.who));
-    value.insert("action", text_value(record.action));
-    value.insert("asked", text_value(record.asked));
-    value.insert("outcome", text_value(record.outcome));
-    value.insert("text", text_value(record.text));
-    value.insert("note", text_value(record.note));
-    return value;
-}
-
 Value list_value(std::vector<HistoryRecord> const& records)
 {
     Value rows(ValueType::Vector);
     std::map<std::string, long> outcomes;
     for (auto const& record : records)
     {
-        rows << record_value(record);
+        rows << value_of(record);
         ++outcomes[record.outcome];
     }
     Value counts(ValueType::Map);
@@ -184,20 +171,6 @@ void print_record(HistoryRecord const& record, Output& output)
     }
 }
 
-Value reverted_value(EditReport const& report)
-{
-    Value written(ValueType::Vector);
-    Value removed(ValueType::Vector);
-    for (auto const& place : report.cascade)
-    {
-        (place.removed ? removed : written) << text_value(place.path);
-    }
-    Value value;
-    value.insert("written", written);
-    value.insert("removed", removed);
-    return value;
-}
-
 /// The answer to a revert that was refused: every place at fault is a message.
 Answer refused_answer(EditReport const& report)
 {
@@ -233,8 +206,7 @@ Answer history_show(Invocation& invocation)
     if (outcome.succeeded())
     {
         auto const& record = outcome.records.front();
-        answer.value = record_value(record);
-        answer.value.insert("body", record.body);
+        answer.value = value_of(record);
         print_record(record, invocation.output());
     }
     return answer;
@@ -286,7 +258,7 @@ Answer revert(Invocation& invocation)
         return refused_answer(report);
     }
     auto answer = configuration_answer(report);
-    answer.value = reverted_value(report);
+    answer.value = value_of(report.cascade);
     auto& output = invocation.output();
     for (auto const& place : report.cascade)
     {

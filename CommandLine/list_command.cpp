@@ -5,13 +5,14 @@
 #include "function_answer.h"
 #include "path_hint.h"
 #include "recipe_names.h"
-#include "rows.h"
 
 #include "Configuration/Entry.h"
 #include "Configuration/tree.h"
 
 #include "algorithm_helper.h"
 #include "api_helper.h"
+
+#include "Project/report_values.h"
 
 #include <boost/algorithm/string/predicate.hpp>
 

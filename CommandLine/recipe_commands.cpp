@@ -3,7 +3,8 @@
 #include "Table.h"
 #include "function_answer.h"
 #include "recipe_names.h"
-#include "rows.h"
+
+#include "Project/report_values.h"
 
 #include "Json/Json.h"
 
@@ -59,7 +60,7 @@ Answer read(Invocation& invocation)
     auto answer = recipe_answer(report);
     if (report.succeeded())
     {
-        auto const rows = value_rows(
+        auto const rows = rows_of(
             report.rows, {ValueState::Same, ValueState::Differs, ValueState::NestedRecipe, ValueState::NoMember});
         print_compared(report.rows, rows, invocation.output());
         answer.value = rows.value();
@@ -67,7 +68,7 @@ Answer read(Invocation& invocation)
     else
     {
         print_unread(report.rows, invocation.output());
-        answer.value = value_rows(report.rows, {ValueState::Unread}).value();
+        answer.value = rows_of(report.rows, {ValueState::Unread}).value();
         hint_at_unknown_recipe(invocation, name);
     }
     return answer;

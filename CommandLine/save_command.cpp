@@ -4,7 +4,8 @@
 #include "configuration_answer.h"
 #include "function_answer.h"
 #include "recipe_names.h"
-#include "rows.h"
+
+#include "Project/report_values.h"
 
 #include "Json/Json.h"
 
@@ -58,7 +59,7 @@ Answer save(Invocation& invocation)
     auto answer = configuration_answer(report);
     if (answer.result == 0)
     {
-        auto const rows = value_rows(report.rows, {ValueState::Saved, ValueState::Same});
+        auto const rows = rows_of(report.rows, {ValueState::Saved, ValueState::Same});
         print_saved(report.rows, invocation.output());
         answer.value = rows.value();
         invocation.output().print("Saved " + target + ": " + counted(rows.count(name_of(ValueState::Saved)), "value") +

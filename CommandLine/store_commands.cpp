@@ -2,7 +2,8 @@
 
 #include "configuration_answer.h"
 #include "recipe_names.h"
-#include "rows.h"
+
+#include "Project/report_values.h"
 
 #include "Client/RemoteProject.h"
 #include "Project/project_store.h"

@@ -4,7 +4,8 @@
 #include "Table.h"
 #include "function_answer.h"
 #include "recipe_names.h"
-#include "rows.h"
+
+#include "Project/report_values.h"
 
 #include <boost/algorithm/string/join.hpp>
 
@@ -16,64 +17,48 @@ namespace Ravik::CommandLine
 namespace
 {
 
-using RavikSrv::Value;
-
-/// What became of recipes as it is printed and told.
-class Updates
+/// Prints what became of recipes; what failed is told behind the table.
+void print(UpdateReport const& report, Rows const& rows, Output& output)
 {
-public:
-    explicit Updates(Invocation& invocation) : m_invocation(invocation) {}
-
-    void add(UpdateRow const& updated)
+    Table table({"RECIPE", "STATE", "CHANGES"});
+    for (auto const& row : report.rows)
     {
-        std::string const state = name_of(updated.state);
-        auto const colour = updated.state == UpdateState::Failed    ? Colour::red
-                            : updated.state == UpdateState::Updated ? Colour::green
-                                                                    : Colour::none;
-        // A change a line; what failed is told behind the table.
-        m_table.add({{updated.recipe}, {state, colour}, {updated.info.empty() ? std::string() : updated.info.front()}});
-        for (std::size_t index = 1; index < updated.info.size(); ++index)
+        auto const colour = row.state == UpdateState::Failed    ? Colour::red
+                            : row.state == UpdateState::Updated ? Colour::green
+                                                                : Colour::none;
+        // A change a line.
+        table.add({{row.recipe}, {name_of(row.state), colour}, {row.info.empty() ? std::string() : row.info.front()}});
+        for (std::size_t index = 1; index < row.info.size(); ++index)
         {
-            m_table.add({{""}, {""}, {updated.info[index]}});
-        }
-        Value row;
-        row.insert("recipe", text_value(updated.recipe));
-        row.insert("state", text_value(state));
-        row.insert("text", text_value(updated.text));
-        row.insert("info", text_values(updated.info));
-        m_rows.add(row);
-        if (updated.state == UpdateState::Failed)
-        {
-            hint_at_unknown_recipe(m_invocation, updated.recipe);
-            m_failures.push_back(updated.recipe + ": " + updated.text);
-            m_first = m_first ? m_first : recipe_answer(updated);
+            table.add({{""}, {""}, {row.info[index]}});
         }
     }
+    table.print(output);
+    auto const failed = rows.count(name_of(UpdateState::Failed));
+    output.print(counted(rows.count(), "recipe") + ": " + std::to_string(rows.count(name_of(UpdateState::Updated))) +
+                 " updated, " + std::to_string(rows.count(name_of(UpdateState::Same))) + " that fit already" +
+                 (failed == 0 ? "." : ", " + std::to_string(failed) + " failed."));
+}
 
-    Answer answer()
+/// The answer is that of the first one that failed.
+Answer update_answer(Invocation& invocation, UpdateReport const& report)
+{
+    std::optional<Answer> first;
+    std::vector<std::string> failures;
+    for (auto const& row : report.rows)
     {
-        auto const count = [this](UpdateState state) { return m_rows.count(name_of(state)); };
-        auto const updated = count(UpdateState::Updated);
-        auto const same = count(UpdateState::Same);
-        auto& output = m_invocation.output();
-        m_table.print(output);
-        output.print(counted(updated + same + m_failures.size(), "recipe") + ": " + std::to_string(updated) +
-                     " updated, " + std::to_string(same) + " that fit already" +
-                     (m_failures.empty() ? "." : ", " + std::to_string(m_failures.size()) + " failed."));
-        auto answer = m_first.value_or(Answer());
-        answer.messages = m_failures;
-        answer.text = boost::join(m_failures, "; ");
-        answer.value = m_rows.value();
-        return answer;
+        if (row.state == UpdateState::Failed)
+        {
+            hint_at_unknown_recipe(invocation, row.recipe);
+            failures.push_back(row.recipe + ": " + row.text);
+            first = first ? first : recipe_answer(row);
+        }
     }
-
-private:
-    Invocation& m_invocation;
-    Table m_table{{"RECIPE", "STATE", "CHANGES"}};
-    Rows m_rows{{name_of(UpdateState::Updated), name_of(UpdateState::Same), name_of(UpdateState::Failed)}};
-    std::vector<std::string> m_failures;
-    std::optional<Answer> m_first;
-};
+    auto answer = first.value_or(Answer());
+    answer.messages = failures;
+    answer.text = boost::join(failures, "; ");
+    return answer;
+}
 
 /// The recipes to update.
 std::vector<std::string> requested(Invocation& invocation)
@@ -101,12 +86,11 @@ Answer update(Invocation& invocation)
                 .progress = [&progress](std::size_t done, std::size_t total) { progress.show(done, total); },
                 .stop = nullptr});
     progress.clear();
-    Updates updates(invocation);
-    for (auto const& row : report.rows)
-    {
-        updates.add(row);
-    }
-    return updates.answer();
+    auto const rows = rows_of(report.rows);
+    print(report, rows, invocation.output());
+    auto answer = update_answer(invocation, report);
+    answer.value = rows.value();
+    return answer;
 }
 
 } // namespace Ravik::CommandLine
