@@ -2,6 +2,7 @@
 
 #include "Api/events.h"
 #include "Api/problem.h"
+#include "Http/forwarding.h"
 
 #include <boost/algorithm/string/case_conv.hpp>
 #include <boost/algorithm/string/predicate.hpp>
@@ -24,9 +25,10 @@ std::string without_port(std::string_view host)
     return boost::algorithm::to_lower_copy(std::string(name));
 }
 
+/// "127.0.0.1.somewhere" is a name like any other, which somebody else's name server may lead here.
 bool is_loopback(std::string const& name)
 {
-    return name == "localhost" || name == "::1" || (name.starts_with("127.") && name.size() <= 15);
+    return name == "localhost" || name == "::1" || (name.starts_with("127.") && !plain_address(name).empty());
 }
 
 bool writes(Route const& route)
