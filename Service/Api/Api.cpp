@@ -180,20 +180,22 @@ std::string cookie_name(std::uint16_t port)
 
 Admission Api::admit(RequestHead const& request)
 {
+    std::string who;
     try
     {
-        return admitted(request);
+        return admitted(request, who);
     }
     catch (Problem const& problem)
     {
         m_parts.metrics.count(problem.status);
         Admission refused;
+        refused.who = who;
         refused.refusal = answer_of(problem);
         return refused;
     }
 }
 
-Admission Api::admitted(RequestHead const& request)
+Admission Api::admitted(RequestHead const& request, std::string& who)
 {
     check_host(request);
     auto const head = request.method == "HEAD";
@@ -221,6 +223,8 @@ Admission Api::admitted(RequestHead const& request)
         fail(401, "UNAUTHORIZED", "sign in: POST " + std::string(api_root) + "/session, or send a token as a bearer",
              {{"WWW-Authenticate", "Bearer"}});
     }
+    // A cookie alone proves nobody, and takes up nobody's connections.
+    who = caller.is_unproven ? std::string() : caller.who;
     check_origin(request, route);
     check_right(caller, route);
 

@@ -40,7 +40,8 @@ private:
     Caller identify(RequestHead const& request) const;
     static void check_right(Caller const& caller, Route const& route);
     std::size_t check_body(RequestHead const& request, Route const& route) const;
-    Admission admitted(RequestHead const& request);
+    /// `who` is who asks, once that is known.
+    Admission admitted(RequestHead const& request, std::string& who);
 
     Parts& m_parts;
     ApiSettings m_settings;
