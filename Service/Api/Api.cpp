@@ -92,6 +92,28 @@ bool is_taken(BodyKind kind, std::string const& type)
     return false;
 }
 
+/// What the listener's failures are called.
+char const* failure_code(unsigned status)
+{
+    switch (status)
+    {
+    case 408:
+        return "TIMEOUT";
+    case 413:
+        return "REQUEST_TOO_LARGE";
+    case 417:
+        return "EXPECTATION_FAILED";
+    case 426:
+        return "UPGRADE_REQUIRED";
+    case 431:
+        return "HEADER_TOO_LARGE";
+    case 500:
+        return "UNEXPECTED";
+    default:
+        return "BAD_REQUEST";
+    }
+}
+
 [[noreturn]] void fail(unsigned status, std::string code, std::string detail, Fields fields = {})
 {
     throw Problem{.status = status, .code = std::move(code), .detail = std::move(detail), .fields = std::move(fields)};
@@ -261,7 +283,7 @@ Response Api::failure(unsigned status, std::string const& detail)
 {
     m_parts.metrics.count(status);
     return answer_of(status == 503 ? too_busy(detail)
-                                   : Problem{.status = status, .code = "BAD_REQUEST", .detail = detail});
+                                   : Problem{.status = status, .code = failure_code(status), .detail = detail});
 }
 
 void Api::check_host(RequestHead const& request) const
