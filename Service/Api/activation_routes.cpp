@@ -95,7 +95,7 @@ Wish wish_of(Call const& call)
               .recipe = recipe_in(body),
               .hash = {},
               .note = text_in(body, "note"),
-              .verify = !body["verify"].isset() || body["verify"].get_bool(),
+              .verify = flag_in(body, "verify", true),
               .is_async = boost::icontains(call.field("prefer"), "respond-async")};
     if (!wish.verify && !may(call.caller.role, Right::Edit))
     {
@@ -457,8 +457,8 @@ void post_revert(Call call, Reply reply)
 {
     auto const record = record_of(call, number_of(call));
     auto const body = call.object();
-    auto const dry_run = body["dryRun"].get_bool();
-    auto const force = body["force"].get_bool();
+    auto const dry_run = flag_in(body, "dryRun");
+    auto const force = flag_in(body, "force");
     auto const note = text_in(body, "note");
     auto const is_activation = !record.has_places() && record.body["rows"].type() == ValueType::Vector;
     auto const is_plain = is_activation && record.action != Action::symbol && !force;

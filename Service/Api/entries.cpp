@@ -251,7 +251,7 @@ Response post_move(Call& call)
     };
     auto const from = text("from");
     auto const to = text("to");
-    auto const dry_run = body["dryRun"].get_bool();
+    auto const dry_run = flag_in(body, "dryRun");
     MoveOptions options{.dry_run = dry_run, .origin = origin_of(call), .condition = {}};
     if (!dry_run)
     {

@@ -23,7 +23,7 @@ std::vector<std::string> to_update(Call const& call)
 {
     auto const body = call.object();
     auto const ways = (body["recipe"].isset() ? 1 : 0) + (body["type"].isset() ? 1 : 0) + (body["all"].isset() ? 1 : 0);
-    if (ways != 1 || (body["all"].isset() && !body["all"].get_bool()))
+    if (ways != 1 || (body["all"].isset() && !flag_in(body, "all")))
     {
         throw Problem{.status = 422,
                       .code = "INVALID_PARAMETER",

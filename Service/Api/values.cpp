@@ -1,5 +1,7 @@
 #include "Api/values.h"
 
+#include "Api/problem.h"
+
 namespace Ravik::Service
 {
 
@@ -19,6 +21,19 @@ Value text_values(std::vector<std::string> const& texts)
         list << text_value(text);
     }
     return list;
+}
+
+bool flag_in(Value const& body, char const* name, bool otherwise)
+{
+    auto const& value = body[name];
+    if (value.isset() && value.type() != ValueType::Bool)
+    {
+        throw Problem{.status = 422,
+                      .code = "TYPE_MISMATCH",
+                      .detail = '"' + std::string(name) + "\" is true or false",
+                      .errors = {{std::string("/") + name, "neither true nor false"}}};
+    }
+    return value.isset() ? value.get_bool() : otherwise;
 }
 
 Value touched_value(std::vector<Touched> const& places)
