@@ -68,7 +68,8 @@ Condition required_condition(Call const& call)
 Problem problem_of(EditReport const& report)
 {
     auto problem = problem_of(report.error, report.text, report.path);
-    if (report.condition_failed)
+    // What is gone is not there, for whoever has a tag of it too.
+    if (report.condition_failed && report.error != RavikSrv::ErrorValue::ENTRY_NOT_FOUND)
     {
         problem.status = 412;
         problem.current = report.value;
