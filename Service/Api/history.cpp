@@ -18,7 +18,7 @@ HistoryFilter filter_of(Call const& call)
 {
     HistoryFilter filter;
     filter.recipe = call.parameter("recipe");
-    filter.who = call.parameter("who");
+    filter.who = who_in(call.parameter("who"));
     auto const since = call.parameter("since");
     if (!since.empty())
     {

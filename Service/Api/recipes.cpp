@@ -104,7 +104,7 @@ Value last_activation(Project& project, std::string const& recipe)
     value.insert("recipe", text_value(recipe));
     auto const is_known = found.succeeded() && !found.records.empty();
     value.insert("since", is_known ? text_value(found.records.front().time) : Value());
-    value.insert("by", is_known ? text_value(found.records.front().who) : Value());
+    value.insert("by", is_known ? text_value(who_text(found.records.front().who)) : Value());
     return value;
 }
 

@@ -8,6 +8,13 @@ namespace Ravik::Service
 using RavikSrv::Value;
 using RavikSrv::ValueType;
 
+namespace
+{
+
+constexpr char const* account_prefix = "account:";
+
+} // namespace
+
 Value text_value(std::string_view text)
 {
     return Value(text);
@@ -60,12 +67,22 @@ Value finding_value(Finding const& finding)
     return value;
 }
 
+std::string who_text(std::string const& who)
+{
+    return who.empty() || who.find(':') != std::string::npos ? who : account_prefix + who;
+}
+
+std::string who_in(std::string const& text)
+{
+    return text.starts_with(account_prefix) ? text.substr(std::string_view(account_prefix).size()) : text;
+}
+
 Value record_value(HistoryRecord const& record)
 {
     Value value(ValueType::Map);
     value.insert("id", Value(record.id));
     value.insert("time", text_value(record.time));
-    value.insert("who", text_value(record.who));
+    value.insert("who", text_value(who_text(record.who)));
     value.insert("action", text_value(record.action));
     value.insert("asked", text_value(record.asked));
     value.insert("outcome", text_value(record.outcome));

@@ -19,6 +19,11 @@ bool flag_in(RavikSrv::Value const& body, char const* name, bool otherwise = fal
 RavikSrv::Value touched_value(std::vector<Touched> const& places);
 /// {"kind", "path", "text", "note"}
 RavikSrv::Value finding_value(Finding const& finding);
+/// Who did something as the API tells it: "user:anna", "token:panel"; whoever uses the command line is an account of
+/// the machine, "account:root".
+std::string who_text(std::string const& who);
+/// The same read back.
+std::string who_in(std::string const& text);
 /// Without the body.
 RavikSrv::Value record_value(HistoryRecord const& record);
 
