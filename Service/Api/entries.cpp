@@ -110,8 +110,8 @@ Response set_entry(Call& call, std::string const& path, Value const& entry, Cond
     auto const report =
         call.parts.project.set(domain(), path, entry, {.origin = origin_of(call), .condition = condition});
     auto const is_new = condition.kind == Condition::Kind::Absent;
-    auto const stored = call.parts.project.get(domain(), path).value;
-    return edit_answer(report, is_new ? 201 : 200, {{"ETag", '"' + entry_tag(stored) + '"'}});
+    // Of what was written, not of what stands there: by now that may be somebody else's, which this one has not seen.
+    return edit_answer(report, is_new ? 201 : 200, {{"ETag", '"' + entry_tag(entry) + '"'}});
 }
 
 Response put_entry(Call& call, Kind const& kind)
