@@ -53,7 +53,7 @@ Response get_history(Call& call)
     if (!page.cursor().empty())
     {
         auto const before = number_of(page.cursor());
-        if (!before)
+        if (!before || !call.parts.project.history_record(*before).succeeded())
         {
             page.fail_gone();
         }
