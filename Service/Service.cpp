@@ -141,6 +141,11 @@ public:
 
     std::string start_link()
     {
+        if (addresses().empty())
+        {
+            // It listens on the project's own socket alone.
+            return {};
+        }
         auto const token = m_access->make_start_token();
         return token ? addresses().front() + "#token=" + *token : std::string();
     }
