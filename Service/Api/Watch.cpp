@@ -68,20 +68,49 @@ void Watch::watch(Client* client, std::vector<std::string> symbols)
     // What both lists name goes on.
     std::for_each(symbols.begin(), symbols.end(), [this](std::string const& symbol) { add(symbol); });
     leave(client);
+    auto const now = steady_clock::now();
     auto& group = m_groups[key];
-    if (group.clients.empty())
+    if (group.clients.empty() && group.newcomers.empty())
     {
         group.symbols = std::move(symbols);
-        group.last_message = steady_clock::now();
+        group.last_message = now;
     }
     else
     {
         // The group counts as one watcher.
         std::for_each(symbols.begin(), symbols.end(), [this](std::string const& symbol) { drop(symbol); });
     }
-    group.clients.insert(client);
+    group.newcomers.emplace(client, now);
     m_group_of[client] = key;
-    client->send(message(group, nullptr));
+    poll_due(now);
+    greet(group, now);
+}
+
+/// Sends the newcomers their first message where every value is known by now, or they have waited long enough.
+void Watch::greet(Group& group, Time now)
+{
+    if (group.newcomers.empty())
+    {
+        return;
+    }
+    auto const is_complete = std::all_of(group.symbols.begin(), group.symbols.end(),
+                                         [this](std::string const& symbol) { return m_symbols.at(symbol).is_read; });
+    std::shared_ptr<std::string const> text;
+    for (auto newcomer = group.newcomers.begin(); newcomer != group.newcomers.end();)
+    {
+        auto const [client, since] = *newcomer;
+        if (is_complete || now - since + tick_time > longest_silence)
+        {
+            text = text ? text : message(group, nullptr);
+            newcomer = group.newcomers.erase(newcomer);
+            group.clients.insert(client);
+            client->send(text);
+        }
+        else
+        {
+            ++newcomer;
+        }
+    }
 }
 
 void Watch::leave(Client* client)
@@ -94,7 +123,8 @@ void Watch::leave(Client* client)
     auto const group = m_groups.find(key->second);
     m_group_of.erase(key);
     group->second.clients.erase(client);
-    if (group->second.clients.empty())
+    group->second.newcomers.erase(client);
+    if (group->second.clients.empty() && group->second.newcomers.empty())
     {
         for (auto const& symbol : group->second.symbols)
         {
@@ -109,6 +139,11 @@ void Watch::add(std::string const& name)
     auto& symbol = m_symbols[name];
     if (symbol.watchers++ > 0)
     {
+        auto const polled = m_domains.find(symbol.domain);
+        if (polled != m_domains.end() && !polled->second.is_good)
+        {
+            polled->second.due = steady_clock::now();
+        }
         return;
     }
     auto const domain = m_domain_of.find(name);
@@ -166,13 +201,7 @@ void Watch::ask(std::vector<std::string> const& domains)
 void Watch::tick()
 {
     auto const now = steady_clock::now();
-    for (auto& [name, domain] : m_domains)
-    {
-        if (!domain.symbols.empty() && !domain.is_polling && domain.due <= now)
-        {
-            poll(name, domain, now);
-        }
-    }
+    poll_due(now);
     tell_all(now);
     m_loop.after(std::min(tick_time, m_interval),
                  [self = m_self]
@@ -182,6 +211,17 @@ void Watch::tick()
                          (*self)->tick();
                      }
                  });
+}
+
+void Watch::poll_due(Time now)
+{
+    for (auto& [name, domain] : m_domains)
+    {
+        if (!domain.symbols.empty() && !domain.is_polling && domain.due <= now)
+        {
+            poll(name, domain, now);
+        }
+    }
 }
 
 void Watch::poll(std::string const& name, Domain& domain, Time now)
@@ -234,6 +274,10 @@ void Watch::take(std::string const& name, std::vector<std::string> const& names,
         domain.due = steady_clock::now() + domain.pause;
     }
     tell(changed);
+    for (auto& [key, watching] : m_groups)
+    {
+        greet(watching, when);
+    }
 }
 
 /// Returns whether there is something to tell of it.
@@ -288,6 +332,7 @@ void Watch::tell_all(Time now)
     std::set<std::string> const nothing;
     for (auto& [key, group] : m_groups)
     {
+        greet(group, now);
         if (is_news || now - group.last_message + tick_time > longest_silence)
         {
             auto const text = message(group, &nothing);

@@ -54,7 +54,8 @@ public:
     void start(Loop loop);
 
     /// From now on the client is sent what becomes of these symbols, and of nothing that it watched before: first a
-    /// message with all their values, then with what changes.
+    /// message with all their values, for which those that nobody watched are read (what takes longer than a second is
+    /// unknown there), then with what changes.
     void watch(Client* client, std::vector<std::string> symbols);
     void leave(Client* client);
 
@@ -95,10 +96,14 @@ private:
     {
         std::vector<std::string> symbols;
         std::set<Client*> clients;
+        /// Those who wait for their first message, and since when.
+        std::map<Client*, Time> newcomers;
         Time last_message;
     };
 
     void tick();
+    void poll_due(Time now);
+    void greet(Group& group, Time now);
     void poll(std::string const& name, Domain& domain, Time now);
     void take(std::string const& name, std::vector<std::string> const& names, ExecutedGroup const& group, Time when);
     bool take(Symbol& symbol, ExecutedCommand const& command, Time when);
