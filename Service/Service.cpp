@@ -177,7 +177,7 @@ public:
         m_http->drain();
         std::thread calls([this] { m_socket->stop(); });
         auto const deadline = std::chrono::steady_clock::now() + activations_end;
-        while (m_activations.running() > 0 && std::chrono::steady_clock::now() < deadline)
+        while (m_devices.writing() > 0 && std::chrono::steady_clock::now() < deadline)
         {
             std::this_thread::sleep_for(milliseconds(20));
         }

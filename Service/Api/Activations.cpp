@@ -69,6 +69,7 @@ void Activations::forget(Clock::time_point now)
 void Activations::begin(std::int64_t id, std::shared_ptr<RunningActivation> activation)
 {
     Lock const lock(m_mutex);
+    activation->stop = activation->stop || m_is_ending;
     m_running[id] = std::move(activation);
 }
 
@@ -94,6 +95,7 @@ std::size_t Activations::running() const
 void Activations::stop_all()
 {
     Lock const lock(m_mutex);
+    m_is_ending = true;
     for (auto const& [id, activation] : m_running)
     {
         activation->stop = true;

@@ -77,7 +77,7 @@ public:
     void end(std::int64_t id);
     std::shared_ptr<RunningActivation> find(std::int64_t id) const;
     std::size_t running() const;
-    /// Has all end before their next request to a device.
+    /// Has all end before their next request to a device, those that begin later included.
     void stop_all();
 
 private:
@@ -92,6 +92,7 @@ private:
     void forget(Clock::time_point now) RAVIK_REQUIRES(m_mutex);
 
     mutable RavikSrv::Mutex m_mutex;
+    bool m_is_ending RAVIK_GUARDED_BY(m_mutex) = false;
     std::map<std::int64_t, std::shared_ptr<RunningActivation>> m_running RAVIK_GUARDED_BY(m_mutex);
     std::map<Key, Entry> m_requests RAVIK_GUARDED_BY(m_mutex);
     /// When each was settled, the oldest first.

@@ -86,10 +86,16 @@ void DeviceWork::read(std::string const& who, std::vector<std::string> const& do
 void DeviceWork::write(std::vector<std::string> const& domains, Work work, Reply reply)
 {
     auto const refused = reply;
+    ++m_writing;
     auto const is_taken = m_lanes.post(lane_of(domains), device_lane,
-                                       [work = std::move(work), reply = std::move(reply)] { reply(answered(work)); });
+                                       [this, work = std::move(work), reply = std::move(reply)]
+                                       {
+                                           reply(answered(work));
+                                           --m_writing;
+                                       });
     if (!is_taken)
     {
+        --m_writing;
         refused(answer_of(lane_is_full()));
     }
 }

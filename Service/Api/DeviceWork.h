@@ -5,6 +5,7 @@
 
 #include "Mutex.h"
 
+#include <atomic>
 #include <cstddef>
 #include <deque>
 #include <functional>
@@ -32,6 +33,9 @@ public:
     /// The same for what writes, which waits for nobody's readings.
     void write(std::vector<std::string> const& domains, Work work, Reply reply);
 
+    /// How much of what writes was taken and has not ended.
+    std::size_t writing() const noexcept { return m_writing; }
+
 private:
     struct Job
     {
@@ -49,6 +53,7 @@ private:
     void end(std::string const& who);
 
     Lanes& m_lanes;
+    std::atomic<std::size_t> m_writing = 0;
     RavikSrv::Mutex m_mutex;
     /// Those who have something running.
     std::map<std::string, User> m_users RAVIK_GUARDED_BY(m_mutex);
