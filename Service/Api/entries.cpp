@@ -12,6 +12,7 @@
 #include "api_helper.h"
 
 #include <utility>
+#include <boost/algorithm/string/replace.hpp>
 
 namespace Ravik::Service
 {
@@ -105,10 +106,46 @@ void check_entry(Kind const& kind, std::string const& path, Value const& entry)
     }
 }
 
+/// A pointer's component.
+std::string escaped(std::string text)
+{
+    boost::replace_all(text, "~", "~0");
+    boost::replace_all(text, "/", "~1");
+    return text;
+}
+
+/// The field of the entry that a refusal is about, as far as its text names one: by a path inside the entry before a
+/// colon, or as "[Member]" behind what is wrong with a value.
+std::string pointer_of(EditReport const& report, Value const& entry)
+{
+    auto const& text = report.text;
+    if (text.starts_with(report.path + "::"))
+    {
+        auto const inside = text.substr(report.path.size(), text.find(": ") - report.path.size());
+        return boost::replace_all_copy(escaped(inside), "::", "/");
+    }
+    auto const bracket = text.rfind(" [");
+    if (bracket == std::string::npos || !text.ends_with(']'))
+    {
+        return {};
+    }
+    auto const member = text.substr(bracket + 2, text.size() - bracket - 3);
+    return entry[Key::values][member.c_str()].isset() ? '/' + std::string(Key::values) + '/' + escaped(member) : "";
+}
+
 Response set_entry(Call& call, std::string const& path, Value const& entry, Condition const& condition)
 {
     auto const report =
         call.parts.project.set(domain(), path, entry, {.origin = origin_of(call), .condition = condition});
+    if (!report.succeeded() && !report.made)
+    {
+        auto problem = problem_of(report);
+        if (auto const pointer = pointer_of(report, entry); !pointer.empty())
+        {
+            problem.errors.push_back({.pointer = pointer, .detail = report.text});
+        }
+        throw problem;
+    }
     auto const is_new = condition.kind == Condition::Kind::Absent;
     // Of what was written, not of what stands there: by now that may be somebody else's, which this one has not seen.
     return edit_answer(report, is_new ? 201 : 200, {{"ETag", '"' + entry_tag(entry) + '"'}});

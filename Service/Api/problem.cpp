@@ -143,7 +143,7 @@ Problem problem_of(ErrorValue error, std::string detail, std::string const& path
 {
     Problem problem{.status = status_of(error),
                     .code = RavikSrv::get_error_string(error).name(),
-                    .detail = path.empty() ? std::move(detail) : path + ": " + detail};
+                    .detail = path.empty() || detail.starts_with(path) ? std::move(detail) : path + ": " + detail};
     return problem;
 }
 
