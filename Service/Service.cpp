@@ -67,6 +67,8 @@ HttpSettings http_settings(ServiceSettings const& settings)
     }
     http.proxies = settings.proxies;
     http.limits.header = settings.limits.header;
+    http.limits.header_time = settings.limits.header_time;
+    http.limits.least_rate = settings.limits.least_rate;
     http.limits.connections = settings.limits.connections;
     http.limits.user_connections = settings.limits.user_connections;
     http.limits.unknown_connections = settings.limits.unknown_connections;
@@ -123,6 +125,7 @@ public:
         {
             throw ProjectError(error.what());
         }
+        m_parts.import_values = settings.limits.import_values;
         m_parts.http_counts = [this] { return m_http->counts(); };
         m_parts.certificate_days = [this] { return m_http->certificate_days(); };
         m_socket = std::make_unique<SocketServer>(

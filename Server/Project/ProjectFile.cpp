@@ -64,10 +64,14 @@ constexpr std::initializer_list<Field> service_fields = {
 constexpr std::initializer_list<Field> tls_fields = {{"certificate", &text, true}, {"key", &text, true}};
 constexpr std::initializer_list<Field> limit_fields = {{"body", &text, false},
                                                        {"import", &text, false},
+                                                       {"importValues", &number, false},
                                                        {"header", &text, false},
+                                                       {"headerTime", &text, false},
+                                                       {"leastRate", &number, false},
                                                        {"connections", &number, false},
                                                        {"userConnections", &number, false},
                                                        {"unknownConnections", &number, false}};
+constexpr char const* interval = "an interval such as \"1 s\" or \"500 ms\"";
 constexpr std::initializer_list<Field> extension_fields = {
     {"domain", &text, true}, {"library", &text, true}, {"configuration", &object, false}};
 constexpr std::initializer_list<Field> symbol_fields = {
@@ -296,8 +300,7 @@ private:
         settings.names = check_texts("names", value["names"]);
         settings.proxies = check_texts("proxy", value["proxy"]);
         settings.group = value["group"].get_text();
-        settings.poll = check_quantity(place, "poll", value, read_interval, "an interval such as \"1 s\" or \"500 ms\"",
-                                       settings.poll);
+        settings.poll = check_quantity(place, "poll", value, read_interval, interval, settings.poll);
         settings.limits = check_limits(value["limits"]);
         return settings;
     }
@@ -365,7 +368,10 @@ private:
         };
         return {.body = size("body", limits.body),
                 .import = size("import", limits.import),
+                .import_values = count("importValues", limits.import_values),
                 .header = size("header", limits.header),
+                .header_time = check_quantity(place, "headerTime", value, read_interval, interval, limits.header_time),
+                .least_rate = count("leastRate", limits.least_rate),
                 .connections = count("connections", limits.connections),
                 .user_connections = count("userConnections", limits.user_connections),
                 .unknown_connections = count("unknownConnections", limits.unknown_connections)};

@@ -33,7 +33,11 @@ struct ServiceLimits
 {
     std::size_t body = std::size_t{1} << 20U;
     std::size_t import = std::size_t{64} << 20U;
+    std::size_t import_values = 4'000'000;
     std::size_t header = std::size_t{16} << 10U;
+    std::chrono::milliseconds header_time{10'000};
+    /// What bodies and answers have to come to in a second at least.
+    std::size_t least_rate = 1000;
     std::size_t connections = 4000;
     std::size_t user_connections = 100;
     /// Of an address, without a user.

@@ -13,6 +13,7 @@
 
 #include "Project/Project.h"
 
+#include <cstddef>
 #include <functional>
 #include <optional>
 
@@ -32,6 +33,8 @@ struct Parts
     Activations& activations;
     Watch& watch;
     Metrics& metrics;
+    /// The most that an import may have. More is no recipes any more, and would take more memory than there is to give.
+    std::size_t import_values = 4'000'000;
     /// What the listener tells of itself; empty where there is none.
     std::function<HttpCounts()> http_counts{};
     std::function<std::optional<double>()> certificate_days{};

@@ -23,9 +23,6 @@ using RavikSrv::ValueType;
 namespace
 {
 
-/// An import of more than that is no recipes any more, and would take more memory than a service has to give.
-constexpr std::size_t most_values = 4'000'000;
-
 std::string const& domain()
 {
     static std::string const name(recipe_domain);
@@ -59,13 +56,27 @@ std::size_t values_in(std::string_view text)
     return count;
 }
 
-void check_size(std::string_view text)
+/// Counts what may be cells: each stands before a separator or a line's end. In cells in quotes neither is one.
+std::size_t cells_in(std::string_view text)
 {
-    if (values_in(text) > most_values)
+    std::size_t count = 1;
+    auto in_quotes = false;
+    for (auto const character : text)
+    {
+        in_quotes = in_quotes != (character == '"');
+        count += !in_quotes && (character == ',' || character == ';' || character == '\n') ? 1 : 0;
+    }
+    return count;
+}
+
+void check_size(Call const& call, std::size_t values)
+{
+    auto const most = call.parts.import_values;
+    if (values > most)
     {
         throw Problem{.status = 413,
                       .code = "REQUEST_TOO_LARGE",
-                      .detail = "an import has at most " + std::to_string(most_values) + " values; send it in parts"};
+                      .detail = "an import has at most " + std::to_string(most) + " values; send it in parts"};
     }
 }
 
@@ -161,6 +172,7 @@ Response import_table(Call const& call)
 {
     auto const type = call.required("type");
     auto const options = options_of(call);
+    check_size(call, cells_in(call.body));
     auto const import = [&](ImportOptions const& chosen)
     { return call.parts.project.import_table(domain(), type, call.body, chosen); };
     auto const report = import(options);
@@ -177,7 +189,7 @@ Response import_json(Call const& call)
     Value data;
     try
     {
-        check_size(call.body);
+        check_size(call, values_in(call.body));
         data = Json::parse(call.body);
     }
     catch (Json::ParseError const& error)
