@@ -119,6 +119,9 @@ char const* failure_code(unsigned status)
     throw Problem{.status = status, .code = std::move(code), .detail = std::move(detail), .fields = std::move(fields)};
 }
 
+/// What runs, and what waits with its body.
+constexpr long most_imports = 4;
+
 struct Place
 {
     char const* lane;
@@ -259,12 +262,17 @@ Admission Api::admitted(RequestHead const& request, std::string& who)
     }
     admission.body_limit = check_body(request, route);
     check_parameters(route, request);
+    if (route.runs == Runs::Import && m_imports.use_count() > most_imports)
+    {
+        throw too_busy("imports are taken one at a time, and enough of them wait");
+    }
     Call call{.parts = m_parts,
               .head = request,
               .caller = std::move(caller),
               .id = match.id,
               .body = {},
-              .is_table = media_type(request) == "text/csv"};
+              .is_table = media_type(request) == "text/csv",
+              .place = route.runs == Runs::Import ? m_imports : nullptr};
     admission.run = [this, &route, shared = std::make_shared<Call>(std::move(call))](std::string body, Reply reply)
     {
         shared->body = std::move(body);

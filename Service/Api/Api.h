@@ -4,7 +4,7 @@
 #include "Api/Route.h"
 #include "Http/Message.h"
 
-#include <atomic>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -45,6 +45,8 @@ private:
 
     Parts& m_parts;
     ApiSettings m_settings;
+    /// Held by every import from its admission on: their bodies are large, also those that wait for their turn.
+    std::shared_ptr<char const> m_imports = std::make_shared<char const>('\0');
 };
 
 /// The name of the cookie that a session goes by on this port.

@@ -6,6 +6,7 @@
 #include "RavikSrvExtApi.h"
 
 #include <initializer_list>
+#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
@@ -41,6 +42,8 @@ struct Call
     std::string id{};
     std::string body{};
     bool is_table = false;
+    /// Kept as long as the request is; see `Api`.
+    std::shared_ptr<void const> place{};
 
     /// The query's parameter; throws the `Problem` of one that is missing or stands twice.
     std::string required(std::string_view name) const;
