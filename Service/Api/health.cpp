@@ -19,7 +19,7 @@ Response state_answer(bool is_good)
 {
     Value value(ValueType::Map);
     value.insert("status", text_value(is_good ? "ok" : "ending"));
-    return json_answer(value, is_good ? 200 : 503);
+    return is_good ? json_answer(value) : json_answer(value, 503, {{"Retry-After", "1"}});
 }
 
 /// Metrics in the text format of Prometheus.
