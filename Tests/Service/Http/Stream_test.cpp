@@ -1,5 +1,6 @@
-#include "HttpClient.h"
 #include "TestServer.h"
+
+#include "Service/Support/HttpClient.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
