@@ -58,6 +58,8 @@ struct Wish
     std::string recipe;
     std::string hash;
     std::string note;
+    /// How many symbols there are to write.
+    std::size_t size = 0;
     bool verify = true;
     bool is_async = false;
 };
@@ -95,6 +97,7 @@ Wish wish_of(Call const& call)
               .recipe = recipe_in(body),
               .hash = {},
               .note = text_in(body, "note"),
+              .size = 0,
               .verify = flag_in(body, "verify", true),
               .is_async = boost::icontains(call.field("prefer"), "respond-async")};
     if (!wish.verify && !may(call.caller.role, Right::Edit))
@@ -307,6 +310,7 @@ Problem refused_activation(ActivationReport const& report)
 Response carry_out(Call const& call, Wish const& wish, Once& early)
 {
     Listed listed(call.parts.activations, wish.recipe, call.caller.who);
+    listed.progress(0, wish.size);
     ActivationOptions options;
     options.verify = wish.verify;
     options.note = wish.note;
@@ -360,7 +364,9 @@ void post_activation(Call call, Reply reply)
     }
     auto const claimed = std::make_shared<Claimed>(call.parts.activations, wish.request);
     wish.hash = planned_hash(call, wish);
-    auto const domains = domains_of(call, wish.recipe);
+    auto const rows = expected_rows(call, wish.recipe);
+    wish.size = rows.size();
+    auto const domains = domains_of(rows);
     auto const once = std::make_shared<Once>(std::move(reply));
     auto& devices = call.parts.devices;
     devices.write(

@@ -33,17 +33,21 @@ void check_recipe(Call const& call, std::string const& recipe)
     }
 }
 
-std::vector<std::string> domains_of(Call const& call, std::string const& recipe)
+ActivationRows expected_rows(Call const& call, std::string const& recipe)
 {
     check_recipe(call, recipe);
-    auto const expected = call.parts.project.expected(recipe);
+    auto expected = call.parts.project.expected(recipe);
     if (is_refused(expected))
     {
         throw problem_of(expected);
     }
-    auto domains = domains_of(expected.rows);
-    call.parts.watch.ask(domains);
-    return domains;
+    call.parts.watch.ask(domains_of(expected.rows));
+    return std::move(expected.rows);
+}
+
+std::vector<std::string> domains_of(Call const& call, std::string const& recipe)
+{
+    return domains_of(expected_rows(call, recipe));
 }
 
 std::string recipe_in(Value const& body)
@@ -61,7 +65,7 @@ std::string recipe_in(Value const& body)
 
 bool is_refused(ActivationReport const& report)
 {
-    return !report.succeeded() && report.rows.empty();
+    return !report.succeeded() && (report.rows.empty() || report.error == ErrorValue::SYMBOL_IN_USE);
 }
 
 Problem problem_of(ActivationReport const& report)
