@@ -29,6 +29,11 @@ std::string text_in(Answer const& answer, char const* name)
     return std::string(body[name].get_text());
 }
 
+bool is_there(Value const& value)
+{
+    return value.isset();
+}
+
 namespace
 {
 

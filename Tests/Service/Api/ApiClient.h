@@ -17,6 +17,9 @@ Value json(Answer const& answer);
 /// The problem's "code", or what else stands at the top of the body under the name; empty without it.
 std::string text_in(Answer const& answer, char const* name = "code");
 
+/// Whether the value is none that stands for a missing one.
+bool is_there(Value const& value);
+
 /// A client of the API on one connection. It expects that a route succeeds only with the statuses that the description
 /// of the API names.
 class ApiClient
