@@ -7,6 +7,7 @@
 #include "Configuration/Entry.h"
 #include "Configuration/entry_tag.h"
 #include "Configuration/tree.h"
+#include "Editing/Refusal.h"
 #include "Json/Json.h"
 
 #include "api_helper.h"
@@ -191,6 +192,19 @@ Response patch_entry(Call& call, Kind const& kind)
     return set_entry(call, path, patched, {.kind = Condition::Kind::Tag, .tags = {tag}});
 }
 
+/// A folder of a word that entries are told by would make its own folder an entry.
+void check_folder_path(std::string const& path)
+{
+    for (auto place = Tree::split_last(path); !place.parent.empty(); place = Tree::split_last(place.parent))
+    {
+        if (makes_entry(place.parent, place.name))
+        {
+            auto const refusal = explained(ErrorValue::BLACKLISTED, path);
+            throw problem_of(refusal.error, refusal.text, refusal.path);
+        }
+    }
+}
+
 Response delete_entry(Call& call, Kind const& kind)
 {
     auto const path = path_of(call, kind);
@@ -250,6 +264,7 @@ Response post_folder(Call& call)
 {
     auto const& kind = folder_kind(call);
     auto const path = path_of(call, kind);
+    check_folder_path(path);
     auto const report =
         call.parts.project.set(domain(), path, Value(ValueType::Map),
                                {.origin = origin_of(call), .condition = {.kind = Condition::Kind::Absent, .tags = {}}});

@@ -205,7 +205,7 @@ std::optional<std::chrono::days> days_in(Value const& body)
     }
     constexpr int most = 36500;
     auto const days = value.get_int32();
-    if (days < 1 || days > most)
+    if (value.type() != ValueType::Int || days < 1 || days > most)
     {
         throw Problem{.status = 422,
                       .code = "RANGE_MISMATCH",
