@@ -71,7 +71,7 @@ constexpr std::initializer_list<Field> limit_fields = {{"body", &text, false},
                                                        {"connections", &number, false},
                                                        {"userConnections", &number, false},
                                                        {"unknownConnections", &number, false}};
-constexpr char const* interval = "an interval such as \"1 s\" or \"500 ms\"";
+constexpr char const* interval = R"(an interval such as "1 s" or "500 ms")";
 constexpr std::initializer_list<Field> extension_fields = {
     {"domain", &text, true}, {"library", &text, true}, {"configuration", &object, false}};
 constexpr std::initializer_list<Field> symbol_fields = {

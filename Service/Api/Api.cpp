@@ -253,13 +253,20 @@ Admission Api::admitted(RequestHead const& request, std::string& who)
     check_origin(request, route);
     check_right(caller, route);
 
-    Admission admission;
-    admission.who = caller.who;
     if (is_stream(route) && request.count("upgrade") > 0)
     {
-        admission.stream = open_events(m_parts, std::move(caller));
-        return admission;
+        Admission stream;
+        stream.who = caller.who;
+        stream.stream = open_events(m_parts, std::move(caller));
+        return stream;
     }
+    return let_in(request, route, std::move(caller), match.id);
+}
+
+Admission Api::let_in(RequestHead const& request, Route const& route, Caller caller, std::string id)
+{
+    Admission admission;
+    admission.who = caller.who;
     admission.body_limit = check_body(request, route);
     check_parameters(route, request);
     if (route.runs == Runs::Import && m_imports.use_count() > most_imports)
@@ -269,7 +276,7 @@ Admission Api::admitted(RequestHead const& request, std::string& who)
     Call call{.parts = m_parts,
               .head = request,
               .caller = std::move(caller),
-              .id = match.id,
+              .id = std::move(id),
               .body = {},
               .is_table = media_type(request) == "text/csv",
               .place = route.runs == Runs::Import ? m_imports : nullptr};

@@ -42,6 +42,8 @@ private:
     std::size_t check_body(RequestHead const& request, Route const& route) const;
     /// `who` is who asks, once that is known.
     Admission admitted(RequestHead const& request, std::string& who);
+    /// Of a request that the caller may make: judges its body and its parameters.
+    Admission let_in(RequestHead const& request, Route const& route, Caller caller, std::string id);
 
     Parts& m_parts;
     ApiSettings m_settings;
