@@ -92,7 +92,9 @@ Response get_metrics(Call& call)
     }
     if (auto const days = parts.certificate_days ? parts.certificate_days() : std::nullopt)
     {
-        out.add("ravik_certificate_days", "gauge", "Days until the certificate ends.", text(*days));
+        constexpr double day = 86'400;
+        out.add("ravik_certificate_remaining_seconds", "gauge", "Time until the certificate ends, 86400 a day.",
+                text(*days * day));
     }
     return text_answer(out.take(), "text/plain; version=0.0.4; charset=utf-8");
 }
