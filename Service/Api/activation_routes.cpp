@@ -262,6 +262,13 @@ public:
         m_id = id;
         m_activations.begin(id, m_activation);
     }
+    /// Nothing is written that has no record.
+    void halt() noexcept
+    {
+        m_is_halted = true;
+        m_activation->stop = true;
+    }
+    bool is_halted() const noexcept { return m_is_halted; }
     std::atomic<bool> const* stop() const noexcept { return &m_activation->stop; }
     void progress(std::size_t done, std::size_t total) const
     {
@@ -272,6 +279,7 @@ public:
 private:
     Activations& m_activations;
     std::int64_t m_id = 0;
+    bool m_is_halted = false;
     std::shared_ptr<RunningActivation> m_activation = std::make_shared<RunningActivation>();
 };
 
@@ -323,6 +331,8 @@ Response carry_out(Call const& call, Wish const& wish, Once& early)
     {
         if (id == 0)
         {
+            // Asked for again it would be made again.
+            listed.halt();
             return;
         }
         listed.begin(id);
@@ -333,6 +343,12 @@ Response carry_out(Call const& call, Wish const& wish, Once& early)
         }
     };
     auto const report = call.parts.project.activate(wish.recipe, options);
+    if (listed.is_halted())
+    {
+        throw Problem{.status = 507,
+                      .code = "STORAGE_STORE",
+                      .detail = "nothing was written, since it could not be remembered: " + report.text};
+    }
     ++(report.succeeded() ? call.parts.metrics.activations_done : call.parts.metrics.activations_failed);
     if (!report.succeeded() && (report.plan_changed || is_refused(report)))
     {
