@@ -44,7 +44,10 @@ TEST(ProjectFile, holds_extensions_and_symbols)
     "Own:1": { "DOMAIN": "RavikSrv", "USEMAPPING": false, "SCHEMA": false, "TOLERANCE": 0, "VERIFY": false }
   },
   "activation": { "verify": false },
-  "history": { "keep": "2 weeks", "size": "1 GiB" }
+  "history": { "keep": "2 weeks", "size": "1 GiB" },
+  "service": { "listen": ["0.0.0.0:8420", "[::1]:0"], "tls": { "certificate": "c.pem", "key": "k.pem" },
+               "names": ["line.example"], "proxy": ["10.0.0.1"], "group": "plant", "poll": "500 ms",
+               "limits": { "body": "2 MiB", "userConnections": 7 } }
 })";
     EXPECT_TRUE(fits_schema(text));
     auto const project = read(text);
@@ -58,6 +61,11 @@ TEST(ProjectFile, holds_extensions_and_symbols)
     EXPECT_EQ(project.history.size, 1U << 30U);
     EXPECT_TRUE(project.activation.capture);
     EXPECT_FALSE(project.activation.verify);
+    ASSERT_EQ(project.service.listen.size(), 2U);
+    EXPECT_EQ(project.service.listen[1].host, "::1");
+    EXPECT_EQ(project.service.poll, std::chrono::milliseconds(500));
+    EXPECT_EQ(project.service.limits.body, 2U << 20U);
+    EXPECT_EQ(project.service.limits.user_connections, 7U);
     EXPECT_EQ(read(R"({"extensions": []})").symbols, Value(ValueType::Map));
     EXPECT_EQ(read(R"({"extensions": [], "history": {"size": "1 KiB"}})").history.keep, HistoryBounds().keep);
 }
