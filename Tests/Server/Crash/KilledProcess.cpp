@@ -32,6 +32,36 @@ namespace
     _exit(EXIT_FAILURE);
 }
 
+/// A copy of this process, which is killed with it at the latest.
+class Copy
+{
+public:
+    explicit Copy(pid_t process) noexcept : m_process(process) {}
+    Copy(Copy const&) = delete;
+    Copy& operator=(Copy const&) = delete;
+    ~Copy()
+    {
+        if (m_process > 0)
+        {
+            static_cast<void>(end());
+        }
+    }
+
+    bool is_this() const noexcept { return m_process == 0; }
+    /// Kills it and returns how it ended.
+    int end()
+    {
+        kill(m_process, SIGKILL);
+        int status = 0;
+        waitpid(m_process, &status, 0);
+        m_process = -1;
+        return status;
+    }
+
+private:
+    pid_t m_process;
+};
+
 } // namespace
 
 int KilledProcess::run(int last) const
@@ -41,8 +71,8 @@ int KilledProcess::run(int last) const
     {
         throw std::runtime_error("no pipe could be made");
     }
-    auto const process = fork();
-    if (process == 0)
+    Copy copy(fork());
+    if (copy.is_this())
     {
         work_in_copy(*this, pipe_ends);
     }
@@ -50,13 +80,15 @@ int KilledProcess::run(int last) const
     int number = last;
     for (int count = 0; count < wanted && read(pipe_ends[0], &number, sizeof number) == sizeof number; ++count)
     {
+        if (acknowledged)
+        {
+            acknowledged(number);
+        }
     }
     auto const seconds = std::chrono::duration_cast<std::chrono::seconds>(time);
     timespec const moment{.tv_sec = seconds.count(), .tv_nsec = (time - seconds).count()};
     nanosleep(&moment, nullptr);
-    kill(process, SIGKILL);
-    int status = 0;
-    waitpid(process, &status, 0);
+    auto const status = copy.end();
     while (read(pipe_ends[0], &number, sizeof number) == sizeof number)
     {
     }

@@ -22,6 +22,8 @@ struct KilledProcess
     /// may it end by itself.
     int wanted = 0;
     std::chrono::nanoseconds time{};
+    /// Called in this process for each number that was wanted, before the time begins; may be empty.
+    std::function<void(int number)> acknowledged{};
 
     /// Returns the last number that was acknowledged, at least `last`.
     int run(int last) const;
