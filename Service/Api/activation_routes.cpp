@@ -347,7 +347,7 @@ Response carry_out(Call const& call, Wish const& wish, Once& early)
     {
         throw Problem{.status = 507,
                       .code = "STORAGE_STORE",
-                      .detail = "nothing was written, since it could not be remembered: " + report.text};
+                      .detail = "nothing is activated that can't be remembered: " + report.text};
     }
     ++(report.succeeded() ? call.parts.metrics.activations_done : call.parts.metrics.activations_failed);
     if (!report.succeeded() && (report.plan_changed || is_refused(report)))

@@ -47,7 +47,13 @@ Response answer_of(SymbolInfo const& symbol, ExecutedGroup const& group, Value c
     auto const& command = group.commands.front();
     if (command.result == ErrorValue::SUCCESS)
     {
-        return json_answer(symbol_value(symbol, value));
+        auto answer = symbol_value(symbol, value);
+        if (!command.text.empty())
+        {
+            // Such as that the history could not be told.
+            answer.insert("text", text_value(command.text.str()));
+        }
+        return json_answer(answer);
     }
     throw problem_of(command.result, symbol.name + ": " + failure_text(command));
 }

@@ -26,6 +26,33 @@ def certificate_of(service):
     return ssl.get_server_certificate((host, int(port)), timeout=PATIENCE)
 
 
+class Device:
+    """The example device, each of whose requests takes a while."""
+
+    def __init__(self, milliseconds):
+        self.process = subprocess.Popen([DEVICE, "--delay", str(milliseconds)], stdout=subprocess.PIPE, text=True)
+        self.port = int(self.process.stdout.readline())
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *error):
+        self.process.terminate()
+        self.process.wait()
+        self.process.stdout.close()
+
+
+def with_line(port):
+    """Changes a project to one with the registers R0 to R4 of a device, too far apart to share a request."""
+    def change(file):
+        file["extensions"].append({"domain": "Line", "library": "libRavikModbus.so",
+                                   "configuration": {"host": "127.0.0.1", "port": port}})
+        for number in range(5):
+            file["symbols"][f"R{number}"] = {"DOMAIN": "Line", "MAPPING": f"holding:{200 * number}:int16",
+                                            "USEMAPPING": True, "SCHEMA": {"type": "integer"}}
+    return change
+
+
 class FullDisk(unittest.TestCase):
     """The size of files is limited instead of the disk: that needs no rights."""
 
@@ -47,8 +74,9 @@ class FullDisk(unittest.TestCase):
         return set(names[:-1]), names[-1]
 
     def test_writing_is_507_and_reading_goes_on(self):
-        with Project() as project:
+        with Device(0) as device, Project() as project:
             project.change(lambda file: file["symbols"]["Mixer.Product"].update(SCHEMA={"type": "string"}))
+            project.change(with_line(device.port))
             token = project.add_token("client")
             with Service(project, token, prepare=self.limit) as service:
                 names, refused = self.fill(service)
@@ -61,6 +89,10 @@ class FullDisk(unittest.TestCase):
                 self.assertEqual(status, 507, answer)
                 self.assertEqual(service.ask("GET", "/symbol?name=Mixer.Speed")[2]["value"], speed,
                                  "an activation that can't be remembered wrote")
+                # The line must not be out of hand for want of a history.
+                status, _, answer = service.ask("PUT", "/symbol?name=R0", {"value": 7})
+                self.assertEqual((status, service.ask("GET", "/symbol?name=R0")[2]["value"]), (200, 7))
+                self.assertIn("not remembered", answer["text"])
                 self.assertEqual(service.end(), 0)
             with Service(project, token) as service:
                 self.check_reading(service, names)
@@ -84,39 +116,12 @@ class FullDisk(unittest.TestCase):
             self.assertEqual(service.ask("GET", target)[0], 200, target)
 
 
-class Device:
-    """The example device, each of whose requests takes a while."""
-
-    def __init__(self, milliseconds):
-        self.process = subprocess.Popen([DEVICE, "--delay", str(milliseconds)], stdout=subprocess.PIPE, text=True)
-        self.port = int(self.process.stdout.readline())
-
-    def __enter__(self):
-        return self
-
-    def __exit__(self, *error):
-        self.process.terminate()
-        self.process.wait()
-        self.process.stdout.close()
-
-
-def slow_line(port):
-    """Changes a project to one whose registers lie too far apart to share a request."""
-    def change(file):
-        file["extensions"].append({"domain": "Line", "library": "libRavikModbus.so",
-                                   "configuration": {"host": "127.0.0.1", "port": port}})
-        for number in range(5):
-            file["symbols"][f"R{number}"] = {"DOMAIN": "Line", "MAPPING": f"holding:{200 * number}:int16",
-                                            "USEMAPPING": True, "SCHEMA": {"type": "integer"}}
-    return change
-
-
 class End(unittest.TestCase):
     """SIGTERM while a recipe is activated."""
 
     def test_sigterm_lets_an_activation_come_to_its_end(self):
         with Device(60) as device, Project() as project:
-            project.change(slow_line(device.port))
+            project.change(with_line(device.port))
             project.ravik("import", "-", text=json.dumps({
                 "recipeTypeList": {"Slow": {"members": {f"M{n}": {"symbol": f"R{n}", "enabled": True} for n in range(5)}}},
                 "recipeList": {"Slow": {"recipeTypeName": "Slow", "values": {f"M{n}": 10 + n for n in range(5)}}}}))

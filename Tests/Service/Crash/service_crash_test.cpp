@@ -21,6 +21,7 @@
 #include <future>
 #include <iostream>
 #include <map>
+#include <memory>
 #include <optional>
 #include <random>
 #include <set>
@@ -442,9 +443,10 @@ private:
         }
     }
 
-    std::unique_ptr<Client> client(int port, std::string const& name) const
+    /// Connected by now, so that the time of the kill begins with requests.
+    std::shared_ptr<Client> client(int port, std::string const& name) const
     {
-        return std::make_unique<Client>(port, m_tokens.at(name));
+        return std::make_shared<Client>(port, m_tokens.at(name));
     }
 
     void check(int port)
@@ -456,17 +458,20 @@ private:
         m_activator.check(*client(port, Activator::name));
     }
 
+    template <typename Worker> std::future<void> begin(Worker& worker, std::shared_ptr<Client> const& client)
+    {
+        return std::async(std::launch::async, [&worker, client] { worker.work(*client); });
+    }
+
     std::vector<std::future<void>> check_and_load(int port)
     {
         check(port);
         std::vector<std::future<void>> load;
         for (auto& editor : m_editors)
         {
-            load.push_back(
-                std::async(std::launch::async, [&editor, one = client(port, editor.name())] { editor.work(*one); }));
+            load.push_back(begin(editor, client(port, editor.name())));
         }
-        load.push_back(
-            std::async(std::launch::async, [this, one = client(port, Activator::name)] { m_activator.work(*one); }));
+        load.push_back(begin(m_activator, client(port, Activator::name)));
         return load;
     }
 
