@@ -1,13 +1,13 @@
 #!/usr/bin/python3
 """Activates a recipe of a running service by a plan, and watches the values of its symbols.
 
-    activate_and_watch.py [--ca FILE] --token FILE [--note TEXT] [--messages N] SERVICE RECIPE
+    activate_and_watch.py [--ca FILE] --token FILE [--note TEXT] [--values N] SERVICE RECIPE
 
 SERVICE is an address such as https://line.example:8420, and the file of --ca holds the certificate that it is known by.
 The file of --token holds a token for the role operator: `ravik token add NAME --role operator`. It shows the plan, asks
 (on a terminal) whether to write, writes, tells what became of each symbol, and then shows every change of a value until
-Ctrl+C, or for as many messages of the service as --messages says. The exit status is 0 where all stands as the recipe
-says, 1 where it does not, and 2 for wrong usage.
+Ctrl+C, or until N were shown. The exit status is 0 where all stands as the recipe says, 1 where it does not, and 2 for
+wrong usage.
 
 It needs Python 3.9 and, for the stream, the Debian package python3-websockets.
 """
@@ -103,10 +103,14 @@ async def watch(service, symbols, most):
     count = 0
     async for message in service.messages(symbols):
         for name, symbol in message["values"].items():
-            print(f"{time.strftime('%H:%M:%S')} {name} = {json.dumps(symbol['value'])} ({symbol['quality']})", flush=True)
-        count += 1
-        if count == most:
-            return
+            if symbol["quality"] == "unknown":
+                # Nobody has watched it until now, so it has yet to be read.
+                continue
+            value = json.dumps(symbol["value"])
+            print(f"{time.strftime('%H:%M:%S')} {name} = {value} ({symbol['quality']})", flush=True)
+            count += 1
+            if count == most:
+                return
 
 
 def read_arguments():
@@ -114,7 +118,7 @@ def read_arguments():
     parser.add_argument("--ca", metavar="FILE", help="the certificate that the service is known by")
     parser.add_argument("--token", metavar="FILE", required=True, help="the file that holds the token")
     parser.add_argument("--note", default="", help="kept with the activation's record")
-    parser.add_argument("--messages", metavar="N", type=int, default=0, help="ends after so many messages")
+    parser.add_argument("--values", metavar="N", type=int, default=0, help="ends after so many values")
     parser.add_argument("service", metavar="SERVICE", help="such as https://line.example:8420")
     parser.add_argument("recipe", metavar="RECIPE")
     return parser.parse_args()
@@ -126,7 +130,7 @@ def main():
         service = Service(arguments.service, file.read().strip(), arguments.ca)
     try:
         stands, symbols = activate(service, arguments.recipe, arguments.note)
-        asyncio.run(watch(service, symbols, arguments.messages))
+        asyncio.run(watch(service, symbols, arguments.values))
     except KeyboardInterrupt:
         print()
     except (Refused, OSError, asyncio.TimeoutError, websockets.WebSocketException) as error:

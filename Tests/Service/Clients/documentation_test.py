@@ -20,7 +20,7 @@ PREAMBLE = """set -euo pipefail
 ravik() { command ravik "$@" <<<"$PASSWORD"; }
 curl() {
     local ended=0
-    command curl --write-out '%{{stderr}}%{{http_code}} %{{method}} %{{url_effective}}\\n' "$@" 2>"$ANSWERS" || ended=$?
+    command curl --write-out '%{stderr}%{http_code} %{method} %{url_effective}\\n' "$@" 2>"$ANSWERS" || ended=$?
     return $ended
 }
 expect() {
@@ -28,9 +28,12 @@ expect() {
     read -r status method address < <(tail -n 1 "$ANSWERS")
     rm "$ANSWERS"
     printf '%s %s\\n' "$method" "$address" >>"$ANSWERS.all"
-    [[ $status == "$1" ]] || { printf 'line %s: %s instead of %s: %s %s\\n' "$2" "$status" "$1" "$method" "$address" >&2; exit 1; }
+    if [[ $status != "$1" ]]; then
+        printf 'line %s: %s instead of %s: %s %s\\n' "$2" "$status" "$1" "$method" "$address" >&2
+        exit 1
+    fi
 }
-""".replace("{{", "{").replace("}}", "}")
+"""
 
 
 def blocks(text, language):

@@ -102,7 +102,8 @@ class FullDisk(unittest.TestCase):
     def fill_with_activations(self, service):
         """There may be room left for the beginning of a record. Then the simulated controller can't keep its values."""
         for number in range(100):
-            status, _, answer = service.ask("POST", "/activations", {"recipe": "Pizza"}, Idempotency_Key=f"fill {number}")
+            key = f"fill {number}"
+            status, _, answer = service.ask("POST", "/activations", {"recipe": "Pizza"}, Idempotency_Key=key)
             if status == 507:
                 return
             self.assertEqual((status, answer["outcome"]), (502, "failed"), answer)
@@ -122,9 +123,10 @@ class End(unittest.TestCase):
     def test_sigterm_lets_an_activation_come_to_its_end(self):
         with Device(60) as device, Project() as project:
             project.change(with_line(device.port))
+            members = {f"M{number}": {"symbol": f"R{number}", "enabled": True} for number in range(5)}
             project.ravik("import", "-", text=json.dumps({
-                "recipeTypeList": {"Slow": {"members": {f"M{n}": {"symbol": f"R{n}", "enabled": True} for n in range(5)}}},
-                "recipeList": {"Slow": {"recipeTypeName": "Slow", "values": {f"M{n}": 10 + n for n in range(5)}}}}))
+                "recipeTypeList": {"Slow": {"members": members}},
+                "recipeList": {"Slow": {"recipeTypeName": "Slow", "values": dict.fromkeys(members, 10)}}}))
             token = project.add_token("client")
             with Service(project, token) as service:
                 status, code, reason = asyncio.run(self.end_while_active(service))

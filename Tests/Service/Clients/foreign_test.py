@@ -14,6 +14,8 @@ import websockets
 
 from running_service import PASSWORD, PATIENCE, Project, Service, run
 
+EXAMPLE = os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../../Examples/service/activate_and_watch.py")
+
 
 class OnService(unittest.TestCase):
     """Tests on one service with TLS."""
@@ -150,12 +152,27 @@ class Clients(OnService):
         self.assertEqual(code, 1008)
         self.assertIn("JSON", reason)
 
+    def run_example(self, token):
+        with open(self.project.path("token"), "w", encoding="ascii") as file:
+            file.write(token + "\n")
+        return subprocess.run([EXAMPLE, "--ca", "service.crt", "--token", "token", "--values", "4",
+                               self.service.address, "Pizza"], cwd=self.project.folder, stdin=subprocess.DEVNULL,
+                              capture_output=True, text=True, timeout=PATIENCE)
+
+    def test_the_example_activates_and_watches(self):
+        ended = self.run_example(self.service.token)
+        self.assertEqual(ended.returncode, 0, ended.stderr)
+        self.assertRegex(ended.stdout, r"(?s)Plan for Pizza: .*Activation \d+: done.*Mixer.Speed = 150.0 \(good\)")
+        ended = self.run_example("guessed")
+        self.assertEqual(ended.returncode, 1)
+        self.assertIn("UNAUTHORIZED", ended.stderr)
+
     # openssl s_client -------------------------------------------------------------------------------------------------
 
     def s_client(self, *words):
-        ended = subprocess.run(["openssl", "s_client", "-connect", self.host, "-CAfile", self.project.path("service.crt"),
-                                "-verify_return_error", *words], input="", capture_output=True, text=True,
-                               timeout=PATIENCE)
+        ended = subprocess.run(["openssl", "s_client", "-connect", self.host, "-verify_return_error",
+                                "-CAfile", self.project.path("service.crt"), *words],
+                               input="", capture_output=True, text=True, timeout=PATIENCE)
         return ended.returncode, ended.stdout + ended.stderr
 
     def test_s_client_speaks_new_protocols_alone(self):
