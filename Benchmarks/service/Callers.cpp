@@ -97,11 +97,13 @@ void Callers::send(std::size_t caller, std::string_view text)
 
 void Callers::wait(Clock::time_point until, Answered const& answered)
 {
-    for (auto now = Clock::now(); now < until; now = Clock::now())
+    auto left = until - Clock::now();
+    do
     {
-        auto const left = std::chrono::ceil<std::chrono::milliseconds>(until - now);
-        m_readiness.wait(static_cast<int>(left.count()), [&](std::size_t number) { receive(number, answered); });
-    }
+        auto const milliseconds = std::max(0L, std::chrono::ceil<std::chrono::milliseconds>(left).count());
+        m_readiness.wait(static_cast<int>(milliseconds), [&](std::size_t number) { receive(number, answered); });
+        left = until - Clock::now();
+    } while (left.count() > 0);
 }
 
 void Callers::receive(std::size_t number, Answered const& answered)

@@ -48,7 +48,7 @@ public:
     std::size_t size() const noexcept { return m_callers.size(); }
 
     void send(std::size_t caller, std::string_view text);
-    /// Hands on the answers that come until then.
+    /// Hands on the answers that come until then, or are there where that is over.
     void wait(Clock::time_point until, Answered const& answered);
     /// How many requests are under way.
     std::size_t under_way() const noexcept { return m_under_way; }

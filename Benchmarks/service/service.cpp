@@ -243,7 +243,7 @@ public:
 
     void attend()
     {
-        m_callers.wait(Clock::now() + std::chrono::microseconds(1),
+        m_callers.wait(Clock::now(),
                        [this](std::size_t caller, Answer const& answer)
                        {
                            if (elapsed_ms(answer.sent) < 0.9 * static_cast<double>(Plant::hangs.count()))
