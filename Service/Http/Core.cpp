@@ -11,10 +11,11 @@ namespace
 {
 
 /// Blanks would let a path forge what follows it in the line.
-std::string without_blanks(std::string text)
+void append_without_blanks(std::string& line, std::string_view text)
 {
-    std::replace(text.begin(), text.end(), ' ', '+');
-    return text;
+    auto const begin = line.size();
+    line += text;
+    std::replace(line.begin() + static_cast<std::ptrdiff_t>(begin), line.end(), ' ', '+');
 }
 
 std::vector<std::string> plain_addresses(std::vector<std::string> addresses)
@@ -87,17 +88,25 @@ void Core::log_request(RequestRecord const& record, unsigned status)
     auto const id = std::to_string(record.id);
     auto const milliseconds = std::to_string(duration.count());
     auto const status_text = status == 0 ? std::string("-") : std::to_string(status);
-    auto const& who = record.who.empty() ? std::string("-") : record.who;
-    m_log.tell("request",
-               id + ' ' + record.method + ' ' + without_blanks(record.path) + ' ' + status_text + ' ' + milliseconds +
-                   " ms " + without_blanks(who) + ' ' + record.address,
-               {{"id", id},
-                {"method", record.method},
-                {"path", record.path},
-                {"status", status_text},
-                {"milliseconds", milliseconds},
-                {"who", record.who},
-                {"address", record.address}});
+    std::string line;
+    line.reserve(64 + record.method.size() + record.path.size() + record.who.size() + record.address.size());
+    line.append(id).append(" ").append(record.method).append(" ");
+    append_without_blanks(line, record.path);
+    line.append(" ").append(status_text).append(" ").append(milliseconds).append(" ms ");
+    append_without_blanks(line, record.who.empty() ? std::string_view("-") : record.who);
+    line.append(" ").append(record.address);
+    Log::Details details;
+    if (m_log.tells_details())
+    {
+        details = {{"id", id},
+                   {"method", record.method},
+                   {"path", record.path},
+                   {"status", status_text},
+                   {"milliseconds", milliseconds},
+                   {"who", record.who},
+                   {"address", record.address}};
+    }
+    m_log.tell("request", line, details);
 }
 
 HttpCounts Core::counts() const

@@ -5,30 +5,51 @@
 
 #include <unistd.h>
 
-#include <array>
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <cstdio>
-#include <ctime>
 
 namespace Ravik::Service
 {
 namespace
 {
 
-/// The time in UTC with milliseconds, as RFC 3339 writes it.
+void append_digits(std::string& text, unsigned number, int digits)
+{
+    auto const begin = text.size();
+    text.append(static_cast<std::size_t>(digits), '0');
+    for (auto place = text.size(); place > begin; number /= 10)
+    {
+        text[--place] = static_cast<char>('0' + number % 10);
+    }
+}
+
+/// The time in UTC with milliseconds, as RFC 3339 writes it. A line is written for each request, so it does without
+/// locales and formats.
 std::string now()
 {
-    auto const since_epoch = std::chrono::system_clock::now().time_since_epoch();
-    auto const milliseconds = std::chrono::duration_cast<std::chrono::milliseconds>(since_epoch).count();
-    std::time_t const seconds = milliseconds / 1000;
-    std::tm parts{};
-    ::gmtime_r(&seconds, &parts);
-    std::array<char, 32> text{};
-    auto const length = std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", &parts);
-    std::array<char, 8> fraction{};
-    std::snprintf(fraction.data(), fraction.size(), ".%03dZ", static_cast<int>(milliseconds % 1000));
-    return std::string(text.data(), length) + fraction.data();
+    using namespace std::chrono;
+    auto const time = floor<milliseconds>(system_clock::now());
+    auto const day = floor<days>(time);
+    year_month_day const date(day);
+    hh_mm_ss const clock(time - day);
+    std::string text;
+    text.reserve(sizeof "2000-01-01T00:00:00.000Z");
+    append_digits(text, static_cast<unsigned>(static_cast<int>(date.year())), 4);
+    text += '-';
+    append_digits(text, static_cast<unsigned>(date.month()), 2);
+    text += '-';
+    append_digits(text, static_cast<unsigned>(date.day()), 2);
+    text += 'T';
+    append_digits(text, static_cast<unsigned>(clock.hours().count()), 2);
+    text += ':';
+    append_digits(text, static_cast<unsigned>(clock.minutes().count()), 2);
+    text += ':';
+    append_digits(text, static_cast<unsigned>(clock.seconds().count()), 2);
+    text += '.';
+    append_digits(text, static_cast<unsigned>(clock.subseconds().count()), 3);
+    text += 'Z';
+    return text;
 }
 
 /// What would break the line or steer a terminal: control characters, those beyond ASCII and line ends among them.
@@ -53,27 +74,49 @@ void append_bytes(std::string& text, std::string_view bytes)
     }
 }
 
-std::string escaped(std::string_view text)
+constexpr bool is_plain(char each) noexcept
 {
-    std::string result;
+    return each >= ' ' && each < '\x7f' && each != '\\';
+}
+
+void append_escaped(std::string& line, std::string_view text)
+{
     while (!text.empty())
     {
+        auto const plain =
+            static_cast<std::size_t>(std::find_if_not(text.begin(), text.end(), is_plain) - text.begin());
+        line += text.substr(0, plain);
+        text.remove_prefix(plain);
+        if (text.empty())
+        {
+            return;
+        }
         auto const character = Json::first_character(text);
         if (is_harmless(character))
         {
-            result += character.bytes;
+            line += character.bytes;
         }
         else if (character.code == '\\')
         {
-            result += "\\\\";
+            line += "\\\\";
         }
         else
         {
-            append_bytes(result, character.bytes);
+            append_bytes(line, character.bytes);
         }
         text.remove_prefix(character.bytes.size());
     }
-    return result;
+}
+
+std::string text_line(std::string_view event, std::string_view text)
+{
+    auto line = now();
+    line.reserve(line.size() + event.size() + text.size() + 2);
+    line += ' ';
+    append_escaped(line, event);
+    line += ' ';
+    append_escaped(line, text);
+    return line;
 }
 
 void insert(RavikSrv::Value& object, std::string_view name, std::string_view text)
@@ -98,7 +141,7 @@ std::string json_line(std::string_view event, std::string_view text, Log::Detail
 
 void Log::tell(std::string_view event, std::string_view text, Details const& details)
 {
-    write(m_form == Form::json ? json_line(event, text, details) : now() + ' ' + escaped(event) + ' ' + escaped(text));
+    write(m_form == Form::json ? json_line(event, text, details) : text_line(event, text));
 }
 
 void Log::write(std::string const& line)

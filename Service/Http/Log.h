@@ -26,6 +26,8 @@ public:
     /// An event ("request", "listening", "tls", …), a text for a person, which says all, and the same in pieces for
     /// programs: they stand in the JSON form alone.
     void tell(std::string_view event, std::string_view text, Details const& details = {});
+    /// Whether the pieces count: whoever tells much need not make them otherwise.
+    bool tells_details() const noexcept { return m_form == Form::json; }
 
 protected:
     /// Writes one line, which comes without its end; here to standard error. Called from any thread, also from several

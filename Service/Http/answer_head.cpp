@@ -6,6 +6,7 @@
 #include <array>
 #include <ctime>
 #include <string_view>
+#include <utility>
 
 namespace Ravik::Service
 {
@@ -60,12 +61,16 @@ std::string_view reason(unsigned status)
 
 void append_harmless(std::string& head, std::string_view text)
 {
-    std::transform(text.begin(), text.end(), std::back_inserter(head),
-                   [](char each)
-                   {
-                       auto const byte = static_cast<unsigned char>(each);
-                       return byte < ' ' || byte == 0x7f ? ' ' : each;
-                   });
+    auto const begin = head.size();
+    head += text;
+    std::replace_if(
+        head.begin() + static_cast<std::ptrdiff_t>(begin), head.end(),
+        [](char each)
+        {
+            auto const byte = static_cast<unsigned char>(each);
+            return byte < ' ' || byte == 0x7f;
+        },
+        ' ');
 }
 
 void append_field(std::string& head, std::string_view name, std::string_view value)
@@ -75,6 +80,14 @@ void append_field(std::string& head, std::string_view name, std::string_view val
     append_harmless(head, value);
     head += "\r\n";
 }
+
+/// The fields that every answer carries, with what they say in each.
+constexpr std::array constant_fields{std::pair<std::string_view, std::string_view>{"X-Content-Type-Options", "nosniff"},
+                                     std::pair<std::string_view, std::string_view>{
+                                         "Content-Security-Policy", "default-src 'self'; frame-ancestors 'none'"},
+                                     std::pair<std::string_view, std::string_view>{"Referrer-Policy", "no-referrer"}};
+constexpr std::string_view date_name = "Date";
+constexpr std::string_view id_name = "X-Request-Id";
 
 } // namespace
 
@@ -90,11 +103,9 @@ std::string http_date()
 
 Fields common_fields(AnswerFrame const& frame)
 {
-    return {{"Date", frame.date},
-            {"X-Request-Id", std::to_string(frame.id)},
-            {"X-Content-Type-Options", "nosniff"},
-            {"Content-Security-Policy", "default-src 'self'; frame-ancestors 'none'"},
-            {"Referrer-Policy", "no-referrer"}};
+    Fields fields{{std::string(date_name), frame.date}, {std::string(id_name), std::to_string(frame.id)}};
+    fields.insert(fields.end(), constant_fields.begin(), constant_fields.end());
+    return fields;
 }
 
 bool has_field(Fields const& fields, std::string_view name)
@@ -110,11 +121,13 @@ bool has_body(unsigned status) noexcept
 
 std::string answer_head(Response const& response, AnswerFrame const& frame)
 {
-    std::string head = "HTTP/1.1 " + std::to_string(response.status) + ' ';
+    std::string head;
     head.reserve(512);
-    head += reason(response.status);
-    head += "\r\n";
-    for (auto const& [name, value] : common_fields(frame))
+    head.append("HTTP/1.1 ").append(std::to_string(response.status)).append(" ");
+    head.append(reason(response.status)).append("\r\n");
+    append_field(head, date_name, frame.date);
+    append_field(head, id_name, std::to_string(frame.id));
+    for (auto const& [name, value] : constant_fields)
     {
         append_field(head, name, value);
     }
