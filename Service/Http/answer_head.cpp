@@ -73,7 +73,14 @@ void append_harmless(std::string& head, std::string_view text)
         ' ');
 }
 
+/// A field that we have made ourselves.
 void append_field(std::string& head, std::string_view name, std::string_view value)
+{
+    head.append(name).append(": ").append(value).append("\r\n");
+}
+
+/// A field that a handler has made, perhaps of what a client sent.
+void append_given_field(std::string& head, std::string_view name, std::string_view value)
 {
     append_harmless(head, name);
     head += ": ";
@@ -133,7 +140,7 @@ std::string answer_head(Response const& response, AnswerFrame const& frame)
     }
     for (auto const& [name, value] : response.fields)
     {
-        append_field(head, name, value);
+        append_given_field(head, name, value);
     }
     if (!has_field(response.fields, "Cache-Control"))
     {
@@ -141,7 +148,7 @@ std::string answer_head(Response const& response, AnswerFrame const& frame)
     }
     if (!response.content_type.empty())
     {
-        append_field(head, "Content-Type", response.content_type);
+        append_given_field(head, "Content-Type", response.content_type);
     }
     if (has_body(response.status))
     {
