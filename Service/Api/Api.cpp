@@ -3,10 +3,7 @@
 #include "Api/events.h"
 #include "Api/problem.h"
 #include "Http/forwarding.h"
-
-#include <boost/algorithm/string/case_conv.hpp>
-#include <boost/algorithm/string/predicate.hpp>
-#include <boost/algorithm/string/trim.hpp>
+#include "Http/text.h"
 
 #include <algorithm>
 #include <charconv>
@@ -22,7 +19,7 @@ namespace
 std::string without_port(std::string_view host)
 {
     auto name = host.starts_with('[') ? host.substr(1, host.find(']') - 1) : host.substr(0, host.find(':'));
-    return boost::algorithm::to_lower_copy(std::string(name));
+    return lower_case(name);
 }
 
 /// "127.0.0.1.somewhere" is a name like any other, which somebody else's name server may lead here.
@@ -51,10 +48,10 @@ std::string cookie_of(RequestHead const& request)
         while (begin < value.size())
         {
             auto const end = std::min(value.find(';', begin), value.size());
-            auto const cookie = boost::trim_copy(value.substr(begin, end - begin));
+            auto const cookie = trimmed(std::string_view(value).substr(begin, end - begin));
             if (cookie.starts_with(wanted + '='))
             {
-                found.push_back(cookie.substr(wanted.size() + 1));
+                found.emplace_back(cookie.substr(wanted.size() + 1));
             }
             begin = end + 1;
         }
@@ -66,7 +63,7 @@ std::string cookie_of(RequestHead const& request)
 std::string media_type(RequestHead const& request)
 {
     auto const field = request.field("content-type").value_or("");
-    return boost::to_lower_copy(boost::trim_copy(std::string(field.substr(0, field.find(';')))));
+    return lower_case(trimmed(field.substr(0, field.find(';'))));
 }
 
 bool has_body(RequestHead const& request)
@@ -225,7 +222,7 @@ Admission Api::admitted(RequestHead const& request, std::string& who)
     check_host(request);
     auto const head = request.method == "HEAD";
     auto const match = find_route(head ? "GET" : request.method, request.path);
-    if (match.allowed.empty())
+    if (match.route == nullptr && match.allowed.empty())
     {
         fail(404, "NOT_FOUND",
              "nothing stands at " + request.path + "; " + std::string(api_root) + "/openapi.json lists what there is");
@@ -327,7 +324,7 @@ void Api::check_origin(RequestHead const& request, Route const& route)
     }
     auto const origin = request.field("origin").value_or("null");
     auto const own = (request.secure ? "https://" : "http://") + std::string(request.field("host").value_or(""));
-    if (!boost::iequals(origin, own))
+    if (!equals_ignoring_case(origin, own))
     {
         fail(403, "FOREIGN_ORIGIN", "the request comes from a page of '" + std::string(origin) + "', not of " + own);
     }
@@ -339,7 +336,7 @@ Caller Api::identify(RequestHead const& request) const
     {
         auto const value = request.field("authorization").value_or("");
         constexpr std::string_view scheme = "bearer ";
-        auto const token = value.size() > scheme.size() && boost::istarts_with(value, scheme)
+        auto const token = value.size() > scheme.size() && equals_ignoring_case(value.substr(0, scheme.size()), scheme)
                                ? std::string(value.substr(scheme.size()))
                                : std::string();
         auto const identity = token.empty() ? std::nullopt : m_parts.access.bearer(token);

@@ -43,8 +43,12 @@ bool fits(std::string_view pattern, std::string_view path, std::string& id)
         return false;
     }
     auto const component = path.substr(before.size(), path.size() - before.size() - behind.size());
+    if (component.find('/') != std::string_view::npos)
+    {
+        return false;
+    }
     id = component;
-    return component.find('/') == std::string_view::npos;
+    return true;
 }
 
 Problem bad(std::string detail)
@@ -150,19 +154,24 @@ Match find_route(std::string_view method, std::string_view path)
 {
     Match match;
     auto const wanted = below_root(path);
+    if (wanted.empty())
+    {
+        return match;
+    }
     for (auto const& route : all_routes())
     {
-        std::string id;
-        if (wanted.empty() || !fits(route.path, wanted, id))
-        {
-            continue;
-        }
-        match.allowed += (match.allowed.empty() ? "" : ", ") + std::string(route.method);
-        match.allowed += route.method == "GET" ? ", HEAD" : "";
-        if (route.method == method)
+        if (route.method == method && fits(route.path, wanted, match.id))
         {
             match.route = &route;
-            match.id = id;
+            return match;
+        }
+    }
+    for (auto const& route : all_routes())
+    {
+        if (std::string id; fits(route.path, wanted, id))
+        {
+            match.allowed += (match.allowed.empty() ? "" : ", ") + std::string(route.method);
+            match.allowed += route.method == "GET" ? ", HEAD" : "";
         }
     }
     match.allowed += match.allowed.empty() ? "" : ", OPTIONS";

@@ -138,7 +138,7 @@ struct Match
 {
     /// The route of the method, none where the path has other methods only.
     Route const* route = nullptr;
-    /// The path's methods, for "Allow"; empty where nothing stands at the path.
+    /// Where there is no route, the path's methods, for "Allow"; empty where nothing stands at the path.
     std::string allowed{};
     std::string id{};
 };

@@ -395,9 +395,7 @@ std::optional<RequestHead> HttpConnection<Transport>::make_request(http::request
     request.port = m_peer.port;
     for (auto const& field : header)
     {
-        std::string name(field.name_string());
-        std::transform(name.begin(), name.end(), name.begin(), lower_case);
-        request.fields.emplace_back(std::move(name), field.value());
+        request.fields.emplace_back(lower_case(field.name_string()), field.value());
     }
     if (m_core.is_proxy(m_peer.address))
     {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <string>
 #include <string_view>
 
 /// ASCII, as the fields of HTTP are made of.
@@ -10,6 +11,13 @@ namespace Ravik::Service
 constexpr char lower_case(char character) noexcept
 {
     return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;
+}
+
+inline std::string lower_case(std::string_view text)
+{
+    std::string result(text);
+    std::transform(result.begin(), result.end(), result.begin(), [](char each) { return lower_case(each); });
+    return result;
 }
 
 inline bool equals_ignoring_case(std::string_view left, std::string_view right) noexcept
