@@ -5,6 +5,7 @@
 #include "Json/Json.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace Ravik::Service
@@ -53,90 +54,84 @@ void Watch::start(Loop loop)
     tick();
 }
 
-// Who watches what
-// -----------------------------------------------------------------------------------------------------
+// Who watches what ----------------------------------------------------------------------------------------------------
 
 void Watch::watch(Client* client, std::vector<std::string> symbols)
 {
     std::sort(symbols.begin(), symbols.end());
     symbols.erase(std::unique(symbols.begin(), symbols.end()), symbols.end());
-    std::string key;
-    for (auto const& symbol : symbols)
-    {
-        key.append(symbol).push_back('\0');
-    }
     // What both lists name goes on.
-    std::for_each(symbols.begin(), symbols.end(), [this](std::string const& symbol) { add(symbol); });
+    Selection selection;
+    selection.reserve(symbols.size());
+    std::transform(symbols.begin(), symbols.end(), std::back_inserter(selection),
+                   [this](std::string const& symbol) { return add(symbol); });
     leave(client);
     auto const now = steady_clock::now();
-    auto& group = m_groups[key];
-    if (group.clients.empty() && group.newcomers.empty())
+    auto const [group, is_new] = m_groups.try_emplace(selection);
+    if (is_new)
     {
-        group.symbols = std::move(symbols);
-        group.last_message = now;
+        group->second.last_message = now;
     }
     else
     {
         // The group counts as one watcher.
-        std::for_each(symbols.begin(), symbols.end(), [this](std::string const& symbol) { drop(symbol); });
+        std::for_each(selection.begin(), selection.end(), [this](NamedSymbol const* symbol) { drop(*symbol); });
     }
-    group.newcomers.emplace(client, now);
-    m_group_of[client] = key;
+    group->second.newcomers.emplace(client, now);
+    m_group_of[client] = group;
     poll_due(now);
-    greet(group, now);
+    greet(*group, now);
 }
 
 /// Sends the newcomers their first message where every value is known by now, or they have waited long enough.
-void Watch::greet(Group& group, Time now)
+void Watch::greet(Groups::value_type& group, Time now)
 {
-    if (group.newcomers.empty())
+    auto& [selection, watching] = group;
+    if (watching.newcomers.empty())
     {
         return;
     }
-    auto const is_complete = std::all_of(group.symbols.begin(), group.symbols.end(),
-                                         [this](std::string const& symbol) { return m_symbols.at(symbol).is_read; });
+    auto const is_complete = std::all_of(selection.begin(), selection.end(),
+                                         [](NamedSymbol const* symbol) { return symbol->second.is_read; });
     std::shared_ptr<std::string const> text;
-    for (auto newcomer = group.newcomers.begin(); newcomer != group.newcomers.end();)
+    for (auto newcomer = watching.newcomers.begin(); newcomer != watching.newcomers.end();)
     {
         auto const [client, since] = *newcomer;
-        if (is_complete || now - since + tick_time > longest_silence)
-        {
-            text = text ? text : message(group, nullptr);
-            newcomer = group.newcomers.erase(newcomer);
-            group.clients.insert(client);
-            client->send(text);
-        }
-        else
+        if (!is_complete && now - since + tick_time <= longest_silence)
         {
             ++newcomer;
+            continue;
         }
+        text = text ? text : message(selection, Content::all, now);
+        newcomer = watching.newcomers.erase(newcomer);
+        watching.clients.insert(client);
+        client->send(text);
     }
 }
 
 void Watch::leave(Client* client)
 {
-    auto const key = m_group_of.find(client);
-    if (key == m_group_of.end())
+    auto const entry = m_group_of.find(client);
+    if (entry == m_group_of.end())
     {
         return;
     }
-    auto const group = m_groups.find(key->second);
-    m_group_of.erase(key);
+    auto const group = entry->second;
+    m_group_of.erase(entry);
     group->second.clients.erase(client);
     group->second.newcomers.erase(client);
     if (group->second.clients.empty() && group->second.newcomers.empty())
     {
-        for (auto const& symbol : group->second.symbols)
-        {
-            drop(symbol);
-        }
+        auto const selection = group->first;
         m_groups.erase(group);
+        std::for_each(selection.begin(), selection.end(), [this](NamedSymbol const* symbol) { drop(*symbol); });
     }
 }
 
-void Watch::add(std::string const& name)
+Watch::NamedSymbol* Watch::add(std::string const& name)
 {
-    auto& symbol = m_symbols[name];
+    auto& named = *m_symbols.try_emplace(name).first;
+    auto& symbol = named.second;
     if (symbol.watchers++ > 0)
     {
         auto const polled = m_domains.find(symbol.domain);
@@ -144,24 +139,25 @@ void Watch::add(std::string const& name)
         {
             polled->second.due = steady_clock::now();
         }
-        return;
+        return &named;
     }
     auto const domain = m_domain_of.find(name);
     if (domain == m_domain_of.end())
     {
         symbol.text = "there is no symbol of this name";
         symbol.is_read = true;
-        return;
+        return &named;
     }
     symbol.domain = domain->second;
     auto& polled = m_domains[symbol.domain];
     polled.symbols.insert(name);
     polled.due = steady_clock::now();
+    return &named;
 }
 
-void Watch::drop(std::string const& name)
+void Watch::drop(NamedSymbol const& named)
 {
-    auto const symbol = m_symbols.find(name);
+    auto const symbol = m_symbols.find(named.first);
     if (symbol == m_symbols.end() || --symbol->second.watchers > 0)
     {
         return;
@@ -169,7 +165,7 @@ void Watch::drop(std::string const& name)
     auto const domain = m_domains.find(symbol->second.domain);
     if (domain != m_domains.end())
     {
-        domain->second.symbols.erase(name);
+        domain->second.symbols.erase(symbol->first);
     }
     m_symbols.erase(symbol);
 }
@@ -195,8 +191,7 @@ void Watch::ask(std::vector<std::string> const& domains)
         });
 }
 
-// Polling
-// --------------------------------------------------------------------------------------------------------------
+// Polling -------------------------------------------------------------------------------------------------------------
 
 void Watch::tick()
 {
@@ -249,7 +244,8 @@ void Watch::take(std::string const& name, std::vector<std::string> const& names,
 {
     auto& domain = m_domains[name];
     domain.is_polling = false;
-    std::set<std::string> changed;
+    ++m_taken;
+    auto any_news = false;
     auto any_read = names.empty();
     for (std::size_t index = 0; index < names.size() && index < group.commands.size(); ++index)
     {
@@ -258,7 +254,8 @@ void Watch::take(std::string const& name, std::vector<std::string> const& names,
         auto const symbol = m_symbols.find(names[index]);
         if (symbol != m_symbols.end() && take(symbol->second, command, when))
         {
-            changed.insert(names[index]);
+            symbol->second.news = m_taken;
+            any_news = true;
         }
     }
     domain.is_good = any_read;
@@ -273,10 +270,13 @@ void Watch::take(std::string const& name, std::vector<std::string> const& names,
         domain.pause = std::min(longest_pause, std::max(m_interval, domain.pause * 2));
         domain.due = steady_clock::now() + domain.pause;
     }
-    tell(changed);
-    for (auto& [key, watching] : m_groups)
+    if (any_news)
     {
-        greet(watching, when);
+        tell_news();
+    }
+    for (auto& watching : m_groups)
+    {
+        greet(watching, steady_clock::now());
     }
 }
 
@@ -298,27 +298,18 @@ bool Watch::take(Symbol& symbol, ExecutedCommand const& command, Time when)
     return is_news;
 }
 
-// Telling
-// --------------------------------------------------------------------------------------------------------------
+// Telling -------------------------------------------------------------------------------------------------------------
 
-void Watch::tell(std::set<std::string> const& changed)
+void Watch::tell_news()
 {
-    if (changed.empty())
+    auto const now = steady_clock::now();
+    for (auto& group : m_groups)
     {
-        return;
-    }
-    for (auto& [key, group] : m_groups)
-    {
-        auto const concerns = std::any_of(group.symbols.begin(), group.symbols.end(),
-                                          [&](std::string const& symbol) { return changed.contains(symbol); });
-        if (concerns)
+        auto const& selection = group.first;
+        if (std::any_of(selection.begin(), selection.end(),
+                        [this](NamedSymbol const* symbol) { return is_news(symbol->second); }))
         {
-            auto const text = message(group, &changed);
-            group.last_message = steady_clock::now();
-            for (auto* const client : group.clients)
-            {
-                client->send(text);
-            }
+            send(group, Content::news, now);
         }
     }
 }
@@ -327,36 +318,56 @@ void Watch::tell(std::set<std::string> const& changed)
 void Watch::tell_all(Time now)
 {
     auto const revisions = m_project.revisions();
-    auto const is_news = !(revisions == m_told);
+    auto const is_changed = !(revisions == m_told);
     m_told = revisions;
-    std::set<std::string> const nothing;
-    for (auto& [key, group] : m_groups)
+    for (auto& group : m_groups)
     {
         greet(group, now);
-        if (is_news || now - group.last_message + tick_time > longest_silence)
+        if (is_changed || now - group.second.last_message + tick_time > longest_silence)
         {
-            auto const text = message(group, &nothing);
-            group.last_message = now;
-            for (auto* const client : group.clients)
-            {
-                client->send(text);
-            }
+            send(group, Content::none, now);
         }
     }
 }
 
-/// What the group is to know: the values of the changed symbols, or of all.
-std::shared_ptr<std::string const> Watch::message(Group const& group, std::set<std::string> const* changed) const
+void Watch::send(Groups::value_type& group, Content content, Time now)
 {
-    auto const now = steady_clock::now();
-    Value values(ValueType::Map);
-    for (auto const& name : group.symbols)
+    auto const text = message(group.first, content, now);
+    group.second.last_message = now;
+    for (auto* const client : group.second.clients)
     {
-        if (changed != nullptr && !changed->contains(name))
+        client->send(text);
+    }
+}
+
+/// What somebody who watches these symbols is to know.
+std::shared_ptr<std::string const> Watch::message(Selection const& selection, Content content, Time now) const
+{
+    Value revision(ValueType::Map);
+    revision.insert("configuration", text_value(std::to_string(m_told.configuration)));
+    revision.insert("history", text_value(std::to_string(m_told.history)));
+    revision.insert("activity", text_value(std::to_string(m_told.activity)));
+    auto text = "{\"revision\":" + Json::write(revision) + ",\"domains\":" + Json::write(domains_of(selection, now)) +
+                ",\"values\":{";
+    auto is_first = true;
+    for (auto* const symbol : selection)
+    {
+        if (content == Content::all || (content == Content::news && is_news(symbol->second)))
         {
-            continue;
+            text += std::exchange(is_first, false) ? "" : ",";
+            text += told(*symbol, now);
         }
-        auto const& symbol = m_symbols.at(name);
+    }
+    text += "}}";
+    return std::make_shared<std::string const>(std::move(text));
+}
+
+/// The symbol as a member of a JSON object.
+std::string const& Watch::told(NamedSymbol& named, Time now)
+{
+    auto& symbol = named.second;
+    if (symbol.told_time != now)
+    {
         Value value(ValueType::Map);
         value.insert("value", symbol.value);
         value.insert("quality", text_value(symbol.is_good ? "good" : symbol.is_read ? "bad" : "unknown"));
@@ -365,31 +376,24 @@ std::shared_ptr<std::string const> Watch::message(Group const& group, std::set<s
         {
             value.insert("text", text_value(symbol.text));
         }
-        values.insert(name.c_str(), value);
+        symbol.told = Json::write(text_value(named.first)) + ':' + Json::write(value);
+        symbol.told_time = now;
     }
-    Value revision(ValueType::Map);
-    revision.insert("configuration", text_value(std::to_string(m_told.configuration)));
-    revision.insert("history", text_value(std::to_string(m_told.history)));
-    revision.insert("activity", text_value(std::to_string(m_told.activity)));
-    Value text(ValueType::Map);
-    text.insert("revision", revision);
-    text.insert("domains", domains_of(group, now));
-    text.insert("values", values);
-    return std::make_shared<std::string const>(Json::write(text));
+    return symbol.told;
 }
 
-/// How long ago each domain that the group watches was last read, so that a value that stays the same shows its age.
-Value Watch::domains_of(Group const& group, Time now) const
+/// How long ago each domain of the symbols was last read, so that a value that stays the same shows its age.
+Value Watch::domains_of(Selection const& selection, Time now) const
 {
-    std::set<std::string> names;
-    for (auto const& symbol : group.symbols)
+    std::set<std::string_view> names;
+    for (auto const* const symbol : selection)
     {
-        names.insert(m_symbols.at(symbol).domain);
+        names.insert(symbol->second.domain);
     }
     Value domains(ValueType::Map);
-    for (auto const& name : names)
+    for (auto const name : names)
     {
-        auto const domain = m_domains.find(name);
+        auto const domain = m_domains.find(std::string(name));
         if (domain == m_domains.end())
         {
             continue;
@@ -398,7 +402,7 @@ Value Watch::domains_of(Group const& group, Time now) const
         entry.insert("quality", text_value(domain->second.is_good ? "good" : "bad"));
         entry.insert("age",
                      domain->second.good_time == Time() ? Value() : Value(seconds(now - domain->second.good_time)));
-        domains.insert(name.c_str(), entry);
+        domains.insert(domain->first.c_str(), entry);
     }
     return domains;
 }

@@ -15,6 +15,7 @@
 #include <set>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace Ravik::Service
@@ -79,7 +80,16 @@ private:
         /// When the value was read.
         Time time;
         std::size_t watchers = 0;
+        /// The taking of values that last brought news of it.
+        std::uint64_t news = 0;
+        /// How messages of that time tell of it: made once for all groups.
+        std::string told;
+        Time told_time;
     };
+    /// With its name.
+    using NamedSymbol = std::pair<std::string const, Symbol>;
+    /// What somebody watches, in the order of the names.
+    using Selection = std::vector<NamedSymbol*>;
 
     struct Domain
     {
@@ -94,25 +104,36 @@ private:
     /// Those who watch the same symbols.
     struct Group
     {
-        std::vector<std::string> symbols;
         std::set<Client*> clients;
         /// Those who wait for their first message, and since when.
         std::map<Client*, Time> newcomers;
         Time last_message;
     };
+    using Groups = std::map<Selection, Group>;
+
+    /// The values that a message tells of.
+    enum class Content
+    {
+        all,
+        news,
+        none,
+    };
 
     void tick();
     void poll_due(Time now);
-    void greet(Group& group, Time now);
     void poll(std::string const& name, Domain& domain, Time now);
     void take(std::string const& name, std::vector<std::string> const& names, ExecutedGroup const& group, Time when);
     bool take(Symbol& symbol, ExecutedCommand const& command, Time when);
-    void tell(std::set<std::string> const& changed);
+    bool is_news(Symbol const& symbol) const noexcept { return symbol.news == m_taken; }
+    void greet(Groups::value_type& group, Time now);
+    void tell_news();
     void tell_all(Time now);
-    std::shared_ptr<std::string const> message(Group const& group, std::set<std::string> const* changed) const;
-    RavikSrv::Value domains_of(Group const& group, Time now) const;
-    void add(std::string const& name);
-    void drop(std::string const& name);
+    void send(Groups::value_type& group, Content content, Time now);
+    std::shared_ptr<std::string const> message(Selection const& selection, Content content, Time now) const;
+    static std::string const& told(NamedSymbol& named, Time now);
+    RavikSrv::Value domains_of(Selection const& selection, Time now) const;
+    NamedSymbol* add(std::string const& name);
+    void drop(NamedSymbol const& symbol);
 
     Project& m_project;
     Lanes& m_lanes;
@@ -124,8 +145,10 @@ private:
     std::unordered_map<std::string, std::string> m_domain_of;
     std::unordered_map<std::string, Symbol> m_symbols;
     std::map<std::string, Domain> m_domains;
-    std::map<std::string, Group> m_groups;
-    std::unordered_map<Client*, std::string> m_group_of;
+    Groups m_groups;
+    std::unordered_map<Client*, Groups::iterator> m_group_of;
+    /// How often values were taken.
+    std::uint64_t m_taken = 0;
     /// Gone when this is: what comes back from a lane later finds nobody.
     std::shared_ptr<Watch*> m_self;
 };
