@@ -7,7 +7,9 @@
 
 #include <boost/algorithm/string/split.hpp>
 
+#include <algorithm>
 #include <csignal>
+#include <sys/resource.h>
 #include <unistd.h>
 
 namespace Ravik::CommandLine
@@ -78,6 +80,18 @@ Service::Log::Form log_form(Invocation const& invocation)
     return form == "json" ? Service::Log::Form::json : Service::Log::Form::text;
 }
 
+/// Each connection takes a file descriptor, and a shell gives a program fewer than the connections it is to take.
+void allow_descriptors(std::size_t connections)
+{
+    constexpr rlim_t all_else = 512;
+    rlimit limit{};
+    if (::getrlimit(RLIMIT_NOFILE, &limit) == 0)
+    {
+        limit.rlim_cur = std::max(limit.rlim_cur, std::min<rlim_t>(limit.rlim_max, connections + all_else));
+        static_cast<void>(::setrlimit(RLIMIT_NOFILE, &limit));
+    }
+}
+
 /// Secrets go to a person, never into a file of messages.
 void show_start_link(Service::Service& service)
 {
@@ -107,6 +121,7 @@ Answer serve(Invocation& invocation)
 {
     Service::Log log(log_form(invocation));
     auto const settings = settings_of(invocation);
+    allow_descriptors(settings.limits.connections);
     Signals const signals;
     ProjectFileMark const file(invocation.directory());
     auto const project = Project::open(invocation.directory(), invocation.open_options());

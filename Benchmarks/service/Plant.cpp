@@ -141,8 +141,10 @@ Plant::Plant(Encryption encryption, int tokens)
                                                   " --role engineer --json --project " + path().string()));
         m_tokens.emplace_back(answer["value"]["token"].get_text());
     }
+    // With as few file descriptors to begin with as a shell may give it.
     m_server = std::make_unique<ServerProcess>(
-        std::vector<std::string>{RAVIK_PROGRAM, "serve", "--listen", "127.0.0.1:0", "--project", path().string()},
+        std::vector<std::string>{"/bin/sh", "-c", "ulimit -Sn 256 && exec \"$0\" \"$@\"", RAVIK_PROGRAM, "serve",
+                                 "--listen", "127.0.0.1:0", "--project", path().string()},
         path() / "log");
 }
 

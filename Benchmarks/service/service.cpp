@@ -25,6 +25,7 @@
 #include <fcntl.h>
 #include <stdexcept>
 #include <string>
+#include <sys/resource.h>
 #include <unistd.h>
 #include <vector>
 
@@ -498,12 +499,22 @@ Wish wish_in(std::vector<std::string> const& arguments)
     return wish;
 }
 
+/// A thousand clients take more file descriptors than shells give to begin with.
+void allow_descriptors()
+{
+    rlimit limit{};
+    static_cast<void>(::getrlimit(RLIMIT_NOFILE, &limit));
+    limit.rlim_cur = limit.rlim_max;
+    static_cast<void>(::setrlimit(RLIMIT_NOFILE, &limit));
+}
+
 } // namespace
 
 int main(int count, char** arguments)
 {
     try
     {
+        allow_descriptors();
         auto const wish = wish_in({arguments + 1, arguments + count});
         if (wish.has("reads"))
         {
