@@ -119,6 +119,23 @@ Value Call::object() const
     }
 }
 
+Value Call::object(std::initializer_list<char const*> members) const
+{
+    auto value = object();
+    for (auto member = value.begin(); member != value.end(); ++member)
+    {
+        std::string const name = member.name();
+        if (std::find(members.begin(), members.end(), name) == members.end())
+        {
+            throw Problem{.status = 422,
+                          .code = "UNEXPECTED_FIELD",
+                          .detail = "the body has no member '" + name + "' here",
+                          .errors = {{'/' + name, "not a member of this request"}}};
+        }
+    }
+    return value;
+}
+
 std::string Call::field(std::string_view name) const
 {
     if (head.count(name) > 1)

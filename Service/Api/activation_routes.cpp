@@ -21,7 +21,7 @@ using RavikSrv::ValueType;
 
 void post_plan(Call call, Reply reply)
 {
-    auto const recipe = recipe_in(call.object());
+    auto const recipe = recipe_in(call.object({"recipe"}));
     auto const domains = domains_of(call, recipe);
     auto const work = [call, recipe]
     {
@@ -92,7 +92,7 @@ Activations::Request request_of(Call const& call, Value const& body)
 
 Wish wish_of(Call const& call)
 {
-    auto const body = call.object();
+    auto const body = call.object({"recipe", "plan", "verify", "note"});
     Wish wish{.request = request_of(call, body),
               .recipe = recipe_in(body),
               .hash = {},
@@ -129,10 +129,22 @@ std::string planned_hash(Call const& call, Wish const& wish)
     return plan->hash;
 }
 
-/// An answer that tells the activation as well where it failed.
-Response outcome_answer(Value const& activation, bool succeeded)
+constexpr unsigned created = 201;
+constexpr unsigned not_as_asked = 502;
+constexpr unsigned not_stored = 507;
+
+/// A machine does not wait for a disk: what can't be remembered is written all the same, and told of.
+unsigned status_of(ActivationReport const& report)
 {
-    if (succeeded)
+    return report.succeeded()                                    ? created
+           : report.error == RavikSrv::ErrorValue::STORAGE_STORE ? not_stored
+                                                                 : not_as_asked;
+}
+
+/// An answer that tells the activation as well where it failed.
+Response outcome_answer(Value const& activation, unsigned status)
+{
+    if (status == created)
     {
         Fields fields;
         if (activation["id"].isset())
@@ -140,9 +152,9 @@ Response outcome_answer(Value const& activation, bool succeeded)
             fields.emplace_back("Location",
                                 std::string(api_root) + "/activations/" + std::to_string(activation["id"].get_int64()));
         }
-        return json_answer(activation, 201, std::move(fields));
+        return json_answer(activation, status, std::move(fields));
     }
-    Problem problem{.status = 502, .code = "FAIL", .detail = std::string(activation["text"].get_text())};
+    Problem problem{.status = status, .code = "FAIL", .detail = std::string(activation["text"].get_text())};
     problem.members = activation;
     return answer_of(problem);
 }
@@ -172,7 +184,7 @@ HistoryRecord record_of(Call const& call, std::int64_t id)
 Response repeated(Call const& call, std::int64_t id)
 {
     auto const record = record_of(call, id);
-    return outcome_answer(record_activation(record), record.outcome == Outcome::done);
+    return outcome_answer(record_activation(record), record.outcome == Outcome::done ? created : not_as_asked);
 }
 
 /// Answers a request that was made before; returns whether it was.
@@ -262,13 +274,6 @@ public:
         m_id = id;
         m_activations.begin(id, m_activation);
     }
-    /// Nothing is written that has no record.
-    void halt() noexcept
-    {
-        m_is_halted = true;
-        m_activation->stop = true;
-    }
-    bool is_halted() const noexcept { return m_is_halted; }
     std::atomic<bool> const* stop() const noexcept { return &m_activation->stop; }
     void progress(std::size_t done, std::size_t total) const
     {
@@ -279,7 +284,6 @@ public:
 private:
     Activations& m_activations;
     std::int64_t m_id = 0;
-    bool m_is_halted = false;
     std::shared_ptr<RunningActivation> m_activation = std::make_shared<RunningActivation>();
 };
 
@@ -331,8 +335,6 @@ Response carry_out(Call const& call, Wish const& wish, Once& early)
     {
         if (id == 0)
         {
-            // Asked for again it would be made again.
-            listed.halt();
             return;
         }
         listed.begin(id);
@@ -343,18 +345,12 @@ Response carry_out(Call const& call, Wish const& wish, Once& early)
         }
     };
     auto const report = call.parts.project.activate(wish.recipe, options);
-    if (listed.is_halted())
-    {
-        throw Problem{.status = 507,
-                      .code = "STORAGE_STORE",
-                      .detail = "nothing is activated that can't be remembered: " + report.text};
-    }
     ++(report.succeeded() ? call.parts.metrics.activations_done : call.parts.metrics.activations_failed);
     if (!report.succeeded() && (report.plan_changed || is_refused(report)))
     {
         throw refused_activation(report);
     }
-    return outcome_answer(activation_value(report, activation_states()), report.succeeded());
+    return outcome_answer(activation_value(report, activation_states()), status_of(report));
 }
 
 std::int64_t number_of(Call const& call)
@@ -464,7 +460,7 @@ Response write_back(Call const& call, HistoryRecord const& record, bool dry_run,
         throw problem_of(report);
     }
     auto const value = activation_value(report, revert_states());
-    return report.succeeded() || dry_run ? json_answer(value) : outcome_answer(value, false);
+    return report.succeeded() || dry_run ? json_answer(value) : outcome_answer(value, status_of(report));
 }
 
 Response take_back(Call const& call, HistoryRecord const& record, bool dry_run, std::string const& note)
@@ -478,7 +474,7 @@ Response take_back(Call const& call, HistoryRecord const& record, bool dry_run, 
 void post_revert(Call call, Reply reply)
 {
     auto const record = record_of(call, number_of(call));
-    auto const body = call.object();
+    auto const body = call.object({"dryRun", "force", "note"});
     auto const dry_run = flag_in(body, "dryRun");
     auto const force = flag_in(body, "force");
     auto const note = text_in(body, "note");

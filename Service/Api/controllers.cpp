@@ -10,6 +10,7 @@
 namespace Ravik::Service
 {
 
+using RavikSrv::ErrorValue;
 using RavikSrv::Value;
 using RavikSrv::ValueType;
 

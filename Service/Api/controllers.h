@@ -14,8 +14,8 @@ namespace Ravik::Service
 /// Throws 404 where there is no such recipe.
 void check_recipe(Call const& call, std::string const& recipe);
 
-/// What an activation of the recipe would write, whatever stands in the controllers. Throws the `Problem` of one that is
-/// not there or can't be activated.
+/// What an activation of the recipe would write, whatever stands in the controllers. Throws the `Problem` of one that
+/// is not there or can't be activated.
 ActivationRows expected_rows(Call const& call, std::string const& recipe);
 /// The controllers that it reaches.
 std::vector<std::string> domains_of(Call const& call, std::string const& recipe);

@@ -88,12 +88,8 @@ Response edit_answer(EditReport const& report, unsigned status, Fields fields)
     {
         throw problem_of(report);
     }
-    auto answer = touched_value(report.cascade);
-    Value warnings(ValueType::Vector);
-    for (auto const& finding : report.warnings)
-    {
-        warnings << finding_value(finding);
-    }
+    auto answer = value_of(report.cascade);
+    auto warnings = value_of(report.warnings);
     if (report.made && !report.succeeded())
     {
         Value warning(ValueType::Map);

@@ -12,8 +12,8 @@
 
 #include "api_helper.h"
 
-#include <utility>
 #include <boost/algorithm/string/replace.hpp>
+#include <utility>
 
 namespace Ravik::Service
 {
@@ -287,7 +287,7 @@ Response delete_folder(Call& call)
 
 Response post_move(Call& call)
 {
-    auto const body = call.object();
+    auto const body = call.object({"from", "to", "dryRun"});
     auto const text = [&body](char const* name)
     {
         std::string value(body[name].get_text());

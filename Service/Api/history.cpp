@@ -90,7 +90,6 @@ Response get_record(Call& call)
     }
     auto const& record = found.records.front();
     auto value = record_value(record);
-    value.insert("body", record.body);
     return json_answer(value);
 }
 

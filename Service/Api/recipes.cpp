@@ -5,7 +5,6 @@
 
 #include "Configuration/tree.h"
 
-#include <map>
 #include <utility>
 
 namespace Ravik::Service
@@ -21,7 +20,7 @@ namespace
 /// Which recipes are to be updated; one of the three ways to say so.
 std::vector<std::string> to_update(Call const& call)
 {
-    auto const body = call.object();
+    auto const body = call.object({"recipe", "type", "all"});
     auto const ways = (body["recipe"].isset() ? 1 : 0) + (body["type"].isset() ? 1 : 0) + (body["all"].isset() ? 1 : 0);
     if (ways != 1 || (body["all"].isset() && !flag_in(body, "all")))
     {
@@ -42,46 +41,8 @@ std::vector<std::string> to_update(Call const& call)
     return outcome.names;
 }
 
-constexpr char const* stored_side = "stored";
 constexpr char const* live_side = "live";
 constexpr char const* other_side = "other";
-
-/// {"counts", "rows"} of a comparison; rows that are the same are counted alone.
-Value comparison_value(ActivationReport const& report, char const* side)
-{
-    Value rows(ValueType::Vector);
-    std::map<RowState, long> found;
-    for (auto const& row : report.rows)
-    {
-        ++found[row.state];
-        if (row.state == RowState::Same)
-        {
-            continue;
-        }
-        Value entry(ValueType::Map);
-        entry.insert("symbol", text_value(row.symbol));
-        entry.insert("domain", text_value(row.domain));
-        entry.insert("member", text_value(row.member));
-        entry.insert(stored_side, row.value);
-        entry.insert(side, row.before);
-        entry.insert("state", text_value(name_of(row.state)));
-        entry.insert("text", text_value(row.text));
-        rows << entry;
-    }
-    Value counts(ValueType::Map);
-    for (auto const state : plan_states())
-    {
-        counts.insert(name_of(state), Value(0L));
-    }
-    for (auto const& [state, count] : found)
-    {
-        counts.insert_or_update(name_of(state), Value(count));
-    }
-    Value value(ValueType::Map);
-    value.insert("counts", counts);
-    value.insert("rows", rows);
-    return value;
-}
 
 Response comparison_answer(ActivationReport const& report, char const* side)
 {
@@ -89,7 +50,7 @@ Response comparison_answer(ActivationReport const& report, char const* side)
     {
         throw problem_of(report);
     }
-    return json_answer(comparison_value(report, side));
+    return json_answer(comparison_of(report.rows, side).value());
 }
 
 /// The recipe's last activation that came to its end: since when it stands there, and by whom.
@@ -121,63 +82,25 @@ Response active_answer(Call const& call)
     {
         active << last_activation(project, recipe);
     }
-    Value unread(ValueType::Vector);
-    for (auto const& each : report.unread)
-    {
-        Value entry(ValueType::Map);
-        entry.insert("recipe", text_value(each.recipe));
-        entry.insert("text", text_value(each.text));
-        unread << entry;
-    }
     Value value(ValueType::Map);
     value.insert("active", active);
-    value.insert("unread", unread);
+    value.insert("unread", value_of(report.unread));
     return json_answer(value);
 }
 
-Value value_rows(ValueRows const& rows)
+Response saved_answer(SaveReport const& report, EntryText const& stored)
 {
-    Value list(ValueType::Vector);
-    for (auto const& row : rows)
-    {
-        Value entry(ValueType::Map);
-        entry.insert("symbol", text_value(row.symbol));
-        entry.insert("domain", text_value(row.domain));
-        entry.insert("member", text_value(row.member));
-        entry.insert(stored_side, row.stored);
-        entry.insert(live_side, row.live);
-        entry.insert("state", text_value(name_of(row.state)));
-        entry.insert("text", text_value(row.text));
-        list << entry;
-    }
-    return list;
-}
-
-Response saved_answer(SaveReport const& report)
-{
+    auto const rows = rows_of(report.rows, {ValueState::Saved, ValueState::Same}).value();
     if (!report.succeeded())
     {
         auto problem = report.read_failed ? problem_of(report.error, report.result, report.name, report.text)
                                           : problem_of(static_cast<EditReport const&>(report));
         problem.status = report.read_failed && problem.status == 422 ? 502 : problem.status;
         problem.members = Value(ValueType::Map);
-        problem.members.insert("rows", value_rows(report.rows));
+        problem.members.insert("rows", rows["rows"]);
         throw Problem(std::move(problem));
     }
-    std::map<ValueState, long> found{{ValueState::Saved, 0}, {ValueState::Same, 0}};
-    for (auto const& row : report.rows)
-    {
-        ++found[row.state];
-    }
-    Value counts(ValueType::Map);
-    for (auto const& [state, count] : found)
-    {
-        counts.insert(name_of(state), Value(count));
-    }
-    Value value(ValueType::Map);
-    value.insert("counts", counts);
-    value.insert("rows", value_rows(report.rows));
-    return json_answer(value);
+    return json_answer(rows, 200, {{"ETag", stored.tag}});
 }
 
 } // namespace
@@ -186,27 +109,7 @@ Response post_updates(Call& call)
 {
     auto const names = to_update(call);
     auto const report = call.parts.project.update(names, {.origin = origin_of(call)});
-    Value rows(ValueType::Vector);
-    std::map<UpdateState, long> found{{UpdateState::Updated, 0}, {UpdateState::Same, 0}, {UpdateState::Failed, 0}};
-    for (auto const& row : report.rows)
-    {
-        ++found[row.state];
-        Value entry(ValueType::Map);
-        entry.insert("recipe", text_value(row.recipe));
-        entry.insert("state", text_value(name_of(row.state)));
-        entry.insert("text", text_value(row.text));
-        entry.insert("info", text_values(row.info));
-        rows << entry;
-    }
-    Value counts(ValueType::Map);
-    for (auto const& [state, count] : found)
-    {
-        counts.insert(name_of(state), Value(count));
-    }
-    Value value(ValueType::Map);
-    value.insert("counts", counts);
-    value.insert("rows", rows);
-    return json_answer(value);
+    return json_answer(rows_of(report.rows).value());
 }
 
 void get_comparison(Call call, Reply reply)
@@ -231,7 +134,7 @@ void get_comparison(Call call, Reply reply)
 
 void post_reading(Call call, Reply reply)
 {
-    auto const recipe = recipe_in(call.object());
+    auto const recipe = recipe_in(call.object({"recipe"}));
     auto const condition = required_condition(call);
     auto const domains = domains_of(call, recipe);
     auto& devices = call.parts.devices;
@@ -241,7 +144,9 @@ void post_reading(Call call, Reply reply)
         [call = std::move(call), recipe, condition]
         {
             auto const report = call.parts.project.save(recipe, {.origin = origin_of(call), .condition = condition});
-            return saved_answer(report);
+            auto const path = Tree::join(Key::recipe_list, recipe);
+            auto const stored = call.parts.project.get(std::string(recipe_domain), path).value;
+            return saved_answer(report, call.parts.texts.of(path, stored));
         },
         std::move(reply));
 }
@@ -264,13 +169,8 @@ void get_active(Call call, Reply reply)
 
 Response get_check(Call& call)
 {
-    Value findings(ValueType::Vector);
-    for (auto const& finding : call.parts.project.check(std::string(recipe_domain)))
-    {
-        findings << finding_value(finding);
-    }
     Value value(ValueType::Map);
-    value.insert("findings", findings);
+    value.insert("findings", value_of(call.parts.project.check(std::string(recipe_domain))));
     return json_answer(value);
 }
 

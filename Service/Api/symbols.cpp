@@ -79,7 +79,7 @@ void get_symbol(Call call, Reply reply)
 void put_symbol(Call call, Reply reply)
 {
     auto const symbol = symbol_of(call);
-    auto const body = call.object();
+    auto const body = call.object({"value", "note"});
     if (!body["value"].isset())
     {
         throw Problem{.status = 422,

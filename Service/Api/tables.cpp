@@ -154,17 +154,12 @@ template <typename Import, typename Place>
 
 Response imported(EditReport const& report)
 {
-    auto value = touched_value(report.cascade);
+    auto value = value_of(report.cascade);
     if (report.value.isset())
     {
         value.insert("counts", report.value);
     }
-    Value warnings(ValueType::Vector);
-    for (auto const& finding : report.warnings)
-    {
-        warnings << finding_value(finding);
-    }
-    value.insert("warnings", warnings);
+    value.insert("warnings", value_of(report.warnings));
     return json_answer(value);
 }
 

@@ -15,21 +15,6 @@ constexpr char const* account_prefix = "account:";
 
 } // namespace
 
-Value text_value(std::string_view text)
-{
-    return Value(text);
-}
-
-Value text_values(std::vector<std::string> const& texts)
-{
-    Value list(ValueType::Vector);
-    for (auto const& text : texts)
-    {
-        list << text_value(text);
-    }
-    return list;
-}
-
 bool flag_in(Value const& body, char const* name, bool otherwise)
 {
     auto const& value = body[name];
@@ -41,30 +26,6 @@ bool flag_in(Value const& body, char const* name, bool otherwise)
                       .errors = {{std::string("/") + name, "neither true nor false"}}};
     }
     return value.isset() ? value.get_bool() : otherwise;
-}
-
-Value touched_value(std::vector<Touched> const& places)
-{
-    Value written(ValueType::Vector);
-    Value removed(ValueType::Vector);
-    for (auto const& place : places)
-    {
-        (place.removed ? removed : written) << text_value(place.path);
-    }
-    Value value(ValueType::Map);
-    value.insert("written", written);
-    value.insert("removed", removed);
-    return value;
-}
-
-Value finding_value(Finding const& finding)
-{
-    Value value(ValueType::Map);
-    value.insert("kind", text_value(to_text(finding.kind)));
-    value.insert("path", text_value(finding.path));
-    value.insert("text", text_value(finding.text));
-    value.insert("note", Value(finding.is_note()));
-    return value;
 }
 
 std::string who_text(std::string const& who)
@@ -79,15 +40,8 @@ std::string who_in(std::string const& text)
 
 Value record_value(HistoryRecord const& record)
 {
-    Value value(ValueType::Map);
-    value.insert("id", Value(record.id));
-    value.insert("time", text_value(record.time));
-    value.insert("who", text_value(who_text(record.who)));
-    value.insert("action", text_value(record.action));
-    value.insert("asked", text_value(record.asked));
-    value.insert("outcome", text_value(record.outcome));
-    value.insert("text", text_value(record.text));
-    value.insert("note", text_value(record.note));
+    auto value = value_of(record);
+    value.insert_or_update("who", text_value(who_text(record.who)));
     return value;
 }
 

@@ -8,6 +8,8 @@
 #include "boundary_guard.h"
 
 #include <fstream>
+#include <sys/stat.h>
+#include <unistd.h>
 #include <utility>
 
 namespace Ravik
@@ -15,12 +17,28 @@ namespace Ravik
 
 namespace Operations = Wire::Operations;
 
+namespace
+{
+
+/// Whether somebody was let in by the socket's group: the owner has made him as good as himself, and nothing of the
+/// project runs in his name. Root is let in everywhere, which says nothing.
+bool is_guest(std::filesystem::path const& directory)
+{
+    struct stat folder = {};
+    return ::geteuid() != 0 && ::stat(directory.c_str(), &folder) == 0 && folder.st_uid != ::geteuid();
+}
+
+} // namespace
+
 std::unique_ptr<RemoteProject> RemoteProject::connect(std::filesystem::path const& directory,
                                                       OpenOptions const& options)
 {
-    // As whoever opens it does: what stands in a folder of somebody else's is not trusted, nor is who listens there.
-    static_cast<void>(open_project_file(directory, options.trust));
     auto link = Wire::ServiceLink::open(directory);
+    if (link == nullptr || !is_guest(directory))
+    {
+        // As whoever opens it does: what stands in a folder of somebody else's is not trusted, nor is who listens there.
+        static_cast<void>(open_project_file(directory, options.trust));
+    }
     return link == nullptr ? nullptr : std::unique_ptr<RemoteProject>(new RemoteProject(directory, std::move(link)));
 }
 

@@ -270,6 +270,7 @@ TEST(Attacks, on_the_body)
         {"POST", "/imports?type=Dough", 400, "{}"},
         {"POST", "/imports?dryRun=maybe", 400, "{}"},
         {"POST", "/imports?revision=x", 400, "{}"},
+        {"POST", "/moves", 422, R"({"from":"recipeList::Bread","to":"recipeList::Cake","dryrun":true})"},
         {"POST", "/imports?revision=0", 412, R"({"recipeTypeList":{"New":{"members":{}}}})"},
         // Activations and what else asks controllers.
         activation(R"({"recipe":"Bread"})", 400, ""),

@@ -202,7 +202,7 @@ class Clients(OnService):
     def test_metrics_count_requests_and_days(self):
         before, after = self.samples(), self.samples()
         self.assertEqual(int(after["ravik_http_requests_total"]), int(before["ravik_http_requests_total"]) + 1)
-        days = float(after["ravik_certificate_remaining_seconds"]) / 86400
+        days = float(after['ravik_certificate_ends_in{unit="days"}'])
         self.assertTrue(29 < days <= 30, days)
 
 
