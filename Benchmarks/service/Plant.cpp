@@ -143,7 +143,7 @@ Plant::Plant(Encryption encryption, int tokens)
     }
     // With as few file descriptors to begin with as a shell may give it.
     m_server = std::make_unique<ServerProcess>(
-        std::vector<std::string>{"/bin/sh", "-c", "ulimit -Sn 256 && exec \"$0\" \"$@\"", RAVIK_PROGRAM, "serve",
+        std::vector<std::string>{"/bin/sh", "-c", R"(ulimit -Sn 256 && exec "$0" "$@")", RAVIK_PROGRAM, "serve",
                                  "--listen", "127.0.0.1:0", "--project", path().string()},
         path() / "log");
 }

@@ -25,6 +25,7 @@ constexpr auto pause = std::chrono::milliseconds(20);
 pid_t spawn(std::vector<std::string> command, std::filesystem::path const& log)
 {
     std::vector<char*> arguments;
+    arguments.reserve(command.size() + 1);
     for (auto& argument : command)
     {
         arguments.push_back(argument.data());
