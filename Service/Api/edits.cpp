@@ -1,5 +1,6 @@
 #include "Api/edits.h"
 
+#include "Api/entity_tags.h"
 #include "Api/values.h"
 
 #include "Configuration/entry_tag.h"
@@ -11,35 +12,6 @@ namespace Ravik::Service
 
 using RavikSrv::Value;
 using RavikSrv::ValueType;
-
-namespace
-{
-
-/// The tags of a list such as `"a", W/"b"`; empty where it is none.
-std::vector<std::string> tags_of(std::string const& list)
-{
-    std::vector<std::string> tags;
-    std::size_t position = 0;
-    while (position < list.size())
-    {
-        auto const begin = list.find_first_not_of(" \t,", position);
-        if (begin == std::string::npos)
-        {
-            break;
-        }
-        auto const quote = list.compare(begin, 2, "W/") == 0 ? begin + 2 : begin;
-        auto const end = quote < list.size() && list[quote] == '"' ? list.find('"', quote + 1) : std::string::npos;
-        if (end == std::string::npos)
-        {
-            return {};
-        }
-        tags.push_back(list.substr(quote + 1, end - quote - 1));
-        position = end + 1;
-    }
-    return tags;
-}
-
-} // namespace
 
 Origin origin_of(Call const& call, std::string note)
 {
@@ -54,7 +26,7 @@ Condition required_condition(Call const& call)
     {
         return {.kind = Condition::Kind::Absent};
     }
-    auto const tags = tags_of(match);
+    auto const tags = entity_tags(match);
     if (tags.empty() || !none_match.empty())
     {
         throw Problem{.status = 428,

@@ -1,24 +1,18 @@
 #include "Api/events.h"
 
 #include "Api/problem.h"
+#include "Api/stream_message.h"
 
-#include "algorithm_helper.h"
-#include "Json/Json.h"
-
+#include <stdexcept>
 #include <utility>
 
 namespace Ravik::Service
 {
 
-using RavikSrv::Value;
-using RavikSrv::ValueType;
-
 namespace
 {
 
 constexpr unsigned policy_violation = 1008;
-/// More symbols than any page shows.
-constexpr std::size_t most_symbols = 10'000;
 
 /// A client of the stream. Until it has shown that it is a page of ours it is sent nothing.
 class EventClient : public StreamHandler, public Watch::Client
@@ -44,11 +38,11 @@ public:
     {
         try
         {
-            take(Json::parse(text));
+            take(read_stream_message(text));
         }
-        catch (Json::ParseError const& error)
+        catch (std::runtime_error const& error)
         {
-            refuse(std::string("a message has to be JSON: ") + error.what());
+            refuse(error.what());
         }
     }
 
@@ -62,49 +56,28 @@ public:
     void send(std::shared_ptr<std::string const> message) override { m_stream->send(std::move(message)); }
 
 private:
-    void take(Value const& message)
+    void take(StreamMessage message)
     {
-        auto const& symbols = message["symbols"];
-        if (message.type() != ValueType::Map || (symbols.isset() && symbols.type() != ValueType::Vector))
-        {
-            refuse("a message has to be {\"csrf\": …, \"symbols\": [NAME…]}");
-            return;
-        }
-        if (!is_proven(message["csrf"]))
+        if (!is_proven(message.csrf))
         {
             refuse("the first message has to carry the session's csrf");
             return;
         }
-        watch(symbols);
+        m_parts.watch.watch(this, std::move(message.symbols));
     }
 
     void refuse(std::string const& reason) { m_stream->close(policy_violation, reason); }
 
     /// A program's token is proof by itself; browsers send a cookie for whoever asks.
-    bool is_proven(Value const& csrf)
+    bool is_proven(std::string const& csrf)
     {
         if (!m_is_proven && m_caller.token.empty())
         {
             auto const session = m_parts.access.session(m_caller.cookie);
-            m_is_proven = session && same_secret(std::string(csrf.get_text()), session->csrf);
+            m_is_proven = session && same_secret(csrf, session->csrf);
             return m_is_proven;
         }
         return true;
-    }
-
-    void watch(Value const& symbols)
-    {
-        if (symbols.size() > most_symbols)
-        {
-            refuse("at most " + std::to_string(most_symbols) + " symbols are watched at once");
-            return;
-        }
-        std::vector<std::string> names;
-        for (auto name = symbols.begin_vector(); name != symbols.end_vector(); ++name)
-        {
-            names.push_back(RavikSrv::Algorithm::to_string(*name));
-        }
-        m_parts.watch.watch(this, std::move(names));
     }
 
     Parts& m_parts;

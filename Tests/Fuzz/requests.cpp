@@ -1,9 +1,13 @@
 // What stands behind the parser of HTTP. The first byte of an input chooses the part that the rest is for; whoever adds
 // a part puts it last, so that the kept inputs stay what they are.
 
+#include "Api/entity_tags.h"
+#include "Api/merge_patch.h"
+#include "Api/stream_message.h"
 #include "Http/header_check.h"
 #include "Http/target.h"
 
+#include "Json/Json.h"
 #include "Json/unicode.h"
 
 #include <algorithm>
@@ -103,7 +107,48 @@ void check(std::string_view text)
     expect(header.find("\r\n ") == std::string::npos && header.find("\r\n\t") == std::string::npos);
 }
 
-constexpr std::array parts{decode, check};
+/// What tags there are, they are found again where they are written anew.
+void take_tags(std::string_view text)
+{
+    auto const tags = entity_tags(text);
+    std::string again;
+    for (auto const& tag : tags)
+    {
+        again += ", W/\"" + tag + '"';
+    }
+    expect(entity_tags(again) == tags);
+}
+
+/// A patch that was made holds already, so that made once more it changes nothing.
+void patch(std::string_view text)
+{
+    try
+    {
+        auto const end = std::min(text.find('\n'), text.size());
+        auto const target = Ravik::Json::parse(text.substr(0, end));
+        auto const change = Ravik::Json::parse(text.substr(std::min(end + 1, text.size())));
+        auto const patched = merged(target, change);
+        expect(Ravik::Json::write(merged(patched, change)) == Ravik::Json::write(patched));
+    }
+    catch (Ravik::Json::ParseError const&)
+    {
+        // Half of all inputs are no JSON.
+    }
+}
+
+void take_message(std::string_view text)
+{
+    try
+    {
+        expect(read_stream_message(text).symbols.size() <= most_symbols);
+    }
+    catch (std::runtime_error const& error)
+    {
+        expect(*error.what() != '\0');
+    }
+}
+
+constexpr std::array parts{decode, check, take_tags, patch, take_message};
 
 } // namespace
 
