@@ -19,10 +19,14 @@ public:
 
     RavikSrv::Value const& value() const noexcept { return m_value; }
 
+    using Path = std::vector<std::string>;
+
     /// Where the path (names of entries and decimal indices of elements, from the root) leads: the first character of
     /// the entry's key or of the element, of the text's value for the empty path. Where the path leads nowhere, the
     /// deepest place on it. Takes time linear in the text.
-    Location locate(std::vector<std::string> const& path) const;
+    Location locate(Path const& path) const { return locate_all({path}).front(); }
+    /// The same for many paths, in one pass over the text.
+    std::vector<Location> locate_all(std::vector<Path> const& paths) const;
 
 private:
     std::string m_text;

@@ -4,6 +4,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace Ravik::Json
 {
@@ -20,6 +21,8 @@ struct Location
 
 /// The place of the byte at `offset`, which may be the text's end. Takes time linear in the offset.
 Location location_of(std::string_view text, std::size_t offset) noexcept;
+/// Those of many bytes, in one pass over the text.
+std::vector<Location> locations_of(std::string_view text, std::vector<std::size_t> const& offsets);
 
 /// A text that is no JSON, or JSON that no value can hold. `what()` tells a person what is wrong, in one line and
 /// without the place.

@@ -85,16 +85,19 @@ std::string text_of(Json::Location place)
     return "line " + std::to_string(place.line) + ", column " + std::to_string(place.column);
 }
 
-/// Where the entry of that path stands in the body.
-Json::Location locate(Json::Document const& document, std::string const& path)
+/// Where the refused entries stand in the body.
+std::vector<Json::Location> locate(std::string const& body, std::vector<Refusal> const& refused)
 {
-    std::vector<std::string> components;
-    RavikSrv::PathIterator component(path);
-    while (component.next())
+    std::vector<Json::Document::Path> paths;
+    for (auto const& each : refused)
     {
-        components.emplace_back(component.component());
+        auto& path = paths.emplace_back();
+        for (RavikSrv::PathIterator component(each.path); component.next();)
+        {
+            path.emplace_back(component.component());
+        }
     }
-    return document.locate(components);
+    return Json::Document(body).locate_all(paths);
 }
 
 std::optional<std::int64_t> revision_of(Call const& call)
@@ -126,8 +129,8 @@ ImportOptions options_of(Call const& call)
 }
 
 /// Every mistake with its place, where the import tells of one alone.
-template <typename Import, typename Place>
-[[noreturn]] void fail(EditReport const& report, ImportOptions options, Import const& import, Place const& place)
+template <typename Import, typename Locate>
+[[noreturn]] void fail(EditReport const& report, ImportOptions options, Import const& import, Locate const& locate)
 {
     auto problem = problem_of(report);
     if (!report.condition_failed)
@@ -136,9 +139,11 @@ template <typename Import, typename Place>
         auto const all = import(options);
         problem.status = problem.status == 409 ? 422 : problem.status;
         problem.errors.clear();
-        for (auto const& refused : all.refused)
+        auto const places = locate(all.refused);
+        for (std::size_t index = 0; index < places.size(); ++index)
         {
-            auto const where = place(refused);
+            auto const& refused = all.refused[index];
+            auto const where = places[index];
             problem.errors.push_back(
                 {.pointer = where.line == 0 ? refused.path : text_of(where),
                  .detail = refused.path.empty() ? refused.text : refused.path + ": " + refused.text});
@@ -173,7 +178,16 @@ Response import_table(Call const& call)
     auto const report = import(options);
     if (!report.succeeded() && !report.made)
     {
-        fail(report, options, import, [](Refusal const& refused) { return refused.place; });
+        fail(report, options, import,
+             [](std::vector<Refusal> const& refused)
+             {
+                 std::vector<Json::Location> places;
+                 for (auto const& each : refused)
+                 {
+                     places.push_back(each.place);
+                 }
+                 return places;
+             });
     }
     return imported(report);
 }
@@ -195,8 +209,7 @@ Response import_json(Call const& call)
     auto const report = import(options);
     if (!report.succeeded() && !report.made)
     {
-        Json::Document const document(call.body);
-        fail(report, options, import, [&](Refusal const& refused) { return locate(document, refused.path); });
+        fail(report, options, import, [&](std::vector<Refusal> const& refused) { return locate(call.body, refused); });
     }
     return imported(report);
 }

@@ -371,7 +371,9 @@ TEST(JsonDocument, locates_keys_and_elements)
 }
 )");
     EXPECT_EQ(document.value()["list"][2]["same"].size(), 1U);
-    for (auto const& [path, location] : std::vector<std::pair<std::vector<std::string>, Location>>{
+    std::vector<Document::Path> paths;
+    std::vector<Location> locations;
+    for (auto const& [path, location] : std::vector<std::pair<Document::Path, Location>>{
              {{}, {2, 1}},
              {{"ä"}, {3, 3}},
              {{"list"}, {3, 18}},
@@ -383,10 +385,14 @@ TEST(JsonDocument, locates_keys_and_elements)
              {{"list", "1", "0"}, {3, 32}},
              {{"end", "below"}, {4, 3}},
              {{"list", "2", "none", "x"}, {3, 36}},
+             {Document::Path(1'000'000, "list"), {3, 18}},
          })
     {
-        EXPECT_EQ(document.locate(path), location) << testing::PrintToString(path);
+        EXPECT_EQ(document.locate(path), location) << (path.empty() ? "" : path.back());
+        paths.push_back(path);
+        locations.push_back(location);
     }
+    EXPECT_EQ(document.locate_all(paths), locations) << "in one go";
     EXPECT_EQ(Document(" 1").locate({"a"}), (Location{1, 2}));
     EXPECT_THROW(Document("[1"), ParseError);
 }

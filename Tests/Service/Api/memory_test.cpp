@@ -115,6 +115,12 @@ TEST(Memory, of_a_service_that_imports_rubbish_has_a_bound)
     ASSERT_EQ(file.add_token("t", Service::Role::Engineer, std::nullopt, token).text, "");
     ServingProcess const service(folder.path().string());
 
+    // Mistakes, each of which is to be told with its place.
+    std::string mistakes = R"({"recipeList":{"first":7)";
+    for (int index = 0; index < 20'000; ++index)
+    {
+        mistakes += ",\"k" + std::to_string(index) + "\":0";
+    }
     struct Case
     {
         char const* name;
@@ -126,6 +132,7 @@ TEST(Memory, of_a_service_that_imports_rubbish_has_a_bound)
              {"an open list", filled("[", ",", most_bytes, "[]"), 413},
              {"as many lists as there may be", filled("[", "]", most_values / 2, "[]"), 422},
              {"as many numbers", filled(R"({"recipeList":{"a":[)", "]}}", most_values, "1"), 422},
+             {"mistakes", mistakes + "}}", 422},
          })
     {
         SCOPED_TRACE(each.name);
