@@ -182,6 +182,7 @@ Response import_table(Call const& call)
              [](std::vector<Refusal> const& refused)
              {
                  std::vector<Json::Location> places;
+                 places.reserve(refused.size());
                  for (auto const& each : refused)
                  {
                      places.push_back(each.place);
