@@ -36,7 +36,8 @@ std::unique_ptr<RemoteProject> RemoteProject::connect(std::filesystem::path cons
     auto link = Wire::ServiceLink::open(directory);
     if (link == nullptr || !is_guest(directory))
     {
-        // As whoever opens it does: what stands in a folder of somebody else's is not trusted, nor is who listens there.
+        // As whoever opens it does: what stands in a folder of somebody else's is not trusted, nor is who listens
+        // there.
         static_cast<void>(open_project_file(directory, options.trust));
     }
     return link == nullptr ? nullptr : std::unique_ptr<RemoteProject>(new RemoteProject(directory, std::move(link)));
