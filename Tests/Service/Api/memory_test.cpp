@@ -90,8 +90,15 @@ private:
 };
 
 constexpr std::size_t most_bytes = 64U << 20U;
-/// Of brackets and commas; each list here has one of both.
+/// Of brackets and commas; each list here has one of both. A sanitizer takes memory and time of its own, so that only
+/// the answers are looked at there.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool is_measured = false;
+constexpr std::size_t most_values = 199'000;
+#else
+constexpr bool is_measured = true;
 constexpr std::size_t most_values = 3'999'000;
+#endif
 
 /// So many elements, as long as there is room, from `begin` to `end`.
 std::string filled(std::string const& begin, std::string const& end, std::size_t count, std::string const& element)
@@ -139,9 +146,7 @@ TEST(Memory, of_a_service_that_imports_rubbish_has_a_bound)
         ApiClient client(service.address(), "Authorization: Bearer " + token + "\r\n");
         auto const answer = client.send("POST", "/imports", each.body);
         EXPECT_EQ(answer.status, each.status) << answer.body.substr(0, 300);
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-        EXPECT_LE(service.peak(), 512);
-#endif
+        EXPECT_LE(is_measured ? service.peak() : 0, 512);
         EXPECT_EQ(client.get("/healthz").status, 200U);
     }
 }
