@@ -52,7 +52,8 @@ Rows rows_of(ValueRows const& values, std::initializer_list<ValueState> counted)
 
 Rows rows_of(std::vector<UpdateRow> const& updates)
 {
-    auto rows = rows_with(std::initializer_list{UpdateState::Updated, UpdateState::Same, UpdateState::Failed});
+    auto rows =
+        rows_with(std::initializer_list<UpdateState>{UpdateState::Updated, UpdateState::Same, UpdateState::Failed});
     for (auto const& update : updates)
     {
         Value row;

@@ -145,7 +145,7 @@ Response set_entry(Call& call, std::string const& path, Value const& entry, Cond
         {
             problem.errors.push_back({.pointer = pointer, .detail = report.text});
         }
-        throw problem;
+        throw Problem(std::move(problem));
     }
     auto const is_new = condition.kind == Condition::Kind::Absent;
     // Of what was written, not of what stands there: by now that may be somebody else's, which this one has not seen.
