@@ -26,6 +26,7 @@ template <typename Row> Value compared_value(Row const& row, Value const& stored
 template <typename States> Rows rows_with(States const& states)
 {
     std::vector<std::string> names;
+    names.reserve(states.size());
     for (auto const state : states)
     {
         names.emplace_back(name_of(state));

@@ -61,7 +61,7 @@ Answer ApiClient::send(std::string const& method, std::string const& target, std
     auto const type = body.empty() || more.find("Content-Type:") != std::string::npos ? ""
                       : method == "PATCH" ? "Content-Type: application/merge-patch+json\r\n"
                                           : "Content-Type: application/json\r\n";
-    auto const answer = exchange(method, target, head(method, target, body.size(), type + more) + body);
+    auto answer = exchange(method, target, head(method, target, body.size(), type + more) + body);
     expect_described(method, target, answer.status);
     return answer;
 }

@@ -101,7 +101,7 @@ ApiClient ServedPlant::client(std::string const& role) const
     return ApiClient(address(), identity(role));
 }
 
-std::string ServedPlant::user(std::string const& name, std::string const& role)
+std::string ServedPlant::user(std::string const& name, std::string const& role) const
 {
     auto const answer = client("admin").send(
         "POST", "/users", R"({"name":")" + name + R"(","password":")" + password + R"(","role":")" + role + "\"}");

@@ -36,7 +36,7 @@ public:
     /// The lines of the header for a role's token.
     std::string identity(std::string const& role) const;
     /// Adds a user and returns the lines of the header of a session of his.
-    std::string user(std::string const& name, std::string const& role);
+    std::string user(std::string const& name, std::string const& role) const;
     std::string sign_in(std::string const& name) const;
     /// Ends the service and serves the same project again.
     void restart();

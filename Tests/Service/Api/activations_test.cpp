@@ -129,6 +129,7 @@ TEST(Activations, follow_the_plan_that_was_looked_at)
 
     // Ten a user.
     std::vector<std::string> plans;
+    plans.reserve(11);
     for (int count = 0; count < 11; ++count)
     {
         plans.push_back(make(client, bread));
@@ -271,6 +272,7 @@ TEST(Activations, that_hang_hold_up_nobody_else)
     ASSERT_TRUE(gated.has_come());
     // The device serves one connection: whoever reads it waits, two at a time a user.
     std::vector<std::future<unsigned>> readings;
+    readings.reserve(3);
     for (int count = 0; count < 3; ++count)
     {
         readings.push_back(

@@ -35,8 +35,8 @@ struct Attack
     /// With "/api/" it is the whole target.
     std::string target;
     unsigned status;
-    std::string body = "";
-    std::string fields = "";
+    std::string body{};
+    std::string fields{};
     std::string role = "admin";
 };
 
@@ -318,7 +318,7 @@ std::string expired_token(ServedPlant& plant)
 {
     auto const file = Service::users_file_of(plant.folder.path());
     auto list = Service::read_user_list(content_of(file));
-    auto const token = Service::random_secret();
+    auto token = Service::random_secret();
     list.tokens.push_back({.name = "expired",
                            .role = Service::Role::Admin,
                            .hash = Service::secret_hash(token),
@@ -387,7 +387,7 @@ TEST(Attacks, on_who_asks)
              {good + "Host: evil.example\r\n", 421},
              {good + "Host: localhost.evil.example\r\n", 421},
              {good + "Host: 127.evil.com\r\n", 421},
-             {good + "Host: 10.0.0.1:" + port + "\r\n", 421},
+             {std::string(good).append("Host: 10.0.0.1:").append(port).append("\r\n"), 421},
              {good + "Host: ravik\r\n", 421},
              {good + "Host: \r\n", 421},
              {good + "Host: [::2]\r\n", 421},
@@ -418,9 +418,10 @@ TEST(Attacks, on_who_asks)
              {own, 428},
          })
     {
-        attacks.push_back({"PUT", bread, status, dough, "Origin: " + origin + "\r\n" + good, ""});
+        auto const field = std::string("Origin: ").append(origin).append("\r\n");
+        attacks.push_back({"PUT", bread, status, dough, field + good, ""});
         auto const signing_in = status == 428 ? 401U : 403U;
-        attacks.push_back({"POST", "/session", signing_in, R"({"token":"s3cr3t"})", "Origin: " + origin + "\r\n", ""});
+        attacks.push_back({"POST", "/session", signing_in, R"({"token":"s3cr3t"})", field, ""});
     }
     // The last admin.
     attacks.push_back({"DELETE", "/users?name=anna", 409});

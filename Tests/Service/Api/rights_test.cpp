@@ -31,9 +31,9 @@ struct RouteCase
     unsigned status;
     /// The statuses of success that the description names.
     std::set<std::string> successes;
-    std::string query = "";
-    std::string body = "";
-    std::string fields = "";
+    std::string query{};
+    std::string body{};
+    std::string fields{};
 };
 
 std::string const stale = "If-Match: \"stale\"\r\n";
