@@ -7,7 +7,11 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <exception>
+#include <iostream>
+#include <random>
 #include <stdexcept>
+#include <string>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -117,6 +121,20 @@ void expect_whole(std::filesystem::path const& store)
 {
     auto const report = check_store(store, std::chrono::seconds(0));
     expect(report.is_whole(), store.string() + ": " + (report.is_whole() ? "" : report.faults.front()));
+}
+
+int run_kills(char const* name, int argc, char** argv, int (*run)(int kills, unsigned seed))
+{
+    auto const seed = argc > 2 ? static_cast<unsigned>(std::strtoul(argv[2], nullptr, 10)) : std::random_device{}();
+    try
+    {
+        return run(argc > 1 ? std::stoi(argv[1]) : 15, seed);
+    }
+    catch (std::exception const& error)
+    {
+        std::cerr << name << ": " << error.what() << "\nThe seed was " << seed << '\n';
+        return EXIT_FAILURE;
+    }
 }
 
 } // namespace Ravik::Test

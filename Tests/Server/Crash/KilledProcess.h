@@ -37,4 +37,8 @@ void expect(bool holds, std::string const& what);
 /// The same where anything of the store is damaged.
 void expect_whole(std::filesystem::path const& store);
 
+/// The main function of a test that kills: `NAME [KILLS [SEED]]`, 15 kills and any seed by default. Returns what `run`
+/// returns; what it throws is told with the seed, and fails.
+int run_kills(char const* name, int argc, char** argv, int (*run)(int kills, unsigned seed));
+
 } // namespace Ravik::Test

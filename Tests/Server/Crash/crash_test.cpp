@@ -450,14 +450,5 @@ int run(int kills, unsigned seed)
 
 int main(int argc, char** argv)
 {
-    auto const seed = argc > 2 ? static_cast<unsigned>(std::strtoul(argv[2], nullptr, 10)) : std::random_device{}();
-    try
-    {
-        return run(argc > 1 ? std::stoi(argv[1]) : 15, seed);
-    }
-    catch (std::exception const& error)
-    {
-        std::cerr << "ServerCrashTest: " << error.what() << "\nThe seed was " << seed << '\n';
-        return EXIT_FAILURE;
-    }
+    return Ravik::Test::run_kills("ServerCrashTest", argc, argv, run);
 }
