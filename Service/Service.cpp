@@ -5,6 +5,8 @@
 #include "Client/SocketServer.h"
 #include "Http/HttpServer.h"
 
+#include "embedded_page.h"
+
 #include "Configuration/ProjectError.h"
 #include "History/timestamp.h"
 
@@ -112,7 +114,7 @@ public:
         : m_project(project), m_log(log), m_access(open_access(directory)), m_devices(m_lanes),
           m_watch(project, m_lanes, m_metrics, settings.poll), m_parts{project,   *m_access, log,     m_lanes,
                                                                        m_devices, m_texts,   m_plans, m_activations,
-                                                                       m_watch,   m_metrics},
+                                                                       m_watch,   m_metrics, m_page},
           m_api(m_parts, api_settings(settings))
     {
         check_openness(settings, *m_access);
@@ -236,6 +238,7 @@ private:
     Plans m_plans;
     Activations m_activations;
     Metrics m_metrics;
+    PageFiles const m_page{WebPage::embedded_page()};
     Watch m_watch;
     Parts m_parts;
     Api m_api;

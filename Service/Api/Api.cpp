@@ -221,7 +221,8 @@ Admission Api::admitted(RequestHead const& request, std::string& who)
 {
     check_host(request);
     auto const head = request.method == "HEAD";
-    auto const match = find_route(head ? "GET" : request.method, request.path);
+    auto const method = head ? std::string_view("GET") : request.method;
+    auto const match = m_parts.page.has(request.path) ? find_page(method) : find_route(method, request.path);
     if (match.route == nullptr && match.allowed.empty())
     {
         fail(404, "NOT_FOUND",
@@ -265,7 +266,10 @@ Admission Api::let_in(RequestHead const& request, Route const& route, Caller cal
     Admission admission;
     admission.who = caller.who;
     admission.body_limit = check_body(request, route);
-    check_parameters(route, request);
+    if (!is_page(route))
+    {
+        check_parameters(route, request);
+    }
     if (route.runs == Runs::Import && m_imports.use_count() > most_imports)
     {
         throw too_busy("imports are taken one at a time, and enough of them wait");

@@ -6,6 +6,7 @@
 #include "Api/EntryTexts.h"
 #include "Api/Lanes.h"
 #include "Api/Metrics.h"
+#include "Api/PageFiles.h"
 #include "Api/Plans.h"
 #include "Api/Watch.h"
 #include "Http/HttpServer.h"
@@ -33,6 +34,7 @@ struct Parts
     Activations& activations;
     Watch& watch;
     Metrics& metrics;
+    PageFiles const& page;
     /// The most that an import may have. More is no recipes any more, and would take more memory than there is to give.
     std::size_t import_values = 4'000'000;
     /// What the listener tells of itself; empty where there is none.

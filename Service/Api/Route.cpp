@@ -1,6 +1,7 @@
 #include "Api/Route.h"
 
 #include "Api/problem.h"
+#include "Api/resources.h"
 
 #include "Json/Json.h"
 
@@ -150,6 +151,11 @@ bool is_stream(Route const& route) noexcept
     return route.path == "/events";
 }
 
+bool is_page(Route const& route) noexcept
+{
+    return route.path.empty();
+}
+
 char const* content_type_of(BodyKind kind) noexcept
 {
     switch (kind)
@@ -193,6 +199,13 @@ Match find_route(std::string_view method, std::string_view path)
     }
     match.allowed += match.allowed.empty() ? "" : ", OPTIONS";
     return match;
+}
+
+Match find_page(std::string_view method)
+{
+    static Route const page{
+        "GET", "", Anybody(), BodyKind::None, Runs::AtOnce, &get_page_file, "The page for browsers"};
+    return method == page.method ? Match{.route = &page} : Match{.allowed = "GET, HEAD, OPTIONS"};
 }
 
 } // namespace Ravik::Service

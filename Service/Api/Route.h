@@ -127,6 +127,8 @@ struct Route
 
 /// Whether the route is that of the stream of events.
 bool is_stream(Route const& route) noexcept;
+/// Whether the route is that of the page's files, which have no parameters: what stands in an address is the page's.
+bool is_page(Route const& route) noexcept;
 /// The types of a body, for a message.
 char const* content_type_of(BodyKind kind) noexcept;
 
@@ -146,5 +148,7 @@ struct Match
 };
 
 Match find_route(std::string_view method, std::string_view path);
+/// The same for a path at which a file of the page stands. The page is no part of the API.
+Match find_page(std::string_view method);
 
 } // namespace Ravik::Service

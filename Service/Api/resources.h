@@ -73,4 +73,7 @@ Response get_readiness(Call& call);
 Response get_metrics(Call& call);
 Response get_description(Call& call);
 
+// PageFiles.cpp
+Response get_page_file(Call& call);
+
 } // namespace Ravik::Service
