@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """run_unit.py ROOT UNIT INSTANCE: runs the command line of a unit file in ROOT/usr/lib/systemd/system as systemd would
 in the system in ROOT: as its user, in its folder, with its mask, without capabilities, behind its filters of system
-calls and sockets, and with a socket to tell on that it is ready. When it has told so it has to bear a SIGHUP, and to end
-with status 0 after a SIGTERM."""
+calls and sockets, and with a socket to tell on that it is ready. When it has told so it has to answer a browser with the
+page, to bear a SIGHUP, and to end with status 0 after a SIGTERM."""
 import ctypes
 import errno
 import os
@@ -11,8 +11,10 @@ import signal
 import socket
 import subprocess
 import sys
+import urllib.request
 
 PATIENCE = 60
+PAGE = "http://127.0.0.1:8420/"
 NOTIFIED = "/run/notify"
 
 
@@ -133,6 +135,12 @@ def wait_until_ready(listener, process):
     fail("it was not ready within a minute")
 
 
+def insist_on_page():
+    with urllib.request.urlopen(PAGE, timeout=PATIENCE) as answer:
+        if answer.headers.get_content_type() != "text/html":
+            fail(f"{PAGE} is {answer.headers['Content-Type']}")
+
+
 def main():
     root, name, instance = sys.argv[1:]
     unit = Unit(root, name, instance)
@@ -144,6 +152,7 @@ def main():
         process = start(root, unit)
         try:
             wait_until_ready(listener, process)
+            insist_on_page()
             # Where it takes no notice of the first it dies of that, which is no status of its own.
             process.send_signal(signal.SIGHUP)
             process.send_signal(signal.SIGTERM)
