@@ -64,6 +64,7 @@ MembersOutcome OpenProject::members(std::string const& type) const
         outcome.members.push_back({.name = found.name,
                                    .type = found.type,
                                    .symbol = symbol,
+                                   .domain = mapped == nullptr ? std::string() : mapped->domain,
                                    .symbol_schema = mapped == nullptr ? Value() : mapped->schema,
                                    .schema = member[Key::member_schema],
                                    .default_value = member[Key::default_value],

@@ -91,6 +91,8 @@ struct MemberInfo
     std::string type;
     /// Empty for one that nests a type.
     std::string symbol;
+    /// The symbol's, empty where the project maps no such symbol.
+    std::string domain;
     /// Null where the project maps no such symbol.
     RavikSrv::Value symbol_schema;
     /// The member's own, null for none.

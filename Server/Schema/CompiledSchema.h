@@ -71,6 +71,9 @@ public:
     /// Success, or why the schema cannot be used.
     RavikSrv::ResultPair const& error() const noexcept { return m_error; }
 
+    /// All that it consists of, for those who want to know more of it; null where it cannot be used.
+    Schema::CompiledNodes const* nodes() const noexcept { return m_nodes.get(); }
+
 private:
     std::unique_ptr<Schema::CompiledNodes const> m_nodes;
     RavikSrv::ResultPair m_error;

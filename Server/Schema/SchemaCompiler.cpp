@@ -55,6 +55,7 @@ Node SchemaCompiler::read()
         read_array(node);
         read_object(node);
         read_combination(node);
+        read_unit(node);
         break;
     default:
         broken("", "a schema is an object, true or false");
@@ -171,6 +172,15 @@ void SchemaCompiler::read_combination(Node& node)
     {
         combination.consequence = schema_keyword("then");
         combination.alternative = schema_keyword("else");
+    }
+}
+
+void SchemaCompiler::read_unit(Node& node)
+{
+    auto const& unit = keyword("unit");
+    if (unit.type() == ValueType::String)
+    {
+        node.unit = std::make_unique<std::string const>(unit.get_text());
     }
 }
 

@@ -44,6 +44,7 @@ private:
     void read_number(Node& node);
     void read_text(Node& node);
     void read_combination(Node& node);
+    void read_unit(Node& node);
     void read_array(Node& node);
     void read_object(Node& node);
     void read_properties(ObjectRules& rules);

@@ -128,6 +128,8 @@ struct Node
     std::unique_ptr<ArrayRules> array;
     std::unique_ptr<ObjectRules> object;
     std::unique_ptr<Combination> combination;
+    /// What the values are measured in. Says nothing of what fits.
+    std::unique_ptr<std::string const> unit;
 };
 
 /// All schemas that a compiled schema consists of, the first being its own.
