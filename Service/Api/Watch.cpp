@@ -65,8 +65,9 @@ void Watch::watch(Client* client, std::vector<std::string> symbols)
     selection.reserve(symbols.size());
     std::transform(symbols.begin(), symbols.end(), std::back_inserter(selection),
                    [this](std::string const& symbol) { return add(symbol); });
-    leave(client);
     auto const now = steady_clock::now();
+    auto const heard = last_heard(client).value_or(now);
+    leave(client);
     auto const [group, is_new] = m_groups.try_emplace(selection);
     if (is_new)
     {
@@ -77,10 +78,25 @@ void Watch::watch(Client* client, std::vector<std::string> symbols)
         // The group counts as one watcher.
         std::for_each(selection.begin(), selection.end(), [this](NamedSymbol const* symbol) { drop(*symbol); });
     }
-    group->second.newcomers.emplace(client, now);
+    // However long ago that was, there is a tick left for what is not known yet.
+    group->second.newcomers.emplace(client, std::max(heard, now - (longest_silence - tick_time)));
     m_group_of[client] = group;
     poll_due(now);
     greet(*group, now);
+}
+
+/// When somebody who watches already was last sent a message, or waited for one since: whoever changes over and over
+/// what he watches is not kept waiting over and over.
+std::optional<Watch::Time> Watch::last_heard(Client* client) const
+{
+    auto const entry = m_group_of.find(client);
+    if (entry == m_group_of.end())
+    {
+        return std::nullopt;
+    }
+    auto const& group = entry->second->second;
+    auto const newcomer = group.newcomers.find(client);
+    return newcomer == group.newcomers.end() ? group.last_message : newcomer->second;
 }
 
 /// Sends the newcomers their first message where every value is known by now, or they have waited long enough.
@@ -224,8 +240,9 @@ void Watch::poll(std::string const& name, Domain& domain, Time now)
     std::vector<std::string> const names(domain.symbols.begin(), domain.symbols.end());
     auto const work = [self = m_self, &project = m_project, post = m_loop.post, name, names]
     {
-        auto group = project.read_symbols(names);
+        // A value may have been read as soon as the reading began: nothing is made younger than it is.
         auto const when = steady_clock::now();
+        auto group = project.read_symbols(names);
         post(
             [self, name, names, group = std::move(group), when]
             {
@@ -270,9 +287,11 @@ void Watch::take(std::string const& name, std::vector<std::string> const& names,
         domain.pause = std::min(longest_pause, std::max(m_interval, domain.pause * 2));
         domain.due = steady_clock::now() + domain.pause;
     }
-    if (any_news)
+    // Values that took long to read are old already, and whoever waits for them believes them older still.
+    auto const is_slow = any_read && steady_clock::now() - when > tick_time;
+    if (any_news || is_slow)
     {
-        tell_news();
+        tell_news(is_slow ? name : std::string());
     }
     for (auto& watching : m_groups)
     {
@@ -300,14 +319,16 @@ bool Watch::take(Symbol& symbol, ExecutedCommand const& command, Time when)
 
 // Telling -------------------------------------------------------------------------------------------------------------
 
-void Watch::tell_news()
+/// Tells those of it who watch what has news, or the domain.
+void Watch::tell_news(std::string const& domain)
 {
     auto const now = steady_clock::now();
+    auto const concerns = [&](NamedSymbol const* symbol)
+    { return is_news(symbol->second) || (!domain.empty() && symbol->second.domain == domain); };
     for (auto& group : m_groups)
     {
         auto const& selection = group.first;
-        if (std::any_of(selection.begin(), selection.end(),
-                        [this](NamedSymbol const* symbol) { return is_news(symbol->second); }))
+        if (std::any_of(selection.begin(), selection.end(), concerns))
         {
             send(group, Content::news, now);
         }
@@ -347,8 +368,8 @@ std::shared_ptr<std::string const> Watch::message(Selection const& selection, Co
     revision.insert("configuration", text_value(std::to_string(m_told.configuration)));
     revision.insert("history", text_value(std::to_string(m_told.history)));
     revision.insert("activity", text_value(std::to_string(m_told.activity)));
-    auto text = "{\"revision\":" + Json::write(revision) + ",\"domains\":" + Json::write(domains_of(selection, now)) +
-                ",\"values\":{";
+    auto text = "{\"revision\":" + Json::write(revision) + ",\"poll\":" + Json::write(Value(seconds(m_interval))) +
+                ",\"domains\":" + Json::write(domains_of(selection, now)) + ",\"values\":{";
     auto is_first = true;
     for (auto* const symbol : selection)
     {

@@ -12,6 +12,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <unordered_map>
@@ -77,7 +78,7 @@ private:
         std::string text;
         bool is_read = false;
         bool is_good = false;
-        /// When the value was read.
+        /// When the reading of the value began.
         Time time;
         std::size_t watchers = 0;
         /// The taking of values that last brought news of it.
@@ -125,8 +126,9 @@ private:
     void take(std::string const& name, std::vector<std::string> const& names, ExecutedGroup const& group, Time when);
     bool take(Symbol& symbol, ExecutedCommand const& command, Time when);
     bool is_news(Symbol const& symbol) const noexcept { return symbol.news == m_taken; }
+    std::optional<Time> last_heard(Client* client) const;
     void greet(Groups::value_type& group, Time now);
-    void tell_news();
+    void tell_news(std::string const& domain);
     void tell_all(Time now);
     void send(Groups::value_type& group, Content content, Time now);
     std::shared_ptr<std::string const> message(Selection const& selection, Content content, Time now) const;

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <future>
 #include <set>
 
 namespace Ravik::Test
@@ -50,8 +51,9 @@ TEST(Events, begin_with_all_that_is_watched_and_go_on_with_what_changes)
     auto stream = plant.events(plant.identity("viewer"));
     ASSERT_EQ(stream.status(), 101U);
     stream.watch({speed, "Line.Count", "Line.Nothing"});
-    EXPECT_EQ(names_of(stream.next()), (std::set<std::string>{speed, "Line.Count", "Line.Nothing"}));
-    auto message = stream.find([](Value const& each) { return is_good(each, speed); });
+    auto message = stream.next();
+    EXPECT_EQ(names_of(message), (std::set<std::string>{speed, "Line.Count", "Line.Nothing"}));
+    ASSERT_TRUE(is_good(message, speed));
     EXPECT_EQ(entry(message, speed)["value"].get_double(), 0.0);
     EXPECT_GE(entry(message, speed)["age"].get_double(), 0.0);
 
@@ -185,6 +187,54 @@ TEST(Events, tell_of_a_device_that_answers_no_more_how_old_its_values_are)
     is_dead = false;
     EXPECT_EQ(plant.client("viewer").get("/symbol?name=Press.R0").status, 200U);
     EXPECT_TRUE(is_there(stream.find([](Value const& each) { return is_good(each, "Press.R0"); })));
+}
+
+TEST(Events, go_on_while_a_device_keeps_everybody_waiting)
+{
+    std::atomic<bool> hangs = false;
+    std::promise<void> end;
+    ScriptedDevice device(
+        [&hangs, ended = end.get_future().share()](ScriptedDevice& self, ScriptedDevice::Request const& request)
+        {
+            if (hangs)
+            {
+                ended.wait();
+            }
+            return self.right_answer(request);
+        });
+    ServedPlant const plant({.device = device.port()});
+    auto stream = plant.events(plant.identity("viewer"));
+    stream.watch({"Press.R0"});
+    auto const good = stream.find([](Value const& each) { return is_good(each, "Press.R0"); });
+    ASSERT_TRUE(is_there(good));
+    EXPECT_EQ(good["poll"], Value(0.05));
+    hangs = true;
+    auto const since = std::chrono::steady_clock::now();
+    auto last = since;
+    auto age = 0.0;
+    while (age < 1.5)
+    {
+        age = stream.next()["domains"]["Press"]["age"].get_double();
+        auto const now = std::chrono::steady_clock::now();
+        EXPECT_LT(now - last, std::chrono::milliseconds(1500));
+        last = now;
+    }
+    EXPECT_LT(last - since, std::chrono::milliseconds(3500)) << "the age goes along with the time";
+
+    // Whoever goes on asking for something else, none of which is known yet.
+    auto client = plant.client("viewer");
+    auto const begin = std::chrono::steady_clock::now();
+    for (auto count = 0; std::chrono::steady_clock::now() < begin + std::chrono::milliseconds(1500); ++count)
+    {
+        stream.watch(count % 2 == 0 ? std::vector<std::string>{"Press.R1"}
+                                    : std::vector<std::string>{"Press.R1", speed});
+        static_cast<void>(client.get("/healthz"));
+    }
+    auto const asked = std::chrono::steady_clock::now();
+    EXPECT_TRUE(is_there(stream.find([](Value const& each) { return quality(each, "Press.R1") == "unknown"; })));
+    EXPECT_LT(std::chrono::steady_clock::now() - asked, std::chrono::milliseconds(500)) << "it came meanwhile";
+    end.set_value();
+    EXPECT_TRUE(is_there(stream.find([](Value const& each) { return is_good(each, "Press.R1"); })));
 }
 
 TEST(Events, end_with_the_session_or_token_that_they_were_opened_with)
