@@ -9,6 +9,7 @@
 
 #include "Configuration/ProjectError.h"
 #include "History/timestamp.h"
+#include "Json/unicode.h"
 
 #include <boost/algorithm/string/case_conv.hpp>
 
@@ -92,6 +93,13 @@ ApiSettings api_settings(ServiceSettings const& settings)
     return api;
 }
 
+/// The folder's name, empty where it is no text.
+std::string name_of(std::filesystem::path const& directory)
+{
+    auto name = std::filesystem::canonical(directory).filename().string();
+    return Json::is_readable(name) ? name : std::string();
+}
+
 std::unique_ptr<Access> open_access(std::filesystem::path const& directory)
 {
     try
@@ -114,7 +122,7 @@ public:
         : m_project(project), m_log(log), m_access(open_access(directory)), m_devices(m_lanes),
           m_watch(project, m_lanes, m_metrics, settings.poll), m_parts{project,   *m_access, log,     m_lanes,
                                                                        m_devices, m_texts,   m_plans, m_activations,
-                                                                       m_watch,   m_metrics, m_page},
+                                                                       m_watch,   m_metrics, m_page,  m_changes},
           m_api(m_parts, api_settings(settings))
     {
         check_openness(settings, *m_access);
@@ -127,6 +135,7 @@ public:
         {
             throw ProjectError(error.what());
         }
+        m_parts.project_name = name_of(directory);
         m_parts.import_values = settings.limits.import_values;
         m_parts.http_counts = [this] { return m_http->counts(); };
         m_parts.certificate_days = [this] { return m_http->certificate_days(); };
@@ -157,6 +166,8 @@ public:
 
     void start()
     {
+        // So that nobody waits for it later.
+        static_cast<void>(m_lanes.post("changes", {1, 1}, [this] { m_changes.catch_up(); }));
         m_http->start();
         m_http->post(
             [this]
@@ -235,6 +246,7 @@ private:
     Lanes m_lanes;
     DeviceWork m_devices;
     EntryTexts m_texts;
+    LastChanges m_changes{m_project};
     Plans m_plans;
     Activations m_activations;
     Metrics m_metrics;

@@ -5,6 +5,7 @@
 #include "Api/DeviceWork.h"
 #include "Api/EntryTexts.h"
 #include "Api/Lanes.h"
+#include "Api/LastChanges.h"
 #include "Api/Metrics.h"
 #include "Api/PageFiles.h"
 #include "Api/Plans.h"
@@ -17,6 +18,7 @@
 #include <cstddef>
 #include <functional>
 #include <optional>
+#include <string>
 
 namespace Ravik::Service
 {
@@ -35,6 +37,9 @@ struct Parts
     Watch& watch;
     Metrics& metrics;
     PageFiles const& page;
+    LastChanges& changes;
+    /// The name of the project's folder.
+    std::string project_name{};
     /// The most that an import may have. More is no recipes any more, and would take more memory than there is to give.
     std::size_t import_values = 4'000'000;
     /// What the listener tells of itself; empty where there is none.

@@ -6,6 +6,7 @@
 #include "Api/values.h"
 
 #include "Configuration/tree.h"
+#include "Schema/input_form.h"
 
 #include "api_helper.h"
 
@@ -92,8 +93,21 @@ Response list(Call& call, char const* list_name, Filter const& filter)
     {
         throw Problem{.status = 404, .code = "ENTRY_NOT_FOUND", .detail = "there is no folder '" + under + "'"};
     }
+    auto& changes = call.parts.changes;
+    changes.catch_up();
     auto const visit = [&](std::string const& name, Value const& entry, EntryKind kind)
-    { return !filter.wants(name, kind) || page.add(name, item_of(name, entry, kind)); };
+    {
+        if (!filter.wants(name, kind))
+        {
+            return true;
+        }
+        auto item = item_of(name, entry, kind);
+        if (auto const change = changes.of(Tree::join(list_name, name)); change.isset())
+        {
+            item.insert("changed", change);
+        }
+        return page.add(name, item);
+    };
     if (!Walk(list_name, folder, under).visit_behind(page.cursor(), visit))
     {
         page.fail_gone();
@@ -109,11 +123,14 @@ Value member_value(MemberInfo const& member)
     value.insert("name", text_value(member.name));
     value.insert("type", text_value(member.type));
     value.insert("symbol", member.symbol.empty() ? Value() : text_value(member.symbol));
+    value.insert("domain", member.domain.empty() ? Value() : text_value(member.domain));
     value.insert("symbolSchema", member.symbol_schema);
     value.insert("schema", member.schema);
     value.insert("default", member.default_value);
     value.insert("nestedType", member.nested_type.empty() ? Value() : text_value(member.nested_type));
     value.insert("enabled", Value(member.enabled));
+    // The member's own unit goes before the symbol's.
+    value.insert("input", Schema::input_form({member.schema, member.symbol_schema}));
     return value;
 }
 
@@ -168,6 +185,7 @@ Response get_symbols(Call& call)
         item.insert("domain", text_value(symbol.domain));
         item.insert("mapping", text_value(symbol.mapping));
         item.insert("schema", symbol.schema);
+        item.insert("input", Schema::input_form({symbol.schema}));
         if (!page.add(symbol.name, item))
         {
             break;

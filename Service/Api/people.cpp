@@ -24,9 +24,10 @@ std::string cookie_field(Call const& call, std::string const& value, std::string
     return cookie_name(call.head.port) + '=' + value + "; Path=/; HttpOnly; Secure; SameSite=Strict" + more;
 }
 
-Value session_value(Identity const& identity, std::string const& csrf)
+Value session_value(Call const& call, Identity const& identity, std::string const& csrf)
 {
     Value value(ValueType::Map);
+    value.insert("project", text_value(call.parts.project_name));
     value.insert("user", text_value(identity.who));
     value.insert("role", text_value(name_of(identity.role)));
     if (!csrf.empty())
@@ -41,7 +42,7 @@ Response sign_in_answer(Call const& call, SignIn const& sign_in)
     if (sign_in.outcome == SignIn::Outcome::Done && sign_in.session)
     {
         auto const& session = *sign_in.session;
-        return json_answer(session_value(session.identity, session.csrf), 201,
+        return json_answer(session_value(call, session.identity, session.csrf), 201,
                            {{"Set-Cookie", cookie_field(call, session.cookie, "")}});
     }
     ++call.parts.metrics.sign_ins_refused;
@@ -92,7 +93,7 @@ void post_session(Call call, Reply reply)
 
 Response get_session(Call& call)
 {
-    return json_answer(session_value({call.caller.who, call.caller.role}, {}));
+    return json_answer(session_value(call, {call.caller.who, call.caller.role}, {}));
 }
 
 Response delete_session(Call& call)

@@ -27,6 +27,9 @@ Response get_types(Call& call);
 Response get_members(Call& call);
 Response get_symbols(Call& call);
 
+// uses.cpp
+Response get_uses(Call& call);
+
 // recipes.cpp
 Response post_updates(Call& call);
 void get_comparison(Call call, Reply reply);

@@ -114,6 +114,15 @@ std::vector<Route> const routes{
      {{"type", true, "the name of the recipe type"}}},
 
     {"GET",
+     "/uses",
+     Right::Read,
+     BodyKind::None,
+     Runs::Aside,
+     &get_uses,
+     "What names a recipe or a recipe type, and how many recipes the type has",
+     {{"recipe", false, "the name of a recipe"}, {"type", false, "the name of a recipe type"}}},
+
+    {"GET",
      "/folder",
      Right::Read,
      BodyKind::None,

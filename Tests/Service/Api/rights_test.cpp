@@ -56,6 +56,7 @@ std::vector<RouteCase> const& routes()
         {"PATCH", "/type", engineer, 412, {"200"}, "?name=Dough", "{}", stale},
         {"DELETE", "/type", engineer, 412, {"200"}, "?name=Dough", "", stale},
         {"GET", "/members", viewer, 200, {"200"}, "?type=Dough"},
+        {"GET", "/uses", viewer, 200, {"200"}, "?recipe=Bread"},
         {"GET", "/folder", viewer, 200, {"200", "304"}, "?name=Shared"},
         {"POST", "/folder", engineer, 409, {"201"}, "?name=Shared"},
         {"DELETE", "/folder", engineer, 412, {"200"}, "?name=Shared", "", stale},

@@ -36,6 +36,7 @@ TEST(SignIn, gives_a_session_that_lasts_until_it_is_ended)
 
     ApiClient session(plant.address(), plant.sign_in("anna"));
     EXPECT_EQ(text_in(session.get("/session"), "user"), "user:anna");
+    EXPECT_EQ(text_in(session.get("/session"), "project"), plant.folder.path().filename());
     auto const ended = session.send("DELETE", "/session");
     EXPECT_EQ(ended.status, 204U);
     EXPECT_NE(ended.field("set-cookie").find("Max-Age=0"), std::string::npos);
