@@ -364,10 +364,12 @@ void Watch::send(Groups::value_type& group, Content content, Time now)
 /// What somebody who watches these symbols is to know.
 std::shared_ptr<std::string const> Watch::message(Selection const& selection, Content content, Time now) const
 {
+    // Those of now: what was told to everybody last may be older than what a newcomer has just read.
+    auto const revisions = m_project.revisions();
     Value revision(ValueType::Map);
-    revision.insert("configuration", text_value(std::to_string(m_told.configuration)));
-    revision.insert("history", text_value(std::to_string(m_told.history)));
-    revision.insert("activity", text_value(std::to_string(m_told.activity)));
+    revision.insert("configuration", text_value(std::to_string(revisions.configuration)));
+    revision.insert("history", text_value(std::to_string(revisions.history)));
+    revision.insert("activity", text_value(std::to_string(revisions.activity)));
     auto text = "{\"revision\":" + Json::write(revision) + ",\"poll\":" + Json::write(Value(seconds(m_interval))) +
                 ",\"domains\":" + Json::write(domains_of(selection, now)) + ",\"values\":{";
     auto is_first = true;
