@@ -8,6 +8,7 @@
 #include <array>
 #include <compare>
 #include <cstdint>
+#include <deque>
 #include <iterator>
 #include <limits>
 #include <memory>
@@ -50,7 +51,8 @@ public:
         m_schemas.push_back(schema);
         auto const& nodes = schema->nodes()->nodes;
         std::vector<bool> is_known(nodes.size());
-        std::vector<NodeId> open;
+        // The outer ones first.
+        std::deque<NodeId> open;
         auto const enter = [&](NodeId id)
         {
             if (id != no_node && !is_known[id])
@@ -60,9 +62,10 @@ public:
             }
         };
         enter(0);
-        for (std::size_t next = 0; next < open.size(); ++next)
+        while (!open.empty())
         {
-            auto const& node = nodes[open[next]];
+            auto const& node = nodes[open.front()];
+            open.pop_front();
             add(node);
             if (node.combination)
             {
