@@ -1,0 +1,5 @@
+import { Head } from "../parts/Shell";
+
+export function Active() {
+    return <section class="view"><Head title="Active now" /></section>;
+}

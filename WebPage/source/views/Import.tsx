@@ -1,0 +1,5 @@
+import { Head } from "../parts/Shell";
+
+export function Import() {
+    return <section class="view"><Head title="Import and export" /></section>;
+}

@@ -1,0 +1,5 @@
+import { Head } from "../parts/Shell";
+
+export function Operator() {
+    return <section class="view"><Head title="Operator" /></section>;
+}

@@ -1,0 +1,5 @@
+import { Head } from "../parts/Shell";
+
+export function Recipe() {
+    return <section class="view"><Head title="A recipe" /></section>;
+}

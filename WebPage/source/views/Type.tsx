@@ -1,0 +1,5 @@
+import { Head } from "../parts/Shell";
+
+export function Type() {
+    return <section class="view"><Head title="A type" /></section>;
+}
