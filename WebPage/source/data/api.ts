@@ -64,7 +64,7 @@ export async function request(method: string, path: string, ask: Ask = {}): Prom
         const { headers } = response;
         return { status: response.status, etag: headers.get("ETag") ?? "", text, location: headers.get("Location") ?? "" };
     }
-    if (response.status === 401 && path !== "/session") {
+    if (response.status === 401 && method + path !== "POST/session") {
         sessionEnded();
     }
     throw problemOf(response, text);

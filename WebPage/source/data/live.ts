@@ -1,6 +1,6 @@
 // What the controllers hold now, as the service's stream tells it, and whether that can still be believed.
 import { useEffect, useState } from "preact/hooks";
-import { csrf } from "./api";
+import { csrf, readPlain } from "./api";
 import { fields, parse } from "./json";
 import type { Json, JsonObject } from "./json";
 import { session } from "./session";
@@ -99,6 +99,8 @@ function lose(reason: string): void {
     socket = undefined;
     link.set({ ...link.value, isOpen: false, reason });
     news.set(news.value + 1);
+    // A stream that is refused does not tell why: it may be that the session has ended, which a request does tell.
+    void readPlain("/session").catch(() => {});
     reopen(pause);
     pause = Math.min(longestPause, pause * 2);
 }
@@ -161,7 +163,8 @@ function timeOf(age: Json, now: number): number | undefined {
 
 /** The clock goes on when nothing is heard. */
 function check(): void {
-    if (link.value.isOpen && Date.now() - link.value.heard > oldest) {
+    // A clock that was set back tells no more than one that has gone on.
+    if (link.value.isOpen && Math.abs(Date.now() - link.value.heard) > oldest) {
         // What was sent meanwhile would come late; a new stream begins with all values.
         socket?.close();
         lose("nothing was heard for two seconds");
