@@ -104,7 +104,7 @@ export function queryText(query: Record<string, string | undefined>): string {
 }
 
 function unreachable(): Problem {
-    return new Problem(0, "UNREACHABLE", "The service can't be reached. Nothing was shown or done by it that you don't see here.");
+    return new Problem(0, "UNREACHABLE", "The service can't be reached.");
 }
 
 function problemOf(response: Response, text: string): Problem {
