@@ -1,12 +1,14 @@
 // A Modbus TCP device to try things on: its coils, inputs and registers are kept in memory, 65536 of each, and start as
 // 0. It serves any number of connections, one request after the other, until it is ended by a signal. Its answers may
-// take their time on the line.
+// take their time on the line, and its input registers may be those of a machine at work.
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cerrno>
 #include <charconv>
 #include <chrono>
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -32,7 +34,7 @@ namespace
 {
 
 constexpr auto usage = R"(usage: modbus_device [--port PORT] [--delay MS] [--latency MS] [--refuse FIRST-LAST]
-                     [--keep FIRST-LAST] [--highest NUMBER] [--count]
+                     [--keep FIRST-LAST] [--highest NUMBER] [--live] [--count]
 
   --port PORT           where it listens on 127.0.0.1; 0, the default, is a free port
   --delay MS            how long it takes to carry out a request, while others wait
@@ -40,6 +42,8 @@ constexpr auto usage = R"(usage: modbus_device [--port PORT] [--delay MS] [--lat
   --refuse FIRST-LAST   addresses, in all tables, that it answers with the exception "illegal data address"
   --keep FIRST-LAST     holding registers that take a write and keep what they hold
   --highest NUMBER      what a holding register makes of a higher number that is written to it
+  --live                input registers that change by themselves: the first four are a 64-bit number that counts four
+                        pieces a second, each pair behind them a 32-bit float that swings by a tenth around its address
   --count               whenever a connection ends, print how many requests came over it
 
 It prints its port once it listens.
@@ -62,6 +66,7 @@ struct Options
     Range refused;
     Range kept;
     int highest = table_size - 1;
+    bool is_live = false;
     bool counts = false;
 };
 
@@ -96,9 +101,9 @@ Options options_of(std::vector<std::string_view> const& arguments)
     for (std::size_t index = 0; index < arguments.size(); ++index)
     {
         auto const option = arguments[index];
-        if (option == "--count")
+        if (option == "--count" || option == "--live")
         {
-            options.counts = true;
+            (option == "--live" ? options.is_live : options.counts) = true;
             continue;
         }
         if (++index == arguments.size())
@@ -143,6 +148,36 @@ struct Deleter
     void operator()(modbus_t* device) const { modbus_free(device); }
     void operator()(modbus_mapping_t* tables) const { modbus_mapping_free(tables); }
 };
+
+/// The address of the first live float, and how many registers the number before it takes.
+constexpr int live_floats = 4;
+
+/// Pieces since 1970, so that a device that is started again goes on counting.
+std::uint64_t live_count(double seconds)
+{
+    constexpr double pieces_a_second = 4;
+    return static_cast<std::uint64_t>(seconds * pieces_a_second);
+}
+
+/// Rounded to hundredths; no two neighbours swing alike.
+std::uint32_t live_float(int address, double seconds)
+{
+    constexpr double hundred = 100;
+    constexpr double pace = 0.3;
+    double const value = address * (1 + std::sin(seconds * pace + address) / 10);
+    return std::bit_cast<std::uint32_t>(static_cast<float>(std::round(value * hundred) / hundred));
+}
+
+/// What a live input register holds at a time; the higher word comes first.
+std::uint16_t live_register(int address, double seconds)
+{
+    constexpr int word = 16;
+    if (address < live_floats)
+    {
+        return static_cast<std::uint16_t>(live_count(seconds) >> (word * (live_floats - 1 - address)));
+    }
+    return static_cast<std::uint16_t>(live_float(address & ~1, seconds) >> (address % 2 == 0 ? word : 0));
+}
 
 using Clock = std::chrono::steady_clock;
 
@@ -304,6 +339,10 @@ private:
         {
             return modbus_reply_exception(m_device.get(), request, MODBUS_EXCEPTION_ILLEGAL_DATA_ADDRESS) > 0;
         }
+        if (m_options.is_live)
+        {
+            set_live_registers(request + modbus_get_header_length(m_device.get()));
+        }
         auto* const registers = m_tables->tab_registers;
         auto const& kept = m_options.kept;
         std::vector<std::uint16_t> const held(registers + std::min(kept.first, kept.last + 1),
@@ -319,16 +358,36 @@ private:
         return done;
     }
 
+    /// Sets what a request for input registers is about to read, and nothing for another request.
+    void set_live_registers(std::uint8_t const* request)
+    {
+        if (request[0] != MODBUS_FC_READ_INPUT_REGISTERS)
+        {
+            return;
+        }
+        std::chrono::duration<double> const now = std::chrono::system_clock::now().time_since_epoch();
+        auto const [first, last] = addresses(request);
+        for (int address = first; address <= std::min(last, table_size - 1); ++address)
+        {
+            m_tables->tab_input_registers[address] = live_register(address, now.count());
+        }
+    }
+
     /// Whether the request, which begins with its function code, touches an address that is refused.
     bool is_refused(std::uint8_t const* request) const
+    {
+        auto const [first, last] = addresses(request);
+        return first <= m_options.refused.last && last >= m_options.refused.first;
+    }
+
+    static Range addresses(std::uint8_t const* request)
     {
         auto const word = [&](int offset) { return request[offset] << 8 | request[offset + 1]; };
         bool const is_single = request[0] == MODBUS_FC_WRITE_SINGLE_COIL ||
                                request[0] == MODBUS_FC_WRITE_SINGLE_REGISTER ||
                                request[0] == MODBUS_FC_MASK_WRITE_REGISTER;
         int const first = word(1);
-        int const last = is_single ? first : first + word(3) - 1;
-        return first <= m_options.refused.last && last >= m_options.refused.first;
+        return {first, is_single ? first : first + word(3) - 1};
     }
 
     Options m_options;
