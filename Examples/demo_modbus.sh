@@ -12,34 +12,20 @@ ravik=$(realpath "$1")
 device=$(realpath "$2")
 examples=$(dirname "$(realpath "${BASH_SOURCE[0]}")")
 project=$(mktemp -d "${TMPDIR:-/tmp}/ravik-demo.XXXXXX")
-devices=()
-# Whatever ends the demo ends the devices, too.
-trap '((${#devices[@]} == 0)) || kill "${devices[@]}" 2>/dev/null || true' EXIT
 
 # shellcheck source=demo_functions.sh
 source "$examples/demo_functions.sh"
-
-# Starts a device with the given options and waits until it listens; its port is in `port` afterwards.
-start_device()
-{
-    local pipe=$project/device
-    mkfifo "$pipe"
-    "$device" --port 0 "$@" >"$pipe" &
-    devices+=($!)
-    read -r port <"$pipe" || fail "the device does not start"
-    rm "$pipe"
-}
+# Whatever ends the demo ends the devices, too.
+trap end_devices EXIT
 
 heading "Two devices on free ports; the packer's refuses the registers of the sealed calibration"
-start_device
+start_device --live
 filler=$port
-start_device --refuse 900-903
+start_device --live --refuse 900-903
 packer=$port
 echo "The filler listens on port $filler, the packer on port $packer."
 
-cp "$examples/plant/recipes.json" "$project"
-sed "s/\"port\": 1502/\"port\": $filler/; s/\"port\": 1503/\"port\": $packer/" "$examples/modbus/ravik.json" \
-    >"$project/ravik.json"
+make_modbus_project "$filler" "$packer"
 
 heading "The line: its symbols and their addresses in the two devices; the one that the packer refuses can't be read"
 expect 1 symbols
