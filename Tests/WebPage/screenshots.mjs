@@ -1,0 +1,67 @@
+// Takes pictures of the page's main views, in light and dark, on three devices: node screenshots.mjs DIR [NAME…], those
+// views alone whose names are given. It serves what the demonstration of the page serves.
+import { mkdir } from "node:fs/promises";
+import { join } from "node:path";
+import { launch, open } from "./support/browser.mjs";
+import { deviceProgram, examples, Process, ravikProgram } from "./support/Process.mjs";
+
+const views = [
+    { name: "operator", path: "/operator?folder=Products", user: "olga" },
+    { name: "recipes", path: "/recipes", user: "erik" },
+    { name: "recipe", path: "/recipe?name=Filling::Lemonade330", user: "erik" },
+    { name: "plan", path: "/plan?name=Products::Spring500", user: "erik" },
+    { name: "active", path: "/active", user: "erik" },
+    { name: "symbols", path: "/symbols", user: "erik" },
+    { name: "types", path: "/types", user: "erik" },
+    { name: "type", path: "/type?name=Filling::Carbonated", user: "erik" },
+    { name: "import", path: "/import", user: "erik" },
+    { name: "history", path: "/history", user: "erik" },
+    { name: "record", path: "/record?id=7", user: "erik" },
+    { name: "check", path: "/check", user: "erik" },
+    { name: "users", path: "/users", user: "anna" },
+    { name: "sign-in", path: "/" },
+];
+const devices = {
+    desktop: { viewport: { width: 1440, height: 900 } },
+    tablet: { viewport: { width: 1024, height: 768 }, hasTouch: true },
+    phone: { viewport: { width: 390, height: 844 }, hasTouch: true, isMobile: true, deviceScaleFactor: 2 },
+};
+const colorSchemes = ["light", "dark"];
+
+const [folder, ...names] = process.argv.slice(2);
+if (!folder) {
+    console.error("usage: node screenshots.mjs DIR [NAME…]");
+    process.exit(2);
+}
+await mkdir(folder, { recursive: true });
+const demo = new Process(join(examples, "demo_page.sh"), [ravikProgram, deviceProgram]);
+const [, origin] = await demo.printed(/The page is at (http:\S+)\/\n/);
+await demo.printed(/Ctrl\+C/);
+const browser = await launch();
+try {
+    for (const view of views.filter(({ name }) => names.length === 0 || names.includes(name))) {
+        await takePictures(view);
+    }
+} finally {
+    await browser.close();
+    await demo.end("SIGTERM");
+}
+
+async function takePictures(view) {
+    for (const [device, options] of Object.entries(devices)) {
+        for (const colorScheme of colorSchemes) {
+            const page = await openView(view, { ...options, colorScheme });
+            await page.screenshot({ path: join(folder, `${view.name}-${device}-${colorScheme}.png`) });
+            await page.context().close();
+        }
+    }
+    console.log(view.name);
+}
+
+async function openView({ path, user }, options) {
+    const [, password] = new RegExp(`^ +${user ?? ""} .* (\\S+)$`, "m").exec(demo.output) ?? [];
+    const page = await open(browser, origin, { path, user, password, reducedMotion: "reduce", ...options });
+    await page.waitForLoadState("networkidle");
+    await page.locator("[aria-busy=true]").waitFor({ state: "detached" });
+    return page;
+}
