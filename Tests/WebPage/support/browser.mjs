@@ -45,8 +45,8 @@ async function signedIn(origin, user, password) {
 
 /** Through the form, as people do. */
 export async function signIn(page, user, password) {
-    await page.getByLabel("Name").fill(user);
-    await page.getByLabel("Password").fill(password);
+    await page.getByLabel("User", { exact: true }).fill(user);
+    await page.getByLabel("Password", { exact: true }).fill(password);
     await page.getByRole("button", { name: "Sign in" }).click();
 }
 
