@@ -26,7 +26,6 @@ const devices = {
     tablet: { viewport: { width: 1024, height: 768 }, hasTouch: true },
     phone: { viewport: { width: 390, height: 844 }, hasTouch: true, isMobile: true, deviceScaleFactor: 2 },
 };
-const colorSchemes = ["light", "dark"];
 
 const [folder, ...names] = process.argv.slice(2);
 if (!folder) {
@@ -48,13 +47,14 @@ try {
 }
 
 async function takePictures(view) {
-    for (const [device, options] of Object.entries(devices)) {
-        for (const colorScheme of colorSchemes) {
-            const page = await openView(view, { ...options, colorScheme });
+    await Promise.all(Object.entries(devices).map(async ([device, options]) => {
+        const page = await openView(view, options);
+        for (const colorScheme of ["light", "dark"]) {
+            await page.emulateMedia({ colorScheme });
             await page.screenshot({ path: join(folder, `${view.name}-${device}-${colorScheme}.png`) });
-            await page.context().close();
         }
-    }
+        await page.context().close();
+    }));
     console.log(view.name);
 }
 

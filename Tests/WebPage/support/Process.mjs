@@ -1,6 +1,6 @@
 // Programs that a test starts. None outlives the test's own process, whatever becomes of that.
 import { spawn } from "node:child_process";
-import { once } from "node:events";
+import { EventEmitter, once } from "node:events";
 import { dirname, join } from "node:path";
 import { fileURLToPath } from "node:url";
 
@@ -21,32 +21,35 @@ for (const signal of ["SIGINT", "SIGTERM"]) {
 
 export class Process {
     #child;
+    #news = new EventEmitter();
     /** What it has printed so far. */
     output = "";
 
     constructor(program, args, input = "") {
         this.#child = spawn(program, args);
         running.add(this.#child);
-        this.ended = once(this.#child, "close").finally(() => running.delete(this.#child));
+        this.ended = once(this.#child, "close").finally(() => {
+            running.delete(this.#child);
+            this.#news.emit("news");
+        });
         for (const stream of [this.#child.stdout, this.#child.stderr]) {
-            stream.setEncoding("utf8").on("data", (text) => (this.output += text));
+            stream.setEncoding("utf8").on("data", (text) => {
+                this.output += text;
+                this.#news.emit("news");
+            });
         }
         this.#child.stdin.on("error", () => {}).end(input);
     }
 
     /** Waits until it has printed something that matches, and returns the match. */
     async printed(pattern) {
-        for (;;) {
-            const match = pattern.exec(this.output);
-            if (match) {
-                return match;
-            }
-            const next = [once(this.#child.stdout, "data"), once(this.#child.stderr, "data"), this.ended];
-            await Promise.race(next);
-            if (this.#child.exitCode !== null && !pattern.test(this.output)) {
+        while (!pattern.test(this.output)) {
+            if (!running.has(this.#child)) {
                 throw new Error(`${this.#child.spawnfile} has ended: ${this.output}`);
             }
+            await once(this.#news, "news");
         }
+        return pattern.exec(this.output);
     }
 
     signal(signal) {
