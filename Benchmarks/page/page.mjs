@@ -1,0 +1,212 @@
+// What the page costs with 10,000 recipes and 10,000 symbols: node page.mjs. It prints a table and fails where a mark is
+// missed. The marks hold on a machine that has nothing else to do; the last column tells its load.
+import { writeFile } from "node:fs/promises";
+import { loadavg } from "node:os";
+import { join } from "node:path";
+import { gzipSync } from "node:zlib";
+import { launch, open } from "../../Tests/WebPage/support/browser.mjs";
+import { password, Plant } from "../../Tests/WebPage/support/Plant.mjs";
+
+const recipeCount = 10_000;
+const symbolCount = 10_000;
+/** The members of one recipe, all of which are read twice a second. */
+const wideCount = 500;
+const poll = "500 ms";
+const kB = 1000;
+
+let missed = 0;
+
+function row(what, figure, unit, mark = undefined, isKept = figure <= mark) {
+    const verdict = mark === undefined ? "" : `mark ${String(mark).padStart(6)}  ${isKept ? "kept" : "MISSED"}`;
+    missed += mark !== undefined && !isKept;
+    const load = loadavg()[0].toFixed(1);
+    console.log(`${what.padEnd(66)} ${figure.toFixed(2).padStart(9)} ${unit.padEnd(4)} ${verdict.padEnd(20)} load ${load}`);
+}
+
+// The project ---------------------------------------------------------------------------------------------------------
+
+const numbered = (name, number) => name + String(number).padStart(5, "0");
+const fromEntries = (count, entry) => Object.fromEntries(Array.from({ length: count }, (_, number) => entry(number)));
+
+/** Every symbol changes by itself, all but those that the many recipes write. */
+function symbol(number, { written }) {
+    const domain = number % 2 === 0 ? "Filler" : "Packer";
+    const mapping = `${written ? "holding" : "input"}:${1000 + 2 * Math.floor(number / 2)}:real32`;
+    return { DOMAIN: domain, MAPPING: mapping, USEMAPPING: true, SCHEMA: { type: "number", unit: "bar" } };
+}
+
+async function manyOfAll(folder, { filler, packer }) {
+    const modbus = (domain, { port }) => ({
+        domain,
+        library: "libRavikModbus.so",
+        configuration: { host: "127.0.0.1", port, timeoutMs: 500 },
+    });
+    const written = fromEntries(10, (number) => [numbered("Line.Set", number), symbol(number, { written: true })]);
+    const live = fromEntries(symbolCount - 10, (number) => [numbered("Line.Value", number), symbol(number, { written: false })]);
+    const settings = {
+        extensions: [
+            { domain: "RavikRecipeManagement", library: "libRavikRecipeManagement.so" },
+            modbus("Filler", filler),
+            modbus("Packer", packer),
+        ],
+        service: { poll },
+        symbols: { ...written, ...live },
+    };
+    await writeFile(join(folder, "ravik.json"), JSON.stringify(settings));
+    await writeFile(join(folder, "recipes.json"), JSON.stringify(recipes()));
+}
+
+function recipes() {
+    const type = (name, count) => ({
+        members: fromEntries(count, (number) => [
+            numbered("Member", number),
+            { symbol: numbered(name, number), defaultValue: 1.5, enabled: true },
+        ]),
+    });
+    const recipe = (recipeTypeName, count) => ({
+        recipeTypeName,
+        values: fromEntries(count, (number) => [numbered("Member", number), 1.5 + number]),
+    });
+    const folders = fromEntries(100, (folder) => [
+        numbered("Folder", folder),
+        fromEntries(recipeCount / 100, (number) => [numbered("Recipe", folder * 100 + number), recipe("Small", 10)]),
+    ]);
+    return {
+        recipeTypeList: { Small: type("Line.Set", 10), Wide: type("Line.Value", wideCount) },
+        recipeList: { ...folders, Wide: recipe("Wide", wideCount) },
+    };
+}
+
+// What is measured ----------------------------------------------------------------------------------------------------
+
+const median = (figures) => figures.sort((one, other) => one - other)[Math.floor(figures.length / 2)];
+const seconds = (count) => new Promise((resolve) => setTimeout(resolve, count * 1000));
+const firstRow = "[role=treegrid] [aria-rowindex='2']";
+
+/** From the asking for the page until its first rows are drawn, in a browser that has kept nothing of it. */
+async function timeToRows(path) {
+    const page = await open(browser, origin, { user: "engineer", password, path: "/icon.svg" });
+    await page.addInitScript((selector) => {
+        const look = () =>
+            document.querySelector(selector)
+                ? requestAnimationFrame(() => setTimeout(() => (globalThis.rowsAt = performance.now())))
+                : requestAnimationFrame(look);
+        look();
+    }, firstRow);
+    await page.goto(path);
+    const time = await (await page.waitForFunction(() => globalThis.rowsAt)).jsonValue();
+    await page.context().close();
+    return time;
+}
+
+async function firstViews() {
+    for (const path of ["/recipes", "/symbols"]) {
+        const times = [];
+        while (times.length < 5) {
+            times.push(await timeToRows(path));
+        }
+        row(`${path} with 10,000: the first rows stand, median of five`, median(times) / 1000, "s", 1);
+    }
+}
+
+async function scriptSize() {
+    const page = await open(browser, origin, {});
+    const addresses = await page.evaluate(() => Array.from(document.scripts, ({ src }) => src));
+    await page.context().close();
+    const texts = await Promise.all(addresses.map(async (address) => (await fetch(address)).text()));
+    row("script, compressed", gzipSync(texts.join(""), { level: 9 }).length / kB, "kB", 40);
+}
+
+/** A page whose long tasks, work and received values are counted. */
+async function measuredPage(path) {
+    const page = await open(browser, origin, { user: "engineer", password, path });
+    await page.locator(firstRow).waitFor();
+    await page.evaluate(() => {
+        globalThis.longest = 0;
+        const observer = new PerformanceObserver((list) =>
+            list.getEntries().forEach(({ duration }) => (globalThis.longest = Math.max(globalThis.longest, duration))));
+        observer.observe({ type: "longtask" });
+    });
+    const cdp = await page.context().newCDPSession(page);
+    let values = 0;
+    cdp.on("Network.webSocketFrameReceived", ({ response }) => {
+        values += Object.keys(JSON.parse(response.payloadData).values ?? {}).length;
+    });
+    await cdp.send("Network.enable");
+    await cdp.send("Performance.enable");
+    const metric = async (name) => (await cdp.send("Performance.getMetrics")).metrics.find((each) => each.name === name).value;
+    return {
+        page,
+        valueCount: () => values,
+        taskTime: () => metric("TaskDuration"),
+        longestTask: () => page.evaluate(() => globalThis.longest),
+        heap: async () => {
+            await cdp.send("HeapProfiler.collectGarbage");
+            return metric("JSHeapUsedSize");
+        },
+    };
+}
+
+/** The processor time of all processes that draw pages: script, layout and painting. */
+async function rendererTime() {
+    const { processInfo } = await (await browser.newBrowserCDPSession()).send("SystemInfo.getProcessInfo");
+    return processInfo.filter(({ type }) => type === "renderer").reduce((sum, { cpuTime }) => sum + cpuTime, 0);
+}
+
+async function watching(what, path, leastValues) {
+    const measured = await measuredPage(path);
+    await seconds(3);
+    const before = [await measured.taskTime(), await rendererTime(), measured.valueCount()];
+    const begin = performance.now();
+    await seconds(10);
+    const elapsed = (performance.now() - begin) / 1000;
+    const after = [await measured.taskTime(), await rendererTime(), measured.valueCount()];
+    const [tasks, processor, values] = after.map((figure, index) => (figure - before[index]) / elapsed);
+    row(`${what}: values that come a second`, values, "", leastValues, values >= leastValues);
+    row("  share of a core that its tasks take", tasks, "", 0.2);
+    row("  that its process takes, drawing included", processor, "");
+    return measured;
+}
+
+/** Key by key, then up and down through what is found, which are so many rows. */
+async function filterAndScroll({ page }, text, rowCount) {
+    await page.keyboard.press("/");
+    await page.keyboard.type(text, { delay: 50 });
+    const grid = page.getByRole("treegrid");
+    await page.locator(`[role=treegrid][aria-rowcount='${rowCount + 1}']`).waitFor();
+    await grid.hover();
+    for (const distance of [...Array(60).fill(600), ...Array(60).fill(Math.ceil(rowCount / 2)), ...Array(60).fill(-3000)]) {
+        await page.mouse.wheel(0, distance);
+        await page.evaluate(() => new Promise(requestAnimationFrame));
+    }
+    if (Number(await grid.getByRole("row").last().getAttribute("aria-rowindex")) < rowCount / 4) {
+        throw new Error("the rows were not scrolled");
+    }
+    await page.keyboard.press("/");
+    await page.keyboard.press("Control+A");
+    await page.keyboard.press("Delete");
+    await page.evaluate(() => new Promise((resolve) => requestAnimationFrame(() => setTimeout(resolve))));
+}
+
+async function view(what, path, [text, rowCount], leastValues) {
+    const measured = await watching(what, path, leastValues);
+    await filterAndScroll(measured, text, rowCount);
+    row("  longest task while filtering and scrolling", await measured.longestTask(), "ms", 50);
+    row("  heap", (await measured.heap()) / kB / kB, "MB", 25);
+    await measured.page.context().close();
+}
+
+const plant = await Plant.start(manyOfAll);
+const origin = `http://127.0.0.1:${plant.port}`;
+const browser = await launch();
+try {
+    await scriptSize();
+    await firstViews();
+    await view("10,000 recipes", "/recipes", ["recipe0", recipeCount + 100]);
+    await view("10,000 symbols, all of which change", "/symbols", ["line.value", symbolCount - 10]);
+    await view(`a recipe of ${wideCount} members that all change`, "/recipe?name=Wide", ["member", wideCount], 1000);
+} finally {
+    await browser.close();
+    await plant.end();
+}
+process.exitCode = missed > 0 ? 1 : 0;
