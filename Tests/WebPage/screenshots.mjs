@@ -4,23 +4,10 @@ import { mkdir } from "node:fs/promises";
 import { join } from "node:path";
 import { launch, open } from "./support/browser.mjs";
 import { deviceProgram, examples, Process, ravikProgram } from "./support/Process.mjs";
+import { settled, views } from "./support/views.mjs";
 
-const views = [
-    { name: "operator", path: "/operator?folder=Products", user: "olga" },
-    { name: "recipes", path: "/recipes", user: "erik" },
-    { name: "recipe", path: "/recipe?name=Filling::Lemonade330", user: "erik" },
-    { name: "plan", path: "/plan?name=Products::Spring500", user: "erik" },
-    { name: "active", path: "/active", user: "erik" },
-    { name: "symbols", path: "/symbols", user: "erik" },
-    { name: "types", path: "/types", user: "erik" },
-    { name: "type", path: "/type?name=Filling::Carbonated", user: "erik" },
-    { name: "import", path: "/import", user: "erik" },
-    { name: "history", path: "/history", user: "erik" },
-    { name: "record", path: "/record?id=7", user: "erik" },
-    { name: "check", path: "/check", user: "erik" },
-    { name: "users", path: "/users", user: "anna" },
-    { name: "sign-in", path: "/" },
-];
+/** Who has the role in the demonstration. */
+const people = { viewer: "vera", operator: "olga", engineer: "erik", admin: "anna" };
 const devices = {
     desktop: { viewport: { width: 1440, height: 900 } },
     tablet: { viewport: { width: 1024, height: 768 }, hasTouch: true },
@@ -58,10 +45,12 @@ async function takePictures(view) {
     console.log(view.name);
 }
 
-async function openView({ path, user }, options) {
-    const [, password] = new RegExp(`^ +${user ?? ""} .* (\\S+)$`, "m").exec(demo.output) ?? [];
+async function openView({ path, role }, options) {
+    const user = people[role];
+    const [, password] = new RegExp(`^ +${user} .* (\\S+)$`, "m").exec(demo.output) ?? [];
     const page = await open(browser, origin, { path, user, password, reducedMotion: "reduce", ...options });
+    await settled(page);
+    // Live values come a moment later.
     await page.waitForLoadState("networkidle");
-    await page.locator("[aria-busy=true]").waitFor({ state: "detached" });
     return page;
 }
