@@ -88,7 +88,8 @@ edit()
     local name=$1 recipe=$2 values=$3 tag=$project/tag
     request "$name" "recipe?name=$recipe" --etag-save "$tag" --output /dev/null
     request "$name" "recipe?name=$recipe" --fail --output /dev/null --request PATCH --header "If-Match: $(cat "$tag")" \
-        --header "Content-Type: application/merge-patch+json" --data "{\"values\": $values}" || fail "no edit of $recipe"
+        --header "Content-Type: application/merge-patch+json" --data "{\"values\": $values}" ||
+        fail "no edit of $recipe"
 }
 
 activate()

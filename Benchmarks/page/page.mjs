@@ -1,5 +1,5 @@
-// What the page costs with 10,000 recipes and 10,000 symbols: node page.mjs. It prints a table and fails where a mark is
-// missed. The marks hold on a machine that has nothing else to do; the last column tells its load.
+// What the page costs with 10,000 recipes and 10,000 symbols: node page.mjs. It prints a table and fails where a mark
+// is missed. The marks hold on a machine that has nothing else to do; the last column tells its load.
 import { writeFile } from "node:fs/promises";
 import { loadavg } from "node:os";
 import { join } from "node:path";
@@ -19,8 +19,8 @@ let missed = 0;
 function row(what, figure, unit, mark = undefined, isKept = figure <= mark) {
     const verdict = mark === undefined ? "" : `mark ${String(mark).padStart(6)}  ${isKept ? "kept" : "MISSED"}`;
     missed += mark !== undefined && !isKept;
-    const load = loadavg()[0].toFixed(1);
-    console.log(`${what.padEnd(66)} ${figure.toFixed(2).padStart(9)} ${unit.padEnd(4)} ${verdict.padEnd(20)} load ${load}`);
+    const columns = [what.padEnd(66), figure.toFixed(2).padStart(9), unit.padEnd(3), verdict.padEnd(20)];
+    console.log(...columns, `load ${loadavg()[0].toFixed(1)}`);
 }
 
 // The project ---------------------------------------------------------------------------------------------------------
@@ -41,8 +41,10 @@ async function manyOfAll(folder, { filler, packer }) {
         library: "libRavikModbus.so",
         configuration: { host: "127.0.0.1", port, timeoutMs: 500 },
     });
-    const written = fromEntries(10, (number) => [numbered("Line.Set", number), symbol(number, { written: true })]);
-    const live = fromEntries(symbolCount - 10, (number) => [numbered("Line.Value", number), symbol(number, { written: false })]);
+    const symbols = (name, count, { written }) =>
+        fromEntries(count, (number) => [numbered(name, number), symbol(number, { written })]);
+    const live = symbols("Line.Value", symbolCount - 10, { written: false });
+    const written = symbols("Line.Set", 10, { written: true });
     const settings = {
         extensions: [
             { domain: "RavikRecipeManagement", library: "libRavikRecipeManagement.so" },
@@ -134,7 +136,10 @@ async function measuredPage(path) {
     });
     await cdp.send("Network.enable");
     await cdp.send("Performance.enable");
-    const metric = async (name) => (await cdp.send("Performance.getMetrics")).metrics.find((each) => each.name === name).value;
+    const metric = async (wanted) => {
+        const { metrics } = await cdp.send("Performance.getMetrics");
+        return metrics.find(({ name }) => name === wanted).value;
+    };
     return {
         page,
         valueCount: () => values,
@@ -175,7 +180,8 @@ async function filterAndScroll({ page }, text, rowCount) {
     const grid = page.getByRole("treegrid");
     await page.locator(`[role=treegrid][aria-rowcount='${rowCount + 1}']`).waitFor();
     await grid.hover();
-    for (const distance of [...Array(60).fill(600), ...Array(60).fill(Math.ceil(rowCount / 2)), ...Array(60).fill(-3000)]) {
+    const turns = (distance) => Array(60).fill(distance);
+    for (const distance of [...turns(600), ...turns(Math.ceil(rowCount / 2)), ...turns(-3000)]) {
         await page.mouse.wheel(0, distance);
         await page.evaluate(() => new Promise(requestAnimationFrame));
     }

@@ -15,11 +15,16 @@ for (const path of ["/usr/bin/chromium", join(here, "node_modules/playwright-cor
     }
 }
 
+// Whatever ends this ends the processes of the files.
+const end = new AbortController();
+process.on("exit", () => end.abort());
 let count = 0;
 const tests = run({
     files: readdirSync(here).filter((name) => name.endsWith("_test.mjs")).map((name) => join(here, name)),
     concurrency: 2,
-    timeout: 60_000,
+    signal: end.signal,
+    // For all tests of a file.
+    timeout: 150_000,
     testNamePatterns: process.argv.slice(2).map((pattern) => new RegExp(pattern)),
 });
 tests.on("test:pass", ({ skip }) => (count += skip ? 0 : 1));

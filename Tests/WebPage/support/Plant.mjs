@@ -1,4 +1,5 @@
-import { cp, mkdtemp, readFile, rm, writeFile } from "node:fs/promises";
+import { rmSync } from "node:fs";
+import { cp, mkdtemp, readFile, writeFile } from "node:fs/promises";
 import { tmpdir } from "node:os";
 import { join } from "node:path";
 import { Device } from "./Device.mjs";
@@ -10,9 +11,9 @@ export const password = "wheat and rye";
 
 /** The bottling line of the examples on two devices. */
 async function bottlingLine(folder, { filler, packer }) {
-    const text = await readFile(join(examples, "modbus/ravik.json"), "utf8");
-    const settings = text.replace('"port": 1502', `"port": ${filler.port}`).replace('"port": 1503', `"port": ${packer.port}`);
-    await writeFile(join(folder, "ravik.json"), settings);
+    const settings = await readFile(join(examples, "modbus/ravik.json"), "utf8");
+    const onPorts = settings.replace('": 1502', `": ${filler.port}`).replace('": 1503', `": ${packer.port}`);
+    await writeFile(join(folder, "ravik.json"), onPorts);
     await cp(join(examples, "plant/recipes.json"), join(folder, "recipes.json"));
 }
 
@@ -36,6 +37,7 @@ export class Plant {
 
     async #start(project) {
         this.#folder = await mkdtemp(join(tmpdir(), "ravik-page-"));
+        process.on("exit", () => this.#removeFolder());
         this.filler = await Device.start("--live");
         this.packer = await Device.start("--live", "--refuse", "900-903");
         await project(this.#folder, this);
@@ -52,7 +54,12 @@ export class Plant {
         await this.#service?.end();
         await this.filler?.switchOff();
         await this.packer?.switchOff();
-        await rm(this.#folder, { recursive: true, force: true });
+        this.#removeFolder();
+    }
+
+    #removeFolder() {
+        // A service that was just killed may still make files.
+        rmSync(this.#folder, { recursive: true, force: true, maxRetries: 10 });
     }
 
     ravik(...args) {
@@ -80,8 +87,8 @@ export class Plant {
             body: body === undefined || typeof body === "string" ? body : JSON.stringify(body),
         });
         const text = await answer.text();
-        const isJson = answer.headers.get("Content-Type")?.includes("json");
-        return { status: answer.status, etag: answer.headers.get("ETag"), text, body: isJson ? JSON.parse(text) : undefined };
+        const told = answer.headers.get("Content-Type")?.includes("json") ? JSON.parse(text) : undefined;
+        return { status: answer.status, etag: answer.headers.get("ETag"), text, body: told };
     }
 
     /** Changes members of a recipe behind the page's back. `values` may be JSON text. */

@@ -37,8 +37,9 @@ async function signedIn(origin, user, password) {
     assert.equal(answer.status, 201);
     const [, name, value] = /^([^=]+)=([^;]+)/.exec(answer.headers.getSetCookie()[0]);
     const { csrf } = await answer.json();
+    const place = { domain: "127.0.0.1", path: "/", expires: -1 };
     return {
-        cookies: [{ name, value, domain: "127.0.0.1", path: "/", expires: -1, httpOnly: true, secure: true, sameSite: "Strict" }],
+        cookies: [{ name, value, ...place, httpOnly: true, secure: true, sameSite: "Strict" }],
         origins: [{ origin, localStorage: [{ name: "ravik.csrf", value: csrf }] }],
     };
 }
@@ -57,5 +58,5 @@ export async function accessibilityFindings(page) {
     // Evaluated, since the page's policy lets in no script of others.
     await page.evaluate(axe);
     const { violations } = await page.evaluate(() => globalThis.axe.run());
-    return violations.flatMap(({ id, nodes }) => nodes.map(({ html, failureSummary }) => `${id}: ${html} ${failureSummary}`));
+    return violations.flatMap(({ id, nodes }) => nodes.map((node) => `${id}: ${node.html} ${node.failureSummary}`));
 }

@@ -15,8 +15,8 @@ export async function startPlant(project) {
 }
 
 /**
- * Opens the page for the test `t` as `open` does, signed in as a `role` where there is one, over a link of its own, `page.link`. Whatever the page complains of
- * fails the test at its end, unless it matches one of `page.allowed`.
+ * Opens the page for the test `t` as `open` does, signed in as a `role` where there is one, over a link of its own,
+ * `page.link`. Whatever the page complains of fails the test at its end, unless it matches one of `page.allowed`.
  */
 export async function visit(t, plant, { role, ...options } = {}) {
     const link = await Link.to(plant.port);

@@ -18,5 +18,6 @@ export const views = [
 
 /** Waits until the view that is opened shows what it has read. */
 export async function settled(page) {
-    await page.waitForFunction(() => document.querySelector("h1") && !document.querySelector("[aria-busy=true], .loading"));
+    const isBusy = "[aria-busy=true], .loading";
+    await page.waitForFunction((busy) => document.querySelector("h1") && !document.querySelector(busy), isBusy);
 }
