@@ -2,9 +2,10 @@
 export const views = [
     { name: "sign-in", path: "/" },
     { name: "operator", path: "/operator?folder=Products", role: "operator" },
+    { name: "operator-plan", path: "/operator?folder=Products&plan=Products::Spring500", role: "operator" },
     { name: "recipes", path: "/recipes", role: "engineer" },
     { name: "recipe", path: "/recipe?name=Filling::Lemonade330", role: "engineer" },
-    { name: "plan", path: "/plan?recipe=Products::Spring500", role: "engineer" },
+    { name: "plan", path: "/plan?name=Products::Spring500", role: "engineer" },
     { name: "active", path: "/active", role: "engineer" },
     { name: "symbols", path: "/symbols", role: "engineer" },
     { name: "types", path: "/types", role: "engineer" },
