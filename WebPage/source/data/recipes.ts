@@ -57,7 +57,7 @@ export const readRecipes = reader("/recipes", recipes);
 export const readTypes = reader("/types", types);
 
 /** Has the list read now where it wasn't, and from now on whenever it changes. */
-export function want(read: () => Promise<void>, store: Store<Listed<unknown>>): void {
+export function want(read: () => Promise<void>, store: { value: { isRead: boolean } }): void {
     wanted.add(read);
     if (!store.value.isRead) {
         void read();
