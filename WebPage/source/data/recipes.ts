@@ -1,6 +1,6 @@
 // The names of all recipes and types, kept while the page is open and asked for again when the configuration changes.
-import { errorText, readList } from "./api";
-import { revision } from "./live";
+import { errorText, Problem, readList } from "./api";
+import { link, revision } from "./live";
 import { session } from "./session";
 import type { RecipeItem, TypeItem } from "./shapes";
 import { Store } from "./store";
@@ -11,55 +11,94 @@ export interface Listed<T> {
     error: string;
 }
 
-export const recipes = new Store<Listed<RecipeItem>>({ items: [], isRead: false, error: "" });
-export const types = new Store<Listed<TypeItem>>({ items: [], isRead: false, error: "" });
+const unread = { items: [], isRead: false, error: "" };
+/** Between two readings: with many edits a second the list follows at its own pace. */
+const pause = 1000;
 
-const wanted = new Set<() => Promise<void>>();
+class KeptList<T> {
+    readonly store = new Store<Listed<T>>(unread);
+    users = 0;
+    isStale = true;
+    private isReading = false;
+
+    constructor(private readonly path: string) {}
+
+    /** While a reading is under way one more follows it, which sees what the first may have missed. */
+    readonly read = async (): Promise<void> => {
+        this.isStale = true;
+        if (this.isReading) {
+            return;
+        }
+        this.isReading = true;
+        while (this.isStale) {
+            this.isStale = false;
+            await this.readOnce();
+            await new Promise((done) => setTimeout(done, pause));
+        }
+        this.isReading = false;
+    };
+
+    private async readOnce(): Promise<void> {
+        const items: T[] = [];
+        try {
+            await readList<T>(this.path, {}, (page) => {
+                items.push(...page);
+                // The first page is shown at once; later ones don't make what stood there before shorter.
+                if (!this.store.value.isRead) {
+                    this.store.set({ items: [...items], isRead: false, error: "" });
+                }
+            });
+            this.store.set({ items, isRead: true, error: "" });
+        } catch (error) {
+            // The entry at the end of a page may go before the next one is asked for.
+            this.isStale ||= error instanceof Problem && error.status === 410;
+            this.store.set({ ...this.store.value, error: this.isStale ? "" : errorText(error) });
+        }
+    }
+}
+
+const recipeList = new KeptList<RecipeItem>("/recipes");
+const typeList = new KeptList<TypeItem>("/types");
+const lists = [recipeList, typeList];
+
+export const recipes = recipeList.store;
+export const types = typeList.store;
+export const readRecipes = recipeList.read;
+export const readTypes = typeList.read;
+
 let seen = "";
 
 export function startLists(): void {
     revision.follow(() => {
         if (revision.value.configuration !== seen) {
             seen = revision.value.configuration;
-            wanted.forEach((read) => void read());
+            lists.forEach((list) => (list.isStale = true));
+            readStale();
         }
     });
-    session.follow(() => {
-        recipes.set({ items: [], isRead: false, error: "" });
-        types.set({ items: [], isRead: false, error: "" });
+    link.follow(() => {
+        lists.forEach((list) => (list.isStale ||= link.value.isOpen && list.store.value.error !== ""));
+        readStale();
     });
+    document.addEventListener("visibilitychange", readStale);
+    session.follow(() => lists.forEach(({ store }) => store.set(unread)));
 }
 
-function reader<T>(path: string, store: Store<Listed<T>>): () => Promise<void> {
-    let abort: AbortController | undefined;
-    return async () => {
-        abort?.abort();
-        const mine = (abort = new AbortController());
-        const items: T[] = [];
-        try {
-            await readList<T>(path, {}, (page) => {
-                items.push(...page);
-                // The first page is shown at once; later ones don't make what stood there before shorter.
-                if (!store.value.isRead) {
-                    store.set({ items: [...items], isRead: false, error: "" });
-                }
-            }, mine.signal);
-            store.set({ items, isRead: true, error: "" });
-        } catch (error) {
-            if (!mine.signal.aborted) {
-                store.set({ ...store.value, error: errorText(error) });
-            }
+/** What nobody looks at is left until somebody does. */
+function readStale(): void {
+    for (const { isStale, users, read } of lists) {
+        if (isStale && users > 0 && !document.hidden) {
+            void read();
         }
-    };
+    }
 }
 
-export const readRecipes = reader("/recipes", recipes);
-export const readTypes = reader("/types", types);
-
-/** Has the list read now where it wasn't, and from now on whenever it changes. */
-export function want(read: () => Promise<void>, store: { value: { isRead: boolean } }): void {
-    wanted.add(read);
-    if (!store.value.isRead) {
+/** Has the list read now where it wasn't, and whenever it changes until the returned function is called. */
+export function want(read: () => Promise<void>, store: { value: { isRead: boolean } }): () => void {
+    const list = lists.find((each) => each.read === read)!;
+    list.users++;
+    if (list.isStale || !store.value.isRead) {
         void read();
     }
+    return () => void list.users--;
 }
