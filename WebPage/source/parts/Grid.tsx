@@ -1,6 +1,6 @@
 // A table or tree of any length: only the rows in sight are in the document.
-import type { ComponentChildren, VNode } from "preact";
-import { useEffect, useLayoutEffect, useRef, useState } from "preact/hooks";
+import type { ComponentChildren, JSX, VNode } from "preact";
+import { useEffect, useLayoutEffect, useMemo, useRef, useState } from "preact/hooks";
 import { Store, useStore } from "../data/store";
 
 export interface Column<T> {
@@ -9,6 +9,8 @@ export interface Column<T> {
     /** Numbers and their title stand at the right. */
     right?: boolean;
     cell: (row: T) => ComponentChildren;
+    /** How the rows are ordered by this column; undefined where they can't be. */
+    sort?: "ascending" | "descending" | "none";
 }
 
 export interface Branch {
@@ -28,8 +30,14 @@ interface GridProps<T> {
     branch?: (row: T) => Branch;
     onOpen?: (row: T) => void;
     onToggle?: (row: T, isExpanded: boolean) => void;
-    /** The keys of the rows in sight, whenever they change. */
+    /** A press on the title of a column that can be sorted. */
+    onSort?: (key: string) => void;
+    /** Shift+F10, the menu key or a point: what else can be done to the active row. */
+    onMenu?: (row: T, place: Element) => void;
+    /** The rows in sight, whenever others are. */
     onSight?: (rows: T[]) => void;
+    /** The name under which the place that was scrolled to is kept, while the page is open. */
+    keep?: string;
     /** Stands where there are no rows. */
     empty?: VNode;
 }
@@ -48,15 +56,24 @@ function measure(): number {
 /** Rows above and below those in sight. */
 const spare = 6;
 
+interface Kept {
+    top: number;
+    activeKey: string;
+}
+
+const keptPlaces = new Map<string, Kept>();
+
 export function Grid<T>(props: GridProps<T>) {
-    const { label, kind, columns, rows, keyOf, branch, onOpen, onToggle, onSight } = props;
+    const { label, kind, columns, rows, keyOf, branch, onOpen, onToggle, onMenu, onSight, keep = "" } = props;
     const height = useStore(rowHeight);
     const frame = useRef<HTMLDivElement>(null);
-    const [first, setFirst] = useState(0);
+    const before = useMemo(() => keptPlaces.get(keep), []);
+    const [first, setFirst] = useState(Math.floor((before?.top ?? 0) / height));
     const [fits, setFits] = useState(40);
-    const [activeKey, setActiveKey] = useState("");
+    const [activeKey, setActiveKey] = useState(before?.activeKey ?? "");
     const id = `grid-${kind}`;
-    const activeIndex = Math.max(0, rows.findIndex((row) => keyOf(row) === activeKey));
+    const foundIndex = useMemo(() => rows.findIndex((row) => keyOf(row) === activeKey), [rows, activeKey]);
+    const activeIndex = Math.max(0, foundIndex);
     const from = Math.max(0, Math.min(first - spare, rows.length - fits - spare));
     const inSight = rows.slice(from, first + fits + spare);
 
@@ -66,18 +83,23 @@ export function Grid<T>(props: GridProps<T>) {
         setFits(Math.ceil(clientHeight / height) + 1);
     };
     useLayoutEffect(() => {
+        frame.current!.scrollTop = before?.top ?? 0;
+    }, []);
+    useLayoutEffect(() => {
         look();
         const observer = new ResizeObserver(look);
         observer.observe(frame.current!);
         return () => observer.disconnect();
     }, [height]);
     useEffect(() => onSight?.(inSight), [inSight.map(keyOf).join("\n")]);
+    const keepPlace = () => keep && keptPlaces.set(keep, { top: frame.current!.scrollTop, activeKey });
+    useEffect(() => void keepPlace(), [activeKey]);
 
     const moveTo = (index: number) => {
-        const row = rows[Math.max(0, Math.min(rows.length - 1, index))];
-        if (row !== undefined) {
-            setActiveKey(keyOf(row));
-            showRow(frame.current!, rows.indexOf(row), height);
+        const to = Math.max(0, Math.min(rows.length - 1, index));
+        if (rows[to] !== undefined) {
+            setActiveKey(keyOf(rows[to]));
+            showRow(frame.current!, to, height);
         }
     };
     const onKeyDown = (event: KeyboardEvent) => {
@@ -87,8 +109,9 @@ export function Grid<T>(props: GridProps<T>) {
         const row = rows[activeIndex];
         const isExpanded = row === undefined ? undefined : branch?.(row).isExpanded;
         const page = Math.max(1, fits - 2);
+        const menu = () => row !== undefined && onMenu?.(row, frame.current!.querySelector(".row.active") ?? frame.current!);
         const moves: Record<string, () => void> = {
-            ArrowDown: () => moveTo(activeIndex + (activeKey === "" ? 0 : 1)),
+            ArrowDown: () => moveTo(foundIndex + 1),
             ArrowUp: () => moveTo(activeIndex - 1),
             PageDown: () => moveTo(activeIndex + page),
             PageUp: () => moveTo(activeIndex - page),
@@ -98,6 +121,7 @@ export function Grid<T>(props: GridProps<T>) {
             ArrowLeft: () =>
                 row !== undefined && (isExpanded ? onToggle?.(row, false) : moveTo(parentOf(rows, activeIndex, branch))),
             Enter: () => row !== undefined && onOpen?.(row),
+            ...(onMenu && { ".": menu, ContextMenu: menu, ...(event.shiftKey && { F10: menu }) }),
         };
         const move = event.ctrlKey || event.altKey || event.metaKey ? undefined : moves[event.key];
         if (move) {
@@ -105,29 +129,26 @@ export function Grid<T>(props: GridProps<T>) {
             move();
         }
     };
+    // Who comes by keyboard is told at once on which row he stands.
+    const onFocus = () => foundIndex < 0 && frame.current!.matches(":focus-visible") && moveTo(first);
 
+    const pick = useRef<Picked<T>>({});
+    pick.current = { onOpen, onToggle, onPick: (row) => setActiveKey(keyOf(row)) };
+    const drawn = useDrawnRows<T>();
     return (
         <div
             ref={frame} class={"grid " + kind} role="treegrid" aria-label={label} tabIndex={0}
             aria-rowcount={rows.length + 1} aria-colcount={columns.length}
-            aria-activedescendant={inSight.some((row) => keyOf(row) === activeKey) ? `${id}-${activeIndex}` : undefined}
-            onScroll={look} onKeyDown={onKeyDown}
+            aria-activedescendant={foundIndex >= from && foundIndex < from + inSight.length ? `${id}-${foundIndex}` : undefined}
+            onScroll={() => (look(), keepPlace())} onKeyDown={onKeyDown} onFocus={onFocus}
         >
-            <div role="rowgroup" class="grid-head">
-                <div role="row" class="row" aria-rowindex={1}>
-                    {columns.map(({ key, title, right }) => (
-                        <div role="columnheader" class={cellClass(key, right)}>{title}</div>
-                    ))}
-                </div>
-            </div>
+            <GridHead columns={columns} onSort={props.onSort} />
             <div role="rowgroup" class="grid-body" style={{ height: `${rows.length * height}px` }}>
-                {inSight.map((row, offset) => (
-                    <GridRow
-                        key={keyOf(row)} id={`${id}-${from + offset}`} index={from + offset} height={height} row={row} columns={columns}
-                        branch={branch?.(row)} isActive={keyOf(row) === activeKey} extraClass={props.rowClass?.(row) ?? ""}
-                        onPick={() => setActiveKey(keyOf(row))} onOpen={onOpen} onToggle={onToggle}
-                    />
-                ))}
+                {drawn(inSight.map((row, offset) => ({
+                    key: keyOf(row), id: `${id}-${from + offset}`, index: from + offset, height, row, columns, pick,
+                    level: branch?.(row).level, isExpanded: branch?.(row).isExpanded,
+                    isActive: from + offset === foundIndex, opens: onOpen !== undefined, extraClass: props.rowClass?.(row) ?? "",
+                })))}
             </div>
             {rows.length === 0 && (
                 <div role="rowgroup"><div role="row"><div role="gridcell" aria-colspan={columns.length}>{props.empty}</div></div></div>
@@ -136,44 +157,90 @@ export function Grid<T>(props: GridProps<T>) {
     );
 }
 
+const sortSigns = { ascending: " ▲", descending: " ▼", none: " ↕" };
+
+function GridHead<T>({ columns, onSort }: { columns: Column<T>[]; onSort: ((key: string) => void) | undefined }) {
+    return (
+        <div role="rowgroup" class="grid-head">
+            <div role="row" class="row" aria-rowindex={1}>
+                {columns.map(({ key, title, right, sort }) => (
+                    <div role="columnheader" class={cellClass(key, right)} aria-sort={sort}>
+                        {sort ? (
+                            <button type="button" class="quiet sort" onClick={() => onSort?.(key)}>
+                                {title}<span aria-hidden="true">{sortSigns[sort]}</span>
+                            </button>
+                        ) : title}
+                    </div>
+                ))}
+            </div>
+        </div>
+    );
+}
+
+interface Picked<T> {
+    onPick?: (row: T) => void;
+    onOpen?: ((row: T) => void) | undefined;
+    onToggle?: ((row: T, isExpanded: boolean) => void) | undefined;
+}
+
 interface GridRowProps<T> {
+    key: string;
     id: string;
     index: number;
     height: number;
     row: T;
     columns: Column<T>[];
-    branch: Branch | undefined;
+    level: number | undefined;
+    isExpanded: boolean | undefined;
     isActive: boolean;
+    opens: boolean;
     extraClass: string;
-    onPick: () => void;
-    onOpen: ((row: T) => void) | undefined;
-    onToggle: ((row: T, isExpanded: boolean) => void) | undefined;
+    /** What a press does; always the same object, so that it makes no row another one. */
+    pick: { current: Picked<T> };
 }
 
-function GridRow<T>({ id, index, height, row, columns, branch, isActive, extraClass, onPick, onOpen, onToggle }: GridRowProps<T>) {
-    const style = { transform: `translateY(${index * height}px)`, height: `${height}px` };
-    const isBranch = branch?.isExpanded !== undefined;
+/** Rows that stay as they are while others come into sight are not drawn again. */
+function useDrawnRows<T>(): (rows: GridRowProps<T>[]) => JSX.Element[] {
+    const before = useRef(new Map<string, { props: GridRowProps<T>; node: JSX.Element }>());
+    return (rows) => {
+        const now: typeof before.current = new Map();
+        for (const props of rows) {
+            const drawn = before.current.get(props.key);
+            now.set(props.key, drawn && isSameRow(drawn.props, props) ? drawn : { props, node: <GridRow {...props} /> });
+        }
+        before.current = now;
+        return [...now.values()].map(({ node }) => node);
+    };
+}
+
+function isSameRow<T>(one: GridRowProps<T>, other: GridRowProps<T>): boolean {
+    return (Object.keys(one) as (keyof GridRowProps<T>)[]).every((name) => one[name] === other[name]);
+}
+
+function GridRow<T>({ id, index, height, row, columns, level, isExpanded, isActive, opens, extraClass, pick }: GridRowProps<T>) {
+    const style = { transform: `translateY(${index * height}px)`, height: `${height}px`, "--level": `${(level ?? 1) - 1}` };
     const open = (event: MouseEvent) => {
-        onPick();
+        pick.current.onPick?.(row);
         const isControl = event.target instanceof Element && event.target.closest("a, button, input, select, textarea, label");
         // Who marks a text to copy it opens nothing.
         if (!isControl && !getSelection()?.toString()) {
-            onOpen?.(row);
+            pick.current.onOpen?.(row);
         }
     };
+    const kind = level === undefined ? "" : isExpanded === undefined ? " leaf-row" : " branch-row";
     return (
         <div
-            id={id} role="row" style={style} aria-rowindex={index + 2} aria-level={branch?.level} aria-expanded={branch?.isExpanded}
-            aria-selected={isActive} class={`row ${extraClass}${isActive ? " active" : ""}${onOpen ? " opens" : ""}`} onClick={open}
+            id={id} role="row" style={style} aria-rowindex={index + 2} aria-level={level} aria-expanded={isExpanded}
+            aria-selected={isActive} class={`row ${extraClass}${kind}${isActive ? " active" : ""}${opens ? " opens" : ""}`} onClick={open}
         >
             {columns.map(({ key, right, cell }, column) => (
-                <div role="gridcell" class={cellClass(key, right)} style={indent(column, branch)}>
-                    {column === 0 && isBranch && (
+                <div role="gridcell" class={cellClass(key, right)}>
+                    {column === 0 && isExpanded !== undefined && (
                         <button
-                            type="button" class="quiet toggle" tabIndex={-1} aria-label={branch?.isExpanded ? "Close" : "Open"}
-                            onClick={() => onToggle?.(row, !branch?.isExpanded)}
+                            type="button" class="quiet toggle" tabIndex={-1} aria-label={isExpanded ? "Close" : "Open"}
+                            onClick={() => pick.current.onToggle?.(row, !isExpanded)}
                         >
-                            {branch?.isExpanded ? "▾" : "▸"}
+                            {isExpanded ? "▾" : "▸"}
                         </button>
                     )}
                     {cell(row)}
@@ -185,10 +252,6 @@ function GridRow<T>({ id, index, height, row, columns, branch, isActive, extraCl
 
 function cellClass(key: string, right: boolean | undefined): string {
     return `cell cell-${key}${right ? " right" : ""}`;
-}
-
-function indent(column: number, branch: Branch | undefined): Record<string, string> | undefined {
-    return column === 0 && branch ? { paddingInlineStart: `${branch.level * 1.25 - (branch.isExpanded === undefined ? 0 : 1)}rem` } : undefined;
 }
 
 function parentOf<T>(rows: T[], index: number, branch: ((row: T) => Branch) | undefined): number {

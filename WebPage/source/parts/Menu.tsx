@@ -1,0 +1,69 @@
+import { useEffect, useLayoutEffect, useMemo, useRef, useState } from "preact/hooks";
+
+export interface MenuItem {
+    title: string;
+    /** What is taken away by it is told apart. */
+    danger?: boolean;
+    act: () => void;
+}
+
+interface MenuProps {
+    label: string;
+    items: MenuItem[];
+    /** What it belongs to, and stands at. */
+    place: Element;
+    onClose: () => void;
+}
+
+/** A menu over the page; arrows walk, Enter takes, Escape and a press elsewhere close it. */
+export function Menu({ label, items, place, onClose }: MenuProps) {
+    const menu = useRef<HTMLDivElement>(null);
+    const [style, setStyle] = useState<Record<string, string>>({ visibility: "hidden" });
+    useLayoutEffect(() => setStyle(besides(place.getBoundingClientRect(), menu.current!)), [place]);
+    const before = useMemo(() => document.activeElement, []);
+    useEffect(() => {
+        menu.current!.querySelector("button")!.focus();
+        const onPress = (event: Event) => !menu.current!.contains(event.target as Node) && onClose();
+        addEventListener("pointerdown", onPress, true);
+        return () => removeEventListener("pointerdown", onPress, true);
+    }, []);
+    const leave = () => {
+        if (before instanceof HTMLElement) {
+            before.focus();
+        }
+        onClose();
+    };
+    const onKeyDown = (event: KeyboardEvent) => {
+        const buttons = [...menu.current!.querySelectorAll("button")];
+        const at = buttons.indexOf(document.activeElement as HTMLButtonElement);
+        const steps: Record<string, number> = { ArrowDown: at + 1, ArrowUp: at - 1, Home: 0, End: -1 };
+        const to = steps[event.key];
+        if (to !== undefined) {
+            event.preventDefault();
+            buttons.at(to % buttons.length)!.focus();
+        } else if (event.key === "Escape" || event.key === "Tab") {
+            event.preventDefault();
+            leave();
+        }
+    };
+    return (
+        <div ref={menu} class="menu" role="menu" aria-label={label} style={style} onKeyDown={onKeyDown}>
+            {items.map(({ title, danger, act }) => (
+                <button
+                    type="button" role="menuitem" tabIndex={-1} class={danger ? "quiet danger-text" : "quiet"}
+                    onClick={() => (leave(), act())}
+                >
+                    {title}
+                </button>
+            ))}
+        </div>
+    );
+}
+
+/** Under what it belongs to, at its end; above where there is no room. */
+function besides(place: DOMRect, menu: HTMLElement): Record<string, string> {
+    const { offsetWidth: width, offsetHeight: height } = menu;
+    const top = place.bottom + height + 8 > innerHeight ? Math.max(8, place.top - height) : place.bottom;
+    const left = Math.max(8, Math.min(place.right - width, innerWidth - width - 8));
+    return { top: `${top}px`, left: `${left}px` };
+}
