@@ -26,15 +26,23 @@ export function leafOf(name: string): string {
 export function treeRows<T extends Named>(items: readonly T[], isExpanded: (folder: string) => boolean): TreeRow<T>[] {
     const rows: TreeRow<T>[] = [];
     const closed = new Set<string>();
+    // Neighbours mostly stand in the same folder.
+    let folder = "";
+    let level = 1;
+    let isHidden = false;
     for (const item of items) {
-        const parent = parentOf(item.name);
         const isFolder = item.kind === "folder";
-        const isHidden = closed.has(parent);
-        if (isFolder && (isHidden || !isExpanded(item.name))) {
+        if (!standsIn(item.name, folder)) {
+            folder = parentOf(item.name);
+            level = item.name.split("::").length;
+            isHidden = closed.has(folder);
+        }
+        const isOpen = isFolder && !isHidden && isExpanded(item.name);
+        if (isFolder && !isOpen) {
             closed.add(item.name);
         }
         if (!isHidden) {
-            rows.push({ item, level: item.name.split("::").length, isFolder, isExpanded: isFolder && !closed.has(item.name) });
+            rows.push({ item, level, isFolder, isExpanded: isOpen });
         }
     }
     return rows;
@@ -42,13 +50,24 @@ export function treeRows<T extends Named>(items: readonly T[], isExpanded: (fold
 
 /** What `wants` and the folders that lead there, in the order of `items`. */
 export function filteredTree<T extends Named>(items: readonly T[], wants: (item: T) => boolean): T[] {
-    const kept = new Set<string>();
-    for (const item of items) {
-        if (item.kind !== "folder" && wants(item)) {
-            for (let name = item.name; name !== "" && !kept.has(name); name = parentOf(name)) {
-                kept.add(name);
+    const kept: T[] = [];
+    const folders = new Set<string>();
+    let folder = "";
+    // Backwards, so that what stands in a folder has been looked at before it.
+    for (let index = items.length - 1; index >= 0; index--) {
+        const item = items[index]!;
+        if (item.kind === "folder" ? folders.has(item.name) : wants(item)) {
+            kept.push(item);
+            if (!standsIn(item.name, folder)) {
+                folder = parentOf(item.name);
+                folders.add(folder);
             }
         }
     }
-    return items.filter((item) => kept.has(item.name));
+    return kept.reverse();
+}
+
+function standsIn(name: string, folder: string): boolean {
+    const at = name.lastIndexOf("::");
+    return at < 0 ? folder === "" : at === folder.length && name.startsWith(folder);
 }

@@ -41,13 +41,14 @@ export function Recipes() {
     }, []);
     useEffect(() => void (lastQuery = Object.fromEntries(query)), [query]);
     const rows = useRows(list.items, query);
+    const foundCount = useMemo(() => rows.filter(({ isFolder }) => !isFolder).length, [rows]);
     const recipeCount = useMemo(() => list.items.filter(({ kind }) => kind === "recipe").length, [list.items]);
     if (!list.isRead && list.items.length === 0) {
         return list.error ? <Failure error={list.error} retry={() => void readRecipes()} /> : <Loading what="the recipes" />;
     }
     const close = () => setDialog(undefined);
     const isFiltered = isFilter(query);
-    const found = isFiltered ? `${rows.reduce((sum, { isFolder }) => sum + Number(!isFolder), 0)} of ` : "";
+    const found = isFiltered ? `${foundCount} of ` : "";
     return (
         <section class="view fill">
             <Head title="Recipes" note={found + counted(recipeCount, "recipe")}>
