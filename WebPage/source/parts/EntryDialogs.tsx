@@ -250,7 +250,7 @@ function useHeld(kind: string, list: "recipes" | "types", name: string): string 
     }, [items, kind, name]);
 }
 
-function PathList({ paths }: { paths: string[] }) {
+export function PathList({ paths }: { paths: string[] }) {
     const most = 50;
     return paths.length === 0 ? null : (
         <ul class="paths" tabIndex={0}>

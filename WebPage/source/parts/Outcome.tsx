@@ -1,0 +1,16 @@
+const signs: Record<string, [sign: string, kind: string]> = {
+    done: ["✓", "good"],
+    failed: ["✕", "bad"],
+    begun: ["?", "warn"],
+};
+
+/** How it ended; what is only begun runs, or nobody knows how it ended. */
+export function Outcome({ of }: { of: string }) {
+    const [sign, kind] = signs[of] ?? ["•", "quiet"];
+    return <span class={"state " + kind}><span aria-hidden="true">{sign}</span> {of}</span>;
+}
+
+/** People by their names alone; programs and accounts of the machine by what they are. */
+export function whoText(who: string): string {
+    return who.replace(/^user:/, "");
+}
