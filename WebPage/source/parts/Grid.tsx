@@ -29,6 +29,8 @@ interface GridProps<T> {
     rowClass?: (row: T) => string;
     branch?: (row: T) => Branch;
     onOpen?: (row: T) => void;
+    /** F2 on a row, and Enter where nothing opens. */
+    onEdit?: (row: T) => void;
     onToggle?: (row: T, isExpanded: boolean) => void;
     /** A press on the title of a column that can be sorted. */
     onSort?: (key: string) => void;
@@ -120,7 +122,8 @@ export function Grid<T>(props: GridProps<T>) {
             ArrowRight: () => row !== undefined && (isExpanded === false ? onToggle?.(row, true) : moveTo(activeIndex + 1)),
             ArrowLeft: () =>
                 row !== undefined && (isExpanded ? onToggle?.(row, false) : moveTo(parentOf(rows, activeIndex, branch))),
-            Enter: () => row !== undefined && onOpen?.(row),
+            Enter: () => row !== undefined && (onOpen ?? props.onEdit)?.(row),
+            F2: () => row !== undefined && props.onEdit?.(row),
             ...(onMenu && { ".": menu, ContextMenu: menu, ...(event.shiftKey && { F10: menu }) }),
         };
         const move = event.ctrlKey || event.altKey || event.metaKey ? undefined : moves[event.key];
