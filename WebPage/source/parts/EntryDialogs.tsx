@@ -2,7 +2,7 @@
 // name where there is one, when the dialog has been closed.
 import type { ComponentChildren } from "preact";
 import { useEffect, useId, useMemo, useRef, useState } from "preact/hooks";
-import { errorText, Problem, readPlain, request } from "../data/api";
+import { errorText, Problem, request } from "../data/api";
 import { write } from "../data/json";
 import { recipes, readRecipes, readTypes, types, want } from "../data/recipes";
 import { useStore } from "../data/store";
@@ -223,20 +223,19 @@ interface Uses {
     recipes: number;
 }
 
-/** What names an entry; of a folder, what a move of it would have to write outside of it. */
-function useUses({ kind, list, name }: EntryDialogProps) {
+/**
+ * What names an entry or anything in a folder, as a trial of moving it tells. /uses knows no folders, and counts recipes
+ * that stay: those of types that inherit from the one that goes.
+ */
+function useUses({ list, name }: EntryDialogProps) {
     return useAnswer<Uses>(async (signal) => {
-        if (kind !== "folder") {
-            const found = await readPlain<{ uses: { path: string }[]; recipes?: number }>("/uses", { [kind]: name }, signal);
-            return { paths: found.uses.map(({ path }) => path), recipes: found.recipes ?? 0 };
-        }
         const from = pathOf(list, name);
         const text = JSON.stringify({ from, to: pathOf(list, `moved ${Date.now()}`), dryRun: true });
         const answer = await request("POST", "/moves", { text, signal });
         const outside = (JSON.parse(answer.text) as Edited).written.filter((path) => !path.startsWith(from + "::"));
         const paths = outside.filter((path) => !path.endsWith("::recipeTypeName"));
         return { paths, recipes: outside.length - paths.length };
-    }, [kind, list, name]);
+    }, [list, name]);
 }
 
 /** The recipes or types in a folder, counted. */
