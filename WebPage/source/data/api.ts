@@ -148,13 +148,13 @@ export interface List<T> {
 export async function readList<T>(
     path: string,
     query: Ask["query"],
-    each: (items: T[]) => void,
+    each: (items: T[], revision: string) => void,
     signal?: AbortSignal,
 ): Promise<void> {
     let cursor: string | undefined;
     do {
         const page: List<T> = await readPlain(path, { limit: "2000", ...query, cursor }, signal);
-        each(page.items);
+        each(page.items, page.revision ?? "");
         cursor = page.next ?? undefined;
     } while (cursor);
 }

@@ -19,6 +19,8 @@ class KeptList<T> {
     readonly store = new Store<Listed<T>>(unread);
     users = 0;
     isStale = true;
+    /** Of the configuration that the list is of. */
+    revision = "";
     private isReading = false;
 
     constructor(private readonly path: string) {}
@@ -41,7 +43,8 @@ class KeptList<T> {
     private async readOnce(): Promise<void> {
         const items: T[] = [];
         try {
-            await readList<T>(this.path, {}, (page) => {
+            await readList<T>(this.path, {}, (page, revision) => {
+                this.revision = items.length === 0 ? revision : this.revision;
                 items.push(...page);
                 // The first page is shown at once; later ones don't make what stood there before shorter.
                 if (!this.store.value.isRead) {
@@ -66,22 +69,20 @@ export const types = typeList.store;
 export const readRecipes = recipeList.read;
 export const readTypes = typeList.read;
 
-let seen = "";
-
 export function startLists(): void {
     revision.follow(() => {
-        if (revision.value.configuration !== seen) {
-            seen = revision.value.configuration;
-            lists.forEach((list) => (list.isStale = true));
-            readStale();
-        }
+        lists.forEach((list) => (list.isStale ||= list.revision !== revision.value.configuration));
+        readStale();
     });
     link.follow(() => {
         lists.forEach((list) => (list.isStale ||= link.value.isOpen && list.store.value.error !== ""));
         readStale();
     });
     document.addEventListener("visibilitychange", readStale);
-    session.follow(() => lists.forEach(({ store }) => store.set(unread)));
+    session.follow(() => lists.forEach((list) => {
+        list.isStale = true;
+        list.store.set(unread);
+    }));
 }
 
 /** What nobody looks at is left until somebody does. */
@@ -94,10 +95,10 @@ function readStale(): void {
 }
 
 /** Has the list read now where it wasn't, and whenever it changes until the returned function is called. */
-export function want(read: () => Promise<void>, store: { value: { isRead: boolean } }): () => void {
+export function want(read: () => Promise<void>, store: { value: { error: string } }): () => void {
     const list = lists.find((each) => each.read === read)!;
     list.users++;
-    if (list.isStale || !store.value.isRead) {
+    if (list.isStale || store.value.error) {
         void read();
     }
     return () => void list.users--;

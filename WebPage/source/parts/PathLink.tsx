@@ -1,4 +1,6 @@
-import { recipes, types } from "../data/recipes";
+import { useEffect } from "preact/hooks";
+import { readRecipes, readTypes, recipes, types, want } from "../data/recipes";
+import { useStore } from "../data/store";
 import { EntryName, Link, Text } from "./Text";
 
 interface Entry {
@@ -20,7 +22,7 @@ export function entryOf(path: string): Entry | undefined {
     const [to, all] = list === "recipeList" ? ["/recipe", recipes.value] as const : ["/type", types.value] as const;
     // A folder may be called "values", too: of several ends the first one counts that an entry has.
     const ends = [...[...whole.matchAll(insides)].map(({ index }) => index), whole.length];
-    const end = all.isRead ? ends.find((at) => namesOf(all.items).has(whole.slice(0, at))) : ends[0];
+    const end = ends.find((at) => namesOf(all.items).has(whole.slice(0, at)));
     return end === undefined ? undefined : {
         to,
         name: whole.slice(0, end),
@@ -39,6 +41,9 @@ function namesOf(items: { name: string; kind: string }[]): Set<string> {
 
 /** A place of the configuration, with a link to the recipe or type that it stands in. */
 export function PathLink({ path }: { path: string }) {
+    const isOfType = path.startsWith("recipeTypeList");
+    useStore<unknown>(isOfType ? types : recipes);
+    useEffect(() => (isOfType ? want(readTypes, types) : want(readRecipes, recipes)), [isOfType]);
     const entry = entryOf(path);
     if (!entry) {
         return <Text>{path}</Text>;

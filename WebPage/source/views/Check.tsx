@@ -1,7 +1,6 @@
-import { useEffect, useMemo, useState } from "preact/hooks";
+import { useMemo, useState } from "preact/hooks";
 import { readPlain } from "../data/api";
 import { revision } from "../data/live";
-import { readRecipes, readTypes, recipes, types, want } from "../data/recipes";
 import type { Finding } from "../data/shapes";
 import { useStore } from "../data/store";
 import { useAnswer } from "../data/useAnswer";
@@ -15,11 +14,6 @@ export function Check() {
     const { configuration } = useStore(revision);
     const { answer, error, again } = useAnswer(
         (signal) => readPlain<{ findings: Finding[] }>("/check", {}, signal), [configuration]);
-    useEffect(() => want(readRecipes, recipes), []);
-    useEffect(() => want(readTypes, types), []);
-    // The links depend on which entries there are.
-    useStore(recipes);
-    useStore(types);
     const [faults, notes] = useMemo(() => {
         const all = answer?.findings ?? [];
         return [grouped(all.filter(({ note }) => !note)), grouped(all.filter(({ note }) => note))] as const;

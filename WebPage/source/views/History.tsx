@@ -25,7 +25,7 @@ export function History() {
     const { query } = useStore(place);
     const value = (name: string) => query.get(name) || undefined;
     const since = value("since");
-    const filter = { recipe: value("recipe"), who: value("who"), since: since && startOf(since) };
+    const filter = { recipe: value("recipe"), who: whoOf(value("who")), since: since && startOf(since) };
     const { items, isRead, hasMore, error, more, again } = useRecords(filter);
     const isFiltered = Object.values(filter).some(Boolean);
     const onSight = (rows: HistoryItem[]) => rows.at(-1) === items.at(-1) && more();
@@ -50,6 +50,11 @@ export function History() {
     );
 }
 
+/** A name alone is that of a user. */
+function whoOf(text: string | undefined): string | undefined {
+    return text && !text.includes(":") ? "user:" + text : text;
+}
+
 /** The beginning of a day on this machine's clock. */
 function startOf(day: string): string {
     const time = new Date(day + "T00:00:00");
@@ -66,7 +71,7 @@ function Filters({ query }: { query: URLSearchParams }) {
         <div class="filters history-filters" role="search">
             <Late type="search" label="Recipe" placeholder="Recipe  ( / )" value={value("recipe")} list="history-recipes" onChange={(text) => set("recipe", text)} />
             <datalist id="history-recipes">{offered.map((name) => <option value={name} />)}</datalist>
-            <Late type="text" label="Who" placeholder="Who, as user:anna" value={value("who")} onChange={(text) => set("who", text)} />
+            <Late type="text" label="Who" placeholder="Who" value={value("who")} onChange={(text) => set("who", text)} />
             <label class="since">Since <input type="date" value={value("since")} onChange={(event) => set("since", event.currentTarget.value)} /></label>
         </div>
     );

@@ -3,7 +3,6 @@ import { readExact } from "../data/api";
 import { fields, rows } from "../data/json";
 import type { Json, JsonObject } from "../data/json";
 import { revision } from "../data/live";
-import { readRecipes, readTypes, recipes, types, want } from "../data/recipes";
 import { place } from "../data/router";
 import { may } from "../data/session";
 import type { Row } from "../data/shapes";
@@ -49,8 +48,6 @@ export function Record() {
     const places = useMemo(() => rows<Place>(body.places), [body]);
     const changes = useMemo(() => rows<Row>(body.rows), [body]);
     const [isReverting, setIsReverting] = useState(false);
-    useEffect(() => want(readRecipes, recipes), []);
-    useEffect(() => want(readTypes, types), []);
     useEffect(() => told && setIsOpen(told.outcome === "begun"), [told]);
     if (error !== undefined) {
         return <Failure error={error} retry={again} />;
