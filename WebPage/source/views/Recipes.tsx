@@ -221,7 +221,7 @@ function menuOf({ item: { name }, isFolder }: Row, onDialog: (dialog: JSX.Elemen
     }
     return [
         { title: "Open", act: () => go("/recipe", { name }) },
-        { title: "Plan an activation", act: () => go("/plan", { name }) },
+        { title: "Plan an activation", act: () => go("/plan", { recipe: name }) },
         ...(may("edit") ? [{ title: "Copy", act: () => onDialog(<CopyDialog {...props} />) }, ...edit] : []),
     ];
 }
