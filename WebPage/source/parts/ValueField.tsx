@@ -12,8 +12,8 @@ export interface ValueFieldProps {
     input: Input;
     /** What stands in it at first. Another value begins anew where `key` is another one too. */
     value: Json | undefined;
-    /** Called with each change: the value, or what is wrong with what was typed. */
-    onChange: (typed: Typed) => void;
+    /** Called with each change: the value, or what is wrong with what was typed. `new RawText(text)` as `value` shows it again. */
+    onChange: (typed: Typed, text: string) => void;
     /** What the service found wrong with the value; what the field itself finds goes before it. */
     mistake?: string | undefined;
     /** Takes the focus, its text marked, when it is shown. */
@@ -51,9 +51,9 @@ export function ValueField(props: ValueFieldProps) {
             control.select();
         }
     }, []);
-    const tell = (typed: Typed) => {
+    const tell = (typed: Typed, text: string) => {
         setOwn("mistake" in typed ? typed.mistake : "");
-        onChange(typed);
+        onChange(typed, text);
     };
     const onKeyDown = (event: KeyboardEvent) => {
         const isLine = !(event.target instanceof HTMLTextAreaElement);
@@ -74,7 +74,8 @@ export function ValueField(props: ValueFieldProps) {
             <div class="value-control">
                 <Control
                     id={id} label={label} describedBy={`${id}-hint`} input={input} value={value} isWrong={mistake !== ""}
-                    isDisabled={isDisabled === true} onText={(text) => tell(readTyped(text, input))} onValue={(chosen) => tell({ value: chosen })}
+                    isDisabled={isDisabled === true} onText={(text) => tell(readTyped(text, input), text)}
+                    onValue={(chosen) => tell({ value: chosen }, shown(chosen))}
                 />
                 {input.unit && <span class="unit"><bdi>{input.unit}</bdi></span>}
             </div>
