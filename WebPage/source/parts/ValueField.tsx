@@ -80,7 +80,7 @@ export function ValueField(props: ValueFieldProps) {
                 {input.unit && <span class="unit"><bdi>{input.unit}</bdi></span>}
             </div>
             <div id={`${id}-hint`} class="value-hint">
-                {hint && <span class="hint"><bdi>{hint}</bdi></span>}
+                {hint && !mistake && <span class="hint"><bdi>{hint}</bdi></span>}
                 {mistake && <span class="mistake" role="alert"><span aria-hidden="true">✕</span> <bdi>{mistake}</bdi></span>}
             </div>
         </div>
