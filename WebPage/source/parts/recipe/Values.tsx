@@ -114,12 +114,12 @@ function isSameSet(one: ReadonlySet<string>, other: ReadonlySet<string>): boolea
     return one.size === other.size && [...one].every((key) => other.has(key));
 }
 
-function SaveButtons({ state: { edits, isSaving, discard }, onSave }: { state: RecipeState; onSave: () => void }) {
+function SaveButtons({ state: { edits, isSaving, isGone, discard }, onSave }: { state: RecipeState; onSave: () => void }) {
     const isIdle = edits.size === 0 || isSaving;
     return (
         <div class={edits.size === 0 ? "actions save idle" : "actions save"}>
             <button type="button" disabled={isIdle} onClick={discard}>Discard</button>
-            <button type="button" class="primary" disabled={isIdle} title="Ctrl+S" onClick={onSave}>
+            <button type="button" class="primary" disabled={isIdle || isGone} title="Ctrl+S" onClick={onSave}>
                 {edits.size === 0 ? "Save" : `Save ${counted(edits.size, "change")}`}
             </button>
         </div>
