@@ -19,6 +19,8 @@ export class Problem extends Error {
         detail: string,
         readonly members: JsonObject = new Map(),
         readonly etag = "",
+        /** After how many seconds it is worth trying again; 0 where the service did not say. */
+        readonly retryAfter = 0,
     ) {
         super(detail);
     }
@@ -123,6 +125,7 @@ function problemOf(response: Response, text: string): Problem {
         typeof detail === "string" ? detail : `The service answered ${response.status} ${response.statusText}`,
         members,
         response.headers.get("ETag") ?? "",
+        Number(response.headers.get("Retry-After")) || 0,
     );
 }
 
