@@ -133,7 +133,7 @@ export async function cancel(): Promise<void> {
 
 /** The outcome was seen. What is under way stays. */
 export function forget(): void {
-    if (!isUnderWay(attempt.value)) {
+    if (attempt.value && !isUnderWay(attempt.value)) {
         current = undefined;
         sessionStorage.removeItem(storageKey);
         attempt.set(undefined);

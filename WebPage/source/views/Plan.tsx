@@ -1,5 +1,14 @@
-import { Head } from "../parts/Shell";
+import { place } from "../data/router";
+import { useStore } from "../data/store";
+import { PlanAndOutcome } from "../parts/plan/PlanAndOutcome";
+import { Empty } from "../parts/State";
+import { Link } from "../parts/Text";
 
 export function Plan() {
-    return <section class="view"><Head title="The plan" /></section>;
+    const { query } = useStore(place);
+    const recipe = query.get("name") ?? "";
+    if (recipe === "") {
+        return <Empty title="No recipe was chosen."><Link to="/recipes">To the recipes</Link></Empty>;
+    }
+    return <PlanAndOutcome key={recipe} recipe={recipe} back={<Link to="/recipe" query={{ name: recipe }} class="button">The recipe</Link>} />;
 }

@@ -1,0 +1,105 @@
+// What the rows of a plan and of an outcome come to.
+import type { Outcome } from "../../data/activation";
+import { shown } from "../../data/json";
+import type { Row } from "../../data/shapes";
+import { counted } from "../Text";
+
+/** Those of a plan that an activation writes; others are there to say that it doesn't. */
+const planned = new Set(["differs", "same", "unread"]);
+
+export function countOf(rows: readonly Row[], state: string): number {
+    return rows.filter((row) => row.state === state).length;
+}
+
+export function toBeWritten(rows: readonly Row[]): Row[] {
+    return rows.filter(({ state }) => planned.has(state));
+}
+
+/** What the button says that it does: all symbols of the plan are written, be they the same or not. */
+export function writeLabel(rows: readonly Row[]): string {
+    const written = toBeWritten(rows);
+    const domains = [...new Set(written.map(({ domain }) => domain))];
+    return written.length === 0 ? "Nothing to write" : `Write ${counted(written.length, "value")} to ${listed(domains)}`;
+}
+
+function listed(names: string[]): string {
+    // Signs of direction in a name order nothing outside it.
+    const isolated = names.map((name) => `\u2068${name}\u2069`);
+    const last = isolated.length > 4 ? `${isolated.length - 3} more` : (isolated.pop() ?? "");
+    const first = isolated.slice(0, 3);
+    return first.length > 0 ? `${first.join(", ")} and ${last}` : last;
+}
+
+const planOrder = ["unread", "failed", "not tried", "not written", "differs", "same"];
+const outcomeOrder = ["failed", "planned", "differs", "not tried", "not written", "written", "verified"];
+
+export function ordered(rows: readonly Row[], isOutcome: boolean): Row[] {
+    const order = isOutcome ? outcomeOrder : planOrder;
+    return [...rows].sort((one, other) => order.indexOf(one.state) - order.indexOf(other.state));
+}
+
+/** Written, and not known to stand: the controller could not be asked again. */
+function isDoubtful(row: Row): boolean {
+    return row.state === "written" && row.text !== "";
+}
+
+export function standsAsAsked(row: Row): boolean {
+    return row.state === "verified" || (row.state === "written" && !isDoubtful(row));
+}
+
+export interface Verdict {
+    kind: "good" | "info" | "warn" | "bad";
+    title: string;
+    /** What else has to be known, each a sentence. */
+    more: string[];
+}
+
+/** The rows tell all of it. */
+const longestText = 300;
+
+/** Good only where everything was done as asked and read back. */
+export function verdictOf({ outcome, rows, text, isRemembered, isVerified }: Outcome): Verdict {
+    const total = counted(rows.length, "value");
+    const verified = countOf(rows, "verified");
+    const told = text.length > longestText ? text.slice(0, longestText) + " …" : text;
+    const more = [isRemembered ? "" : "The history knows nothing of it.", told, ...remarks(rows)];
+    if (outcome === "begun") {
+        return { kind: "bad", title: "The service ended in the middle. What was written is not known.", more: [lookAgain] };
+    }
+    if (!rows.every(standsAsAsked)) {
+        return { kind: "bad", title: `${verified} of ${total} stand as asked.`, more };
+    }
+    if (verified === rows.length) {
+        return { kind: outcome === "done" ? "good" : "warn", title: `All ${total} stand in the controllers.`, more };
+    }
+    if (verified === 0) {
+        return { kind: "info", title: `${total} written. Nobody looked whether the controllers kept them.`, more };
+    }
+    const title = `${verified} of ${total} stand in the controllers; the other ${rows.length - verified} are written and not read back.`;
+    return { kind: isVerified && outcome === "done" ? "good" : "info", title, more };
+}
+
+const lookAgain = "Look at the plan again: it reads what the controllers hold now.";
+
+function remarks(rows: readonly Row[]): string[] {
+    const untried = countOf(rows, "not tried");
+    const doubtful = rows.filter(isDoubtful).length;
+    return [
+        countOf(rows, "failed") > 0 ? "What failed may have arrived all the same, where only the controller's answer was lost." : "",
+        untried > 0 ? `${counted(untried, "value")} ${untried === 1 ? "was" : "were"} not tried, and so not written.` : "",
+        doubtful > 0 ? `${counted(doubtful, "value")} ${doubtful === 1 ? "was" : "were"} written and could not be read back.` : "",
+    ];
+}
+
+/** A table for a spreadsheet or a message. */
+export function tabSeparated(rows: readonly Row[]): string {
+    const head = ["Symbol", "Controller", "Member", "Before", "Asked for", "After", "State", "Text"];
+    const lines = rows.map(({ symbol, domain, member, before, value, after, state, text }) =>
+        [symbol, domain, member, shown(before), shown(value), shown(after), state, text].map(oneCell),
+    );
+    return [head, ...lines].map((cells) => cells.join("\t")).join("\n") + "\n";
+}
+
+function oneCell(text: string): string {
+    return text.replace(/[\t\r\n]+/g, " ");
+}
