@@ -46,7 +46,9 @@ export async function refreshActive(): Promise<void> {
     active.set({ ...active.value, isAsking: true });
     try {
         const answer = await readPlain<Active>("/active");
-        active.set({ ...answer, asked: Date.now(), isAsking: false, error: "" });
+        // What was activated last comes first; what stands as a part of it has no record of its own.
+        const sorted = answer.active.sort((one, other) => (other.since ?? "").localeCompare(one.since ?? ""));
+        active.set({ ...answer, active: sorted, asked: Date.now(), isAsking: false, error: "" });
     } catch (error) {
         const text = error instanceof Problem ? error.message : String(error);
         active.set({ ...active.value, asked: Date.now(), isAsking: false, error: text });
