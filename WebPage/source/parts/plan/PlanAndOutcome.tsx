@@ -56,7 +56,7 @@ export function PlanAndOutcome({ recipe, back, isBare }: PlanAndOutcomeProps) {
             </Head>
             {mine && isUnderWay(mine) && <Progress attempt={mine} />}
             {mine && !isUnderWay(mine) && (
-                <VerdictBox stage={mine.stage as Over}>
+                <VerdictBox recipe={recipe} stage={mine.stage as Over}>
                     {isChanged ? <button type="button" onClick={forget}>Go on with the new plan</button>
                                : <button type="button" onClick={lookAnew}>Look at the plan anew</button>}
                     {outcome?.id !== undefined && !isBare && <Link to="/record" query={{ id: String(outcome.id) }}>Its record</Link>}

@@ -10,8 +10,8 @@ export type Over = Extract<Stage, { name: "ended" | "refused" | "lost" }>;
 const signs = { good: "✓", info: "i", warn: "!", bad: "✕" };
 
 /** What came of it, in a line that can be read from afar. */
-export function VerdictBox({ stage, children }: { stage: Over; children: ComponentChildren }) {
-    const { kind, title, more } = told(stage);
+export function VerdictBox({ recipe, stage, children }: { recipe: string; stage: Over; children: ComponentChildren }) {
+    const { kind, title, more } = told(stage, recipe);
     const box = useRef<HTMLDivElement>(null);
     // Who works by keyboard or listens is led here; the button that was pressed is gone.
     useEffect(() => box.current?.focus(), []);
@@ -27,9 +27,9 @@ export function VerdictBox({ stage, children }: { stage: Over; children: Compone
     );
 }
 
-function told(stage: Over): Verdict {
+function told(stage: Over, recipe: string): Verdict {
     if (stage.name === "ended") {
-        return verdictOf(stage.outcome);
+        return verdictOf(stage.outcome, recipe);
     }
     if (stage.name === "lost") {
         const advice = "Look at the plan anew: it reads what the controllers hold now.";

@@ -2,6 +2,7 @@
 import type { Outcome } from "../../data/activation";
 import { shown } from "../../data/json";
 import type { Row } from "../../data/shapes";
+import { leafOf } from "../../data/tree";
 import { counted } from "../Text";
 
 /** Those of a plan that an activation writes; others are there to say that it doesn't. */
@@ -23,11 +24,15 @@ export function writeLabel(rows: readonly Row[]): string {
 }
 
 function listed(names: string[]): string {
-    // Signs of direction in a name order nothing outside it.
-    const isolated = names.map((name) => `\u2068${name}\u2069`);
+    const isolated = names.map(isolate);
     const last = isolated.length > 4 ? `${isolated.length - 3} more` : (isolated.pop() ?? "");
     const first = isolated.slice(0, 3);
     return first.length > 0 ? `${first.join(", ")} and ${last}` : last;
+}
+
+/** Signs of direction in a name order nothing outside it. */
+function isolate(name: string): string {
+    return `\u2068${name}\u2069`;
 }
 
 const planOrder = ["unread", "failed", "not tried", "not written", "differs", "same"];
@@ -58,7 +63,7 @@ export interface Verdict {
 const longestText = 300;
 
 /** Good only where everything was done as asked and read back. */
-export function verdictOf({ outcome, rows, text, isRemembered, isVerified }: Outcome): Verdict {
+export function verdictOf({ outcome, rows, text, isRemembered, isVerified }: Outcome, recipe: string): Verdict {
     const total = counted(rows.length, "value");
     const verified = countOf(rows, "verified");
     const told = text.length > longestText ? text.slice(0, longestText) + " …" : text;
@@ -70,7 +75,7 @@ export function verdictOf({ outcome, rows, text, isRemembered, isVerified }: Out
         return { kind: "bad", title: `${verified} of ${total} stand as asked.`, more };
     }
     if (verified === rows.length) {
-        return { kind: outcome === "done" ? "good" : "warn", title: `All ${total} stand in the controllers.`, more };
+        return { kind: outcome === "done" ? "good" : "warn", title: `${isolate(leafOf(recipe))} stands in the controllers: ${verified} of ${total}.`, more };
     }
     if (verified === 0) {
         return { kind: "info", title: `${total} written. Nobody looked whether the controllers kept them.`, more };
