@@ -250,7 +250,7 @@ function afterFailure(made: Request, error: unknown, tries: number): Next {
 }
 
 function slower(tries: number): number {
-    return Math.min(5000, 500 * 2 ** Math.min(tries, 4));
+    return Math.min(2000, 500 * (tries + 1));
 }
 
 /** How far it is. */

@@ -32,6 +32,7 @@ interface PlanAndOutcomeProps {
  */
 export function PlanAndOutcome({ recipe, back, isBare }: PlanAndOutcomeProps) {
     const made = useStore(attempt);
+    const { isOpen } = useStore(link);
     const mine = made?.recipe === recipe ? made : undefined;
     const planned = usePlan(recipe, mine === undefined);
     const units = useUnits(recipe);
@@ -49,7 +50,7 @@ export function PlanAndOutcome({ recipe, back, isBare }: PlanAndOutcomeProps) {
     };
     const outcome = mine?.stage.name === "ended" ? mine.stage.outcome : undefined;
     return (
-        <section class={isBare ? "view fill plan bare" : "view fill plan"}>
+        <section class={`view fill plan${isBare ? " bare" : ""}${isOpen ? "" : " stale"}`}>
             <Head title={<EntryName name={recipe} />} note={outcome ? "The outcome" : "What an activation writes"}>
                 {!mine && <button type="button" disabled={planned.isReading} onClick={planned.again}>Read again</button>}
                 {!isUnderWay(mine) && back}
@@ -95,7 +96,7 @@ function PlanPart({ recipe, planned, made, mine, units }: PlanPartProps) {
             {made && !mine && isUnderWay(made) && (
                 <Notice kind="info"><p>Being written now: <Link to="/plan" query={{ name: made.recipe }}><EntryName name={made.recipe} /></Link></p></Notice>
             )}
-            <PlannedRows plan={plan} units={units} />
+            <PlannedRows plan={plan} units={units} isUnderWay={isUnderWay(mine)} />
             {may("activate") && !isUnderWay(mine) && (
                 <WriteBar key={recipe} rows={plan.rows} hindrance={hindrance} mayLeaveUnverified={may("edit")} onWrite={write} />
             )}
@@ -122,7 +123,13 @@ function useHindrance({ isReading, isExpired }: Planned, made: Attempt | undefin
     return isUnderWay(made) ? "Another activation is under way." : "";
 }
 
-function PlannedRows({ plan, units }: { plan: Plan; units: ReadonlyMap<string, string> }) {
+interface PlannedRowsProps {
+    plan: Plan;
+    units: ReadonlyMap<string, string>;
+    isUnderWay: boolean;
+}
+
+function PlannedRows({ plan, units, isUnderWay: isWriting }: PlannedRowsProps) {
     const [showsAll, setShowsAll] = useState(false);
     const same = countOf(plan.rows, "same");
     const rows = useMemo(() => {
@@ -133,14 +140,14 @@ function PlannedRows({ plan, units }: { plan: Plan; units: ReadonlyMap<string, s
     return (
         <>
             <div class="rows-line">
-                <PlanCounts plan={plan} />
+                {isWriting ? <p class="counts">What is under way</p> : <PlanCounts plan={plan} />}
                 {same > 0 && (
                     <button type="button" aria-pressed={showsAll} onClick={() => setShowsAll(!showsAll)}>
                         {showsAll ? "Only what differs" : "Show what is the same"}
                     </button>
                 )}
             </div>
-            <PlanRows rows={rows} isOutcome={false} units={units} empty={empty} />
+            <PlanRows rows={rows} phase={isWriting ? "under way" : "plan"} units={units} empty={empty} />
         </>
     );
 }
@@ -175,7 +182,7 @@ function OutcomeRows({ outcome, units }: { outcome: Outcome; units: ReadonlyMap<
                 )}
                 <CopyRows rows={rows} />
             </div>
-            <PlanRows rows={rows} isOutcome units={units} empty="The recipe writes nothing." />
+            <PlanRows rows={rows} phase="outcome" units={units} empty="The recipe writes nothing." />
         </>
     );
 }

@@ -71,17 +71,15 @@ export function verdictOf({ outcome, rows, text, isRemembered, isVerified }: Out
     if (outcome === "begun") {
         return { kind: "bad", title: "The service ended in the middle. What was written is not known.", more: [lookAgain] };
     }
-    if (!rows.every(standsAsAsked)) {
-        return { kind: "bad", title: `${verified} of ${total} stand as asked.`, more };
-    }
-    if (verified === rows.length) {
-        return { kind: outcome === "done" ? "good" : "warn", title: `${isolate(leafOf(recipe))} stands in the controllers: ${verified} of ${total}.`, more };
-    }
-    if (verified === 0) {
-        return { kind: "info", title: `${total} written. Nobody looked whether the controllers kept them.`, more };
-    }
-    const title = `${verified} of ${total} stand in the controllers; the other ${rows.length - verified} are written and not read back.`;
-    return { kind: isVerified && outcome === "done" ? "good" : "info", title, more };
+    const isWhole = rows.every(standsAsAsked);
+    const kind = !isWhole ? "bad" : outcome !== "done" ? "warn" : verified > 0 && isVerified ? "good" : "info";
+    const title =
+        isWhole && verified === rows.length
+            ? `${isolate(leafOf(recipe))} stands in the controllers: ${verified} of ${total}.`
+            : isWhole && verified === 0
+              ? `${total} written. Nobody looked whether the controllers kept them.`
+              : `${verified} of ${total} stand as asked.`;
+    return { kind, title, more };
 }
 
 const lookAgain = "Look at the plan again: it reads what the controllers hold now.";
@@ -89,11 +87,18 @@ const lookAgain = "Look at the plan again: it reads what the controllers hold no
 function remarks(rows: readonly Row[]): string[] {
     const untried = countOf(rows, "not tried");
     const doubtful = rows.filter(isDoubtful).length;
+    const verified = countOf(rows, "verified");
+    const unchecked = verified > 0 || untried > 0 ? countOf(rows, "written") - doubtful : 0;
     return [
         countOf(rows, "failed") > 0 ? "What failed may have arrived all the same, where only the controller's answer was lost." : "",
-        untried > 0 ? `${counted(untried, "value")} ${untried === 1 ? "was" : "were"} not tried, and so not written.` : "",
-        doubtful > 0 ? `${counted(doubtful, "value")} ${doubtful === 1 ? "was" : "were"} written and could not be read back.` : "",
+        untried > 0 ? `${valuesWere(untried)} not tried, and so not written.` : "",
+        doubtful > 0 ? `${valuesWere(doubtful)} written and could not be read back.` : "",
+        unchecked > 0 ? `${valuesWere(unchecked)} written and not read back.` : "",
     ];
+}
+
+function valuesWere(count: number): string {
+    return counted(count, "value was", "values were");
 }
 
 /** A table for a spreadsheet or a message. */
