@@ -28,7 +28,7 @@ export function Progress({ attempt }: { attempt: Attempt }) {
                 {total > 0 && <span class="progress-count">{done} of {total}</span>}
             </div>
             <progress aria-label="Written" {...(total > 0 ? { value: done, max: total } : {})} />
-            {!isHeard && <p class="quiet-text">The link is lost. The activation goes on, and its outcome follows when the link is back.</p>}
+            {!isHeard && <p class="quiet-text">The link is lost. How far it is by now is not known; what came of it is told when the link is back.</p>}
             {attempt.id !== undefined && <CancelButton isCancelling={isCancelling} />}
         </div>
     );

@@ -1,7 +1,8 @@
 import type { ComponentChildren } from "preact";
 import { useEffect, useRef } from "preact/hooks";
 import type { Stage } from "../../data/activation";
-import { counted } from "../Text";
+import { leafOf } from "../../data/tree";
+import { counted, Text } from "../Text";
 import { verdictOf } from "./rows";
 import type { Verdict } from "./rows";
 
@@ -11,7 +12,7 @@ const signs = { good: "✓", info: "i", warn: "!", bad: "✕" };
 
 /** What came of it, in a line that can be read from afar. */
 export function VerdictBox({ recipe, stage, children }: { recipe: string; stage: Over; children: ComponentChildren }) {
-    const { kind, title, more } = told(stage, recipe);
+    const { kind, isNamed, title, more } = told(stage);
     const box = useRef<HTMLDivElement>(null);
     // Who works by keyboard or listens is led here; the button that was pressed is gone.
     useEffect(() => box.current?.focus(), []);
@@ -19,7 +20,7 @@ export function VerdictBox({ recipe, stage, children }: { recipe: string; stage:
         <div ref={box} class={`verdict notice ${kind}`} role={kind === "good" ? "status" : "alert"} tabIndex={-1}>
             <span class="notice-sign" aria-hidden="true">{signs[kind]}</span>
             <div>
-                <h2>{title}</h2>
+                <h2>{isNamed && <Text>{leafOf(recipe)}</Text>}{title}</h2>
                 {more.filter(Boolean).map((text) => <p class="pre">{text}</p>)}
                 <div class="actions">{children}</div>
             </div>
@@ -27,9 +28,9 @@ export function VerdictBox({ recipe, stage, children }: { recipe: string; stage:
     );
 }
 
-function told(stage: Over, recipe: string): Verdict {
+function told(stage: Over): Verdict {
     if (stage.name === "ended") {
-        return verdictOf(stage.outcome, recipe);
+        return verdictOf(stage.outcome);
     }
     if (stage.name === "lost") {
         const advice = "Look at the plan anew: it reads what the controllers hold now.";
@@ -37,7 +38,7 @@ function told(stage: Over, recipe: string): Verdict {
     }
     const { code, message, retryAfter } = stage.problem;
     const wait = retryAfter > 0 ? `Try again in ${counted(retryAfter, "second")}.` : "";
-    return { kind: "warn", title: `Nothing was written. ${reasons[code] ?? ""}`.trim(), more: [message, wait] };
+    return { kind: "warn", title: `Nothing was written. ${reasons[code] ?? ""}`.trim(), more: [code === "PLAN_CHANGED" ? "" : message, wait] };
 }
 
 const reasons: Record<string, string> = {

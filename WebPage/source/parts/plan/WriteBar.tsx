@@ -1,6 +1,7 @@
 import { useEffect, useRef, useState } from "preact/hooks";
 import type { Row } from "../../data/shapes";
-import { countOf, toBeWritten, writeLabel } from "./rows";
+import { counted, Text } from "../Text";
+import { countOf, domainsOf, toBeWritten } from "./rows";
 
 /** A touch that was meant for what stood here before is none for the button. */
 const settling = 500;
@@ -19,7 +20,7 @@ export function WriteBar({ rows, hindrance, mayLeaveUnverified, onWrite }: Write
     const [note, setNote] = useState("");
     const [verify, setVerify] = useState(true);
     const unread = countOf(rows, "unread");
-    const written = toBeWritten(rows).length;
+    const written = toBeWritten(rows);
     return (
         <div class="write-bar">
             {unread > 0 && (
@@ -41,8 +42,8 @@ export function WriteBar({ rows, hindrance, mayLeaveUnverified, onWrite }: Write
                 )}
             </div>
             <div class="write-act">
-                <p role="status">{hindrance || differingText(countOf(rows, "differs"), written)}</p>
-                <WriteButton label={writeLabel(rows)} isReady={hindrance === "" && written > 0} onWrite={() => onWrite(note.trim(), verify)} />
+                <p role="status">{hindrance || differingText(countOf(rows, "differs"), written.length)}</p>
+                <WriteButton written={written} isReady={hindrance === "" && written.length > 0} onWrite={() => onWrite(note.trim(), verify)} />
             </div>
         </div>
     );
@@ -56,7 +57,7 @@ function differingText(differing: number, written: number): string {
 }
 
 interface WriteButtonProps {
-    label: string;
+    written: Row[];
     isReady: boolean;
     onWrite: () => void;
 }
@@ -65,7 +66,7 @@ interface WriteButtonProps {
  * Takes a press only where it has stood ready for a while, the press began after that, and it is no second one of two:
  * neither a double touch nor one that came too late for what stood there before writes to a machine.
  */
-function WriteButton({ label, isReady, onWrite }: WriteButtonProps) {
+function WriteButton({ written, isReady, onWrite }: WriteButtonProps) {
     const [isArmed, setIsArmed] = useState(false);
     const isPressed = useRef(false);
     useEffect(() => {
@@ -73,7 +74,7 @@ function WriteButton({ label, isReady, onWrite }: WriteButtonProps) {
         isPressed.current = false;
         const timer = isReady ? setTimeout(() => setIsArmed(true), settling) : undefined;
         return () => clearTimeout(timer);
-    }, [isReady, label]);
+    }, [isReady]);
     const press = (event: MouseEvent) => {
         const isByKey = event.detail === 0;
         if (isReady && isArmed && (isByKey || (isPressed.current && event.detail === 1))) {
@@ -86,7 +87,18 @@ function WriteButton({ label, isReady, onWrite }: WriteButtonProps) {
             type="button" class="primary write" disabled={!isReady || !isArmed} onClick={press}
             onPointerDown={() => (isPressed.current = true)} onKeyDown={(event) => event.repeat && event.preventDefault()}
         >
-            {label}
+            {written.length === 0 ? "Nothing to write" : <>Write {counted(written.length, "value")} to <Listed names={domainsOf(written)} /></>}
         </button>
+    );
+}
+
+function Listed({ names }: { names: string[] }) {
+    const shown = names.length > 4 ? names.slice(0, 3) : names;
+    const rest = names.length - shown.length;
+    return (
+        <>
+            {shown.map((name, index) => <>{index === 0 ? "" : index === names.length - 1 ? " and " : ", "}<Text>{name}</Text></>)}
+            {rest > 0 && ` and ${rest} more`}
+        </>
     );
 }

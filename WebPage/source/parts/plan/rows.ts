@@ -2,7 +2,6 @@
 import type { Outcome } from "../../data/activation";
 import { shown } from "../../data/json";
 import type { Row } from "../../data/shapes";
-import { leafOf } from "../../data/tree";
 import { counted } from "../Text";
 
 /** Those of a plan that an activation writes; others are there to say that it doesn't. */
@@ -16,23 +15,9 @@ export function toBeWritten(rows: readonly Row[]): Row[] {
     return rows.filter(({ state }) => planned.has(state));
 }
 
-/** What the button says that it does: all symbols of the plan are written, be they the same or not. */
-export function writeLabel(rows: readonly Row[]): string {
-    const written = toBeWritten(rows);
-    const domains = [...new Set(written.map(({ domain }) => domain))];
-    return written.length === 0 ? "Nothing to write" : `Write ${counted(written.length, "value")} to ${listed(domains)}`;
-}
-
-function listed(names: string[]): string {
-    const isolated = names.map(isolate);
-    const last = isolated.length > 4 ? `${isolated.length - 3} more` : (isolated.pop() ?? "");
-    const first = isolated.slice(0, 3);
-    return first.length > 0 ? `${first.join(", ")} and ${last}` : last;
-}
-
-/** Signs of direction in a name order nothing outside it. */
-function isolate(name: string): string {
-    return `\u2068${name}\u2069`;
+/** The controllers that they go to. */
+export function domainsOf(rows: readonly Row[]): string[] {
+    return [...new Set(rows.map(({ domain }) => domain))];
 }
 
 const planOrder = ["unread", "failed", "not tried", "not written", "differs", "same"];
@@ -55,6 +40,8 @@ export function standsAsAsked(row: Row): boolean {
 export interface Verdict {
     kind: "good" | "info" | "warn" | "bad";
     title: string;
+    /** Whether the title begins with the recipe's name. */
+    isNamed?: boolean;
     /** What else has to be known, each a sentence. */
     more: string[];
 }
@@ -63,7 +50,7 @@ export interface Verdict {
 const longestText = 300;
 
 /** Good only where everything was done as asked and read back. */
-export function verdictOf({ outcome, rows, text, isRemembered, isVerified }: Outcome, recipe: string): Verdict {
+export function verdictOf({ outcome, rows, text, isRemembered, isVerified }: Outcome): Verdict {
     const total = counted(rows.length, "value");
     const verified = countOf(rows, "verified");
     const told = text.length > longestText ? text.slice(0, longestText) + " …" : text;
@@ -73,12 +60,11 @@ export function verdictOf({ outcome, rows, text, isRemembered, isVerified }: Out
     }
     const isWhole = rows.every(standsAsAsked);
     const kind = !isWhole ? "bad" : outcome !== "done" ? "warn" : verified > 0 && isVerified ? "good" : "info";
-    const title =
-        isWhole && verified === rows.length
-            ? `${isolate(leafOf(recipe))} stands in the controllers: ${verified} of ${total}.`
-            : isWhole && verified === 0
-              ? `${total} written. Nobody looked whether the controllers kept them.`
-              : `${verified} of ${total} stand as asked.`;
+    if (isWhole && verified === rows.length) {
+        return { kind, isNamed: true, title: ` stands in the controllers: ${verified} of ${total}.`, more };
+    }
+    const isUnseen = isWhole && verified === 0;
+    const title = isUnseen ? `${total} written. Nobody looked whether the controllers kept them.` : `${verified} of ${total} stand as asked.`;
     return { kind, title, more };
 }
 
