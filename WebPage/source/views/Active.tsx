@@ -64,5 +64,5 @@ const columns: Column<ActiveRecipe>[] = [
     { key: "recipe", title: "Recipe", cell: ({ recipe }) => <Link to="/recipe" query={{ name: recipe }}><EntryName name={recipe} /></Link> },
     { key: "since", title: "Activated", cell: ({ since }) => (since ? <Time of={since} /> : <span class="nothing">no record</span>) },
     { key: "by", title: "By", cell: ({ by }) => (by ? <Text>{by}</Text> : <span class="nothing">–</span>) },
-    { key: "history", title: "", cell: ({ recipe }) => <Link to="/history" query={{ recipe }}>History</Link> },
+    { key: "history", title: "History", cell: ({ recipe }) => <Link to="/history" query={{ recipe }}>History</Link> },
 ];
