@@ -81,7 +81,10 @@ function ActiveRecipes({ linked }: { linked: boolean }) {
         return <div class="active-recipes" />;
     }
     return (
-        <div class={isKnown ? "active-recipes" : "active-recipes stale"} title={state.error}>
+        <div
+            class={isKnown ? "active-recipes" : "active-recipes stale"} title={state.error} role="group" aria-label="Active recipes"
+            tabIndex={linked ? undefined : 0}
+        >
             <span class="label">Active</span>
             {state.active.length === 0 && <span class="nothing">no recipe</span>}
             {state.active.slice(0, 4).map(({ recipe }) =>
