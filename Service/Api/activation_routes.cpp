@@ -187,6 +187,21 @@ Response repeated(Call const& call, std::int64_t id)
     return outcome_answer(record_activation(record), record.outcome == Outcome::done ? created : not_as_asked);
 }
 
+/// The number, 0 as long as nothing was sent to a controller, lets whoever lost the first answer follow and cancel it.
+Problem still_running(std::int64_t id)
+{
+    Problem problem{.status = 409,
+                    .code = "STILL_RUNNING",
+                    .detail = "the activation of this Idempotency-Key is still running" +
+                              (id == 0 ? std::string() : ", as activation " + std::to_string(id))};
+    if (id != 0)
+    {
+        problem.members = Value(ValueType::Map);
+        problem.members.insert("id", Value(id));
+    }
+    return problem;
+}
+
 /// Answers a request that was made before; returns whether it was.
 bool is_answered(Call const& call, Activations::Claim const& claim, Reply const& reply)
 {
@@ -198,10 +213,7 @@ bool is_answered(Call const& call, Activations::Claim const& claim, Reply const&
         reply(repeated(call, claim.id));
         return true;
     case Activations::Claim::Kind::Running:
-        throw Problem{.status = 409,
-                      .code = "STILL_RUNNING",
-                      .detail = "the activation of this Idempotency-Key is still running" +
-                                (claim.id == 0 ? std::string() : ", as activation " + std::to_string(claim.id))};
+        throw still_running(claim.id);
     case Activations::Claim::Kind::Other:
         break;
     }
