@@ -131,9 +131,9 @@ export async function cancel(): Promise<void> {
     }
 }
 
-/** The outcome was seen. What is under way stays. */
-export function forget(): void {
-    if (attempt.value && !isUnderWay(attempt.value)) {
+/** The recipe's outcome was seen. What is under way stays. */
+export function forget(recipe: string): void {
+    if (attempt.value?.recipe === recipe && !isUnderWay(attempt.value)) {
         current = undefined;
         sessionStorage.removeItem(storageKey);
         attempt.set(undefined);

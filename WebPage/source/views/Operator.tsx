@@ -1,4 +1,4 @@
-import { useEffect } from "preact/hooks";
+import { useEffect, useMemo } from "preact/hooks";
 import { attempt, isUnderWay, resume } from "../data/activation";
 import { go, place } from "../data/router";
 import { useStore } from "../data/store";
@@ -10,10 +10,10 @@ import { StatusRegion } from "../parts/status";
 /** What a panel at a machine shows: the recipes of a folder, the plan, the outcome. */
 export function Operator() {
     const { query } = useStore(place);
+    useMemo(resume, []);
     const made = useStore(attempt);
     const folder = query.get("folder") ?? "";
     const shown = query.get("plan") ?? "";
-    useEffect(resume, []);
     // What is being written is in sight, also after the page was loaded anew.
     const underWay = isUnderWay(made) ? made!.recipe : shown;
     useEffect(() => (underWay === shown ? undefined : go("/operator", { folder, plan: underWay }, "replace")), [underWay, shown]);

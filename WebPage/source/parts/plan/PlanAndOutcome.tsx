@@ -31,21 +31,20 @@ interface PlanAndOutcomeProps {
  * the top and the button at the bottom, so that two touches at one place never write.
  */
 export function PlanAndOutcome({ recipe, back, isBare }: PlanAndOutcomeProps) {
+    // Before anything is drawn, so that no plan is made of what is under way.
+    useMemo(resume, []);
     const made = useStore(attempt);
     const { isOpen } = useStore(link);
     const mine = made?.recipe === recipe ? made : undefined;
     const planned = usePlan(recipe, mine === undefined);
     const units = useUnits(recipe);
-    useEffect(() => {
-        resume();
-        return forget;
-    }, []);
+    useEffect(() => () => forget(recipe), []);
     const isRefused = mine?.stage.name === "refused";
     const isChanged = isRefused && (mine.stage as Extract<Over, { name: "refused" }>).problem.code === "PLAN_CHANGED";
     // What would be written now is shown at once; writing it takes a look and another press.
     useEffect(() => (isChanged ? planned.again() : undefined), [isChanged]);
     const lookAnew = () => {
-        forget();
+        forget(recipe);
         planned.again();
     };
     const outcome = mine?.stage.name === "ended" ? mine.stage.outcome : undefined;
@@ -58,7 +57,7 @@ export function PlanAndOutcome({ recipe, back, isBare }: PlanAndOutcomeProps) {
             {mine && isUnderWay(mine) && <Progress attempt={mine} />}
             {mine && !isUnderWay(mine) && (
                 <VerdictBox recipe={recipe} stage={mine.stage as Over}>
-                    {isChanged ? <button type="button" onClick={forget}>Go on with the new plan</button>
+                    {isChanged ? <button type="button" onClick={() => forget(recipe)}>Go on with the new plan</button>
                                : <button type="button" onClick={lookAnew}>Look at the plan anew</button>}
                     {outcome?.id !== undefined && !isBare && <Link to="/record" query={{ id: String(outcome.id) }}>Its record</Link>}
                 </VerdictBox>
@@ -93,8 +92,10 @@ function PlanPart({ recipe, planned, made, mine, units }: PlanPartProps) {
                     <button type="button" onClick={again}>Look at it anew</button>
                 </Notice>
             )}
-            {made && !mine && isUnderWay(made) && (
-                <Notice kind="info"><p>Being written now: <Link to="/plan" query={{ name: made.recipe }}><EntryName name={made.recipe} /></Link></p></Notice>
+            {made && !mine && (
+                <Notice kind="info">
+                    <p>{isUnderWay(made) ? "Being written now: " : "Has ended meanwhile: "}<Link to="/plan" query={{ name: made.recipe }}><EntryName name={made.recipe} /></Link></p>
+                </Notice>
             )}
             <PlannedRows plan={plan} units={units} isUnderWay={isUnderWay(mine)} />
             {may("activate") && !isUnderWay(mine) && (
