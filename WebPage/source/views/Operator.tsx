@@ -1,6 +1,7 @@
 import { useEffect, useMemo } from "preact/hooks";
 import { attempt, isUnderWay, resume } from "../data/activation";
 import { go, place } from "../data/router";
+import { may } from "../data/session";
 import { useStore } from "../data/store";
 import { ChooseRecipe } from "../parts/plan/ChooseRecipe";
 import { PlanAndOutcome } from "../parts/plan/PlanAndOutcome";
@@ -23,7 +24,7 @@ export function Operator() {
             <TopBar bare />
             <LinkBar />
             <main id="main" class="operator">
-                {shown === "" ? <ChooseRecipe onLook={(recipe) => go("/operator", { folder, plan: recipe })} />
+                {shown === "" || !may("activate") ? <ChooseRecipe onLook={(recipe) => go("/operator", { folder, plan: recipe })} />
                               : <PlanAndOutcome key={shown} recipe={shown} back={back} isBare />}
             </main>
             <StatusRegion />

@@ -3,7 +3,7 @@ import { useEffect, useMemo, useState } from "preact/hooks";
 import { activate, attempt, forget, isUnderWay, resume } from "../../data/activation";
 import type { Attempt, Outcome, Plan } from "../../data/activation";
 import { link } from "../../data/live";
-import { may, session } from "../../data/session";
+import { may } from "../../data/session";
 import { useStore } from "../../data/store";
 import { Head } from "../Shell";
 import { Failure, Loading, Notice } from "../State";
@@ -98,10 +98,9 @@ function PlanPart({ recipe, planned, made, mine, units }: PlanPartProps) {
                 </Notice>
             )}
             <PlannedRows plan={plan} units={units} isUnderWay={isUnderWay(mine)} />
-            {may("activate") && !isUnderWay(mine) && (
+            {!isUnderWay(mine) && (
                 <WriteBar key={recipe} rows={plan.rows} hindrance={hindrance} mayLeaveUnverified={may("edit")} onWrite={write} />
             )}
-            {!may("activate") && <p class="quiet-text">The role {session.value?.role} may not write to controllers.</p>}
         </>
     );
 }
