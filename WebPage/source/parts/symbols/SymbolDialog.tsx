@@ -1,5 +1,6 @@
-import { useId, useState } from "preact/hooks";
-import { rangeText, readTyped, typedText } from "../../data/input";
+import { useState } from "preact/hooks";
+import { rangeText } from "../../data/input";
+import type { Typed } from "../../data/input";
 import { shown } from "../../data/json";
 import type { Json } from "../../data/json";
 import { link, liveValue, useWatch } from "../../data/live";
@@ -12,6 +13,7 @@ import { Live } from "../Live";
 import { Failure, Notice } from "../State";
 import { say } from "../status";
 import { Text } from "../Text";
+import { ValueField } from "../ValueField";
 import { Quality } from "./Quality";
 
 /** A symbol in full; engineers write it here. */
@@ -38,12 +40,13 @@ export function SymbolDialog({ symbol, onClose }: { symbol: SymbolItem; onClose:
 function WriteForm({ symbol }: { symbol: SymbolItem }) {
     const { name, domain, input } = symbol;
     const { isOpen } = useStore(link);
-    const [text, setText] = useState(() => typedText(liveValue(name, domain)?.value, input));
+    // What stands there at first is what is written over; a value that is out of date is no start.
+    const [standing] = useState(() => liveValue(name, domain));
+    const [typed, setTyped] = useState<Typed>();
     const [note, setNote] = useState("");
     const [isBusy, setIsBusy] = useState(false);
     const [outcome, setOutcome] = useState<Outcome>();
-    const typed = readTyped(text, input);
-    const value = "value" in typed ? typed.value : undefined;
+    const value = typed && "value" in typed ? typed.value : undefined;
     const write = async (value: Json) => {
         setIsBusy(true);
         setOutcome(undefined);
@@ -57,7 +60,10 @@ function WriteForm({ symbol }: { symbol: SymbolItem }) {
     };
     return (
         <div class="form">
-            <PlainField label="Value to write" text={text} setText={setText} mistake={"mistake" in typed ? typed.mistake : ""} unit={input.unit} />
+            <div class="field">
+                <span class="field-title" aria-hidden="true">Value to write</span>
+                <ValueField label="Value to write" input={input} value={standing?.isCurrent ? standing.value : undefined} isFocused onChange={setTyped} />
+            </div>
             <label>Note, for the history<input value={note} onInput={(event) => setNote(event.currentTarget.value)} /></label>
             {outcome && <OutcomeNotice outcome={outcome} name={name} />}
             {!isOpen && <Notice kind="warn">The link is lost. Nothing can be written before it is back.</Notice>}
@@ -95,23 +101,4 @@ function OutcomeNotice({ outcome, name }: { outcome: Outcome; name: string }) {
 function brief(value: Json): string {
     const text = shown(value) || "the empty text";
     return text.length > 40 ? text.slice(0, 40) + "…" : text;
-}
-
-interface PlainFieldProps {
-    label: string;
-    text: string;
-    setText: (text: string) => void;
-    mistake: string;
-    unit?: string | undefined;
-}
-
-function PlainField({ label, text, setText, mistake, unit }: PlainFieldProps) {
-    const id = useId();
-    return (
-        <label>
-            {label}{unit && ` (${unit})`}
-            <input value={text} autofocus aria-invalid={mistake !== ""} aria-describedby={id} onInput={(event) => setText(event.currentTarget.value)} />
-            <span id={id} class="mistake">{mistake}</span>
-        </label>
-    );
 }
