@@ -1,5 +1,5 @@
 import type { ComponentChildren } from "preact";
-import { useEffect, useId, useRef } from "preact/hooks";
+import { useId, useLayoutEffect, useRef } from "preact/hooks";
 
 interface DialogProps {
     title: string;
@@ -12,7 +12,8 @@ interface DialogProps {
 export function Dialog({ title, onClose, children, wide }: DialogProps) {
     const dialog = useRef<HTMLDialogElement>(null);
     const id = useId();
-    useEffect(() => {
+    // Before the effects of what stands in it, which may move the focus.
+    useLayoutEffect(() => {
         const shown = dialog.current;
         const before = document.activeElement;
         shown?.showModal();
