@@ -100,7 +100,7 @@ function isEqual(one: Json | undefined, other: Json | undefined): boolean {
     return one === undefined || other === undefined ? one === other : isSame(one, other);
 }
 
-/** Theirs, with those pieces as I have them that `isMine` says. Members stand in my order where I have changed it. */
+/** Theirs, with those pieces as I have them that `isMine` says. Members stand in my order, unless only they have changed it. */
 export function merged(before: JsonObject, theirs: JsonObject, mine: JsonObject, isMine: (piece: Piece) => boolean): JsonObject {
     const entry = new Map(theirs);
     const members = new Map(membersOf(theirs));
@@ -113,16 +113,25 @@ export function merged(before: JsonObject, theirs: JsonObject, mine: JsonObject,
             into.set(key, piece.mine);
         }
     }
-    return entry.set(membersKey, isReordered(before, mine) ? inOrderOf(membersOf(mine), members) : members);
+    const isTheirOrder = isReordered(before, theirs) && !isReordered(before, mine);
+    return entry.set(membersKey, isTheirOrder ? members : inOrderOf(membersOf(mine), members));
 }
 
-function isReordered(before: JsonObject, mine: JsonObject): boolean {
-    const [old, young] = [membersOf(before), membersOf(mine)];
+function isReordered(before: JsonObject, after: JsonObject): boolean {
+    const [old, young] = [membersOf(before), membersOf(after)];
     const common = (one: JsonObject, other: JsonObject) => [...one.keys()].filter((name) => other.has(name)).join("\n");
     return common(old, young) !== common(young, old);
 }
 
+/** What has no place in that order stays behind what it stands behind. */
 function inOrderOf(order: JsonObject, members: JsonObject): JsonObject {
-    const names = [...[...order.keys()].filter((name) => members.has(name)), ...[...members.keys()].filter((name) => !order.has(name))];
+    const names = [...order.keys()].filter((name) => members.has(name));
+    let previous = "";
+    for (const name of members.keys()) {
+        if (!order.has(name)) {
+            names.splice(names.indexOf(previous) + 1, 0, name);
+        }
+        previous = name;
+    }
     return new Map(names.map((name) => [name, members.get(name)!]));
 }

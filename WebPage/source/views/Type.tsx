@@ -38,9 +38,9 @@ function TypeOf({ name }: { name: string }) {
     useEffect(() => (mayEdit ? wantSymbols() : undefined), []);
     useSaveKey(draft.save);
     if (!draft.base || !draft.entry) {
-        const isGone = draft.error instanceof Problem && draft.error.status === 404;
-        return isGone ? <Empty title="There is no such type."><Link to="/types">To the types</Link></Empty>
-            : draft.error ? <Failure error={draft.error} retry={draft.again} /> : <Loading what="the type" />;
+        const { unread } = draft;
+        return unread instanceof Problem && unread.status === 404 ? <Empty title="There is no such type."><Link to="/types">To the types</Link></Empty>
+            : unread !== undefined ? <Failure error={unread} retry={draft.again} /> : <Loading what="the type" />;
     }
     const { base, entry } = draft;
     return (
@@ -104,10 +104,10 @@ function EntryActions({ name, isDirty }: { name: string; isDirty: boolean }) {
 function Messages({ name, draft, recipeCount, mistakes }: { name: string; draft: TypeDraft; recipeCount: number; mistakes: string[] }) {
     return (
         <>
-            {draft.isDirty && <Notice kind="info">{unsavedText(draft)}</Notice>}
             {draft.isOvertaken && <Notice kind="warn">Somebody has saved this type since. Saving shows both, and nothing is lost.</Notice>}
             {mistakes.map((text) => <Notice kind="warn"><Text long>{text}</Text></Notice>)}
-            {draft.error !== undefined && <Failure error={draft.error} retry={draft.again} />}
+            {draft.unread !== undefined && <Failure error={draft.unread} retry={draft.again} />}
+            {draft.refusal !== undefined && <Failure error={draft.refusal} />}
             {draft.edited && <Saved type={name} edited={draft.edited} recipeCount={recipeCount} />}
         </>
     );
@@ -119,7 +119,7 @@ function unsavedText({ base, entry }: TypeDraft): string {
         .map((mark) => ({ mark, count: marks.filter((each) => each === mark).length }))
         .filter(({ count }) => count > 0)
         .map(({ mark, count }) => `${counted(count, "member")} ${mark}`);
-    return `Not saved yet: ${parts.join(", ") || "the order or what it inherits from"}.`;
+    return `not saved: ${parts.join(", ") || "the order or what it inherits from"}`;
 }
 
 function Members({ name, draft, resolved }: { name: string; draft: TypeDraft; resolved: Resolved }) {
@@ -127,14 +127,17 @@ function Members({ name, draft, resolved }: { name: string; draft: TypeDraft; re
     const [opened, setOpened] = useState<string>();
     const base = draft.base!.value;
     const entry = draft.entry!;
-    const rows = useMemo(() => memberRows(base, entry, resolved, mistakesOf(draft.error)), [base, entry, resolved, draft.error]);
+    const rows = useMemo(() => memberRows(base, entry, resolved, mistakesOf(draft.refusal)), [base, entry, resolved, draft.refusal]);
     const shown = useMemo(() => filtered(rows, match), [rows, match]);
     const edit = may("edit") ? { onOpen: setOpened, onMove: (member: string, by: number) => draft.set(movedMember(entry, member, by)) } : undefined;
     return (
         <>
             <div class="filters" role="search">
                 <input type="search" placeholder="Search members  ( / )" aria-label="Search members" value={match} onInput={(event) => setMatch(event.currentTarget.value)} />
-                <span class="note members-count">{counted(rows.length, "member")}, {rows.filter(({ from }) => from).length} inherited</span>
+                <p class="note members-count">
+                    {counted(rows.length, "member")}, {rows.filter(({ from }) => from).length} inherited
+                    {draft.isDirty && <span class="state warn mark"><span aria-hidden="true">✎</span> {unsavedText(draft)}</span>}
+                </p>
                 {edit && <button type="button" onClick={() => setOpened("")}>Add a member</button>}
             </div>
             <MemberGrid rows={shown} isFiltered={match !== ""} edit={edit} />

@@ -16,17 +16,19 @@ const most = 50;
 export function Choice({ label, value, options, onInput, hint, mistake }: ChoiceProps) {
     const id = useId();
     const offered = useMemo(() => fitting(options, value), [options, value]);
+    // A part of a name is no mistake yet.
+    const isWrong = Boolean(mistake) && offered.length === 0;
     return (
         <div class="field">
             <label>
                 {label}
                 <input
-                    value={value} list={`${id}-list`} autocomplete="off" spellcheck={false} aria-invalid={Boolean(mistake)}
+                    value={value} list={`${id}-list`} autocomplete="off" spellcheck={false} aria-invalid={isWrong}
                     aria-describedby={id} onInput={(event) => onInput(event.currentTarget.value)}
                 />
             </label>
             <datalist id={`${id}-list`}>{offered.map((name) => <option key={name} value={name} />)}</datalist>
-            <p id={id} class={mistake ? "mistake" : "hint"}>{mistake || hint}</p>
+            <p id={id} class={isWrong ? "mistake" : "hint"}>{isWrong ? mistake : mistake ? "Choose one of those that are offered." : hint}</p>
         </div>
     );
 }

@@ -48,10 +48,11 @@ const factColumns: Column<MemberRow>[] = [
 
 const markSigns = { "": "", new: "+ new", changed: "✎ changed", removed: "" };
 
-function Name({ row: { name, mark, mistake } }: { row: MemberRow }) {
+function Name({ row: { name, mark, mistake, isEnabled } }: { row: MemberRow }) {
     return (
         <>
             <Text>{name}</Text>
+            {!isEnabled && <span class="state warn mark narrow-only"><span aria-hidden="true">○</span> not enabled</span>}
             {mark && <span class="mark">{markSigns[mark]}</span>}
             {mistake && <span class="state bad mark" title={mistake}><span aria-hidden="true">✕</span> <bdi>{mistake}</bdi></span>}
         </>

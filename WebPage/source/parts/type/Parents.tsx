@@ -45,7 +45,7 @@ function AddParent({ taken, onAdd, onClose }: { taken: string[]; onAdd: (name: s
     return (
         <Dialog title="Inherit from another type" onClose={onClose}>
             <Form onSubmit={submit}>
-                <Choice label="Type" value={name} onInput={setName} options={options} hint="Its members become members of this type too." mistake={name && !isChosen && !options.some((each) => each.includes(name)) ? "There is no such type." : ""} />
+                <Choice label="Type" value={name} onInput={setName} options={options} hint="Its members become members of this type too." mistake={name && !isChosen ? "There is no such type." : ""} />
                 <Actions onClose={onClose}><button type="submit" class="primary" disabled={!isChosen}>Add</button></Actions>
             </Form>
         </Dialog>

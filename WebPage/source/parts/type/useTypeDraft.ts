@@ -23,8 +23,10 @@ export interface TypeDraft {
     /** Somebody else has saved it since what is edited here was read. */
     isOvertaken: boolean;
     isBusy: boolean;
-    /** Why it can't be read, or wasn't saved. */
-    error: unknown;
+    /** Why it can't be read. */
+    unread: unknown;
+    /** Why it wasn't saved. */
+    refusal: unknown;
     /** What stands there where somebody was faster. */
     conflict: Entry | undefined;
     edited: Edited | undefined;
@@ -40,7 +42,7 @@ export function useTypeDraft(name: string): TypeDraft {
     const { configuration } = useStore(revision);
     const asked = useAnswer((signal) => readEntry("type", name, signal), [name, configuration]);
     const [state, setState] = useState<{ base: Entry; entry: JsonObject }>();
-    const [error, setError] = useState<unknown>();
+    const [refusal, setRefusal] = useState<unknown>();
     const [conflict, setConflict] = useState<Entry>();
     const [edited, setEdited] = useState<Edited>();
     const [isBusy, setIsBusy] = useState(false);
@@ -53,7 +55,7 @@ export function useTypeDraft(name: string): TypeDraft {
         taken.current = latest.current;
         setState({ base, entry });
         setConflict(undefined);
-        setError(undefined);
+        setRefusal(undefined);
     }, []);
     useEffect(() => {
         if (asked.answer && asked.answer !== taken.current && !isDirty && !isBusy) {
@@ -67,7 +69,7 @@ export function useTypeDraft(name: string): TypeDraft {
             return;
         }
         setIsBusy(true);
-        setError(undefined);
+        setRefusal(undefined);
         setEdited(undefined);
         try {
             const headers = { "If-Match": state.base.etag };
@@ -80,7 +82,7 @@ export function useTypeDraft(name: string): TypeDraft {
             if (current instanceof Map) {
                 setConflict({ name, etag: (reason as Problem).etag, value: current });
             } else {
-                setError(reason);
+                setRefusal(reason);
             }
         }
         setIsBusy(false);
@@ -88,7 +90,7 @@ export function useTypeDraft(name: string): TypeDraft {
     return {
         base: state?.base, entry: state?.entry, isDirty, isBusy, conflict, edited, goOn,
         isOvertaken: isDirty && !isBusy && asked.answer !== undefined && asked.answer !== taken.current && asked.answer.etag !== state.base.etag,
-        error: error ?? asked.error, again: asked.again, save: () => void save(),
+        unread: asked.error, refusal, again: asked.again, save: () => void save(),
         set: (entry) => state && (setState({ ...state, entry }), setEdited(undefined)),
     };
 }
