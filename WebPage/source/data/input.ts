@@ -68,14 +68,16 @@ function readJson(text: string): Typed {
 /** The numbers that fit, as an operator reads them; empty where any does. */
 export function rangeText({ minimum, maximum, unit }: Input): string {
     const end = unit ? " " + unit : "";
-    if (minimum instanceof NumberText && maximum instanceof NumberText) {
-        return `${shown(minimum)} to ${shown(maximum)}${end}`;
+    const [least, most] = [minimum, maximum].map((bound) => (isTelling(bound) ? shown(bound) : ""));
+    if (least && most) {
+        return `${least} to ${most}${end}`;
     }
-    return minimum instanceof NumberText
-        ? `at least ${shown(minimum)}${end}`
-        : maximum instanceof NumberText
-          ? `at most ${shown(maximum)}${end}`
-          : "";
+    return least ? `at least ${least}${end}` : most ? `at most ${most}${end}` : "";
+}
+
+/** Bounds that only the width of a number sets say nothing to anybody. */
+function isTelling(bound: Json | undefined): boolean {
+    return bound instanceof NumberText && Math.abs(Number(bound.text)) < 1e18;
 }
 
 /** The value as it stands in a form before anybody touches it. */
