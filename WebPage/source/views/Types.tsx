@@ -113,7 +113,7 @@ function columnsOf(counts: ReadonlyMap<string, number>): Column<TreeRow<TypeItem
             key: "inherits", title: "Inherits from",
             cell: ({ item, isFolder }) => isFolder ? <span class="quiet-text">{counted(item.count ?? 0, "entry", "entries")}</span> : <Inherits names={item.inherits ?? []} />,
         },
-        { key: "members", title: "Own members", right: true, cell: ({ item, isFolder }) => !isFolder && (item.members ?? 0) },
+        { key: "members", title: "Members", right: true, cell: ({ item, isFolder }) => !isFolder && (item.members ?? 0) },
         { key: "recipes", title: "Recipes", right: true, cell: ({ item, isFolder }) => !isFolder && <RecipeCount type={item.name} count={counts.get(item.name) ?? 0} /> },
         {
             key: "changed", title: "Last change",

@@ -27,7 +27,7 @@ export function SymbolDialog({ symbol, onClose }: { symbol: SymbolItem; onClose:
                 <dt>Symbol</dt><dd><Text long>{name}</Text></dd>
                 <dt>Domain</dt><dd><Text>{domain}</Text></dd>
                 <dt>Address</dt><dd><code><Text long>{mapping}</Text></code></dd>
-                {range && <><dt>Range</dt><dd>{range}</dd></>}
+                {range && !may("edit") && <><dt>Range</dt><dd>{range}</dd></>}
                 <dt>Now</dt>
                 <dd class="symbol-now"><Live symbol={name} domain={domain} unit={input.unit} /> <Quality symbol={symbol} /></dd>
             </dl>
