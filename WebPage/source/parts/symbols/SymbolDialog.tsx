@@ -1,4 +1,4 @@
-import { useState } from "preact/hooks";
+import { useEffect, useRef, useState } from "preact/hooks";
 import { rangeText } from "../../data/input";
 import type { Typed } from "../../data/input";
 import { shown } from "../../data/json";
@@ -85,15 +85,19 @@ interface Outcome {
     error?: unknown;
 }
 
+/** It takes the focus from the button, so that no second Enter writes once more. */
 function OutcomeNotice({ outcome, name }: { outcome: Outcome; name: string }) {
-    if (outcome.error !== undefined) {
-        return <Failure error={outcome.error} />;
-    }
+    const frame = useRef<HTMLDivElement>(null);
+    useEffect(() => frame.current?.focus(), [outcome]);
     return (
-        <Notice kind="good">
-            <p><Text long>{outcome.written || "The empty text"}</Text> was written to <Text>{name}</Text>. What stands there now is shown above.</p>
-            {outcome.text && <p class="state warn">{outcome.text}</p>}
-        </Notice>
+        <div ref={frame} tabIndex={-1} class="outcome">
+            {outcome.error !== undefined ? <Failure error={outcome.error} /> : (
+                <Notice kind="good">
+                    <p><Text long>{outcome.written || "The empty text"}</Text> was written to <Text>{name}</Text>. What stands there now is shown above.</p>
+                    {outcome.text && <p class="state warn">{outcome.text}</p>}
+                </Notice>
+            )}
+        </div>
     );
 }
 
