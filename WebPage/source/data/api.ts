@@ -44,6 +44,8 @@ export interface Ask {
     /** A text is sent as it stands. */
     body?: Json;
     text?: string;
+    /** A file is sent as it stands, without being read first. */
+    blob?: Blob;
     type?: string;
     headers?: Record<string, string>;
     signal?: AbortSignal;
@@ -66,10 +68,12 @@ export async function request(method: string, path: string, ask: Ask = {}): Prom
         const { headers } = response;
         return { status: response.status, etag: headers.get("ETag") ?? "", text, location: headers.get("Location") ?? "" };
     }
-    if (response.status === 401 && method + path !== "POST/session") {
+    const problem = problemOf(response, text);
+    // A wrong password ends no session.
+    if (problem.status === 401 && problem.code !== "AUTH_FAILED") {
         sessionEnded();
     }
-    throw problemOf(response, text);
+    throw problem;
 }
 
 function sent(method: string, path: string, ask: Ask): Promise<Response> {
@@ -77,7 +81,7 @@ function sent(method: string, path: string, ask: Ask): Promise<Response> {
     if (csrf.get()) {
         headers["X-CSRF-Token"] = csrf.get();
     }
-    const body = ask.text ?? (ask.body === undefined ? undefined : write(ask.body));
+    const body = ask.blob ?? ask.text ?? (ask.body === undefined ? undefined : write(ask.body));
     if (body !== undefined) {
         headers["Content-Type"] = ask.type ?? "application/json";
     }

@@ -28,7 +28,7 @@ export function may(right: "activate" | "edit" | "administer"): boolean {
 /** Goes on with the session of before, or begins one with the token of the link that the service printed. */
 export async function begin(): Promise<void> {
     const token = tokenOfAddress();
-    onSessionEnd(() => leave("The session has ended. Sign in to go on."));
+    onSessionEnd(() => session.value !== null && leave("The session has ended. Sign in to go on."));
     // Another tab has signed in or out.
     addEventListener("storage", (event) => event.key === "ravik.csrf" && location.reload());
     try {
@@ -70,7 +70,8 @@ export async function signOut(): Promise<void> {
     leave("");
 }
 
-function leave(note: string): void {
+/** Where the session is over or of no more use: back to the sign-in, with what is to be said there. */
+export function leave(note: string): void {
     csrf.clear();
     signInNote.set(note);
     session.set(null);

@@ -6,6 +6,7 @@ import { place } from "../data/router";
 import { may, session, signOut } from "../data/session";
 import { useStore } from "../data/store";
 import { ageText } from "./Live";
+import { OwnName } from "./OwnName";
 import { StatusRegion } from "./status";
 import { EntryName, Link, Text } from "./Text";
 
@@ -63,7 +64,7 @@ export function TopBar({ bare }: { bare?: boolean }) {
             <ActiveRecipes linked={!bare} />
             <LinkState />
             <div class="who">
-                <span class="user"><Text>{(signedIn?.user ?? "").replace(/^user:/, "")}</Text></span>
+                <OwnName />
                 <span class="role">{signedIn?.role}</span>
                 <button type="button" class="quiet" onClick={() => void signOut()}>Sign out</button>
             </div>
