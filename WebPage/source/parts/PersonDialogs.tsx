@@ -58,14 +58,15 @@ export function AddToken({ onClose, onDone }: { onClose: () => void; onDone: (na
 
 export function ShowToken({ name, token, onClose }: { name: string; token: string; onClose: () => void }) {
     const field = useRef<HTMLInputElement>(null);
+    const [told, setTold] = useState("");
     const copy = async () => {
         field.current?.select();
         try {
             // Where the page came without TLS, there is no clipboard.
             await navigator.clipboard.writeText(token);
-            say("The token is copied.");
+            setTold("It is copied.");
         } catch {
-            say("The token is selected. Copy it with Ctrl+C.");
+            setTold("It is selected: copy it with Ctrl+C.");
         }
     };
     return (
@@ -76,6 +77,7 @@ export function ShowToken({ name, token, onClose }: { name: string; token: strin
                     <input ref={field} class="mono" readOnly value={token} aria-label={`Token ${name}`} onFocus={() => field.current?.select()} />
                     <button type="button" class="primary" onClick={() => void copy()}>Copy</button>
                 </div>
+                <p class="hint" role="status">{told}</p>
                 <p>A program sends it with each request: <code>Authorization: Bearer</code>, a blank and the token.</p>
                 <p>A panel signs in with it for good: open <code class="text">{location.origin}/operator</code> there, choose
                     “With a token” and paste it.</p>

@@ -82,7 +82,7 @@ function PersonTable({ kind, people, onOpen }: { kind: Kind; people: Person[]; o
     return (
         <table class="people">
             <thead>
-                <tr><th>Name</th><th>Role</th><th>Added</th>{kind === "token" && <th>Good until</th>}<th><span class="hidden">Actions</span></th></tr>
+                <tr><th>Name</th><th>Role</th><th>Added</th>{kind === "token" && <th>Good</th>}<th><span class="hidden">Actions</span></th></tr>
             </thead>
             <tbody>
                 {people.map((person) => (
@@ -104,8 +104,8 @@ function PersonTable({ kind, people, onOpen }: { kind: Kind; people: Person[]; o
 
 function Expiry({ of }: { of: string | null }) {
     if (of === null) {
-        return <>removed</>;
+        return <>until it is removed</>;
     }
     const isOver = Date.parse(of) < Date.now();
-    return isOver ? <span class="state bad"><span aria-hidden="true">✕</span> expired</span> : <Time of={of} />;
+    return isOver ? <span class="state bad"><span aria-hidden="true">✕</span> expired</span> : <>until <Time of={of} /></>;
 }
