@@ -1,5 +1,5 @@
 import { useState } from "preact/hooks";
-import { request } from "../data/api";
+import { Problem, request } from "../data/api";
 import { leave, session } from "../data/session";
 import { useStore } from "../data/store";
 import { FormDialog, textIn } from "./FormDialog";
@@ -28,7 +28,9 @@ export function OwnName() {
 function OwnPassword({ onClose }: { onClose: () => void }) {
     const change = async (form: FormData) => {
         const passwords = { old: textIn(form, "old"), new: textIn(form, "password") };
-        await request("PUT", "/session/password", { text: JSON.stringify(passwords) });
+        await request("PUT", "/session/password", { text: JSON.stringify(passwords) }).catch((error: unknown) => {
+            throw error instanceof Problem && error.code === "AUTH_FAILED" ? new Error("The old password is wrong.") : error;
+        });
         leave("The password is changed. Sign in with the new one.");
     };
     return (

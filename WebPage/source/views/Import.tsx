@@ -1,4 +1,4 @@
-import { useCallback, useEffect, useState } from "preact/hooks";
+import { useEffect, useState } from "preact/hooks";
 import { Problem } from "../data/api";
 import { check, isOutdated, mistakesOf, readRevision, take } from "../data/imports";
 import type { Checked, Mistake, Report, Source } from "../data/imports";
@@ -63,7 +63,7 @@ interface ChosenProps {
 function Chosen({ source, onOther, onDone }: ChosenProps) {
     const { items } = useStore(types);
     const [type, setType] = useState(() => items.find(({ name }) => tableName(name) === source.name)?.name ?? "");
-    const { stage, isMoved, again } = useCheck(source, type);
+    const { stage, isMoved, again, follow } = useCheck(source, type);
     return (
         <>
             <div class="chosen">
@@ -83,15 +83,24 @@ function Chosen({ source, onOther, onDone }: ChosenProps) {
                 <Notice kind="warn"><p>The configuration has changed meanwhile. This is what the import would change now.</p></Notice>
             )}
             {stage?.is === "checking" && <p class="loading" role="status">Checking {source.name} …</p>}
-            {stage?.is === "checked" && <Take {...{ source, type, again, onDone }} checked={stage.checked} />}
+            {stage?.is === "checked" && <Take {...{ source, type, follow, onDone }} checked={stage.checked} />}
             {stage?.is === "wrong" && <Mistakes mistakes={stage.mistakes} count={stage.count} />}
-            {stage?.is === "failed" && <Failure error={stage.error} retry={again} />}
+            {stage?.is === "failed" && <Refused error={stage.error} retry={again} />}
         </>
     );
 }
 
+interface Check {
+    stage: Stage | undefined;
+    /** Whether the configuration has changed since the first look. */
+    isMoved: boolean;
+    again: () => void;
+    /** Looks anew since the configuration has changed. */
+    follow: () => void;
+}
+
 /** Checks the source at once, and anew whenever the configuration has changed. */
-function useCheck(source: Source, type: string): { stage: Stage | undefined; isMoved: boolean; again: () => void } {
+function useCheck(source: Source, type: string): Check {
     const [stage, setStage] = useState<Stage>();
     const [turn, setTurn] = useState(0);
     const [isMoved, setIsMoved] = useState(false);
@@ -106,17 +115,18 @@ function useCheck(source: Source, type: string): { stage: Stage | undefined; isM
         void stageOf(source, type, abort.signal).then((next) => abort.signal.aborted || setStage(next));
         return () => abort.abort();
     }, [source, type, turn]);
-    const again = useCallback(() => {
+    const again = () => setTurn((before) => before + 1);
+    const follow = () => {
         setIsMoved(true);
-        setTurn((before) => before + 1);
-    }, []);
+        again();
+    };
     useEffect(() => {
         if (stage?.is === "checked") {
             const { checked } = stage;
-            readRevision().then((now) => now !== checked.revision && again(), () => {});
+            readRevision().then((now) => now !== checked.revision && follow(), () => {});
         }
     }, [configuration]);
-    return { stage, isMoved, again };
+    return { stage, isMoved, again, follow };
 }
 
 async function stageOf(source: Source, type: string, signal: AbortSignal): Promise<Stage> {
@@ -128,7 +138,13 @@ async function stageOf(source: Source, type: string, signal: AbortSignal): Promi
     }
 }
 
-function Take({ source, type, checked, again, onDone }: Omit<ChosenProps, "onOther"> & { type: string; checked: Checked; again: () => void }) {
+interface TakeProps extends Omit<ChosenProps, "onOther"> {
+    type: string;
+    checked: Checked;
+    follow: () => void;
+}
+
+function Take({ source, type, checked, follow, onDone }: TakeProps) {
     const [error, setError] = useState<unknown>();
     const [isBusy, setIsBusy] = useState(false);
     const what = changedText(checked.tallies);
@@ -141,7 +157,7 @@ function Take({ source, type, checked, again, onDone }: Omit<ChosenProps, "onOth
             onDone(what, await take(source, type, checked, note));
         } catch (reason) {
             setIsBusy(false);
-            isOutdated(reason) ? again() : setError(reason);
+            isOutdated(reason) ? follow() : setError(reason);
         }
     };
     return (
@@ -153,7 +169,23 @@ function Take({ source, type, checked, again, onDone }: Omit<ChosenProps, "onOth
                     <button type="submit" class="primary" disabled={isBusy}>{isBusy ? "Importing …" : `Import ${what}`}</button>
                 </form>
             )}
-            {error !== undefined && <Failure error={error} />}
+            {error !== undefined && <Refused error={error} />}
+        </>
+    );
+}
+
+const advice: Record<number, string> = {
+    413: "It is too long for one import. Split it, and import the parts one after the other.",
+    429: "One import runs at a time. Try again in a moment.",
+    507: "Nothing was taken in.",
+};
+
+function Refused({ error, retry }: { error: unknown; retry?: () => void }) {
+    const text = error instanceof Problem ? advice[error.status] : undefined;
+    return (
+        <>
+            {retry ? <Failure error={error} retry={retry} /> : <Failure error={error} />}
+            {text && <p>{text}</p>}
         </>
     );
 }
