@@ -7,7 +7,7 @@ import { counted, EntryName, Text } from "./Text";
 const states: Record<Difference["state"], [sign: string, kind: string]> = { new: ["+", "good"], changed: ["≠", "warn"] };
 
 const columns: Column<Difference>[] = [
-    { key: "state", title: "", cell: ({ state }) => <span class={"state " + states[state][1]}><span aria-hidden="true">{states[state][0]}</span> {state}</span> },
+    { key: "state", title: "State", cell: ({ state }) => <span class={"state " + states[state][1]}><span aria-hidden="true">{states[state][0]}</span> {state}</span> },
     { key: "kind", title: "What", cell: ({ kind }) => kind },
     { key: "name", title: "Name", cell: ({ name }) => <EntryName name={name} /> },
 ];

@@ -14,11 +14,12 @@ type Open =
     | { is: "change" | "remove"; kind: Kind; person: Person };
 
 export function Users() {
+    return may("administer") ? <People /> : <Empty title="Users and tokens are for admins." />;
+}
+
+function People() {
     const { answer, error, again } = useAnswer(readPeople, []);
     const [open, setOpen] = useState<Open>();
-    if (!may("administer")) {
-        return <Empty title="Users and tokens are for admins." />;
-    }
     if (!answer) {
         return error === undefined ? <Loading what="the users" /> : <Failure error={error} retry={again} />;
     }
@@ -92,8 +93,8 @@ function PersonTable({ kind, people, onOpen }: { kind: Kind; people: Person[]; o
                         <td><Time of={person.created} short /></td>
                         {kind === "token" && <td><Expiry of={person.expires ?? null} /></td>}
                         <td class="row-actions">
-                            <button type="button" aria-label={`Change ${person.name}`} onClick={() => onOpen({ is: "change", kind, person })}>Change</button>
-                            <button type="button" class="danger" aria-label={`Remove ${person.name}`} onClick={() => onOpen({ is: "remove", kind, person })}>Remove</button>
+                            <button type="button" aria-label={`Change the ${kind} ${person.name}`} onClick={() => onOpen({ is: "change", kind, person })}>Change</button>
+                            <button type="button" class="danger" aria-label={`Remove the ${kind} ${person.name}`} onClick={() => onOpen({ is: "remove", kind, person })}>Remove</button>
                         </td>
                     </tr>
                 ))}
