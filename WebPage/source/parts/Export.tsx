@@ -39,7 +39,7 @@ export function Export() {
                         {items.filter(({ kind }) => kind === "type").map(({ name }) => <option value={name}>{name}</option>)}
                     </select>
                 </label>
-                <label class="check">
+                <label class="form-choice">
                     <input type="checkbox" checked={forSpreadsheet} onChange={(event) => setForSpreadsheet(event.currentTarget.checked)} />
                     For a spreadsheet: semicolons and a byte order mark
                 </label>

@@ -27,7 +27,7 @@ export function Preview({ tallies, differences, report }: Checked) {
                 ))}
             </dl>
             {differences.length > 0 && (
-                <Grid label="What would change" kind="differences" columns={columns} rows={differences} keyOf={({ kind, name }) => `${kind} ${name}`} />
+                <Grid label="What would change" kind="import-changes" columns={columns} rows={differences} keyOf={({ kind, name }) => `${kind} ${name}`} />
             )}
             <Besides report={report} tense="would be" />
         </>
@@ -56,7 +56,7 @@ const most = 200;
 
 function Paths({ title, paths }: { title: string; paths: string[] }) {
     return (
-        <details class="paths">
+        <details class="besides">
             <summary>{title}: {counted(paths.length, "entry", "entries")}</summary>
             <ul>{paths.slice(0, most).map((path) => <li><EntryName name={path} /></li>)}</ul>
             <More count={paths.length} />

@@ -73,7 +73,7 @@ export function ShowToken({ name, token, onClose }: { name: string; token: strin
         <Dialog title="The token" onClose={onClose}>
             <div class="form">
                 <Notice kind="warn">It is shown this once. The service itself can't read it later.</Notice>
-                <div class="token">
+                <div class="token-line">
                     <input ref={field} class="mono" readOnly value={token} aria-label={`Token ${name}`} onFocus={() => field.current?.select()} />
                     <button type="button" class="primary" onClick={() => void copy()}>Copy</button>
                 </div>

@@ -66,7 +66,7 @@ function Chosen({ source, onOther, onDone }: ChosenProps) {
     const { stage, isMoved, again, follow } = useCheck(source, type);
     return (
         <>
-            <div class="chosen">
+            <div class="source">
                 <p><strong><Text>{source.name}</Text></strong> <span class="quiet-text">{source.isTable ? "table" : "JSON"}, {sizeText(source.blob.size)}</span></p>
                 <button type="button" onClick={onOther}>Another one</button>
             </div>
