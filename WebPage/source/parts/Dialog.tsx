@@ -30,10 +30,10 @@ export function Dialog({ title, onClose, children, wide }: DialogProps) {
     };
     return (
         <dialog ref={dialog} class={wide ? "wide" : undefined} aria-labelledby={id} onCancel={cancel}>
-            <header class="dialog-head">
+            <div class="dialog-head">
                 <h2 id={id}>{title}</h2>
                 <button type="button" class="quiet icon" aria-label="Close" onClick={onClose}>✕</button>
-            </header>
+            </div>
             {children}
         </dialog>
     );
