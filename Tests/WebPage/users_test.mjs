@@ -28,6 +28,7 @@ test("an admin adds a user, who gives himself another password and gets another 
     const anna = await visit(t, plant, { role: "anna" });
     anna.allowed.push(/status of 401/, /WebSocket/);
     await anna.getByRole("button", { name: "anna: another password" }).click();
+    assert.deepEqual(await accessibilityFindings(anna), []);
     await anna.getByLabel("Old password").fill("rye and wheat");
     await anna.getByLabel("New password", { exact: true }).fill("oats and barley");
     await anna.getByLabel("New password, once more").fill("oats and rye");
