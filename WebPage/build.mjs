@@ -18,7 +18,9 @@ const result = await build({
     entryPoints: [join(source, "main.tsx")],
     outdir: folder,
     entryNames: "page-[hash]",
+    chunkNames: "view-[hash]",
     bundle: true,
+    splitting: true,
     minify: true,
     format: "esm",
     target: "es2022",
@@ -29,10 +31,18 @@ const result = await build({
     metafile: true,
     logLevel: "warning",
 });
-const built = Object.keys(result.metafile.outputs).map((path) => basename(path));
-const of = (ending) => built.find((name) => name.endsWith(ending));
+const outputs = Object.entries(result.metafile.outputs).map(([path, output]) => ({ ...output, name: basename(path) }));
+const script = outputs.find(({ name, entryPoint }) => entryPoint?.endsWith("main.tsx") && name.endsWith(".js"));
+const style = outputs.find(({ name }) => name.endsWith(".css"));
+// What the script begins with is asked for together with it.
+const first = script.imports
+    .filter(({ kind }) => kind === "import-statement")
+    .map(({ path }) => `<link rel="modulepreload" href="/${basename(path)}">\n`);
 const html = await readFile(join(source, "index.html"), "utf8");
-await writeFile(join(folder, "index.html"), html.replace("page.css", of(".css")).replace("page.js", of(".js")));
+await writeFile(
+    join(folder, "index.html"),
+    html.replace("page.css", style.name).replace("page.js", script.name).replace("</head>", first.join("") + "</head>"),
+);
 await writeFile(join(folder, "icon.svg"), await readFile(join(source, "icon.svg")));
 const { paths } = JSON.parse(await readFile(join(source, "views.json"), "utf8"));
 await writeFile(join(folder, "paths.txt"), paths.join("\n") + "\n");

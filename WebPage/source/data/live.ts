@@ -1,13 +1,13 @@
 // What the controllers hold now, as the service's stream tells it, and whether that can still be believed.
 import { useEffect, useState } from "preact/hooks";
 import { csrf, readPlain } from "./api";
-import { fields, parse } from "./json";
+import { fields, NumberText, parse } from "./json";
 import type { Json, JsonObject } from "./json";
 import { session } from "./session";
 import { Store } from "./store";
 
-/** Older than this nothing is shown as current. The service speaks every second. */
-const oldest = 2000;
+/** Whoever hears nothing for so long has lost the link: the service speaks every second. */
+const longestSilence = 2000;
 const checkEvery = 250;
 const longestPause = 5000;
 
@@ -59,6 +59,8 @@ const readings = new Map<string, Reading>();
 const domains = new Map<string, { isGood: boolean; time: number | undefined }>();
 const watchers = new Map<string, number>();
 
+/** Older than this nothing is shown as current; more where the service is set to read less often. */
+let oldest = longestSilence;
 let socket: WebSocket | undefined;
 let pause = 250;
 let isAsked = false;
@@ -136,6 +138,7 @@ function hear(text: string): void {
     for (const [name, value] of message.get("values") as JsonObject) {
         readings.set(name, readingOf(fields<Told>(value), now));
     }
+    oldest = Math.max(longestSilence, secondsOf(message.get("poll") ?? null) * 1000 + 1000 || 0);
     pause = 250;
     isTold = true;
     link.set(link.value.isOpen ? Object.assign(link.value, { heard: now }) : { isOpen: true, heard: now, reason: "" });
@@ -157,14 +160,18 @@ function readingOf(told: Told, now: number): Reading {
 }
 
 function timeOf(age: Json, now: number): number | undefined {
-    const seconds = age === null ? Number.NaN : Number((age as { text: string }).text);
+    const seconds = secondsOf(age);
     return Number.isNaN(seconds) ? undefined : now - seconds * 1000;
+}
+
+function secondsOf(value: Json): number {
+    return value instanceof NumberText ? Number(value.text) : Number.NaN;
 }
 
 /** The clock goes on when nothing is heard. */
 function check(): void {
     // A clock that was set back tells no more than one that has gone on.
-    if (link.value.isOpen && Math.abs(Date.now() - link.value.heard) > oldest) {
+    if (link.value.isOpen && Math.abs(Date.now() - link.value.heard) > longestSilence) {
         // What was sent meanwhile would come late; a new stream begins with all values.
         socket?.close();
         lose("nothing was heard for two seconds");
