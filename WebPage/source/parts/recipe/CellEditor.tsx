@@ -27,12 +27,8 @@ export function CellEditor({ row, edit, mistake, editing }: CellEditorProps) {
     // What stands in the field at first; another turn begins the field anew.
     const [first, setFirst] = useState<{ turn: number; value: Json | undefined }>({ turn: 0, value: valueShown(edit, stored) });
     const frame = useRef<HTMLDivElement>(null);
-    const close = () => {
-        const grid = frame.current?.closest<HTMLElement>("[role=treegrid]");
-        editing.open("");
-        grid?.focus();
-    };
-    useClosing(frame, () => editing.open(""));
+    const close = () => editing.open("");
+    useClosing(frame, close);
     const set = (next: Edit | undefined) => editing.set(row, next);
     const restart = (next: Edit | undefined) => {
         set(next);
@@ -67,12 +63,13 @@ function valueShown(edit: Edit | undefined, stored: Json | undefined): Json | un
     return !edit ? stored : edit.mistake ? new RawText(edit.text) : edit.value;
 }
 
-/** A touch outside closes the field, and so does the focus when it goes elsewhere; what was typed stays. */
+/** A touch outside closes the field, and so does the focus when it goes elsewhere; otherwise the table has the focus after it. */
 function useClosing(frame: { current: HTMLDivElement | null }, close: () => void): void {
     const latest = useRef(close);
     latest.current = close;
     useEffect(() => {
         const shown = frame.current!;
+        const grid = shown.closest<HTMLElement>("[role=treegrid]");
         shown.scrollIntoView({ block: "nearest" });
         const leave = ({ target }: Event) => target instanceof Node && target.isConnected && !shown.contains(target) && latest.current();
         document.addEventListener("pointerdown", leave);
@@ -80,6 +77,9 @@ function useClosing(frame: { current: HTMLDivElement | null }, close: () => void
         return () => {
             document.removeEventListener("pointerdown", leave);
             document.removeEventListener("focusin", leave);
+            if (document.activeElement === document.body) {
+                grid?.focus({ preventScroll: true });
+            }
         };
     }, []);
 }

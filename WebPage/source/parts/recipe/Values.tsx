@@ -33,8 +33,10 @@ export function Values({ state, book }: { state: RecipeState; book: Book }) {
     const wants = useMemo(() => wantsOf(search, filter.keys, edits), [search, filter.keys, edits]);
     const shown = visible(rows, isOpen, wants);
     const reveal = (member: string) => {
-        setSearch(member);
-        open(member);
+        if (key !== member) {
+            setSearch(member);
+            open(member);
+        }
     };
     useSaveKey(() => isAllowed && void trySave(state, book, reveal));
     return (
