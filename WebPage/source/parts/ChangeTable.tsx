@@ -1,4 +1,5 @@
 // What an edit changed, and what was written to controllers: one row for each place or symbol.
+import type { ComponentChildren } from "preact";
 import { useState } from "preact/hooks";
 import { write } from "../data/json";
 import type { Json } from "../data/json";
@@ -50,7 +51,7 @@ export function PlaceTable({ places }: { places: Place[] }) {
     );
 }
 
-function Side({ title, value, nothing }: { title: string; value: Json | undefined; nothing: string }) {
+function Side({ title, value, nothing }: { title: ComponentChildren; value: Json | undefined; nothing: string }) {
     return (
         <section>
             <h3>{title}</h3>

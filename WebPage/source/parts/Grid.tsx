@@ -5,7 +5,7 @@ import { Store, useStore } from "../data/store";
 
 export interface Column<T> {
     key: string;
-    title: string;
+    title: ComponentChildren;
     /** Numbers and their title stand at the right. */
     right?: boolean;
     cell: (row: T) => ComponentChildren;

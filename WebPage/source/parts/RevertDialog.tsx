@@ -23,7 +23,6 @@ interface RevertProps {
 interface Reverted {
     id?: Json;
     outcome?: string;
-    text?: string;
     counts?: JsonObject;
     rows?: Json;
     written?: Json;
@@ -63,7 +62,7 @@ export function RevertDialog({ id, isWritten, onClose }: RevertProps) {
         );
     };
     if (outcome) {
-        return <Dialog title={`Record ${id}: taken back`} onClose={onClose} wide><OutcomeRows outcome={outcome} onClose={onClose} /></Dialog>;
+        return <Dialog title={`What came of taking back record ${id}`} onClose={onClose} wide><OutcomeRows outcome={outcome} onClose={onClose} /></Dialog>;
     }
     const told = trial.answer === undefined ? undefined : fields<Reverted>(trial.answer);
     const action = told && actionOf(told, isWritten);
@@ -136,7 +135,7 @@ function OutcomeRows({ outcome, onClose }: { outcome: Reverted; onClose: () => v
     return (
         <div class="form">
             <Notice kind={isDone ? "good" : "bad"}>
-                <p>{countsText(outcome.counts ?? new Map())}{outcome.text && `: ${outcome.text}`}</p>
+                <p>{countsText(outcome.counts ?? new Map())}</p>
                 {id && <Link to="/record" query={{ id }}>Record {id}</Link>}
             </Notice>
             <RowTable label="Written back" rows={all} />

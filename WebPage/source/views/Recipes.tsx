@@ -237,7 +237,7 @@ function columnsOf(
         { key: "changed", title: "Last change", sort: sortOf("changed"), cell: ({ item }) => item.changed && <><Time of={item.changed.time} short /> <span class="quiet-text">by <Text>{item.changed.who.replace(/^user:/, "")}</Text></span></> },
     ];
     return !openMenu ? columns : [...columns, {
-        key: "menu", title: "", cell: (row) => hasMenu(row) && (
+        key: "menu", title: <span class="hidden">Actions</span>, cell: (row) => hasMenu(row) && (
             <button
                 type="button" class="quiet icon" tabIndex={-1} aria-haspopup="menu" aria-label={`What can be done to ${row.item.name}`}
                 onClick={(event) => openMenu(row, event.currentTarget)}
