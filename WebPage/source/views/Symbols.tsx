@@ -7,6 +7,7 @@ import type { SymbolItem } from "../data/symbols";
 import { Grid } from "../parts/Grid";
 import type { Column } from "../parts/Grid";
 import { Live } from "../parts/Live";
+import { SearchField } from "../parts/SearchField";
 import { Head } from "../parts/Shell";
 import { Empty, Failure, Loading } from "../parts/State";
 import { Quality } from "../parts/symbols/Quality";
@@ -39,12 +40,11 @@ export function Symbols() {
 
 function Filters({ items, match, domain }: { items: SymbolItem[]; match: string; domain: string }) {
     const domains = useMemo(() => [...new Set(items.map((item) => item.domain))].sort(), [items]);
-    const set = (name: string) => (event: Event) =>
-        go("/symbols", { match, domain, [name]: (event.target as HTMLInputElement).value }, "replace");
+    const set = (changed: { match?: string; domain?: string }) => go("/symbols", { match, domain, ...changed }, "replace");
     return (
         <div class="filters" role="search">
-            <input type="search" placeholder="Search symbols  ( / )" aria-label="Search symbols" value={match} onInput={set("match")} />
-            <select aria-label="Domain" value={domain} onChange={set("domain")}>
+            <SearchField what="symbols" value={match} onInput={(text) => set({ match: text })} />
+            <select aria-label="Domain" value={domain} onChange={(event) => set({ domain: event.currentTarget.value })}>
                 <option value="">All domains</option>
                 {domains.map((name) => <option value={name}>{name}</option>)}
             </select>
@@ -66,7 +66,7 @@ function SymbolGrid({ rows, isFiltered, onOpen }: { rows: SymbolItem[]; isFilter
     useStore(link);
     return (
         <Grid
-            label="Symbols" kind="symbols" columns={columns} rows={rows} keyOf={({ name }) => name} onOpen={onOpen} onSight={setInSight}
+            label="Symbols" kind="symbols" columns={columns} rows={rows} keyOf={({ name }) => name} keep="symbols" onOpen={onOpen} onSight={setInSight}
             empty={
                 isFiltered ? <Empty title="No symbol fits the search." /> : (
                     <Empty title="There are no symbols yet.">

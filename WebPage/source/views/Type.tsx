@@ -7,6 +7,7 @@ import { useStore } from "../data/store";
 import { wantSymbols } from "../data/symbols";
 import { marksOf, memberOf, membersOf, movedMember, parentsOf, withMember, withoutMember, withParents } from "../data/type_entry";
 import { CopyDialog, DeleteDialog, RenameDialog } from "../parts/EntryDialogs";
+import { SearchField } from "../parts/SearchField";
 import { Head } from "../parts/Shell";
 import { Empty, Failure, Loading, Notice } from "../parts/State";
 import { counted, EntryName, Link, Text, Time } from "../parts/Text";
@@ -66,7 +67,7 @@ function TypeHead({ name, draft }: { name: string; draft: TypeDraft }) {
     const changed = useStore(types).items.find((item) => item.name === name)?.changed;
     const note = changed && (
         <>
-            Changed <Time of={changed.time} /> by <Text>{changed.who}</Text>, <Link to="/record" query={{ id: String(changed.id) }}>record {changed.id}</Link>
+            Changed <Time of={changed.time} /> by <Text>{changed.who.replace(/^user:/, "")}</Text>, <Link to="/record" query={{ id: String(changed.id) }}>record {changed.id}</Link>
         </>
     );
     return (
@@ -133,7 +134,7 @@ function Members({ name, draft, resolved }: { name: string; draft: TypeDraft; re
     return (
         <>
             <div class="filters" role="search">
-                <input type="search" placeholder="Search members  ( / )" aria-label="Search members" value={match} onInput={(event) => setMatch(event.currentTarget.value)} />
+                <SearchField what="members" value={match} onInput={setMatch} />
                 <p class="note members-count">
                     {counted(rows.length, "member")}, {rows.filter(({ from }) => from).length} inherited
                     {draft.isDirty && <span class="state warn mark"><span aria-hidden="true">✎</span> {unsavedText(draft)}</span>}

@@ -10,9 +10,15 @@ import { Actions, Form, isOfName, nameMistake, NameField, sayEdited } from "../E
 import { Failure } from "../State";
 import { Choice } from "./Choice";
 
+interface NewProps {
+    /** Where it is to stand; empty, or with :: at its end. */
+    folder: string;
+    onClose: () => void;
+}
+
 /** A type without members of its own, for the user to go on with. */
-export function NewType({ onClose }: { onClose: () => void }) {
-    const [name, setName] = useState("");
+export function NewType({ folder, onClose }: NewProps) {
+    const [name, setName] = useState(folder);
     const [parent, setParent] = useState("");
     const { items } = useStore(types);
     const making = useMaking();
@@ -36,15 +42,15 @@ export function NewType({ onClose }: { onClose: () => void }) {
                 />
                 {making.failure !== undefined && <Failure error={making.failure} />}
                 <Actions onClose={onClose}>
-                    <button type="submit" class="primary" disabled={making.isBusy || isUnknown || name === ""}>Make the type</button>
+                    <button type="submit" class="primary" disabled={making.isBusy || isUnknown || name === folder}>Make the type</button>
                 </Actions>
             </Form>
         </Dialog>
     );
 }
 
-export function NewFolder({ onClose }: { onClose: () => void }) {
-    const [name, setName] = useState("");
+export function NewFolder({ folder, onClose }: NewProps) {
+    const [name, setName] = useState(folder);
     const making = useMaking();
     const submit = () =>
         making.run(async () => {
@@ -58,7 +64,7 @@ export function NewFolder({ onClose }: { onClose: () => void }) {
                 <NameField label="Name" value={name} onInput={(text) => (setName(text), making.clear())} mistake={making.nameMistake} hint="Folders stand before it: Folder::Name" />
                 {making.failure !== undefined && <Failure error={making.failure} />}
                 <Actions onClose={onClose}>
-                    <button type="submit" class="primary" disabled={making.isBusy || name === ""}>Make the folder</button>
+                    <button type="submit" class="primary" disabled={making.isBusy || name === folder}>Make the folder</button>
                 </Actions>
             </Form>
         </Dialog>

@@ -1,7 +1,5 @@
-import { useEffect, useMemo } from "preact/hooks";
 import { readPlain } from "../../data/api";
 import { revision } from "../../data/live";
-import { readRecipes, recipes, want } from "../../data/recipes";
 import { useStore } from "../../data/store";
 import { useAnswer } from "../../data/useAnswer";
 import { PathLink } from "../PathLink";
@@ -23,28 +21,17 @@ const kinds: Record<string, string> = { "inherited type": "inherits from it", "n
 
 /** Which types are built on this one, and how many recipes it has. */
 export function Uses({ type, used: { answer, error, again } }: { type: string; used: ReturnType<typeof useUses> }) {
-    const own = useOwnCount(type);
     if (!answer) {
         return error === undefined ? null : <Failure error={error} retry={again} />;
     }
-    const { uses, recipes: all = 0 } = answer;
+    const { uses, recipes = 0 } = answer;
     return (
         <section class="uses" aria-label="Where it is used">
             <h2>Where it is used</h2>
-            <p>
-                {own === 0 ? "No recipe is of this type." : <Link to="/recipes" query={{ type }}>{counted(own, "recipe")}</Link>}
-                {all > own && <span class="quiet-text"> {counted(all - own, "recipe")} of types that inherit from it</span>}
-            </p>
+            <p>{recipes === 0 ? "No recipe is of this type." : <Link to="/recipes" query={{ type }}>{counted(recipes, "recipe")}</Link>}</p>
             {uses.length === 0 ? <p class="quiet-text">No type inherits from it or nests it.</p> : (
                 <ul>{uses.map(({ path, kind }) => <li key={kind + path}><PathLink path={path} /> <span class="quiet-text">{kinds[kind] ?? kind}</span></li>)}</ul>
             )}
         </section>
     );
-}
-
-/** How many recipes are of this very type. */
-function useOwnCount(type: string): number {
-    const { items } = useStore(recipes);
-    useEffect(() => want(readRecipes, recipes), []);
-    return useMemo(() => items.filter((item) => item.type === type).length, [items, type]);
 }
