@@ -45,11 +45,11 @@ async function takePictures(view) {
     console.log(view.name);
 }
 
-async function openView({ path, role }, options) {
-    const user = people[role];
+async function openView(view, options) {
+    const user = people[view.role];
     const [, password] = new RegExp(`^ +${user} .* (\\S+)$`, "m").exec(demo.output) ?? [];
-    const page = await open(browser, origin, { path, user, password, reducedMotion: "reduce", ...options });
-    await settled(page);
+    const page = await open(browser, origin, { path: view.path, user, password, reducedMotion: "reduce", ...options });
+    await settled(page, view);
     // Live values come a moment later.
     await page.waitForLoadState("networkidle");
     return page;

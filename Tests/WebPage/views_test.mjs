@@ -5,12 +5,13 @@ import { startPlant, visit } from "./support/test_file.mjs";
 import { settled, views } from "./support/views.mjs";
 
 const plant = await startPlant();
+await plant.activate("Products::Cola1500", "order 4711");
 const phone = { width: 390, height: 844 };
 
-for (const { name, path, role } of views) {
-    test(`${name}: axe finds nothing in light and dark, and nothing is wider than a phone`, async (t) => {
-        const page = await visit(t, plant, { path, role, reducedMotion: "reduce" });
-        await settled(page);
+for (const view of views) {
+    test(`${view.name}: axe finds nothing in light and dark, and nothing is wider than a phone`, async (t) => {
+        const page = await visit(t, plant, { path: view.path, role: view.role, reducedMotion: "reduce" });
+        await settled(page, view);
         for (const colorScheme of ["light", "dark"]) {
             await page.emulateMedia({ colorScheme });
             assert.deepEqual(await accessibilityFindings(page), [], colorScheme);

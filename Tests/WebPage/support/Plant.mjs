@@ -1,3 +1,4 @@
+import assert from "node:assert/strict";
 import { rmSync } from "node:fs";
 import { cp, mkdtemp, readFile, writeFile } from "node:fs/promises";
 import { tmpdir } from "node:os";
@@ -97,5 +98,13 @@ export class Plant {
         const text = typeof values === "string" ? values : JSON.stringify(values);
         const headers = { "If-Match": etag, "Content-Type": "application/merge-patch+json" };
         return this.ask(role, "PATCH", "/recipe", { query: { name: recipe }, body: `{"values": ${text}}`, headers });
+    }
+
+    /** As the operator, and verified. */
+    async activate(recipe, note = "") {
+        const headers = { "Idempotency-Key": crypto.randomUUID() };
+        const answer = await this.ask("operator", "POST", "/activations", { body: { recipe, note }, headers });
+        assert.equal(answer.status, 201, answer.text);
+        return answer.body;
     }
 }

@@ -1,24 +1,24 @@
-/** The page's views with something to show of the bottling line, each as the role that it is for. */
+/** The page's views, each as the role that it is for, and a text that it shows of the line where all is well. */
 export const views = [
-    { name: "sign-in", path: "/" },
-    { name: "operator", path: "/operator?folder=Products", role: "operator" },
-    { name: "operator-plan", path: "/operator?folder=Products&plan=Products::Spring500", role: "operator" },
-    { name: "recipes", path: "/recipes", role: "engineer" },
-    { name: "recipe", path: "/recipe?name=Filling::Lemonade330", role: "engineer" },
-    { name: "plan", path: "/plan?name=Products::Spring500", role: "engineer" },
-    { name: "active", path: "/active", role: "engineer" },
-    { name: "symbols", path: "/symbols", role: "engineer" },
-    { name: "types", path: "/types", role: "engineer" },
-    { name: "type", path: "/type?name=Filling::Carbonated", role: "engineer" },
-    { name: "import", path: "/import", role: "engineer" },
-    { name: "history", path: "/history", role: "engineer" },
-    { name: "record", path: "/record?id=1", role: "engineer" },
-    { name: "check", path: "/check", role: "engineer" },
-    { name: "users", path: "/users", role: "admin" },
+    { name: "sign-in", path: "/", shows: "Password" },
+    { name: "operator", path: "/operator?folder=Products", role: "operator", shows: "Spring500" },
+    { name: "operator-plan", path: "/operator?folder=Products&plan=Products::Spring500", role: "operator", shows: /Write \d+ values/ },
+    { name: "recipes", path: "/recipes", role: "engineer", shows: "Lemonade330" },
+    { name: "recipe", path: "/recipe?name=Filling::Lemonade330", role: "engineer", shows: "FillVolume" },
+    { name: "plan", path: "/plan?name=Products::Spring500", role: "engineer", shows: /Write \d+ values/ },
+    { name: "active", path: "/active", role: "engineer", shows: "Cola1500" },
+    { name: "symbols", path: "/symbols", role: "engineer", shows: "Filler.FillVolume" },
+    { name: "types", path: "/types", role: "engineer", shows: "Carbonated" },
+    { name: "type", path: "/type?name=Filling::Carbonated", role: "engineer", shows: "SnifterTime" },
+    { name: "import", path: "/import", role: "engineer", shows: /drop/i },
+    { name: "history", path: "/history", role: "engineer", shows: "order 4711" },
+    { name: "record", path: "/record?id=1", role: "engineer", shows: /import/ },
+    { name: "check", path: "/check", role: "engineer", shows: /\d+ faults?,/ },
+    { name: "users", path: "/users", role: "admin", shows: "engineer" },
 ];
 
-/** Waits until the view that is opened shows what it has read. */
-export async function settled(page) {
-    const isBusy = "[aria-busy=true], .loading";
-    await page.waitForFunction((busy) => document.querySelector("h1") && !document.querySelector(busy), isBusy);
+/** Waits until the page shows what the view has read. */
+export async function settled(page, { shows }) {
+    await page.locator("main").getByText(shows).first().waitFor();
+    await page.waitForFunction(() => !document.querySelector("[aria-busy=true], .loading"));
 }
