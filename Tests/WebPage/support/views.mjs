@@ -1,11 +1,13 @@
+const product = "Products::Spring500";
+
 /** The page's views, each as the role that it is for, and a text that it shows of the line where all is well. */
 export const views = [
     { name: "sign-in", path: "/", shows: "Password" },
     { name: "operator", path: "/operator?folder=Products", role: "operator", shows: "Spring500" },
-    { name: "operator-plan", path: "/operator?folder=Products&plan=Products::Spring500", role: "operator", shows: /Write \d+ values/ },
+    { name: "operator-plan", path: `/operator?plan=${product}`, role: "operator", shows: /Write \d+ values/ },
     { name: "recipes", path: "/recipes", role: "engineer", shows: "Lemonade330" },
     { name: "recipe", path: "/recipe?name=Filling::Lemonade330", role: "engineer", shows: "FillVolume" },
-    { name: "plan", path: "/plan?name=Products::Spring500", role: "engineer", shows: /Write \d+ values/ },
+    { name: "plan", path: `/plan?name=${product}`, role: "engineer", shows: /Write \d+ values/ },
     { name: "active", path: "/active", role: "engineer", shows: "Cola1500" },
     { name: "symbols", path: "/symbols", role: "engineer", shows: "Filler.FillVolume" },
     { name: "types", path: "/types", role: "engineer", shows: "Carbonated" },
