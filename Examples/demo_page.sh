@@ -11,7 +11,10 @@ ravik=$(realpath "$1")
 device=$(realpath "$2")
 first_port=${3:-8420}
 examples=$(dirname "$(realpath "${BASH_SOURCE[0]}")")
-project=$(mktemp -d "${TMPDIR:-/tmp}/ravik-demo.XXXXXX")
+folder=$(mktemp -d "${TMPDIR:-/tmp}/ravik-demo.XXXXXX")
+# The page calls a project by the name of its folder.
+project=$folder/bottling-line
+mkdir "$project"
 service=
 
 # shellcheck source=demo_functions.sh
@@ -31,7 +34,7 @@ end_in_order()
     trap '' INT TERM
     end_processes
     trap - EXIT
-    rm -rf "$project"
+    rm -rf "$folder"
     printf '\nThe service has ended, and its folder is removed.\n'
     exit 0
 }
