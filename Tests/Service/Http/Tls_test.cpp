@@ -148,12 +148,5 @@ TEST_F(TlsTest, reads_both_files_again_or_neither)
     EXPECT_THROW(HttpServer(settings(), server.handler, server.log), std::runtime_error);
 }
 
-TEST_F(TlsTest, has_no_certificate_without_tls)
-{
-    TestServer server;
-    EXPECT_EQ(server.server.certificate_days(), std::nullopt);
-    EXPECT_NE(server.server.reload_tls(), "");
-}
-
 } // namespace
 } // namespace Ravik::Test

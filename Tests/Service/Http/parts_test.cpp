@@ -1,7 +1,5 @@
 #include "TestServer.h"
 
-#include "Http/Seats.h"
-#include "Http/header_check.h"
 #include "Http/target.h"
 
 #include <gmock/gmock.h>
@@ -13,8 +11,6 @@ namespace
 {
 
 using namespace Service;
-using testing::ElementsAre;
-using testing::Pair;
 
 TEST(Target, is_decoded_once)
 {
@@ -49,45 +45,6 @@ TEST(Target, is_decoded_once)
         EXPECT_EQ(std::get<Target>(decoded).query, each.query);
         EXPECT_EQ(std::get<Target>(decoded).authority, each.authority);
     }
-}
-
-TEST(HeaderScan, finds_the_end_wherever_the_bytes_are_cut)
-{
-    std::string const header = "GET / HTTP/1.1\r\nHost: a\r\n\r\n";
-    std::string const bytes = header + "\n\rbody";
-    for (std::size_t cut = 0; cut < bytes.size(); ++cut)
-    {
-        SCOPED_TRACE(cut);
-        HeaderScan scan;
-        auto const first = scan.scan(std::string_view(bytes).substr(0, cut));
-        EXPECT_EQ(first, cut < header.size() ? HeaderScan::State::more : HeaderScan::State::complete);
-        EXPECT_EQ(first == HeaderScan::State::more ? scan.scan(bytes) : first, HeaderScan::State::complete);
-        EXPECT_EQ(scan.length(), header.size());
-    }
-}
-
-TEST(Seats, are_free_again_with_the_end_of_what_took_them)
-{
-    Seats seats({.all = 3, .address = 1, .user = 1});
-    {
-        auto first = seats.take("a");
-        EXPECT_FALSE(seats.take("a"));
-        EXPECT_TRUE(first.give_to("anna"));
-        EXPECT_TRUE(first.give_to("anna"));
-        auto second = seats.take("a");
-        EXPECT_FALSE(second.give_to("anna"));
-        EXPECT_FALSE(seats.take("a"));
-        EXPECT_TRUE(second.give_to("bert"));
-        EXPECT_TRUE(first.give_to("carl"));
-        EXPECT_TRUE(second.give_to("anna"));
-        auto third = std::move(second);
-        auto const of_a_proxy = seats.take("");
-        EXPECT_TRUE(of_a_proxy);
-        EXPECT_EQ(seats.taken(), 3);
-        EXPECT_FALSE(seats.take("b"));
-    }
-    EXPECT_EQ(seats.taken(), 0);
-    EXPECT_TRUE(seats.take("a").give_to("anna"));
 }
 
 TEST(Log, writes_a_line_for_people_or_for_programs)
