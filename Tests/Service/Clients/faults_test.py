@@ -1,5 +1,6 @@
 #!/usr/bin/python3
-"""What a service meets in a plant: a full disk, its end in the middle of work, certificates, and careless settings."""
+"""What a service meets in a plant: a full disk, rubbish, its end in the middle of work, certificates, and careless
+settings."""
 
 import asyncio
 import concurrent.futures
@@ -19,6 +20,7 @@ import websockets
 from running_service import PATIENCE, PROGRAM, Project, Service
 
 DEVICE = os.environ["MODBUS_DEVICE"]
+SANITIZED = os.environ["SANITIZED"] == "1"
 
 
 def certificate_of(service):
@@ -115,6 +117,30 @@ class FullDisk(unittest.TestCase):
                          {"Bread", "Pizza", "Seven"} | names)
         for target in ("/recipe?name=R0", "/symbol?name=Mixer.Speed", "/history", "/check", "/metrics", "/active"):
             self.assertEqual(service.ask("GET", target)[0], 200, target)
+
+
+class Memory(unittest.TestCase):
+    """What a service needs at the most, whatever rubbish it is to import."""
+
+    # Of brackets and commas. A sanitizer takes memory and time of its own, so that only the answers count there.
+    VALUES = 199_000 if SANITIZED else 3_999_000
+
+    def test_rubbish_is_refused_within_a_bound(self):
+        too_many = b"[" + b"[]," * ((64 << 20) // 3 - 20)
+        bodies = {"lists": (too_many + b"[]]", 413), "an open list": (too_many, 413),
+                  "as many lists as there may be": (b"[" + b"[]," * (self.VALUES // 2 - 1) + b"[]]", 422),
+                  "as many numbers": (b'{"recipeList":{"a":[' + b"1," * (self.VALUES - 1) + b"1]}}", 422),
+                  # Each is to be told with its place.
+                  "mistakes": ({"recipeList": {f"k{number}": 7 for number in range(20_000)}}, 422)}
+        with Project() as project, Service(project, project.add_token("client")) as service:
+            for name, (body, expected) in bodies.items():
+                with self.subTest(name):
+                    status, _, answer = service.ask("POST", "/imports", body)
+                    self.assertEqual(status, expected, str(answer)[:300])
+                    with open(f"/proc/{service.process.pid}/status", encoding="ascii") as text:
+                        peak = int(re.search(r"VmHWM:\s*(\d+) kB", text.read()).group(1))
+                    self.assertLessEqual(0 if SANITIZED else peak, 512 << 10)
+                    self.assertEqual(service.ask("GET", "/healthz")[0], 200)
 
 
 class End(unittest.TestCase):
