@@ -50,15 +50,6 @@ class Clients(OnService):
                          "--output", "/dev/null", target, target)
         self.assertEqual(told.splitlines(), ["200 1.1 1", "200 1.1 0"])
 
-    def test_curl_takes_the_head_of_an_answer(self):
-        target = self.service.api + "/recipe?name=Bread"
-        head, whole = (self.curl(*words, target).splitlines() for words in (["--head"], ["--include"]))
-
-        def lines(answer):
-            return [line for line in answer[:answer.index("")] if not line.startswith(("Date:", "X-Request-Id:"))]
-        self.assertEqual(lines(head), lines(whole))
-        self.assertEqual(head[-1], "")
-
     def test_curl_sends_large_bodies_in_its_ways(self):
         # Above a megabyte curl asks first whether it may.
         for name, way in {"Asked": [], "Chunked": ["--header", "Transfer-Encoding: chunked"],
@@ -70,16 +61,6 @@ class Clients(OnService):
                 self.assertEqual(self.service.ask("GET", "/recipe?name=" + name)[2], recipe)
 
     # urllib -----------------------------------------------------------------------------------------------------------
-
-    def test_urllib_brings_numbers_through_as_they_are(self):
-        body = b'{"recipeTypeName":"Dough","values":{"Speed":3.0,"Temperature":0.1,"Duration":3}}'
-        status, header, _ = self.service.ask("PUT", "/recipe?name=Numbers", body, If_None_Match="*")
-        self.assertEqual(status, 201)
-        request = urllib.request.Request(self.service.api + "/recipe?name=Numbers")
-        request.add_header("Authorization", "Bearer " + self.service.token)
-        with urllib.request.urlopen(request, context=self.service.tls, timeout=PATIENCE) as answer:
-            self.assertEqual(answer.headers["ETag"], header["ETag"])
-            self.assertEqual(answer.read(), body)
 
     def test_urllib_signs_in_with_a_cookie(self):
         cookies = http.cookiejar.CookieJar()
@@ -127,30 +108,6 @@ class Clients(OnService):
             self.assertEqual(stream.close_code, 1000)
 
         asyncio.run(listen())
-
-    def test_websockets_are_refused(self):
-        token = {"Authorization": "Bearer " + self.service.token}
-        cases = [({"extra_headers": {}}, 401), ({"extra_headers": token, "origin": "https://elsewhere.example"}, 403)]
-
-        async def connect(options):
-            async with self.stream(**options):
-                pass
-
-        for options, status in cases:
-            with self.subTest(options), self.assertRaises(websockets.InvalidStatusCode) as refused:
-                asyncio.run(connect(options))
-            self.assertEqual(refused.exception.status_code, status)
-
-    def test_websockets_learn_why_they_are_closed(self):
-        async def send(text):
-            async with self.stream() as stream:
-                await stream.send(text)
-                await asyncio.wait_for(stream.wait_closed(), PATIENCE)
-                return stream.close_code, stream.close_reason
-
-        code, reason = asyncio.run(send("{"))
-        self.assertEqual(code, 1008)
-        self.assertIn("JSON", reason)
 
     def run_example(self, token):
         with open(self.project.path("token"), "w", encoding="ascii") as file:
