@@ -30,9 +30,7 @@ Ended Shell::run(std::string const& line) const
 {
     auto const streams = m_streams.path().string();
     // The line stands in a file of its own, so that it needs no quoting here.
-    auto const* const serves = std::getenv("RAVIK_TEST_THROUGH_SERVICE");
-    auto const folders = std::string(serves == nullptr ? "" : RAVIK_SERVING_FOLDER ":") + RAVIK_PROGRAM_FOLDER;
-    m_streams.write("line", "PATH=" + folders + ":$PATH\ncd " + folder().string() + "\n" + line + "\n");
+    m_streams.write("line", "PATH=" RAVIK_PROGRAM_FOLDER ":$PATH\ncd " + folder().string() + "\n" + line + "\n");
     auto const command = "sh " + streams + "/line >" + streams + "/out 2>" + streams + "/err </dev/null";
     auto const ended = std::system(command.c_str());
     return {WIFEXITED(ended) ? WEXITSTATUS(ended) : -1, content_of(streams + "/out"), content_of(streams + "/err")};

@@ -27,8 +27,7 @@ struct Line
     int status = err.empty() ? 0 : 1;
 };
 
-/// A temporary folder in which lines of shell run; they find the program under test as `ravik`. Where the environment
-/// names RAVIK_TEST_THROUGH_SERVICE, that is a program that serves the project of a command as long as this runs.
+/// A temporary folder in which lines of shell run; they find the program under test as `ravik`.
 class Shell
 {
 public:

@@ -17,9 +17,9 @@ namespace
 /// A line of shell that has the project in the working directory served while `commands` run.
 std::string served(std::string const& commands)
 {
-    // The service ends when nobody holds its standard input any more.
-    return "mkfifo in out; " RAVIK_PROGRAM_FOLDER "/served_project . <in >out & exec 9>in; read -r ready <out; " +
-           commands + "\nstatus=$?; exec 9>&-; wait; rm in out; exit $status";
+    // Its first message tells that it listens.
+    return "mkfifo log; ravik serve --listen 127.0.0.1:0 2>log & service=$!; exec 9<log; read -r ready <&9; " +
+           commands + "\nstatus=$?; kill $service; wait $service; rm log; exit $status";
 }
 
 /// What differs from run to run.
@@ -35,21 +35,30 @@ std::string const& day_of_work()
     static std::string const commands = R"(
 ravik import recipes.json
 ravik list
+ravik import recipes.json --dry-run --json
+ravik activate --dry-run Bread
 ravik activate Bread --note first
+ravik activate Bred
 ravik --json activate Bread | tr -d ' '
-ravik active
+ravik active Bread Nothing --json
 ravik symbol set Mixer.Speed 99
+ravik symbol set Mixer.Speed 301
 ravik diff Bread
+ravik diff Bread Pizza --json
 ravik save Bread --as New::Rye
 ravik set recipeList::New::Rye::values::Speed 1000
 ravik set recipeList::New::Rye::values::Speed 7
 ravik get recipeList::New::Rye
 ravik copy recipeList::Bread recipeList::Copy
+ravik rename --dry-run recipeTypeList::Dough recipeTypeList::Paste --json
 ravik rename recipeTypeList::Dough recipeTypeList::Paste
+ravik delete recipeTypeList::Paste::members::Speed
 ravik update --all
+ravik get --domain Mixer values
 ravik read Bread
 ravik recipes Paste
 ravik delete recipeList::Copy
+ravik history --since 2000-01-01 --recipe Bread
 ravik history
 ravik history show 2
 ravik revert 9
@@ -114,7 +123,7 @@ TEST(Commands, that_need_the_store_to_themselves_name_who_has_it)
              Case{"ravik store check", 0, "The store is whole: 5 rows, 1 record"},
              Case{"ravik store restore b.db", 3, pid},
              Case{"ravik store repair", 3, pid},
-             Case{RAVIK_PROGRAM_FOLDER "/served_project .", 1, pid},
+             Case{"ravik serve --listen 127.0.0.1:0", 3, pid},
              Case{"ravik init", 1, "exists already"},
              Case{"ravik help get", 0, "ravik get"},
              Case{"ravik init other && ravik --project other symbols", 0, "Mixer.Speed"},
