@@ -2,6 +2,8 @@
 
 #include "Project/Project.h"
 
+#include <gmock/gmock.h>
+
 #include <functional>
 #include <string>
 #include <vector>
@@ -9,10 +11,12 @@
 namespace Ravik::Test
 {
 
-/// A project whose operations do what a test says, or nothing.
+/// A project whose operations do what a test says, or nothing. Names and paths are texts.
 class ScriptedProject : public Project
 {
 public:
+    using Text = std::string const&;
+
     std::vector<std::string> told_at_opening;
     std::function<ActivationReport(std::string const& recipe, ActivationOptions const& options)> on_activate;
     std::function<FunctionOutcome(RavikSrv::Session request, Origin const& origin)> on_call;
@@ -32,25 +36,21 @@ public:
     {
         return on_call(request, origin);
     }
-    std::vector<std::string> functions(std::string const& /*domain*/) const override { return {}; }
+    MOCK_METHOD(std::vector<std::string>, functions, (Text), (const, override));
     std::vector<std::string> domains() const override { return {"Line"}; }
 
     ActivationReport activate(std::string const& recipe, ActivationOptions const& options) override
     {
         return on_activate(recipe, options);
     }
-    ActivationReport plan(std::string const& /*recipe*/) override { return {}; }
-    ActivationReport compare(std::string const& /*recipe*/, std::string const& /*other*/) override { return {}; }
-    ActivationReport expected(std::string const& /*recipe*/) override { return {}; }
-    ActivationReport revert_activation(RavikSrv::Value const& /*body*/, WriteBackOptions const& /*options*/) override
-    {
-        return {};
-    }
-
-    NamesOutcome recipe_names() const override { return {}; }
-    NamesOutcome recipes_of(std::string const& /*type*/) override { return {}; }
-    MembersOutcome members(std::string const& /*type*/) const override { return {}; }
-    ReadReport read(std::string const& /*recipe*/) override { return {}; }
+    MOCK_METHOD(ActivationReport, plan, (Text), (override));
+    MOCK_METHOD(ActivationReport, compare, (Text, Text), (override));
+    MOCK_METHOD(ActivationReport, expected, (Text), (override));
+    MOCK_METHOD(ActivationReport, revert_activation, (RavikSrv::Value const&, WriteBackOptions const&), (override));
+    MOCK_METHOD(NamesOutcome, recipe_names, (), (const, override));
+    MOCK_METHOD(NamesOutcome, recipes_of, (Text), (override));
+    MOCK_METHOD(MembersOutcome, members, (Text), (const, override));
+    MOCK_METHOD(ReadReport, read, (Text), (override));
     SaveReport save(std::string const& /*recipe*/, SaveOptions const& /*options*/) override { return saved; }
     UpdateReport update(std::vector<std::string> const& recipes, UpdateOptions const& options) override
     {
@@ -72,51 +72,23 @@ public:
     {
         return on_set(value, options);
     }
-    EditReport copy(std::string const& /*domain*/, std::string const& /*path*/, std::string const& /*new_path*/,
-                    SetOptions const& /*options*/) override
-    {
-        return {};
-    }
-    EditReport remove(std::string const& /*domain*/, std::string const& /*path*/,
-                      MoveOptions const& /*options*/) override
-    {
-        return {};
-    }
-    EditReport rename(std::string const& /*domain*/, std::string const& /*path*/, std::string const& /*new_path*/,
-                      MoveOptions const& /*options*/) override
-    {
-        return {};
-    }
-    EditReport import(std::string const& /*domain*/, RavikSrv::Value const& /*data*/,
-                      ImportOptions const& /*options*/) override
-    {
-        return {};
-    }
-    ConfigurationOutcome export_table(std::string const& /*domain*/, std::string const& /*type*/,
-                                      TableText::Form const& /*form*/) const override
-    {
-        return {};
-    }
-    EditReport import_table(std::string const& /*domain*/, std::string const& /*type*/, std::string_view /*text*/,
-                            ImportOptions const& /*options*/) override
-    {
-        return {};
-    }
+    MOCK_METHOD(EditReport, copy, (Text, Text, Text, SetOptions const&), (override));
+    MOCK_METHOD(EditReport, remove, (Text, Text, MoveOptions const&), (override));
+    MOCK_METHOD(EditReport, rename, (Text, Text, Text, MoveOptions const&), (override));
+    MOCK_METHOD(EditReport, import, (Text, RavikSrv::Value const&, ImportOptions const&), (override));
+    MOCK_METHOD(ConfigurationOutcome, export_table, (Text, Text, TableText::Form const&), (const, override));
+    MOCK_METHOD(EditReport, import_table, (Text, Text, std::string_view, ImportOptions const&), (override));
     HistoryOutcome history(HistoryFilter const& /*filter*/) const override { return remembered; }
     HistoryOutcome history_record(std::int64_t /*id*/) const override { return remembered; }
     HistoryOutcome history_requests(std::string const& /*since*/) const override { return remembered; }
-    EditReport revert(std::int64_t /*id*/, RevertOptions const& /*options*/) override { return {}; }
+    MOCK_METHOD(EditReport, revert, (std::int64_t, RevertOptions const&), (override));
     std::vector<Finding> check(std::string const& /*domain*/) const override { return findings; }
 
-    ConfigurationOutcome backup(std::filesystem::path const& /*file*/, bool /*replace*/) override { return {}; }
-    std::vector<SymbolInfo> symbols() const override { return {}; }
-    ExecutedGroup read_symbols(std::vector<std::string> const& /*names*/) override { return {}; }
+    MOCK_METHOD(ConfigurationOutcome, backup, (std::filesystem::path const&, bool), (override));
+    MOCK_METHOD(std::vector<SymbolInfo>, symbols, (), (const, override));
+    MOCK_METHOD(ExecutedGroup, read_symbols, (std::vector<std::string> const&), (override));
     using Project::write_symbol;
-    ExecutedGroup write_symbol(std::string const& /*name*/, RavikSrv::Value const& /*value*/,
-                               Origin const& /*origin*/) override
-    {
-        return {};
-    }
+    MOCK_METHOD(ExecutedGroup, write_symbol, (Text, RavikSrv::Value const&, Origin const&), (override));
 
 private:
     std::uint64_t m_requests = 0;

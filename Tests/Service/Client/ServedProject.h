@@ -65,7 +65,7 @@ public:
         return m_warned;
     }
 
-    ScriptedProject project;
+    testing::NiceMock<ScriptedProject> project;
 
 private:
     TemporaryFolder m_folder;

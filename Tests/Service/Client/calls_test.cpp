@@ -183,22 +183,6 @@ private:
     std::atomic<bool> m_was_stopped = false;
 };
 
-TEST(Activation, ends_early_where_its_caller_wants_it)
-{
-    ServedProject served;
-    LongActivation activation(served);
-    served.start();
-    auto const remote = served.connect();
-    std::atomic<bool> stop = false;
-    auto report = std::async(std::launch::async, [&] { return remote->activate("R", {.stop = &stop}); });
-    activation.wait_for_begin();
-    // Meanwhile others are served, also over the same link.
-    EXPECT_EQ(remote->domains(), served.connect()->domains());
-    stop = true;
-    EXPECT_EQ(report.get().text, "stopped");
-    EXPECT_EQ(remote->domains().size(), 1U);
-}
-
 TEST(Activation, goes_on_where_its_caller_vanishes)
 {
     for (auto const kills_link : {false, true})
@@ -313,20 +297,6 @@ TEST(FailedCalls, on_either_side_are_told_and_leave_the_service_as_it_is)
     auto const unsendable = remote->set("D", "p", deep);
     EXPECT_EQ(unsendable.error, ErrorValue::INVALID_PARAMETER);
     EXPECT_EQ(remote->domains().size(), 1U);
-}
-
-TEST(ProjectFile, that_has_changed_is_warned_of)
-{
-    ServedProject served;
-    served.start();
-    EXPECT_TRUE(served.connect()->warnings().empty());
-    // The same content anew says the same.
-    std::ofstream(served.folder() / "ravik.json") << "{}";
-    EXPECT_TRUE(served.connect()->warnings().empty());
-    std::ofstream(served.folder() / "ravik.json") << "{ }";
-    auto const warnings = served.connect()->warnings();
-    ASSERT_EQ(warnings.size(), 1U);
-    EXPECT_NE(warnings[0].find("restart the service"), std::string::npos);
 }
 
 } // namespace
