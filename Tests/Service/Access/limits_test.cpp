@@ -19,34 +19,6 @@ namespace
 using namespace Service;
 using std::chrono::seconds;
 
-TEST(Roles, have_names_and_each_has_the_rights_of_those_before_it)
-{
-    struct Case
-    {
-        Role role;
-        std::string name;
-        /// Read, activate, edit, administer.
-        std::array<bool, 4> may;
-    };
-    for (auto const& each : {
-             Case{Role::Viewer, "viewer", {true, false, false, false}},
-             Case{Role::Operator, "operator", {true, true, false, false}},
-             Case{Role::Engineer, "engineer", {true, true, true, false}},
-             Case{Role::Admin, "admin", {true, true, true, true}},
-         })
-    {
-        SCOPED_TRACE(each.name);
-        EXPECT_EQ(name_of(each.role), each.name);
-        EXPECT_EQ(role_of(each.name), each.role);
-        for (auto const right : {Right::Read, Right::Activate, Right::Edit, Right::Administer})
-        {
-            EXPECT_EQ(may(each.role, right), each.may.at(static_cast<std::size_t>(right)));
-        }
-    }
-    EXPECT_EQ(role_of("Admin"), std::nullopt);
-    EXPECT_EQ(role_of(""), std::nullopt);
-}
-
 TEST(Attempts, wait_longer_after_each_wrong_one_and_forget)
 {
     struct Case
