@@ -51,6 +51,10 @@ public:
                               follow_rename(reference);
                           }
                       });
+        if (!m_removed.empty())
+        {
+            empty_what_comes_to_name_removed_recipes();
+        }
         return m_tree;
     }
 
@@ -123,6 +127,17 @@ private:
         }
         std::erase_if(m_references, [this](Reference const& reference)
                       { return reference.kind == Reference::Kind::NestedRecipe && is_gone(reference.member); });
+    }
+
+    /// A member that went may have stood before another of its name, for which its values stand now.
+    void empty_what_comes_to_name_removed_recipes()
+    {
+        auto const names_removed = [this](Reference const& reference)
+        { return reference.kind == Reference::Kind::NestedRecipe && m_removed.contains(reference.target); };
+        for (auto const& reference : read_references(m_tree, names_removed))
+        {
+            rewrite(reference.holder, Value(""));
+        }
     }
 
     /// A holder that is gone itself is not found in the tree any more, and nothing happens.
