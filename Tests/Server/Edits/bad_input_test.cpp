@@ -23,29 +23,21 @@ INVALID_PATH path  = 1
 TYPE_MISMATCH T::A T = {}
 INVALID_PATH Tx Tx = {}
 INVALID_PATH R::x:: R::x:: = {}
-INVALID_PATH x: R::x: = {}
 INVALID_PATH R::a[0] R::a[0] = {}
 ENTRY_NOT_FOUND R::R1::values::m::x R::R1::values::m::x = 1
 ENTRY_NOT_FOUND recipeTypeNames[7] T::B::recipeTypeNames[7] = "A"
 TYPE_MISMATCH R::R1 R::R1 = {}
-TYPE_MISMATCH T::A T::A = {}
 TYPE_MISMATCH R::F::R4 R::F = {}
 TYPE_MISMATCH R::F R::F = {"recipeTypeName":"A","values":{}}
 TYPE_MISMATCH R::F::R4 R::F = {"R4":{}}
-TYPE_MISMATCH R::F R::F::values = {}
 TYPE_MISMATCH R::X R::X = 5
-TYPE_MISMATCH R::X::Y R::X = {"Y":5}
 INVALID_PATH R::X R::X = {"":{}}
 INVALID_PATH R::X R::X = {"a::b":{}}
-INVALID_PATH R::X R::X = {"a[1]":{}}
 INVALID_PATH T::A::members T::A::members = {"":{"symbol":"m"}}
 INVALID_PATH R::R1::values R::R1::values = {"a:":1}
 BLACKLISTED R::members R::members = {"R":{"recipeTypeName":"A","values":{}}}
 TYPE_MISMATCH T::X T::X = {"members":5}
 TYPE_MISMATCH T::X T::X = {"members":{"m":{"symbol":5}}}
-TYPE_MISMATCH T::X T::X = {"members":{"m":{"enabled":"yes"}}}
-TYPE_MISMATCH T::X T::X = {"members":{"m":{"recipeType":1}}}
-TYPE_MISMATCH T::X T::X = {"members":{"m":{"schema":7}}}
 UNEXPECTED_FIELD T::X T::X = {"members":{"m":{"sybmol":"m"}}}
 TYPE_MISMATCH T::X T::X = {"members":{},"recipeTypeNames":"A"}
 ENUM_VALUE_MISMATCH T::X T::X = {"members":{},"options":{"enabled":true}}
@@ -59,22 +51,17 @@ INVALID_PARAMETER T::X T::X = {"members":{"m":{"recipeType":"a"}},"recipeTypeNam
 INVALID_PARAMETER T::X T::X = {"members":{"m":{"recipeType":"A"}},"recipeTypeNames":["B"]}
 SYMBOL_NOT_MAPPED T::A::members::m::symbol T::A::members::m::symbol = "nothing"
 TYPE_MISMATCH T::A T::A::members::m::defaultValue = true
-TYPE_MISMATCH T::A T::A::recipeTypeNames = {}
 UNEXPECTED_FIELD T::A T::A::extra = 1
 INVALID_PARAMETER T::B T::B::members::k::recipeType = "A"
-TYPE_MISMATCH T::New T::New::members::m = 5
 REQUIRED_FIELD R::X R::X = {"recipeTypeName":"A"}
-REQUIRED_FIELD R::X R::X = {"values":{}}
 TYPE_MISMATCH R::X R::X = {"recipeTypeName":5,"values":{}}
 UNEXPECTED_FIELD R::X R::X = {"recipeTypeName":"A","values":{},"isActive":true}
 TYPE_MISSING R::X R::X = {"recipeTypeName":"Nobody","values":{}}
 TYPE_MISMATCH R::X R::X = {"recipeTypeName":"A","values":{"m":1.5}}
-TYPE_MISSING R::R1 R::R1::recipeTypeName = "nobody"
 REQUIRED_FIELD R::New R::New::values::m = 1
 INVALID_PATH path  >
 ENTRY_NOT_FOUND R::nobody R::nobody >
 REQUIRED_FIELD T::A T::A::members >
-REQUIRED_FIELD R::R1 R::R1::values >
 ID_IN_USE R::R2 R::R1 > R::R2
 INVALID_PATH R::F::G R::F > R::F::G
 INVALID_PATH T::R1 R::R1 > T::R1
@@ -90,7 +77,6 @@ INVALID_PATH R::R2::values::m R::R1::values::m > R::R2::values::m
 TYPE_MISMATCH T import []
 REQUIRED_FIELD T import {}
 UNEXPECTED_FIELD other import {"other":{}}
-TYPE_MISMATCH R::X import {"recipeList":{"X":5}}
 TYPE_MISMATCH R::F import {"recipeList":{"F":{"recipeTypeName":"A","values":{}}}}
 RECURSION R::N + X(Y) { } Y(X) { } | N:X { }
 INVALID_PARAMETER T::X + X(Y) { n>y } Y { } |)";

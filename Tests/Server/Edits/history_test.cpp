@@ -79,24 +79,6 @@ TEST(History, takes_back_every_kind_of_edit_and_that_too)
     }
 }
 
-TEST(History, takes_back_an_import_of_a_thousand_recipes)
-{
-    EditedProject edited("A { m n } | F::R1:A { m=1 n=2 } F::R2:A { m=3 } R500:A { m=4 }");
-    auto const before = edited.get("");
-    std::string text = "A { m n o } |";
-    for (int number = 0; number < 1000; ++number)
-    {
-        auto const name = (number % 2 == 0 ? "F::R" : "R") + std::to_string(number);
-        text += ' ' + name + ":A { m=" + std::to_string(number) + " n=7 o=8 }";
-    }
-    ASSERT_TRUE(import(edited, text, false).succeeded());
-    auto const id = newest(*edited.project);
-    EXPECT_EQ(records(*edited.project, {.recipe = "F::R998"}).size(), 1U);
-    auto const report = edited.project->revert(id, {});
-    EXPECT_TRUE(report.succeeded()) << report.path << ": " << report.text;
-    EXPECT_EQ(edited.get(""), before);
-}
-
 TEST(History, refuses_to_take_back_what_was_edited_over_and_names_the_places)
 {
     struct Case
