@@ -95,7 +95,7 @@ TEST(Configuration, a_restart_finds_the_tree_as_it_was)
                                           "{}",
                                           R"({"A":{"values":{}},"B":{}})",
                                           "7",
-                                          R"({"x":2.5})"};
+                                          R"({"x":[5e-324,-0.0,0.1,3.0,3,9223372036854775807,"\"\u0001ü\n",null]})"};
     std::string expected = "{}";
     for (int round = 0; round < 60; ++round)
     {
