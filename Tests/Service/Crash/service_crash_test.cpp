@@ -5,8 +5,8 @@
 // After each kill the store must be whole, and the service that is started next is asked: what a client was told to be
 // done must stand there, in the configuration and once in the history; of what nobody answered there is all or nothing.
 // An activation that is asked for once more, under the key of its first time, must not be made again, be it that the
-// first one was answered, was only begun, or had ended before the answer left. Exit status 0 where all that always
-// held.
+// first one was answered, was only begun, or had ended before the answer left; and nothing may have been written of
+// which the history does not know. Exit status 0 where all that always held.
 
 #include "EditedProject.h"
 #include "HttpClient.h"
@@ -217,6 +217,7 @@ public:
             {
                 return;
             }
+            m_held = value_of(m_last);
         }
     }
 
@@ -239,6 +240,7 @@ public:
                std::to_string(notes.size()) + " activations are remembered instead of " + std::to_string(count));
         m_answered.clear();
         m_is_waiting = false;
+        m_held = held(client);
     }
 
     std::string told() const
@@ -258,6 +260,13 @@ private:
 
     static bool is_async(int number) { return number % 3 == 0; }
     static std::string key_of(int number) { return "activation-" + std::to_string(number); }
+    /// What stands for k then: see the recipes.
+    static std::int64_t value_of(int number) { return number % 2 == 0 ? 1 : 5; }
+    static std::int64_t held(Client& client)
+    {
+        auto const symbol = client.get("/symbol?name=k");
+        return symbol["value"].get_int64();
+    }
     static std::int64_t id_in(Answer const& answer)
     {
         auto const body = Json::parse(answer.body);
@@ -316,15 +325,18 @@ private:
         auto const newest = client.get("/history?limit=1&who=token:" + std::string(name));
         Value const& items = newest["items"];
         auto const is_stored = items.size() != 0 && items[0]["note"].get_text() == key_of(number);
+        auto const found = held(client);
         auto const again = activate(client, number);
         if (!is_stored)
         {
+            expect(found == m_held, "something was written that is not remembered");
             expect(again.status == (is_async(number) ? 202 : 201), key_of(number) + ": " + again.body);
             expect(has_ended(client, id_in(again)), "the service has ended");
             ++m_kills.before;
             return;
         }
         auto const is_done = items[0]["outcome"].get_text() == Outcome::done;
+        expect(!is_done || found == value_of(number), key_of(number) + " is done and not written");
         expect(again.status == (is_done ? 201 : 502) && id_in(again) == items[0]["id"].get_int64(),
                key_of(number) + " was made again: " + again.body);
         ++(is_done ? m_kills.after : m_kills.within);
@@ -332,6 +344,7 @@ private:
 
     int m_last = 0;
     bool m_is_waiting = false;
+    std::int64_t m_held = 0;
     /// Since the last check.
     std::map<int, Known> m_answered;
     std::int64_t m_last_record = 0;
