@@ -89,7 +89,6 @@ TEST(Schema, tells_what_fails_and_where)
         {"{'enum': ['a'], '$ref': '#/t', 't': {'type': 'string'}}", "1", "TYPE_MISMATCH 1 is not of type string"},
         {"{'enum': [1, 'a', {}, [], null, true, 7]}", "2",
          "ENUM_VALUE_MISMATCH 2 is none of: 1, 'a', an empty object, an empty list, null, true, …"},
-        {"{'const': {'a': 1}}", "{'a': 2}", "ENUM_VALUE_MISMATCH an object is not the only allowed value: an object"},
         {"{'properties': {'a': {'items': {'properties': {'b': {'type': 'number'}}}}}}", "{'a': [{}, {'b': 'x'}]}",
          "TYPE_MISMATCH a[1]::b: 'x' is not of type number"},
         {"{'dependencies': {'a': ['b']}}", "{'a': 1}", "REQUIRED_FIELD the field 'b' is missing, which 'a' needs"},
@@ -97,7 +96,6 @@ TEST(Schema, tells_what_fails_and_where)
          "{'a': 1, 'xb': 2, 'b': 3}", "UNEXPECTED_FIELD there is no field 'b' here"},
         {"{'propertyNames': {'maxLength': 2}}", "{'abc': 1}",
          "UNEXPECTED_FIELD the field name 'abc' is not allowed: 3 characters where at most 2 may be"},
-        {"{'minItems': 2}", "[1]", "ARRAY_RANGE_MISMATCH 1 item where at least 2 must be"},
         {"{'items': [{}], 'additionalItems': false}", "[1, 2]", "ARRAY_RANGE_MISMATCH 2 items where at most 1 may be"},
         {"{'maxProperties': 0}", "{'a': 1, 'b': 2}", "ARRAY_RANGE_MISMATCH 2 entries where at most 0 may be"},
         {"{'minLength': 4.0}", "'äöü'", "STRING_LENGTH_MISMATCH 3 characters where at least 4 must be"},
@@ -105,7 +103,6 @@ TEST(Schema, tells_what_fails_and_where)
         {"{'uniqueItems': true}", "[1, {'a': [1]}, 2, {'a': [1.0]}]", "UNIQUE the items [1] and [3] are equal"},
         {"{'contains': {'type': 'string'}}", "[1]", "NO_MATCHES no item is of the kind that must be among them"},
         {"{'not': {'type': 'number'}}", "1", "EXCLUDED 1 is excluded"},
-        {"{'items': [false]}", "[1]", "EXCLUDED [0]: no value is allowed here"},
         {"{'anyOf': [{'minimum': 9}, {'type': 'object'}]}", "5",
          "NO_MATCHES 5 fits none of the alternatives (5 is less than the minimum of 9; 5 is not of type object)"},
         {"{'oneOf': [{'properties': {'a': {'anyOf': [false]}}}, false, false, false]}", "{'a': 1}",
@@ -126,17 +123,14 @@ TEST(Schema, tells_what_fails_and_where)
 TEST(Schema, reads_numbers_exactly)
 {
     expect_answers({
-        {"{'type': 'integer'}", "1e300", "SUCCESS"},
         {"{'maximum': 9007199254740992.0}", "9007199254740993", "RANGE_MISMATCH"},
         {"{'exclusiveMaximum': 9007199254740993}", "9007199254740992.0", "SUCCESS"},
         {"{'maximum': 9223372036854775807}", "9223372036854775808.0", "RANGE_MISMATCH"},
-        {"{'minimum': -9223372036854775808}", "-9223372036854775808.0", "SUCCESS"},
         {"{'const': 9007199254740993}", "9007199254740992.0", "ENUM_VALUE_MISMATCH"},
         {"{'enum': [-0.0, 3]}", "0", "SUCCESS"},
         {"{'multipleOf': 0.01}", "4.35", "SUCCESS"},
         {"{'multipleOf': 0.01}", "4.3501", "RANGE_MISMATCH"},
         {"{'multipleOf': 3}", "9223372036854775807", "RANGE_MISMATCH"},
-        {"{'multipleOf': 2.5}", "-5", "SUCCESS"},
     });
     auto const bounded = json("{'type': 'number', 'maximum': 1}");
     auto const infinity = std::numeric_limits<double>::infinity();
@@ -257,19 +251,13 @@ TEST(Schema, reads_patterns_as_json_schemas_write_them)
 TEST(SchemaRobustness, refuses_broken_schemas)
 {
     for (auto const& [schema, answer] : std::vector<std::pair<char const*, std::string>>{
-             {"'x'", "#: a schema is an object, true or false"},
              {"{'minimum': 'a'}", "#/minimum: a number is expected"},
              {"{'multipleOf': 0}", "#/multipleOf: a number above 0 is expected"},
-             {"{'maxLength': -1}", "#/maxLength: an integer not below 0 is expected"},
              {"{'type': ['string', 1]}", "#/type: 1 is no type"},
-             {"{'enum': 1}", "#/enum: a list is expected"},
-             {"{'required': 'a'}", "#/required: a list of names is expected"},
-             {"{'properties': []}", "#/properties: an object is expected"},
              {"{'properties': {'a': {'items': [true, {'uniqueItems': 1}]}}}",
               "#/properties/a/items/1/uniqueItems: true or false is expected"},
              {"{'dependencies': {'a': 1}}", "#/dependencies/a: a schema is an object, true or false"},
              {"{'anyOf': []}", "#/anyOf: a list of at least one schema is expected"},
-             {"{'$ref': 1}", "#/$ref: a text is expected"},
              {"{'pattern': 'a('}", "#/pattern: the pattern 'a(' cannot be used: missing ): a("},
              {"{'pattern': 'a\\\\'}", "#/pattern: the pattern 'a\\' cannot be used: a backslash stands at its end"},
              {"{'pattern': '\\\\Z'}", "#/pattern: the pattern '\\Z' cannot be used: \\Z is no known escape"},
@@ -290,7 +278,6 @@ TEST(SchemaRobustness, refuses_endless_references)
         {"{'$ref': '#'}", "1", "RECURSION"},
         {"{'a': {'$ref': '#/b'}, 'b': {'$ref': '#/a'}, 'allOf': [{'$ref': '#/a'}]}", "1", "RECURSION"},
         {"{'items': {'if': true, 'then': {'$ref': '#/items'}}}", "1", "RECURSION"},
-        {"{'dependencies': {'a': {'$ref': '#'}}}", "1", "RECURSION"},
         {"{'$id': 'http://a', 'anyOf': [{'$ref': 'http://a#'}]}", "1", "RECURSION"},
         {"{'items': {'$ref': '#/items'}}", "1", "RECURSION the schema refers to itself without end at #/items"},
     });
