@@ -32,15 +32,11 @@ TEST(AccessCommands, look_after_users)
     shell.expect_both({
         {"ravik user add carl", {}, {"--role is missing", "viewer, operator, engineer, admin"}, 2},
         {"ravik user add carl --role boss", {}, {"not 'boss'"}, 2},
-        {"ravik user add --role viewer", {}, {"ravik user add NAME"}, 2},
-        {"ravik user list --role viewer", {}, {"takes no option --role"}, 2},
         {"ravik user add anna --role viewer </dev/null", {}, {"already", "'ravik user password'"}},
         {"ravik user add a:b --role viewer </dev/null", {}, {"no ':'"}},
         {"echo short | ravik user add carl --role viewer", {}, {"at least 8 characters"}},
-        {"ravik user add carl --role viewer </dev/null", {}, {"at least 8 characters"}},
         {"head -c 5000 /dev/zero | tr '\\0' x | ravik user add carl --role viewer", {}, {"at most 1024 bytes"}},
         {"ravik user password carl </dev/null", {}, {"no user 'carl'", "ravik user list"}},
-        {"ravik user remove carl", {}, {"no user 'carl'"}},
         {"ravik user remove anna", {}, {"the last admin stays"}},
     });
     shell.expect_all({
@@ -71,7 +67,6 @@ TEST(AccessCommands, look_after_tokens)
         {"ravik token list", {"1 token."}},
     });
     shell.expect_both({
-        {"ravik token add x", {}, {"--role is missing"}, 2},
         {"ravik token add x --role viewer --expires soon", {}, {"days above 0, not 'soon'"}, 2},
         {"ravik token add x --role viewer --expires 40000", {}, {"1 to 36500 days"}},
         {"ravik token add planning --role viewer", {}, {"already"}},
@@ -147,7 +142,6 @@ TEST(AccessCommands, refuse_what_others_can_touch)
         {"chmod o+w . && ravik user list", {}, {"can be written by everybody", "--trust"}, 3},
         {"ravik --trust user list && chmod o-w .", {"0 users."}},
         {"chmod g+r ravik.users; ravik token list", {}, {"ravik.users: others can read or write it", "chmod 600"}},
-        {"ravik token add x --role viewer", {}, {"others can read or write it"}},
         {"chmod g-r ravik.users; sed -i '$d' ravik.users; ravik token list", {}, {"ravik.users:", "mend it"}},
         {"echo 'correct horse' | ravik user add anna --role admin", {}, {"ravik.users:", "mend it"}},
     });

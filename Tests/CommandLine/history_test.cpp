@@ -42,22 +42,12 @@ TEST(HistoryCommands, list_show_and_take_back)
     shell.expect_both({
         {"ravik history show 4", {}, {"the history has no record 4; 'ravik history' lists"}},
         {"ravik revert 99", {}, {"the history has no record 99"}},
-        {"ravik revert", {}, {"ravik revert ID"}, 2},
-        {"ravik revert 1 2", {}, {"'2' is one too many"}, 2},
         {"ravik revert first", {}, {"'first' is no number of a record"}, 2},
         {"ravik revert -- -1", {}, {"'-1' is no number of a record"}, 2},
-        {"ravik revert 0", {}, {"'0' is no number of a record"}, 2},
         {"ravik history show 99999999999999999999", {}, {"is no number of a record"}, 2},
-        {"ravik history show", {}, {"ravik history show ID"}, 2},
         {"ravik history shwo 3", {}, {"'shwo' is one too many"}, 2},
-        {"ravik history 3", {}, {"'3' is one too many"}, 2},
         {"ravik history --limit 0", {}, {"--limit takes a number of records above 0, not '0'"}, 2},
-        {"ravik history --limit many", {}, {"not 'many'"}, 2},
-        {"ravik history --since yesterday", {}, {"--since takes a date (2026-11-21)", "not 'yesterday'"}, 2},
         {"ravik history --since 2026-02-30", {}, {"not '2026-02-30'"}, 2},
-        {"ravik history --note x", {}, {"'history' takes no option --note"}, 2},
-        {"ravik set a 1 --note", {}, {"option --note needs a value: --note TEXT"}, 2},
-        {"ravik set a 1 --note ''", {}, {"--note needs a value that is not empty"}, 2},
     });
 }
 

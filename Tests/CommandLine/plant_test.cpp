@@ -51,16 +51,6 @@ TEST_F(Plant, tells_what_stands_in_the_controllers)
     });
 }
 
-TEST_F(Plant, one_recipe_that_cannot_be_read_does_not_hide_the_others)
-{
-    shell.expect_all({
-        {"ravik activate Products::Cola1500 >out && "
-         "sed -i 's/\"writeProtected\": \\[\"WeightCal/\"unreachable\": true, &/' ravik.json && ravik active",
-         {"Filling::Cola1500\n", "Capping::Pco28\n"},
-         {"Packing::Shrink6: READ_FROM_TARGET_PARTLY_FAILED: Server: ", "UNREACHABLE"}},
-    });
-}
-
 TEST_F(Plant, answers_a_name_that_is_not_found_with_the_nearest_ones)
 {
     shell.expect_all({
