@@ -178,19 +178,6 @@ TEST(Value, is_empty_in_every_type_that_it_is_set_to)
     }
 }
 
-TEST(Value, keeps_the_bytes_of_texts_and_binary_data)
-{
-    std::string_view const bytes("a\0b", 3);
-    Value value{bytes};
-    EXPECT_EQ(value.get_text(), bytes);
-    EXPECT_STREQ(value.get_text().data() + 2, "b");
-    value.set_binary(bytes);
-    EXPECT_EQ(value.get_binary(), bytes);
-    EXPECT_TRUE(value.get_text().empty());
-    value.set_binary(value.get_binary().substr(1));
-    EXPECT_EQ(value.get_binary().size(), 2U);
-}
-
 TEST(Value, nested_a_million_levels_deep_is_destroyed)
 {
     auto deep = nested(1, 500'000, [](Value const& inner) { return Value() << map({{"inner", inner}}) << "beside"; });
@@ -286,19 +273,6 @@ TEST(ValueComparison, takes_time_in_proportion_to_the_content)
     auto const right = deep();
     EXPECT_EQ(left, right);
     EXPECT_FALSE(left < right); // would not end if each level compared twice
-}
-
-TEST(ValueVector, holds_its_elements_in_order)
-{
-    Value list = Value() << 2 << "last";
-    EXPECT_EQ(*list.insert(list.begin_vector(), true), true);
-    EXPECT_EQ(*list.insert(list.begin_vector() + 2, "three"), "three");
-    EXPECT_EQ(*list.insert(list.end_vector(), 5), 5);
-    auto const& reading = list;
-    std::vector<Value> const expected{true, 2, "three", "last", 5};
-    EXPECT_EQ(std::vector<Value>(reading.begin_vector(), reading.end_vector()), expected);
-    EXPECT_TRUE(reading[2] == "three" && *list.find(2) == "three" && *reading.get_vector().get(2) == "three");
-    EXPECT_TRUE(list.erase(0) && !list.erase(4) && list[0] == 2);
 }
 
 TEST(ValueVector, answers_what_is_not_there)

@@ -2,9 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <string>
-
 namespace Ravik::Test
 {
 namespace
@@ -23,21 +20,6 @@ TEST(Command, an_extension_result_and_its_cause_never_disagree)
     EXPECT_EQ(command.extension_result(), 3U);
     command.set_extension_result(0);
     EXPECT_EQ(command.result(), ErrorValue::SUCCESS);
-}
-
-TEST(CommandGroup, holds_copies_in_the_order_of_insertion)
-{
-    CommandGroup group;
-    EXPECT_STREQ(group.insert(group.end_vector(), Command("a"))->name(), "a");
-    EXPECT_STREQ(group.insert(group.end_vector(), Command("b"))->name(), "b");
-    group.insert(group.begin_vector(), *(group.begin_vector() + 1));
-    group.begin_vector()->write_value() = 1;
-    auto copy = group;
-    copy.begin_vector()->write_value() = 2;
-    EXPECT_EQ(group.begin_vector()->write_value(), 1);
-    std::string names;
-    std::for_each(group.begin_vector(), group.end_vector(), [&](Command const& command) { names += command.name(); });
-    EXPECT_EQ(names, "bab");
 }
 
 } // namespace
