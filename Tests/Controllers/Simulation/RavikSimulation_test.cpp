@@ -37,15 +37,6 @@ public:
     Press(char const* key, Value const& setting) : Press(configuration_with(key, setting)) {}
 };
 
-TEST(Simulation, throws_nothing)
-{
-    RecordingHost host;
-    host.throwing_call = 1;
-    LoadedExtension const extension(SIMULATION_LIBRARY, host, "Line");
-    EXPECT_EQ(extension.started().result(), ErrorValue::UNEXPECTED);
-    EXPECT_STREQ(extension.started().text(), "init: unexpected failure: host out of order");
-}
-
 TEST(Simulation, takes_a_value_where_nothing_is_lost)
 {
     Press press;
