@@ -255,17 +255,12 @@ TEST(Events, end_with_the_session_or_token_that_they_were_opened_with)
     };
     auto const sent = [&](std::string const& method, std::string const& target, std::string const& body = "")
     { return [=, &admin](std::string const& /*identity*/) { return admin.send(method, target, body).status; }; };
-    plant.user("role", "viewer");
-    plant.user("word", "viewer");
     plant.user("gone", "viewer");
     for (auto const& each :
          std::vector<Case>{
              {"signed out", anna,
               [&](std::string const& identity)
               { return ApiClient(plant.address(), identity).send("DELETE", "/session").status; }},
-             {"another role", plant.sign_in("role"), sent("PUT", "/users?name=role", R"({"role":"operator"})")},
-             {"another password", plant.sign_in("word"),
-              sent("PUT", "/users?name=word", R"({"password":"battery staple"})")},
              {"removed", plant.sign_in("gone"), sent("DELETE", "/users?name=gone")},
              {"the token's role", plant.identity("operator"),
               sent("PUT", "/tokens?name=operator", R"({"role":"viewer"})")},
