@@ -32,6 +32,8 @@ constexpr auto cases = std::to_array<Case>({
      "T::A::members::m > T::A::members::k", "A { n k:m } B { m } | R1:A { n=2 k=1 } R3:B { m=1 } G::R2:A { k=3 }"},
     {"a recipe", "N { m } A { k>N } | R1:N { m=1 } R10:N { } R2:A { k=R1 } R3:A { k=R10 }", "R::R1 > R::F::X",
      "N { m } A { k>N } | R10:N { } R2:A { k=F::X } R3:A { k=R10 } F::X:N { m=1 }"},
+    {"a recipe that is named by its full path", "N { m } A { k>N } | R1:N { m=1 } R2:A { k=recipeList::R1 }",
+     "R::R1 > R::F::X", "N { m } A { k>N } | R2:A { k=recipeList::F::X } F::X:N { m=1 }"},
     {"a folder of recipes", "N { m } A { k>N } | F::R1:N { m=1 } R2:A { k=F::R1 }", "R::F > R::G",
      "N { m } A { k>N } | R2:A { k=G::R1 } G::R1:N { m=1 }"},
     {"a deleted type", "A { m } B(W,A) { n } N { k>A o } W { } | R1:A { m=1 } R2:B { n=1 m=2 } F::R3:A { }", "T::A >",
@@ -46,11 +48,13 @@ constexpr auto cases = std::to_array<Case>({
      "N { m } A { k>N } | R2:A { k= }"},
     {"a deleted member", "A { m n } | R1:A { m=1 n=2 }", "T::A::members::m >", "A { n } | R1:A { m=1 n=2 }"},
     {"a deleted value", "A { m } | R1:A { m=1 }", "R::R1::values::m >", "A { m } | R1:A { }"},
-    {"a member of a type that inherits it", "B { m } T(B) { n } | R1:T { m=5 n=7 }",
-     "T::B::members::m > T::B::members::n", "ID_IN_USE", true},
+    {"a member of a type that inherits it", "B { m } T(B) { n } | R1:T { m=5 }", "T::B::members::m > T::B::members::n",
+     "ID_IN_USE", true},
     {"a value that nothing stands for", "A { m } | R1:A { m=1 z=2 }", "T::A::members::m > T::A::members::z",
      "ID_IN_USE", true},
-    {"a member called like the type", "A { m } T(A) { B:k } | R1:T { B=1 }", "T::A > T::B", "ID_IN_USE", true},
+    {"a type that a value is called after", "A { m } T(A) { } | R1:A { m=1 } R2:T { A=R1 }", "T::A > T::F::A",
+     "INVALID_PATH", true},
+    {"a member called like the type", "A { m } T(A) { B:k } | R1:T { }", "T::A > T::B", "ID_IN_USE", true},
 });
 
 void expect_made(EditedProject& edited, std::vector<std::string> const& edits)
@@ -145,6 +149,19 @@ TEST(Edits, set_makes_what_is_missing_and_tells_the_extension)
     EXPECT_TRUE(edited.project->set("Line", "other", Value(1)).succeeded());
     EXPECT_EQ(name(edited.project->set("Line", "variables::k", Value(1)).error), "INVALID_PATH") << "ravik.json has it";
     EXPECT_EQ(name(edited.project->rename("Line", "other", "variables", {}).error), "INVALID_PATH");
+}
+
+/// Of the edits that a service offers, its own tests tell so.
+TEST(Edits, under_a_condition_that_does_not_hold_change_nothing)
+{
+    EditedProject const edited("A { m } | R1:A { m=1 }");
+    auto& project = *edited.project;
+    auto const state = edited.state();
+    Condition const other{.kind = Condition::Kind::Tag, .tags = {"another"}};
+    EXPECT_TRUE(project.copy(edited.domain, "recipeList::R1", "recipeList::R2", {.condition = other}).condition_failed);
+    auto const before = project.revisions().configuration - 1;
+    EXPECT_TRUE(project.import_table(edited.domain, "A", "recipe;m\nR1;8\n", {.revision = before}).condition_failed);
+    EXPECT_EQ(edited.state(), state);
 }
 
 TEST(Edits, import_merges_or_replaces)

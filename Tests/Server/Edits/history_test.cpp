@@ -162,6 +162,9 @@ TEST(History, tells_who_asked_for_what)
                                         {{.who = "ann"}, 0},
                                         {{.since = all[0].time}, newest},
                                         {{.since = "2000"}, 3},
+                                        {{.before = all[0].id}, 2},
+                                        {{.actions = {"edit", "import"}}, 3},
+                                        {{.actions = {"activation"}}, 0},
                                         {{.since = "3000"}, 0},
                                         {{.limit = 2}, 2}})
     {
