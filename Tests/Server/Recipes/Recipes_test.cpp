@@ -218,57 +218,6 @@ TEST(Recipes, have_the_members_of_their_type_and_of_those_that_it_inherits)
     EXPECT_EQ(plant.project->members("V").error, ErrorValue::ENTRY_NOT_FOUND);
 }
 
-TEST(Plans, bind_an_activation_to_what_was_agreed_to)
-{
-    Plant const plant;
-    auto& project = *plant.project;
-    auto const hash = project.plan("R").hash;
-    EXPECT_EQ(project.expected("R").hash, hash);
-    ASSERT_TRUE(plant.edit("R::R::values::k = 3").succeeded());
-    auto const refused = project.activate("R", {.plan = hash});
-    EXPECT_TRUE(refused.plan_changed && !refused.succeeded() && !refused.id);
-    EXPECT_EQ(told(refused), "STORAGE_CONSTRAINT ; k not tried ->3 ; l not tried ->2 ");
-
-    Value request;
-    request.insert("key", Value(17));
-    std::int64_t begun = 0;
-    auto const report = project.activate("R", {.who = "user:anna",
-                                               .plan = project.plan("R").hash,
-                                               .request = request,
-                                               .begun = [&](std::int64_t id)
-                                               {
-                                                   EXPECT_EQ(project.history_record(id).records.at(0).outcome, "begun");
-                                                   begun = id;
-                                               }});
-    EXPECT_TRUE(report.succeeded()) << report.text;
-    EXPECT_EQ(report.id, begun);
-    ASSERT_TRUE(project.activate("S", {}).succeeded());
-    static_cast<void>(project.write_symbol("k", Value(6), {.who = "user:anna", .asked = {}, .note = "by hand"}));
-    auto const asked = project.history_requests("2000").records;
-    ASSERT_EQ(asked.size(), 1U);
-    EXPECT_EQ(asked[0].body["request"], request);
-    EXPECT_EQ(asked[0].outcome, "done");
-    EXPECT_TRUE(project.history_requests("3000").records.empty());
-    struct Case
-    {
-        HistoryFilter filter;
-        char const* found;
-    };
-    for (auto const& [filter, found] : {Case{{.who = "user:anna"}, "symbol activation "},
-                                        {{.actions = {"activation"}}, "activation activation "},
-                                        {{.who = "user:anna", .before = begun + 1}, "activation "},
-                                        {{.before = begun, .actions = {"activation"}}, ""}})
-    {
-        std::string actions;
-        for (auto const& record : project.history(filter).records)
-        {
-            actions += record.action + ' ';
-        }
-        EXPECT_EQ(actions, found);
-    }
-    EXPECT_EQ(project.history({.limit = 1}).records.at(0).note, "by hand");
-}
-
 TEST(Revisions, tell_what_has_changed)
 {
     Plant plant;
