@@ -175,24 +175,6 @@ TEST(Activation, is_remembered_before_the_first_value_leaves_and_writes_what_was
     EXPECT_NE(unremembered.text.find("the disk is full"), std::string::npos);
 }
 
-TEST(Activation, tells_how_far_it_is_and_ends_where_it_is_interrupted)
-{
-    Line line(entry_of_k, R"("k":{"DOMAIN":"Line","USEMAPPING":false)");
-    std::string told_of;
-    auto const progress = [&](std::size_t done, std::size_t total)
-    { told_of += std::to_string(done) + '/' + std::to_string(total) + ' '; };
-    EXPECT_TRUE(line.project->activate("S", {.progress = progress}).succeeded());
-    EXPECT_EQ(told_of, "1/2 2/2 ");
-    line.hold("k", 5);
-    line.hold("l", 5);
-    std::atomic<bool> stop = false;
-    line.log.during = [&] { stop = true; };
-    auto const stopped = line.project->activate("R", {.stop = &stop});
-    EXPECT_EQ(told(stopped), "INTERRUPTED; l not tried 5>2>-; k not tried 5>1>-");
-    EXPECT_EQ(told(line.project->activate("R", {.stop = &stop})), "INTERRUPTED; l not tried ->2>-");
-    EXPECT_EQ(line.held("k"), "5");
-}
-
 TEST(Revert, writes_back_what_stands_as_it_was_written)
 {
     struct Case
