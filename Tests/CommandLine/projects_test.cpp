@@ -63,6 +63,17 @@ TEST_F(SampleProject, reads_and_writes_symbols)
     });
 }
 
+TEST_F(SampleProject, may_have_variables_of_the_servers_own)
+{
+    shell.expect_all({
+        {R"(sed -i 's/"symbols": {/&"Own": {"DOMAIN": "RavikSrv"},/' ravik.json; ravik symbol set Own 7)", {"Own = 7"}},
+        {"ravik check", {"Nothing is wrong"}},
+        {R"(sed -i 's/"DOMAIN": "RavikSrv"/&, "SCHEMA": {"type": "string"}/' ravik.json; ravik check)",
+         {"Own: the server's own variable: 7 is not of type string"},
+         {"1 thing is wrong"}},
+    });
+}
+
 TEST_F(SampleProject, keeps_its_configuration_through_export_and_import)
 {
     shell.expect_both({
