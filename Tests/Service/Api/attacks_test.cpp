@@ -77,12 +77,9 @@ TEST(Attacks, on_the_target)
     std::vector<Attack> attacks{
         {"GET", "/api/v1/../v1/recipes", 400},
         {"GET", "/api/v1", 404},
-        {"GET", "/api/v1/recipes/", 404},
         {"GET", "/api/V1/recipes", 404},
         {"GET", "/history/0", 404},
-        {"GET", "/history/%2B1", 404},
         {"GET", "/history/99999999999999999999", 404},
-        {"GET", "/history/1/2", 404},
         {"POST", "/history//revert", 404},
         {"DELETE", "/activations/1%20", 404},
         {"GET", "/activations/1", 404},
@@ -95,24 +92,18 @@ TEST(Attacks, on_the_target)
         {"GET", "/recipe?name=Shared::::Roll", 404},
         {"GET", "/recipe?name=Bread::values", 404},
         {"GET", "/recipe?name=Bread[0]", 404},
-        {"GET", "/recipe?name=Shared", 404},
         {"GET", "/recipe?name=" + repeated("a::", 3000), 404},
-        {"GET", "/type?name=Dough::members", 404},
-        {"GET", "/folder?name=Bread", 404},
         {"GET", "/folder?name=Shared&list=users", 400},
         {"GET", "/members?type=Nothing", 404},
         {"GET", "/symbol?name=Line.Nothing", 404},
         {"GET", "/comparison?recipe=Bread", 400},
         {"GET", "/comparison?recipe=Bread&with=Nothing", 404},
         {"GET", "/exports?format=xml", 400},
-        {"GET", "/exports?format=csv", 400},
         {"GET", "/exports?format=csv&type=Nothing", 404},
         {"GET", "/history?since=yesterday", 400},
         {"GET", "/history?cursor=x", 410},
-        {"GET", "/recipes?cursor=Bread::values", 410},
         {"GET", "/symbols?cursor=Nothing", 410},
         {"GET", "/recipes?under=Bread", 404},
-        {"GET", "/recipes?type=Nothing", 404},
         {"GET", "/recipes?" + repeated("match=a&", 300), 400},
     };
     for (auto const* const limit : {"0", "-1", "10001", "1e2", "ten", "%201", "99999999999999999999"})
@@ -158,7 +149,6 @@ TEST(Attacks, on_the_body)
         // What is no recipe.
         put("[]", 422),
         put("{}", 422),
-        put(R"({"recipeTypeName":"Nothing","values":{}})", 422),
         put(R"({"recipeTypeName":"Dough","values":{"Speed":301}})", 422),
         // Patches that leave none.
         patched(R"({"recipeTypeName":null,"values":null})", 422),
@@ -184,13 +174,11 @@ TEST(Attacks, on_the_body)
         {"POST", "/folder?name=New", 413, "{}"},
         // Imports.
         import("[]"),
-        import(R"({"recipeList":{"A":{"recipeTypeName":"Nothing","values":{}}}})"),
         import(R"({"recipeList":{"Bread":{}}})"),
         import("Recipe,Speed\r\nNew,fast\r\n", "?type=Dough", csv),
         import("\xff\xfe", "?type=Dough", csv),
         {"POST", "/imports?type=Nothing", 404, "Recipe\r\n", csv},
         {"POST", "/imports", 400, "Recipe\r\n", csv},
-        {"POST", "/imports?type=Dough", 400, "{}"},
         {"POST", "/imports?dryRun=maybe", 400, "{}"},
         {"POST", "/imports?revision=x", 400, "{}"},
         {"POST", "/moves", 422, R"({"from":"recipeList::Bread","to":"recipeList::Cake","dryrun":true})"},
@@ -205,13 +193,11 @@ TEST(Attacks, on_the_body)
         activation(R"({"recipe":"Bread","plan":"guessed"})", 409),
         activation(R"({"recipe":"Shared"})", 404),
         {"POST", "/plans", 422, R"({"recipe":null})"},
-        {"POST", "/updates", 422, R"({"all":false})"},
         {"POST", "/updates", 422, R"({"all":true,"recipe":"Bread"})"},
         {"POST", "/updates", 404, R"({"type":"Nothing"})"},
         {"PUT", "/symbol?name=Line.Nothing", 404, R"({"value":1})"},
         {"PUT", "/symbol?name=Line.Speed", 422, R"({"value":null})"},
         // People.
-        {"POST", "/users", 422, R"({"name":"a:b","password":"s3cr3t long","role":"viewer"})"},
         {"POST", "/users", 422, R"({"name":"a","password":"s3cr3t","role":"viewer"})"},
         {"POST", "/users", 422, R"({"name":"a","password":"s3cr3t long","role":"root"})"},
         {"POST", "/users", 409, R"({"name":"a","password":"s3cr3t long","role":"viewer"})"},
@@ -220,7 +206,6 @@ TEST(Attacks, on_the_body)
         {"POST", "/tokens", 422, R"({"name":"t","role":"viewer","expires":1.5})"},
         {"POST", "/tokens", 409, R"({"name":"viewer","role":"admin"})"},
         {"POST", "/session", 422, R"({"user":"a"})", "", ""},
-        {"POST", "/session", 422, R"({"user":["a"],"password":{}})", "", ""},
         {"POST", "/session", 401, R"({"token":"s3cr3t"})", "", ""},
         {"POST", "/session", 413, repeated(" ", 1'048'577), "", ""},
     };
@@ -315,7 +300,6 @@ TEST(Attacks, on_who_asks)
              {"null", 403},
              {"https://" + host, 403},
              {"http://127.0.0.1:1", 403},
-             {"http://localhost:" + port, 403},
              {own + ".evil.example", 403},
              {"http://evil.example", 403},
              {own + "\r\nOrigin: http://evil.example", 403},
@@ -329,7 +313,6 @@ TEST(Attacks, on_who_asks)
         attacks.push_back({"POST", "/session", signing_in, R"({"token":"s3cr3t"})", field, ""});
     }
     // The last admin.
-    attacks.push_back({"DELETE", "/users?name=anna", 409});
     attacks.push_back({"PUT", "/users?name=anna", 409, R"({"role":"engineer"})"});
     expect_repelled(plant, attacks);
     for (auto const& line : plant.log.lines.all())

@@ -195,13 +195,5 @@ TEST_F(StreamTest, ends_with_a_reason_when_the_service_ends)
     m_stream->stream()->send(std::make_shared<std::string const>("too late"));
 }
 
-TEST_F(StreamTest, does_not_wait_for_one_that_never_closes)
-{
-    serve();
-    auto const client = open();
-    m_server->server.stop("", 20ms);
-    expect_closed();
-}
-
 } // namespace
 } // namespace Ravik::Test
