@@ -146,19 +146,6 @@ TEST(Value, may_be_part_of_what_it_is_put_into)
     EXPECT_EQ(text, "bc");
 }
 
-TEST(Value, is_null_once_moved_from)
-{
-    for (Value const& from : {Value(1), Value("text"), sample()})
-    {
-        Value moved = from;
-        Value const taken = std::move(moved);
-        EXPECT_EQ(taken, from);
-        EXPECT_FALSE(moved.isset()); // NOLINT: the contract says what is left
-        moved = taken;
-        EXPECT_EQ(moved, taken);
-    }
-}
-
 TEST(Value, is_empty_in_every_type_that_it_is_set_to)
 {
     for (unsigned number = 0; number <= 300; ++number)

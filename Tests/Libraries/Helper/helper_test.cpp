@@ -45,26 +45,6 @@ TEST(Paths, name_and_rest_of_a_symbol)
     EXPECT_EQ(path_separator(), "::");
 }
 
-TEST(Paths, node_goes_one_step_down)
-{
-    auto const root = tree();
-    auto const* const list = node(&root, "a");
-    EXPECT_EQ(*node(list, "0"), 1);
-    for (auto const* const name : {"", "3", "-1", "x", " 0", "0 ", "18446744073709551616"})
-    {
-        EXPECT_EQ(node(list, name), nullptr) << name;
-    }
-    EXPECT_EQ(node(static_cast<Value const*>(nullptr), "a"), nullptr);
-    EXPECT_EQ(node(static_cast<Value*>(nullptr), "a", true), nullptr);
-    auto changed = root;
-    EXPECT_EQ(node(&changed, "new"), nullptr);
-    EXPECT_EQ(node(&changed["a"], "3", true), nullptr);
-    *node(&changed, "new", true) = 1;
-    *node(node(&changed, "s"), "x", true) = 2;
-    EXPECT_TRUE(changed["new"] == 1 && changed["s"]["x"] == 2);
-    EXPECT_EQ(root, tree());
-}
-
 void expect_walk(std::string const& path, std::string const& name, Value const& expected = {})
 {
     SCOPED_TRACE(path);
@@ -172,21 +152,6 @@ TEST(Algorithm, replace_changes_the_first_occurrence_only)
     EXPECT_EQ(replaced("ab", "B", "z"), "not found in ab");
 }
 
-TEST(Algorithm, finds_and_compares_texts_byte_by_byte)
-{
-    EXPECT_TRUE(contains("aab", "ab") && contains("abc", "", 3) && !contains("abc", "", 4) && !contains("ab", "A"));
-    EXPECT_TRUE(contains("abc", std::string("b"), 1) && !contains("abc", std::string("b"), 2));
-    EXPECT_TRUE(starts_with("abab", "ab") && starts_with("", "") && !starts_with("ab", "A") && !starts_with("a", "ab"));
-    EXPECT_TRUE(ends_with("abab", "ab") && ends_with("", "") && !ends_with("ab", "B") && !ends_with("b", "ab"));
-    EXPECT_TRUE(equals("RecipeA", "RecipeA") && !equals("RecipeA", "recipea") && !equals("a", "ab"));
-    EXPECT_TRUE(iequals("RecipeA", "recipea") && !iequals("a", "ab") && !iequals("\xC3\xA4", "\xC3\x84"));
-    EXPECT_TRUE(!iequals("@", "`") && !iequals("[", "{") && iequals(std::string("a\0b", 3), "A\0c"));
-    EXPECT_TRUE(empty("") && !empty(" "));
-    std::string text = "abab";
-    EXPECT_TRUE(!remove_start(text, "b") && text == "abab");
-    EXPECT_TRUE(remove_start(text, "ab") && text == "ab");
-}
-
 TEST(Algorithm, try_as_size_t_reads_digits_alone)
 {
     std::size_t number = 7;
@@ -197,20 +162,6 @@ TEST(Algorithm, try_as_size_t_reads_digits_alone)
     for (auto const* const text : {"0", "10", "007", "18446744073709551615"})
     {
         EXPECT_TRUE(try_as_size_t(text, number) && number == std::stoull(text)) << text;
-    }
-}
-
-TEST(Algorithm, values_and_their_types_have_texts)
-{
-    EXPECT_TRUE(to_string(-3) == "-3" && to_string("text") == "text" && to_string(true) == "true");
-    EXPECT_TRUE(to_string(Value()).empty() && to_string(Value(ValueType::Map)).empty());
-    EXPECT_STREQ(value_type_to_string(ValueType::DateTime), "DateTime");
-    for (unsigned number = 0; number <= 300; ++number)
-    {
-        auto const type = static_cast<ValueType>(number);
-        std::string const name = value_type_to_string(type);
-        EXPECT_TRUE(type == ValueType::DateTime || iequals(name, get_type_string(type))) << number;
-        EXPECT_TRUE(name[0] >= 'A' && name[0] <= 'Z');
     }
 }
 
