@@ -3,9 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <csignal>
-#include <filesystem>
-#include <sys/resource.h>
 
 namespace Ravik::Test
 {
@@ -199,29 +196,6 @@ TEST(Edits, import_merges_or_replaces)
     EXPECT_TRUE(import("Z { m } | R7:Z { m=1 }", replace).succeeded());
     restart(edited);
     EXPECT_EQ(edited.state(), state_of("Z { m } | R7:Z { m=1 }"));
-}
-
-TEST(Edits, a_store_that_fails_leaves_everything_as_it_was)
-{
-    EditedProject edited("A { m } | R1:A { m=1 }");
-    auto const before = edited.state();
-    signal(SIGXFSZ, SIG_IGN); // NOLINT: there is nothing to fail
-    auto const limit_of = [](rlim_t bytes)
-    {
-        rlimit const limit{.rlim_cur = bytes, .rlim_max = RLIM_INFINITY};
-        ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
-    };
-    limit_of(std::filesystem::file_size(edited.folder.path() / "ravik.db-wal"));
-    EXPECT_EQ(name(edited.edit("T::A > T::C").error), "STORAGE_STORE");
-    limit_of(RLIM_INFINITY);
-    EXPECT_EQ(edited.state(), before);
-    for (auto const* const edit : {"R::R1::values::m = 2", "R::R1 >", "+ B { } |"})
-    {
-        EXPECT_EQ(name(edited.edit(edit).error), "STORAGE") << edit;
-    }
-    edited.reopen();
-    EXPECT_EQ(edited.state(), before);
-    EXPECT_TRUE(edited.edit("T::A > T::C").succeeded());
 }
 
 } // namespace
