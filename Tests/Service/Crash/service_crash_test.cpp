@@ -142,7 +142,6 @@ private:
     enum Step
     {
         make_new,
-        patch,
         replace,
         remove,
         steps,
@@ -152,16 +151,7 @@ private:
 
     static std::string text_after(int edit)
     {
-        auto const number = std::to_string(edit);
-        switch (edit % steps)
-        {
-        case remove:
-            return {};
-        case replace:
-            return R"({"recipeTypeName":"T","values":{"k":)" + number + R"(,"l":)" + number + "}}";
-        default:
-            return R"({"recipeTypeName":"T","values":{"k":)" + number + "}}";
-        }
+        return edit % steps == remove ? "" : R"({"recipeTypeName":"T","values":{"k":)" + std::to_string(edit) + "}}";
     }
 
     Answer make(Client& client, int edit)
@@ -172,9 +162,6 @@ private:
         {
         case make_new:
             return client.ask("PUT", target, std::string("If-None-Match: *\r\n") + json_type, text_after(edit));
-        case patch:
-            return client.ask("PATCH", target, condition + "Content-Type: application/merge-patch+json\r\n",
-                              R"({"values":{"k":)" + std::to_string(edit) + "}}");
         case replace:
             return client.ask("PUT", target, condition + json_type, text_after(edit));
         default:
