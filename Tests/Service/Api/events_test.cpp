@@ -51,26 +51,23 @@ TEST(Events, begin_with_all_that_is_watched_and_go_on_with_what_changes)
     auto stream = plant.events(plant.identity("viewer"));
     ASSERT_EQ(stream.status(), 101U);
     stream.watch({speed, "Line.Count", "Line.Nothing"});
-    auto message = stream.next();
-    EXPECT_EQ(names_of(message), (std::set<std::string>{speed, "Line.Count", "Line.Nothing"}));
+    auto const first = stream.next();
+    EXPECT_EQ(names_of(first), (std::set<std::string>{speed, "Line.Count", "Line.Nothing"}));
+    // They may have been read by then.
+    auto message = is_good(first, speed) ? first : stream.find([](Value const& each) { return is_good(each, speed); });
     ASSERT_TRUE(is_good(message, speed));
     EXPECT_EQ(entry(message, speed)["value"].get_double(), 0.0);
     EXPECT_GE(entry(message, speed)["age"].get_double(), 0.0);
-
-    auto const activity = revision(message, "activity");
-    auto const configuration = revision(message, "configuration");
 
     auto client = plant.client("engineer");
     ASSERT_EQ(client.send("PUT", "/symbol?name=Line.Speed", R"({"value":12.5})").status, 200U);
     message = stream.find([](Value const& each) { return entry(each, speed)["value"] == Value(12.5); });
     EXPECT_EQ(names_of(message), std::set<std::string>{speed}) << "the others stay as they were";
-    // Of what a symbol's writing changes, nothing is the configuration.
-    auto const told = stream.find([&](Value const& each) { return revision(each, "activity") != activity; });
-    EXPECT_TRUE(is_there(told));
-    EXPECT_EQ(revision(told, "configuration"), configuration);
+    EXPECT_NE(revision(message, "activity"), revision(first, "activity"));
+    auto const configuration = revision(message, "configuration");
     ASSERT_EQ(client.send("POST", "/folder?name=New").status, 201U);
     EXPECT_TRUE(
-        is_there(stream.find([&](Value const& each) { return revision(each, "configuration") != configuration; })));
+        is_there(stream.find([&](Value const& each) { return revision(each, "configuration") > configuration; })));
 
     // Other symbols: again all of them first, and nothing more of those before.
     stream.watch({"Line.Count", "Line.Nothing"});
