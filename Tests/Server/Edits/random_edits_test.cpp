@@ -143,10 +143,8 @@ Meaning meaning(EditedProject const& edited)
     {
         Value const& type = *RavikSrv::node_path(path, tree).node;
         all[path] = std::vector<std::string>(type["recipeTypeNames"].size(), "inherits");
-        Value const& members = type["members"];
-        for (auto member = members.begin(); member != members.end(); ++member)
+        for (Value const& described : type["members"])
         {
-            Value const& described = *member;
             all[path].push_back("member " + std::string(described["symbol"].get_text()));
         }
         std::sort(all[path].begin(), all[path].end());
