@@ -56,6 +56,12 @@ async function type(page, member, text) {
     await field.press("Control+Enter");
 }
 
+/** Saves what was edited by `save`, and waits until nothing is left to save. */
+async function saved(page, save) {
+    await save();
+    await page.getByRole("button", { name: "Save", exact: true }).waitFor();
+}
+
 test("what is typed is saved exactly, and what is not touched stays as it was", async (t) => {
     const page = await open(t, "Exact");
     let expected = filling;
@@ -68,20 +74,20 @@ test("what is typed is saved exactly, and what is not touched stays as it was", 
         ["Options", '{"keep":9007199254740993,"new":null}', '{"keep":1.0,"2":{"drop":1}}'],
     ]) {
         await type(page, member, typed);
-        await page.keyboard.press("Control+s");
-        await page.getByText("1 change saved.").waitFor();
+        await saved(page, () => page.keyboard.press("Control+s"));
         expected = expected.replace(`"${member}":${before}`, `"${member}":${member === "Code" ? '"3.0"' : typed}`);
         assert.equal(await read("Exact"), `{"recipeTypeName":"Filling","values":${expected}}`, `${member}: ${typed}`);
     }
     await stored(page, "Mode").click();
     await page.getByRole("combobox", { name: "Mode" }).selectOption("Weight");
+    await page.keyboard.press("Enter");
     await stored(page, "Rinse").click();
     await page.getByRole("switch", { name: "Rinse" }).uncheck();
+    await page.getByRole("button", { name: "Done" }).click();
     await stored(page, "Speed").click();
     await page.getByRole("button", { name: "Leave out" }).click();
     assert.deepEqual(await accessibilityFindings(page), []);
-    await page.getByRole("button", { name: "Save 3 changes" }).click();
-    await page.getByText("3 changes saved.").waitFor();
+    await saved(page, () => page.getByRole("button", { name: "Save 3 changes" }).click());
     assert.match(await stored(page, "Speed").innerText(), /default\s+50/);
     const { values } = JSON.parse(await read("Exact"));
     assert.deepEqual([values.Mode, values.Rinse, "Speed" in values], ["Weight", false, false]);
@@ -116,13 +122,13 @@ test("two engineers: what clashes is chosen member by member, the rest goes toge
     await page.getByText("Somebody else has saved this recipe meanwhile.").waitFor();
     await page.getByRole("button", { name: "Save 3 changes" }).click();
     const dialog = page.getByRole("dialog");
+    await dialog.waitFor();
     const clash = (member) => dialog.getByRole("row", { name: member });
-    assert.deepEqual(await clash("Speed").getByRole("cell").allInnerTexts(), ["Mine: 200", "Theirs: 300", "100"]);
+    assert.deepEqual(await clash("Speed").getByRole("cell").allTextContents(), ["Mine: 200", "Theirs: 300", "100"]);
     assert.equal(await dialog.getByRole("row").filter({ hasText: "Volume" }).count(), 0);
     assert.deepEqual(await accessibilityFindings(page), []);
     await clash("Code").getByRole("radio", { name: "Theirs" }).check();
-    await dialog.getByRole("button", { name: "Save 2 changes" }).click();
-    await page.getByText("2 changes saved.").waitFor();
+    await saved(page, () => dialog.getByRole("button", { name: "Save 2 changes" }).click());
     const { values } = JSON.parse(await read("Shared"));
     assert.deepEqual([values.Speed, values.Code, values.Volume, values.Total], [200, "theirs", 4, 2]);
 });
@@ -160,7 +166,7 @@ test("only what differs: rows stay while values change, and what isn't current i
     assert.deepEqual(await rows.locator(".cell-member").allInnerTexts(), ["Speed", "Options"]);
     page.link.freeze();
     await difference("Speed").getByText("unknown").waitFor({ timeout: 3000 });
-    assert.ok(await page.getByRole("button", { name: "Look at the plan" }).isDisabled());
+    await page.getByRole("button", { name: "Look at the plan", disabled: true }).waitFor();
 });
 
 test("a nested recipe is chosen by keyboard, and unsaved edits are not left by mistake", async (t) => {
@@ -174,11 +180,14 @@ test("a nested recipe is chosen by keyboard, and unsaved edits are not left by m
     await page.keyboard.press("Enter");
     await stored(page, "Total").getByText("9007199254740993").waitFor();
     assert.ok(await table.evaluate((element) => element === document.activeElement));
-    const [question] = await Promise.all([page.waitForEvent("dialog"), page.getByRole("link", { name: "Types" }).click()]);
-    assert.equal(question.message(), "1 change of Cola is not saved. Leave all the same?");
-    await question.dismiss();
-    await page.keyboard.press("Control+s");
-    await page.getByText("1 change saved.").waitFor();
+    let question;
+    page.once("dialog", (dialog) => {
+        question = dialog.message();
+        return dialog.dismiss();
+    });
+    await page.getByRole("link", { name: "Types" }).click();
+    assert.equal(question, "1 change of Cola is not saved. Leave all the same?");
+    await saved(page, () => page.keyboard.press("Control+s"));
     assert.match(await read("Cola"), /"Filling":"Own"/);
     await page.getByRole("link", { name: "Where used" }).click();
     await page.getByText("No other recipe uses it.").waitFor();
