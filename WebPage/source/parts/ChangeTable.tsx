@@ -21,6 +21,9 @@ export interface Place {
 /** A whole entry is long: in a row it is shown by its beginning. */
 function Short({ value }: { value: Json | undefined }) {
     const isWhole = value instanceof Map || Array.isArray(value);
+    if (value instanceof Map && value.size === 0) {
+        return <span class="nothing">(empty)</span>;
+    }
     return isWhole ? <code><Text>{write(value).slice(0, 200)}</Text></code> : <ValueText value={value} />;
 }
 

@@ -66,33 +66,16 @@ interface Kept {
 const keptPlaces = new Map<string, Kept>();
 
 export function Grid<T>(props: GridProps<T>) {
-    const { label, kind, columns, rows, keyOf, branch, onOpen, onToggle, onMenu, onSight, keep = "" } = props;
+    const { label, kind, columns, rows, keyOf, branch, onOpen, onToggle, onSight, keep = "" } = props;
     const height = useStore(rowHeight);
     const frame = useRef<HTMLDivElement>(null);
-    const before = useMemo(() => keptPlaces.get(keep), []);
-    const [first, setFirst] = useState(Math.floor((before?.top ?? 0) / height));
-    const [fits, setFits] = useState(40);
-    const [activeKey, setActiveKey] = useState(before?.activeKey ?? "");
+    const before = useMemo(() => keptPlaces.get(keep) ?? { top: 0, activeKey: "" }, []);
+    const { first, fits, look } = useSight(frame, height, before.top);
+    const [activeKey, setActiveKey] = useState(before.activeKey);
+    const activeIndex = useMemo(() => rows.findIndex((row) => keyOf(row) === activeKey), [rows, activeKey]);
     const id = `grid-${kind}`;
-    const foundIndex = useMemo(() => rows.findIndex((row) => keyOf(row) === activeKey), [rows, activeKey]);
-    const activeIndex = Math.max(0, foundIndex);
     const from = Math.max(0, Math.min(first - spare, rows.length - fits - spare));
     const inSight = rows.slice(from, first + fits + spare);
-
-    const look = () => {
-        const { scrollTop, clientHeight } = frame.current!;
-        setFirst(Math.floor(scrollTop / height));
-        setFits(Math.ceil(clientHeight / height) + 1);
-    };
-    useLayoutEffect(() => {
-        frame.current!.scrollTop = before?.top ?? 0;
-    }, []);
-    useLayoutEffect(() => {
-        look();
-        const observer = new ResizeObserver(look);
-        observer.observe(frame.current!);
-        return () => observer.disconnect();
-    }, [height]);
     useEffect(() => onSight?.(inSight), [inSight.map(keyOf).join("\n")]);
     const keepPlace = () => keep && keptPlaces.set(keep, { top: frame.current!.scrollTop, activeKey });
     useEffect(() => void keepPlace(), [activeKey]);
@@ -105,44 +88,25 @@ export function Grid<T>(props: GridProps<T>) {
         }
     };
     const onKeyDown = (event: KeyboardEvent) => {
-        if (event.target !== frame.current) {
-            return;
-        }
-        const row = rows[activeIndex];
-        const isExpanded = row === undefined ? undefined : branch?.(row).isExpanded;
-        const page = Math.max(1, fits - 2);
-        const menu = () => row !== undefined && onMenu?.(row, frame.current!.querySelector(".row.active") ?? frame.current!);
-        const moves: Record<string, () => void> = {
-            ArrowDown: () => moveTo(foundIndex + 1),
-            ArrowUp: () => moveTo(activeIndex - 1),
-            PageDown: () => moveTo(activeIndex + page),
-            PageUp: () => moveTo(activeIndex - page),
-            Home: () => moveTo(0),
-            End: () => moveTo(rows.length - 1),
-            ArrowRight: () => row !== undefined && (isExpanded === false ? onToggle?.(row, true) : moveTo(activeIndex + 1)),
-            ArrowLeft: () =>
-                row !== undefined && (isExpanded ? onToggle?.(row, false) : moveTo(parentOf(rows, activeIndex, branch))),
-            Enter: () => row !== undefined && (onOpen ?? props.onEdit)?.(row),
-            F2: () => row !== undefined && props.onEdit?.(row),
-            ...(onMenu && { ".": menu, ContextMenu: menu, ...(event.shiftKey && { F10: menu }) }),
-        };
-        const move = event.ctrlKey || event.altKey || event.metaKey ? undefined : moves[event.key];
-        if (move) {
+        const isPlain = event.target === frame.current && !event.ctrlKey && !event.altKey && !event.metaKey;
+        const act = isPlain && keyActs({ props, frame: frame.current!, activeIndex, fits, moveTo }, event.shiftKey)[event.key];
+        if (act) {
             event.preventDefault();
-            move();
+            act();
         }
     };
     // Who comes by keyboard is told at once on which row he stands.
-    const onFocus = () => foundIndex < 0 && frame.current!.matches(":focus-visible") && moveTo(first);
+    const onFocus = () => activeIndex < 0 && frame.current!.matches(":focus-visible") && moveTo(first);
 
     const pick = useRef<Picked<T>>({});
     pick.current = { onOpen, onToggle, onPick: (row) => setActiveKey(keyOf(row)) };
     const drawn = useDrawnRows<T>();
+    const isActiveInSight = activeIndex >= from && activeIndex < from + inSight.length;
     return (
         <div
             ref={frame} class={"grid " + kind} role="treegrid" aria-label={label} tabIndex={0}
             aria-rowcount={rows.length + 1} aria-colcount={columns.length}
-            aria-activedescendant={foundIndex >= from && foundIndex < from + inSight.length ? `${id}-${foundIndex}` : undefined}
+            aria-activedescendant={isActiveInSight ? `${id}-${activeIndex}` : undefined}
             onScroll={() => (look(), keepPlace())} onKeyDown={onKeyDown} onFocus={onFocus}
         >
             <GridHead columns={columns} onSort={props.onSort} />
@@ -150,7 +114,7 @@ export function Grid<T>(props: GridProps<T>) {
                 {drawn(inSight.map((row, offset) => ({
                     key: keyOf(row), id: `${id}-${from + offset}`, index: from + offset, height, row, columns, pick,
                     level: branch?.(row).level, isExpanded: branch?.(row).isExpanded,
-                    isActive: from + offset === foundIndex, opens: onOpen !== undefined, extraClass: props.rowClass?.(row) ?? "",
+                    isActive: from + offset === activeIndex, opens: onOpen !== undefined, extraClass: props.rowClass?.(row) ?? "",
                 })))}
             </div>
             {rows.length === 0 && (
@@ -158,6 +122,65 @@ export function Grid<T>(props: GridProps<T>) {
             )}
         </div>
     );
+}
+
+/** Which row is the first in sight, and how many there is room for. */
+function useSight(frame: { current: HTMLDivElement | null }, height: number, top: number) {
+    const [first, setFirst] = useState(Math.floor(top / height));
+    const [fits, setFits] = useState(40);
+    const look = () => {
+        const { scrollTop, clientHeight } = frame.current!;
+        setFirst(Math.floor(scrollTop / height));
+        setFits(Math.ceil(clientHeight / height) + 1);
+    };
+    useLayoutEffect(() => {
+        frame.current!.scrollTop = top;
+    }, []);
+    useLayoutEffect(() => {
+        look();
+        const observer = new ResizeObserver(look);
+        observer.observe(frame.current!);
+        return () => observer.disconnect();
+    }, [height]);
+    return { first, fits, look };
+}
+
+interface Walk<T> {
+    props: GridProps<T>;
+    frame: HTMLElement;
+    /** -1 before any row was. */
+    activeIndex: number;
+    fits: number;
+    moveTo: (index: number) => void;
+}
+
+/** What each key does. */
+function keyActs<T>({ props, frame, activeIndex, fits, moveTo }: Walk<T>, isShifted: boolean): Record<string, () => unknown> {
+    const { rows, branch, onOpen, onEdit, onToggle, onMenu } = props;
+    const at = Math.max(0, activeIndex);
+    const row = rows[at];
+    const page = Math.max(1, fits - 2);
+    const walks = {
+        ArrowDown: () => moveTo(activeIndex + 1),
+        ArrowUp: () => moveTo(at - 1),
+        PageDown: () => moveTo(at + page),
+        PageUp: () => moveTo(at - page),
+        Home: () => moveTo(0),
+        End: () => moveTo(rows.length - 1),
+    };
+    if (row === undefined) {
+        return walks;
+    }
+    const isExpanded = branch?.(row).isExpanded;
+    const menu = () => onMenu?.(row, frame.querySelector(".row.active") ?? frame);
+    return {
+        ...walks,
+        ArrowRight: () => (isExpanded === false ? onToggle?.(row, true) : moveTo(at + 1)),
+        ArrowLeft: () => (isExpanded ? onToggle?.(row, false) : moveTo(parentOf(rows, at, branch))),
+        Enter: () => (onOpen ?? onEdit)?.(row),
+        F2: () => onEdit?.(row),
+        ...(onMenu && { ".": menu, ContextMenu: menu, ...(isShifted && { F10: menu }) }),
+    };
 }
 
 const sortSigns = { ascending: " ▲", descending: " ▼", none: " ↕" };
