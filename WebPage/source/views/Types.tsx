@@ -166,7 +166,7 @@ function columnsOf(counts: ReadonlyMap<string, number>, openMenu: ((row: Row, pl
         },
     ];
     return !openMenu ? columns : [...columns, {
-        key: "menu", title: "", cell: (row) => (
+        key: "menu", title: <span class="hidden">Actions</span>, cell: (row) => (
             <button
                 type="button" class="quiet icon" tabIndex={-1} aria-haspopup="menu" aria-label={`What can be done to ${row.item.name}`}
                 onClick={(event) => openMenu(row, event.currentTarget)}
