@@ -29,7 +29,7 @@ export function SymbolDialog({ symbol, onClose }: { symbol: SymbolItem; onClose:
                 <dt>Address</dt><dd><code><Text long>{mapping}</Text></code></dd>
                 {range && !may("edit") && <><dt>Range</dt><dd>{range}</dd></>}
                 <dt>Now</dt>
-                <dd class="symbol-now"><Live symbol={name} domain={domain} unit={input.unit} /> <Quality symbol={symbol} /></dd>
+                <dd class="symbol-now" tabIndex={0}><Live symbol={name} domain={domain} unit={input.unit} /> <Quality symbol={symbol} /></dd>
             </dl>
             {may("edit") ? <WriteForm symbol={symbol} /> : <p class="hint">Engineers may write symbols.</p>}
         </Dialog>
