@@ -85,8 +85,11 @@ const median = (figures) => figures.sort((one, other) => one - other)[Math.floor
 const seconds = (count) => new Promise((resolve) => setTimeout(resolve, count * 1000));
 const firstRow = "[role=treegrid] [aria-rowindex='2']";
 
-/** From the asking for the page until its first rows are drawn, in a browser that has kept nothing of it. */
-async function timeToRows(path) {
+/**
+ * From the asking for the page until its first rows are drawn, in a browser that has kept nothing of it, and the bytes
+ * of script that were read for that.
+ */
+async function costOfRows(path) {
     const page = await open(browser, origin, { user: "engineer", password, path: "/icon.svg" });
     await page.addInitScript((selector) => {
         const look = () =>
@@ -97,26 +100,42 @@ async function timeToRows(path) {
     }, firstRow);
     await page.goto(path);
     const time = await (await page.waitForFunction(() => globalThis.rowsAt)).jsonValue();
+    const bytes = await page.evaluate(() => performance.getEntriesByType("resource")
+        .filter(({ name }) => name.endsWith(".js")).reduce((sum, { encodedBodySize }) => sum + encodedBodySize, 0));
     await page.context().close();
-    return time;
+    return { time, bytes };
 }
 
 async function firstViews() {
     for (const path of ["/recipes", "/symbols"]) {
-        const times = [];
-        while (times.length < 5) {
-            times.push(await timeToRows(path));
+        const costs = [];
+        while (costs.length < 5) {
+            costs.push(await costOfRows(path));
         }
-        row(`${path} with 10,000: the first rows stand, median of five`, median(times) / 1000, "s", 1);
+        const time = median(costs.map((cost) => cost.time));
+        row(`${path} with 10,000: the first rows stand, median of five`, time / 1000, "s", 1);
+        row("  script read for them, compressed", costs[0].bytes / kB, "kB");
     }
 }
 
+/** Of all that a visitor of every view reads: the document names modules, and they name others. */
 async function scriptSize() {
     const page = await open(browser, origin, {});
-    const addresses = await page.evaluate(() => Array.from(document.scripts, ({ src }) => src));
+    const first = await page.evaluate(() => Array.from(document.querySelectorAll("script, link[rel=modulepreload]"),
+        (element) => element.src || element.href));
     await page.context().close();
-    const texts = await Promise.all(addresses.map(async (address) => (await fetch(address)).text()));
-    row("script, compressed", gzipSync(texts.join(""), { level: 9 }).length / kB, "kB", 40);
+    const sizes = new Map();
+    const read = async (address) => {
+        if (!sizes.has(address)) {
+            sizes.set(address, 0);
+            const text = await (await fetch(address)).text();
+            sizes.set(address, gzipSync(text, { level: 9 }).length);
+            const named = [...text.matchAll(/["'`](\.?\/[^"'`]+\.js)["'`]/g)];
+            await Promise.all(named.map(([, path]) => read(new URL(path, address).href)));
+        }
+    };
+    await Promise.all(first.map(read));
+    row("script, compressed: all of it", [...sizes.values()].reduce((sum, size) => sum + size, 0) / kB, "kB", 40);
 }
 
 /** A page whose long tasks, work and received values are counted. */
