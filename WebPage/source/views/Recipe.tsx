@@ -21,7 +21,6 @@ import type { RecipeState } from "../parts/recipe/useRecipe";
 import { Values } from "../parts/recipe/Values";
 import { Head } from "../parts/Shell";
 import { Empty, Failure, Loading, Notice } from "../parts/State";
-import { say } from "../parts/status";
 import { EntryName, Link, Text, Time } from "../parts/Text";
 
 export function Recipe() {
@@ -180,15 +179,11 @@ function Notices({ state, book }: { state: RecipeState; book: Book }) {
 
 function Gone({ edits }: { edits: Edits }) {
     const text = write(new Map([...edits].map(([member, { value, mistake, text: typed }]) => [member, mistake ? typed : (value ?? null)])), "  ");
-    const copy = () => navigator.clipboard?.writeText(text).then(() => say("Copied."), () => say("The browser did not allow it: mark the text and copy it."));
     return (
         <Notice kind="bad">
             <p>This recipe is no longer there: it was deleted or renamed meanwhile.</p>
             {edits.size > 0 && (
-                <>
-                    <label>What you changed and had not saved<textarea class="mono" readOnly rows={Math.min(8, edits.size + 2)} value={text} /></label>
-                    {navigator.clipboard && <button type="button" onClick={() => void copy()}>Copy it</button>}
-                </>
+                <label>What you changed and had not saved<textarea class="mono" readOnly rows={Math.min(8, edits.size + 2)} value={text} /></label>
             )}
             <Link to="/recipes">To the recipes</Link>
         </Notice>

@@ -1,4 +1,5 @@
 // What is done to a recipe as a whole, beyond what is done to any entry.
+import type { ComponentChildren } from "preact";
 import { useEffect, useId, useMemo, useState } from "preact/hooks";
 import { readExact, request } from "../../data/api";
 import { count, fields, parse, rows } from "../../data/json";
@@ -31,50 +32,65 @@ async function readComparison(recipe: string, other: string, signal: AbortSignal
     return { counts: fields<Counts>(answer.get("counts")), rows: rows<Row>(answer.get("rows")) };
 }
 
-/** Runs something once at a time, and holds what went wrong. */
-function useTask() {
+interface TaskDialogProps {
+    title: string;
+    wide?: boolean;
+    /** What the button says; empty where there is nothing more to do. */
+    button: string;
+    isOff?: boolean;
+    task: () => Promise<void>;
+    onClose: () => void;
+    children: ComponentChildren;
+}
+
+/** A dialog with something to do, and what went wrong with that. */
+function TaskDialog({ title, wide, button, isOff, task, onClose, children }: TaskDialogProps) {
     const [error, setError] = useState<unknown>();
     const [isBusy, setIsBusy] = useState(false);
-    const run = (task: () => Promise<void>) => {
+    const run = () => {
         setIsBusy(true);
         setError(undefined);
         task().catch(setError).finally(() => setIsBusy(false));
     };
-    return { error, isBusy, run };
+    return (
+        <Dialog title={title} onClose={onClose} wide={wide === true}>
+            <div class="form">
+                {children}
+                {error !== undefined && <Failure error={error} />}
+                <div class="actions">
+                    <button type="button" onClick={onClose}>{button ? "Cancel" : "Close"}</button>
+                    {button && <button type="button" class="primary" disabled={isOff || isBusy} onClick={run}>{button}</button>}
+                </div>
+            </div>
+        </Dialog>
+    );
 }
 
 /** Takes the controllers' values into the recipe, when it has been shown what that changes. */
 export function StoreDialog({ book, onClose, onDone }: ActionProps) {
     const { answer, error, again } = useAnswer((signal) => readComparison(book.name, "controller", signal), [book.etag]);
-    const task = useTask();
     const own = useMemo(() => ownRows(book, answer?.rows ?? []), [book, answer]);
     const unread = own.filter(({ state }) => state === "unread");
-    const store = () =>
-        task.run(async () => {
-            const text = JSON.stringify({ recipe: book.name });
-            await request("POST", "/readings", { text, headers: { "If-Match": book.etag } });
-            say(`${counted(own.length, "value")} stored as the controllers held them.`);
-            onClose();
-            onDone();
-        });
+    const values = counted(own.length, "value");
+    const store = async () => {
+        const text = JSON.stringify({ recipe: book.name });
+        await request("POST", "/readings", { text, headers: { "If-Match": book.etag } });
+        say(`${values} stored as the controllers held them.`);
+        onClose();
+        onDone();
+    };
     return (
-        <Dialog title="Store what the controllers hold" onClose={onClose} wide>
-            <div class="form">
-                <p>Into <EntryName name={book.name} /> itself; recipes that it nests stay as they are.</p>
-                {!answer && error === undefined && <Loading what="the controllers" />}
-                {error !== undefined && <Failure error={error} retry={again} />}
-                {answer && own.length === 0 && <Notice kind="good"><p>The recipe holds what the controllers hold.</p></Notice>}
-                {unread.length > 0 && <Notice kind="bad"><p>{counted(unread.length, "value")} can't be read, so nothing can be stored.</p></Notice>}
-                {own.length > 0 && <RowTable rows={own} columns={["stored", "live"]} titles={["Stored now", "In the controller"]} />}
-                {task.error !== undefined && <Failure error={task.error} />}
-                <div class="actions">
-                    <button type="button" onClick={onClose}>Cancel</button>
-                    <button type="button" class="primary" disabled={own.length === 0 || unread.length > 0 || task.isBusy} onClick={store}>
-                        {`Store ${counted(own.length, "value")}`}
-                    </button>
-                </div>
-            </div>
-        </Dialog>
+        <TaskDialog
+            title="Store what the controllers hold" wide button={`Store ${values}`} isOff={own.length === 0 || unread.length > 0}
+            task={store} onClose={onClose}
+        >
+            <p>Into <EntryName name={book.name} /> itself; recipes that it nests stay as they are.</p>
+            {!answer && error === undefined && <Loading what="the controllers" />}
+            {error !== undefined && <Failure error={error} retry={again} />}
+            {answer && own.length === 0 && <Notice kind="good"><p>The recipe holds what the controllers hold.</p></Notice>}
+            {unread.length > 0 && <Notice kind="bad"><p>{counted(unread.length, "value")} can't be read, so nothing can be stored.</p></Notice>}
+            {own.length > 0 && <RowTable rows={own} columns={["stored", "live"]} titles={["Stored now", "In the controller"]} />}
+        </TaskDialog>
     );
 }
 
@@ -86,32 +102,23 @@ function ownRows(book: Book, all: Row[]): Row[] {
 
 /** Adds what the type has and the recipe hasn't, and takes away what the type hasn't. */
 export function UpdateDialog({ book, onClose, onDone }: ActionProps) {
-    const task = useTask();
     const [answer, setAnswer] = useState<JsonObject>();
-    const update = () =>
-        task.run(async () => {
-            const { text } = await request("POST", "/updates", { text: JSON.stringify({ recipe: book.name }) });
-            setAnswer(parse(text) as JsonObject);
-            onDone();
-        });
+    const update = async () => {
+        const { text } = await request("POST", "/updates", { text: JSON.stringify({ recipe: book.name }) });
+        setAnswer(parse(text) as JsonObject);
+        onDone();
+    };
     const results = rows<{ recipe: string; state: string; text: string }>(answer?.get("rows"));
     return (
-        <Dialog title="Bring into line with its type" onClose={onClose}>
-            <div class="form">
-                <p>Members that the type <Text>{book.type}</Text> has are added with their defaults; values of members that it doesn't have are taken away.</p>
-                {results.map(({ recipe, state, text }) => (
-                    <Notice kind={state === "failed" ? "bad" : "good"}>
-                        <p><EntryName name={recipe} />: {state === "same" ? "it was in line already" : state}</p>
-                        {text && <p class="pre"><Text>{text}</Text></p>}
-                    </Notice>
-                ))}
-                {task.error !== undefined && <Failure error={task.error} />}
-                <div class="actions">
-                    <button type="button" onClick={onClose}>{answer ? "Close" : "Cancel"}</button>
-                    {!answer && <button type="button" class="primary" disabled={task.isBusy} onClick={update}>Bring into line</button>}
-                </div>
-            </div>
-        </Dialog>
+        <TaskDialog title="Bring into line with its type" button={answer ? "" : "Bring into line"} task={update} onClose={onClose}>
+            <p>Members that the type <Text>{book.type}</Text> has are added with their defaults; values of members that it doesn't have are taken away.</p>
+            {results.map(({ recipe, state, text }) => (
+                <Notice kind={state === "failed" ? "bad" : "good"}>
+                    <p><EntryName name={recipe} />: {state === "same" ? "it was in line already" : state}</p>
+                    {text && <p class="pre"><Text>{text}</Text></p>}
+                </Notice>
+            ))}
+        </TaskDialog>
     );
 }
 

@@ -29,6 +29,7 @@ export function CellEditor({ row, edit, mistake, editing }: CellEditorProps) {
     const frame = useRef<HTMLDivElement>(null);
     const close = () => editing.open("");
     useClosing(frame, close);
+    useEffect(() => frame.current?.scrollIntoView({ block: "nearest" }), [mistake]);
     const set = (next: Edit | undefined) => editing.set(row, next);
     const restart = (next: Edit | undefined) => {
         set(next);
@@ -70,7 +71,6 @@ function useClosing(frame: { current: HTMLDivElement | null }, close: () => void
     useEffect(() => {
         const shown = frame.current!;
         const grid = shown.closest<HTMLElement>("[role=treegrid]");
-        shown.scrollIntoView({ block: "nearest" });
         const leave = ({ target }: Event) => target instanceof Node && target.isConnected && !shown.contains(target) && latest.current();
         document.addEventListener("pointerdown", leave);
         document.addEventListener("focusin", leave);

@@ -1,3 +1,4 @@
+import type { ComponentChildren } from "preact";
 import { useMemo, useState } from "preact/hooks";
 import type { Json } from "../../data/json";
 import { Dialog } from "../Dialog";
@@ -37,11 +38,11 @@ export function Conflict({ before, now, edits, isSaving, onClose, onGoOn, onSave
                 {clashes.length > 0
                     ? <p>{counted(clashes.length, "member was", "members were")} changed by both. Choose what is to stand; nothing has been saved yet.</p>
                     : <p>Nothing that they changed was changed here too.</p>}
-                {clashes.length > 0 && <ClashTable clashes={clashes} theirs={theirs} choose={choose} />}
+                {clashes.length > 0 && <ChangeTable changes={clashes} theirs={theirs} choose={choose} />}
                 {others.length > 0 && (
                     <details open={clashes.length === 0}>
                         <summary>{counted(others.length, "other change", "other changes")} of theirs, taken over</summary>
-                        <OtherTable changes={others} />
+                        <ChangeTable changes={others} />
                     </details>
                 )}
                 <div class="actions">
@@ -55,43 +56,30 @@ export function Conflict({ before, now, edits, isSaving, onClose, onGoOn, onSave
     );
 }
 
-interface ClashTableProps {
-    clashes: Theirs[];
-    theirs: ReadonlySet<string>;
-    choose: (member: string, isTheirs: boolean) => void;
+interface ChangeTableProps {
+    changes: Theirs[];
+    /** What was chosen to be theirs, where there is a choice. */
+    theirs?: ReadonlySet<string>;
+    choose?: (member: string, isTheirs: boolean) => void;
 }
 
-function ClashTable({ clashes, theirs, choose }: ClashTableProps) {
-    return (
-        <table class="clashes">
-            <thead><tr><th scope="col">Member</th><th scope="col">Mine</th><th scope="col">Theirs</th><th scope="col">Before</th></tr></thead>
-            <tbody>
-                {clashes.map(({ member, before, theirs: other, mine }) => (
-                    <tr key={member}>
-                        <th scope="row"><Text>{member}</Text></th>
-                        <td data-title="Mine">
-                            <label><input type="radio" name={member} checked={!theirs.has(member)} onChange={() => choose(member, false)} /><span class="hidden">Mine:</span> <Mine edit={mine!} /></label>
-                        </td>
-                        <td data-title="Theirs">
-                            <label><input type="radio" name={member} checked={theirs.has(member)} onChange={() => choose(member, true)} /><span class="hidden">Theirs:</span> <OrNothing value={other} /></label>
-                        </td>
-                        <td data-title="Before"><OrNothing value={before} /></td>
-                    </tr>
-                ))}
-            </tbody>
-        </table>
+function ChangeTable({ changes, theirs, choose }: ChangeTableProps) {
+    const titles = choose ? ["Member", "Mine", "Theirs", "Before"] : ["Member", "Theirs", "Before"];
+    const choice = (member: string, isTheirs: boolean, value: ComponentChildren) => (
+        <label>
+            <input type="radio" name={member} checked={theirs?.has(member) === isTheirs} onChange={() => choose?.(member, isTheirs)} />
+            <span class="hidden">{isTheirs ? "Theirs:" : "Mine:"}</span> {value}
+        </label>
     );
-}
-
-function OtherTable({ changes }: { changes: Theirs[] }) {
     return (
         <table class="clashes">
-            <thead><tr><th scope="col">Member</th><th scope="col">Theirs</th><th scope="col">Before</th></tr></thead>
+            <thead><tr>{titles.map((title) => <th scope="col">{title}</th>)}</tr></thead>
             <tbody>
-                {changes.map(({ member, before, theirs }) => (
+                {changes.map(({ member, before, theirs: value, mine }) => (
                     <tr key={member}>
                         <th scope="row"><Text>{member}</Text></th>
-                        <td data-title="Theirs"><OrNothing value={theirs} /></td>
+                        {mine && <td data-title="Mine">{choice(member, false, <Mine edit={mine} />)}</td>}
+                        <td data-title="Theirs">{mine ? choice(member, true, <OrNothing value={value} />) : <OrNothing value={value} />}</td>
                         <td data-title="Before"><OrNothing value={before} /></td>
                     </tr>
                 ))}
