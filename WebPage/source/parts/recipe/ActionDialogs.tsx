@@ -2,8 +2,8 @@
 import type { ComponentChildren } from "preact";
 import { useEffect, useId, useMemo, useState } from "preact/hooks";
 import { readExact, request } from "../../data/api";
-import { count, fields, parse, rows } from "../../data/json";
-import type { JsonObject } from "../../data/json";
+import { count, fields, parse, rows, shown } from "../../data/json";
+import type { Json, JsonObject } from "../../data/json";
 import { readRecipes, recipes, want } from "../../data/recipes";
 import type { Counts, Row } from "../../data/shapes";
 import { useStore } from "../../data/store";
@@ -100,6 +100,14 @@ function ownRows(book: Book, all: Row[]): Row[] {
     return all.filter(({ symbol }) => symbols.has(symbol));
 }
 
+interface Updated {
+    recipe: string;
+    state: string;
+    text: string;
+    /** What was done to values, each in a text. */
+    info: Json;
+}
+
 /** Adds what the type has and the recipe hasn't, and takes away what the type hasn't. */
 export function UpdateDialog({ book, onClose, onDone }: ActionProps) {
     const [answer, setAnswer] = useState<JsonObject>();
@@ -108,14 +116,13 @@ export function UpdateDialog({ book, onClose, onDone }: ActionProps) {
         setAnswer(parse(text) as JsonObject);
         onDone();
     };
-    const results = rows<{ recipe: string; state: string; text: string }>(answer?.get("rows"));
     return (
         <TaskDialog title="Bring into line with its type" button={answer ? "" : "Bring into line"} task={update} onClose={onClose}>
-            <p>Members that the type <Text>{book.type}</Text> has are added with their defaults; values of members that it doesn't have are taken away.</p>
-            {results.map(({ recipe, state, text }) => (
+            <p>Members that the type <Text>{book.type}</Text> has are added with their defaults; values of members that it doesn't have are taken away, and those of another type are reset.</p>
+            {rows<Updated>(answer?.get("rows")).map(({ recipe, state, text, info }) => (
                 <Notice kind={state === "failed" ? "bad" : "good"}>
                     <p><EntryName name={recipe} />: {state === "same" ? "it was in line already" : state}</p>
-                    {text && <p class="pre"><Text>{text}</Text></p>}
+                    {[text, ...(Array.isArray(info) ? info.map(shown) : [])].map((line) => line && <p><Text>{line}</Text></p>)}
                 </Notice>
             ))}
         </TaskDialog>
@@ -155,7 +162,7 @@ interface RowTableProps {
     titles: [string, string];
 }
 
-function RowTable({ rows: shown, columns: [one, two], titles }: RowTableProps) {
+function RowTable({ rows: listed, columns: [one, two], titles }: RowTableProps) {
     const columns: Column<Row>[] = [
         { key: "member", title: "Member", cell: ({ member }) => <Text>{member}</Text> },
         { key: "symbol", title: "Symbol", cell: ({ symbol }) => <Text>{symbol}</Text> },
@@ -163,7 +170,7 @@ function RowTable({ rows: shown, columns: [one, two], titles }: RowTableProps) {
         { key: "two", title: titles[1], right: true, cell: (row) => <ValueText value={row[two]} /> },
         { key: "state", title: "Difference", cell: ({ state, text }) => <span title={text}><State state={state} /></span> },
     ];
-    return <Grid label="Differences" kind="differences" columns={columns} rows={shown} keyOf={({ symbol, member }) => symbol + "\n" + member} empty={<Empty title="Nothing differs." />} />;
+    return <Grid label="Differences" kind="differences" columns={columns} rows={listed} keyOf={({ symbol, member }) => symbol + "\n" + member} empty={<Empty title="Nothing differs." />} />;
 }
 
 interface RecipePickerProps {

@@ -123,8 +123,10 @@ function Stored({ row, editing }: { row: ValueRow; editing: Editing }) {
 }
 
 function StoredValue({ row: { member }, value }: { row: ValueRow; value: Json | undefined }) {
-    const isSet = value !== undefined && value !== null;
-    if (member.nestedType !== null && typeof value === "string" && value !== "") {
+    const isNested = member.nestedType !== null && typeof value === "string";
+    // An update leaves an empty name where no recipe has been chosen yet.
+    const isSet = value !== undefined && value !== null && !(isNested && value === "");
+    if (isNested && isSet) {
         return <Link to="/recipe" query={{ name: value }}><EntryName name={value} /></Link>;
     }
     if (!isSet && member.default !== null) {

@@ -42,7 +42,10 @@ function rowOf(book: Book, member: MemberInfo, parent: string, level: number): V
 
 function withRowsBelow(row: ValueRow, nested: Nested, edits: Edits, above: readonly string[]): ValueRow {
     const name = row.level === 1 ? valueOf(row, edits) : row.stored;
-    const book = typeof name === "string" ? nested.get(name) : undefined;
+    if (typeof name !== "string" || name === "") {
+        return row;
+    }
+    const book = nested.get(name);
     if (typeof book === "object" && !above.includes(book.name)) {
         return { ...row, below: rowsOf(book, nested, new Map(), row.key + "\n", above) };
     }
