@@ -21,6 +21,12 @@ export function parentsOf(entry: JsonObject): string[] {
     return Array.isArray(names) ? names.filter((name) => typeof name === "string") : [];
 }
 
+/** Whether its options keep the whole type from being written. */
+export function isDisabled(entry: JsonObject): boolean {
+    const options = entry.get("options");
+    return options instanceof Map && options.get("enabled") === "Disabled";
+}
+
 export function withParents(entry: JsonObject, names: string[]): JsonObject {
     return entry.has(parentsKey) ? new Map(entry).set(parentsKey, names) : new Map<string, Json>([[parentsKey, names], ...entry]);
 }

@@ -5,7 +5,7 @@ import { go, place } from "../data/router";
 import { may } from "../data/session";
 import { useStore } from "../data/store";
 import { wantSymbols } from "../data/symbols";
-import { marksOf, memberOf, membersOf, movedMember, parentsOf, withMember, withoutMember, withParents } from "../data/type_entry";
+import { isDisabled, marksOf, memberOf, membersOf, movedMember, parentsOf, withMember, withoutMember, withParents } from "../data/type_entry";
 import { CopyDialog, DeleteDialog, RenameDialog } from "../parts/EntryDialogs";
 import { SearchField } from "../parts/SearchField";
 import { Head } from "../parts/Shell";
@@ -106,6 +106,7 @@ function Messages({ name, draft, recipeCount, mistakes }: { name: string; draft:
     return (
         <>
             {draft.isOvertaken && <Notice kind="warn">Somebody has saved this type since. Saving shows both, and nothing is lost.</Notice>}
+            {draft.entry && isDisabled(draft.entry) && <Notice kind="warn">This type is disabled as a whole: nothing of it is written to the controllers.</Notice>}
             {mistakes.map((text) => <Notice kind="warn"><Text long>{text}</Text></Notice>)}
             {draft.unread !== undefined && <Failure error={draft.unread} retry={draft.again} />}
             {draft.refusal !== undefined && <Failure error={draft.refusal} />}

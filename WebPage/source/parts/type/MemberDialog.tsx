@@ -42,7 +42,7 @@ export function MemberDialog(props: MemberDialogProps) {
             <Form onSubmit={submit}>
                 {mistake && <Notice kind="bad">{mistake}</Notice>}
                 {isNew && <NameOfMember form={form} />}
-                {isInherited(form.name) && <p class="hint">A member of this name is inherited, and comes first: values belong to that one.</p>}
+                {isNew && isInherited(form.name) && <p class="hint">A member of this name is inherited, and comes first: values belong to that one.</p>}
                 <Choice label="Symbol" value={form.symbol} onInput={form.setSymbol} options={form.symbolNames} mistake={form.symbolMistake} hint="Type a part of its name." />
                 <Choice label="Nested type" value={form.nested} onInput={form.setNested} options={form.typeNames} mistake={form.nestedMistake} hint="A recipe names one of that type here." />
                 <DefaultValue form={form} />

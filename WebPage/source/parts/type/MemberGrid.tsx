@@ -1,5 +1,8 @@
+import { useMemo } from "preact/hooks";
 import { rangeText } from "../../data/input";
 import { shown } from "../../data/json";
+import { types } from "../../data/recipes";
+import { useStore } from "../../data/store";
 import { Grid } from "../Grid";
 import type { Column } from "../Grid";
 import { Empty } from "../State";
@@ -14,7 +17,8 @@ interface MemberGridProps {
 }
 
 export function MemberGrid({ rows, isFiltered, edit }: MemberGridProps) {
-    const columns = edit && !isFiltered ? [...factColumns, orderColumn(rows, edit.onMove)] : factColumns;
+    const isType = useIsType();
+    const columns = [...factColumns(isType), ...(edit && !isFiltered ? [orderColumn(rows, edit.onMove)] : [])];
     return (
         <Grid
             label="Members" kind="members" columns={columns} rows={rows} keyOf={({ name, from }) => `${from}\n${name}`}
@@ -31,9 +35,16 @@ export function MemberGrid({ rows, isFiltered, edit }: MemberGridProps) {
     );
 }
 
-const factColumns: Column<MemberRow>[] = [
+/** Whether there is such a type; true as long as that isn't known. */
+function useIsType(): (name: string) => boolean {
+    const { items, isRead } = useStore(types);
+    const names = useMemo(() => new Set(items.filter(({ kind }) => kind === "type").map(({ name }) => name)), [items]);
+    return (name) => !isRead || names.has(name);
+}
+
+const factColumns = (isType: (name: string) => boolean): Column<MemberRow>[] => [
     { key: "name", title: "Member", cell: (row) => <Name row={row} /> },
-    { key: "symbol", title: "Symbol or nested type", cell: (row) => <Stands row={row} /> },
+    { key: "symbol", title: "Symbol or nested type", cell: (row) => <Stands row={row} isType={isType} /> },
     { key: "default", title: "Default", right: true, cell: ({ value, input }) => <ValueText value={value} unit={input.unit} /> },
     { key: "range", title: "Range", cell: ({ input }) => <span class="quiet-text"><bdi>{formText(input)}</bdi></span> },
     {
@@ -59,14 +70,19 @@ function Name({ row: { name, mark, mistake, isEnabled } }: { row: MemberRow }) {
     );
 }
 
-function Stands({ row: { symbol, isMapped, nestedType } }: { row: MemberRow }) {
+function Stands({ row: { symbol, isMapped, nestedType }, isType }: { row: MemberRow; isType: (name: string) => boolean }) {
     return (
         <>
             {symbol && <Text>{symbol}</Text>}
-            {symbol && isMapped === false && <span class="state bad mark"><span aria-hidden="true">✕</span> no such symbol</span>}
+            {symbol && isMapped === false && <Missing what="symbol" />}
             {nestedType && <> <span class="quiet-text">type</span> <Link to="/type" query={{ name: nestedType }}><EntryName name={nestedType} /></Link></>}
+            {nestedType && !isType(nestedType) && <Missing what="type" />}
         </>
     );
+}
+
+function Missing({ what }: { what: string }) {
+    return <span class="state bad mark"><span aria-hidden="true">✕</span> no such {what}</span>;
 }
 
 function formText(input: MemberRow["input"]): string {

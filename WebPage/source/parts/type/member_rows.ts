@@ -22,6 +22,7 @@ export interface MemberRow {
     isEnabled: boolean;
     input: Input;
     mark: Mark;
+    /** What is wrong with it. */
     mistake: string;
 }
 
@@ -58,10 +59,12 @@ const nothing: Resolved = { own: new Map(), inherited: [], mistakes: [] };
 
 export function memberRows(before: JsonObject, entry: JsonObject, resolved: Resolved, mistakes: ReadonlyMap<string, string>): MemberRow[] {
     const marks = marksOf(before, entry);
-    return [
-        ...resolved.inherited.map(inheritedRow),
-        ...[...membersOf(entry).keys()].map((name) => ownRow(name, memberOf(entry, name), resolved.own.get(name), marks.get(name) ?? "", mistakes.get(name) ?? "")),
-    ];
+    const inherited = new Set(resolved.inherited.map(({ name }) => name));
+    const ownRows = [...membersOf(entry).keys()].map((name) => {
+        const mistake = mistakes.get(name) ?? (inherited.has(name) ? "inherited too, and values belong to that one" : "");
+        return ownRow(name, memberOf(entry, name), resolved.own.get(name), marks.get(name) ?? "", mistake);
+    });
+    return [...resolved.inherited.map(inheritedRow), ...ownRows];
 }
 
 function inheritedRow(member: Member): MemberRow {
