@@ -2,6 +2,8 @@ import { useEffect, useLayoutEffect, useMemo, useRef, useState } from "preact/ho
 
 export interface MenuItem {
     title: string;
+    /** Why it can't be done now; it is shown all the same. */
+    hindrance?: string | undefined;
     /** What is taken away by it is told apart. */
     danger?: boolean;
     act: () => void;
@@ -22,7 +24,7 @@ export function Menu({ label, items, place, onClose }: MenuProps) {
     useLayoutEffect(() => setStyle(besides(place.getBoundingClientRect(), menu.current!)), [place]);
     const before = useMemo(() => document.activeElement, []);
     useEffect(() => {
-        menu.current!.querySelector("button")!.focus();
+        menu.current!.querySelector<HTMLButtonElement>("button:enabled")?.focus();
         const onPress = (event: Event) => !menu.current!.contains(event.target as Node) && onClose();
         addEventListener("pointerdown", onPress, true);
         return () => removeEventListener("pointerdown", onPress, true);
@@ -34,7 +36,7 @@ export function Menu({ label, items, place, onClose }: MenuProps) {
         onClose();
     };
     const onKeyDown = (event: KeyboardEvent) => {
-        const buttons = [...menu.current!.querySelectorAll("button")];
+        const buttons = [...menu.current!.querySelectorAll<HTMLButtonElement>("button:enabled")];
         const at = buttons.indexOf(document.activeElement as HTMLButtonElement);
         const steps: Record<string, number> = { ArrowDown: at + 1, ArrowUp: at - 1, Home: 0, End: -1 };
         const to = steps[event.key];
@@ -48,15 +50,28 @@ export function Menu({ label, items, place, onClose }: MenuProps) {
     };
     return (
         <div ref={menu} class="menu" role="menu" aria-label={label} style={style} onKeyDown={onKeyDown}>
-            {items.map(({ title, danger, act }) => (
+            {items.map(({ title, danger, hindrance, act }) => (
                 <button
-                    type="button" role="menuitem" tabIndex={-1} class={danger ? "quiet danger-text" : "quiet"}
+                    type="button" role="menuitem" tabIndex={-1} disabled={!!hindrance} title={hindrance || undefined} class={danger ? "quiet danger-text" : "quiet"}
                     onClick={() => (leave(), act())}
                 >
                     {title}
                 </button>
             ))}
         </div>
+    );
+}
+
+/** A button that opens a menu under it. */
+export function MenuButton({ title, items }: { title: string; items: MenuItem[] }) {
+    const [place, setPlace] = useState<Element>();
+    return (
+        <>
+            <button type="button" aria-haspopup="menu" aria-expanded={!!place} onClick={(event) => setPlace(place ? undefined : event.currentTarget)}>
+                {title} <span aria-hidden="true">▾</span>
+            </button>
+            {place && <Menu label={title} items={items} place={place} onClose={() => setPlace(undefined)} />}
+        </>
     );
 }
 

@@ -9,8 +9,3 @@ export function Outcome({ of }: { of: string }) {
     const [sign, kind] = signs[of] ?? ["•", "quiet"];
     return <span class={"state " + kind}><span aria-hidden="true">{sign}</span> {of}</span>;
 }
-
-/** People by their names alone; programs and accounts of the machine by what they are. */
-export function whoText(who: string): string {
-    return who.replace(/^user:/, "");
-}

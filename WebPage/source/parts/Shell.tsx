@@ -91,7 +91,7 @@ function ActiveRecipes({ linked }: { linked: boolean }) {
             {state.active.slice(0, 4).map(({ recipe }) =>
                 linked ? <Link to="/recipe" query={{ name: recipe }} class="chip"><EntryName name={recipe} /></Link>
                        : <span class="chip"><EntryName name={recipe} /></span>)}
-            {state.active.length > 4 && <Link to="/active">{state.active.length - 4} more</Link>}
+            {state.active.length > 4 && (linked ? <Link to="/active">{state.active.length - 4} more</Link> : <span>{state.active.length - 4} more</span>)}
             {state.unread.length > 0 && <span class="state bad" title={state.unread[0]?.text}>{state.unread.length} unread</span>}
             {!isKnown && <span class="age">{ageText(age)}</span>}
         </div>

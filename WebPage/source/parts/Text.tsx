@@ -26,6 +26,11 @@ export function ValueText({ value, unit }: { value: Json | undefined; unit?: str
     );
 }
 
+/** Who did something: people by their names alone, programs and accounts of the machine by what they are. */
+export function Who({ of }: { of: string }) {
+    return <Text>{of.replace(/^user:/, "")}</Text>;
+}
+
 /** The name of an entry, its folders before it in a weaker colour. */
 export function EntryName({ name }: { name: string }) {
     const at = name.lastIndexOf("::");

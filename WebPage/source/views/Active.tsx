@@ -7,7 +7,7 @@ import type { Column } from "../parts/Grid";
 import { ageText } from "../parts/Live";
 import { Head } from "../parts/Shell";
 import { Empty, Failure, Loading, Notice } from "../parts/State";
-import { counted, EntryName, Link, Text, Time } from "../parts/Text";
+import { EntryName, Link, Text, Time, Who, counted } from "../parts/Text";
 
 /** The recipes that stand in the controllers, and those of which that can't be told. */
 export function Active() {
@@ -63,6 +63,6 @@ function Standing({ active: standing, isComplete }: { active: ActiveRecipe[]; is
 const columns: Column<ActiveRecipe>[] = [
     { key: "recipe", title: "Recipe", cell: ({ recipe }) => <Link to="/recipe" query={{ name: recipe }}><EntryName name={recipe} /></Link> },
     { key: "since", title: "Activated", cell: ({ since }) => (since ? <Time of={since} /> : <span class="nothing">no record</span>) },
-    { key: "by", title: "By", cell: ({ by }) => (by ? <Text>{by}</Text> : <span class="nothing">–</span>) },
+    { key: "by", title: "By", cell: ({ by }) => (by ? <Who of={by} /> : <span class="nothing">–</span>) },
     { key: "history", title: "History", cell: ({ recipe }) => <Link to="/history" query={{ recipe }}>History</Link> },
 ];

@@ -8,15 +8,15 @@ import { Grid } from "../parts/Grid";
 import type { Column } from "../parts/Grid";
 import { Head } from "../parts/Shell";
 import { Empty, Failure, Loading } from "../parts/State";
-import { Outcome, whoText } from "../parts/Outcome";
-import { Text, Time } from "../parts/Text";
+import { Outcome } from "../parts/Outcome";
+import { Text, Time, Who } from "../parts/Text";
 
 const columns: Column<HistoryItem>[] = [
     { key: "time", title: "Time", cell: ({ time }) => <Time of={time} /> },
     { key: "action", title: "Action", cell: ({ action }) => action },
     { key: "asked", title: "Asked", cell: ({ asked }) => <Text>{asked}</Text> },
     { key: "outcome", title: "Outcome", cell: ({ outcome }) => <Outcome of={outcome} /> },
-    { key: "who", title: "Who", cell: ({ who }) => <Text>{whoText(who)}</Text> },
+    { key: "who", title: "Who", cell: ({ who }) => <Who of={who} /> },
     { key: "note", title: "Note", cell: ({ note }) => note && <Text>{note}</Text> },
 ];
 

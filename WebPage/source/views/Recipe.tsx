@@ -10,7 +10,8 @@ import type { HistoryItem } from "../data/shapes";
 import { useStore } from "../data/store";
 import { useAnswer } from "../data/useAnswer";
 import { CopyDialog, DeleteDialog, RenameDialog } from "../parts/EntryDialogs";
-import { MoreMenu } from "../parts/recipe/MoreMenu";
+import { MenuButton } from "../parts/Menu";
+import type { MenuItem } from "../parts/Menu";
 import { CompareDialog, StoreDialog, UpdateDialog } from "../parts/recipe/ActionDialogs";
 import type { Book } from "../parts/recipe/book";
 import { Conflict } from "../parts/recipe/Conflict";
@@ -21,7 +22,7 @@ import type { RecipeState } from "../parts/recipe/useRecipe";
 import { Values } from "../parts/recipe/Values";
 import { Head } from "../parts/Shell";
 import { Empty, Failure, Loading, Notice } from "../parts/State";
-import { EntryName, Link, Text, Time } from "../parts/Text";
+import { EntryName, Link, Time, Who } from "../parts/Text";
 
 export function Recipe() {
     const { query } = useStore(place);
@@ -73,7 +74,7 @@ function About({ book }: { book: Book }) {
         <span class="about">
             <span>Type <Link to="/type" query={{ name: book.type }}><EntryName name={book.type} /></Link></span>
             <Activity name={book.name} />
-            {changed && <span>Changed <Link to="/record" query={{ id: String(changed.id) }}><Time of={changed.time} short /></Link> by <Text>{changed.who}</Text></span>}
+            {changed && <span>Changed <Link to="/record" query={{ id: String(changed.id) }}><Time of={changed.time} short /></Link> by <Who of={changed.who} /></span>}
         </span>
     );
 }
@@ -90,7 +91,7 @@ function Activity({ name }: { name: string }) {
         <span>
             <span class="state good"><span aria-hidden="true">●</span> Active</span>
             {standing.since !== null && <> since <Time of={standing.since} /></>}
-            {standing.by !== null && <> by <Text>{standing.by}</Text></>}
+            {standing.by !== null && <> by <Who of={standing.by} /></>}
         </span>
     ) : <span>Not active</span>;
 }
@@ -103,10 +104,15 @@ function useLastChange(name: string): HistoryItem | undefined {
 
 function Actions({ name, hasEdits, act }: { name: string; hasEdits: boolean; act: (action: Action) => void }) {
     const { isOpen } = useStore(link);
-    const first = hasEdits ? "Save or discard the changes first" : undefined;
-    const item = (action: Action, title: string, isOff = false) => (
-        <button type="button" disabled={isOff} title={isOff ? first : undefined} onClick={() => act(action)}>{title}</button>
-    );
+    const unsaved = hasEdits ? "Save or discard the changes first" : undefined;
+    const item = (action: Action, title: string, more: Partial<MenuItem> = {}): MenuItem => ({ title, act: () => act(action), ...more });
+    const edits = [
+        item("store", "Store what the controllers hold …", { hindrance: unsaved ?? (isOpen ? undefined : "The link is lost") }),
+        item("update", "Bring into line with its type …", { hindrance: unsaved }),
+        item("copy", "Copy …"),
+        item("rename", "Rename or move …", { hindrance: unsaved }),
+        item("delete", "Delete …", { danger: true }),
+    ];
     return (
         <>
             {may("activate") && (
@@ -114,18 +120,7 @@ function Actions({ name, hasEdits, act }: { name: string; hasEdits: boolean; act
                     Look at the plan
                 </button>
             )}
-            <MoreMenu title="More">
-                {item("compare", "Compare with another recipe …")}
-                {may("edit") && (
-                    <>
-                        {item("store", "Store what the controllers hold …", hasEdits || !isOpen)}
-                        {item("update", "Bring into line with its type …", hasEdits)}
-                        {item("copy", "Copy …")}
-                        {item("rename", "Rename or move …", hasEdits)}
-                        {item("delete", "Delete …")}
-                    </>
-                )}
-            </MoreMenu>
+            <MenuButton title="More" items={[item("compare", "Compare with another recipe …"), ...(may("edit") ? edits : [])]} />
         </>
     );
 }

@@ -16,7 +16,7 @@ import type { MenuItem } from "../parts/Menu";
 import { NewFolderDialog, NewRecipeDialog } from "../parts/NewRecipe";
 import { Head } from "../parts/Shell";
 import { Empty, Failure, Loading } from "../parts/State";
-import { counted, EntryName, Link, Text, Time } from "../parts/Text";
+import { EntryName, Link, Text, Time, Who, counted } from "../parts/Text";
 
 /** What the user has opened or closed; kept while other views are shown. */
 const toggled = new Store<ReadonlyMap<string, boolean>>(new Map());
@@ -221,7 +221,7 @@ function menuOf({ item: { name }, isFolder }: Row, onDialog: (dialog: JSX.Elemen
     }
     return [
         { title: "Open", act: () => go("/recipe", { name }) },
-        { title: "Plan an activation", act: () => go("/plan", { recipe: name }) },
+        { title: "Plan an activation", act: () => go("/plan", { name }) },
         ...(may("edit") ? [{ title: "Copy", act: () => onDialog(<CopyDialog {...props} />) }, ...edit] : []),
     ];
 }
@@ -234,7 +234,7 @@ function columnsOf(
         { key: "name", title: "Name", sort: sortOf("name"), cell: ({ item, isFolder }) => (isFlat ? <EntryName name={item.name} /> : <span class={isFolder ? "folder" : "recipe"}><Text>{leafOf(item.name)}</Text></span>) },
         { key: "activity", title: "Activity", cell: ({ item }) => standing.has(item.name) && <span class="state good"><span aria-hidden="true">●</span> active</span> },
         { key: "type", title: "Type", cell: ({ item, isFolder }) => (isFolder ? <span class="quiet-text">{counted(item.count ?? 0, "entry", "entries")}</span> : <Text>{item.type ?? ""}</Text>) },
-        { key: "changed", title: "Last change", sort: sortOf("changed"), cell: ({ item }) => item.changed && <><Time of={item.changed.time} short /> <span class="quiet-text">by <Text>{item.changed.who.replace(/^user:/, "")}</Text></span></> },
+        { key: "changed", title: "Last change", sort: sortOf("changed"), cell: ({ item }) => item.changed && <><Time of={item.changed.time} short /> <span class="quiet-text">by <Who of={item.changed.who} /></span></> },
     ];
     return !openMenu ? columns : [...columns, {
         key: "menu", title: <span class="hidden">Actions</span>, cell: (row) => hasMenu(row) && (

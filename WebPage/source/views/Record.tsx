@@ -10,11 +10,11 @@ import { useStore } from "../data/store";
 import { useAnswer } from "../data/useAnswer";
 import { countsText, PlaceTable, RowTable } from "../parts/ChangeTable";
 import type { Place } from "../parts/ChangeTable";
-import { Outcome, whoText } from "../parts/Outcome";
+import { Outcome } from "../parts/Outcome";
 import { RevertDialog } from "../parts/RevertDialog";
 import { Head } from "../parts/Shell";
 import { Failure, Loading } from "../parts/State";
-import { counted, EntryName, Link, Text, Time } from "../parts/Text";
+import { EntryName, Link, Text, Time, Who, counted } from "../parts/Text";
 
 interface Told {
     id: Json;
@@ -75,7 +75,7 @@ function Facts({ told, recipe }: { told: Told; recipe: string | undefined }) {
     return (
         <dl class="facts">
             <div><dt>Time</dt><dd><Time of={told.time} /></dd></div>
-            <div><dt>Who</dt><dd><Text>{whoText(told.who)}</Text></dd></div>
+            <div><dt>Who</dt><dd><Who of={told.who} /></dd></div>
             <div><dt>Action</dt><dd>{told.action}</dd></div>
             <div><dt>Outcome</dt><dd><Outcome of={told.outcome} /></dd></div>
             {recipe && <div><dt>Recipe</dt><dd><Link to="/recipe" query={{ name: recipe }}><EntryName name={recipe} /></Link></dd></div>}

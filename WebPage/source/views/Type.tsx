@@ -10,7 +10,7 @@ import { CopyDialog, DeleteDialog, RenameDialog } from "../parts/EntryDialogs";
 import { SearchField } from "../parts/SearchField";
 import { Head } from "../parts/Shell";
 import { Empty, Failure, Loading, Notice } from "../parts/State";
-import { counted, EntryName, Link, Text, Time } from "../parts/Text";
+import { EntryName, Link, Text, Time, Who, counted } from "../parts/Text";
 import { Conflict } from "../parts/type/Conflict";
 import { memberRows, useResolved } from "../parts/type/member_rows";
 import type { MemberRow, Resolved } from "../parts/type/member_rows";
@@ -67,7 +67,7 @@ function TypeHead({ name, draft }: { name: string; draft: TypeDraft }) {
     const changed = useStore(types).items.find((item) => item.name === name)?.changed;
     const note = changed && (
         <>
-            Changed <Time of={changed.time} /> by <Text>{changed.who.replace(/^user:/, "")}</Text>, <Link to="/record" query={{ id: String(changed.id) }}>record {changed.id}</Link>
+            Changed <Time of={changed.time} /> by <Who of={changed.who} />, <Link to="/record" query={{ id: String(changed.id) }}>record {changed.id}</Link>
         </>
     );
     return (

@@ -15,7 +15,7 @@ import type { MenuItem } from "../parts/Menu";
 import { SearchField } from "../parts/SearchField";
 import { Head } from "../parts/Shell";
 import { Empty, Failure, Loading } from "../parts/State";
-import { counted, EntryName, Link, Text, Time } from "../parts/Text";
+import { EntryName, Link, Text, Time, Who, counted } from "../parts/Text";
 import { NewFolder, NewType } from "../parts/type/NewType";
 
 /** What the user has opened or closed; kept while other views are shown. */
@@ -162,7 +162,7 @@ function columnsOf(counts: ReadonlyMap<string, number>, openMenu: ((row: Row, pl
         { key: "recipes", title: "Recipes", right: true, cell: ({ item, isFolder }) => !isFolder && <RecipeCount type={item.name} count={counts.get(item.name) ?? 0} /> },
         {
             key: "changed", title: "Last change",
-            cell: ({ item }) => item.changed && <><Time of={item.changed.time} short /> <span class="quiet-text">by <Text>{item.changed.who.replace(/^user:/, "")}</Text></span></>,
+            cell: ({ item }) => item.changed && <><Time of={item.changed.time} short /> <span class="quiet-text">by <Who of={item.changed.who} /></span></>,
         },
     ];
     return !openMenu ? columns : [...columns, {

@@ -16,8 +16,10 @@ export function toBeWritten(rows: readonly Row[]): Row[] {
 }
 
 /** The controllers that they go to. */
+/** Where the rows are written: the domains of controllers, the server's own last. */
 export function domainsOf(rows: readonly Row[]): string[] {
-    return [...new Set(rows.map(({ domain }) => domain))];
+    const names = new Set(rows.map(({ domain }) => domain));
+    return names.delete("RavikSrv") ? [...names, "the server"] : [...names];
 }
 
 const planOrder = ["unread", "failed", "not tried", "not written", "differs", "same"];

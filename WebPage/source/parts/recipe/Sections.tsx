@@ -11,7 +11,7 @@ import { Grid } from "../Grid";
 import type { Column } from "../Grid";
 import { PathLink } from "../PathLink";
 import { Empty, Failure, Loading } from "../State";
-import { Link, Text, Time } from "../Text";
+import { Link, Text, Time, Who } from "../Text";
 
 interface Use {
     path: string;
@@ -38,7 +38,7 @@ export function Uses({ name }: { name: string }) {
 
 const columnsOfHistory: Column<HistoryItem>[] = [
     { key: "time", title: "Time", cell: ({ id, time }) => <Link to="/record" query={{ id: String(id) }}><Time of={time} /></Link> },
-    { key: "who", title: "Who", cell: ({ who }) => <Text>{who}</Text> },
+    { key: "who", title: "Who", cell: ({ who }) => <Who of={who} /> },
     { key: "action", title: "What", cell: ({ action }) => action },
     { key: "asked", title: "Asked", cell: ({ asked, note }) => <><Text>{asked}</Text>{note && <span class="quiet-text"> <Text>{note}</Text></span>}</> },
     { key: "outcome", title: "Outcome", cell: ({ outcome, text }) => <span class={outcome === "failed" ? "state bad" : undefined} title={text}>{outcome}</span> },

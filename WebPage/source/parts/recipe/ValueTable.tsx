@@ -50,7 +50,7 @@ export function ValueTable({ rows, all, isOpen, onToggle, editing, empty }: Valu
     return (
         <Grid
             label="Values" kind="values" columns={columns} rows={rows} keyOf={(row) => row.key}
-            branch={(row) => (row.below ? { level: row.level, isExpanded: isOpen(row) } : { level: row.level })}
+            {...(rows.some(({ below }) => below) && { branch: (row: ValueRow) => (row.below ? { level: row.level, isExpanded: isOpen(row) } : { level: row.level }) })}
             rowClass={(row) => rowClass(row, editing)} onEdit={openField} onToggle={onToggle}
             onSight={(now) => symbols.length > mostWatched && setInSight(now)}
             empty={<p class="empty">{empty}</p>}
