@@ -25,7 +25,9 @@ export function Active() {
     );
     return (
         <section class={isKnown ? "view fill active-now" : "view fill active-now stale"}>
-            <Head title="Active now" note={<>Read {ageText(age).replace(" old", " ago")}{!isKnown && ". It may be otherwise by now."}</>}>{look}</Head>
+            <Head title="Active now" note={`Read ${ageText(age).replace(" old", " ago")}${isKnown ? "" : ". It may be otherwise by now."}`}>
+                {look}
+            </Head>
             {state.error && <Failure error={state.error} />}
             {state.unread.length > 0 && <Unread unread={state.unread} />}
             <Standing active={state.active} isComplete={state.unread.length === 0} />
@@ -36,10 +38,16 @@ export function Active() {
 function Unread({ unread }: { unread: { recipe: string; text: string }[] }) {
     return (
         <Notice kind="warn">
-            <p><strong>{counted(unread.length, "recipe")} could not be read:</strong> whether {unread.length === 1 ? "it stands" : "they stand"} in the controllers is not known.</p>
+            <p>
+                <strong>{counted(unread.length, "recipe")} could not be read:</strong>{" "}
+                whether {unread.length === 1 ? "it stands" : "they stand"} in the controllers is not known.
+            </p>
             <ul class="unread">
                 {unread.slice(0, 100).map(({ recipe, text }) => (
-                    <li><Link to="/recipe" query={{ name: recipe }}><EntryName name={recipe} /></Link> <span class="pre"><Text long>{text}</Text></span></li>
+                    <li>
+                        <Link to="/recipe" query={{ name: recipe }}><EntryName name={recipe} /></Link>{" "}
+                        <span class="pre"><Text long>{text}</Text></span>
+                    </li>
                 ))}
             </ul>
             {unread.length > 100 && <p>and {unread.length - 100} more</p>}
@@ -57,7 +65,11 @@ function Standing({ active: standing, isComplete }: { active: ActiveRecipe[]; is
             <p>A recipe is active while the controllers hold all of its values. <Link to="/recipes">Choose one to activate</Link>.</p>
         </Empty>
     );
-    return <Grid label="Active recipes" kind="active-list" columns={columns} rows={standing} keyOf={({ recipe }) => recipe} empty={empty} />;
+    return (
+        <Grid
+            label="Active recipes" kind="active-list" columns={columns} rows={standing} keyOf={({ recipe }) => recipe} empty={empty}
+        />
+    );
 }
 
 const columns: Column<ActiveRecipe>[] = [

@@ -1,4 +1,4 @@
-import { useEffect, useMemo } from "preact/hooks";
+import { useEffect, useMemo, useRef } from "preact/hooks";
 import { attempt, isUnderWay, resume } from "../data/activation";
 import { go, place } from "../data/router";
 import { may } from "../data/session";
@@ -18,14 +18,24 @@ export function Operator() {
     // What is being written is in sight, also after the page was loaded anew.
     const underWay = isUnderWay(made) ? made!.recipe : shown;
     useEffect(() => (underWay === shown ? undefined : go("/operator", { folder, plan: underWay }, "replace")), [underWay, shown]);
+    const main = useRef<HTMLElement>(null);
+    const before = useRef(shown);
+    // The button that led here is gone: who works by keyboard goes on from the top of what is shown now.
+    useEffect(() => {
+        if (before.current !== shown) {
+            before.current = shown;
+            main.current?.focus();
+        }
+    }, [shown]);
     const back = <button type="button" onClick={() => go("/operator", { folder })}>Back to the recipes</button>;
     return (
         <>
             <TopBar bare />
             <LinkBar />
-            <main id="main" class="operator">
-                {shown === "" || !may("activate") ? <ChooseRecipe onLook={(recipe) => go("/operator", { folder, plan: recipe })} />
-                              : <PlanAndOutcome key={shown} recipe={shown} back={back} isBare />}
+            <main ref={main} id="main" class="operator" tabIndex={-1}>
+                {shown === "" || !may("activate")
+                    ? <ChooseRecipe onLook={(recipe) => go("/operator", { folder, plan: recipe })} />
+                    : <PlanAndOutcome key={shown} recipe={shown} back={back} isBare />}
             </main>
             <StatusRegion />
         </>

@@ -18,5 +18,6 @@ export function Plan() {
             </Empty>
         );
     }
-    return <PlanAndOutcome key={recipe} recipe={recipe} back={<Link to="/recipe" query={{ name: recipe }} class="button">The recipe</Link>} />;
+    const back = <Link to="/recipe" query={{ name: recipe }} class="button">The recipe</Link>;
+    return <PlanAndOutcome key={recipe} recipe={recipe} back={back} />;
 }

@@ -50,7 +50,10 @@ export function ChooseRecipe({ onLook }: { onLook: (recipe: string) => void }) {
                     />
                 )}
             </div>
-            <RecipeButtons key={folder + "\n" + match} items={shown} chosen={chosen} isSearched={match !== ""} onChoose={setChosen} onOpen={openFolder} />
+            <RecipeButtons
+                key={folder + "\n" + match} items={shown} chosen={chosen} isSearched={match !== ""}
+                onChoose={setChosen} onOpen={openFolder}
+            />
         </>
     );
 }
@@ -94,10 +97,15 @@ function FolderPath({ folder, onOpen }: { folder: string; onOpen: (folder: strin
     const parts = folder === "" ? [] : folder.split("::");
     return (
         <div class="folder-path" role="group" aria-label="Folder">
-            {folder !== "" && <button type="button" onClick={() => onOpen(parentOf(folder))}><span aria-hidden="true">↑</span> Up</button>}
+            {folder !== "" && (
+                <button type="button" onClick={() => onOpen(parentOf(folder))}><span aria-hidden="true">↑</span> Up</button>
+            )}
             <button type="button" class="quiet" disabled={folder === ""} onClick={() => onOpen("")}>All recipes</button>
             {parts.map((part, index) => (
-                <button type="button" class="quiet" disabled={index === parts.length - 1} onClick={() => onOpen(parts.slice(0, index + 1).join("::"))}>
+                <button
+                    type="button" class="quiet" disabled={index === parts.length - 1}
+                    onClick={() => onOpen(parts.slice(0, index + 1).join("::"))}
+                >
                     <span aria-hidden="true">/ </span><Text>{part}</Text>
                 </button>
             ))}
@@ -129,10 +137,15 @@ function RecipeButtons({ items, chosen, isSearched, onChoose, onOpen }: RecipeBu
                 item.kind === "folder" ? (
                     <button type="button" class="recipe-button of-folder" key={item.name} onClick={() => onOpen(item.name)}>
                         <span class="name"><Text>{leafOf(item.name)}</Text></span>
-                        <span class="quiet-text">{counted(item.count ?? 0, "entry", "entries")} <span aria-hidden="true">▸</span></span>
+                        <span class="quiet-text">
+                            {counted(item.count ?? 0, "entry", "entries")} <span aria-hidden="true">▸</span>
+                        </span>
                     </button>
                 ) : (
-                    <button type="button" class="recipe-button" key={item.name} aria-pressed={item.name === chosen} onClick={() => onChoose(item.name)}>
+                    <button
+                        type="button" class="recipe-button" key={item.name} aria-pressed={item.name === chosen}
+                        onClick={() => onChoose(item.name)}
+                    >
                         <span class="name">{isSearched ? <EntryName name={item.name} /> : <Text>{leafOf(item.name)}</Text>}</span>
                         <span class="marks">
                             <span class="quiet-text"><Text>{item.type ?? ""}</Text></span>

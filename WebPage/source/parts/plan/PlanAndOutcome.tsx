@@ -7,7 +7,7 @@ import { may } from "../../data/session";
 import { useStore } from "../../data/store";
 import { Head } from "../Shell";
 import { Failure, Loading, Notice } from "../State";
-import { EntryName, Link, Text } from "../Text";
+import { counted, EntryName, Link, Text } from "../Text";
 import { CopyRows } from "./CopyRows";
 import { PlanRows } from "./PlanRows";
 import { Progress } from "./Progress";
@@ -59,11 +59,16 @@ export function PlanAndOutcome({ recipe, back, isBare }: PlanAndOutcomeProps) {
                 <VerdictBox recipe={recipe} stage={mine.stage as Over}>
                     {isChanged ? <button type="button" onClick={() => forget(recipe)}>Go on with the new plan</button>
                                : <button type="button" onClick={lookAnew}>Look at the plan anew</button>}
-                    {outcome?.id !== undefined && !isBare && <Link to="/record" query={{ id: String(outcome.id) }}>Its record</Link>}
+                    {outcome?.id !== undefined && !isBare && (
+                        <Link to="/record" query={{ id: String(outcome.id) }}>Its record</Link>
+                    )}
                 </VerdictBox>
             )}
-            {outcome ? <OutcomeRows outcome={outcome} units={units} />
-                     : <PlanPart recipe={recipe} planned={planned} made={made} mine={mine} units={units} />}
+            {outcome && <OutcomeRows outcome={outcome} units={units} />}
+            {/* Where nobody knows what was written, what was read before it stands in no table. */}
+            {!outcome && mine?.stage.name !== "lost" && (
+                <PlanPart recipe={recipe} planned={planned} made={made} mine={mine} units={units} />
+            )}
         </section>
     );
 }
@@ -94,7 +99,10 @@ function PlanPart({ recipe, planned, made, mine, units }: PlanPartProps) {
             )}
             {made && !mine && (
                 <Notice kind="info">
-                    <p>{isUnderWay(made) ? "Being written now: " : "Has ended meanwhile: "}<Link to="/plan" query={{ name: made.recipe }}><EntryName name={made.recipe} /></Link></p>
+                    <p>
+                        {isUnderWay(made) ? "Being written now: " : "Has ended meanwhile: "}
+                        <Link to="/plan" query={{ name: made.recipe }}><EntryName name={made.recipe} /></Link>
+                    </p>
                 </Notice>
             )}
             <PlannedRows plan={plan} units={units} isUnderWay={isUnderWay(mine)} />
@@ -153,12 +161,13 @@ function PlannedRows({ plan, units, isUnderWay: isWriting }: PlannedRowsProps) {
 }
 
 function PlanCounts({ plan: { rows, made } }: { plan: Plan }) {
+    const differing = countOf(rows, "differs");
     const unread = countOf(rows, "unread");
     const unwritten = countOf(rows, "not written");
     const read = new Date(made).toLocaleTimeString();
     return (
         <p class="counts">
-            <strong>{countOf(rows, "differs")} {countOf(rows, "differs") === 1 ? "differs" : "differ"}</strong>, {countOf(rows, "same")} the same,{" "}
+            <strong>{counted(differing, "differs", "differ")}</strong>, {countOf(rows, "same")} the same,{" "}
             {unread > 0 ? <strong class="state bad">{unread} unread</strong> : "0 unread"}
             {unwritten > 0 && <>, {unwritten} written by no activation</>}
             <span class="quiet-text"> · read at {read}</span>

@@ -32,13 +32,16 @@ export function PlanRows({ rows, phase, units, empty }: PlanRowsProps) {
                 label={isOutcome ? "The outcome" : "The plan"} kind={isOutcome ? "outcome-rows" : "plan-rows"}
                 columns={columns} rows={keyed} keyOf={({ key }) => key} onOpen={setOpened} empty={<Empty title={empty} />}
             />
-            {opened && <RowDialog row={opened} phase={phase} unit={units.get(opened.symbol)} onClose={() => setOpened(undefined)} />}
+            {opened && (
+                <RowDialog row={opened} phase={phase} unit={units.get(opened.symbol)} onClose={() => setOpened(undefined)} />
+            )}
         </>
     );
 }
 
 function columnsOf(phase: Phase, units: ReadonlyMap<string, string>): Column<Keyed>[] {
-    const value = (name: "before" | "value" | "after") => (row: Keyed) => <ValueText value={row[name]} unit={units.get(row.symbol)} />;
+    const value = (name: "before" | "value" | "after") => (row: Keyed) =>
+        <ValueText value={row[name]} unit={units.get(row.symbol)} />;
     const state = ({ state: name, text }: Keyed) => (
         <><RowState state={name} phase={phase} />{text && <span class="row-text"><Text>{text}</Text></span>}</>
     );
@@ -65,7 +68,8 @@ function RowState({ state, phase }: { state: string; phase: Phase }) {
     if (phase === "under way") {
         return <span class="state quiet">under way</span>;
     }
-    return state === "planned" ? <span class="state bad"><span aria-hidden="true">?</span> not known</span> : <State state={state} />;
+    const unknown = <span class="state bad"><span aria-hidden="true">?</span> not known</span>;
+    return state === "planned" ? unknown : <State state={state} />;
 }
 
 interface RowDialogProps {

@@ -20,7 +20,9 @@ export function Progress({ attempt }: { attempt: Attempt }) {
         return <div class="progress"><p role="status">Sent to the service …</p><progress aria-label="Written" /></div>;
     }
     const { done, total, isCancelling, isHeard } = stage;
-    const title = isCancelling ? "Being cancelled. What is on its way to a device is waited for." : `Writing ${counted(total || size, "value")} …`;
+    const title = isCancelling
+        ? "Being cancelled. What is on its way to a device is waited for."
+        : `Writing ${counted(total || size, "value")} …`;
     return (
         <div class="progress">
             <div class="progress-line">
@@ -28,7 +30,11 @@ export function Progress({ attempt }: { attempt: Attempt }) {
                 {total > 0 && <span class="progress-count">{done} of {total}</span>}
             </div>
             <progress aria-label="Written" {...(total > 0 ? { value: done, max: total } : {})} />
-            {!isHeard && <p class="quiet-text">The link is lost. How far it is by now is not known; what came of it is told when the link is back.</p>}
+            {!isHeard && (
+                <p class="quiet-text">
+                    The link is lost. How far it is by now is not known; what came of it is told when the link is back.
+                </p>
+            )}
             {attempt.id !== undefined && <CancelButton isCancelling={isCancelling} />}
         </div>
     );

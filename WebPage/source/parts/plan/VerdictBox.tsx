@@ -38,7 +38,8 @@ function told(stage: Over): Verdict {
     }
     const { code, message, retryAfter } = stage.problem;
     const wait = retryAfter > 0 ? `Try again in ${counted(retryAfter, "second")}.` : "";
-    return { kind: "warn", title: `Nothing was written. ${reasons[code] ?? ""}`.trim(), more: [code === "PLAN_CHANGED" ? "" : message, wait] };
+    const detail = code === "PLAN_CHANGED" ? "" : message;
+    return { kind: "warn", title: `Nothing was written. ${reasons[code] ?? ""}`.trim(), more: [detail, wait] };
 }
 
 const reasons: Record<string, string> = {

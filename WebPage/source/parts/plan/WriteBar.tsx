@@ -43,7 +43,9 @@ export function WriteBar({ rows, hindrance, mayLeaveUnverified, onWrite }: Write
             </div>
             <div class="write-act">
                 <p role="status">{hindrance || differingText(countOf(rows, "differs"), written.length)}</p>
-                <WriteButton written={written} isReady={hindrance === "" && written.length > 0} onWrite={() => onWrite(note.trim(), verify)} />
+                <WriteButton
+                    written={written} isReady={hindrance === "" && written.length > 0} onWrite={() => onWrite(note.trim(), verify)}
+                />
             </div>
         </div>
     );
@@ -87,7 +89,9 @@ function WriteButton({ written, isReady, onWrite }: WriteButtonProps) {
             type="button" class="primary write" disabled={!isReady || !isArmed} onClick={press}
             onPointerDown={() => (isPressed.current = true)} onKeyDown={(event) => event.repeat && event.preventDefault()}
         >
-            {written.length === 0 ? "Nothing to write" : <>Write {counted(written.length, "value")} to <Listed names={domainsOf(written)} /></>}
+            {written.length === 0
+                ? "Nothing to write"
+                : <>Write {counted(written.length, "value")} to <Listed names={domainsOf(written)} /></>}
         </button>
     );
 }
@@ -97,7 +101,9 @@ function Listed({ names }: { names: string[] }) {
     const rest = names.length - shown.length;
     return (
         <>
-            {shown.map((name, index) => <>{index === 0 ? "" : index === names.length - 1 ? " and " : ", "}<Text>{name}</Text></>)}
+            {shown.map((name, index) => (
+                <>{index === 0 ? "" : index === names.length - 1 ? " and " : ", "}<Text>{name}</Text></>
+            ))}
             {rest > 0 && ` and ${rest} more`}
         </>
     );

@@ -66,7 +66,9 @@ export function verdictOf({ outcome, rows, text, isRemembered, isVerified }: Out
         return { kind, isNamed: true, title: ` stands in the controllers: ${verified} of ${total}.`, more };
     }
     const isUnseen = isWhole && verified === 0;
-    const title = isUnseen ? `${total} written. Nobody looked whether the controllers kept them.` : `${verified} of ${total} stand as asked.`;
+    const title = isUnseen
+        ? `${total} written. Nobody looked whether the controllers kept them.`
+        : `${verified} of ${total} stand as asked.`;
     return { kind, title, more };
 }
 
