@@ -244,6 +244,7 @@ TEST(Activations, that_run_are_told_of_and_hold_their_symbols)
     auto const again = client.send("POST", "/activations", plate, key("slow") + async);
     EXPECT_EQ(again.status, 409U);
     EXPECT_EQ(text_in(again), "STILL_RUNNING");
+    EXPECT_TRUE(target.ends_with("/" + std::to_string(json(again)["id"].get_int64()))) << again.body;
     EXPECT_EQ(client.send("POST", "/activations", bread, key("free")).status, 201U) << "other symbols are free";
     EXPECT_EQ(plant.client("viewer").send("DELETE", target).status, 403U);
 
