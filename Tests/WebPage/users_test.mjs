@@ -77,7 +77,7 @@ test("a panel signs in with the token that it is given, until the token is remov
     await admin.getByLabel("Role").selectOption("viewer");
     await admin.getByLabel("Days").fill("30");
     await admin.getByRole("button", { name: "Make the token" }).click();
-    const token = await admin.getByLabel("Token panel 1").inputValue();
+    const token = await admin.getByRole("textbox", { name: "Token panel 1" }).inputValue();
     await admin.getByRole("button", { name: "Done" }).click();
 
     const panel = await visit(t, plant);

@@ -12,7 +12,10 @@ export interface ValueFieldProps {
     input: Input;
     /** What stands in it at first. Another value begins anew where `key` is another one too. */
     value: Json | undefined;
-    /** Called with each change: the value, or what is wrong with what was typed. `new RawText(text)` as `value` shows it again. */
+    /**
+     * Called with each change: the value, or what is wrong with what was typed, and the text. With `new RawText(text)`
+     * as `value` the field shows that again.
+     */
     onChange: (typed: Typed, text: string) => void;
     /** What the service found wrong with the value; what the field itself finds goes before it. */
     mistake?: string | undefined;
@@ -73,15 +76,33 @@ export function ValueField(props: ValueFieldProps) {
         <div ref={frame} class="value-field" onKeyDown={onKeyDown}>
             <div class="value-control">
                 <Control
-                    id={id} label={label} describedBy={`${id}-hint`} input={input} value={value} isWrong={mistake !== ""}
-                    isDisabled={isDisabled === true} onText={(text) => tell(readTyped(text, input), text)}
+                    id={id}
+                    label={label}
+                    describedBy={`${id}-hint`}
+                    input={input}
+                    value={value}
+                    isWrong={mistake !== ""}
+                    isDisabled={isDisabled === true}
+                    onText={(text) => tell(readTyped(text, input), text)}
                     onValue={(chosen) => tell({ value: chosen }, shown(chosen))}
                 />
-                {input.unit && <span class="unit"><bdi>{input.unit}</bdi></span>}
+                {input.unit && (
+                    <span class="unit">
+                        <bdi>{input.unit}</bdi>
+                    </span>
+                )}
             </div>
             <div id={`${id}-hint`} class="value-hint">
-                {hint && !mistake && <span class="hint"><bdi>{hint}</bdi></span>}
-                {mistake && <span class="mistake" role="alert"><span aria-hidden="true">✕</span> <bdi>{mistake}</bdi></span>}
+                {hint && !mistake && (
+                    <span class="hint">
+                        <bdi>{hint}</bdi>
+                    </span>
+                )}
+                {mistake && (
+                    <span class="mistake" role="alert">
+                        <span aria-hidden="true">✕</span> <bdi>{mistake}</bdi>
+                    </span>
+                )}
             </div>
         </div>
     );
@@ -115,8 +136,14 @@ function Switch({ id, label, describedBy, value, isDisabled, onValue }: ControlP
     return (
         <span class="switch">
             <input
-                id={id} type="checkbox" role="switch" aria-label={label} aria-describedby={describedBy} checked={isOn}
-                disabled={isDisabled} onChange={change}
+                id={id}
+                type="checkbox"
+                role="switch"
+                aria-label={label}
+                aria-describedby={describedBy}
+                checked={isOn}
+                disabled={isDisabled}
+                onChange={change}
             />
             <span aria-hidden="true">{String(isOn)}</span>
         </span>
@@ -133,11 +160,22 @@ function Choice({ id, label, describedBy, input, value, isWrong, isDisabled, onV
     };
     return (
         <select
-            id={id} aria-label={label} aria-describedby={describedBy} aria-invalid={isWrong} disabled={isDisabled}
-            value={String(chosen)} onChange={change}
+            id={id}
+            aria-label={label}
+            aria-describedby={describedBy}
+            aria-invalid={isWrong}
+            disabled={isDisabled}
+            value={String(chosen)}
+            onChange={change}
         >
-            {chosen < 0 && <option value="-1" disabled>{shown(value) || "choose …"}</option>}
-            {choices.map((choice, index) => <option value={String(index)}>{shown(choice) || "(empty)"}</option>)}
+            {chosen < 0 && (
+                <option value="-1" disabled>
+                    {shown(value) || "choose …"}
+                </option>
+            )}
+            {choices.map((choice, index) => (
+                <option value={String(index)}>{shown(choice) || "(empty)"}</option>
+            ))}
         </select>
     );
 }
@@ -160,9 +198,18 @@ function Line({ id, label, describedBy, input, value, isWrong, isDisabled, onTex
     };
     return (
         <input
-            id={id} class={isNumber ? "number" : undefined} inputMode={isPositive ? "decimal" : undefined} autocomplete="off"
-            spellcheck={false} dir={isNumber ? "ltr" : "auto"} aria-label={label} aria-describedby={describedBy} aria-invalid={isWrong} disabled={isDisabled}
-            value={text} onInput={change}
+            id={id}
+            class={isNumber ? "number" : undefined}
+            inputMode={isPositive ? "decimal" : undefined}
+            autocomplete="off"
+            spellcheck={false}
+            dir={isNumber ? "ltr" : "auto"}
+            aria-label={label}
+            aria-describedby={describedBy}
+            aria-invalid={isWrong}
+            disabled={isDisabled}
+            value={text}
+            onInput={change}
         />
     );
 }
@@ -172,10 +219,25 @@ function LongText(props: ControlProps) {
 }
 
 function JsonText(props: ControlProps) {
-    return <Area {...props} first={props.value === undefined || props.value === null ? "" : write(props.value, "  ")} isCode />;
+    return (
+        <Area
+            {...props}
+            first={props.value === undefined || props.value === null ? "" : write(props.value, "  ")}
+            isCode
+        />
+    );
 }
 
-function Area({ id, label, describedBy, isWrong, isDisabled, onText, first, isCode }: ControlProps & { first: string; isCode: boolean }) {
+function Area({
+    id,
+    label,
+    describedBy,
+    isWrong,
+    isDisabled,
+    onText,
+    first,
+    isCode,
+}: ControlProps & { first: string; isCode: boolean }) {
     const [text, setText] = useState(first);
     const change = (event: Event) => {
         const typed = (event.target as HTMLTextAreaElement).value;
@@ -184,9 +246,17 @@ function Area({ id, label, describedBy, isWrong, isDisabled, onText, first, isCo
     };
     return (
         <textarea
-            id={id} class={isCode ? "mono" : undefined} rows={Math.min(10, Math.max(3, first.split("\n").length))} spellcheck={false}
-            dir={isCode ? "ltr" : "auto"} aria-label={label} aria-describedby={describedBy} aria-invalid={isWrong} disabled={isDisabled}
-            value={text} onInput={change}
+            id={id}
+            class={isCode ? "mono" : undefined}
+            rows={Math.min(10, Math.max(3, first.split("\n").length))}
+            spellcheck={false}
+            dir={isCode ? "ltr" : "auto"}
+            aria-label={label}
+            aria-describedby={describedBy}
+            aria-invalid={isWrong}
+            disabled={isDisabled}
+            value={text}
+            onInput={change}
         />
     );
 }

@@ -1,35 +1,22 @@
 // What is done to a recipe as a whole, beyond what is done to any entry.
 import type { ComponentChildren } from "preact";
-import { useEffect, useId, useMemo, useState } from "preact/hooks";
-import { readExact, request } from "../../data/api";
-import { count, fields, parse, rows, shown } from "../../data/json";
+import { useMemo, useState } from "preact/hooks";
+import { request } from "../../data/api";
+import { parse, rows, shown } from "../../data/json";
 import type { Json, JsonObject } from "../../data/json";
-import { readRecipes, recipes, want } from "../../data/recipes";
-import type { Counts, Row } from "../../data/shapes";
-import { useStore } from "../../data/store";
+import type { Row } from "../../data/shapes";
 import { useAnswer } from "../../data/useAnswer";
 import { Dialog } from "../Dialog";
-import { Grid } from "../Grid";
-import type { Column } from "../Grid";
-import { Empty, Failure, Loading, Notice, State } from "../State";
+import { Failure, Loading, Notice } from "../State";
 import { say } from "../status";
-import { counted, EntryName, Link, Text, ValueText } from "../Text";
+import { counted, EntryName, Text } from "../Text";
 import type { Book } from "./book";
+import { readComparison, RowTable } from "./Differences";
 
 interface ActionProps {
     book: Book;
     onClose: () => void;
     onDone: () => void;
-}
-
-interface Comparison {
-    counts: Counts;
-    rows: Row[];
-}
-
-async function readComparison(recipe: string, other: string, signal: AbortSignal): Promise<Comparison> {
-    const answer = await readExact("/comparison", { recipe, with: other }, signal);
-    return { counts: fields<Counts>(answer.get("counts")), rows: rows<Row>(answer.get("rows")) };
 }
 
 interface TaskDialogProps {
@@ -50,7 +37,9 @@ function TaskDialog({ title, wide, button, isOff, task, onClose, children }: Tas
     const run = () => {
         setIsBusy(true);
         setError(undefined);
-        task().catch(setError).finally(() => setIsBusy(false));
+        task()
+            .catch(setError)
+            .finally(() => setIsBusy(false));
     };
     return (
         <Dialog title={title} onClose={onClose} wide={wide === true}>
@@ -58,8 +47,14 @@ function TaskDialog({ title, wide, button, isOff, task, onClose, children }: Tas
                 {children}
                 {error !== undefined && <Failure error={error} />}
                 <div class="actions">
-                    <button type="button" onClick={onClose}>{button ? "Cancel" : "Close"}</button>
-                    {button && <button type="button" class="primary" disabled={isOff || isBusy} onClick={run}>{button}</button>}
+                    <button type="button" onClick={onClose}>
+                        {button ? "Cancel" : "Close"}
+                    </button>
+                    {button && (
+                        <button type="button" class="primary" disabled={isOff || isBusy} onClick={run}>
+                            {button}
+                        </button>
+                    )}
                 </div>
             </div>
         </Dialog>
@@ -68,7 +63,10 @@ function TaskDialog({ title, wide, button, isOff, task, onClose, children }: Tas
 
 /** Takes the controllers' values into the recipe, when it has been shown what that changes. */
 export function StoreDialog({ book, onClose, onDone }: ActionProps) {
-    const { answer, error, again } = useAnswer((signal) => readComparison(book.name, "controller", signal), [book.etag]);
+    const { answer, error, again } = useAnswer(
+        (signal) => readComparison(book.name, "controller", signal),
+        [book.etag],
+    );
     const own = useMemo(() => ownRows(book, answer?.rows ?? []), [book, answer]);
     const unread = own.filter(({ state }) => state === "unread");
     const values = counted(own.length, "value");
@@ -81,22 +79,40 @@ export function StoreDialog({ book, onClose, onDone }: ActionProps) {
     };
     return (
         <TaskDialog
-            title="Store what the controllers hold" wide button={`Store ${values}`} isOff={own.length === 0 || unread.length > 0}
-            task={store} onClose={onClose}
+            title="Store what the controllers hold"
+            wide
+            button={`Store ${values}`}
+            isOff={own.length === 0 || unread.length > 0}
+            task={store}
+            onClose={onClose}
         >
-            <p>Into <EntryName name={book.name} /> itself; recipes that it nests stay as they are.</p>
+            <p>
+                Into <EntryName name={book.name} /> itself; recipes that it nests stay as they are.
+            </p>
             {!answer && error === undefined && <Loading what="the controllers" />}
             {error !== undefined && <Failure error={error} retry={again} />}
-            {answer && own.length === 0 && <Notice kind="good"><p>The recipe holds what the controllers hold.</p></Notice>}
-            {unread.length > 0 && <Notice kind="bad"><p>{counted(unread.length, "value")} can't be read, so nothing can be stored.</p></Notice>}
-            {own.length > 0 && <RowTable rows={own} columns={["stored", "live"]} titles={["Stored now", "In the controller"]} />}
+            {answer && own.length === 0 && (
+                <Notice kind="good">
+                    <p>The recipe holds what the controllers hold.</p>
+                </Notice>
+            )}
+            {unread.length > 0 && (
+                <Notice kind="bad">
+                    <p>{counted(unread.length, "value")} can't be read, so nothing can be stored.</p>
+                </Notice>
+            )}
+            {own.length > 0 && (
+                <RowTable rows={own} columns={["stored", "live"]} titles={["Stored now", "In the controller"]} />
+            )}
         </TaskDialog>
     );
 }
 
 /** Of what an activation writes, what stands in the recipe itself. */
 function ownRows(book: Book, all: Row[]): Row[] {
-    const symbols = new Set(book.members.flatMap(({ name, symbol }) => (symbol !== null && book.values.has(name) ? symbol : [])));
+    const symbols = new Set(
+        book.members.flatMap(({ name, symbol }) => (symbol !== null && book.values.has(name) ? symbol : [])),
+    );
     return all.filter(({ symbol }) => symbols.has(symbol));
 }
 
@@ -117,91 +133,31 @@ export function UpdateDialog({ book, onClose, onDone }: ActionProps) {
         onDone();
     };
     return (
-        <TaskDialog title="Bring into line with its type" button={answer ? "" : "Bring into line"} task={update} onClose={onClose}>
-            <p>Members that the type <Text>{book.type}</Text> has are added with their defaults; values of members that it doesn't have are taken away, and those of another type are reset.</p>
+        <TaskDialog
+            title="Bring into line with its type"
+            button={answer ? "" : "Bring into line"}
+            task={update}
+            onClose={onClose}
+        >
+            <p>
+                Members that the type <Text>{book.type}</Text> has are added with their defaults; values of members that
+                it doesn't have are taken away, and those of another type are reset.
+            </p>
             {rows<Updated>(answer?.get("rows")).map(({ recipe, state, text, info }) => (
                 <Notice kind={state === "failed" ? "bad" : "good"}>
-                    <p><EntryName name={recipe} />: {state === "same" ? "it was in line already" : state}</p>
-                    {[text, ...(Array.isArray(info) ? info.map(shown) : [])].map((line) => line && <p><Text>{line}</Text></p>)}
+                    <p>
+                        <EntryName name={recipe} />: {state === "same" ? "it was in line already" : state}
+                    </p>
+                    {[text, ...(Array.isArray(info) ? info.map(shown) : [])].map(
+                        (line) =>
+                            line && (
+                                <p>
+                                    <Text>{line}</Text>
+                                </p>
+                            ),
+                    )}
                 </Notice>
             ))}
         </TaskDialog>
-    );
-}
-
-/** What activations of two recipes would write, side by side. */
-export function CompareDialog({ book, onClose }: { book: Book; onClose: () => void }) {
-    const [other, setOther] = useState("");
-    return (
-        <Dialog title="Compare with another recipe" onClose={onClose} wide>
-            <div class="form">
-                <RecipePicker label={`Compare ${book.name} with`} type={book.type} except={book.name} onPick={setOther} />
-                {other === "" ? <p class="hint">Defaults and nested recipes are compared too.</p> : <Compared recipe={book.name} other={other} />}
-            </div>
-        </Dialog>
-    );
-}
-
-function Compared({ recipe, other }: { recipe: string; other: string }) {
-    const { answer, error, again } = useAnswer((signal) => readComparison(recipe, other, signal), [recipe, other]);
-    if (error !== undefined || !answer) {
-        return error === undefined ? <Loading what="both" /> : <Failure error={error} retry={again} />;
-    }
-    const [differs, same] = [count(answer.counts["differs"]), count(answer.counts["same"])];
-    return (
-        <>
-            <p>{counted(differs, "symbol differs", "symbols differ")}, {same} same. <Link to="/recipe" query={{ name: other }}>Open <EntryName name={other} /></Link></p>
-            {answer.rows.length > 0 && <RowTable rows={answer.rows} columns={["stored", "other"]} titles={[recipe, other]} />}
-        </>
-    );
-}
-
-interface RowTableProps {
-    rows: Row[];
-    columns: ["stored", "live" | "other"];
-    titles: [string, string];
-}
-
-function RowTable({ rows: listed, columns: [one, two], titles }: RowTableProps) {
-    const columns: Column<Row>[] = [
-        { key: "member", title: "Member", cell: ({ member }) => <Text>{member}</Text> },
-        { key: "symbol", title: "Symbol", cell: ({ symbol }) => <Text>{symbol}</Text> },
-        { key: "one", title: titles[0], right: true, cell: (row) => <ValueText value={row[one]} /> },
-        { key: "two", title: titles[1], right: true, cell: (row) => <ValueText value={row[two]} /> },
-        { key: "state", title: "Difference", cell: ({ state, text }) => <span title={text}><State state={state} /></span> },
-    ];
-    return <Grid label="Differences" kind="differences" columns={columns} rows={listed} keyOf={({ symbol, member }) => symbol + "\n" + member} empty={<Empty title="Nothing differs." />} />;
-}
-
-interface RecipePickerProps {
-    label: string;
-    /** Recipes of this type are offered first. */
-    type: string;
-    except: string;
-    onPick: (name: string) => void;
-}
-
-/** A field that takes the name of a recipe and offers those that fit what was typed. */
-function RecipePicker({ label, type, except, onPick }: RecipePickerProps) {
-    const { items } = useStore(recipes);
-    const [text, setText] = useState("");
-    const id = useId();
-    useEffect(() => want(readRecipes, recipes), []);
-    const offered = useMemo(() => {
-        const sought = text.toLowerCase();
-        const fitting = items.filter(({ kind, name }) => kind === "recipe" && name !== except && name.toLowerCase().includes(sought));
-        return [...fitting.filter((item) => item.type === type), ...fitting.filter((item) => item.type !== type)].slice(0, 50);
-    }, [items, text, type, except]);
-    const input = (event: Event) => {
-        const typed = (event.target as HTMLInputElement).value;
-        setText(typed);
-        onPick(items.some(({ kind, name }) => kind === "recipe" && name === typed && name !== except) ? typed : "");
-    };
-    return (
-        <label>
-            <Text>{label}</Text>
-            <input type="text" list={id} autocomplete="off" spellcheck={false} placeholder="Name of a recipe" value={text} onInput={input} />
-            <datalist id={id}>{offered.map(({ name }) => <option value={name} />)}</datalist>
-        </label>
     );
 }

@@ -25,7 +25,10 @@ export function CellEditor({ row, edit, mistake, editing }: CellEditorProps) {
     const { member, stored } = row;
     const [before] = useState(edit);
     // What stands in the field at first; another turn begins the field anew.
-    const [first, setFirst] = useState<{ turn: number; value: Json | undefined }>({ turn: 0, value: valueShown(edit, stored) });
+    const [first, setFirst] = useState<{ turn: number; value: Json | undefined }>({
+        turn: 0,
+        value: valueShown(edit, stored),
+    });
     const frame = useRef<HTMLDivElement>(null);
     const close = () => editing.open("");
     useClosing(frame, close);
@@ -41,20 +44,43 @@ export function CellEditor({ row, edit, mistake, editing }: CellEditorProps) {
     };
     const isOut = edit ? edit.value === undefined && edit.mistake === "" : stored === undefined;
     const fieldProps = {
-        label: member.name, value: first.value, mistake, isFocused: true, onDone: close, onCancel: cancel,
+        label: member.name,
+        value: first.value,
+        mistake,
+        isFocused: true,
+        onDone: close,
+        onCancel: cancel,
         onChange: (typed: Typed, text: string) => set(typedEdit(typed, text)),
     };
     return (
         <div ref={frame} class="cell-editor" role="group" aria-label={`Value of ${member.name}`}>
-            {member.nestedType === null
-                ? <ValueField key={first.turn} {...fieldProps} input={member.input} />
-                : <NestedField key={first.turn} {...fieldProps} type={member.nestedType} />}
-            {isOut && <p class="hint"><LeftOutHint value={member.default} unit={member.input.unit} /></p>}
-            {member.type && <p class="hint">Member of <Text>{member.type}</Text></p>}
+            {member.nestedType === null ? (
+                <ValueField key={first.turn} {...fieldProps} input={member.input} />
+            ) : (
+                <NestedField key={first.turn} {...fieldProps} type={member.nestedType} />
+            )}
+            {isOut && (
+                <p class="hint">
+                    <LeftOutHint value={member.default} unit={member.input.unit} />
+                </p>
+            )}
+            {member.type && (
+                <p class="hint">
+                    Member of <Text>{member.type}</Text>
+                </p>
+            )}
             <div class="actions">
-                {edit && <button type="button" class="quiet" onClick={() => restart(undefined)}>Undo</button>}
-                <button type="button" class="quiet" disabled={isOut} onClick={() => restart(leftOut)}>Leave out</button>
-                <button type="button" onClick={close}>Done</button>
+                {edit && (
+                    <button type="button" class="quiet" onClick={() => restart(undefined)}>
+                        Undo
+                    </button>
+                )}
+                <button type="button" class="quiet" disabled={isOut} onClick={() => restart(leftOut)}>
+                    Leave out
+                </button>
+                <button type="button" onClick={close}>
+                    Done
+                </button>
             </div>
         </div>
     );
@@ -64,14 +90,15 @@ function valueShown(edit: Edit | undefined, stored: Json | undefined): Json | un
     return !edit ? stored : edit.mistake ? new RawText(edit.text) : edit.value;
 }
 
-/** A touch outside closes the field, and so does the focus when it goes elsewhere; otherwise the table has the focus after it. */
+/** Closed by a touch outside, and by the focus when it goes elsewhere; otherwise the table has the focus after it. */
 function useClosing(frame: { current: HTMLDivElement | null }, close: () => void): void {
     const latest = useRef(close);
     latest.current = close;
     useEffect(() => {
         const shown = frame.current!;
         const grid = shown.closest<HTMLElement>("[role=treegrid]");
-        const leave = ({ target }: Event) => target instanceof Node && target.isConnected && !shown.contains(target) && latest.current();
+        const leave = ({ target }: Event) =>
+            target instanceof Node && target.isConnected && !shown.contains(target) && latest.current();
         document.addEventListener("pointerdown", leave);
         document.addEventListener("focusin", leave);
         return () => {
@@ -85,7 +112,13 @@ function useClosing(frame: { current: HTMLDivElement | null }, close: () => void
 }
 
 function LeftOutHint({ value, unit }: { value: Json; unit: string | undefined }) {
-    return value === null ? <>Left out of the recipe: nothing is written.</> : <>Left out of the recipe: the default of its type counts, <ValueText value={value} unit={unit} />.</>;
+    return value === null ? (
+        <>Left out of the recipe: nothing is written.</>
+    ) : (
+        <>
+            Left out of the recipe: the default of its type counts, <ValueText value={value} unit={unit} />.
+        </>
+    );
 }
 
 interface NestedFieldProps {
@@ -107,9 +140,19 @@ function NestedField({ type, ...props }: NestedFieldProps) {
         return <Failure error={error} retry={again} />;
     }
     if (answer?.length === 0) {
-        return <p>There is no recipe of the type <Text>{type}</Text>.</p>;
+        return (
+            <p>
+                There is no recipe of the type <Text>{type}</Text>.
+            </p>
+        );
     }
-    return answer ? <ValueField {...props} input={input} /> : <p class="hint" role="status">Reading the recipes …</p>;
+    return answer ? (
+        <ValueField {...props} input={input} />
+    ) : (
+        <p class="hint" role="status">
+            Reading the recipes …
+        </p>
+    );
 }
 
 async function namesOfType(type: string, signal: AbortSignal): Promise<string[]> {

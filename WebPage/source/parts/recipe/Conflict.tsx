@@ -34,20 +34,40 @@ export function Conflict({ before, now, edits, isSaving, onClose, onGoOn, onSave
     return (
         <Dialog title="Somebody else has saved this recipe" onClose={onClose} wide>
             <div class="form">
-                {before.type !== now.type && <Notice kind="warn"><p>It is of the type <Text>{now.type}</Text> now, before of <Text>{before.type}</Text>.</p></Notice>}
-                {clashes.length > 0
-                    ? <p>{counted(clashes.length, "member was", "members were")} changed by both. Choose what is to stand; nothing has been saved yet.</p>
-                    : <p>Nothing that they changed was changed here too.</p>}
+                {before.type !== now.type && (
+                    <Notice kind="warn">
+                        <p>
+                            It is of the type <Text>{now.type}</Text> now, before of <Text>{before.type}</Text>.
+                        </p>
+                    </Notice>
+                )}
+                {clashes.length > 0 ? (
+                    <p>
+                        {counted(clashes.length, "member was", "members were")} changed by both. Choose what is to
+                        stand; nothing has been saved yet.
+                    </p>
+                ) : (
+                    <p>Nothing that they changed was changed here too.</p>
+                )}
                 {clashes.length > 0 && <ChangeTable changes={clashes} theirs={theirs} choose={choose} />}
                 {others.length > 0 && (
                     <details open={clashes.length === 0}>
-                        <summary>{counted(others.length, "other change", "other changes")} of theirs, taken over</summary>
+                        <summary>
+                            {counted(others.length, "other change", "other changes")} of theirs, taken over
+                        </summary>
                         <ChangeTable changes={others} />
                     </details>
                 )}
                 <div class="actions">
-                    <button type="button" onClick={() => onGoOn(rest)}>Go on editing</button>
-                    <button type="button" class="primary" disabled={isSaving || rest.size === 0 || hasMistakes} onClick={() => onSave(rest)}>
+                    <button type="button" onClick={() => onGoOn(rest)}>
+                        Go on editing
+                    </button>
+                    <button
+                        type="button"
+                        class="primary"
+                        disabled={isSaving || rest.size === 0 || hasMistakes}
+                        onClick={() => onSave(rest)}
+                    >
                         {rest.size === 0 ? "Nothing left to save" : `Save ${counted(rest.size, "change")}`}
                     </button>
                 </div>
@@ -67,20 +87,37 @@ function ChangeTable({ changes, theirs, choose }: ChangeTableProps) {
     const titles = choose ? ["Member", "Mine", "Theirs", "Before"] : ["Member", "Theirs", "Before"];
     const choice = (member: string, isTheirs: boolean, value: ComponentChildren) => (
         <label>
-            <input type="radio" name={member} checked={theirs?.has(member) === isTheirs} onChange={() => choose?.(member, isTheirs)} />
+            <input
+                type="radio"
+                name={member}
+                checked={theirs?.has(member) === isTheirs}
+                onChange={() => choose?.(member, isTheirs)}
+            />
             <span class="hidden">{isTheirs ? "Theirs:" : "Mine:"}</span> {value}
         </label>
     );
     return (
         <table class="clashes">
-            <thead><tr>{titles.map((title) => <th scope="col">{title}</th>)}</tr></thead>
+            <thead>
+                <tr>
+                    {titles.map((title) => (
+                        <th scope="col">{title}</th>
+                    ))}
+                </tr>
+            </thead>
             <tbody>
                 {changes.map(({ member, before, theirs: value, mine }) => (
                     <tr key={member}>
-                        <th scope="row"><Text>{member}</Text></th>
+                        <th scope="row">
+                            <Text>{member}</Text>
+                        </th>
                         {mine && <td data-title="Mine">{choice(member, false, <Mine edit={mine} />)}</td>}
-                        <td data-title="Theirs">{mine ? choice(member, true, <OrNothing value={value} />) : <OrNothing value={value} />}</td>
-                        <td data-title="Before"><OrNothing value={before} /></td>
+                        <td data-title="Theirs">
+                            {mine ? choice(member, true, <OrNothing value={value} />) : <OrNothing value={value} />}
+                        </td>
+                        <td data-title="Before">
+                            <OrNothing value={before} />
+                        </td>
                     </tr>
                 ))}
             </tbody>
@@ -89,7 +126,13 @@ function ChangeTable({ changes, theirs, choose }: ChangeTableProps) {
 }
 
 function Mine({ edit }: { edit: Edit }) {
-    return edit.mistake ? <span class="mistake"><Text>{edit.text}</Text> ✕</span> : <OrNothing value={edit.value} />;
+    return edit.mistake ? (
+        <span class="mistake">
+            <Text>{edit.text}</Text> ✕
+        </span>
+    ) : (
+        <OrNothing value={edit.value} />
+    );
 }
 
 function OrNothing({ value }: { value: Json | undefined }) {

@@ -20,7 +20,10 @@ interface Use {
 
 export function Uses({ name }: { name: string }) {
     const { configuration } = useStore(revision);
-    const { answer, error, again } = useAnswer((signal) => readPlain<{ uses: Use[] }>("/uses", { recipe: name }, signal), [name, configuration]);
+    const { answer, error, again } = useAnswer(
+        (signal) => readPlain<{ uses: Use[] }>("/uses", { recipe: name }, signal),
+        [name, configuration],
+    );
     if (error !== undefined || !answer) {
         return error === undefined ? <Loading what="where it is used" /> : <Failure error={error} retry={again} />;
     }
@@ -30,18 +33,56 @@ export function Uses({ name }: { name: string }) {
     ];
     return (
         <Grid
-            label="Where used" kind="uses" columns={columns} rows={answer.uses} keyOf={({ path, kind }) => path + "\n" + kind}
-            empty={<Empty title="No other recipe uses it."><p>It can be renamed and deleted without a change elsewhere.</p></Empty>}
+            label="Where used"
+            kind="uses"
+            columns={columns}
+            rows={answer.uses}
+            keyOf={({ path, kind }) => path + "\n" + kind}
+            empty={
+                <Empty title="No other recipe uses it.">
+                    <p>It can be renamed and deleted without a change elsewhere.</p>
+                </Empty>
+            }
         />
     );
 }
 
 const columnsOfHistory: Column<HistoryItem>[] = [
-    { key: "time", title: "Time", cell: ({ id, time }) => <Link to="/record" query={{ id: String(id) }}><Time of={time} /></Link> },
+    {
+        key: "time",
+        title: "Time",
+        cell: ({ id, time }) => (
+            <Link to="/record" query={{ id: String(id) }}>
+                <Time of={time} />
+            </Link>
+        ),
+    },
     { key: "who", title: "Who", cell: ({ who }) => <Who of={who} /> },
     { key: "action", title: "What", cell: ({ action }) => action },
-    { key: "asked", title: "Asked", cell: ({ asked, note }) => <><Text>{asked}</Text>{note && <span class="quiet-text"> <Text>{note}</Text></span>}</> },
-    { key: "outcome", title: "Outcome", cell: ({ outcome, text }) => <span class={outcome === "failed" ? "state bad" : undefined} title={text}>{outcome}</span> },
+    {
+        key: "asked",
+        title: "Asked",
+        cell: ({ asked, note }) => (
+            <>
+                <Text>{asked}</Text>
+                {note && (
+                    <span class="quiet-text">
+                        {" "}
+                        <Text>{note}</Text>
+                    </span>
+                )}
+            </>
+        ),
+    },
+    {
+        key: "outcome",
+        title: "Outcome",
+        cell: ({ outcome, text }) => (
+            <span class={outcome === "failed" ? "state bad" : undefined} title={text}>
+                {outcome}
+            </span>
+        ),
+    },
 ];
 const page = 100;
 
@@ -58,10 +99,19 @@ export function Past({ name }: { name: string }) {
     return (
         <>
             <Grid
-                label="History" kind="past" columns={columnsOfHistory} rows={answer.items} keyOf={({ id }) => String(id)}
-                onOpen={({ id }) => go("/record", { id: String(id) })} empty={<Empty title="Nothing has been done to it yet." />}
+                label="History"
+                kind="past"
+                columns={columnsOfHistory}
+                rows={answer.items}
+                keyOf={({ id }) => String(id)}
+                onOpen={({ id }) => go("/record", { id: String(id) })}
+                empty={<Empty title="Nothing has been done to it yet." />}
             />
-            {answer.next && limit < 10_000 && <button type="button" onClick={() => setLimit(Math.min(10_000, limit * 10))}>Older ones</button>}
+            {answer.next && limit < 10_000 && (
+                <button type="button" onClick={() => setLimit(Math.min(10_000, limit * 10))}>
+                    Older ones
+                </button>
+            )}
         </>
     );
 }

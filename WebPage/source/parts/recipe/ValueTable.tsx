@@ -46,12 +46,23 @@ export function ValueTable({ rows, all, isOpen, onToggle, editing, empty }: Valu
     const watched = useMemo(() => (symbols.length > mostWatched ? symbolsOf(inSight) : symbols), [symbols, inSight]);
     useWatch(watched);
     const columns = useMemo(() => columnsOf(editing), [editing]);
-    const openField = (row: ValueRow) => (editing.isAllowed && isEditable(row) ? editing.open(row.key) : row.below && onToggle(row, !isOpen(row)));
+    const openField = (row: ValueRow) =>
+        editing.isAllowed && isEditable(row) ? editing.open(row.key) : row.below && onToggle(row, !isOpen(row));
+    // Where nothing is nested, nothing is indented.
+    const hasNested = rows.some(({ below }) => below);
+    const branch = (row: ValueRow) =>
+        row.below ? { level: row.level, isExpanded: isOpen(row) } : { level: row.level };
     return (
         <Grid
-            label="Values" kind="values" columns={columns} rows={rows} keyOf={(row) => row.key}
-            {...(rows.some(({ below }) => below) && { branch: (row: ValueRow) => (row.below ? { level: row.level, isExpanded: isOpen(row) } : { level: row.level }) })}
-            rowClass={(row) => rowClass(row, editing)} onEdit={openField} onToggle={onToggle}
+            label="Values"
+            kind="values"
+            columns={columns}
+            rows={rows}
+            keyOf={(row) => row.key}
+            {...(hasNested && { branch })}
+            rowClass={(row) => rowClass(row, editing)}
+            onEdit={openField}
+            onToggle={onToggle}
             onSight={(now) => symbols.length > mostWatched && setInSight(now)}
             empty={<p class="empty">{empty}</p>}
         />
@@ -69,7 +80,9 @@ function isEditable(row: ValueRow): boolean {
 
 function rowClass(row: ValueRow, { edits, key }: Editing): string {
     const isEdited = row.level === 1 && edits.has(row.member.name);
-    return [key === row.key ? "editing" : "", isEdited ? "edited" : "", row.member.enabled ? "" : "disabled"].filter(Boolean).join(" ");
+    return [key === row.key ? "editing" : "", isEdited ? "edited" : "", row.member.enabled ? "" : "disabled"]
+        .filter(Boolean)
+        .join(" ");
 }
 
 function columnsOf(editing: Editing): Column<ValueRow>[] {
@@ -78,12 +91,21 @@ function columnsOf(editing: Editing): Column<ValueRow>[] {
         { key: "symbol", title: "Symbol", cell: ({ member }) => member.symbol && <Text>{member.symbol}</Text> },
         { key: "stored", title: "Stored", right: true, cell: (row) => <Stored row={row} editing={editing} /> },
         {
-            key: "live", title: "In the controller", right: true,
-            cell: ({ member }) => member.symbol && <Live symbol={member.symbol} domain={member.domain ?? ""} unit={member.input.unit} />,
+            key: "live",
+            title: "In the controller",
+            right: true,
+            cell: ({ member }) =>
+                member.symbol && <Live symbol={member.symbol} domain={member.domain ?? ""} unit={member.input.unit} />,
         },
         {
-            key: "difference", title: "Difference",
-            cell: (row) => (row.below ? <Below rows={row.below} edits={editing.edits} /> : <Difference row={row} value={effective(row, editing.edits)} />),
+            key: "difference",
+            title: "Difference",
+            cell: (row) =>
+                row.below ? (
+                    <Below rows={row.below} edits={editing.edits} />
+                ) : (
+                    <Difference row={row} value={effective(row, editing.edits)} />
+                ),
         },
     ];
 }
@@ -91,10 +113,24 @@ function columnsOf(editing: Editing): Column<ValueRow>[] {
 function Member({ row: { member, isStray, problem } }: { row: ValueRow }) {
     return (
         <>
-            <span class={member.nestedType === null ? "member" : "member nests"}><Text>{member.name}</Text></span>
-            {!member.enabled && <span class="badge" title="Its type has it switched off: it is not written">off</span>}
-            {isStray && <span class="badge warn" title="Its type has no such member: it is not written">not in the type</span>}
-            {problem && <span class="badge warn" title={problem}>can't be read</span>}
+            <span class={member.nestedType === null ? "member" : "member nests"}>
+                <Text>{member.name}</Text>
+            </span>
+            {!member.enabled && (
+                <span class="badge" title="Its type has it switched off: it is not written">
+                    off
+                </span>
+            )}
+            {isStray && (
+                <span class="badge warn" title="Its type has no such member: it is not written">
+                    not in the type
+                </span>
+            )}
+            {problem && (
+                <span class="badge warn" title={problem}>
+                    can't be read
+                </span>
+            )}
         </>
     );
 }
@@ -115,8 +151,18 @@ function Stored({ row, editing }: { row: ValueRow; editing: Editing }) {
     };
     return (
         <div class={canEdit ? "stored editable" : "stored"} onClick={canEdit ? onClick : undefined}>
-            {edit && <span class="mark" title={`Not saved yet. Before: ${shown(row.stored) || "nothing"}`}><span aria-hidden="true">✎</span><span class="hidden">edited</span></span>}
-            {mistake && <span class="mark bad" title={mistake}><span aria-hidden="true">✕</span><span class="hidden">{mistake}</span></span>}
+            {edit && (
+                <span class="mark" title={`Not saved yet. Before: ${shown(row.stored) || "nothing"}`}>
+                    <span aria-hidden="true">✎</span>
+                    <span class="hidden">edited</span>
+                </span>
+            )}
+            {mistake && (
+                <span class="mark bad" title={mistake}>
+                    <span aria-hidden="true">✕</span>
+                    <span class="hidden">{mistake}</span>
+                </span>
+            )}
             {edit?.mistake ? <Text>{edit.text}</Text> : <StoredValue row={row} value={valueOf(row, edits)} />}
         </div>
     );
@@ -127,10 +173,18 @@ function StoredValue({ row: { member }, value }: { row: ValueRow; value: Json | 
     // An update leaves an empty name where no recipe has been chosen yet.
     const isSet = value !== undefined && value !== null && !(isNested && value === "");
     if (isNested && isSet) {
-        return <Link to="/recipe" query={{ name: value }}><EntryName name={value} /></Link>;
+        return (
+            <Link to="/recipe" query={{ name: value }}>
+                <EntryName name={value} />
+            </Link>
+        );
     }
     if (!isSet && member.default !== null) {
-        return <span class="default"><span class="badge">default</span> <ValueText value={member.default} unit={member.input.unit} /></span>;
+        return (
+            <span class="default">
+                <span class="badge">default</span> <ValueText value={member.default} unit={member.input.unit} />
+            </span>
+        );
     }
     return isSet ? <ValueText value={value} unit={member.input.unit} /> : <span class="nothing">not set</span>;
 }
@@ -141,7 +195,11 @@ function Difference({ row, value }: { row: ValueRow; value: Json | undefined }) 
 }
 
 function Unknown({ children }: { children?: ComponentChildren }) {
-    return <span class="state bad" title="What the controller holds is not known now"><span aria-hidden="true">?</span> {children ?? "unknown"}</span>;
+    return (
+        <span class="state bad" title="What the controller holds is not known now">
+            <span aria-hidden="true">?</span> {children ?? "unknown"}
+        </span>
+    );
 }
 
 /** What is found below a row, in short. */
@@ -149,8 +207,14 @@ function Below({ rows, edits }: { rows: readonly ValueRow[]; edits: Edits }) {
     const values = useMemo(() => flat(rows), [rows]);
     const { differs, unknown, same } = useCounts(values, edits);
     return differs > 0 ? (
-        <span class="state warn"><span aria-hidden="true">≠</span> {differs} {differs === 1 ? "differs" : "differ"}</span>
-    ) : unknown > 0 ? <Unknown>{unknown} unknown</Unknown> : same > 0 && <State state="same" />;
+        <span class="state warn">
+            <span aria-hidden="true">≠</span> {differs} {differs === 1 ? "differs" : "differ"}
+        </span>
+    ) : unknown > 0 ? (
+        <Unknown>{unknown} unknown</Unknown>
+    ) : (
+        same > 0 && <State state="same" />
+    );
 }
 
 /** Told again only when they have changed. */
@@ -165,7 +229,9 @@ export function CountsText({ counts: { differs, unknown, same } }: { counts: Cou
     const { isOpen } = useStore(link);
     return (
         <span class="counts" role="status">
-            {isOpen ? `${counted(differs, "differs", "differ")}, ${same} same${unknown ? `, ${unknown} unknown` : ""}` : "Differences are not known: the link is lost."}
+            {isOpen
+                ? `${counted(differs, "differs", "differ")}, ${same} same${unknown ? `, ${unknown} unknown` : ""}`
+                : "Differences are not known: the link is lost."}
         </span>
     );
 }

@@ -35,7 +35,11 @@ export function bookOf(name: string, etag: string, value: JsonObject): Book {
     const type = value.get("recipeTypeName");
     const values = value.get("values");
     return {
-        name, etag, value, members: [], typeError: "",
+        name,
+        etag,
+        value,
+        members: [],
+        typeError: "",
         type: typeof type === "string" ? type : "",
         values: values instanceof Map ? values : new Map<string, Json>(),
     };
@@ -60,7 +64,11 @@ const float = /^ravik:general#\/definitions\/REAL(32)?$/;
 function memberOf(value: Json): MemberInfo {
     const member = fields<Member & { symbolSchema: Json }>(value);
     const { $ref: reference } = fields<{ $ref?: Json }>(member.symbolSchema);
-    return { ...member, input: fields<Input>(member.input), isFloat: typeof reference === "string" && float.test(reference) };
+    return {
+        ...member,
+        input: fields<Input>(member.input),
+        isFloat: typeof reference === "string" && float.test(reference),
+    };
 }
 
 export function isSameValue(one: Json | undefined, other: Json | undefined): boolean {
@@ -97,10 +105,16 @@ export function useNested(names: readonly string[]): Nested {
 }
 
 /** Wave by wave, the recipes that were nested in those of the wave before; undefined where nobody waits any more. */
-async function readAll(names: readonly string[], known: Map<string, Book | string>, signal: AbortSignal): Promise<Nested | undefined> {
-    for (let wave = names; wave.length > 0; ) {
+async function readAll(
+    names: readonly string[],
+    known: Map<string, Book | string>,
+    signal: AbortSignal,
+): Promise<Nested | undefined> {
+    for (let wave = names; wave.length > 0;) {
         const missing = [...new Set(wave)].filter((name) => !known.has(name)).slice(0, most - known.size);
-        const read = await Promise.all(missing.map((name) => readBook(name, signal).catch((error: unknown) => errorText(error))));
+        const read = await Promise.all(
+            missing.map((name) => readBook(name, signal).catch((error: unknown) => errorText(error))),
+        );
         if (signal.aborted) {
             return undefined;
         }

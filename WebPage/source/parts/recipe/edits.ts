@@ -19,7 +19,9 @@ export type Edits = ReadonlyMap<string, Edit>;
 export const leftOut: Edit = { value: undefined, text: "", mistake: "" };
 
 export function typedEdit(typed: Typed, text: string): Edit {
-    return "mistake" in typed ? { value: undefined, text, mistake: typed.mistake } : { value: plain(typed.value), text, mistake: "" };
+    return "mistake" in typed
+        ? { value: undefined, text, mistake: typed.mistake }
+        : { value: plain(typed.value), text, mistake: "" };
 }
 
 function plain(value: Json): Json {
@@ -75,7 +77,9 @@ export function changesBetween(before: Book, now: Book, edits: Edits): Theirs[] 
         const change = { member, before: before.values.get(member), theirs: now.values.get(member) };
         const mine = edits.get(member);
         if (!isSameValue(change.before, change.theirs)) {
-            changes.push(mine && (mine.mistake || !isSameValue(mine.value, change.theirs)) ? { ...change, mine } : change);
+            changes.push(
+                mine && (mine.mistake || !isSameValue(mine.value, change.theirs)) ? { ...change, mine } : change,
+            );
         }
     }
     return changes;
@@ -84,8 +88,9 @@ export function changesBetween(before: Book, now: Book, edits: Edits): Theirs[] 
 /** My edits on top of what stands there now: without those that say the same, and those that give way to theirs. */
 export function rebased(edits: Edits, now: Book, givesWay: (member: string) => boolean): Edits {
     return new Map(
-        [...edits].filter(([member, { value, mistake }]) =>
-            !givesWay(member) && (mistake !== "" || !isSameValue(value, now.values.get(member))),
+        [...edits].filter(
+            ([member, { value, mistake }]) =>
+                !givesWay(member) && (mistake !== "" || !isSameValue(value, now.values.get(member))),
         ),
     );
 }

@@ -17,7 +17,13 @@ export interface ValueRow {
     problem: string;
 }
 
-export function rowsOf(book: Book, nested: Nested, edits: Edits, parent = "", above: readonly string[] = []): ValueRow[] {
+export function rowsOf(
+    book: Book,
+    nested: Nested,
+    edits: Edits,
+    parent = "",
+    above: readonly string[] = [],
+): ValueRow[] {
     const level = above.length + 1;
     const rows: ValueRow[] = [];
     const known = new Set<string>();
@@ -37,7 +43,15 @@ export function rowsOf(book: Book, nested: Nested, edits: Edits, parent = "", ab
 }
 
 function rowOf(book: Book, member: MemberInfo, parent: string, level: number): ValueRow {
-    return { key: parent + member.name, level, member, isStray: false, stored: book.values.get(member.name), below: undefined, problem: "" };
+    return {
+        key: parent + member.name,
+        level,
+        member,
+        isStray: false,
+        stored: book.values.get(member.name),
+        below: undefined,
+        problem: "",
+    };
 }
 
 function withRowsBelow(row: ValueRow, nested: Nested, edits: Edits, above: readonly string[]): ValueRow {
@@ -54,7 +68,17 @@ function withRowsBelow(row: ValueRow, nested: Nested, edits: Edits, above: reado
 }
 
 function strayMember(name: string): MemberInfo {
-    return { name, type: "", symbol: null, domain: null, default: null, nestedType: null, enabled: true, input: {}, isFloat: false };
+    return {
+        name,
+        type: "",
+        symbol: null,
+        domain: null,
+        default: null,
+        nestedType: null,
+        enabled: true,
+        input: {},
+        isFloat: false,
+    };
 }
 
 /** All rows, those below others too. */
@@ -98,7 +122,7 @@ export function differenceOf({ member }: ValueRow, value: Json | undefined): Dif
 
 const whole = /^-?\d+$/;
 
-/** As the service judges it: numbers by what they are worth, in the width that the controller has for them, all else exactly. */
+/** As the service judges it: numbers by what they are worth in the controller's width, all else exactly. */
 export function agree(stored: Json, live: Json, isFloat: boolean): boolean {
     if (stored instanceof NumberText && live instanceof NumberText) {
         return stored.text === live.text || areNear(stored.text, live.text, isFloat);
@@ -110,7 +134,9 @@ function areNear(one: string, other: string, isFloat: boolean): boolean {
     if (whole.test(one) && whole.test(other)) {
         return BigInt(one) === BigInt(other);
     }
-    const [left, right] = isFloat ? [Math.fround(Number(one)), Math.fround(Number(other))] : [Number(one), Number(other)];
+    const [left, right] = isFloat
+        ? [Math.fround(Number(one)), Math.fround(Number(other))]
+        : [Number(one), Number(other)];
     return left === right || Math.abs(left - right) <= (isFloat ? 2 ** -23 : Number.EPSILON);
 }
 

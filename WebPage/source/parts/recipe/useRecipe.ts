@@ -117,7 +117,12 @@ export function useRecipe(name: string): RecipeState {
         try {
             const { method, body } = changeOf(base, sent);
             const type = method === "PATCH" ? "application/merge-patch+json" : "application/json";
-            const answer = await request(method, "/recipe", { query: { name }, body, type, headers: { "If-Match": base.etag } });
+            const answer = await request(method, "/recipe", {
+                query: { name },
+                body,
+                type,
+                headers: { "If-Match": base.etag },
+            });
             const now = await readBook(name);
             // What was typed meanwhile is still to be saved.
             rebase(now, new Map([...latest.current.edits].filter(([member, edit]) => sent.get(member) !== edit)));
@@ -130,7 +135,8 @@ export function useRecipe(name: string): RecipeState {
     const refuse = async (reason: unknown) => {
         if (reason instanceof Problem && reason.status === 412) {
             const current = reason.members.get("current");
-            const now = current instanceof Map ? await withMembers(bookOf(name, reason.etag, current)) : await readBook(name);
+            const now =
+                current instanceof Map ? await withMembers(bookOf(name, reason.etag, current)) : await readBook(name);
             setNewer(now);
             setIsConflict(true);
             return;
@@ -143,15 +149,32 @@ export function useRecipe(name: string): RecipeState {
     };
     const set = ({ member, stored }: ValueRow, edit: Edit | undefined) => {
         setEdits((before) => withEdit(before, member.name, stored, edit));
-        setRefused((before) => (before.has(member.name) ? new Map([...before].filter(([each]) => each !== member.name)) : before));
+        setRefused((before) =>
+            before.has(member.name) ? new Map([...before].filter(([each]) => each !== member.name)) : before,
+        );
     };
     const discard = () => {
         setKey("");
         rebase(newer ?? book!, new Map());
     };
     return {
-        book, error, isGone, newer, edits, key, refused, isSaving, saveError, isConflict, open: setKey, set, discard, rebase, save,
-        again: () => setTurn(turn + 1), look: setIsConflict,
+        book,
+        error,
+        isGone,
+        newer,
+        edits,
+        key,
+        refused,
+        isSaving,
+        saveError,
+        isConflict,
+        open: setKey,
+        set,
+        discard,
+        rebase,
+        save,
+        again: () => setTurn(turn + 1),
+        look: setIsConflict,
     };
 }
 
@@ -161,7 +184,9 @@ function useGuard(name: string, latest: { current: { book: Book | undefined; edi
         const user = session.value?.user ?? "";
         const lift = guardLeaving(() => {
             const { size } = latest.current.edits;
-            return size === 0 ? "" : `${counted(size, "change")} of ${name} ${size === 1 ? "is" : "are"} not saved. Leave all the same?`;
+            return size === 0
+                ? ""
+                : `${counted(size, "change")} of ${name} ${size === 1 ? "is" : "are"} not saved. Leave all the same?`;
         });
         return () => {
             lift();
