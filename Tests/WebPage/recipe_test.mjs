@@ -193,7 +193,6 @@ test("a nested recipe is chosen by keyboard, and unsaved edits are not left by m
     const table = page.getByRole("treegrid", { name: "Values" });
     await row(page, "Speed").waitFor();
     await table.focus();
-    await page.keyboard.press("ArrowDown");
     await page.keyboard.press("F2");
     await page.getByRole("combobox", { name: "Filling" }).selectOption("Own");
     await page.keyboard.press("Enter");
