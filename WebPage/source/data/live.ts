@@ -1,5 +1,5 @@
 // What the controllers hold now, as the service's stream tells it, and whether that can still be believed.
-import { useEffect, useState } from "preact/hooks";
+import { useEffect, useRef, useState } from "preact/hooks";
 import { csrf, readPlain } from "./api";
 import { fields, NumberText, parse } from "./json";
 import type { Json, JsonObject } from "./json";
@@ -136,7 +136,10 @@ function hear(text: string): void {
         domains.set(name, { isGood: quality === "good", time: timeOf(age, now) });
     }
     for (const [name, value] of message.get("values") as JsonObject) {
-        readings.set(name, readingOf(fields<Told>(value), now));
+        // Of what is watched no longer no change is told, and the value would look like a new one for ever.
+        if (watchers.has(name)) {
+            readings.set(name, readingOf(fields<Told>(value), now));
+        }
     }
     oldest = Math.max(longestSilence, secondsOf(message.get("poll") ?? null) * 1000 + 1000 || 0);
     pause = 250;
@@ -201,7 +204,14 @@ function watch(symbols: readonly string[]): () => void {
 
 /** Watches the symbols for as long as the component is shown. */
 export function useWatch(symbols: readonly string[]): void {
-    useEffect(() => watch(symbols), [symbols.join("\n")]);
+    const release = useRef(() => {});
+    useEffect(() => {
+        const before = release.current;
+        release.current = watch(symbols);
+        // Last, so that what stays watched keeps its value.
+        before();
+    }, [symbols.join("\n")]);
+    useEffect(() => () => release.current(), []);
 }
 
 /** The value of a watched symbol; undefined until the service has told anything of it. */
