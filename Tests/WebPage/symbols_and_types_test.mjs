@@ -132,14 +132,17 @@ test("two edit a type: what both did is kept, and what only one knows stays exac
     await put("type", "Keg", keg("3e2", ',"drip":{"symbol":"Filler.DripTime","enabled":true}').replace(":5,", ":6,"));
     await page.getByRole("button", { name: "Save" }).click();
     const contested = dialog.getByRole("group", { name: /^2/ });
-    assert.deepEqual(await contested.locator("code").allTextContents().then((texts) => texts.map((text) => /Value": (\d)/.exec(text)[1])), ["5", "6", "7"]);
+    const told = await contested.locator("code").allTextContents();
+    assert.deepEqual(told.map((text) => /Value": (\d)/.exec(text)[1]), ["5", "6", "7"]);
     await contested.getByLabel("Theirs").check();
     await dialog.getByRole("button", { name: "Go on with these" }).click();
     await rowOf(page, "Filler.Pressure").getByRole("button", { name: "Move 1 up" }).click();
     await page.getByRole("button", { name: "Save" }).click();
     await page.getByText("The type is saved.").waitFor();
-    assert.equal(await textOf("type", "Keg"), '{"options":{"enabled":"Enabled"},"members":{"1":{"defaultValue":3.0,"symbol":"Filler.Pressure"},' +
-        '"2":{"symbol":"Filler.Speed","schema":{"maximum":300.0},"defaultValue":6,"enabled":true},"drip":{"symbol":"Filler.DripTime","enabled":true}}}');
+    assert.equal(await textOf("type", "Keg"), '{"options":{"enabled":"Enabled"},"members":{' +
+        '"1":{"defaultValue":3.0,"symbol":"Filler.Pressure"},' +
+        '"2":{"symbol":"Filler.Speed","schema":{"maximum":300.0},"defaultValue":6,"enabled":true},' +
+        '"drip":{"symbol":"Filler.DripTime","enabled":true}}}');
 });
 
 test("a member that is renamed keeps its values in the recipes", async (t) => {

@@ -65,7 +65,8 @@ export type Mark = "" | "new" | "changed" | "removed";
 /** What has become of each member of either entry. */
 export function marksOf(before: JsonObject, after: JsonObject): Map<string, Mark> {
     const [old, young] = [membersOf(before), membersOf(after)];
-    return new Map([...new Set([...old.keys(), ...young.keys()])].map((name) => [name, markOf(old.get(name), young.get(name))]));
+    const names = new Set([...old.keys(), ...young.keys()]);
+    return new Map([...names].map((name) => [name, markOf(old.get(name), young.get(name))]));
 }
 
 function markOf(before: Json | undefined, after: Json | undefined): Mark {
@@ -99,15 +100,21 @@ export function piecesOf(before: JsonObject, theirs: JsonObject, mine: JsonObjec
     ];
     return pieces
         .filter((piece) => !isEqual(piece.before, piece.theirs) || !isEqual(piece.before, piece.mine))
-        .map((piece) => ({ ...piece, isContested: [piece.mine, piece.before].every((each) => !isEqual(piece.theirs, each)) && !isEqual(piece.before, piece.mine) }));
+        .map((piece) => ({ ...piece, isContested: isContested(piece) }));
+}
+
+function isContested({ before, theirs, mine }: Pick<Piece, "before" | "theirs" | "mine">): boolean {
+    return !isEqual(before, mine) && !isEqual(before, theirs) && !isEqual(theirs, mine);
 }
 
 function isEqual(one: Json | undefined, other: Json | undefined): boolean {
     return one === undefined || other === undefined ? one === other : isSame(one, other);
 }
 
-/** Theirs, with those pieces as I have them that `isMine` says. Members stand in my order, unless only they have changed it. */
-export function merged(before: JsonObject, theirs: JsonObject, mine: JsonObject, isMine: (piece: Piece) => boolean): JsonObject {
+/** Theirs, with those pieces as I have them that `isMine` says. Members stand in my order, unless only theirs is new. */
+export function merged(
+    before: JsonObject, theirs: JsonObject, mine: JsonObject, isMine: (piece: Piece) => boolean,
+): JsonObject {
     const entry = new Map(theirs);
     const members = new Map(membersOf(theirs));
     for (const piece of piecesOf(before, theirs, mine).filter(isMine)) {

@@ -66,11 +66,14 @@ function SymbolGrid({ rows, isFiltered, onOpen }: { rows: SymbolItem[]; isFilter
     useStore(link);
     return (
         <Grid
-            label="Symbols" kind="symbols" columns={columns} rows={rows} keyOf={({ name }) => name} keep="symbols" onOpen={onOpen} onSight={setInSight}
+            label="Symbols" kind="symbols" columns={columns} rows={rows} keyOf={({ name }) => name} keep="symbols"
+            onOpen={onOpen} onSight={setInSight}
             empty={
                 isFiltered ? <Empty title="No symbol fits the search." /> : (
                     <Empty title="There are no symbols yet.">
-                        <p>They stand in <code>ravik.json</code> under <code>"symbols"</code>, each with its domain and address. The service reads them at its start.</p>
+                        <p>
+                            They stand in <code>ravik.json</code> under <code>"symbols"</code>, each with its domain and address. The service reads them at its start.
+                        </p>
                     </Empty>
                 )
             }

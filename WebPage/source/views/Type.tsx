@@ -49,7 +49,10 @@ function TypeOf({ name }: { name: string }) {
             <TypeHead name={name} draft={draft} />
             <Messages name={name} draft={draft} recipeCount={used.answer?.recipes ?? 0} mistakes={resolved.mistakes} />
             <div class="type-facts">
-                <Parents type={name} names={parents} onChange={mayEdit ? (names) => draft.set(withParents(entry, names)) : undefined} />
+                <Parents
+                    type={name} names={parents}
+                    onChange={mayEdit ? (names) => draft.set(withParents(entry, names)) : undefined}
+                />
                 <Uses type={name} used={used} />
             </div>
             <Members name={name} draft={draft} resolved={resolved} />
@@ -73,8 +76,19 @@ function TypeHead({ name, draft }: { name: string; draft: TypeDraft }) {
     return (
         <Head title={<EntryName name={name} />} note={note}>
             {may("edit") && <EntryActions name={name} isDirty={draft.isDirty} />}
-            {may("edit") && draft.isDirty && <button type="button" onClick={() => draft.base && draft.goOn(draft.base, draft.base.value)}>Discard</button>}
-            {may("edit") && <button type="button" class="primary" disabled={!draft.isDirty || draft.isBusy} title="Ctrl+S" onClick={draft.save}>Save</button>}
+            {may("edit") && draft.isDirty && (
+                <button type="button" onClick={() => draft.base && draft.goOn(draft.base, draft.base.value)}>
+                    Discard
+                </button>
+            )}
+            {may("edit") && (
+                <button
+                    type="button" class="primary" disabled={!draft.isDirty || draft.isBusy} title="Ctrl+S"
+                    onClick={draft.save}
+                >
+                    Save
+                </button>
+            )}
         </Head>
     );
 }
@@ -85,7 +99,12 @@ function EntryActions({ name, isDirty }: { name: string; isDirty: boolean }) {
     const [opened, setOpened] = useState<keyof typeof dialogs>();
     const Opened = opened && dialogs[opened];
     const button = (title: string, which: keyof typeof dialogs) => (
-        <button type="button" disabled={isDirty} title={isDirty ? "Save or discard the changes first." : undefined} onClick={() => setOpened(which)}>{title}</button>
+        <button
+            type="button" disabled={isDirty} title={isDirty ? "Save or discard the changes first." : undefined}
+            onClick={() => setOpened(which)}
+        >
+            {title}
+        </button>
     );
     return (
         <>
@@ -105,8 +124,14 @@ function EntryActions({ name, isDirty }: { name: string; isDirty: boolean }) {
 function Messages({ name, draft, recipeCount, mistakes }: { name: string; draft: TypeDraft; recipeCount: number; mistakes: string[] }) {
     return (
         <>
-            {draft.isOvertaken && <Notice kind="warn">Somebody has saved this type since. Saving shows both, and nothing is lost.</Notice>}
-            {draft.entry && isDisabled(draft.entry) && <Notice kind="warn">This type is disabled as a whole: nothing of it is written to the controllers.</Notice>}
+            {draft.isOvertaken && (
+                <Notice kind="warn">Somebody has saved this type since. Saving shows both, and nothing is lost.</Notice>
+            )}
+            {draft.entry && isDisabled(draft.entry) && (
+                <Notice kind="warn">
+                    This type is disabled as a whole: nothing of it is written to the controllers.
+                </Notice>
+            )}
             {mistakes.map((text) => <Notice kind="warn"><Text long>{text}</Text></Notice>)}
             {draft.unread !== undefined && <Failure error={draft.unread} retry={draft.again} />}
             {draft.refusal !== undefined && <Failure error={draft.refusal} />}
@@ -138,12 +163,18 @@ function Members({ name, draft, resolved }: { name: string; draft: TypeDraft; re
                 <SearchField what="members" value={match} onInput={setMatch} />
                 <p class="note members-count">
                     {counted(rows.length, "member")}, {rows.filter(({ from }) => from).length} inherited
-                    {draft.isDirty && <span class="state warn mark"><span aria-hidden="true">✎</span> {unsavedText(draft)}</span>}
+                    {draft.isDirty && (
+                        <span class="state warn mark"><span aria-hidden="true">✎</span> {unsavedText(draft)}</span>
+                    )}
                 </p>
                 {edit && <button type="button" onClick={() => setOpened("")}>Add a member</button>}
             </div>
             <MemberGrid rows={shown} isFiltered={match !== ""} edit={edit} />
-            {opened !== undefined && <OpenedMember type={name} name={opened} draft={draft} rows={rows} onClose={() => setOpened(undefined)} />}
+            {opened !== undefined && (
+                <OpenedMember
+                    type={name} name={opened} draft={draft} rows={rows} onClose={() => setOpened(undefined)}
+                />
+            )}
         </>
     );
 }
@@ -186,8 +217,10 @@ function OpenedMember({ type, name, draft, rows, onClose }: OpenedMemberProps) {
     ) : (
         <MemberDialog
             name={name} member={member} input={row?.input ?? {}} mistake={row?.mistake ?? ""} onClose={onClose}
-            isTaken={(each) => membersOf(entry).has(each)} isInherited={(each) => rows.some((other) => other.from !== "" && other.name === each)}
-            onDone={(newName, made) => change(withMember(entry, newName, made))} onRemove={() => change(withoutMember(entry, name))}
+            isTaken={(each) => membersOf(entry).has(each)}
+            isInherited={(each) => rows.some((other) => other.from !== "" && other.name === each)}
+            onDone={(newName, made) => change(withMember(entry, newName, made))}
+            onRemove={() => change(withoutMember(entry, name))}
             onRename={draft.isDirty ? undefined : () => setIsRenaming(true)}
         />
     );

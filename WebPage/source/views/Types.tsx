@@ -41,14 +41,27 @@ export function Types() {
     return (
         <section class="view fill">
             <Head title="Types" note={counted(typeCount, "type")}>
-                {may("edit") && <button type="button" onClick={() => setDialog(<NewFolder folder="" onClose={close} />)}>New folder</button>}
-                {may("edit") && <button type="button" class="primary" onClick={() => setDialog(<NewType folder="" onClose={close} />)}>New type</button>}
+                {may("edit") && (
+                    <button type="button" onClick={() => setDialog(<NewFolder folder="" onClose={close} />)}>
+                        New folder
+                    </button>
+                )}
+                {may("edit") && (
+                    <button
+                        type="button" class="primary" onClick={() => setDialog(<NewType folder="" onClose={close} />)}
+                    >
+                        New type
+                    </button>
+                )}
             </Head>
             <div class="filters" role="search">
                 <SearchField what="types" value={match} onInput={(text) => go("/types", { match: text }, "replace")} />
             </div>
             {list.error && <Failure error={list.error} retry={() => void readTypes()} />}
-            <TypeTree items={match ? found : list.items} isFiltered={match !== ""} typeCount={typeCount} onDialog={setDialog} onClose={close} />
+            <TypeTree
+                items={match ? found : list.items} isFiltered={match !== ""} typeCount={typeCount} onDialog={setDialog}
+                onClose={close}
+            />
             {dialog}
         </section>
     );
@@ -82,13 +95,15 @@ function TypeTree({ items, isFiltered, typeCount, onDialog, onClose }: TreeProps
             <Grid
                 label="Types" kind="types" columns={columns} rows={rows} keyOf={({ item }) => item.name} keep="types"
                 branch={({ level, isFolder, isExpanded: open }) => (isFolder ? { level, isExpanded: open } : { level })}
-                onOpen={(row) => (row.isFolder ? toggle(row, !row.isExpanded) : go("/type", { name: row.item.name }))} onToggle={toggle}
+                onOpen={(row) => (row.isFolder ? toggle(row, !row.isExpanded) : go("/type", { name: row.item.name }))}
+                onToggle={toggle}
                 {...(openMenu && { onMenu: openMenu })}
                 empty={isFiltered ? <Empty title="No type fits the search." /> : <NoTypes />}
             />
             {menu && (
                 <Menu
-                    label={`What can be done to ${menu.row.item.name}`} items={menuOf(menu.row, onDialog, onClose)} place={menu.place}
+                    label={`What can be done to ${menu.row.item.name}`} items={menuOf(menu.row, onDialog, onClose)}
+                    place={menu.place}
                     onClose={() => setMenu(undefined)}
                 />
             )}
@@ -148,7 +163,9 @@ function lineOf(type: string, parents: ReadonlyMap<string, readonly string[]>): 
     return line;
 }
 
-function columnsOf(counts: ReadonlyMap<string, number>, openMenu: ((row: Row, place: Element) => void) | undefined): Column<Row>[] {
+function columnsOf(
+    counts: ReadonlyMap<string, number>, openMenu: ((row: Row, place: Element) => void) | undefined,
+): Column<Row>[] {
     const columns: Column<Row>[] = [
         {
             key: "name", title: "Name",
@@ -156,19 +173,30 @@ function columnsOf(counts: ReadonlyMap<string, number>, openMenu: ((row: Row, pl
         },
         {
             key: "inherits", title: "Inherits from",
-            cell: ({ item, isFolder }) => isFolder ? <span class="quiet-text">{counted(item.count ?? 0, "entry", "entries")}</span> : <Inherits names={item.inherits ?? []} />,
+            cell: ({ item, isFolder }) => isFolder
+                ? <span class="quiet-text">{counted(item.count ?? 0, "entry", "entries")}</span>
+                : <Inherits names={item.inherits ?? []} />,
         },
         { key: "members", title: "Members", right: true, cell: ({ item, isFolder }) => !isFolder && (item.members ?? 0) },
-        { key: "recipes", title: "Recipes", right: true, cell: ({ item, isFolder }) => !isFolder && <RecipeCount type={item.name} count={counts.get(item.name) ?? 0} /> },
+        {
+            key: "recipes", title: "Recipes", right: true,
+            cell: ({ item, isFolder }) => !isFolder && <RecipeCount type={item.name} count={counts.get(item.name) ?? 0} />,
+        },
         {
             key: "changed", title: "Last change",
-            cell: ({ item }) => item.changed && <><Time of={item.changed.time} short /> <span class="quiet-text">by <Who of={item.changed.who} /></span></>,
+            cell: ({ item: { changed } }) => changed && (
+                <>
+                    <Time of={changed.time} short />{" "}
+                    <span class="quiet-text">by <Who of={changed.who} /></span>
+                </>
+            ),
         },
     ];
     return !openMenu ? columns : [...columns, {
         key: "menu", title: <span class="hidden">Actions</span>, cell: (row) => (
             <button
-                type="button" class="quiet icon" tabIndex={-1} aria-haspopup="menu" aria-label={`What can be done to ${row.item.name}`}
+                type="button" class="quiet icon" tabIndex={-1} aria-haspopup="menu"
+                aria-label={`What can be done to ${row.item.name}`}
                 onClick={(event) => openMenu(row, event.currentTarget)}
             >⋯</button>
         ),

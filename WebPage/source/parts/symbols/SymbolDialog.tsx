@@ -29,7 +29,9 @@ export function SymbolDialog({ symbol, onClose }: { symbol: SymbolItem; onClose:
                 <dt>Address</dt><dd><code><Text long>{mapping}</Text></code></dd>
                 {range && !may("edit") && <><dt>Range</dt><dd>{range}</dd></>}
                 <dt>Now</dt>
-                <dd class="symbol-now" tabIndex={0}><Live symbol={name} domain={domain} unit={input.unit} /> <Quality symbol={symbol} /></dd>
+                <dd class="symbol-now" tabIndex={0}>
+                    <Live symbol={name} domain={domain} unit={input.unit} /> <Quality symbol={symbol} />
+                </dd>
             </dl>
             {may("edit") ? <WriteForm symbol={symbol} /> : <p class="hint">Engineers may write symbols.</p>}
         </Dialog>
@@ -62,9 +64,14 @@ function WriteForm({ symbol }: { symbol: SymbolItem }) {
         <div class="form">
             <div class="field">
                 <span class="field-title" aria-hidden="true">Value to write</span>
-                <ValueField label="Value to write" input={input} value={standing?.isCurrent ? standing.value : undefined} isFocused onChange={setTyped} />
+                <ValueField
+                    label="Value to write" input={input} value={standing?.isCurrent ? standing.value : undefined}
+                    isFocused onChange={setTyped}
+                />
             </div>
-            <label>Note, for the history<input value={note} onInput={(event) => setNote(event.currentTarget.value)} /></label>
+            <label>
+                Note, for the history<input value={note} onInput={(event) => setNote(event.currentTarget.value)} />
+            </label>
             {outcome && <OutcomeNotice outcome={outcome} name={name} />}
             {!isOpen && <Notice kind="warn">The link is lost. Nothing can be written before it is back.</Notice>}
             <div class="actions">
@@ -93,7 +100,9 @@ function OutcomeNotice({ outcome, name }: { outcome: Outcome; name: string }) {
         <div ref={frame} tabIndex={-1} class="outcome">
             {outcome.error !== undefined ? <Failure error={outcome.error} /> : (
                 <Notice kind="good">
-                    <p><Text long>{outcome.written || "The empty text"}</Text> was written to <Text>{name}</Text>. What stands there now is shown above.</p>
+                    <p>
+                        <Text long>{outcome.written || "The empty text"}</Text> was written to <Text>{name}</Text>. What stands there now is shown above.
+                    </p>
                     {outcome.text && <p class="state warn">{outcome.text}</p>}
                 </Notice>
             )}

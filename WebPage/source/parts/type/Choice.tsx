@@ -28,7 +28,9 @@ export function Choice({ label, value, options, onInput, hint, mistake }: Choice
                 />
             </label>
             <datalist id={`${id}-list`}>{offered.map((name) => <option key={name} value={name} />)}</datalist>
-            <p id={id} class={isWrong ? "mistake" : "hint"}>{isWrong ? mistake : mistake ? "Choose one of those that are offered." : hint}</p>
+            <p id={id} class={isWrong ? "mistake" : "hint"}>
+                {isWrong ? mistake : mistake ? "Choose one of those that are offered." : hint}
+            </p>
         </div>
     );
 }

@@ -43,7 +43,9 @@ export function Conflict({ before, theirs, mine, onClose, onGoOn }: ConflictProp
                     </div>
                 )}
                 <Actions onClose={onClose}>
-                    <button type="button" class="danger" onClick={() => onGoOn(theirs, theirs.value)}>Drop all of mine</button>
+                    <button type="button" class="danger" onClick={() => onGoOn(theirs, theirs.value)}>
+                        Drop all of mine
+                    </button>
                     <button type="submit" class="primary">Go on with these</button>
                 </Actions>
             </Form>
@@ -60,14 +62,20 @@ function PieceRow({ piece, isMine, onChoose }: { piece: Piece; isMine: boolean; 
     const name = keyOf(piece);
     const option = (title: string, value: Json | undefined, takesMine: boolean) => (
         <label class="piece-choice">
-            <span><input type="radio" name={name} checked={isMine === takesMine} onChange={() => onChoose(takesMine)} /> {title}</span>
+            <span>
+                <input type="radio" name={name} checked={isMine === takesMine} onChange={() => onChoose(takesMine)} /> {title}
+            </span>
             <code class="pre">{textOf(value)}</code>
         </label>
     );
     return (
         <fieldset class="piece">
-            <legend><Text>{piece.member ?? piece.key}</Text>{piece.isContested && <span class="state warn mark"><span aria-hidden="true">!</span> changed by both</span>}</legend>
-            <div class="piece-choice"><span class="quiet-text">Before</span><code class="pre">{textOf(piece.before)}</code></div>
+            <legend>
+                <Text>{piece.member ?? piece.key}</Text>{piece.isContested && <span class="state warn mark"><span aria-hidden="true">!</span> changed by both</span>}
+            </legend>
+            <div class="piece-choice">
+                <span class="quiet-text">Before</span><code class="pre">{textOf(piece.before)}</code>
+            </div>
             {option("Theirs", piece.theirs, false)}
             {option("Mine", piece.mine, true)}
         </fieldset>

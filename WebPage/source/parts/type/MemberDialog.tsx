@@ -42,18 +42,40 @@ export function MemberDialog(props: MemberDialogProps) {
             <Form onSubmit={submit}>
                 {mistake && <Notice kind="bad">{mistake}</Notice>}
                 {isNew && <NameOfMember form={form} />}
-                {isNew && isInherited(form.name) && <p class="hint">A member of this name is inherited, and comes first: values belong to that one.</p>}
-                <Choice label="Symbol" value={form.symbol} onInput={form.setSymbol} options={form.symbolNames} mistake={form.symbolMistake} hint="Type a part of its name." />
-                <Choice label="Nested type" value={form.nested} onInput={form.setNested} options={form.typeNames} mistake={form.nestedMistake} hint="A recipe names one of that type here." />
+                {isNew && isInherited(form.name) && (
+                    <p class="hint">A member of this name is inherited, and comes first: values belong to that one.</p>
+                )}
+                <Choice
+                    label="Symbol" value={form.symbol} onInput={form.setSymbol} options={form.symbolNames}
+                    mistake={form.symbolMistake} hint="Type a part of its name."
+                />
+                <Choice
+                    label="Nested type" value={form.nested} onInput={form.setNested} options={form.typeNames}
+                    mistake={form.nestedMistake} hint="A recipe names one of that type here."
+                />
                 <DefaultValue form={form} />
                 <label class="check">
-                    <input type="checkbox" checked={form.isEnabled} onChange={(event) => form.setEnabled(event.currentTarget.checked)} />
+                    <input
+                        type="checkbox" checked={form.isEnabled}
+                        onChange={(event) => form.setEnabled(event.currentTarget.checked)}
+                    />
                     Enabled: it takes part in activations
                 </label>
-                {member.has("schema") && <div class="field">Schema of its own<pre class="standing" tabIndex={0}>{write(member.get("schema")!, "  ")}</pre></div>}
+                {member.has("schema") && (
+                    <div class="field">
+                        Schema of its own<pre class="standing" tabIndex={0}>{write(member.get("schema")!, "  ")}</pre>
+                    </div>
+                )}
                 <Actions onClose={onClose}>
                     {!isNew && <button type="button" class="danger" onClick={onRemove}>Remove</button>}
-                    {!isNew && <button type="button" disabled={!onRename} title={onRename ? undefined : "Save the type first."} onClick={onRename}>Rename …</button>}
+                    {!isNew && (
+                        <button
+                            type="button" disabled={!onRename} title={onRename ? undefined : "Save the type first."}
+                            onClick={onRename}
+                        >
+                            Rename …
+                        </button>
+                    )}
                     <button type="submit" class="primary" disabled={!form.made}>{isNew ? "Add" : "Change"}</button>
                 </Actions>
                 <p class="hint">Nothing is stored before the type is saved.</p>
@@ -66,7 +88,10 @@ function NameOfMember({ form }: { form: MemberForm }) {
     return (
         <label>
             Name
-            <input autofocus required autocomplete="off" spellcheck={false} value={form.name} aria-invalid={form.nameMistake !== ""} onInput={(event) => form.setName(event.currentTarget.value)} />
+            <input
+                autofocus required autocomplete="off" spellcheck={false} value={form.name}
+                aria-invalid={form.nameMistake !== ""} onInput={(event) => form.setName(event.currentTarget.value)}
+            />
             {form.nameMistake && <span class="mistake" role="alert">{form.nameMistake}</span>}
         </label>
     );
@@ -76,11 +101,17 @@ function DefaultValue({ form }: { form: MemberForm }) {
     return (
         <div class="field">
             <label class="check">
-                <input type="checkbox" checked={form.hasDefault} onChange={(event) => form.setHasDefault(event.currentTarget.checked)} />
+                <input
+                    type="checkbox" checked={form.hasDefault}
+                    onChange={(event) => form.setHasDefault(event.currentTarget.checked)}
+                />
                 Default value, where a recipe has none
             </label>
             {form.hasDefault && (
-                <ValueField key={form.symbol + "\n" + write(form.input as never)} label="Default value" input={form.input} value={form.value} onChange={form.setTyped} />
+                <ValueField
+                    key={form.symbol + "\n" + write(form.input as never)} label="Default value" input={form.input}
+                    value={form.value} onChange={form.setTyped}
+                />
             )}
         </div>
     );

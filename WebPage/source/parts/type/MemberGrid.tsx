@@ -63,9 +63,13 @@ function Name({ row: { name, mark, mistake, isEnabled } }: { row: MemberRow }) {
     return (
         <>
             <Text>{name}</Text>
-            {!isEnabled && <span class="state warn mark narrow-only"><span aria-hidden="true">○</span> not enabled</span>}
+            {!isEnabled && (
+                <span class="state warn mark narrow-only"><span aria-hidden="true">○</span> not enabled</span>
+            )}
             {mark && <span class="mark">{markSigns[mark]}</span>}
-            {mistake && <span class="state bad mark" title={mistake}><span aria-hidden="true">✕</span> <bdi>{mistake}</bdi></span>}
+            {mistake && (
+                <span class="state bad mark" title={mistake}><span aria-hidden="true">✕</span> <bdi>{mistake}</bdi></span>
+            )}
         </>
     );
 }
@@ -75,7 +79,11 @@ function Stands({ row: { symbol, isMapped, nestedType }, isType }: { row: Member
         <>
             {symbol && <Text>{symbol}</Text>}
             {symbol && isMapped === false && <Missing what="symbol" />}
-            {nestedType && <> <span class="quiet-text">type</span> <Link to="/type" query={{ name: nestedType }}><EntryName name={nestedType} /></Link></>}
+            {nestedType && (
+                <>
+                    <span class="quiet-text">type</span> <Link to="/type" query={{ name: nestedType }}><EntryName name={nestedType} /></Link>
+                </>
+            )}
             {nestedType && !isType(nestedType) && <Missing what="type" />}
         </>
     );
@@ -97,7 +105,8 @@ function orderColumn(rows: MemberRow[], onMove: (name: string, by: number) => vo
     const [first, last] = [own[0]?.name, own.at(-1)?.name];
     const arrow = ({ name }: MemberRow, by: number) => (
         <button
-            type="button" class="quiet icon" aria-label={`Move ${name} ${by < 0 ? "up" : "down"}`} disabled={name === (by < 0 ? first : last)}
+            type="button" class="quiet icon" aria-label={`Move ${name} ${by < 0 ? "up" : "down"}`}
+            disabled={name === (by < 0 ? first : last)}
             onClick={() => onMove(name, by)}
         >
             {by < 0 ? "↑" : "↓"}

@@ -35,14 +35,20 @@ export function NewType({ folder, onClose }: NewProps) {
     return (
         <Dialog title="New type" onClose={onClose}>
             <Form onSubmit={submit}>
-                <NameField label="Name" value={name} onInput={(text) => (setName(text), making.clear())} mistake={making.nameMistake} hint="Folders stand before it: Folder::Name" />
+                <NameField
+                    label="Name" value={name} onInput={(text) => (setName(text), making.clear())}
+                    mistake={making.nameMistake} hint="Folders stand before it: Folder::Name"
+                />
                 <Choice
-                    label="Inherits from" value={parent} onInput={setParent} options={typeNames} hint="Optional. Its members become members of the new type too."
+                    label="Inherits from" value={parent} onInput={setParent} options={typeNames}
+                    hint="Optional. Its members become members of the new type too."
                     mistake={isUnknown ? "There is no such type." : ""}
                 />
                 {making.failure !== undefined && <Failure error={making.failure} />}
                 <Actions onClose={onClose}>
-                    <button type="submit" class="primary" disabled={making.isBusy || isUnknown || name === folder}>Make the type</button>
+                    <button type="submit" class="primary" disabled={making.isBusy || isUnknown || name === folder}>
+                        Make the type
+                    </button>
                 </Actions>
             </Form>
         </Dialog>
@@ -61,10 +67,15 @@ export function NewFolder({ folder, onClose }: NewProps) {
     return (
         <Dialog title="New folder of types" onClose={onClose}>
             <Form onSubmit={submit}>
-                <NameField label="Name" value={name} onInput={(text) => (setName(text), making.clear())} mistake={making.nameMistake} hint="Folders stand before it: Folder::Name" />
+                <NameField
+                    label="Name" value={name} onInput={(text) => (setName(text), making.clear())}
+                    mistake={making.nameMistake} hint="Folders stand before it: Folder::Name"
+                />
                 {making.failure !== undefined && <Failure error={making.failure} />}
                 <Actions onClose={onClose}>
-                    <button type="submit" class="primary" disabled={making.isBusy || name === folder}>Make the folder</button>
+                    <button type="submit" class="primary" disabled={making.isBusy || name === folder}>
+                        Make the folder
+                    </button>
                 </Actions>
             </Form>
         </Dialog>

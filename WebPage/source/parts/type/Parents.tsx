@@ -23,12 +23,22 @@ export function Parents({ type, names, onChange }: ParentsProps) {
                 <span key={name} class="parent">
                     <Link to="/type" query={{ name }}><EntryName name={name} /></Link>
                     {onChange && (
-                        <button type="button" class="quiet icon" aria-label={`Inherit from ${name} no longer`} onClick={() => onChange(names.filter((each) => each !== name))}>✕</button>
+                        <button
+                            type="button" class="quiet icon" aria-label={`Inherit from ${name} no longer`}
+                            onClick={() => onChange(names.filter((each) => each !== name))}
+                        >
+                            ✕
+                        </button>
                     )}
                 </span>
             ))}
             {onChange && <button type="button" onClick={() => setIsAdding(true)}>Add …</button>}
-            {isAdding && <AddParent taken={[type, ...names]} onAdd={(name) => onChange?.([...names, name])} onClose={() => setIsAdding(false)} />}
+            {isAdding && (
+                <AddParent
+                    taken={[type, ...names]} onAdd={(name) => onChange?.([...names, name])}
+                    onClose={() => setIsAdding(false)}
+                />
+            )}
         </section>
     );
 }
@@ -45,8 +55,14 @@ function AddParent({ taken, onAdd, onClose }: { taken: string[]; onAdd: (name: s
     return (
         <Dialog title="Inherit from another type" onClose={onClose}>
             <Form onSubmit={submit}>
-                <Choice label="Type" value={name} onInput={setName} options={options} hint="Its members become members of this type too." mistake={name && !isChosen ? "There is no such type." : ""} />
-                <Actions onClose={onClose}><button type="submit" class="primary" disabled={!isChosen}>Add</button></Actions>
+                <Choice
+                    label="Type" value={name} onInput={setName} options={options}
+                    hint="Its members become members of this type too."
+                    mistake={name && !isChosen ? "There is no such type." : ""}
+                />
+                <Actions onClose={onClose}>
+                    <button type="submit" class="primary" disabled={!isChosen}>Add</button>
+                </Actions>
             </Form>
         </Dialog>
     );

@@ -41,10 +41,18 @@ export function RenameMember({ type, name, member, onClose, onDone }: RenameMemb
     return (
         <Dialog title={`Rename the member ${name}`} onClose={onClose}>
             <Form onSubmit={() => void submit()}>
-                <NameField label="Name" value={newName} onInput={input} mistake={isTaken ? error.message : ""} hint="Stored at once. The values in recipes follow." />
+                <NameField
+                    label="Name" value={newName} onInput={input} mistake={isTaken ? error.message : ""}
+                    hint="Stored at once. The values in recipes follow."
+                />
                 {error !== undefined && !isTaken && <Failure error={error} />}
                 <Actions onClose={onClose}>
-                    <button type="submit" class="primary" disabled={isBusy || newName === "" || newName === name || newName.includes("::")}>Rename</button>
+                    <button
+                        type="submit" class="primary"
+                        disabled={isBusy || newName === "" || newName === name || newName.includes("::")}
+                    >
+                        Rename
+                    </button>
                 </Actions>
             </Form>
         </Dialog>

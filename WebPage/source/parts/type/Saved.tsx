@@ -11,7 +11,13 @@ export function Saved({ type, edited: { written, removed, warnings }, recipeCoun
     return (
         <Notice kind={warnings.length > 0 ? "warn" : "good"}>
             <p>The type is saved.</p>
-            {warnings.length > 0 && <ul>{warnings.map(({ path, text }) => <li>{path && <><PathLink path={path} />: </>}<Text>{text}</Text></li>)}</ul>}
+            {warnings.length > 0 && (
+                <ul>
+                    {warnings.map(({ path, text }) => (
+                        <li>{path && <><PathLink path={path} />: </>}<Text>{text}</Text></li>
+                    ))}
+                </ul>
+            )}
             <Paths title="Written too" paths={written} />
             <Paths title="Removed too" paths={removed} />
             {recipeCount > 0 && <Update type={type} recipeCount={recipeCount} />}
@@ -54,9 +60,13 @@ function Update({ type, recipeCount }: { type: string; recipeCount: number }) {
     };
     return (
         <>
-            <p>{counted(recipeCount, "recipe is", "recipes are")} as before. Values that they lack now can be filled in from the type.</p>
+            <p>
+                {counted(recipeCount, "recipe is", "recipes are")} as before. Values that they lack now can be filled in from the type.
+            </p>
             {error !== undefined && <Failure error={error} />}
-            <button type="button" disabled={isBusy} onClick={() => void update()}>{isBusy ? "Bringing them into line …" : "Bring its recipes into line"}</button>
+            <button type="button" disabled={isBusy} onClick={() => void update()}>
+                {isBusy ? "Bringing them into line …" : "Bring its recipes into line"}
+            </button>
             {updates && <UpdateRows updates={updates} onClose={() => setUpdates(undefined)} />}
         </>
     );
@@ -77,7 +87,9 @@ function UpdateRows({ updates: { counts, rows }, onClose }: { updates: Updates; 
                         <span class={"state " + (signs[state]?.[1] ?? "quiet")}><span aria-hidden="true">{signs[state]?.[0]}</span> {state}</span>
                         <span>
                             <Link to="/recipe" query={{ name: recipe }}><EntryName name={recipe} /></Link>
-                            {[text, ...info].filter(Boolean).map((line) => <span class="update-line"><Text long>{line}</Text></span>)}
+                            {[text, ...info].filter(Boolean).map((line) => (
+                                <span class="update-line"><Text long>{line}</Text></span>
+                            ))}
                         </span>
                     </li>
                 ))}

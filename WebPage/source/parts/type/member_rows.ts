@@ -57,7 +57,9 @@ export function useResolved(name: string, parents: readonly string[]): Resolved 
 
 const nothing: Resolved = { own: new Map(), inherited: [], mistakes: [] };
 
-export function memberRows(before: JsonObject, entry: JsonObject, resolved: Resolved, mistakes: ReadonlyMap<string, string>): MemberRow[] {
+export function memberRows(
+    before: JsonObject, entry: JsonObject, resolved: Resolved, mistakes: ReadonlyMap<string, string>,
+): MemberRow[] {
     const marks = marksOf(before, entry);
     const inherited = new Set(resolved.inherited.map(({ name }) => name));
     const ownRows = [...membersOf(entry).keys()].map((name) => {
@@ -70,7 +72,8 @@ export function memberRows(before: JsonObject, entry: JsonObject, resolved: Reso
 function inheritedRow(member: Member): MemberRow {
     return {
         name: member.name, from: member.type, symbol: member.symbol ?? "", isMapped: member.domain !== null,
-        nestedType: member.nestedType ?? "", value: member.default, isEnabled: member.enabled, input: inputOf(member.input), mark: "", mistake: "",
+        nestedType: member.nestedType ?? "", value: member.default, isEnabled: member.enabled, input: inputOf(member.input),
+        mark: "", mistake: "",
     };
 }
 

@@ -89,7 +89,8 @@ export function useTypeDraft(name: string): TypeDraft {
     };
     return {
         base: state?.base, entry: state?.entry, isDirty, isBusy, conflict, edited, goOn,
-        isOvertaken: isDirty && !isBusy && asked.answer !== undefined && asked.answer !== taken.current && asked.answer.etag !== state.base.etag,
+        isOvertaken: isDirty && !isBusy && asked.answer !== undefined && asked.answer !== taken.current &&
+            asked.answer.etag !== state.base.etag,
         unread: asked.error, refusal, again: asked.again, save: () => void save(),
         set: (entry) => state && (setState({ ...state, entry }), setEdited(undefined)),
     };
