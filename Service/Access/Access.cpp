@@ -8,7 +8,6 @@
 #include "Mutex.h"
 #include "boundary_guard.h"
 
-#include <sodium.h>
 #include <utility>
 
 namespace Ravik::Service
@@ -156,11 +155,11 @@ SignIn Access::sign_in_by_token(std::string const& token, std::string const& add
     return m_state->gate.sign_in_by_token(token, address, due.calls);
 }
 
-std::optional<Session> Access::session(std::string const& cookie)
+std::optional<Visitor> Access::visitor(std::string const& cookie, std::string const& csrf)
 {
     CallsDue due;
     Lock const lock(m_state->mutex);
-    return m_state->gate.session(cookie, due.calls);
+    return m_state->gate.visitor(cookie, csrf, due.calls);
 }
 
 void Access::end_session(std::string const& cookie)
@@ -205,11 +204,6 @@ std::string Access::problem()
 UserFile& Access::users() noexcept
 {
     return m_state->users;
-}
-
-bool same_secret(std::string const& left, std::string const& right) noexcept
-{
-    return left.size() == right.size() && ::sodium_memcmp(left.data(), right.data(), left.size()) == 0;
 }
 
 } // namespace Ravik::Service

@@ -25,9 +25,17 @@ struct Identity
 struct Session
 {
     Identity identity;
-    /// The cookie's value and what each request with the cookie must carry; secrets both. See `same_secret`.
+    /// The cookie's value and what each request with the cookie must carry; secrets both.
     std::string cookie;
     std::string csrf;
+};
+
+/// Who comes with a cookie.
+struct Visitor
+{
+    Identity identity;
+    /// Whether the session's CSRF token came along. A cookie alone browsers send for whoever asks.
+    bool is_proven = false;
 };
 
 /// What became of an attempt to sign in.
@@ -88,8 +96,8 @@ public:
                         std::function<void(SignIn)> const& done);
     SignIn sign_in_by_token(std::string const& token, std::string const& address);
 
-    /// The session of a cookie, none where it has ended. Counts as a request of it.
-    std::optional<Session> session(std::string const& cookie);
+    /// Whose cookie it is, none where its session has ended. Counts as a request of the session where it is proven.
+    std::optional<Visitor> visitor(std::string const& cookie, std::string const& csrf);
     void end_session(std::string const& cookie);
     /// Who a bearer token stands for.
     std::optional<Identity> bearer(std::string const& token);
@@ -113,8 +121,5 @@ private:
 
     std::unique_ptr<State> m_state;
 };
-
-/// Compares in a time that tells nothing of where the texts differ.
-bool same_secret(std::string const& left, std::string const& right) noexcept;
 
 } // namespace Ravik::Service

@@ -153,15 +153,17 @@ Session Gate::make_session(Principal const& principal, Calls& calls)
 
 // Letting in ----------------------------------------------------------------------------------------------------------
 
-std::optional<Session> Gate::session(std::string const& cookie, Calls& calls)
+std::optional<Visitor> Gate::visitor(std::string const& cookie, std::string const& csrf, Calls& calls)
 {
     auto* const found = good_session(cookie, calls);
     if (found == nullptr)
     {
         return std::nullopt;
     }
-    found->used = m_clocks.steady();
-    return Session{.identity = identity_of(found->principal), .cookie = cookie, .csrf = found->csrf};
+    auto const is_proven = same_secret(csrf, found->csrf);
+    // Otherwise any page in the browser could keep the session of somebody who has gone.
+    found->used = is_proven ? m_clocks.steady() : found->used;
+    return Visitor{.identity = identity_of(found->principal), .is_proven = is_proven};
 }
 
 Sessions::Record* Gate::good_session(std::string const& cookie, Calls& calls)

@@ -48,7 +48,7 @@ public:
     SignIn settle(PasswordAttempt const& attempt, std::string const& hash, bool is_right, Calls& calls);
     SignIn sign_in_by_token(std::string const& token, std::string const& address, Calls& calls);
 
-    std::optional<Session> session(std::string const& cookie, Calls& calls);
+    std::optional<Visitor> visitor(std::string const& cookie, std::string const& csrf, Calls& calls);
     void end_session(std::string const& cookie, Calls& calls);
     std::optional<Identity> bearer(std::string const& token, Calls& calls);
 

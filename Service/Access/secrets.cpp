@@ -46,6 +46,11 @@ std::string secret_hash(std::string_view secret)
     return ::sodium_bin2hex(text.data(), text.size(), hash.data(), hash.size());
 }
 
+bool same_secret(std::string const& left, std::string const& right) noexcept
+{
+    return left.size() == right.size() && ::sodium_memcmp(left.data(), right.data(), left.size()) == 0;
+}
+
 std::string password_hash(std::string_view password)
 {
     make_ready();

@@ -11,6 +11,8 @@ namespace Ravik::Service
 std::string random_secret();
 /// What a random secret is found by: its SHA-256 in hexadecimal. Without a salt, which only guessable secrets need.
 std::string secret_hash(std::string_view secret);
+/// Compares in a time that tells nothing of where the texts differ.
+bool same_secret(std::string const& left, std::string const& right) noexcept;
 
 /// What a password is checked with: argon2id with 19 MiB and 2 passes. Throws `std::bad_alloc` without that memory.
 std::string password_hash(std::string_view password);

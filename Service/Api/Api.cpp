@@ -347,15 +347,17 @@ Caller Api::identify(RequestHead const& request) const
         return identity ? Caller{.who = identity->who, .role = identity->role, .cookie = {}, .token = token} : Caller();
     }
     auto const cookie = cookie_of(request);
-    auto const session = cookie.empty() ? std::nullopt : m_parts.access.session(cookie);
-    if (!session)
+    auto const csrf = std::string(request.field("x-csrf-token").value_or(""));
+    auto const visitor = cookie.empty() ? std::nullopt : m_parts.access.visitor(cookie, csrf);
+    if (!visitor)
     {
         return {};
     }
-    Caller caller{.who = session->identity.who, .role = session->identity.role, .cookie = cookie, .token = {}};
-    auto const csrf = request.field("x-csrf-token");
-    caller.is_unproven = !csrf || !same_secret(std::string(*csrf), session->csrf);
-    return caller;
+    return {.who = visitor->identity.who,
+            .role = visitor->identity.role,
+            .cookie = cookie,
+            .token = {},
+            .is_unproven = !visitor->is_proven};
 }
 
 void Api::check_right(Caller const& caller, Route const& route)

@@ -73,8 +73,8 @@ private:
     {
         if (!m_is_proven && m_caller.token.empty())
         {
-            auto const session = m_parts.access.session(m_caller.cookie);
-            m_is_proven = session && same_secret(csrf, session->csrf);
+            auto const visitor = m_parts.access.visitor(m_caller.cookie, csrf);
+            m_is_proven = visitor && visitor->is_proven;
             return m_is_proven;
         }
         return true;

@@ -51,6 +51,8 @@ protected:
     std::string cookie_of_anna() { return sign_in("anna", password).session.value().cookie; }
     std::string cookie_of_panel() { return access->sign_in_by_token(panel, here).session.value().cookie; }
 
+    bool is_open(std::string const& cookie) { return access->visitor(cookie, "").has_value(); }
+
     void pass(std::chrono::nanoseconds time) { now = now.load() + time; }
 
     TemporaryFolder folder;
@@ -76,20 +78,23 @@ TEST_F(AccessTest, lets_in_who_knows_the_password_or_a_token)
                                         by_token.session->csrf};
     EXPECT_EQ(secrets.size(), 4U);
 
-    auto const found = access->session(anna.session->cookie);
+    auto const found = access->visitor(anna.session->cookie, anna.session->csrf);
     ASSERT_TRUE(found);
     EXPECT_EQ(found->identity.who, "user:anna");
-    EXPECT_TRUE(same_secret(found->csrf, anna.session->csrf));
-    EXPECT_FALSE(same_secret(found->csrf, by_token.session->csrf));
-    EXPECT_FALSE(access->session(anna.session->csrf));
-    EXPECT_FALSE(access->session(""));
+    EXPECT_TRUE(found->is_proven);
+    for (auto const& csrf : {std::string(), by_token.session->csrf, anna.session->cookie})
+    {
+        EXPECT_FALSE(access->visitor(anna.session->cookie, csrf).value().is_proven);
+    }
+    EXPECT_FALSE(is_open(anna.session->csrf));
+    EXPECT_FALSE(is_open(""));
     EXPECT_EQ(access->bearer(panel).value().who, "token:panel");
     EXPECT_FALSE(access->bearer(panel + "x"));
     EXPECT_FALSE(access->bearer(anna.session->cookie));
 
     access->end_session(anna.session->cookie);
-    EXPECT_FALSE(access->session(anna.session->cookie));
-    EXPECT_TRUE(access->session(by_token.session->cookie));
+    EXPECT_FALSE(is_open(anna.session->cookie));
+    EXPECT_TRUE(is_open(by_token.session->cookie));
 }
 
 TEST_F(AccessTest, counts_what_is_wrong_for_a_user_from_wherever_it_comes)
@@ -122,22 +127,24 @@ TEST_F(AccessTest, counts_what_is_wrong_for_a_user_from_wherever_it_comes)
 TEST_F(AccessTest, ends_sessions_by_time_but_those_of_tokens)
 {
     auto const idle = cookie_of_anna();
-    auto const busy = cookie_of_anna();
+    auto const busy = sign_in("anna", password).session.value();
+    auto const unproven = cookie_of_anna();
     auto const kept = cookie_of_panel();
     int ended = 0;
     auto const watch = access->watch_session(idle, [&] { ++ended; });
     for (auto time = 0min; time < 12h; time += 29min)
     {
-        EXPECT_TRUE(access->session(busy)) << time.count();
+        EXPECT_TRUE(access->visitor(busy.cookie, busy.csrf)) << time.count();
+        EXPECT_EQ(is_open(unproven), time < 30min) << "what any page can send keeps no session";
         pass(29min);
         access->refresh();
     }
     EXPECT_EQ(ended, 1);
-    EXPECT_FALSE(access->session(idle));
-    EXPECT_FALSE(access->session(busy));
+    EXPECT_FALSE(is_open(idle));
+    EXPECT_FALSE(is_open(busy.cookie));
     pass(24h * 365);
     access->refresh();
-    EXPECT_TRUE(access->session(kept));
+    EXPECT_TRUE(is_open(kept));
 
     std::string brief;
     ASSERT_EQ(access->users().add_token("brief", Role::Viewer, std::chrono::days{400}, brief).text, "");
@@ -146,7 +153,7 @@ TEST_F(AccessTest, ends_sessions_by_time_but_those_of_tokens)
                                                      access->watch_token(brief, [&] { ++ended; })};
     pass(24h * 36);
     EXPECT_FALSE(access->bearer(brief));
-    EXPECT_FALSE(access->session(of_brief));
+    EXPECT_FALSE(is_open(of_brief));
     access->refresh();
     EXPECT_EQ(ended, 3);
 }
@@ -185,7 +192,7 @@ TEST_F(AccessTest, ends_what_a_change_takes_the_ground_from)
         auto const is_own = each.ends_user;
         ASSERT_EQ(each.change(is_own ? access->users() : file).text, "");
         pass(is_own ? 0ms : 250ms);
-        EXPECT_EQ(access->session(user).has_value(), !each.ends_user);
+        EXPECT_EQ(is_open(user), !each.ends_user);
         EXPECT_EQ(access->bearer(panel).has_value(), !each.ends_token);
         EXPECT_EQ(user_ended, each.ends_user ? 1 : 0);
         EXPECT_EQ(token_ended, each.ends_token ? 1 : 0);
@@ -205,16 +212,16 @@ TEST_F(AccessTest, keeps_a_hundred_sessions_of_each)
     {
         cookies.push_back(cookie_of_panel());
     }
-    EXPECT_FALSE(access->session(cookies[0]));
+    EXPECT_FALSE(is_open(cookies[0]));
     auto const watch = access->watch_session(cookies[1], [&] { ++ended; });
     access->end_session(cookies[50]);
     cookie_of_panel();
     EXPECT_EQ(ended, 0);
     cookie_of_panel();
     EXPECT_EQ(ended, 1);
-    EXPECT_FALSE(access->session(cookies[1]));
-    EXPECT_TRUE(access->session(cookies[2]));
-    EXPECT_TRUE(access->session(user));
+    EXPECT_FALSE(is_open(cookies[1]));
+    EXPECT_TRUE(is_open(cookies[2]));
+    EXPECT_TRUE(is_open(user));
 }
 
 TEST_F(AccessTest, starts_with_a_token_while_there_is_nobody)
@@ -239,12 +246,12 @@ TEST_F(AccessTest, starts_with_a_token_while_there_is_nobody)
     pass(10min);
     EXPECT_EQ(access->sign_in_by_token(late, here).outcome, Outcome::Wrong);
     auto const last = access->make_start_token().value();
-    EXPECT_TRUE(access->session(session.cookie));
+    EXPECT_TRUE(is_open(session.cookie));
     int ended = 0;
     auto const watch = access->watch_session(session.cookie, [&] { ++ended; });
     ASSERT_EQ(file.add_token("first", Role::Viewer, std::nullopt, panel).text, "");
     pass(250ms);
-    EXPECT_FALSE(access->session(session.cookie));
+    EXPECT_FALSE(is_open(session.cookie));
     EXPECT_EQ(ended, 1);
     std::filesystem::remove(file.path());
     pass(250ms);
@@ -261,7 +268,7 @@ TEST_F(AccessTest, trusts_what_it_read_last_for_a_minute)
     folder.write("ravik.users", content.substr(0, content.size() / 2));
     access->refresh();
     EXPECT_NE(access->problem().find("ravik.users:"), std::string::npos) << access->problem();
-    EXPECT_TRUE(access->session(user));
+    EXPECT_TRUE(is_open(user));
     EXPECT_TRUE(access->bearer(panel));
     EXPECT_TRUE(access->has_anybody());
     EXPECT_EQ(access->users().set_role("anna", Role::Viewer).kind, AccessRefusal::Kind::Storage);
@@ -269,7 +276,7 @@ TEST_F(AccessTest, trusts_what_it_read_last_for_a_minute)
     pass(1min);
     access->refresh();
     EXPECT_EQ(ended, 1);
-    EXPECT_FALSE(access->session(user));
+    EXPECT_FALSE(is_open(user));
     EXPECT_FALSE(access->bearer(panel));
     EXPECT_EQ(sign_in("anna", password).outcome, Outcome::Wrong);
     EXPECT_EQ(access->sign_in_by_token(panel, here).outcome, Outcome::Wrong);
@@ -278,8 +285,8 @@ TEST_F(AccessTest, trusts_what_it_read_last_for_a_minute)
 
     folder.write("ravik.users", content);
     pass(250ms);
-    EXPECT_TRUE(access->session(user));
-    EXPECT_TRUE(access->session(token));
+    EXPECT_TRUE(is_open(user));
+    EXPECT_TRUE(is_open(token));
     EXPECT_EQ(access->problem(), "");
 
     ::chmod(file.path().c_str(), 0644);
