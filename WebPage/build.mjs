@@ -41,7 +41,10 @@ const first = script.imports
 const html = await readFile(join(source, "index.html"), "utf8");
 await writeFile(
     join(folder, "index.html"),
-    html.replace("page.css", style.name).replace("page.js", script.name).replace("</head>", first.join("") + "</head>"),
+    html
+        .replace("page.css", style.name)
+        .replace("page.js", script.name)
+        .replace("</head>", first.join("") + "</head>"),
 );
 await writeFile(join(folder, "icon.svg"), await readFile(join(source, "icon.svg")));
 const { paths } = JSON.parse(await readFile(join(source, "views.json"), "utf8"));

@@ -21,7 +21,9 @@ if (!source) {
 }
 
 const views = readFileSync(join(folder, pathList), "utf8").split("\n").filter(Boolean);
-const names = readdirSync(folder).filter((name) => name !== pathList).sort();
+const names = readdirSync(folder)
+    .filter((name) => name !== pathList)
+    .sort();
 if (!names.includes(index) || !views.includes("/")) {
     throw new Error(`${folder} needs an ${index}, and ${pathList} the path "/"`);
 }

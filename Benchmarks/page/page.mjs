@@ -100,8 +100,12 @@ async function costOfRows(path) {
     }, firstRow);
     await page.goto(path);
     const time = await (await page.waitForFunction(() => globalThis.rowsAt)).jsonValue();
-    const bytes = await page.evaluate(() => performance.getEntriesByType("resource")
-        .filter(({ name }) => name.endsWith(".js")).reduce((sum, { encodedBodySize }) => sum + encodedBodySize, 0));
+    const bytes = await page.evaluate(() =>
+        performance
+            .getEntriesByType("resource")
+            .filter(({ name }) => name.endsWith(".js"))
+            .reduce((sum, { encodedBodySize }) => sum + encodedBodySize, 0),
+    );
     await page.context().close();
     return { time, bytes };
 }
@@ -121,8 +125,12 @@ async function firstViews() {
 /** Of all that a visitor of every view reads: the document names modules, and they name others. */
 async function scriptSize() {
     const page = await open(browser, origin, {});
-    const first = await page.evaluate(() => Array.from(document.querySelectorAll("script, link[rel=modulepreload]"),
-        (element) => element.src || element.href));
+    const first = await page.evaluate(() =>
+        Array.from(
+            document.querySelectorAll("script, link[rel=modulepreload]"),
+            (element) => element.src || element.href,
+        ),
+    );
     await page.context().close();
     const sizes = new Map();
     const read = async (address) => {
@@ -145,7 +153,8 @@ async function measuredPage(path) {
     await page.evaluate(() => {
         globalThis.longest = 0;
         const observer = new PerformanceObserver((list) =>
-            list.getEntries().forEach(({ duration }) => (globalThis.longest = Math.max(globalThis.longest, duration))));
+            list.getEntries().forEach(({ duration }) => (globalThis.longest = Math.max(globalThis.longest, duration))),
+        );
         observer.observe({ type: "longtask" });
     });
     const cdp = await page.context().newCDPSession(page);

@@ -64,7 +64,10 @@ function untilReady() {
     });
 }
 
-for (const viewport of [{ width: 1024, height: 768 }, { width: 390, height: 844 }]) {
+for (const viewport of [
+    { width: 1024, height: 768 },
+    { width: 390, height: 844 },
+]) {
     test(`three touches write, two at one place never do (${viewport.width} px)`, async (t) => {
         await plant.filler.write(speed, 1);
         const page = await look(t, { role: "operator", path: "/operator?folder=Products", viewport, hasTouch: true });
@@ -105,7 +108,10 @@ test("who may not write is not offered to", async (t) => {
     assert.equal(await page.writes().count(), 0);
 });
 
-for (const [name, reaches] of [["request", false], ["answer", true]]) {
+for (const [name, reaches] of [
+    ["request", false],
+    ["answer", true],
+]) {
     test(`a lost ${name} is found out about, and nothing is written twice`, async (t) => {
         const page = await look(t);
         page.allowed.push(/ERR_FAILED|409/);

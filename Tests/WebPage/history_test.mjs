@@ -26,7 +26,10 @@ test("an edit appears in the history, is looked at, and taken back exactly", asy
     await eventually(async () => assert.deepEqual(await change.getByRole("gridcell").allTextContents(), cells));
     await takeBack(page).click();
     await page.getByRole("button", { name: "Write 1 place" }).click();
-    await page.getByRole("status").getByText(/is taken back/).waitFor();
+    await page
+        .getByRole("status")
+        .getByText(/is taken back/)
+        .waitFor();
     assert.equal((await plant.ask("viewer", "GET", "/recipe", { query: { name: "Capping::Pco28" } })).text, text);
 });
 
@@ -46,7 +49,10 @@ test("an operator takes an activation back, but no value that somebody else has 
     const dripTime = dialog.getByRole("row", { name: "Filler.DripTime" });
     assert.match(await dripTime.textContent(), /not written the controller holds 77/);
     assert.equal((await plant.ask("viewer", "GET", "/symbol", { query: { name: "Filler.DripTime" } })).body.value, 77);
-    assert.equal((await plant.ask("viewer", "GET", "/symbol", { query: { name: "Filler.FillVolume" } })).body.value, 330);
+    assert.equal(
+        (await plant.ask("viewer", "GET", "/symbol", { query: { name: "Filler.FillVolume" } })).body.value,
+        330,
+    );
 
     await page.goto("/record?id=1");
     await page.getByText(/places changed/).waitFor();
@@ -60,7 +66,10 @@ test("what is found leads to its recipe, and goes when it is mended", async (t) 
     for (const kind of ["no recipe", "stray value"]) {
         await page.getByRole("heading", { name: kind }).waitFor();
     }
-    assert.equal(await page.getByRole("link", { name: "Products::Cola1500" }).last().getAttribute("href"), "/recipe?name=Products%3A%3ACola1500");
+    assert.equal(
+        await page.getByRole("link", { name: "Products::Cola1500" }).last().getAttribute("href"),
+        "/recipe?name=Products%3A%3ACola1500",
+    );
     await plant.edit("engineer", "Products::Cola1500", { Filling: "Filling::Cola1500", Spare: null });
     await page.getByText("Nothing is wrong.").waitFor();
 });

@@ -30,7 +30,11 @@ test("an import is looked at, held back by a change in between, and then made", 
     await page.routeWebSocket(/events/, () => {});
     await page.reload();
     const old = await stored("Filling::Lemonade330");
-    await choose(page, "line.json", `{"recipeList": {"Filling": {"Lemonade330": ${old}, "Tonic": ${recipe("330.0")}}}}`);
+    await choose(
+        page,
+        "line.json",
+        `{"recipeList": {"Filling": {"Lemonade330": ${old}, "Tonic": ${recipe("330.0")}}}}`,
+    );
     await page.getByRole("button", { name: "Import 1 recipe", exact: true }).waitFor();
     assert.equal((await plant.ask("viewer", "GET", "/recipe", { query: { name: "Filling::Tonic" } })).status, 404);
     assert.deepEqual(await accessibilityFindings(page), []);
@@ -43,7 +47,10 @@ test("an import is looked at, held back by a change in between, and then made", 
     await page.getByText("Imported 2 recipes. To the recipes").waitFor();
     assert.match(await stored("Filling::Tonic"), /"FillVolume": ?330\.0.*9007199254740993/s);
     assert.deepEqual(JSON.parse(await stored("Filling::Lemonade330")), JSON.parse(old));
-    assert.equal((await plant.ask("viewer", "GET", "/history", { query: { limit: 1 } })).body.items[0].note, "order 4711");
+    assert.equal(
+        (await plant.ask("viewer", "GET", "/history", { query: { limit: 1 } })).body.items[0].note,
+        "order 4711",
+    );
 });
 
 test("what is wrong with an import stands beside its line, and nothing is taken in", async (t) => {
@@ -51,10 +58,18 @@ test("what is wrong with an import stands beside its line, and nothing is taken 
     page.allowed.push(/status of 4(00|22)/);
     const cases = [
         { name: "broken.json", text: '{\n"recipeList": {,}}', places: ["line 2, column 16"], marked: [","] },
-        { name: "unfit.json", text: `{"recipeList":\n{"A": ${recipe('"much"')},\n "B": ${recipe("-1.0")}}}`,
-            places: ["line 2, column 2", "line 3, column 2"], marked: ['"', '"'] },
-        { name: "table.csv", text: "recipe,FillVolume,FillerSpeed\nFilling::Cola1500,400.0,x\nCider,y,1\n",
-            places: ["line 2, column 25", "line 3, column 7"], marked: ["x", "y"] },
+        {
+            name: "unfit.json",
+            text: `{"recipeList":\n{"A": ${recipe('"much"')},\n "B": ${recipe("-1.0")}}}`,
+            places: ["line 2, column 2", "line 3, column 2"],
+            marked: ['"', '"'],
+        },
+        {
+            name: "table.csv",
+            text: "recipe,FillVolume,FillerSpeed\nFilling::Cola1500,400.0,x\nCider,y,1\n",
+            places: ["line 2, column 25", "line 3, column 7"],
+            marked: ["x", "y"],
+        },
     ];
     for (const { name, text, places, marked } of cases) {
         await choose(page, name, text);

@@ -56,7 +56,8 @@ test("recipes are ordered by who changed them last", async (t) => {
 test("a recipe is made with the exact values of another, and its name has to be free", async (t) => {
     const page = await visit(t, plant, { role: "engineer" });
     page.allowed.push(/status of 412/);
-    const text = '{"recipeTypeName":"Filling::Still","values":{"FillVolume":500.0,"Spare":9007199254740993,"Less":1e-300}}';
+    const text =
+        '{"recipeTypeName":"Filling::Still","values":{"FillVolume":500.0,"Spare":9007199254740993,"Less":1e-300}}';
     assert.equal((await put("Model", text)).status, 201);
     await page.getByRole("button", { name: "New recipe" }).click();
     const name = page.getByRole("textbox", { name: "Name" });
@@ -85,7 +86,7 @@ test("a rename shows what names the recipe, and overwrites nobody's change", asy
     await name.fill("Labels::Cola");
     const rename = page.getByRole("button", { name: "Rename, and write 1 reference" });
     await rename.waitFor();
-    await plant.edit("admin", "Labelling::Cola1500", "{\"LabelPosition\": 97.0}");
+    await plant.edit("admin", "Labelling::Cola1500", '{"LabelPosition": 97.0}');
     await rename.click();
     await page.getByText("Somebody has changed it meanwhile.").waitFor();
     assert.match(await page.locator(".standing").textContent(), /"LabelPosition": 97\.0/);

@@ -20,7 +20,9 @@ const end = new AbortController();
 process.on("exit", () => end.abort());
 let count = 0;
 const tests = run({
-    files: readdirSync(here).filter((name) => name.endsWith("_test.mjs")).map((name) => join(here, name)),
+    files: readdirSync(here)
+        .filter((name) => name.endsWith("_test.mjs"))
+        .map((name) => join(here, name)),
     concurrency: 2,
     signal: end.signal,
     // For all tests of a file.

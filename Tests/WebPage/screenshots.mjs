@@ -34,14 +34,16 @@ try {
 }
 
 async function takePictures(view) {
-    await Promise.all(Object.entries(devices).map(async ([device, options]) => {
-        const page = await openView(view, options);
-        for (const colorScheme of ["light", "dark"]) {
-            await page.emulateMedia({ colorScheme });
-            await page.screenshot({ path: join(folder, `${view.name}-${device}-${colorScheme}.png`) });
-        }
-        await page.context().close();
-    }));
+    await Promise.all(
+        Object.entries(devices).map(async ([device, options]) => {
+            const page = await openView(view, options);
+            for (const colorScheme of ["light", "dark"]) {
+                await page.emulateMedia({ colorScheme });
+                await page.screenshot({ path: join(folder, `${view.name}-${device}-${colorScheme}.png`) });
+            }
+            await page.context().close();
+        }),
+    );
     console.log(view.name);
 }
 

@@ -52,7 +52,11 @@ test("an engineer writes a symbol with a button that says so, and never with Ent
     await page.keyboard.press("Enter");
     const dialog = page.getByRole("dialog");
     const field = dialog.getByLabel("Value to write");
-    for (const [text, mistake] of [["1.5", "no whole number"], ["40000", "out of range"], ["", "missing"]]) {
+    for (const [text, mistake] of [
+        ["1.5", "no whole number"],
+        ["40000", "out of range"],
+        ["", "missing"],
+    ]) {
         await field.fill(text);
         await dialog.getByText(mistake).waitFor();
         assert.ok(await dialog.getByRole("button", { name: "Write", exact: true }).isDisabled(), text);
@@ -114,7 +118,8 @@ test("a type is made and filled, and its recipes are brought into line", async (
 });
 
 test("two edit a type: what both did is kept, and what only one knows stays exactly", async (t) => {
-    const keg = (limit, other) => `{"options":{"enabled":"Enabled"},"members":{"2":{"symbol":"Filler.Speed","schema":` +
+    const keg = (limit, other) =>
+        `{"options":{"enabled":"Enabled"},"members":{"2":{"symbol":"Filler.Speed","schema":` +
         `{"maximum":${limit}},"defaultValue":5,"enabled":true},"1":{"defaultValue":3.0,"symbol":"Filler.Pressure"}${other}}}`;
     await put("type", "Keg", keg("3e2", ""));
     const page = await visit(t, plant, { role: "engineer", path: "/type?name=Keg" });
@@ -133,16 +138,22 @@ test("two edit a type: what both did is kept, and what only one knows stays exac
     await page.getByRole("button", { name: "Save" }).click();
     const contested = dialog.getByRole("group", { name: /^2/ });
     const told = await contested.locator("code").allTextContents();
-    assert.deepEqual(told.map((text) => /Value": (\d)/.exec(text)[1]), ["5", "6", "7"]);
+    assert.deepEqual(
+        told.map((text) => /Value": (\d)/.exec(text)[1]),
+        ["5", "6", "7"],
+    );
     await contested.getByLabel("Theirs").check();
     await dialog.getByRole("button", { name: "Go on with these" }).click();
     await rowOf(page, "Filler.Pressure").getByRole("button", { name: "Move 1 up" }).click();
     await page.getByRole("button", { name: "Save" }).click();
     await page.getByText("The type is saved.").waitFor();
-    assert.equal(await textOf("type", "Keg"), '{"options":{"enabled":"Enabled"},"members":{' +
-        '"1":{"defaultValue":3.0,"symbol":"Filler.Pressure"},' +
-        '"2":{"symbol":"Filler.Speed","schema":{"maximum":300.0},"defaultValue":6,"enabled":true},' +
-        '"drip":{"symbol":"Filler.DripTime","enabled":true}}}');
+    assert.equal(
+        await textOf("type", "Keg"),
+        '{"options":{"enabled":"Enabled"},"members":{' +
+            '"1":{"defaultValue":3.0,"symbol":"Filler.Pressure"},' +
+            '"2":{"symbol":"Filler.Speed","schema":{"maximum":300.0},"defaultValue":6,"enabled":true},' +
+            '"drip":{"symbol":"Filler.DripTime","enabled":true}}}',
+    );
 });
 
 test("a member that is renamed keeps its values in the recipes", async (t) => {

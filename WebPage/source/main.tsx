@@ -11,7 +11,6 @@ import { Shell } from "./parts/Shell";
 import { Failure } from "./parts/State";
 import { SignIn } from "./views/SignIn";
 
-
 function App() {
     const signedIn = useStore(session);
     const { path } = useStore(place);
@@ -23,7 +22,13 @@ function App() {
     }
     const isOperator = signedIn.role === "operator";
     const shown = path === "/" ? (isOperator ? "/operator" : "/recipes") : path;
-    return shown === "/operator" ? <View path={shown} /> : <Shell><View path={shown} /></Shell>;
+    return shown === "/operator" ? (
+        <View path={shown} />
+    ) : (
+        <Shell>
+            <View path={shown} />
+        </Shell>
+    );
 }
 
 function View({ path }: { path: string }) {

@@ -10,8 +10,12 @@ export function launch() {
         // Root can't have it.
         chromiumSandbox: process.getuid() !== 0,
         args: [
-            "--disable-gpu", "--disable-quic", "--no-first-run", "--disable-background-networking",
-            "--disable-component-update", "--disable-sync",
+            "--disable-gpu",
+            "--disable-quic",
+            "--no-first-run",
+            "--disable-background-networking",
+            "--disable-component-update",
+            "--disable-sync",
         ],
     });
 }

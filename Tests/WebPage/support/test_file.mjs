@@ -25,7 +25,10 @@ export async function visit(t, plant, { role, ...options } = {}) {
     t.after(async () => {
         await page?.context().close();
         link.end();
-        assert.deepEqual(errors.filter((error) => !page?.allowed.some((pattern) => pattern.test(error))), []);
+        assert.deepEqual(
+            errors.filter((error) => !page?.allowed.some((pattern) => pattern.test(error))),
+            [],
+        );
     });
     return open(await launched, link.origin, { user: role, password, ...options }, (made) => {
         page = Object.assign(made, { link, allowed: [] });

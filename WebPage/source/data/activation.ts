@@ -183,7 +183,10 @@ interface Next {
 async function sendAnd(made: Request, tries: number): Promise<Next> {
     try {
         if (tries > 0 && Date.now() - made.pressed > fresh && !(await isKnown(made))) {
-            return ended({ name: "lost", text: "The service has no record of it: it did not arrive, or could not be remembered." });
+            return ended({
+                name: "lost",
+                text: "The service has no record of it: it did not arrive, or could not be remembered.",
+            });
         }
         const answer = await post(made, made.body);
         if (answer.status === 202) {
@@ -278,7 +281,10 @@ function ongoing(): Extract<Stage, { name: "running" }> | undefined {
 }
 
 function running(done: number, total: number, pause = pace): Next {
-    return { stage: { name: "running", done, total, isCancelling: ongoing()?.isCancelling ?? false, isHeard: true }, pause };
+    return {
+        stage: { name: "running", done, total, isCancelling: ongoing()?.isCancelling ?? false, isHeard: true },
+        pause,
+    };
 }
 
 function ended(stage: Stage): Next {

@@ -30,7 +30,9 @@ export function startActive(): void {
     });
     // Somebody is there: what another panel or the machine itself has done meanwhile is looked up.
     for (const sign of ["pointerdown", "keydown", "visibilitychange"]) {
-        document.addEventListener(sign, () => Date.now() - active.value.asked > enough && refreshActive(), { passive: true });
+        document.addEventListener(sign, () => Date.now() - active.value.asked > enough && refreshActive(), {
+            passive: true,
+        });
     }
 }
 

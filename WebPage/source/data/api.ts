@@ -66,7 +66,12 @@ export async function request(method: string, path: string, ask: Ask = {}): Prom
     });
     if (response.ok) {
         const { headers } = response;
-        return { status: response.status, etag: headers.get("ETag") ?? "", text, location: headers.get("Location") ?? "" };
+        return {
+            status: response.status,
+            etag: headers.get("ETag") ?? "",
+            text,
+            location: headers.get("Location") ?? "",
+        };
     }
     const problem = problemOf(response, text);
     // A wrong password ends no session.

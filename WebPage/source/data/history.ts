@@ -48,9 +48,11 @@ export function useRecords(filter: Filter): Records {
             setState((before) => (isOther ? first(page) : onTop(page, before)));
         });
     const more = () =>
-        state.next !== undefined && !asking.current &&
+        state.next !== undefined &&
+        !asking.current &&
         ask(state.next, (page) =>
-            setState(({ items }) => ({ items: [...items, ...page.items], next: page.next ?? undefined, isRead: true })));
+            setState(({ items }) => ({ items: [...items, ...page.items], next: page.next ?? undefined, isRead: true })),
+        );
     useEffect(again, [filter.recipe, filter.who, filter.since, history]);
     useEffect(() => () => asking.current?.abort(), []);
     return { items: state.items, isRead: state.isRead, hasMore: state.next !== undefined, error, more, again };

@@ -106,7 +106,12 @@ export function take(source: Source, type: string, { revision }: Checked, note: 
 }
 
 function compare(file: Json, stored: Json): Pick<Checked, "tallies" | "differences"> {
-    const tallies: Tally[] = (["recipe", "type", "folder"] as const).map((kind) => ({ kind, new: 0, changed: 0, same: 0 }));
+    const tallies: Tally[] = (["recipe", "type", "folder"] as const).map((kind) => ({
+        kind,
+        new: 0,
+        changed: 0,
+        same: 0,
+    }));
     const differences: Difference[] = [];
     const meet = (kind: EntryKind, name: string, state: "new" | "changed" | "same") => {
         tallies.find((each) => each.kind === kind)![state]++;
@@ -114,7 +119,10 @@ function compare(file: Json, stored: Json): Pick<Checked, "tallies" | "differenc
             differences.push({ kind, name, state });
         }
     };
-    for (const [list, kind] of [["recipeTypeList", "type"], ["recipeList", "recipe"]] as const) {
+    for (const [list, kind] of [
+        ["recipeTypeList", "type"],
+        ["recipeList", "recipe"],
+    ] as const) {
         walk(kind, mapIn(file, list), mapIn(stored, list), "", meet);
     }
     return { tallies: tallies.filter((each) => each.new + each.changed + each.same > 0), differences };

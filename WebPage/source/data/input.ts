@@ -38,7 +38,9 @@ function mistakeOfNumber(text: string): string {
     if (text === "") {
         return "A number is missing.";
     }
-    return /^[+-]?\d+,\d+$/.test(text) ? `Write ${text.replace(",", ".").replace("+", "")}, with a point.` : `"${text}" is no number.`;
+    return /^[+-]?\d+,\d+$/.test(text)
+        ? `Write ${text.replace(",", ".").replace("+", "")}, with a point.`
+        : `"${text}" is no number.`;
 }
 
 /** Below 0 where the first is the smaller one. Whole numbers are compared in all their digits. */
@@ -83,5 +85,9 @@ function isTelling(bound: Json | undefined): boolean {
 /** The value as it stands in a form before anybody touches it. */
 export function typedText(value: Json | undefined, input: Input): string {
     const isText = input.type !== undefined && input.type !== "other";
-    return value === undefined || value === null ? "" : isText || typeof value !== "string" ? shown(value) : JSON.stringify(value);
+    return value === undefined || value === null
+        ? ""
+        : isText || typeof value !== "string"
+          ? shown(value)
+          : JSON.stringify(value);
 }

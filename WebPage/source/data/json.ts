@@ -139,8 +139,10 @@ export function write(value: Json, indentation = "", margin = "\n"): string {
     const inner = margin + indentation;
     const items =
         value instanceof Map
-            ? [...value].map(([name, member]) =>
-                  JSON.stringify(name) + (indentation ? ": " : ":") + write(member, indentation, inner))
+            ? [...value].map(
+                  ([name, member]) =>
+                      JSON.stringify(name) + (indentation ? ": " : ":") + write(member, indentation, inner),
+              )
             : value.map((item) => write(item, indentation, inner));
     const [open, close] = value instanceof Map ? "{}" : "[]";
     const isOneLine = !indentation || items.length === 0;

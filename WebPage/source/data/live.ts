@@ -145,8 +145,11 @@ function hear(text: string): void {
     pause = 250;
     isTold = true;
     link.set(link.value.isOpen ? Object.assign(link.value, { heard: now }) : { isOpen: true, heard: now, reason: "" });
-    if (told.configuration !== revision.value.configuration || told.history !== revision.value.history ||
-        told.activity !== revision.value.activity) {
+    if (
+        told.configuration !== revision.value.configuration ||
+        told.history !== revision.value.history ||
+        told.activity !== revision.value.activity
+    ) {
         revision.set(told);
     }
     news.set(news.value + 1);
@@ -224,7 +227,8 @@ export function liveValue(symbol: string, domain: string): LiveValue | undefined
     // A value that stays the same is not told again: it is as old as the last reading of its domain.
     const time = reading.isGood && polled?.time !== undefined ? Math.max(polled.time, reading.time ?? 0) : reading.time;
     const age = time === undefined ? undefined : Math.max(0, Date.now() - time);
-    const isCurrent = link.value.isOpen && reading.isGood && polled?.isGood === true && age !== undefined && age <= oldest;
+    const isCurrent =
+        link.value.isOpen && reading.isGood && polled?.isGood === true && age !== undefined && age <= oldest;
     return {
         value: reading.value,
         isCurrent,

@@ -79,10 +79,12 @@ export function startLists(): void {
         readStale();
     });
     document.addEventListener("visibilitychange", readStale);
-    session.follow(() => lists.forEach((list) => {
-        list.isStale = true;
-        list.store.set(unread);
-    }));
+    session.follow(() =>
+        lists.forEach((list) => {
+            list.isStale = true;
+            list.store.set(unread);
+        }),
+    );
 }
 
 /** What nobody looks at is left until somebody does. */

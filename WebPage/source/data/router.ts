@@ -28,7 +28,11 @@ function mayLeave(): boolean {
     return question === "" || confirm(question);
 }
 
-export function go(path: string, query: Record<string, string | undefined> = {}, how: "push" | "replace" = "push"): void {
+export function go(
+    path: string,
+    query: Record<string, string | undefined> = {},
+    how: "push" | "replace" = "push",
+): void {
     const target = path + queryText(query);
     const isElsewhere = path !== place.value.path || query["name"] !== (place.value.query.get("name") ?? undefined);
     if (isElsewhere && !mayLeave()) {

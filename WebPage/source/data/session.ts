@@ -40,7 +40,9 @@ export async function begin(): Promise<void> {
     } catch (error) {
         const isOver = error instanceof Problem && error.status === 401;
         if (error instanceof Problem && (!isOver || token)) {
-            signInNote.set(token ? "This link has been used or is too old. Start the service again for another." : error.message);
+            signInNote.set(
+                token ? "This link has been used or is too old. Start the service again for another." : error.message,
+            );
         }
         session.set(null);
     }

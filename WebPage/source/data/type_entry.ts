@@ -28,7 +28,9 @@ export function isDisabled(entry: JsonObject): boolean {
 }
 
 export function withParents(entry: JsonObject, names: string[]): JsonObject {
-    return entry.has(parentsKey) ? new Map(entry).set(parentsKey, names) : new Map<string, Json>([[parentsKey, names], ...entry]);
+    return entry.has(parentsKey)
+        ? new Map(entry).set(parentsKey, names)
+        : new Map<string, Json>([[parentsKey, names], ...entry]);
 }
 
 /** The member in its place, or behind the others where it is a new one. */
@@ -94,8 +96,11 @@ export function piecesOf(before: JsonObject, theirs: JsonObject, mine: JsonObjec
     const pieces = [
         ...keys.map((key) => ({ key, before: before.get(key), theirs: theirs.get(key), mine: mine.get(key) })),
         ...[...names].map((member) => ({
-            key: membersKey, member,
-            before: membersOf(before).get(member), theirs: membersOf(theirs).get(member), mine: membersOf(mine).get(member),
+            key: membersKey,
+            member,
+            before: membersOf(before).get(member),
+            theirs: membersOf(theirs).get(member),
+            mine: membersOf(mine).get(member),
         })),
     ];
     return pieces
@@ -113,7 +118,10 @@ function isEqual(one: Json | undefined, other: Json | undefined): boolean {
 
 /** Theirs, with those pieces as I have them that `isMine` says. Members stand in my order, unless only theirs is new. */
 export function merged(
-    before: JsonObject, theirs: JsonObject, mine: JsonObject, isMine: (piece: Piece) => boolean,
+    before: JsonObject,
+    theirs: JsonObject,
+    mine: JsonObject,
+    isMine: (piece: Piece) => boolean,
 ): JsonObject {
     const entry = new Map(theirs);
     const members = new Map(membersOf(theirs));

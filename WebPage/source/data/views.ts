@@ -44,6 +44,9 @@ export function useView(path: string): ViewState {
             );
         }
     }, [path]);
-    const error = failed === path ? new Error("This view can't be read. The service can't be reached, or has been renewed.") : undefined;
+    const error =
+        failed === path
+            ? new Error("This view can't be read. The service can't be reached, or has been renewed.")
+            : undefined;
     return { Shown: read.get(path), error, again: () => location.reload() };
 }

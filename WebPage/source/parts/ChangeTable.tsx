@@ -24,7 +24,13 @@ function Short({ value }: { value: Json | undefined }) {
     if (value instanceof Map && value.size === 0) {
         return <span class="nothing">(empty)</span>;
     }
-    return isWhole ? <code><Text>{write(value).slice(0, 200)}</Text></code> : <ValueText value={value} />;
+    return isWhole ? (
+        <code>
+            <Text>{write(value).slice(0, 200)}</Text>
+        </code>
+    ) : (
+        <ValueText value={value} />
+    );
 }
 
 const placeColumns: Column<Place>[] = [
@@ -38,12 +44,18 @@ export function PlaceTable({ places }: { places: Place[] }) {
     return (
         <>
             <Grid
-                label="Changes" kind="places" columns={placeColumns} rows={places} keyOf={({ domain, path }) => `${domain} ${path}`}
+                label="Changes"
+                kind="places"
+                columns={placeColumns}
+                rows={places}
+                keyOf={({ domain, path }) => `${domain} ${path}`}
                 onOpen={setShown}
             />
             {shown && (
                 <Dialog title="What was changed" onClose={() => setShown(undefined)} wide>
-                    <p><PathLink path={shown.path} /></p>
+                    <p>
+                        <PathLink path={shown.path} />
+                    </p>
                     <div class="sides">
                         <Side title="Before" value={shown.before} nothing="Nothing stood there." />
                         <Side title="After" value={shown.after} nothing="Nothing stands there." />
@@ -58,7 +70,13 @@ function Side({ title, value, nothing }: { title: ComponentChildren; value: Json
     return (
         <section>
             <h3>{title}</h3>
-            {value === undefined ? <p class="quiet-text">{nothing}</p> : <pre class="pre" tabIndex={0}>{write(value, "  ")}</pre>}
+            {value === undefined ? (
+                <p class="quiet-text">{nothing}</p>
+            ) : (
+                <pre class="pre" tabIndex={0}>
+                    {write(value, "  ")}
+                </pre>
+            )}
         </section>
     );
 }
@@ -73,26 +91,48 @@ const rowColumns: Column<Row>[] = [
 ];
 
 function RowState({ state, text }: { state: string; text: string }) {
-    return <><State state={state} />{text && <> <Text>{text}</Text></>}</>;
+    return (
+        <>
+            <State state={state} />
+            {text && (
+                <>
+                    {" "}
+                    <Text>{text}</Text>
+                </>
+            )}
+        </>
+    );
 }
 
 /** Of a trial nothing has been read back yet: its rows tell what stands there now, and what would. */
-const trialColumns = rowColumns.filter(({ key }) => key !== "after").map((column) =>
-    ({ ...column, title: { before: "Now", value: "Then" }[column.key] ?? column.title }));
+const trialColumns = rowColumns
+    .filter(({ key }) => key !== "after")
+    .map((column) => ({ ...column, title: { before: "Now", value: "Then" }[column.key] ?? column.title }));
 
 export function RowTable({ label, rows, isTrial }: { label: string; rows: Row[]; isTrial?: boolean }) {
     const [shown, setShown] = useState<Row>();
     const columns = isTrial ? trialColumns : rowColumns;
     return (
         <>
-            <Grid label={label} kind={isTrial ? "trial" : "changes"} columns={columns} rows={rows} keyOf={({ symbol }) => symbol} onOpen={setShown} />
+            <Grid
+                label={label}
+                kind={isTrial ? "trial" : "changes"}
+                columns={columns}
+                rows={rows}
+                keyOf={({ symbol }) => symbol}
+                onOpen={setShown}
+            />
             {shown && (
                 <Dialog title={shown.symbol} onClose={() => setShown(undefined)} wide>
-                    <p class="pre"><RowState state={shown.state} text={shown.text} /></p>
+                    <p class="pre">
+                        <RowState state={shown.state} text={shown.text} />
+                    </p>
                     <div class="sides">
-                        {columns.filter(({ right }) => right).map(({ key, title }) => (
-                            <Side title={title} value={shown[key as "before"] ?? undefined} nothing="Not known." />
-                        ))}
+                        {columns
+                            .filter(({ right }) => right)
+                            .map(({ key, title }) => (
+                                <Side title={title} value={shown[key as "before"] ?? undefined} nothing="Not known." />
+                            ))}
                     </div>
                 </Dialog>
             )}
@@ -102,5 +142,8 @@ export function RowTable({ label, rows, isTrial }: { label: string; rows: Row[];
 
 /** The counts of states that are not zero, as text. */
 export function countsText(counts: ReadonlyMap<string, Json>): string {
-    return [...counts].map(([state, number]) => `${write(number)} ${state}`).filter((text) => !text.startsWith("0 ")).join(", ");
+    return [...counts]
+        .map(([state, number]) => `${write(number)} ${state}`)
+        .filter((text) => !text.startsWith("0 "))
+        .join(", ");
 }

@@ -32,7 +32,9 @@ export function Dialog({ title, onClose, children, wide }: DialogProps) {
         <dialog ref={dialog} class={wide ? "wide" : undefined} aria-labelledby={id} onCancel={cancel}>
             <div class="dialog-head">
                 <h2 id={id}>{title}</h2>
-                <button type="button" class="quiet icon" aria-label="Close" onClick={onClose}>✕</button>
+                <button type="button" class="quiet icon" aria-label="Close" onClick={onClose}>
+                    ✕
+                </button>
             </div>
             {children}
         </dialog>

@@ -46,7 +46,10 @@ export function RenameDialog(props: EntryDialogProps) {
     const preview = useDryRun(move, newName === name || newName === "");
     const submit = () =>
         edit.run(async (tag) => {
-            const answer = await request("POST", "/moves", { text: JSON.stringify(move), headers: { "If-Match": tag } });
+            const answer = await request("POST", "/moves", {
+                text: JSON.stringify(move),
+                headers: { "If-Match": tag },
+            });
             onClose();
             sayEdited(`${name} is ${newName} now.`, answer.text);
             onDone(newName);
@@ -55,9 +58,18 @@ export function RenameDialog(props: EntryDialogProps) {
     return (
         <Dialog title={`Rename or move the ${words[kind]}`} onClose={onClose}>
             <Form onSubmit={submit}>
-                <NameField label="Name" value={newName} onInput={setNewName} mistake={preview.mistake} hint="Folders stand before it: Folder::Name" />
+                <NameField
+                    label="Name"
+                    value={newName}
+                    onInput={setNewName}
+                    mistake={preview.mistake}
+                    hint="Folders stand before it: Folder::Name"
+                />
                 <p class="note" aria-live="polite">
-                    {preview.edited && (others === 0 ? "Nothing else names it." : `${counted(others, "place")} elsewhere will name it anew.`)}
+                    {preview.edited &&
+                        (others === 0
+                            ? "Nothing else names it."
+                            : `${counted(others, "place")} elsewhere will name it anew.`)}
                 </p>
                 <PathList paths={preview.edited?.written ?? []} />
                 <Trouble edit={edit} standing={standing} />
@@ -79,7 +91,11 @@ export function CopyDialog(props: EntryDialogProps) {
     const submit = () =>
         edit.run(async () => {
             const { text } = await request("GET", "/" + kind, { query: { name } });
-            const answer = await request("PUT", "/" + kind, { query: { name: newName }, text, headers: { "If-None-Match": "*" } });
+            const answer = await request("PUT", "/" + kind, {
+                query: { name: newName },
+                text,
+                headers: { "If-None-Match": "*" },
+            });
             onClose();
             sayEdited(`${newName} is made, as a copy of ${name}.`, answer.text);
             onDone(newName);
@@ -92,11 +108,21 @@ export function CopyDialog(props: EntryDialogProps) {
     return (
         <Dialog title={`Copy the ${words[kind]}`} onClose={onClose}>
             <Form onSubmit={submit}>
-                <p>A copy of <Text>{name}</Text>, by the name of:</p>
-                <NameField label="Name" value={newName} onInput={input} mistake={isNamed ? nameMistake(edit.error) : ""} hint="Folders stand before it: Folder::Name" />
+                <p>
+                    A copy of <Text>{name}</Text>, by the name of:
+                </p>
+                <NameField
+                    label="Name"
+                    value={newName}
+                    onInput={input}
+                    mistake={isNamed ? nameMistake(edit.error) : ""}
+                    hint="Folders stand before it: Folder::Name"
+                />
                 {!isNamed && <Trouble edit={edit} standing={standing} />}
                 <Actions onClose={onClose}>
-                    <button type="submit" class="primary" disabled={newName === "" || edit.isBusy}>Copy</button>
+                    <button type="submit" class="primary" disabled={newName === "" || edit.isBusy}>
+                        Copy
+                    </button>
                 </Actions>
             </Form>
         </Dialog>
@@ -122,15 +148,32 @@ export function DeleteDialog(props: EntryDialogProps) {
     return (
         <Dialog title={`Delete the ${words[kind]}`} onClose={onClose}>
             <Form onSubmit={submit}>
-                {kind === "folder" && <p>The folder <Text>{name}</Text> holds {holds || "nothing"}.</p>}
-                {gone > 0 && <p>{counted(gone, "recipe is", "recipes are")} of {kind === "type" ? "this type" : "these types"} and will go too.</p>}
-                {uses.answer && <p>{paths.length === 0 ? "Nothing else names it." : `${counted(paths.length, "place names", "places name")} it and will name nothing:`}</p>}
+                {kind === "folder" && (
+                    <p>
+                        The folder <Text>{name}</Text> holds {holds || "nothing"}.
+                    </p>
+                )}
+                {gone > 0 && (
+                    <p>
+                        {counted(gone, "recipe is", "recipes are")} of {kind === "type" ? "this type" : "these types"}{" "}
+                        and will go too.
+                    </p>
+                )}
+                {uses.answer && (
+                    <p>
+                        {paths.length === 0
+                            ? "Nothing else names it."
+                            : `${counted(paths.length, "place names", "places name")} it and will name nothing:`}
+                    </p>
+                )}
                 <PathList paths={paths} />
                 {uses.error !== undefined && <Failure error={uses.error} retry={uses.again} />}
                 <Trouble edit={edit} standing={standing} />
                 <Actions onClose={onClose}>
                     <button type="submit" class="danger" disabled={!edit.tag || !uses.answer || edit.isBusy}>
-                        Delete {kind === "folder" && "the folder "}<Text>{leafOf(name)}</Text>{load && ` with ${load}`}
+                        Delete {kind === "folder" && "the folder "}
+                        <Text>{leafOf(name)}</Text>
+                        {load && ` with ${load}`}
                     </button>
                 </Actions>
             </Form>
@@ -176,13 +219,17 @@ function useEdit(props: EntryDialogProps): { standing: Standing; edit: Edit } {
 function Trouble({ edit: { error }, standing }: { edit: Edit; standing: Standing }) {
     if (!(error instanceof Problem) || error.status !== 412) {
         const shown = error ?? standing.error;
-        return shown === undefined ? null : <Failure error={shown} {...(error === undefined && { retry: standing.again })} />;
+        return shown === undefined ? null : (
+            <Failure error={shown} {...(error === undefined && { retry: standing.again })} />
+        );
     }
     const current = error.members.get("current");
     return (
         <Notice kind="warn">
             <p>Somebody has changed it meanwhile. This stands there now:</p>
-            <pre class="standing" tabIndex={0}>{current === undefined ? error.message : write(current, "  ")}</pre>
+            <pre class="standing" tabIndex={0}>
+                {current === undefined ? error.message : write(current, "  ")}
+            </pre>
             <p>Nothing was done. The button goes on with it as it is now.</p>
         </Notice>
     );
@@ -228,19 +275,25 @@ interface Uses {
  * that stay: those of types that inherit from the one that goes.
  */
 function useUses({ list, name }: EntryDialogProps) {
-    return useAnswer<Uses>(async (signal) => {
-        const from = pathOf(list, name);
-        const text = JSON.stringify({ from, to: pathOf(list, `moved ${Date.now()}`), dryRun: true });
-        const answer = await request("POST", "/moves", { text, signal });
-        const outside = (JSON.parse(answer.text) as Edited).written.filter((path) => !path.startsWith(from + "::"));
-        const paths = outside.filter((path) => !path.endsWith("::recipeTypeName"));
-        return { paths, recipes: outside.length - paths.length };
-    }, [list, name]);
+    return useAnswer<Uses>(
+        async (signal) => {
+            const from = pathOf(list, name);
+            const text = JSON.stringify({ from, to: pathOf(list, `moved ${Date.now()}`), dryRun: true });
+            const answer = await request("POST", "/moves", { text, signal });
+            const outside = (JSON.parse(answer.text) as Edited).written.filter((path) => !path.startsWith(from + "::"));
+            const paths = outside.filter((path) => !path.endsWith("::recipeTypeName"));
+            return { paths, recipes: outside.length - paths.length };
+        },
+        [list, name],
+    );
 }
 
 /** The recipes or types in a folder, counted. */
 function useHeld(kind: string, list: "recipes" | "types", name: string): string {
-    const lists: Record<string, { name: string; kind: string }[]> = { recipes: useStore(recipes).items, types: useStore(types).items };
+    const lists: Record<string, { name: string; kind: string }[]> = {
+        recipes: useStore(recipes).items,
+        types: useStore(types).items,
+    };
     const items = lists[list]!;
     useEffect(() => (list === "recipes" ? want(readRecipes, recipes) : want(readTypes, types)), [list]);
     return useMemo(() => {
@@ -253,7 +306,11 @@ export function PathList({ paths }: { paths: string[] }) {
     const most = 50;
     return paths.length === 0 ? null : (
         <ul class="paths" tabIndex={0}>
-            {paths.slice(0, most).map((path) => <li key={path}><PathLink path={path} /></li>)}
+            {paths.slice(0, most).map((path) => (
+                <li key={path}>
+                    <PathLink path={path} />
+                </li>
+            ))}
             {paths.length > most && <li>and {paths.length - most} more</li>}
         </ul>
     );
@@ -264,11 +321,22 @@ export function Form({ onSubmit, children }: { onSubmit: () => void; children: C
         event.preventDefault();
         onSubmit();
     };
-    return <form class="form" onSubmit={submit}>{children}</form>;
+    return (
+        <form class="form" onSubmit={submit}>
+            {children}
+        </form>
+    );
 }
 
 export function Actions({ onClose, children }: { onClose: () => void; children: ComponentChildren }) {
-    return <div class="actions"><button type="button" onClick={onClose}>Cancel</button>{children}</div>;
+    return (
+        <div class="actions">
+            <button type="button" onClick={onClose}>
+                Cancel
+            </button>
+            {children}
+        </div>
+    );
 }
 
 interface NameFieldProps {
@@ -289,11 +357,20 @@ export function NameField({ label, value, onInput, mistake, hint }: NameFieldPro
             <label>
                 {label}
                 <input
-                    ref={field} value={value} required autofocus autocomplete="off" spellcheck={false} aria-invalid={mistake !== ""}
-                    aria-describedby={id} onInput={(event) => onInput(event.currentTarget.value)}
+                    ref={field}
+                    value={value}
+                    required
+                    autofocus
+                    autocomplete="off"
+                    spellcheck={false}
+                    aria-invalid={mistake !== ""}
+                    aria-describedby={id}
+                    onInput={(event) => onInput(event.currentTarget.value)}
                 />
             </label>
-            <p id={id} class={mistake ? "mistake" : "hint"} role={mistake ? "alert" : undefined}>{mistake || hint}</p>
+            <p id={id} class={mistake ? "mistake" : "hint"} role={mistake ? "alert" : undefined}>
+                {mistake || hint}
+            </p>
         </div>
     );
 }
@@ -304,5 +381,7 @@ export function isOfName(error: unknown): boolean {
 }
 
 export function nameMistake(error: unknown): string {
-    return error instanceof Problem && ["UNIQUE", "ID_IN_USE"].includes(error.code) ? "This name is taken." : errorText(error);
+    return error instanceof Problem && ["UNIQUE", "ID_IN_USE"].includes(error.code)
+        ? "This name is taken."
+        : errorText(error);
 }

@@ -29,18 +29,28 @@ export function Export() {
             <h2 id="export">Export</h2>
             <div>
                 <p>All types and recipes, to be imported here or elsewhere.</p>
-                <button type="button" onClick={() => void exportAll()}>Export everything (JSON)</button>
+                <button type="button" onClick={() => void exportAll()}>
+                    Export everything (JSON)
+                </button>
             </div>
             <form onSubmit={exportTable}>
                 <label>
                     Recipes of the type
                     <select value={type} required onChange={(event) => setType(event.currentTarget.value)}>
                         <option value="">Choose a type</option>
-                        {items.filter(({ kind }) => kind === "type").map(({ name }) => <option value={name}>{name}</option>)}
+                        {items
+                            .filter(({ kind }) => kind === "type")
+                            .map(({ name }) => (
+                                <option value={name}>{name}</option>
+                            ))}
                     </select>
                 </label>
                 <label class="form-choice">
-                    <input type="checkbox" checked={forSpreadsheet} onChange={(event) => setForSpreadsheet(event.currentTarget.checked)} />
+                    <input
+                        type="checkbox"
+                        checked={forSpreadsheet}
+                        onChange={(event) => setForSpreadsheet(event.currentTarget.checked)}
+                    />
                     For a spreadsheet: semicolons and a byte order mark
                 </label>
                 <button type="submit">Export the table (CSV)</button>

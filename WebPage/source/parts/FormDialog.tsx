@@ -35,8 +35,12 @@ export function FormDialog({ title, action, isDanger, onClose, onSubmit, childre
                 {children}
                 {error !== undefined && <Failure error={error} />}
                 <div class="actions">
-                    <button type="button" onClick={onClose}>Cancel</button>
-                    <button type="submit" class={isDanger ? "danger" : "primary"} disabled={isBusy}>{action}</button>
+                    <button type="button" onClick={onClose}>
+                        Cancel
+                    </button>
+                    <button type="submit" class={isDanger ? "danger" : "primary"} disabled={isBusy}>
+                        {action}
+                    </button>
                 </div>
             </form>
         </Dialog>

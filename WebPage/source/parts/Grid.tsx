@@ -89,7 +89,8 @@ export function Grid<T>(props: GridProps<T>) {
     };
     const onKeyDown = (event: KeyboardEvent) => {
         const isPlain = event.target === frame.current && !event.ctrlKey && !event.altKey && !event.metaKey;
-        const act = isPlain && keyActs({ props, frame: frame.current!, activeIndex, fits, moveTo }, event.shiftKey)[event.key];
+        const act =
+            isPlain && keyActs({ props, frame: frame.current!, activeIndex, fits, moveTo }, event.shiftKey)[event.key];
         if (act) {
             event.preventDefault();
             act();
@@ -104,21 +105,45 @@ export function Grid<T>(props: GridProps<T>) {
     const isActiveInSight = activeIndex >= from && activeIndex < from + inSight.length;
     return (
         <div
-            ref={frame} class={"grid " + kind} role="treegrid" aria-label={label} tabIndex={0}
-            aria-rowcount={rows.length + 1} aria-colcount={columns.length}
+            ref={frame}
+            class={"grid " + kind}
+            role="treegrid"
+            aria-label={label}
+            tabIndex={0}
+            aria-rowcount={rows.length + 1}
+            aria-colcount={columns.length}
             aria-activedescendant={isActiveInSight ? `${id}-${activeIndex}` : undefined}
-            onScroll={() => (look(), keepPlace())} onKeyDown={onKeyDown} onFocus={onFocus}
+            onScroll={() => (look(), keepPlace())}
+            onKeyDown={onKeyDown}
+            onFocus={onFocus}
         >
             <GridHead columns={columns} onSort={props.onSort} />
             <div role="rowgroup" class="grid-body" style={{ height: `${rows.length * height}px` }}>
-                {drawn(inSight.map((row, offset) => ({
-                    key: keyOf(row), id: `${id}-${from + offset}`, index: from + offset, height, row, columns, pick,
-                    level: branch?.(row).level, isExpanded: branch?.(row).isExpanded,
-                    isActive: from + offset === activeIndex, opens: onOpen !== undefined, extraClass: props.rowClass?.(row) ?? "",
-                })))}
+                {drawn(
+                    inSight.map((row, offset) => ({
+                        key: keyOf(row),
+                        id: `${id}-${from + offset}`,
+                        index: from + offset,
+                        height,
+                        row,
+                        columns,
+                        pick,
+                        level: branch?.(row).level,
+                        isExpanded: branch?.(row).isExpanded,
+                        isActive: from + offset === activeIndex,
+                        opens: onOpen !== undefined,
+                        extraClass: props.rowClass?.(row) ?? "",
+                    })),
+                )}
             </div>
             {rows.length === 0 && (
-                <div role="rowgroup"><div role="row"><div role="gridcell" aria-colspan={columns.length}>{props.empty}</div></div></div>
+                <div role="rowgroup">
+                    <div role="row">
+                        <div role="gridcell" aria-colspan={columns.length}>
+                            {props.empty}
+                        </div>
+                    </div>
+                </div>
             )}
         </div>
     );
@@ -155,7 +180,10 @@ interface Walk<T> {
 }
 
 /** What each key does. */
-function keyActs<T>({ props, frame, activeIndex, fits, moveTo }: Walk<T>, isShifted: boolean): Record<string, () => unknown> {
+function keyActs<T>(
+    { props, frame, activeIndex, fits, moveTo }: Walk<T>,
+    isShifted: boolean,
+): Record<string, () => unknown> {
     const { rows, branch, onOpen, onEdit, onToggle, onMenu } = props;
     const at = Math.max(0, activeIndex);
     const row = rows[at];
@@ -193,9 +221,12 @@ function GridHead<T>({ columns, onSort }: { columns: Column<T>[]; onSort: ((key:
                     <div role="columnheader" class={cellClass(key, right)} aria-sort={sort}>
                         {sort ? (
                             <button type="button" class="quiet sort" onClick={() => onSort?.(key)}>
-                                {title}<span aria-hidden="true">{sortSigns[sort]}</span>
+                                {title}
+                                <span aria-hidden="true">{sortSigns[sort]}</span>
                             </button>
-                        ) : title}
+                        ) : (
+                            title
+                        )}
                     </div>
                 ))}
             </div>
@@ -232,7 +263,10 @@ function useDrawnRows<T>(): (rows: GridRowProps<T>[]) => JSX.Element[] {
         const now: typeof before.current = new Map();
         for (const props of rows) {
             const drawn = before.current.get(props.key);
-            now.set(props.key, drawn && isSameRow(drawn.props, props) ? drawn : { props, node: <GridRow {...props} /> });
+            now.set(
+                props.key,
+                drawn && isSameRow(drawn.props, props) ? drawn : { props, node: <GridRow {...props} /> },
+            );
         }
         before.current = now;
         return [...now.values()].map(({ node }) => node);
@@ -243,11 +277,28 @@ function isSameRow<T>(one: GridRowProps<T>, other: GridRowProps<T>): boolean {
     return (Object.keys(one) as (keyof GridRowProps<T>)[]).every((name) => one[name] === other[name]);
 }
 
-function GridRow<T>({ id, index, height, row, columns, level, isExpanded, isActive, opens, extraClass, pick }: GridRowProps<T>) {
-    const style = { transform: `translateY(${index * height}px)`, height: `${height}px`, "--level": `${(level ?? 1) - 1}` };
+function GridRow<T>({
+    id,
+    index,
+    height,
+    row,
+    columns,
+    level,
+    isExpanded,
+    isActive,
+    opens,
+    extraClass,
+    pick,
+}: GridRowProps<T>) {
+    const style = {
+        transform: `translateY(${index * height}px)`,
+        height: `${height}px`,
+        "--level": `${(level ?? 1) - 1}`,
+    };
     const open = (event: MouseEvent) => {
         pick.current.onPick?.(row);
-        const isControl = event.target instanceof Element && event.target.closest("a, button, input, select, textarea, label");
+        const isControl =
+            event.target instanceof Element && event.target.closest("a, button, input, select, textarea, label");
         // Who marks a text to copy it opens nothing.
         if (!isControl && !getSelection()?.toString()) {
             pick.current.onOpen?.(row);
@@ -256,14 +307,24 @@ function GridRow<T>({ id, index, height, row, columns, level, isExpanded, isActi
     const kind = level === undefined ? "" : isExpanded === undefined ? " leaf-row" : " branch-row";
     return (
         <div
-            id={id} role="row" style={style} aria-rowindex={index + 2} aria-level={level} aria-expanded={isExpanded}
-            aria-selected={isActive} class={`row ${extraClass}${kind}${isActive ? " active" : ""}${opens ? " opens" : ""}`} onClick={open}
+            id={id}
+            role="row"
+            style={style}
+            aria-rowindex={index + 2}
+            aria-level={level}
+            aria-expanded={isExpanded}
+            aria-selected={isActive}
+            class={`row ${extraClass}${kind}${isActive ? " active" : ""}${opens ? " opens" : ""}`}
+            onClick={open}
         >
             {columns.map(({ key, right, cell }, column) => (
                 <div role="gridcell" class={cellClass(key, right)}>
                     {column === 0 && isExpanded !== undefined && (
                         <button
-                            type="button" class="quiet toggle" tabIndex={-1} aria-label={isExpanded ? "Close" : "Open"}
+                            type="button"
+                            class="quiet toggle"
+                            tabIndex={-1}
+                            aria-label={isExpanded ? "Close" : "Open"}
                             onClick={() => pick.current.onToggle?.(row, !isExpanded)}
                         >
                             {isExpanded ? "▾" : "▸"}

@@ -4,10 +4,21 @@ import type { Column } from "./Grid";
 import { Notice } from "./State";
 import { counted, EntryName, Text } from "./Text";
 
-const states: Record<Difference["state"], [sign: string, kind: string]> = { new: ["+", "good"], changed: ["≠", "warn"] };
+const states: Record<Difference["state"], [sign: string, kind: string]> = {
+    new: ["+", "good"],
+    changed: ["≠", "warn"],
+};
 
 const columns: Column<Difference>[] = [
-    { key: "state", title: "State", cell: ({ state }) => <span class={"state " + states[state][1]}><span aria-hidden="true">{states[state][0]}</span> {state}</span> },
+    {
+        key: "state",
+        title: "State",
+        cell: ({ state }) => (
+            <span class={"state " + states[state][1]}>
+                <span aria-hidden="true">{states[state][0]}</span> {state}
+            </span>
+        ),
+    },
     { key: "kind", title: "What", cell: ({ kind }) => kind },
     { key: "name", title: "Name", cell: ({ name }) => <EntryName name={name} /> },
 ];
@@ -20,14 +31,28 @@ export function Preview({ tallies, differences, report }: Checked) {
                 {tallies.map((tally) => (
                     <div>
                         <dt>{plural(tally.kind)}</dt>
-                        <dd><strong>{tally.new}</strong> new</dd>
-                        {tally.kind !== "folder" && <dd><strong>{tally.changed}</strong> changed</dd>}
-                        <dd><strong>{tally.same}</strong> {tally.kind === "folder" ? "there already" : "the same"}</dd>
+                        <dd>
+                            <strong>{tally.new}</strong> new
+                        </dd>
+                        {tally.kind !== "folder" && (
+                            <dd>
+                                <strong>{tally.changed}</strong> changed
+                            </dd>
+                        )}
+                        <dd>
+                            <strong>{tally.same}</strong> {tally.kind === "folder" ? "there already" : "the same"}
+                        </dd>
                     </div>
                 ))}
             </dl>
             {differences.length > 0 && (
-                <Grid label="What would change" kind="import-changes" columns={columns} rows={differences} keyOf={({ kind, name }) => `${kind} ${name}`} />
+                <Grid
+                    label="What would change"
+                    kind="import-changes"
+                    columns={columns}
+                    rows={differences}
+                    keyOf={({ kind, name }) => `${kind} ${name}`}
+                />
             )}
             <Besides report={report} tense="would be" />
         </>
@@ -44,7 +69,13 @@ export function Besides({ report, tense }: { report: Report; tense: "would be" |
             {warnings.length > 0 && (
                 <Notice kind="warn">
                     <p>To be looked after:</p>
-                    <ul>{warnings.slice(0, most).map(({ path, text }) => <li><Text>{path}</Text>: <Text>{text}</Text></li>)}</ul>
+                    <ul>
+                        {warnings.slice(0, most).map(({ path, text }) => (
+                            <li>
+                                <Text>{path}</Text>: <Text>{text}</Text>
+                            </li>
+                        ))}
+                    </ul>
                     <More count={warnings.length} />
                 </Notice>
             )}
@@ -57,8 +88,16 @@ const most = 200;
 function Paths({ title, paths }: { title: string; paths: string[] }) {
     return (
         <details class="besides">
-            <summary>{title}: {counted(paths.length, "entry", "entries")}</summary>
-            <ul>{paths.slice(0, most).map((path) => <li><EntryName name={path} /></li>)}</ul>
+            <summary>
+                {title}: {counted(paths.length, "entry", "entries")}
+            </summary>
+            <ul>
+                {paths.slice(0, most).map((path) => (
+                    <li>
+                        <EntryName name={path} />
+                    </li>
+                ))}
+            </ul>
             <More count={paths.length} />
         </details>
     );
@@ -71,13 +110,29 @@ function More({ count }: { count: number }) {
 export function Mistakes({ mistakes, count }: { mistakes: Mistake[]; count: number }) {
     return (
         <>
-            <Notice kind="bad"><p>Nothing can be taken in: there {count === 1 ? "is a mistake" : `are ${count} mistakes`}.</p></Notice>
+            <Notice kind="bad">
+                <p>Nothing can be taken in: there {count === 1 ? "is a mistake" : `are ${count} mistakes`}.</p>
+            </Notice>
             <ol class="mistakes">
                 {mistakes.map(({ detail, line, column, before, at, after }) => (
                     <li>
-                        {line > 0 && <span class="place">line {line}, column {column}</span>}
-                        <p class="pre"><Text>{detail}</Text></p>
-                        {before + at + after !== "" && <code class="excerpt"><bdi>{before}<mark>{at || " "}</mark>{after}</bdi></code>}
+                        {line > 0 && (
+                            <span class="place">
+                                line {line}, column {column}
+                            </span>
+                        )}
+                        <p class="pre">
+                            <Text>{detail}</Text>
+                        </p>
+                        {before + at + after !== "" && (
+                            <code class="excerpt">
+                                <bdi>
+                                    {before}
+                                    <mark>{at || " "}</mark>
+                                    {after}
+                                </bdi>
+                            </code>
+                        )}
                     </li>
                 ))}
             </ol>

@@ -28,9 +28,20 @@ export function ImportSource({ onSource }: { onSource: (source: Source) => void 
     return (
         <>
             <div class={isOver ? "drop over" : "drop"} onDragOver={onDrag} onDragLeave={onDrag} onDrop={onDrop}>
-                <button type="button" class="primary" onClick={() => chooser.current?.click()}>Choose a file</button>
-                <p class="quiet-text">or drop one here: JSON with types and recipes, or a table (CSV) of recipes of one type.</p>
-                <input ref={chooser} type="file" hidden accept=".json,.csv,application/json,text/csv" aria-label="File to import" onChange={onChange} />
+                <button type="button" class="primary" onClick={() => chooser.current?.click()}>
+                    Choose a file
+                </button>
+                <p class="quiet-text">
+                    or drop one here: JSON with types and recipes, or a table (CSV) of recipes of one type.
+                </p>
+                <input
+                    ref={chooser}
+                    type="file"
+                    hidden
+                    accept=".json,.csv,application/json,text/csv"
+                    aria-label="File to import"
+                    onChange={onChange}
+                />
             </div>
             <Paste onSource={onSource} />
         </>
@@ -43,8 +54,17 @@ function Paste({ onSource }: { onSource: (source: Source) => void }) {
     return (
         <details class="paste">
             <summary>Paste a text</summary>
-            <textarea class="mono" rows={8} aria-label="Text to import" spellcheck={false} value={text} onInput={(event) => setText(event.currentTarget.value)} />
-            <button type="button" disabled={text.trim() === ""} onClick={() => void check()}>Check the text</button>
+            <textarea
+                class="mono"
+                rows={8}
+                aria-label="Text to import"
+                spellcheck={false}
+                value={text}
+                onInput={(event) => setText(event.currentTarget.value)}
+            />
+            <button type="button" disabled={text.trim() === ""} onClick={() => void check()}>
+                Check the text
+            </button>
         </details>
     );
 }

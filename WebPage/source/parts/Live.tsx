@@ -8,10 +8,18 @@ export function Live({ symbol, domain, unit }: { symbol: string; domain: string;
     const drawn = useNews(() => signature(symbol, domain), [symbol, domain]);
     const live = useMemo(() => liveValue(symbol, domain), [drawn]);
     if (!live) {
-        return <span class="live waiting" aria-label="not read yet">…</span>;
+        return (
+            <span class="live waiting" aria-label="not read yet">
+                …
+            </span>
+        );
     }
     if (live.isCurrent) {
-        return <span class="live"><ValueText value={live.value} unit={unit} /></span>;
+        return (
+            <span class="live">
+                <ValueText value={live.value} unit={unit} />
+            </span>
+        );
     }
     const age = live.age === undefined ? "never read" : ageText(live.age);
     return (

@@ -52,7 +52,12 @@ export function Menu({ label, items, place, onClose }: MenuProps) {
         <div ref={menu} class="menu" role="menu" aria-label={label} style={style} onKeyDown={onKeyDown}>
             {items.map(({ title, danger, hindrance, act }) => (
                 <button
-                    type="button" role="menuitem" tabIndex={-1} disabled={!!hindrance} title={hindrance || undefined} class={danger ? "quiet danger-text" : "quiet"}
+                    type="button"
+                    role="menuitem"
+                    tabIndex={-1}
+                    disabled={!!hindrance}
+                    title={hindrance || undefined}
+                    class={danger ? "quiet danger-text" : "quiet"}
                     onClick={() => (leave(), act())}
                 >
                     {title}
@@ -67,7 +72,12 @@ export function MenuButton({ title, items }: { title: string; items: MenuItem[] 
     const [place, setPlace] = useState<Element>();
     return (
         <>
-            <button type="button" aria-haspopup="menu" aria-expanded={!!place} onClick={(event) => setPlace(place ? undefined : event.currentTarget)}>
+            <button
+                type="button"
+                aria-haspopup="menu"
+                aria-expanded={!!place}
+                onClick={(event) => setPlace(place ? undefined : event.currentTarget)}
+            >
                 {title} <span aria-hidden="true">▾</span>
             </button>
             {place && <Menu label={title} items={items} place={place} onClose={() => setPlace(undefined)} />}

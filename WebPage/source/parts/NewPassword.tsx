@@ -9,23 +9,44 @@ export function NewPassword({ title, isOptional }: { title: string; isOptional?:
     const id = useId();
     const isShort = first !== "" && [...first].length < shortest;
     const isOther = second !== "" && second !== first;
-    const mistake = isShort ? `A password has at least ${shortest} characters.` : isOther ? "The two are not the same." : "";
+    const mistake = isShort
+        ? `A password has at least ${shortest} characters.`
+        : isOther
+          ? "The two are not the same."
+          : "";
     const typed = (set: (text: string) => void) => (event: Event) => set((event.target as HTMLInputElement).value);
     const common = { type: "password", autocomplete: "new-password", "aria-describedby": id } as const;
     return (
         <>
             <label>
                 {title}
-                <input {...common} name="password" value={first} onInput={typed(setFirst)} required={!isOptional} aria-invalid={isShort} />
+                <input
+                    {...common}
+                    name="password"
+                    value={first}
+                    onInput={typed(setFirst)}
+                    required={!isOptional}
+                    aria-invalid={isShort}
+                />
             </label>
             <label>
                 {title}, once more
                 <input
-                    {...common} value={second} onInput={typed(setSecond)} required={!isOptional || first !== ""} aria-invalid={isOther}
-                    ref={(field) => field?.setCustomValidity(isShort || second !== first ? mistake || "The two are not the same." : "")}
+                    {...common}
+                    value={second}
+                    onInput={typed(setSecond)}
+                    required={!isOptional || first !== ""}
+                    aria-invalid={isOther}
+                    ref={(field) =>
+                        field?.setCustomValidity(
+                            isShort || second !== first ? mistake || "The two are not the same." : "",
+                        )
+                    }
                 />
             </label>
-            <p id={id} class={mistake ? "mistake" : "hint"}>{mistake || `At least ${shortest} characters.`}</p>
+            <p id={id} class={mistake ? "mistake" : "hint"}>
+                {mistake || `At least ${shortest} characters.`}
+            </p>
         </>
     );
 }

@@ -7,5 +7,9 @@ const signs: Record<string, [sign: string, kind: string]> = {
 /** How it ended; what is only begun runs, or nobody knows how it ended. */
 export function Outcome({ of }: { of: string }) {
     const [sign, kind] = signs[of] ?? ["•", "quiet"];
-    return <span class={"state " + kind}><span aria-hidden="true">{sign}</span> {of}</span>;
+    return (
+        <span class={"state " + kind}>
+            <span aria-hidden="true">{sign}</span> {of}
+        </span>
+    );
 }

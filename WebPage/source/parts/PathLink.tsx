@@ -19,22 +19,25 @@ export function entryOf(path: string): Entry | undefined {
     if (whole === "" || (list !== "recipeList" && list !== "recipeTypeList")) {
         return undefined;
     }
-    const [to, all] = list === "recipeList" ? ["/recipe", recipes.value] as const : ["/type", types.value] as const;
+    const [to, all] = list === "recipeList" ? (["/recipe", recipes.value] as const) : (["/type", types.value] as const);
     // A folder may be called "values", too: of several ends the first one counts that an entry has.
     const ends = [...[...whole.matchAll(insides)].map(({ index }) => index), whole.length];
     const end = ends.find((at) => namesOf(all.items).has(whole.slice(0, at)));
-    return end === undefined ? undefined : {
-        to,
-        name: whole.slice(0, end),
-        inside: whole.slice(end).replace(/^::(values|members)?(::)?/, ""),
-    };
+    return end === undefined
+        ? undefined
+        : {
+              to,
+              name: whole.slice(0, end),
+              inside: whole.slice(end).replace(/^::(values|members)?(::)?/, ""),
+          };
 }
 
 const namesOfItems = new WeakMap<object, Set<string>>();
 
 /** Made once for each list that was read. */
 function namesOf(items: { name: string; kind: string }[]): Set<string> {
-    const names = namesOfItems.get(items) ?? new Set(items.filter(({ kind }) => kind !== "folder").map(({ name }) => name));
+    const names =
+        namesOfItems.get(items) ?? new Set(items.filter(({ kind }) => kind !== "folder").map(({ name }) => name));
     namesOfItems.set(items, names);
     return names;
 }
@@ -50,8 +53,17 @@ export function PathLink({ path }: { path: string }) {
     }
     return (
         <>
-            <Link to={entry.to} query={{ name: entry.name }}><EntryName name={entry.name} /></Link>
-            {entry.inside && <> <span class="quiet-text"><Text>{entry.inside}</Text></span></>}
+            <Link to={entry.to} query={{ name: entry.name }}>
+                <EntryName name={entry.name} />
+            </Link>
+            {entry.inside && (
+                <>
+                    {" "}
+                    <span class="quiet-text">
+                        <Text>{entry.inside}</Text>
+                    </span>
+                </>
+            )}
         </>
     );
 }

@@ -27,8 +27,17 @@ export function AddUser({ isFirst, onClose, onDone }: DialogProps & { isFirst: b
         onDone();
     };
     return (
-        <FormDialog title={isFirst ? "Add the first user" : "Add a user"} action="Add the user" onClose={onClose} onSubmit={add}>
-            {isFirst && <Notice kind="info">The first user is an admin. This session ends then; sign in as the new user.</Notice>}
+        <FormDialog
+            title={isFirst ? "Add the first user" : "Add a user"}
+            action="Add the user"
+            onClose={onClose}
+            onSubmit={add}
+        >
+            {isFirst && (
+                <Notice kind="info">
+                    The first user is an admin. This session ends then; sign in as the new user.
+                </Notice>
+            )}
             <NameField />
             <NewPassword title="Password" />
             {!isFirst && <RoleField value="operator" />}
@@ -49,9 +58,19 @@ export function AddToken({ onClose, onDone }: { onClose: () => void; onDone: (na
             <RoleField value="operator" />
             <label>
                 Days that it is good for
-                <input name="days" type="number" inputMode="numeric" min="1" max="36500" step="1" aria-describedby="days-hint" />
+                <input
+                    name="days"
+                    type="number"
+                    inputMode="numeric"
+                    min="1"
+                    max="36500"
+                    step="1"
+                    aria-describedby="days-hint"
+                />
             </label>
-            <p id="days-hint" class="hint">Without a number it is good until it is removed.</p>
+            <p id="days-hint" class="hint">
+                Without a number it is good until it is removed.
+            </p>
         </FormDialog>
     );
 }
@@ -74,14 +93,33 @@ export function ShowToken({ name, token, onClose }: { name: string; token: strin
             <div class="form">
                 <Notice kind="warn">It is shown this once. The service itself can't read it later.</Notice>
                 <div class="token-line">
-                    <input ref={field} class="mono" readOnly value={token} aria-label={`Token ${name}`} onFocus={() => field.current?.select()} />
-                    <button type="button" class="primary" onClick={() => void copy()}>Copy</button>
+                    <input
+                        ref={field}
+                        class="mono"
+                        readOnly
+                        value={token}
+                        aria-label={`Token ${name}`}
+                        onFocus={() => field.current?.select()}
+                    />
+                    <button type="button" class="primary" onClick={() => void copy()}>
+                        Copy
+                    </button>
                 </div>
-                <p class="hint" role="status">{told}</p>
-                <p>A program sends it with each request: <code>Authorization: Bearer</code>, a blank and the token.</p>
-                <p>A panel signs in with it for good: open <code class="text">{location.origin}/operator</code> there, choose
-                    “With a token” and paste it.</p>
-                <div class="actions"><button type="button" onClick={onClose}>Done</button></div>
+                <p class="hint" role="status">
+                    {told}
+                </p>
+                <p>
+                    A program sends it with each request: <code>Authorization: Bearer</code>, a blank and the token.
+                </p>
+                <p>
+                    A panel signs in with it for good: open <code class="text">{location.origin}/operator</code> there,
+                    choose “With a token” and paste it.
+                </p>
+                <div class="actions">
+                    <button type="button" onClick={onClose}>
+                        Done
+                    </button>
+                </div>
             </div>
         </Dialog>
     );
@@ -106,9 +144,13 @@ export function ChangePerson({ kind, person, onClose, onDone }: DialogProps & { 
     };
     return (
         <FormDialog title={`Change the ${kind}`} action="Change" onClose={onClose} onSubmit={save}>
-            <p><Text>{name}</Text></p>
+            <p>
+                <Text>{name}</Text>
+            </p>
             <Notice kind={isMe ? "warn" : "info"}>
-                {isMe ? "This is you: with another role or password this session ends." : "Sessions that are open with it end with a change."}
+                {isMe
+                    ? "This is you: with another role or password this session ends."
+                    : "Sessions that are open with it end with a change."}
             </Notice>
             <RoleField value={person.role} />
             {kind === "user" && <NewPassword title="Another password, or nothing" isOptional />}
@@ -129,16 +171,32 @@ export function RemovePerson({ kind, person, onClose, onDone }: DialogProps & { 
         onDone();
     };
     return (
-        <FormDialog title={`Remove the ${kind}`} action={`Remove the ${kind}`} isDanger onClose={onClose} onSubmit={take}>
-            <p><Text>{name}</Text></p>
-            {isMe ? <Notice kind="warn">This is you: the session ends, and you can't come back in with it.</Notice>
-                  : <p>Whatever is open with it ends at once. The history keeps the name.</p>}
+        <FormDialog
+            title={`Remove the ${kind}`}
+            action={`Remove the ${kind}`}
+            isDanger
+            onClose={onClose}
+            onSubmit={take}
+        >
+            <p>
+                <Text>{name}</Text>
+            </p>
+            {isMe ? (
+                <Notice kind="warn">This is you: the session ends, and you can't come back in with it.</Notice>
+            ) : (
+                <p>Whatever is open with it ends at once. The history keeps the name.</p>
+            )}
         </FormDialog>
     );
 }
 
 function NameField() {
-    return <label>Name<input name="name" required maxLength={64} autocomplete="off" autocapitalize="none" spellcheck={false} /></label>;
+    return (
+        <label>
+            Name
+            <input name="name" required maxLength={64} autocomplete="off" autocapitalize="none" spellcheck={false} />
+        </label>
+    );
 }
 
 function RoleField({ value }: { value: Role }) {
@@ -147,11 +205,20 @@ function RoleField({ value }: { value: Role }) {
         <>
             <label>
                 Role
-                <select name="role" value={chosen} aria-describedby="role-hint" onChange={(event) => setChosen(event.currentTarget.value as Role)}>
-                    {roles.map(({ role }) => <option value={role}>{role}</option>)}
+                <select
+                    name="role"
+                    value={chosen}
+                    aria-describedby="role-hint"
+                    onChange={(event) => setChosen(event.currentTarget.value as Role)}
+                >
+                    {roles.map(({ role }) => (
+                        <option value={role}>{role}</option>
+                    ))}
                 </select>
             </label>
-            <p id="role-hint" class="hint">{roles.find(({ role }) => role === chosen)?.may}</p>
+            <p id="role-hint" class="hint">
+                {roles.find(({ role }) => role === chosen)?.may}
+            </p>
         </>
     );
 }

@@ -38,7 +38,10 @@ export function RevertDialog({ id, isWritten, onClose }: RevertProps) {
     const [outcome, setOutcome] = useState<Reverted>();
     const { isOpen } = useStore(link);
     const post = (more: object, signal?: AbortSignal) =>
-        request("POST", `/history/${id}/revert`, { text: JSON.stringify({ ...(force && { force }), ...more }), ...(signal && { signal }) });
+        request("POST", `/history/${id}/revert`, {
+            text: JSON.stringify({ ...(force && { force }), ...more }),
+            ...(signal && { signal }),
+        });
     const trial = useAnswer(async (signal) => parse((await post({ dryRun: true }, signal)).text), [id, force]);
     const submit = () => {
         setIsBusy(true);
@@ -62,20 +65,49 @@ export function RevertDialog({ id, isWritten, onClose }: RevertProps) {
         );
     };
     if (outcome) {
-        return <Dialog title={`What came of taking back record ${id}`} onClose={onClose} wide><OutcomeRows outcome={outcome} onClose={onClose} /></Dialog>;
+        return (
+            <Dialog title={`What came of taking back record ${id}`} onClose={onClose} wide>
+                <OutcomeRows outcome={outcome} onClose={onClose} />
+            </Dialog>
+        );
     }
     const told = trial.answer === undefined ? undefined : fields<Reverted>(trial.answer);
     const action = told && actionOf(told, isWritten);
     return (
         <Dialog title={`Take back record ${id}`} onClose={onClose} wide={isWritten}>
             <Form onSubmit={submit}>
-                {trial.error !== undefined ? <Failure error={trial.error} retry={trial.again} /> : !told && <Loading what="what it would change" />}
-                {told && (isWritten ? <RowsToWrite told={told} force={force} onForce={setForce} /> : <PlacesToWrite told={told} />)}
-                {action && <label>Note<input value={note} maxLength={1000} autocomplete="off" onInput={(event) => setNote(event.currentTarget.value)} /></label>}
+                {trial.error !== undefined ? (
+                    <Failure error={trial.error} retry={trial.again} />
+                ) : (
+                    !told && <Loading what="what it would change" />
+                )}
+                {told &&
+                    (isWritten ? (
+                        <RowsToWrite told={told} force={force} onForce={setForce} />
+                    ) : (
+                        <PlacesToWrite told={told} />
+                    ))}
+                {action && (
+                    <label>
+                        Note
+                        <input
+                            value={note}
+                            maxLength={1000}
+                            autocomplete="off"
+                            onInput={(event) => setNote(event.currentTarget.value)}
+                        />
+                    </label>
+                )}
                 {error !== undefined && <Failure error={error} />}
-                {!isOpen && <Notice kind="warn">The link is lost. Nothing can be taken back until it is there again.</Notice>}
+                {!isOpen && (
+                    <Notice kind="warn">The link is lost. Nothing can be taken back until it is there again.</Notice>
+                )}
                 <Actions onClose={onClose}>
-                    {action && <button type="submit" class="primary" disabled={isBusy || !isOpen}>{isBusy ? "Taking back …" : action}</button>}
+                    {action && (
+                        <button type="submit" class="primary" disabled={isBusy || !isOpen}>
+                            {isBusy ? "Taking back …" : action}
+                        </button>
+                    )}
                 </Actions>
             </Form>
         </Dialog>
@@ -89,7 +121,9 @@ const toWrite = (told: Reverted) => rows<Row>(told.rows).filter(({ state }) => s
 function actionOf(told: Reverted, isWritten: boolean): string {
     if (!isWritten) {
         const [written, removed] = [texts(told.written).length, texts(told.removed).length];
-        const parts = [written > 0 && `write ${counted(written, "place")}`, removed > 0 && `remove ${removed}`].filter(Boolean).join(", ");
+        const parts = [written > 0 && `write ${counted(written, "place")}`, removed > 0 && `remove ${removed}`]
+            .filter(Boolean)
+            .join(", ");
         return parts && parts[0]!.toUpperCase() + parts.slice(1);
     }
     const changes = toWrite(told);
@@ -104,7 +138,10 @@ function RowsToWrite({ told, force, onForce }: { told: Reverted; force: boolean;
     const isForceable = all.some(({ state, value }) => state === "not written" && value !== null);
     return (
         <>
-            <p>The controllers get back what stood in them before. {stays > 0 && counted(stays, "value stays as it is.", "values stay as they are.")}</p>
+            <p>
+                The controllers get back what stood in them before.{" "}
+                {stays > 0 && counted(stays, "value stays as it is.", "values stay as they are.")}
+            </p>
             {may("edit") && (force || isForceable) && (
                 <label class="check">
                     <input type="checkbox" checked={force} onChange={(event) => onForce(event.currentTarget.checked)} />
@@ -121,9 +158,21 @@ function PlacesToWrite({ told }: { told: Reverted }) {
     const removed = texts(told.removed);
     return (
         <>
-            {written.length > 0 && <><p>Gets back what stood there before:</p><PathList paths={written} /></>}
-            {removed.length > 0 && <><p>Did not stand there before, and goes:</p><PathList paths={removed} /></>}
-            {written.length + removed.length === 0 && <p>All stands as it did before. There is nothing to take back.</p>}
+            {written.length > 0 && (
+                <>
+                    <p>Gets back what stood there before:</p>
+                    <PathList paths={written} />
+                </>
+            )}
+            {removed.length > 0 && (
+                <>
+                    <p>Did not stand there before, and goes:</p>
+                    <PathList paths={removed} />
+                </>
+            )}
+            {written.length + removed.length === 0 && (
+                <p>All stands as it did before. There is nothing to take back.</p>
+            )}
         </>
     );
 }
@@ -136,10 +185,18 @@ function OutcomeRows({ outcome, onClose }: { outcome: Reverted; onClose: () => v
         <div class="form">
             <Notice kind={isDone ? "good" : "bad"}>
                 <p>{countsText(outcome.counts ?? new Map())}</p>
-                {id && <Link to="/record" query={{ id }}>Record {id}</Link>}
+                {id && (
+                    <Link to="/record" query={{ id }}>
+                        Record {id}
+                    </Link>
+                )}
             </Notice>
             <RowTable label="Written back" rows={all} />
-            <div class="actions"><button type="button" class="primary" onClick={onClose}>Close</button></div>
+            <div class="actions">
+                <button type="button" class="primary" onClick={onClose}>
+                    Close
+                </button>
+            </div>
         </div>
     );
 }

@@ -18,8 +18,12 @@ export function SearchField({ what, value, onInput }: SearchFieldProps) {
     };
     return (
         <input
-            type="search" placeholder={`Search ${what}  ( / )`} aria-label={`Search ${what}`} value={value}
-            onInput={(event) => onInput(event.currentTarget.value)} onKeyDown={onKeyDown}
+            type="search"
+            placeholder={`Search ${what}  ( / )`}
+            aria-label={`Search ${what}`}
+            value={value}
+            onInput={(event) => onInput(event.currentTarget.value)}
+            onKeyDown={onKeyDown}
         />
     );
 }

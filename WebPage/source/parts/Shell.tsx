@@ -35,18 +35,24 @@ export function Shell({ children }: { children: ComponentChildren }) {
     useSearchKey();
     return (
         <>
-            <a class="skip" href="#main">Skip to the content</a>
+            <a class="skip" href="#main">
+                Skip to the content
+            </a>
             <TopBar />
             <LinkBar />
             <div class="frame">
                 <nav aria-label="Views">
                     {entries.map(({ path: to, title, also, right }) =>
                         right && !may(right) ? null : (
-                            <Link to={to} current={path === to || also?.includes(path) === true}>{title}</Link>
+                            <Link to={to} current={path === to || also?.includes(path) === true}>
+                                {title}
+                            </Link>
                         ),
                     )}
                 </nav>
-                <main id="main" tabIndex={-1}>{children}</main>
+                <main id="main" tabIndex={-1}>
+                    {children}
+                </main>
             </div>
             <StatusRegion />
         </>
@@ -59,14 +65,18 @@ export function TopBar({ bare }: { bare?: boolean }) {
         <header class="top">
             <div class="brand">
                 <img src="/icon.svg" alt="" width="24" height="24" />
-                <span class="project"><Text>{signedIn?.project || "Ravik"}</Text></span>
+                <span class="project">
+                    <Text>{signedIn?.project || "Ravik"}</Text>
+                </span>
             </div>
             <ActiveRecipes linked={!bare} />
             <LinkState />
             <div class="who">
                 <OwnName />
                 <span class="role">{signedIn?.role}</span>
-                <button type="button" class="quiet" onClick={() => void signOut()}>Sign out</button>
+                <button type="button" class="quiet" onClick={() => void signOut()}>
+                    Sign out
+                </button>
             </div>
         </header>
     );
@@ -83,16 +93,36 @@ function ActiveRecipes({ linked }: { linked: boolean }) {
     }
     return (
         <div
-            class={isKnown ? "active-recipes" : "active-recipes stale"} title={state.error} role="group" aria-label="Active recipes"
+            class={isKnown ? "active-recipes" : "active-recipes stale"}
+            title={state.error}
+            role="group"
+            aria-label="Active recipes"
             tabIndex={linked ? undefined : 0}
         >
             <span class="label">Active</span>
             {state.active.length === 0 && <span class="nothing">no recipe</span>}
             {state.active.slice(0, 4).map(({ recipe }) =>
-                linked ? <Link to="/recipe" query={{ name: recipe }} class="chip"><EntryName name={recipe} /></Link>
-                       : <span class="chip"><EntryName name={recipe} /></span>)}
-            {state.active.length > 4 && (linked ? <Link to="/active">{state.active.length - 4} more</Link> : <span>{state.active.length - 4} more</span>)}
-            {state.unread.length > 0 && <span class="state bad" title={state.unread[0]?.text}>{state.unread.length} unread</span>}
+                linked ? (
+                    <Link to="/recipe" query={{ name: recipe }} class="chip">
+                        <EntryName name={recipe} />
+                    </Link>
+                ) : (
+                    <span class="chip">
+                        <EntryName name={recipe} />
+                    </span>
+                ),
+            )}
+            {state.active.length > 4 &&
+                (linked ? (
+                    <Link to="/active">{state.active.length - 4} more</Link>
+                ) : (
+                    <span>{state.active.length - 4} more</span>
+                ))}
+            {state.unread.length > 0 && (
+                <span class="state bad" title={state.unread[0]?.text}>
+                    {state.unread.length} unread
+                </span>
+            )}
             {!isKnown && <span class="age">{ageText(age)}</span>}
         </div>
     );
@@ -100,7 +130,11 @@ function ActiveRecipes({ linked }: { linked: boolean }) {
 
 function LinkState() {
     const { isOpen } = useStore(link);
-    return <div class={isOpen ? "link good" : "link bad"}><span aria-hidden="true">{isOpen ? "●" : "✕"}</span> {isOpen ? "linked" : "link lost"}</div>;
+    return (
+        <div class={isOpen ? "link good" : "link bad"}>
+            <span aria-hidden="true">{isOpen ? "●" : "✕"}</span> {isOpen ? "linked" : "link lost"}
+        </div>
+    );
 }
 
 /** Across the whole page as long as nothing is heard. */
@@ -133,10 +167,21 @@ function useSearchKey(): void {
 }
 
 /** The head of a view: its title, and at the right what can be done. */
-export function Head({ title, children, note }: { title: ComponentChildren; children?: ComponentChildren; note?: ComponentChildren }) {
+export function Head({
+    title,
+    children,
+    note,
+}: {
+    title: ComponentChildren;
+    children?: ComponentChildren;
+    note?: ComponentChildren;
+}) {
     return (
         <div class="head">
-            <div class="head-title"><h1>{title}</h1>{note && <p class="note">{note}</p>}</div>
+            <div class="head-title">
+                <h1>{title}</h1>
+                {note && <p class="note">{note}</p>}
+            </div>
             {children && <div class="actions">{children}</div>}
         </div>
     );

@@ -24,7 +24,11 @@ export function State({ state }: { state: string }) {
 
 /** Where something is to come that isn't there yet. It is shown late, so that what is quick doesn't flicker. */
 export function Loading({ what }: { what: string }) {
-    return <p class="loading" role="status">Reading {what} …</p>;
+    return (
+        <p class="loading" role="status">
+            Reading {what} …
+        </p>
+    );
 }
 
 /** Where there is nothing, and what to do about it. */
@@ -42,17 +46,25 @@ export function Failure({ error, retry }: { error: unknown; retry?: () => void }
     const errors = error instanceof Problem ? error.errors : [];
     return (
         <div class="notice bad" role="alert">
-            <span class="notice-sign" aria-hidden="true">✕</span>
+            <span class="notice-sign" aria-hidden="true">
+                ✕
+            </span>
             <div>
                 <p class="pre">{errorText(error)}</p>
                 {errors.length > 0 && (
                     <ul>
                         {errors.slice(0, 100).map(({ pointer, detail }) => (
-                            <li class="pre">{pointer && <code>{pointer}</code>} {detail}</li>
+                            <li class="pre">
+                                {pointer && <code>{pointer}</code>} {detail}
+                            </li>
                         ))}
                     </ul>
                 )}
-                {retry && <button type="button" onClick={retry}>Try again</button>}
+                {retry && (
+                    <button type="button" onClick={retry}>
+                        Try again
+                    </button>
+                )}
             </div>
         </div>
     );
@@ -62,7 +74,9 @@ export function Notice({ kind, children }: { kind: "good" | "warn" | "bad" | "in
     const sign = { good: "✓", warn: "!", bad: "✕", info: "i" }[kind];
     return (
         <div class={"notice " + kind} role={kind === "bad" ? "alert" : undefined}>
-            <span class="notice-sign" aria-hidden="true">{sign}</span>
+            <span class="notice-sign" aria-hidden="true">
+                {sign}
+            </span>
             <div>{children}</div>
         </div>
     );

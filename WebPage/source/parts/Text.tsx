@@ -6,7 +6,11 @@ import { queryText } from "../data/api";
 
 /** A text from outside: signs of direction in it order nothing beside it. */
 export function Text({ children, long }: { children: string; long?: boolean }) {
-    return <bdi class={long ? "text long" : "text"} title={children}>{children}</bdi>;
+    return (
+        <bdi class={long ? "text long" : "text"} title={children}>
+            {children}
+        </bdi>
+    );
 }
 
 /** A value as it is stored; numbers have `class="number"` around them where they stand in a column. */
@@ -65,7 +69,11 @@ export function Link({ to, query = {}, class: name, current, children }: LinkPro
     );
 }
 
-const units: [Intl.RelativeTimeFormatUnit, number][] = [["day", 86400], ["hour", 3600], ["minute", 60]];
+const units: [Intl.RelativeTimeFormatUnit, number][] = [
+    ["day", 86400],
+    ["hour", 3600],
+    ["minute", 60],
+];
 const relative = new Intl.RelativeTimeFormat("en", { numeric: "auto" });
 const absolute = new Intl.DateTimeFormat(undefined, { dateStyle: "medium", timeStyle: "medium" });
 

@@ -19,5 +19,9 @@ export function StatusRegion() {
         }
         return undefined;
     }, [text]);
-    return <div class={text ? "status-region shown" : "status-region"} role="status" aria-live="polite">{text}</div>;
+    return (
+        <div class={text ? "status-region shown" : "status-region"} role="status" aria-live="polite">
+            {text}
+        </div>
+    );
 }

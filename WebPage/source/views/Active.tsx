@@ -25,7 +25,10 @@ export function Active() {
     );
     return (
         <section class={isKnown ? "view fill active-now" : "view fill active-now stale"}>
-            <Head title="Active now" note={`Read ${ageText(age).replace(" old", " ago")}${isKnown ? "" : ". It may be otherwise by now."}`}>
+            <Head
+                title="Active now"
+                note={`Read ${ageText(age).replace(" old", " ago")}${isKnown ? "" : ". It may be otherwise by now."}`}
+            >
                 {look}
             </Head>
             {state.error && <Failure error={state.error} />}
@@ -39,14 +42,18 @@ function Unread({ unread }: { unread: { recipe: string; text: string }[] }) {
     return (
         <Notice kind="warn">
             <p>
-                <strong>{counted(unread.length, "recipe")} could not be read:</strong>{" "}
-                whether {unread.length === 1 ? "it stands" : "they stand"} in the controllers is not known.
+                <strong>{counted(unread.length, "recipe")} could not be read:</strong> whether{" "}
+                {unread.length === 1 ? "it stands" : "they stand"} in the controllers is not known.
             </p>
             <ul class="unread">
                 {unread.slice(0, 100).map(({ recipe, text }) => (
                     <li>
-                        <Link to="/recipe" query={{ name: recipe }}><EntryName name={recipe} /></Link>{" "}
-                        <span class="pre"><Text long>{text}</Text></span>
+                        <Link to="/recipe" query={{ name: recipe }}>
+                            <EntryName name={recipe} />
+                        </Link>{" "}
+                        <span class="pre">
+                            <Text long>{text}</Text>
+                        </span>
                     </li>
                 ))}
             </ul>
@@ -61,20 +68,50 @@ function Unread({ unread }: { unread: { recipe: string; text: string }[] }) {
 
 function Standing({ active: standing, isComplete }: { active: ActiveRecipe[]; isComplete: boolean }) {
     const empty = (
-        <Empty title={isComplete ? "No recipe stands in the controllers." : "No other recipe stands in the controllers."}>
-            <p>A recipe is active while the controllers hold all of its values. <Link to="/recipes">Choose one to activate</Link>.</p>
+        <Empty
+            title={isComplete ? "No recipe stands in the controllers." : "No other recipe stands in the controllers."}
+        >
+            <p>
+                A recipe is active while the controllers hold all of its values.{" "}
+                <Link to="/recipes">Choose one to activate</Link>.
+            </p>
         </Empty>
     );
     return (
         <Grid
-            label="Active recipes" kind="active-list" columns={columns} rows={standing} keyOf={({ recipe }) => recipe} empty={empty}
+            label="Active recipes"
+            kind="active-list"
+            columns={columns}
+            rows={standing}
+            keyOf={({ recipe }) => recipe}
+            empty={empty}
         />
     );
 }
 
 const columns: Column<ActiveRecipe>[] = [
-    { key: "recipe", title: "Recipe", cell: ({ recipe }) => <Link to="/recipe" query={{ name: recipe }}><EntryName name={recipe} /></Link> },
-    { key: "since", title: "Activated", cell: ({ since }) => (since ? <Time of={since} /> : <span class="nothing">no record</span>) },
+    {
+        key: "recipe",
+        title: "Recipe",
+        cell: ({ recipe }) => (
+            <Link to="/recipe" query={{ name: recipe }}>
+                <EntryName name={recipe} />
+            </Link>
+        ),
+    },
+    {
+        key: "since",
+        title: "Activated",
+        cell: ({ since }) => (since ? <Time of={since} /> : <span class="nothing">no record</span>),
+    },
     { key: "by", title: "By", cell: ({ by }) => (by ? <Who of={by} /> : <span class="nothing">–</span>) },
-    { key: "history", title: "History", cell: ({ recipe }) => <Link to="/history" query={{ recipe }}>History</Link> },
+    {
+        key: "history",
+        title: "History",
+        cell: ({ recipe }) => (
+            <Link to="/history" query={{ recipe }}>
+                History
+            </Link>
+        ),
+    },
 ];

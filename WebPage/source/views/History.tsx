@@ -31,17 +31,36 @@ export function History() {
     const onSight = (rows: HistoryItem[]) => rows.at(-1) === items.at(-1) && more();
     return (
         <section class="view fill">
-            <Head title="History" note={isRead ? `${items.length}${hasMore ? " newest" : ""} ${items.length === 1 ? "record" : "records"}` : " "} />
+            <Head
+                title="History"
+                note={
+                    isRead
+                        ? `${items.length}${hasMore ? " newest" : ""} ${items.length === 1 ? "record" : "records"}`
+                        : " "
+                }
+            />
             <Filters query={query} />
             {error !== undefined && <Failure error={error} retry={again} />}
-            {!isRead && error === undefined ? <Loading what="the history" /> : (
+            {!isRead && error === undefined ? (
+                <Loading what="the history" />
+            ) : (
                 <Grid
-                    label="History" kind="history" columns={columns} rows={items} keyOf={({ id }) => String(id)} keep="history"
-                    onOpen={({ id }) => go("/record", { id: String(id) })} onSight={onSight}
+                    label="History"
+                    kind="history"
+                    columns={columns}
+                    rows={items}
+                    keyOf={({ id }) => String(id)}
+                    keep="history"
+                    onOpen={({ id }) => go("/record", { id: String(id) })}
+                    onSight={onSight}
                     rowClass={({ outcome }) => (outcome === "done" ? "" : "troubled")}
                     empty={
                         <Empty title={isFiltered ? "No record fits." : "Nothing has been done yet."}>
-                            {isFiltered && <button type="button" onClick={() => go("/history", {}, "replace")}>Show all</button>}
+                            {isFiltered && (
+                                <button type="button" onClick={() => go("/history", {}, "replace")}>
+                                    Show all
+                                </button>
+                            )}
                         </Empty>
                     }
                 />
@@ -65,20 +84,48 @@ function Filters({ query }: { query: URLSearchParams }) {
     const { items } = useStore(recipes);
     useEffect(() => want(readRecipes, recipes), []);
     const value = (name: string) => query.get(name) ?? "";
-    const set = (name: string, text: string) => go("/history", { ...Object.fromEntries(query), [name]: text }, "replace");
+    const set = (name: string, text: string) =>
+        go("/history", { ...Object.fromEntries(query), [name]: text }, "replace");
     const offered = useMemo(() => namesLike(items, value("recipe")), [items, value("recipe")]);
     return (
         <div class="filters history-filters" role="search">
-            <Late type="search" label="Recipe" placeholder="Recipe  ( / )" value={value("recipe")} list="history-recipes" onChange={(text) => set("recipe", text)} />
-            <datalist id="history-recipes">{offered.map((name) => <option value={name} />)}</datalist>
-            <Late type="text" label="Who" placeholder="Who" value={value("who")} onChange={(text) => set("who", text)} />
-            <label class="since">Since <input type="date" value={value("since")} onChange={(event) => set("since", event.currentTarget.value)} /></label>
+            <Late
+                type="search"
+                label="Recipe"
+                placeholder="Recipe  ( / )"
+                value={value("recipe")}
+                list="history-recipes"
+                onChange={(text) => set("recipe", text)}
+            />
+            <datalist id="history-recipes">
+                {offered.map((name) => (
+                    <option value={name} />
+                ))}
+            </datalist>
+            <Late
+                type="text"
+                label="Who"
+                placeholder="Who"
+                value={value("who")}
+                onChange={(text) => set("who", text)}
+            />
+            <label class="since">
+                Since{" "}
+                <input
+                    type="date"
+                    value={value("since")}
+                    onChange={(event) => set("since", event.currentTarget.value)}
+                />
+            </label>
         </div>
     );
 }
 
 function namesLike(items: { name: string; kind: string }[], text: string): string[] {
-    return items.filter(({ name, kind }) => kind === "recipe" && name.includes(text)).slice(0, 50).map(({ name }) => name);
+    return items
+        .filter(({ name, kind }) => kind === "recipe" && name.includes(text))
+        .slice(0, 50)
+        .map(({ name }) => name);
 }
 
 interface LateProps {
@@ -100,7 +147,13 @@ function Late({ type, label, placeholder, value, list, onChange }: LateProps) {
     }, [text]);
     return (
         <input
-            type={type} aria-label={label} placeholder={placeholder} value={text} list={list} autocomplete="off" spellcheck={false}
+            type={type}
+            aria-label={label}
+            placeholder={placeholder}
+            value={text}
+            list={list}
+            autocomplete="off"
+            spellcheck={false}
             onInput={(event) => setText(event.currentTarget.value)}
         />
     );

@@ -41,12 +41,18 @@ export function Import() {
                     <h2 id="import">Import</h2>
                     {done && (
                         <Notice kind="good">
-                            <p>Imported {done.text}. <Link to="/recipes">To the recipes</Link> · <Link to="/history">To the history</Link></p>
+                            <p>
+                                Imported {done.text}. <Link to="/recipes">To the recipes</Link> ·{" "}
+                                <Link to="/history">To the history</Link>
+                            </p>
                             <Besides report={done.report} tense="was" />
                         </Notice>
                     )}
-                    {source ? <Chosen key={source} source={source} onOther={() => setSource(undefined)} onDone={end} />
-                            : <ImportSource onSource={begin} />}
+                    {source ? (
+                        <Chosen key={source} source={source} onOther={() => setSource(undefined)} onDone={end} />
+                    ) : (
+                        <ImportSource onSource={begin} />
+                    )}
                 </section>
             )}
             <Export />
@@ -67,22 +73,41 @@ function Chosen({ source, onOther, onDone }: ChosenProps) {
     return (
         <>
             <div class="source">
-                <p><strong><Text>{source.name}</Text></strong> <span class="quiet-text">{source.isTable ? "table" : "JSON"}, {sizeText(source.blob.size)}</span></p>
-                <button type="button" onClick={onOther}>Another one</button>
+                <p>
+                    <strong>
+                        <Text>{source.name}</Text>
+                    </strong>{" "}
+                    <span class="quiet-text">
+                        {source.isTable ? "table" : "JSON"}, {sizeText(source.blob.size)}
+                    </span>
+                </p>
+                <button type="button" onClick={onOther}>
+                    Another one
+                </button>
             </div>
             {source.isTable && (
                 <label>
                     Type of the recipes in the table
                     <select value={type} onChange={(event) => setType(event.currentTarget.value)}>
                         <option value="">Choose a type</option>
-                        {items.filter(({ kind }) => kind === "type").map(({ name }) => <option value={name}>{name}</option>)}
+                        {items
+                            .filter(({ kind }) => kind === "type")
+                            .map(({ name }) => (
+                                <option value={name}>{name}</option>
+                            ))}
                     </select>
                 </label>
             )}
             {isMoved && stage?.is === "checked" && (
-                <Notice kind="warn"><p>The configuration has changed meanwhile. This is what the import would change now.</p></Notice>
+                <Notice kind="warn">
+                    <p>The configuration has changed meanwhile. This is what the import would change now.</p>
+                </Notice>
             )}
-            {stage?.is === "checking" && <p class="loading" role="status">Checking {source.name} …</p>}
+            {stage?.is === "checking" && (
+                <p class="loading" role="status">
+                    Checking {source.name} …
+                </p>
+            )}
             {stage?.is === "checked" && <Take {...{ source, type, follow, onDone }} checked={stage.checked} />}
             {stage?.is === "wrong" && <Mistakes mistakes={stage.mistakes} count={stage.count} />}
             {stage?.is === "failed" && <Refused error={stage.error} retry={again} />}
@@ -123,7 +148,10 @@ function useCheck(source: Source, type: string): Check {
     useEffect(() => {
         if (stage?.is === "checked") {
             const { checked } = stage;
-            readRevision().then((now) => now !== checked.revision && follow(), () => {});
+            readRevision().then(
+                (now) => now !== checked.revision && follow(),
+                () => {},
+            );
         }
     }, [configuration]);
     return { stage, isMoved, again, follow };
@@ -134,7 +162,9 @@ async function stageOf(source: Source, type: string, signal: AbortSignal): Promi
         return { is: "checked", checked: await check(source, type, signal) };
     } catch (error) {
         const hasMistakes = error instanceof Problem && error.errors.length > 0;
-        return hasMistakes ? { is: "wrong", mistakes: await mistakesOf(error, source), count: error.errors.length } : { is: "failed", error };
+        return hasMistakes
+            ? { is: "wrong", mistakes: await mistakesOf(error, source), count: error.errors.length }
+            : { is: "failed", error };
     }
 }
 
@@ -163,10 +193,19 @@ function Take({ source, type, checked, follow, onDone }: TakeProps) {
     return (
         <>
             <Preview {...checked} />
-            {what === "" ? <Notice kind="info"><p>Nothing would change: all of it stands there already.</p></Notice> : (
+            {what === "" ? (
+                <Notice kind="info">
+                    <p>Nothing would change: all of it stands there already.</p>
+                </Notice>
+            ) : (
                 <form class="take" onSubmit={submit}>
-                    <label>Note for the history<input name="note" maxLength={500} autocomplete="off" /></label>
-                    <button type="submit" class="primary" disabled={isBusy}>{isBusy ? "Importing …" : `Import ${what}`}</button>
+                    <label>
+                        Note for the history
+                        <input name="note" maxLength={500} autocomplete="off" />
+                    </label>
+                    <button type="submit" class="primary" disabled={isBusy}>
+                        {isBusy ? "Importing …" : `Import ${what}`}
+                    </button>
                 </form>
             )}
             {error !== undefined && <Refused error={error} />}
@@ -191,5 +230,9 @@ function Refused({ error, retry }: { error: unknown; retry?: () => void }) {
 }
 
 function sizeText(bytes: number): string {
-    return bytes < 1024 ? `${bytes} bytes` : bytes < 1048576 ? `${Math.round(bytes / 1024)} KiB` : `${(bytes / 1048576).toFixed(1)} MiB`;
+    return bytes < 1024
+        ? `${bytes} bytes`
+        : bytes < 1048576
+          ? `${Math.round(bytes / 1024)} KiB`
+          : `${(bytes / 1048576).toFixed(1)} MiB`;
 }

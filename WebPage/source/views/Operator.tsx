@@ -17,7 +17,10 @@ export function Operator() {
     const shown = query.get("plan") ?? "";
     // What is being written is in sight, also after the page was loaded anew.
     const underWay = isUnderWay(made) ? made!.recipe : shown;
-    useEffect(() => (underWay === shown ? undefined : go("/operator", { folder, plan: underWay }, "replace")), [underWay, shown]);
+    useEffect(
+        () => (underWay === shown ? undefined : go("/operator", { folder, plan: underWay }, "replace")),
+        [underWay, shown],
+    );
     const main = useRef<HTMLElement>(null);
     const before = useRef(shown);
     // The button that led here is gone: who works by keyboard goes on from the top of what is shown now.
@@ -27,15 +30,21 @@ export function Operator() {
             main.current?.focus();
         }
     }, [shown]);
-    const back = <button type="button" onClick={() => go("/operator", { folder })}>Back to the recipes</button>;
+    const back = (
+        <button type="button" onClick={() => go("/operator", { folder })}>
+            Back to the recipes
+        </button>
+    );
     return (
         <>
             <TopBar bare />
             <LinkBar />
             <main ref={main} id="main" class="operator" tabIndex={-1}>
-                {shown === "" || !may("activate")
-                    ? <ChooseRecipe onLook={(recipe) => go("/operator", { folder, plan: recipe })} />
-                    : <PlanAndOutcome key={shown} recipe={shown} back={back} isBare />}
+                {shown === "" || !may("activate") ? (
+                    <ChooseRecipe onLook={(recipe) => go("/operator", { folder, plan: recipe })} />
+                ) : (
+                    <PlanAndOutcome key={shown} recipe={shown} back={back} isBare />
+                )}
             </main>
             <StatusRegion />
         </>

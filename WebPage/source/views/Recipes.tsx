@@ -44,7 +44,11 @@ export function Recipes() {
     const foundCount = useMemo(() => rows.filter(({ isFolder }) => !isFolder).length, [rows]);
     const recipeCount = useMemo(() => list.items.filter(({ kind }) => kind === "recipe").length, [list.items]);
     if (!list.isRead && list.items.length === 0) {
-        return list.error ? <Failure error={list.error} retry={() => void readRecipes()} /> : <Loading what="the recipes" />;
+        return list.error ? (
+            <Failure error={list.error} retry={() => void readRecipes()} />
+        ) : (
+            <Loading what="the recipes" />
+        );
     }
     const close = () => setDialog(undefined);
     const isFiltered = isFilter(query);
@@ -52,8 +56,20 @@ export function Recipes() {
     return (
         <section class="view fill">
             <Head title="Recipes" note={found + counted(recipeCount, "recipe")}>
-                {may("edit") && <button type="button" onClick={() => setDialog(<NewFolderDialog folder="" onClose={close} />)}>New folder</button>}
-                {may("edit") && <button type="button" class="primary" onClick={() => setDialog(<NewRecipeDialog folder="" onClose={close} />)}>New recipe</button>}
+                {may("edit") && (
+                    <button type="button" onClick={() => setDialog(<NewFolderDialog folder="" onClose={close} />)}>
+                        New folder
+                    </button>
+                )}
+                {may("edit") && (
+                    <button
+                        type="button"
+                        class="primary"
+                        onClick={() => setDialog(<NewRecipeDialog folder="" onClose={close} />)}
+                    >
+                        New recipe
+                    </button>
+                )}
             </Head>
             <Filters query={query} />
             {list.error && <Failure error={list.error} retry={() => void readRecipes()} />}
@@ -88,7 +104,8 @@ function useWants(query: URLSearchParams): (item: RecipeItem) => boolean {
         const names = new Set(standing.map(({ recipe }) => recipe));
         const fitting = typesBelow(items, type);
         return (item) =>
-            (text === "" || item.name.toLowerCase().includes(text)) && (type === "" || fitting.has(item.type ?? "")) &&
+            (text === "" || item.name.toLowerCase().includes(text)) &&
+            (type === "" || fitting.has(item.type ?? "")) &&
             (activity === "" || names.has(item.name) === (activity === "active"));
     }, [text, type, activity, activity === "" ? "" : standing, type === "" ? "" : items]);
 }
@@ -111,10 +128,14 @@ function useRows(items: RecipeItem[], query: URLSearchParams): Row[] {
 /** The recipes without their folders; what was never changed comes last. */
 function sorted(items: RecipeItem[], sort: string): RecipeItem[] {
     const isDown = sort.startsWith("-");
-    const keyOf = ({ name, changed }: RecipeItem) => (sort.endsWith("changed") ? (changed?.time ?? "") : name.toLowerCase());
+    const keyOf = ({ name, changed }: RecipeItem) =>
+        sort.endsWith("changed") ? (changed?.time ?? "") : name.toLowerCase();
     const keyed = items.filter(({ kind }) => kind === "recipe").map((item) => ({ item, key: keyOf(item) }));
     const order = (one: string, other: string) => Number(one > other) - Number(one < other);
-    keyed.sort((one, other) => Number(one.key === "") - Number(other.key === "") || (isDown ? -1 : 1) * order(one.key, other.key));
+    keyed.sort(
+        (one, other) =>
+            Number(one.key === "") - Number(other.key === "") || (isDown ? -1 : 1) * order(one.key, other.key),
+    );
     return keyed.map(({ item }) => item);
 }
 
@@ -144,12 +165,22 @@ function Filters({ query }: { query: URLSearchParams }) {
     return (
         <div class="filters recipe-filters" role="search">
             <input
-                type="search" placeholder="Search recipes  ( / )" aria-label="Search recipes" value={value("match")}
-                onInput={set("match")} onKeyDown={onKeyDown}
+                type="search"
+                placeholder="Search recipes  ( / )"
+                aria-label="Search recipes"
+                value={value("match")}
+                onInput={set("match")}
+                onKeyDown={onKeyDown}
             />
             <select aria-label="Type" value={value("type")} onChange={set("type")}>
                 <option value="">All types</option>
-                {items.filter(({ kind }) => kind === "type").map(({ name }) => <option key={name} value={name}>{name}</option>)}
+                {items
+                    .filter(({ kind }) => kind === "type")
+                    .map(({ name }) => (
+                        <option key={name} value={name}>
+                            {name}
+                        </option>
+                    ))}
             </select>
             <select aria-label="Activity" value={value("activity")} onChange={set("activity")}>
                 <option value="">Active or not</option>
@@ -179,7 +210,9 @@ function RecipeTree({ rows, query, isFiltered, onDialog, onClose }: TreeProps) {
     const { active: standing } = useStore(active);
     const [menu, setMenu] = useState<{ row: Row; place: Element }>();
     const sort = query.get("sort") ?? "";
-    const openMenu = may("activate") ? (row: Row, at: Element) => hasMenu(row) && setMenu({ row, place: at }) : undefined;
+    const openMenu = may("activate")
+        ? (row: Row, at: Element) => hasMenu(row) && setMenu({ row, place: at })
+        : undefined;
     const columns = useMemo(() => {
         const sortOf = (key: string) => (sort === key ? "ascending" : sort === "-" + key ? "descending" : "none");
         return columnsOf(new Set(standing.map(({ recipe }) => recipe)), sort !== "", sortOf, openMenu);
@@ -188,15 +221,26 @@ function RecipeTree({ rows, query, isFiltered, onDialog, onClose }: TreeProps) {
     return (
         <>
             <Grid
-                label="Recipes" kind="recipes" columns={columns} rows={rows} keyOf={({ item }) => item.name} keep="recipes"
-                {...(sort === "" && { branch: ({ level, isFolder, isExpanded }: Row) => (isFolder ? { level, isExpanded } : { level }) })}
-                onOpen={(row) => (row.isFolder ? toggle(row, !row.isExpanded) : go("/recipe", { name: row.item.name }))} onToggle={toggle}
-                onSort={(key) => setQuery(query, "sort", nextSort[key]?.[sort] ?? nextSort[key]![""]!)} {...(openMenu && { onMenu: openMenu })}
+                label="Recipes"
+                kind="recipes"
+                columns={columns}
+                rows={rows}
+                keyOf={({ item }) => item.name}
+                keep="recipes"
+                {...(sort === "" && {
+                    branch: ({ level, isFolder, isExpanded }: Row) => (isFolder ? { level, isExpanded } : { level }),
+                })}
+                onOpen={(row) => (row.isFolder ? toggle(row, !row.isExpanded) : go("/recipe", { name: row.item.name }))}
+                onToggle={toggle}
+                onSort={(key) => setQuery(query, "sort", nextSort[key]?.[sort] ?? nextSort[key]![""]!)}
+                {...(openMenu && { onMenu: openMenu })}
                 empty={isFiltered ? <NothingFound /> : <NoRecipes />}
             />
             {menu && (
                 <Menu
-                    label={`What can be done to ${menu.row.item.name}`} items={menuOf(menu.row, onDialog, onClose)} place={menu.place}
+                    label={`What can be done to ${menu.row.item.name}`}
+                    items={menuOf(menu.row, onDialog, onClose)}
+                    place={menu.place}
                     onClose={() => setMenu(undefined)}
                 />
             )}
@@ -206,7 +250,11 @@ function RecipeTree({ rows, query, isFiltered, onDialog, onClose }: TreeProps) {
 
 const hasMenu = ({ isFolder }: Row) => may(isFolder ? "edit" : "activate");
 
-function menuOf({ item: { name }, isFolder }: Row, onDialog: (dialog: JSX.Element) => void, onClose: () => void): MenuItem[] {
+function menuOf(
+    { item: { name }, isFolder }: Row,
+    onDialog: (dialog: JSX.Element) => void,
+    onClose: () => void,
+): MenuItem[] {
     const props = { kind: isFolder ? "folder" : "recipe", list: "recipes", name, onClose, onDone: () => {} } as const;
     const edit: MenuItem[] = [
         { title: "Rename or move", act: () => onDialog(<RenameDialog {...props} />) },
@@ -214,8 +262,14 @@ function menuOf({ item: { name }, isFolder }: Row, onDialog: (dialog: JSX.Elemen
     ];
     if (isFolder) {
         return [
-            { title: "New recipe in it", act: () => onDialog(<NewRecipeDialog folder={name + "::"} onClose={onClose} />) },
-            { title: "New folder in it", act: () => onDialog(<NewFolderDialog folder={name + "::"} onClose={onClose} />) },
+            {
+                title: "New recipe in it",
+                act: () => onDialog(<NewRecipeDialog folder={name + "::"} onClose={onClose} />),
+            },
+            {
+                title: "New folder in it",
+                act: () => onDialog(<NewFolderDialog folder={name + "::"} onClose={onClose} />),
+            },
             ...edit,
         ];
     }
@@ -227,33 +281,104 @@ function menuOf({ item: { name }, isFolder }: Row, onDialog: (dialog: JSX.Elemen
 }
 
 function columnsOf(
-    standing: ReadonlySet<string>, isFlat: boolean, sortOf: (key: string) => NonNullable<Column<Row>["sort"]>,
+    standing: ReadonlySet<string>,
+    isFlat: boolean,
+    sortOf: (key: string) => NonNullable<Column<Row>["sort"]>,
     openMenu: ((row: Row, place: Element) => unknown) | undefined,
 ): Column<Row>[] {
     const columns: Column<Row>[] = [
-        { key: "name", title: "Name", sort: sortOf("name"), cell: ({ item, isFolder }) => (isFlat ? <EntryName name={item.name} /> : <span class={isFolder ? "folder" : "recipe"}><Text>{leafOf(item.name)}</Text></span>) },
-        { key: "activity", title: "Activity", cell: ({ item }) => standing.has(item.name) && <span class="state good"><span aria-hidden="true">●</span> active</span> },
-        { key: "type", title: "Type", cell: ({ item, isFolder }) => (isFolder ? <span class="quiet-text">{counted(item.count ?? 0, "entry", "entries")}</span> : <Text>{item.type ?? ""}</Text>) },
-        { key: "changed", title: "Last change", sort: sortOf("changed"), cell: ({ item }) => item.changed && <><Time of={item.changed.time} short /> <span class="quiet-text">by <Who of={item.changed.who} /></span></> },
+        {
+            key: "name",
+            title: "Name",
+            sort: sortOf("name"),
+            cell: ({ item, isFolder }) =>
+                isFlat ? (
+                    <EntryName name={item.name} />
+                ) : (
+                    <span class={isFolder ? "folder" : "recipe"}>
+                        <Text>{leafOf(item.name)}</Text>
+                    </span>
+                ),
+        },
+        {
+            key: "activity",
+            title: "Activity",
+            cell: ({ item }) =>
+                standing.has(item.name) && (
+                    <span class="state good">
+                        <span aria-hidden="true">●</span> active
+                    </span>
+                ),
+        },
+        {
+            key: "type",
+            title: "Type",
+            cell: ({ item, isFolder }) =>
+                isFolder ? (
+                    <span class="quiet-text">{counted(item.count ?? 0, "entry", "entries")}</span>
+                ) : (
+                    <Text>{item.type ?? ""}</Text>
+                ),
+        },
+        {
+            key: "changed",
+            title: "Last change",
+            sort: sortOf("changed"),
+            cell: ({ item }) =>
+                item.changed && (
+                    <>
+                        <Time of={item.changed.time} short />{" "}
+                        <span class="quiet-text">
+                            by <Who of={item.changed.who} />
+                        </span>
+                    </>
+                ),
+        },
     ];
-    return !openMenu ? columns : [...columns, {
-        key: "menu", title: <span class="hidden">Actions</span>, cell: (row) => hasMenu(row) && (
-            <button
-                type="button" class="quiet icon" tabIndex={-1} aria-haspopup="menu" aria-label={`What can be done to ${row.item.name}`}
-                onClick={(event) => openMenu(row, event.currentTarget)}
-            >⋯</button>
-        ),
-    }];
+    return !openMenu
+        ? columns
+        : [
+              ...columns,
+              {
+                  key: "menu",
+                  title: <span class="hidden">Actions</span>,
+                  cell: (row) =>
+                      hasMenu(row) && (
+                          <button
+                              type="button"
+                              class="quiet icon"
+                              tabIndex={-1}
+                              aria-haspopup="menu"
+                              aria-label={`What can be done to ${row.item.name}`}
+                              onClick={(event) => openMenu(row, event.currentTarget)}
+                          >
+                              ⋯
+                          </button>
+                      ),
+              },
+          ];
 }
 
 function NothingFound() {
-    return <Empty title="No recipe fits the search."><button type="button" onClick={() => go("/recipes", {}, "replace")}>Show all</button></Empty>;
+    return (
+        <Empty title="No recipe fits the search.">
+            <button type="button" onClick={() => go("/recipes", {}, "replace")}>
+                Show all
+            </button>
+        </Empty>
+    );
 }
 
 function NoRecipes() {
     return (
         <Empty title="There are no recipes yet.">
-            {may("edit") ? <p><Link to="/import">Import some</Link>, or make the first one above.</p> : <p>An engineer imports or makes them.</p>}
+            {may("edit") ? (
+                <p>
+                    <Link to="/import">Import some</Link>, or make the first one above.
+                </p>
+            ) : (
+                <p>An engineer imports or makes them.</p>
+            )}
         </Empty>
     );
 }

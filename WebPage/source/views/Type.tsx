@@ -5,7 +5,17 @@ import { go, place } from "../data/router";
 import { may } from "../data/session";
 import { useStore } from "../data/store";
 import { wantSymbols } from "../data/symbols";
-import { isDisabled, marksOf, memberOf, membersOf, movedMember, parentsOf, withMember, withoutMember, withParents } from "../data/type_entry";
+import {
+    isDisabled,
+    marksOf,
+    memberOf,
+    membersOf,
+    movedMember,
+    parentsOf,
+    withMember,
+    withoutMember,
+    withParents,
+} from "../data/type_entry";
 import { CopyDialog, DeleteDialog, RenameDialog } from "../parts/EntryDialogs";
 import { SearchField } from "../parts/SearchField";
 import { Head } from "../parts/Shell";
@@ -27,7 +37,13 @@ export function Type() {
     const { query } = useStore(place);
     const name = query.get("name") ?? "";
     useEffect(() => want(readTypes, types), []);
-    return name ? <TypeOf key={name} name={name} /> : <Empty title="No type is named here."><Link to="/types">To the types</Link></Empty>;
+    return name ? (
+        <TypeOf key={name} name={name} />
+    ) : (
+        <Empty title="No type is named here.">
+            <Link to="/types">To the types</Link>
+        </Empty>
+    );
 }
 
 function TypeOf({ name }: { name: string }) {
@@ -40,8 +56,15 @@ function TypeOf({ name }: { name: string }) {
     useSaveKey(draft.save);
     if (!draft.base || !draft.entry) {
         const { unread } = draft;
-        return unread instanceof Problem && unread.status === 404 ? <Empty title="There is no such type."><Link to="/types">To the types</Link></Empty>
-            : unread !== undefined ? <Failure error={unread} retry={draft.again} /> : <Loading what="the type" />;
+        return unread instanceof Problem && unread.status === 404 ? (
+            <Empty title="There is no such type.">
+                <Link to="/types">To the types</Link>
+            </Empty>
+        ) : unread !== undefined ? (
+            <Failure error={unread} retry={draft.again} />
+        ) : (
+            <Loading what="the type" />
+        );
     }
     const { base, entry } = draft;
     return (
@@ -50,7 +73,8 @@ function TypeOf({ name }: { name: string }) {
             <Messages name={name} draft={draft} recipeCount={used.answer?.recipes ?? 0} mistakes={resolved.mistakes} />
             <div class="type-facts">
                 <Parents
-                    type={name} names={parents}
+                    type={name}
+                    names={parents}
                     onChange={mayEdit ? (names) => draft.set(withParents(entry, names)) : undefined}
                 />
                 <Uses type={name} used={used} />
@@ -58,7 +82,10 @@ function TypeOf({ name }: { name: string }) {
             <Members name={name} draft={draft} resolved={resolved} />
             {draft.conflict && (
                 <Conflict
-                    before={base.value} theirs={draft.conflict} mine={entry} onGoOn={draft.goOn}
+                    before={base.value}
+                    theirs={draft.conflict}
+                    mine={entry}
+                    onGoOn={draft.goOn}
                     onClose={() => draft.goOn(base, entry)}
                 />
             )}
@@ -70,7 +97,10 @@ function TypeHead({ name, draft }: { name: string; draft: TypeDraft }) {
     const changed = useStore(types).items.find((item) => item.name === name)?.changed;
     const note = changed && (
         <>
-            Changed <Time of={changed.time} /> by <Who of={changed.who} />, <Link to="/record" query={{ id: String(changed.id) }}>record {changed.id}</Link>
+            Changed <Time of={changed.time} /> by <Who of={changed.who} />,{" "}
+            <Link to="/record" query={{ id: String(changed.id) }}>
+                record {changed.id}
+            </Link>
         </>
     );
     return (
@@ -83,7 +113,10 @@ function TypeHead({ name, draft }: { name: string; draft: TypeDraft }) {
             )}
             {may("edit") && (
                 <button
-                    type="button" class="primary" disabled={!draft.isDirty || draft.isBusy} title="Ctrl+S"
+                    type="button"
+                    class="primary"
+                    disabled={!draft.isDirty || draft.isBusy}
+                    title="Ctrl+S"
                     onClick={draft.save}
                 >
                     Save
@@ -100,7 +133,9 @@ function EntryActions({ name, isDirty }: { name: string; isDirty: boolean }) {
     const Opened = opened && dialogs[opened];
     const button = (title: string, which: keyof typeof dialogs) => (
         <button
-            type="button" disabled={isDirty} title={isDirty ? "Save or discard the changes first." : undefined}
+            type="button"
+            disabled={isDirty}
+            title={isDirty ? "Save or discard the changes first." : undefined}
             onClick={() => setOpened(which)}
         >
             {title}
@@ -113,7 +148,10 @@ function EntryActions({ name, isDirty }: { name: string; isDirty: boolean }) {
             {button("Delete …", "delete")}
             {Opened && (
                 <Opened
-                    kind="type" list="types" name={name} onClose={() => setOpened(undefined)}
+                    kind="type"
+                    list="types"
+                    name={name}
+                    onClose={() => setOpened(undefined)}
                     onDone={(newName) => (newName ? go("/type", { name: newName }) : go("/types"))}
                 />
             )}
@@ -121,7 +159,17 @@ function EntryActions({ name, isDirty }: { name: string; isDirty: boolean }) {
     );
 }
 
-function Messages({ name, draft, recipeCount, mistakes }: { name: string; draft: TypeDraft; recipeCount: number; mistakes: string[] }) {
+function Messages({
+    name,
+    draft,
+    recipeCount,
+    mistakes,
+}: {
+    name: string;
+    draft: TypeDraft;
+    recipeCount: number;
+    mistakes: string[];
+}) {
     return (
         <>
             {draft.isOvertaken && (
@@ -132,7 +180,11 @@ function Messages({ name, draft, recipeCount, mistakes }: { name: string; draft:
                     This type is disabled as a whole: nothing of it is written to the controllers.
                 </Notice>
             )}
-            {mistakes.map((text) => <Notice kind="warn"><Text long>{text}</Text></Notice>)}
+            {mistakes.map((text) => (
+                <Notice kind="warn">
+                    <Text long>{text}</Text>
+                </Notice>
+            ))}
             {draft.unread !== undefined && <Failure error={draft.unread} retry={draft.again} />}
             {draft.refusal !== undefined && <Failure error={draft.refusal} />}
             {draft.edited && <Saved type={name} edited={draft.edited} recipeCount={recipeCount} />}
@@ -154,9 +206,14 @@ function Members({ name, draft, resolved }: { name: string; draft: TypeDraft; re
     const [opened, setOpened] = useState<string>();
     const base = draft.base!.value;
     const entry = draft.entry!;
-    const rows = useMemo(() => memberRows(base, entry, resolved, mistakesOf(draft.refusal)), [base, entry, resolved, draft.refusal]);
+    const rows = useMemo(
+        () => memberRows(base, entry, resolved, mistakesOf(draft.refusal)),
+        [base, entry, resolved, draft.refusal],
+    );
     const shown = useMemo(() => filtered(rows, match), [rows, match]);
-    const edit = may("edit") ? { onOpen: setOpened, onMove: (member: string, by: number) => draft.set(movedMember(entry, member, by)) } : undefined;
+    const edit = may("edit")
+        ? { onOpen: setOpened, onMove: (member: string, by: number) => draft.set(movedMember(entry, member, by)) }
+        : undefined;
     return (
         <>
             <div class="filters" role="search">
@@ -164,15 +221,25 @@ function Members({ name, draft, resolved }: { name: string; draft: TypeDraft; re
                 <p class="note members-count">
                     {counted(rows.length, "member")}, {rows.filter(({ from }) => from).length} inherited
                     {draft.isDirty && (
-                        <span class="state warn mark"><span aria-hidden="true">✎</span> {unsavedText(draft)}</span>
+                        <span class="state warn mark">
+                            <span aria-hidden="true">✎</span> {unsavedText(draft)}
+                        </span>
                     )}
                 </p>
-                {edit && <button type="button" onClick={() => setOpened("")}>Add a member</button>}
+                {edit && (
+                    <button type="button" onClick={() => setOpened("")}>
+                        Add a member
+                    </button>
+                )}
             </div>
             <MemberGrid rows={shown} isFiltered={match !== ""} edit={edit} />
             {opened !== undefined && (
                 <OpenedMember
-                    type={name} name={opened} draft={draft} rows={rows} onClose={() => setOpened(undefined)}
+                    type={name}
+                    name={opened}
+                    draft={draft}
+                    rows={rows}
+                    onClose={() => setOpened(undefined)}
                 />
             )}
         </>
@@ -181,7 +248,11 @@ function Members({ name, draft, resolved }: { name: string; draft: TypeDraft; re
 
 function filtered(rows: MemberRow[], match: string): MemberRow[] {
     const text = match.toLowerCase();
-    return text === "" ? rows : rows.filter(({ name, symbol, nestedType }) => [name, symbol, nestedType].some((each) => each.toLowerCase().includes(text)));
+    return text === ""
+        ? rows
+        : rows.filter(({ name, symbol, nestedType }) =>
+              [name, symbol, nestedType].some((each) => each.toLowerCase().includes(text)),
+          );
 }
 
 /** The service's mistakes, by the member that they stand in. */
@@ -216,7 +287,11 @@ function OpenedMember({ type, name, draft, rows, onClose }: OpenedMemberProps) {
         <RenameMember type={type} name={name} member={member} onClose={onClose} onDone={draft.again} />
     ) : (
         <MemberDialog
-            name={name} member={member} input={row?.input ?? {}} mistake={row?.mistake ?? ""} onClose={onClose}
+            name={name}
+            member={member}
+            input={row?.input ?? {}}
+            mistake={row?.mistake ?? ""}
+            onClose={onClose}
             isTaken={(each) => membersOf(entry).has(each)}
             isInherited={(each) => rows.some((other) => other.from !== "" && other.name === each)}
             onDone={(newName, made) => change(withMember(entry, newName, made))}

@@ -35,7 +35,11 @@ export function Types() {
     const found = useMemo(() => filteredTree(list.items, fits(match)), [list.items, match]);
     const typeCount = useMemo(() => list.items.filter(({ kind }) => kind === "type").length, [list.items]);
     if (!list.isRead && list.items.length === 0) {
-        return list.error ? <Failure error={list.error} retry={() => void readTypes()} /> : <Loading what="the types" />;
+        return list.error ? (
+            <Failure error={list.error} retry={() => void readTypes()} />
+        ) : (
+            <Loading what="the types" />
+        );
     }
     const close = () => setDialog(undefined);
     return (
@@ -48,7 +52,9 @@ export function Types() {
                 )}
                 {may("edit") && (
                     <button
-                        type="button" class="primary" onClick={() => setDialog(<NewType folder="" onClose={close} />)}
+                        type="button"
+                        class="primary"
+                        onClick={() => setDialog(<NewType folder="" onClose={close} />)}
                     >
                         New type
                     </button>
@@ -59,7 +65,10 @@ export function Types() {
             </div>
             {list.error && <Failure error={list.error} retry={() => void readTypes()} />}
             <TypeTree
-                items={match ? found : list.items} isFiltered={match !== ""} typeCount={typeCount} onDialog={setDialog}
+                items={match ? found : list.items}
+                isFiltered={match !== ""}
+                typeCount={typeCount}
+                onDialog={setDialog}
                 onClose={close}
             />
             {dialog}
@@ -93,7 +102,12 @@ function TypeTree({ items, isFiltered, typeCount, onDialog, onClose }: TreeProps
     return (
         <>
             <Grid
-                label="Types" kind="types" columns={columns} rows={rows} keyOf={({ item }) => item.name} keep="types"
+                label="Types"
+                kind="types"
+                columns={columns}
+                rows={rows}
+                keyOf={({ item }) => item.name}
+                keep="types"
                 branch={({ level, isFolder, isExpanded: open }) => (isFolder ? { level, isExpanded: open } : { level })}
                 onOpen={(row) => (row.isFolder ? toggle(row, !row.isExpanded) : go("/type", { name: row.item.name }))}
                 onToggle={toggle}
@@ -102,7 +116,8 @@ function TypeTree({ items, isFiltered, typeCount, onDialog, onClose }: TreeProps
             />
             {menu && (
                 <Menu
-                    label={`What can be done to ${menu.row.item.name}`} items={menuOf(menu.row, onDialog, onClose)}
+                    label={`What can be done to ${menu.row.item.name}`}
+                    items={menuOf(menu.row, onDialog, onClose)}
                     place={menu.place}
                     onClose={() => setMenu(undefined)}
                 />
@@ -111,15 +126,21 @@ function TypeTree({ items, isFiltered, typeCount, onDialog, onClose }: TreeProps
     );
 }
 
-function menuOf({ item: { name }, isFolder }: Row, onDialog: (dialog: JSX.Element) => void, onClose: () => void): MenuItem[] {
+function menuOf(
+    { item: { name }, isFolder }: Row,
+    onDialog: (dialog: JSX.Element) => void,
+    onClose: () => void,
+): MenuItem[] {
     const props = { kind: isFolder ? "folder" : "type", list: "types", name, onClose, onDone: () => {} } as const;
-    const first: MenuItem[] = isFolder ? [
-        { title: "New type in it", act: () => onDialog(<NewType folder={name + "::"} onClose={onClose} />) },
-        { title: "New folder in it", act: () => onDialog(<NewFolder folder={name + "::"} onClose={onClose} />) },
-    ] : [
-        { title: "Open", act: () => go("/type", { name }) },
-        { title: "Copy", act: () => onDialog(<CopyDialog {...props} />) },
-    ];
+    const first: MenuItem[] = isFolder
+        ? [
+              { title: "New type in it", act: () => onDialog(<NewType folder={name + "::"} onClose={onClose} />) },
+              { title: "New folder in it", act: () => onDialog(<NewFolder folder={name + "::"} onClose={onClose} />) },
+          ]
+        : [
+              { title: "Open", act: () => go("/type", { name }) },
+              { title: "Copy", act: () => onDialog(<CopyDialog {...props} />) },
+          ];
     return [
         ...first,
         { title: "Rename or move", act: () => onDialog(<RenameDialog {...props} />) },
@@ -131,7 +152,11 @@ function NoTypes() {
     return (
         <Empty title="There are no types yet.">
             <p>A type says which members its recipes have, and which symbols these are written to.</p>
-            {may("edit") && <p>Make the first one, or <Link to="/import">import some</Link>.</p>}
+            {may("edit") && (
+                <p>
+                    Make the first one, or <Link to="/import">import some</Link>.
+                </p>
+            )}
         </Empty>
     );
 }
@@ -164,53 +189,97 @@ function lineOf(type: string, parents: ReadonlyMap<string, readonly string[]>): 
 }
 
 function columnsOf(
-    counts: ReadonlyMap<string, number>, openMenu: ((row: Row, place: Element) => void) | undefined,
+    counts: ReadonlyMap<string, number>,
+    openMenu: ((row: Row, place: Element) => void) | undefined,
 ): Column<Row>[] {
     const columns: Column<Row>[] = [
         {
-            key: "name", title: "Name",
-            cell: ({ item, isFolder }) => <span class={isFolder ? "folder" : "type"}><Text>{leafOf(item.name)}</Text></span>,
-        },
-        {
-            key: "inherits", title: "Inherits from",
-            cell: ({ item, isFolder }) => isFolder
-                ? <span class="quiet-text">{counted(item.count ?? 0, "entry", "entries")}</span>
-                : <Inherits names={item.inherits ?? []} />,
-        },
-        { key: "members", title: "Members", right: true, cell: ({ item, isFolder }) => !isFolder && (item.members ?? 0) },
-        {
-            key: "recipes", title: "Recipes", right: true,
-            cell: ({ item, isFolder }) => !isFolder && <RecipeCount type={item.name} count={counts.get(item.name) ?? 0} />,
-        },
-        {
-            key: "changed", title: "Last change",
-            cell: ({ item: { changed } }) => changed && (
-                <>
-                    <Time of={changed.time} short />{" "}
-                    <span class="quiet-text">by <Who of={changed.who} /></span>
-                </>
+            key: "name",
+            title: "Name",
+            cell: ({ item, isFolder }) => (
+                <span class={isFolder ? "folder" : "type"}>
+                    <Text>{leafOf(item.name)}</Text>
+                </span>
             ),
         },
+        {
+            key: "inherits",
+            title: "Inherits from",
+            cell: ({ item, isFolder }) =>
+                isFolder ? (
+                    <span class="quiet-text">{counted(item.count ?? 0, "entry", "entries")}</span>
+                ) : (
+                    <Inherits names={item.inherits ?? []} />
+                ),
+        },
+        {
+            key: "members",
+            title: "Members",
+            right: true,
+            cell: ({ item, isFolder }) => !isFolder && (item.members ?? 0),
+        },
+        {
+            key: "recipes",
+            title: "Recipes",
+            right: true,
+            cell: ({ item, isFolder }) =>
+                !isFolder && <RecipeCount type={item.name} count={counts.get(item.name) ?? 0} />,
+        },
+        {
+            key: "changed",
+            title: "Last change",
+            cell: ({ item: { changed } }) =>
+                changed && (
+                    <>
+                        <Time of={changed.time} short />{" "}
+                        <span class="quiet-text">
+                            by <Who of={changed.who} />
+                        </span>
+                    </>
+                ),
+        },
     ];
-    return !openMenu ? columns : [...columns, {
-        key: "menu", title: <span class="hidden">Actions</span>, cell: (row) => (
-            <button
-                type="button" class="quiet icon" tabIndex={-1} aria-haspopup="menu"
-                aria-label={`What can be done to ${row.item.name}`}
-                onClick={(event) => openMenu(row, event.currentTarget)}
-            >⋯</button>
-        ),
-    }];
+    return !openMenu
+        ? columns
+        : [
+              ...columns,
+              {
+                  key: "menu",
+                  title: <span class="hidden">Actions</span>,
+                  cell: (row) => (
+                      <button
+                          type="button"
+                          class="quiet icon"
+                          tabIndex={-1}
+                          aria-haspopup="menu"
+                          aria-label={`What can be done to ${row.item.name}`}
+                          onClick={(event) => openMenu(row, event.currentTarget)}
+                      >
+                          ⋯
+                      </button>
+                  ),
+              },
+          ];
 }
 
 function Inherits({ names }: { names: string[] }) {
     return (
         <span class="inherits">
-            {names.map((name) => <Link key={name} to="/type" query={{ name }}><EntryName name={name} /></Link>)}
+            {names.map((name) => (
+                <Link key={name} to="/type" query={{ name }}>
+                    <EntryName name={name} />
+                </Link>
+            ))}
         </span>
     );
 }
 
 function RecipeCount({ type, count }: { type: string; count: number }) {
-    return count === 0 ? <span class="quiet-text">0</span> : <Link to="/recipes" query={{ type }}>{count}</Link>;
+    return count === 0 ? (
+        <span class="quiet-text">0</span>
+    ) : (
+        <Link to="/recipes" query={{ type }}>
+            {count}
+        </Link>
+    );
 }

@@ -28,20 +28,33 @@ function People() {
     return (
         <section class="view">
             <Head title="Users and tokens">
-                <button type="button" class="primary" onClick={() => setOpen({ is: "addUser" })}>{isFirst ? "Add the first user" : "Add a user"}</button>
-                {!isFirst && <button type="button" onClick={() => setOpen({ is: "addToken" })}>Make a token</button>}
+                <button type="button" class="primary" onClick={() => setOpen({ is: "addUser" })}>
+                    {isFirst ? "Add the first user" : "Add a user"}
+                </button>
+                {!isFirst && (
+                    <button type="button" onClick={() => setOpen({ is: "addToken" })}>
+                        Make a token
+                    </button>
+                )}
             </Head>
             {error !== undefined && <Failure error={error} retry={again} />}
             {isFirst ? (
                 <Empty title="There is no user yet.">
-                    <p>Add the first user, an admin. This session came by the link that the service printed, and ends then.</p>
+                    <p>
+                        Add the first user, an admin. This session came by the link that the service printed, and ends
+                        then.
+                    </p>
                 </Empty>
             ) : (
                 <PersonTable kind="user" people={users} onOpen={setOpen} />
             )}
             {(!isFirst || tokens.length > 0) && <h2>Tokens</h2>}
             {tokens.length > 0 && <PersonTable kind="token" people={tokens} onOpen={setOpen} />}
-            {!isFirst && tokens.length === 0 && <p class="quiet-text">There are none. Programs and panels come in with a token instead of a password.</p>}
+            {!isFirst && tokens.length === 0 && (
+                <p class="quiet-text">
+                    There are none. Programs and panels come in with a token instead of a password.
+                </p>
+            )}
             {open && <OpenDialog open={open} isFirst={isFirst} onOpen={setOpen} onChange={again} />}
         </section>
     );
@@ -83,18 +96,48 @@ function PersonTable({ kind, people, onOpen }: { kind: Kind; people: Person[]; o
     return (
         <table class="people">
             <thead>
-                <tr><th>Name</th><th>Role</th><th>Added</th>{kind === "token" && <th>Good</th>}<th><span class="hidden">Actions</span></th></tr>
+                <tr>
+                    <th>Name</th>
+                    <th>Role</th>
+                    <th>Added</th>
+                    {kind === "token" && <th>Good</th>}
+                    <th>
+                        <span class="hidden">Actions</span>
+                    </th>
+                </tr>
             </thead>
             <tbody>
                 {people.map((person) => (
                     <tr key={person.name}>
-                        <td><Text>{person.name}</Text>{isOwn(kind, person.name) && <span class="quiet-text"> (you)</span>}</td>
+                        <td>
+                            <Text>{person.name}</Text>
+                            {isOwn(kind, person.name) && <span class="quiet-text"> (you)</span>}
+                        </td>
                         <td>{person.role}</td>
-                        <td><Time of={person.created} short /></td>
-                        {kind === "token" && <td><Expiry of={person.expires ?? null} /></td>}
+                        <td>
+                            <Time of={person.created} short />
+                        </td>
+                        {kind === "token" && (
+                            <td>
+                                <Expiry of={person.expires ?? null} />
+                            </td>
+                        )}
                         <td class="row-actions">
-                            <button type="button" aria-label={`Change the ${kind} ${person.name}`} onClick={() => onOpen({ is: "change", kind, person })}>Change</button>
-                            <button type="button" class="danger" aria-label={`Remove the ${kind} ${person.name}`} onClick={() => onOpen({ is: "remove", kind, person })}>Remove</button>
+                            <button
+                                type="button"
+                                aria-label={`Change the ${kind} ${person.name}`}
+                                onClick={() => onOpen({ is: "change", kind, person })}
+                            >
+                                Change
+                            </button>
+                            <button
+                                type="button"
+                                class="danger"
+                                aria-label={`Remove the ${kind} ${person.name}`}
+                                onClick={() => onOpen({ is: "remove", kind, person })}
+                            >
+                                Remove
+                            </button>
                         </td>
                     </tr>
                 ))}
@@ -108,5 +151,13 @@ function Expiry({ of }: { of: string | null }) {
         return <>until it is removed</>;
     }
     const isOver = Date.parse(of) < Date.now();
-    return isOver ? <span class="state bad"><span aria-hidden="true">✕</span> expired</span> : <>until <Time of={of} /></>;
+    return isOver ? (
+        <span class="state bad">
+            <span aria-hidden="true">✕</span> expired
+        </span>
+    ) : (
+        <>
+            until <Time of={of} />
+        </>
+    );
 }

@@ -30,7 +30,11 @@ export function ChooseRecipe({ onLook }: { onLook: (recipe: string) => void }) {
     const shown = useMemo(() => matching(under, folder, match), [under, folder, match]);
     const item = shown.find(({ kind, name }) => kind === "recipe" && name === chosen);
     if (!list.isRead && list.items.length === 0) {
-        return list.error ? <Failure error={list.error} retry={() => void readRecipes()} /> : <Loading what="the recipes" />;
+        return list.error ? (
+            <Failure error={list.error} retry={() => void readRecipes()} />
+        ) : (
+            <Loading what="the recipes" />
+        );
     }
     const openFolder = (to: string) => {
         localStorage.setItem(folderKey, to);
@@ -45,14 +49,21 @@ export function ChooseRecipe({ onLook }: { onLook: (recipe: string) => void }) {
                 <FolderPath folder={folder} onOpen={openFolder} />
                 {under.length > many && (
                     <input
-                        type="search" aria-label="Search recipes" placeholder="Search recipes" value={match}
+                        type="search"
+                        aria-label="Search recipes"
+                        placeholder="Search recipes"
+                        value={match}
                         onInput={(event) => setMatch(event.currentTarget.value)}
                     />
                 )}
             </div>
             <RecipeButtons
-                key={folder + "\n" + match} items={shown} chosen={chosen} isSearched={match !== ""}
-                onChoose={setChosen} onOpen={openFolder}
+                key={folder + "\n" + match}
+                items={shown}
+                chosen={chosen}
+                isSearched={match !== ""}
+                onChoose={setChosen}
+                onOpen={openFolder}
             />
         </>
     );
@@ -81,14 +92,34 @@ function ChosenBar({ item, onLook }: { item: RecipeItem | undefined; onLook: (re
     return (
         <div class="chosen-bar">
             <div class="chosen" aria-live="polite">
-                {item ? <><h1><Text>{leafOf(item.name)}</Text></h1><p class="quiet-text"><Text>{item.type ?? ""}</Text></p></>
-                      : <><h1>Recipes</h1><p class="quiet-text">Touch one to choose it.</p></>}
+                {item ? (
+                    <>
+                        <h1>
+                            <Text>{leafOf(item.name)}</Text>
+                        </h1>
+                        <p class="quiet-text">
+                            <Text>{item.type ?? ""}</Text>
+                        </p>
+                    </>
+                ) : (
+                    <>
+                        <h1>Recipes</h1>
+                        <p class="quiet-text">Touch one to choose it.</p>
+                    </>
+                )}
             </div>
             {mayActivate ? (
-                <button type="button" class="primary look" disabled={!item || !isOpen} onClick={() => item && onLook(item.name)}>
+                <button
+                    type="button"
+                    class="primary look"
+                    disabled={!item || !isOpen}
+                    onClick={() => item && onLook(item.name)}
+                >
                     Look at the plan
                 </button>
-            ) : <p class="quiet-text">The role {session.value?.role} may not activate.</p>}
+            ) : (
+                <p class="quiet-text">The role {session.value?.role} may not activate.</p>
+            )}
         </div>
     );
 }
@@ -98,15 +129,22 @@ function FolderPath({ folder, onOpen }: { folder: string; onOpen: (folder: strin
     return (
         <div class="folder-path" role="group" aria-label="Folder">
             {folder !== "" && (
-                <button type="button" onClick={() => onOpen(parentOf(folder))}><span aria-hidden="true">↑</span> Up</button>
+                <button type="button" onClick={() => onOpen(parentOf(folder))}>
+                    <span aria-hidden="true">↑</span> Up
+                </button>
             )}
-            <button type="button" class="quiet" disabled={folder === ""} onClick={() => onOpen("")}>All recipes</button>
+            <button type="button" class="quiet" disabled={folder === ""} onClick={() => onOpen("")}>
+                All recipes
+            </button>
             {parts.map((part, index) => (
                 <button
-                    type="button" class="quiet" disabled={index === parts.length - 1}
+                    type="button"
+                    class="quiet"
+                    disabled={index === parts.length - 1}
                     onClick={() => onOpen(parts.slice(0, index + 1).join("::"))}
                 >
-                    <span aria-hidden="true">/ </span><Text>{part}</Text>
+                    <span aria-hidden="true">/ </span>
+                    <Text>{part}</Text>
                 </button>
             ))}
         </div>
@@ -128,27 +166,46 @@ function RecipeButtons({ items, chosen, isSearched, onChoose, onOpen }: RecipeBu
     const isKnown = isOpen && standing.error === "";
     const names = useMemo(() => new Set(standing.active.map(({ recipe }) => recipe)), [standing.active]);
     if (items.length === 0) {
-        return isSearched ? <Empty title="No recipe fits the search." />
-                          : <Empty title="There is no recipe here."><p>Choose another folder.</p></Empty>;
+        return isSearched ? (
+            <Empty title="No recipe fits the search." />
+        ) : (
+            <Empty title="There is no recipe here.">
+                <p>Choose another folder.</p>
+            </Empty>
+        );
     }
     return (
         <div class="recipe-buttons">
             {items.slice(0, limit).map((item) =>
                 item.kind === "folder" ? (
-                    <button type="button" class="recipe-button of-folder" key={item.name} onClick={() => onOpen(item.name)}>
-                        <span class="name"><Text>{leafOf(item.name)}</Text></span>
+                    <button
+                        type="button"
+                        class="recipe-button of-folder"
+                        key={item.name}
+                        onClick={() => onOpen(item.name)}
+                    >
+                        <span class="name">
+                            <Text>{leafOf(item.name)}</Text>
+                        </span>
                         <span class="quiet-text">
                             {counted(item.count ?? 0, "entry", "entries")} <span aria-hidden="true">▸</span>
                         </span>
                     </button>
                 ) : (
                     <button
-                        type="button" class="recipe-button" key={item.name} aria-pressed={item.name === chosen}
+                        type="button"
+                        class="recipe-button"
+                        key={item.name}
+                        aria-pressed={item.name === chosen}
                         onClick={() => onChoose(item.name)}
                     >
-                        <span class="name">{isSearched ? <EntryName name={item.name} /> : <Text>{leafOf(item.name)}</Text>}</span>
+                        <span class="name">
+                            {isSearched ? <EntryName name={item.name} /> : <Text>{leafOf(item.name)}</Text>}
+                        </span>
                         <span class="marks">
-                            <span class="quiet-text"><Text>{item.type ?? ""}</Text></span>
+                            <span class="quiet-text">
+                                <Text>{item.type ?? ""}</Text>
+                            </span>
                             {names.has(item.name) && <ActiveMark isKnown={isKnown} />}
                         </span>
                     </button>
@@ -164,6 +221,13 @@ function RecipeButtons({ items, chosen, isSearched, onChoose, onOpen }: RecipeBu
 }
 
 function ActiveMark({ isKnown }: { isKnown: boolean }) {
-    return isKnown ? <span class="state good"><span aria-hidden="true">●</span> active</span>
-                   : <span class="state quiet"><span aria-hidden="true">○</span> was active</span>;
+    return isKnown ? (
+        <span class="state good">
+            <span aria-hidden="true">●</span> active
+        </span>
+    ) : (
+        <span class="state quiet">
+            <span aria-hidden="true">○</span> was active
+        </span>
+    );
 }

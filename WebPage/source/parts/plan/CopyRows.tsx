@@ -19,8 +19,14 @@ export function CopyRows({ rows }: { rows: Row[] }) {
     };
     return (
         <>
-            <button type="button" disabled={rows.length === 0} onClick={() => void copy()}>Copy as a table</button>
-            {text && <Dialog title="Copy the text" onClose={() => setText("")} wide><Selected text={text} /></Dialog>}
+            <button type="button" disabled={rows.length === 0} onClick={() => void copy()}>
+                Copy as a table
+            </button>
+            {text && (
+                <Dialog title="Copy the text" onClose={() => setText("")} wide>
+                    <Selected text={text} />
+                </Dialog>
+            )}
         </>
     );
 }

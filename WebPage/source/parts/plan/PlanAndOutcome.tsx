@@ -51,16 +51,29 @@ export function PlanAndOutcome({ recipe, back, isBare }: PlanAndOutcomeProps) {
     return (
         <section class={`view fill plan${isBare ? " bare" : ""}${isOpen ? "" : " stale"}`}>
             <Head title={<EntryName name={recipe} />} note={outcome ? "The outcome" : "What an activation writes"}>
-                {!mine && <button type="button" disabled={planned.isReading} onClick={planned.again}>Read again</button>}
+                {!mine && (
+                    <button type="button" disabled={planned.isReading} onClick={planned.again}>
+                        Read again
+                    </button>
+                )}
                 {!isUnderWay(mine) && back}
             </Head>
             {mine && isUnderWay(mine) && <Progress attempt={mine} />}
             {mine && !isUnderWay(mine) && (
                 <VerdictBox recipe={recipe} stage={mine.stage as Over}>
-                    {isChanged ? <button type="button" onClick={() => forget(recipe)}>Go on with the new plan</button>
-                               : <button type="button" onClick={lookAnew}>Look at the plan anew</button>}
+                    {isChanged ? (
+                        <button type="button" onClick={() => forget(recipe)}>
+                            Go on with the new plan
+                        </button>
+                    ) : (
+                        <button type="button" onClick={lookAnew}>
+                            Look at the plan anew
+                        </button>
+                    )}
                     {outcome?.id !== undefined && !isBare && (
-                        <Link to="/record" query={{ id: String(outcome.id) }}>Its record</Link>
+                        <Link to="/record" query={{ id: String(outcome.id) }}>
+                            Its record
+                        </Link>
                     )}
                 </VerdictBox>
             )}
@@ -94,20 +107,30 @@ function PlanPart({ recipe, planned, made, mine, units }: PlanPartProps) {
             {planned.isExpired && !mine && (
                 <Notice kind="warn">
                     <p>This plan is older than five minutes.</p>
-                    <button type="button" onClick={again}>Look at it anew</button>
+                    <button type="button" onClick={again}>
+                        Look at it anew
+                    </button>
                 </Notice>
             )}
             {made && !mine && (
                 <Notice kind="info">
                     <p>
                         {isUnderWay(made) ? "Being written now: " : "Has ended meanwhile: "}
-                        <Link to="/plan" query={{ name: made.recipe }}><EntryName name={made.recipe} /></Link>
+                        <Link to="/plan" query={{ name: made.recipe }}>
+                            <EntryName name={made.recipe} />
+                        </Link>
                     </p>
                 </Notice>
             )}
             <PlannedRows plan={plan} units={units} isUnderWay={isUnderWay(mine)} />
             {!isUnderWay(mine) && (
-                <WriteBar key={recipe} rows={plan.rows} hindrance={hindrance} mayLeaveUnverified={may("edit")} onWrite={write} />
+                <WriteBar
+                    key={recipe}
+                    rows={plan.rows}
+                    hindrance={hindrance}
+                    mayLeaveUnverified={may("edit")}
+                    onWrite={write}
+                />
             )}
         </>
     );
@@ -200,5 +223,9 @@ const states = ["verified", "written", "differs", "failed", "not tried", "not wr
 
 function OutcomeCounts({ outcome: { rows } }: { outcome: Outcome }) {
     const counts = states.map((state) => ({ state, count: countOf(rows, state) })).filter(({ count }) => count > 0);
-    return <p class="counts"><Text>{counts.map(({ state, count }) => `${count} ${state}`).join(", ")}</Text></p>;
+    return (
+        <p class="counts">
+            <Text>{counts.map(({ state, count }) => `${count} ${state}`).join(", ")}</Text>
+        </p>
+    );
 }

@@ -29,21 +29,39 @@ export function PlanRows({ rows, phase, units, empty }: PlanRowsProps) {
     return (
         <>
             <Grid
-                label={isOutcome ? "The outcome" : "The plan"} kind={isOutcome ? "outcome-rows" : "plan-rows"}
-                columns={columns} rows={keyed} keyOf={({ key }) => key} onOpen={setOpened} empty={<Empty title={empty} />}
+                label={isOutcome ? "The outcome" : "The plan"}
+                kind={isOutcome ? "outcome-rows" : "plan-rows"}
+                columns={columns}
+                rows={keyed}
+                keyOf={({ key }) => key}
+                onOpen={setOpened}
+                empty={<Empty title={empty} />}
             />
             {opened && (
-                <RowDialog row={opened} phase={phase} unit={units.get(opened.symbol)} onClose={() => setOpened(undefined)} />
+                <RowDialog
+                    row={opened}
+                    phase={phase}
+                    unit={units.get(opened.symbol)}
+                    onClose={() => setOpened(undefined)}
+                />
             )}
         </>
     );
 }
 
 function columnsOf(phase: Phase, units: ReadonlyMap<string, string>): Column<Keyed>[] {
-    const value = (name: "before" | "value" | "after") => (row: Keyed) =>
-        <ValueText value={row[name]} unit={units.get(row.symbol)} />;
+    const value = (name: "before" | "value" | "after") => (row: Keyed) => (
+        <ValueText value={row[name]} unit={units.get(row.symbol)} />
+    );
     const state = ({ state: name, text }: Keyed) => (
-        <><RowState state={name} phase={phase} />{text && <span class="row-text"><Text>{text}</Text></span>}</>
+        <>
+            <RowState state={name} phase={phase} />
+            {text && (
+                <span class="row-text">
+                    <Text>{text}</Text>
+                </span>
+            )}
+        </>
     );
     return [
         { key: "symbol", title: "Symbol", cell: ({ symbol }) => <Text>{symbol}</Text> },
@@ -68,7 +86,11 @@ function RowState({ state, phase }: { state: string; phase: Phase }) {
     if (phase === "under way") {
         return <span class="state quiet">under way</span>;
     }
-    const unknown = <span class="state bad"><span aria-hidden="true">?</span> not known</span>;
+    const unknown = (
+        <span class="state bad">
+            <span aria-hidden="true">?</span> not known
+        </span>
+    );
     return state === "planned" ? unknown : <State state={state} />;
 }
 
@@ -83,14 +105,46 @@ function RowDialog({ row, phase, unit, onClose }: RowDialogProps) {
     return (
         <Dialog title="One value" onClose={onClose} wide>
             <dl class="row-facts">
-                <dt>Symbol</dt><dd><Text long>{row.symbol}</Text></dd>
-                <dt>Controller</dt><dd><Text long>{row.domain}</Text></dd>
-                <dt>Member</dt><dd><Text long>{row.member}</Text></dd>
-                <dt>{beforeTitle(phase)}</dt><dd class="pre"><ValueText value={row.before} unit={unit} /></dd>
-                <dt>{valueTitle(phase)}</dt><dd class="pre"><ValueText value={row.value} unit={unit} /></dd>
-                {phase === "outcome" && <><dt>Afterwards</dt><dd class="pre"><ValueText value={row.after} unit={unit} /></dd></>}
-                <dt>State</dt><dd><RowState state={row.state} phase={phase} /></dd>
-                {row.text && <><dt>Text</dt><dd class="pre"><Text long>{row.text}</Text></dd></>}
+                <dt>Symbol</dt>
+                <dd>
+                    <Text long>{row.symbol}</Text>
+                </dd>
+                <dt>Controller</dt>
+                <dd>
+                    <Text long>{row.domain}</Text>
+                </dd>
+                <dt>Member</dt>
+                <dd>
+                    <Text long>{row.member}</Text>
+                </dd>
+                <dt>{beforeTitle(phase)}</dt>
+                <dd class="pre">
+                    <ValueText value={row.before} unit={unit} />
+                </dd>
+                <dt>{valueTitle(phase)}</dt>
+                <dd class="pre">
+                    <ValueText value={row.value} unit={unit} />
+                </dd>
+                {phase === "outcome" && (
+                    <>
+                        <dt>Afterwards</dt>
+                        <dd class="pre">
+                            <ValueText value={row.after} unit={unit} />
+                        </dd>
+                    </>
+                )}
+                <dt>State</dt>
+                <dd>
+                    <RowState state={row.state} phase={phase} />
+                </dd>
+                {row.text && (
+                    <>
+                        <dt>Text</dt>
+                        <dd class="pre">
+                            <Text long>{row.text}</Text>
+                        </dd>
+                    </>
+                )}
             </dl>
         </Dialog>
     );

@@ -17,7 +17,12 @@ export function Progress({ attempt }: { attempt: Attempt }) {
         );
     }
     if (stage.name !== "running") {
-        return <div class="progress"><p role="status">Sent to the service …</p><progress aria-label="Written" /></div>;
+        return (
+            <div class="progress">
+                <p role="status">Sent to the service …</p>
+                <progress aria-label="Written" />
+            </div>
+        );
     }
     const { done, total, isCancelling, isHeard } = stage;
     const title = isCancelling
@@ -27,7 +32,11 @@ export function Progress({ attempt }: { attempt: Attempt }) {
         <div class="progress">
             <div class="progress-line">
                 <p role="status">{title}</p>
-                {total > 0 && <span class="progress-count">{done} of {total}</span>}
+                {total > 0 && (
+                    <span class="progress-count">
+                        {done} of {total}
+                    </span>
+                )}
             </div>
             <progress aria-label="Written" {...(total > 0 ? { value: done, max: total } : {})} />
             {!isHeard && (
@@ -48,7 +57,9 @@ function CancelButton({ isCancelling }: { isCancelling: boolean }) {
     };
     return (
         <div class="cancel">
-            <button type="button" class="danger" disabled={isCancelling} onClick={stop}>Cancel</button>
+            <button type="button" class="danger" disabled={isCancelling} onClick={stop}>
+                Cancel
+            </button>
             <span class="hint">{mistake || "What was not tried yet is not written. What is written stays."}</span>
         </div>
     );

@@ -18,10 +18,17 @@ export function VerdictBox({ recipe, stage, children }: { recipe: string; stage:
     useEffect(() => box.current?.focus(), []);
     return (
         <div ref={box} class={`verdict notice ${kind}`} role={kind === "good" ? "status" : "alert"} tabIndex={-1}>
-            <span class="notice-sign" aria-hidden="true">{signs[kind]}</span>
+            <span class="notice-sign" aria-hidden="true">
+                {signs[kind]}
+            </span>
             <div>
-                <h2>{isNamed && <Text>{leafOf(recipe)}</Text>}{title}</h2>
-                {more.filter(Boolean).map((text) => <p class="pre">{text}</p>)}
+                <h2>
+                    {isNamed && <Text>{leafOf(recipe)}</Text>}
+                    {title}
+                </h2>
+                {more.filter(Boolean).map((text) => (
+                    <p class="pre">{text}</p>
+                ))}
                 <div class="actions">{children}</div>
             </div>
         </div>

@@ -25,18 +25,28 @@ export function WriteBar({ rows, hindrance, mayLeaveUnverified, onWrite }: Write
         <div class="write-bar">
             {unread > 0 && (
                 <p class="write-warning">
-                    <strong>{unread === 1 ? "1 value could not be read." : `${unread} values could not be read.`}</strong>{" "}
+                    <strong>
+                        {unread === 1 ? "1 value could not be read." : `${unread} values could not be read.`}
+                    </strong>{" "}
                     What stands there now is not known; it is written all the same.
                 </p>
             )}
             <div class="write-options">
                 <input
-                    class="write-note" aria-label="Note" placeholder="Note, such as order 4711" value={note}
-                    maxLength={longestNote} onInput={(event) => setNote(event.currentTarget.value)}
+                    class="write-note"
+                    aria-label="Note"
+                    placeholder="Note, such as order 4711"
+                    value={note}
+                    maxLength={longestNote}
+                    onInput={(event) => setNote(event.currentTarget.value)}
                 />
                 {mayLeaveUnverified && (
                     <label class="check">
-                        <input type="checkbox" checked={!verify} onChange={(event) => setVerify(!event.currentTarget.checked)} />
+                        <input
+                            type="checkbox"
+                            checked={!verify}
+                            onChange={(event) => setVerify(!event.currentTarget.checked)}
+                        />
                         Without verification
                     </label>
                 )}
@@ -44,7 +54,9 @@ export function WriteBar({ rows, hindrance, mayLeaveUnverified, onWrite }: Write
             <div class="write-act">
                 <p role="status">{hindrance || differingText(countOf(rows, "differs"), written.length)}</p>
                 <WriteButton
-                    written={written} isReady={hindrance === "" && written.length > 0} onWrite={() => onWrite(note.trim(), verify)}
+                    written={written}
+                    isReady={hindrance === "" && written.length > 0}
+                    onWrite={() => onWrite(note.trim(), verify)}
                 />
             </div>
         </div>
@@ -55,7 +67,9 @@ function differingText(differing: number, written: number): string {
     if (differing === 0) {
         return "None of them is known to differ.";
     }
-    return differing === written ? "All of them differ." : `${differing} of them ${differing === 1 ? "differs" : "differ"}.`;
+    return differing === written
+        ? "All of them differ."
+        : `${differing} of them ${differing === 1 ? "differs" : "differ"}.`;
 }
 
 interface WriteButtonProps {
@@ -86,12 +100,20 @@ function WriteButton({ written, isReady, onWrite }: WriteButtonProps) {
     };
     return (
         <button
-            type="button" class="primary write" disabled={!isReady || !isArmed} onClick={press}
-            onPointerDown={() => (isPressed.current = true)} onKeyDown={(event) => event.repeat && event.preventDefault()}
+            type="button"
+            class="primary write"
+            disabled={!isReady || !isArmed}
+            onClick={press}
+            onPointerDown={() => (isPressed.current = true)}
+            onKeyDown={(event) => event.repeat && event.preventDefault()}
         >
-            {written.length === 0
-                ? "Nothing to write"
-                : <>Write {counted(written.length, "value")} to <Listed names={domainsOf(written)} /></>}
+            {written.length === 0 ? (
+                "Nothing to write"
+            ) : (
+                <>
+                    Write {counted(written.length, "value")} to <Listed names={domainsOf(written)} />
+                </>
+            )}
         </button>
     );
 }
@@ -102,7 +124,10 @@ function Listed({ names }: { names: string[] }) {
     return (
         <>
             {shown.map((name, index) => (
-                <>{index === 0 ? "" : index === names.length - 1 ? " and " : ", "}<Text>{name}</Text></>
+                <>
+                    {index === 0 ? "" : index === names.length - 1 ? " and " : ", "}
+                    <Text>{name}</Text>
+                </>
             ))}
             {rest > 0 && ` and ${rest} more`}
         </>

@@ -58,7 +58,11 @@ export function verdictOf({ outcome, rows, text, isRemembered, isVerified }: Out
     const told = text.length > longestText ? text.slice(0, longestText) + " …" : text;
     const more = [isRemembered ? "" : "The history knows nothing of it.", told, ...remarks(rows)];
     if (outcome === "begun") {
-        return { kind: "bad", title: "The service ended in the middle. What was written is not known.", more: [lookAgain] };
+        return {
+            kind: "bad",
+            title: "The service ended in the middle. What was written is not known.",
+            more: [lookAgain],
+        };
     }
     const isWhole = rows.every(standsAsAsked);
     const kind = !isWhole ? "bad" : outcome !== "done" ? "warn" : verified > 0 && isVerified ? "good" : "info";
@@ -80,7 +84,9 @@ function remarks(rows: readonly Row[]): string[] {
     const verified = countOf(rows, "verified");
     const unchecked = verified > 0 || untried > 0 ? countOf(rows, "written") - doubtful : 0;
     return [
-        countOf(rows, "failed") > 0 ? "What failed may have arrived all the same, where only the controller's answer was lost." : "",
+        countOf(rows, "failed") > 0
+            ? "What failed may have arrived all the same, where only the controller's answer was lost."
+            : "",
         untried > 0 ? `${valuesWere(untried)} not tried, and so not written.` : "",
         doubtful > 0 ? `${valuesWere(doubtful)} written and could not be read back.` : "",
         unchecked > 0 ? `${valuesWere(unchecked)} written and not read back.` : "",

@@ -41,7 +41,10 @@ export function useUnits(recipe: string): ReadonlyMap<string, string> {
     const [units, setUnits] = useState(none);
     useEffect(() => {
         const abort = new AbortController();
-        readUnits(recipe, abort.signal).then((found) => abort.signal.aborted || setUnits(found), () => {});
+        readUnits(recipe, abort.signal).then(
+            (found) => abort.signal.aborted || setUnits(found),
+            () => {},
+        );
         return () => abort.abort();
     }, [recipe]);
     return units;

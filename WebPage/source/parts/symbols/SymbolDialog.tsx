@@ -24,10 +24,26 @@ export function SymbolDialog({ symbol, onClose }: { symbol: SymbolItem; onClose:
     return (
         <Dialog title={may("edit") ? "Write a symbol" : "A symbol"} onClose={onClose}>
             <dl class="symbol-facts">
-                <dt>Symbol</dt><dd><Text long>{name}</Text></dd>
-                <dt>Domain</dt><dd><Text>{domain}</Text></dd>
-                <dt>Address</dt><dd><code><Text long>{mapping}</Text></code></dd>
-                {range && !may("edit") && <><dt>Range</dt><dd>{range}</dd></>}
+                <dt>Symbol</dt>
+                <dd>
+                    <Text long>{name}</Text>
+                </dd>
+                <dt>Domain</dt>
+                <dd>
+                    <Text>{domain}</Text>
+                </dd>
+                <dt>Address</dt>
+                <dd>
+                    <code>
+                        <Text long>{mapping}</Text>
+                    </code>
+                </dd>
+                {range && !may("edit") && (
+                    <>
+                        <dt>Range</dt>
+                        <dd>{range}</dd>
+                    </>
+                )}
                 <dt>Now</dt>
                 <dd class="symbol-now" tabIndex={0}>
                     <Live symbol={name} domain={domain} unit={input.unit} /> <Quality symbol={symbol} />
@@ -63,23 +79,37 @@ function WriteForm({ symbol }: { symbol: SymbolItem }) {
     return (
         <div class="form">
             <div class="field">
-                <span class="field-title" aria-hidden="true">Value to write</span>
+                <span class="field-title" aria-hidden="true">
+                    Value to write
+                </span>
                 <ValueField
-                    label="Value to write" input={input} value={standing?.isCurrent ? standing.value : undefined}
-                    isFocused onChange={setTyped}
+                    label="Value to write"
+                    input={input}
+                    value={standing?.isCurrent ? standing.value : undefined}
+                    isFocused
+                    onChange={setTyped}
                 />
             </div>
             <label>
-                Note, for the history<input value={note} onInput={(event) => setNote(event.currentTarget.value)} />
+                Note, for the history
+                <input value={note} onInput={(event) => setNote(event.currentTarget.value)} />
             </label>
             {outcome && <OutcomeNotice outcome={outcome} name={name} />}
             {!isOpen && <Notice kind="warn">The link is lost. Nothing can be written before it is back.</Notice>}
             <div class="actions">
                 <button
-                    type="button" class="primary write-button" disabled={!isOpen || isBusy || value === undefined}
+                    type="button"
+                    class="primary write-button"
+                    disabled={!isOpen || isBusy || value === undefined}
                     onClick={() => value !== undefined && void write(value)}
                 >
-                    {value === undefined ? "Write" : <>Write <bdi>{brief(value)}</bdi> to <bdi>{name}</bdi></>}
+                    {value === undefined ? (
+                        "Write"
+                    ) : (
+                        <>
+                            Write <bdi>{brief(value)}</bdi> to <bdi>{name}</bdi>
+                        </>
+                    )}
                 </button>
             </div>
         </div>
@@ -98,10 +128,13 @@ function OutcomeNotice({ outcome, name }: { outcome: Outcome; name: string }) {
     useEffect(() => frame.current?.focus(), [outcome]);
     return (
         <div ref={frame} tabIndex={-1} class="outcome">
-            {outcome.error !== undefined ? <Failure error={outcome.error} /> : (
+            {outcome.error !== undefined ? (
+                <Failure error={outcome.error} />
+            ) : (
                 <Notice kind="good">
                     <p>
-                        <Text long>{outcome.written || "The empty text"}</Text> was written to <Text>{name}</Text>. What stands there now is shown above.
+                        <Text long>{outcome.written || "The empty text"}</Text> was written to <Text>{name}</Text>. What
+                        stands there now is shown above.
                     </p>
                     {outcome.text && <p class="state warn">{outcome.text}</p>}
                 </Notice>

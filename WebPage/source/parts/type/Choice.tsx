@@ -23,11 +23,20 @@ export function Choice({ label, value, options, onInput, hint, mistake }: Choice
             <label>
                 {label}
                 <input
-                    value={value} list={`${id}-list`} autocomplete="off" spellcheck={false} aria-invalid={isWrong}
-                    aria-describedby={id} onInput={(event) => onInput(event.currentTarget.value)}
+                    value={value}
+                    list={`${id}-list`}
+                    autocomplete="off"
+                    spellcheck={false}
+                    aria-invalid={isWrong}
+                    aria-describedby={id}
+                    onInput={(event) => onInput(event.currentTarget.value)}
                 />
             </label>
-            <datalist id={`${id}-list`}>{offered.map((name) => <option key={name} value={name} />)}</datalist>
+            <datalist id={`${id}-list`}>
+                {offered.map((name) => (
+                    <option key={name} value={name} />
+                ))}
+            </datalist>
             <p id={id} class={isWrong ? "mistake" : "hint"}>
                 {isWrong ? mistake : mistake ? "Choose one of those that are offered." : hint}
             </p>

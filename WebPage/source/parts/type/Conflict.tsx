@@ -22,21 +22,31 @@ const keyOf = ({ key, member }: Piece) => (member === undefined ? key : `member 
 export function Conflict({ before, theirs, mine, onClose, onGoOn }: ConflictProps) {
     const pieces = piecesOf(before, theirs.value, mine);
     const contested = pieces.filter(({ isContested }) => isContested).length;
-    const [chosen, setChosen] = useState<ReadonlyMap<string, boolean>>(() => new Map(pieces.map((piece) => [keyOf(piece), isOnlyMine(piece)])));
+    const [chosen, setChosen] = useState<ReadonlyMap<string, boolean>>(
+        () => new Map(pieces.map((piece) => [keyOf(piece), isOnlyMine(piece)])),
+    );
     const open = [...chosen].length;
-    const goOn = () => onGoOn(theirs, merged(before, theirs.value, mine, (piece) => chosen.get(keyOf(piece)) === true));
+    const goOn = () =>
+        onGoOn(
+            theirs,
+            merged(before, theirs.value, mine, (piece) => chosen.get(keyOf(piece)) === true),
+        );
     return (
         <Dialog title="Somebody has saved this type meanwhile" onClose={onClose} wide>
             <Form onSubmit={goOn}>
                 <p>
                     Nothing of yours is lost, and nothing is stored yet.{" "}
-                    {contested === 0 ? "Both changed different parts; both are kept." : `${counted(contested, "part was", "parts were")} changed by both: choose which to keep.`}
+                    {contested === 0
+                        ? "Both changed different parts; both are kept."
+                        : `${counted(contested, "part was", "parts were")} changed by both: choose which to keep.`}
                 </p>
                 {open > 0 && (
                     <div class="pieces">
                         {pieces.map((piece) => (
                             <PieceRow
-                                key={keyOf(piece)} piece={piece} isMine={chosen.get(keyOf(piece)) === true}
+                                key={keyOf(piece)}
+                                piece={piece}
+                                isMine={chosen.get(keyOf(piece)) === true}
                                 onChoose={(isMine) => setChosen(new Map(chosen).set(keyOf(piece), isMine))}
                             />
                         ))}
@@ -46,7 +56,9 @@ export function Conflict({ before, theirs, mine, onClose, onGoOn }: ConflictProp
                     <button type="button" class="danger" onClick={() => onGoOn(theirs, theirs.value)}>
                         Drop all of mine
                     </button>
-                    <button type="submit" class="primary">Go on with these</button>
+                    <button type="submit" class="primary">
+                        Go on with these
+                    </button>
                 </Actions>
             </Form>
         </Dialog>
@@ -63,7 +75,8 @@ function PieceRow({ piece, isMine, onChoose }: { piece: Piece; isMine: boolean; 
     const option = (title: string, value: Json | undefined, takesMine: boolean) => (
         <label class="piece-choice">
             <span>
-                <input type="radio" name={name} checked={isMine === takesMine} onChange={() => onChoose(takesMine)} /> {title}
+                <input type="radio" name={name} checked={isMine === takesMine} onChange={() => onChoose(takesMine)} />{" "}
+                {title}
             </span>
             <code class="pre">{textOf(value)}</code>
         </label>
@@ -71,10 +84,16 @@ function PieceRow({ piece, isMine, onChoose }: { piece: Piece; isMine: boolean; 
     return (
         <fieldset class="piece">
             <legend>
-                <Text>{piece.member ?? piece.key}</Text>{piece.isContested && <span class="state warn mark"><span aria-hidden="true">!</span> changed by both</span>}
+                <Text>{piece.member ?? piece.key}</Text>
+                {piece.isContested && (
+                    <span class="state warn mark">
+                        <span aria-hidden="true">!</span> changed by both
+                    </span>
+                )}
             </legend>
             <div class="piece-choice">
-                <span class="quiet-text">Before</span><code class="pre">{textOf(piece.before)}</code>
+                <span class="quiet-text">Before</span>
+                <code class="pre">{textOf(piece.before)}</code>
             </div>
             {option("Theirs", piece.theirs, false)}
             {option("Mine", piece.mine, true)}

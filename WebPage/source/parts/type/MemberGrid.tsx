@@ -21,11 +21,17 @@ export function MemberGrid({ rows, isFiltered, edit }: MemberGridProps) {
     const columns = [...factColumns(isType), ...(edit && !isFiltered ? [orderColumn(rows, edit.onMove)] : [])];
     return (
         <Grid
-            label="Members" kind="members" columns={columns} rows={rows} keyOf={({ name, from }) => `${from}\n${name}`}
+            label="Members"
+            kind="members"
+            columns={columns}
+            rows={rows}
+            keyOf={({ name, from }) => `${from}\n${name}`}
             rowClass={({ from }) => (from ? "inherited" : "")}
             {...(edit && { onOpen: (row: MemberRow) => row.from === "" && edit.onOpen(row.name) })}
             empty={
-                isFiltered ? <Empty title="No member fits the search." /> : (
+                isFiltered ? (
+                    <Empty title="No member fits the search." />
+                ) : (
                     <Empty title="This type has no members yet.">
                         {edit && <p>Add the first one, or choose a type to inherit from.</p>}
                     </Empty>
@@ -45,15 +51,41 @@ function useIsType(): (name: string) => boolean {
 const factColumns = (isType: (name: string) => boolean): Column<MemberRow>[] => [
     { key: "name", title: "Member", cell: (row) => <Name row={row} /> },
     { key: "symbol", title: "Symbol or nested type", cell: (row) => <Stands row={row} isType={isType} /> },
-    { key: "default", title: "Default", right: true, cell: ({ value, input }) => <ValueText value={value} unit={input.unit} /> },
-    { key: "range", title: "Range", cell: ({ input }) => <span class="quiet-text"><bdi>{formText(input)}</bdi></span> },
     {
-        key: "enabled", title: "Enabled",
-        cell: ({ isEnabled }) => <span class={isEnabled ? "state good" : "state warn"}><span aria-hidden="true">{isEnabled ? "●" : "○"}</span> {isEnabled ? "yes" : "no"}</span>,
+        key: "default",
+        title: "Default",
+        right: true,
+        cell: ({ value, input }) => <ValueText value={value} unit={input.unit} />,
     },
     {
-        key: "from", title: "From",
-        cell: ({ from }) => from ? <Link to="/type" query={{ name: from }}><EntryName name={from} /></Link> : <span class="quiet-text">this type</span>,
+        key: "range",
+        title: "Range",
+        cell: ({ input }) => (
+            <span class="quiet-text">
+                <bdi>{formText(input)}</bdi>
+            </span>
+        ),
+    },
+    {
+        key: "enabled",
+        title: "Enabled",
+        cell: ({ isEnabled }) => (
+            <span class={isEnabled ? "state good" : "state warn"}>
+                <span aria-hidden="true">{isEnabled ? "●" : "○"}</span> {isEnabled ? "yes" : "no"}
+            </span>
+        ),
+    },
+    {
+        key: "from",
+        title: "From",
+        cell: ({ from }) =>
+            from ? (
+                <Link to="/type" query={{ name: from }}>
+                    <EntryName name={from} />
+                </Link>
+            ) : (
+                <span class="quiet-text">this type</span>
+            ),
     },
 ];
 
@@ -64,24 +96,37 @@ function Name({ row: { name, mark, mistake, isEnabled } }: { row: MemberRow }) {
         <>
             <Text>{name}</Text>
             {!isEnabled && (
-                <span class="state warn mark narrow-only"><span aria-hidden="true">○</span> not enabled</span>
+                <span class="state warn mark narrow-only">
+                    <span aria-hidden="true">○</span> not enabled
+                </span>
             )}
             {mark && <span class="mark">{markSigns[mark]}</span>}
             {mistake && (
-                <span class="state bad mark" title={mistake}><span aria-hidden="true">✕</span> <bdi>{mistake}</bdi></span>
+                <span class="state bad mark" title={mistake}>
+                    <span aria-hidden="true">✕</span> <bdi>{mistake}</bdi>
+                </span>
             )}
         </>
     );
 }
 
-function Stands({ row: { symbol, isMapped, nestedType }, isType }: { row: MemberRow; isType: (name: string) => boolean }) {
+function Stands({
+    row: { symbol, isMapped, nestedType },
+    isType,
+}: {
+    row: MemberRow;
+    isType: (name: string) => boolean;
+}) {
     return (
         <>
             {symbol && <Text>{symbol}</Text>}
             {symbol && isMapped === false && <Missing what="symbol" />}
             {nestedType && (
                 <>
-                    <span class="quiet-text">type</span> <Link to="/type" query={{ name: nestedType }}><EntryName name={nestedType} /></Link>
+                    <span class="quiet-text">type</span>{" "}
+                    <Link to="/type" query={{ name: nestedType }}>
+                        <EntryName name={nestedType} />
+                    </Link>
                 </>
             )}
             {nestedType && !isType(nestedType) && <Missing what="type" />}
@@ -90,14 +135,23 @@ function Stands({ row: { symbol, isMapped, nestedType }, isType }: { row: Member
 }
 
 function Missing({ what }: { what: string }) {
-    return <span class="state bad mark"><span aria-hidden="true">✕</span> no such {what}</span>;
+    return (
+        <span class="state bad mark">
+            <span aria-hidden="true">✕</span> no such {what}
+        </span>
+    );
 }
 
 function formText(input: MemberRow["input"]): string {
     if (input.choices) {
         return input.choices.map((choice) => shown(choice)).join(", ");
     }
-    return rangeText(input) || { boolean: "true or false", string: "text", integer: "whole number", number: "number", other: "" }[input.type ?? "other"];
+    return (
+        rangeText(input) ||
+        { boolean: "true or false", string: "text", integer: "whole number", number: "number", other: "" }[
+            input.type ?? "other"
+        ]
+    );
 }
 
 function orderColumn(rows: MemberRow[], onMove: (name: string, by: number) => void): Column<MemberRow> {
@@ -105,12 +159,24 @@ function orderColumn(rows: MemberRow[], onMove: (name: string, by: number) => vo
     const [first, last] = [own[0]?.name, own.at(-1)?.name];
     const arrow = ({ name }: MemberRow, by: number) => (
         <button
-            type="button" class="quiet icon" aria-label={`Move ${name} ${by < 0 ? "up" : "down"}`}
+            type="button"
+            class="quiet icon"
+            aria-label={`Move ${name} ${by < 0 ? "up" : "down"}`}
             disabled={name === (by < 0 ? first : last)}
             onClick={() => onMove(name, by)}
         >
             {by < 0 ? "↑" : "↓"}
         </button>
     );
-    return { key: "order", title: "Order", cell: (row) => row.from === "" && <>{arrow(row, -1)}{arrow(row, 1)}</> };
+    return {
+        key: "order",
+        title: "Order",
+        cell: (row) =>
+            row.from === "" && (
+                <>
+                    {arrow(row, -1)}
+                    {arrow(row, 1)}
+                </>
+            ),
+    };
 }

@@ -26,8 +26,15 @@ export function NewType({ folder, onClose }: NewProps) {
     const isUnknown = parent !== "" && !typeNames.includes(parent);
     const submit = () =>
         making.run(async () => {
-            const entry = new Map<string, Json>(parent ? [["recipeTypeNames", [parent]]] : []).set("members", new Map());
-            const answer = await request("PUT", "/type", { query: { name }, text: write(entry), headers: { "If-None-Match": "*" } });
+            const entry = new Map<string, Json>(parent ? [["recipeTypeNames", [parent]]] : []).set(
+                "members",
+                new Map(),
+            );
+            const answer = await request("PUT", "/type", {
+                query: { name },
+                text: write(entry),
+                headers: { "If-None-Match": "*" },
+            });
             onClose();
             sayEdited(`${name} is made.`, answer.text);
             go("/type", { name });
@@ -36,11 +43,17 @@ export function NewType({ folder, onClose }: NewProps) {
         <Dialog title="New type" onClose={onClose}>
             <Form onSubmit={submit}>
                 <NameField
-                    label="Name" value={name} onInput={(text) => (setName(text), making.clear())}
-                    mistake={making.nameMistake} hint="Folders stand before it: Folder::Name"
+                    label="Name"
+                    value={name}
+                    onInput={(text) => (setName(text), making.clear())}
+                    mistake={making.nameMistake}
+                    hint="Folders stand before it: Folder::Name"
                 />
                 <Choice
-                    label="Inherits from" value={parent} onInput={setParent} options={typeNames}
+                    label="Inherits from"
+                    value={parent}
+                    onInput={setParent}
+                    options={typeNames}
                     hint="Optional. Its members become members of the new type too."
                     mistake={isUnknown ? "There is no such type." : ""}
                 />
@@ -68,8 +81,11 @@ export function NewFolder({ folder, onClose }: NewProps) {
         <Dialog title="New folder of types" onClose={onClose}>
             <Form onSubmit={submit}>
                 <NameField
-                    label="Name" value={name} onInput={(text) => (setName(text), making.clear())}
-                    mistake={making.nameMistake} hint="Folders stand before it: Folder::Name"
+                    label="Name"
+                    value={name}
+                    onInput={(text) => (setName(text), making.clear())}
+                    mistake={making.nameMistake}
+                    hint="Folders stand before it: Folder::Name"
                 />
                 {making.failure !== undefined && <Failure error={making.failure} />}
                 <Actions onClose={onClose}>
@@ -103,7 +119,10 @@ function useMaking(): Making {
     };
     const isNamed = isOfName(error);
     return {
-        isBusy, run, nameMistake: isNamed ? nameMistake(error) : "", failure: isNamed ? undefined : error,
+        isBusy,
+        run,
+        nameMistake: isNamed ? nameMistake(error) : "",
+        failure: isNamed ? undefined : error,
         clear: () => setError(undefined),
     };
 }

@@ -21,10 +21,14 @@ export function Parents({ type, names, onChange }: ParentsProps) {
             {names.length === 0 && <span class="quiet-text">no other type</span>}
             {names.map((name) => (
                 <span key={name} class="parent">
-                    <Link to="/type" query={{ name }}><EntryName name={name} /></Link>
+                    <Link to="/type" query={{ name }}>
+                        <EntryName name={name} />
+                    </Link>
                     {onChange && (
                         <button
-                            type="button" class="quiet icon" aria-label={`Inherit from ${name} no longer`}
+                            type="button"
+                            class="quiet icon"
+                            aria-label={`Inherit from ${name} no longer`}
                             onClick={() => onChange(names.filter((each) => each !== name))}
                         >
                             ✕
@@ -32,10 +36,15 @@ export function Parents({ type, names, onChange }: ParentsProps) {
                     )}
                 </span>
             ))}
-            {onChange && <button type="button" onClick={() => setIsAdding(true)}>Add …</button>}
+            {onChange && (
+                <button type="button" onClick={() => setIsAdding(true)}>
+                    Add …
+                </button>
+            )}
             {isAdding && (
                 <AddParent
-                    taken={[type, ...names]} onAdd={(name) => onChange?.([...names, name])}
+                    taken={[type, ...names]}
+                    onAdd={(name) => onChange?.([...names, name])}
                     onClose={() => setIsAdding(false)}
                 />
             )}
@@ -56,12 +65,17 @@ function AddParent({ taken, onAdd, onClose }: { taken: string[]; onAdd: (name: s
         <Dialog title="Inherit from another type" onClose={onClose}>
             <Form onSubmit={submit}>
                 <Choice
-                    label="Type" value={name} onInput={setName} options={options}
+                    label="Type"
+                    value={name}
+                    onInput={setName}
+                    options={options}
                     hint="Its members become members of this type too."
                     mistake={name && !isChosen ? "There is no such type." : ""}
                 />
                 <Actions onClose={onClose}>
-                    <button type="submit" class="primary" disabled={!isChosen}>Add</button>
+                    <button type="submit" class="primary" disabled={!isChosen}>
+                        Add
+                    </button>
                 </Actions>
             </Form>
         </Dialog>

@@ -42,13 +42,17 @@ export function RenameMember({ type, name, member, onClose, onDone }: RenameMemb
         <Dialog title={`Rename the member ${name}`} onClose={onClose}>
             <Form onSubmit={() => void submit()}>
                 <NameField
-                    label="Name" value={newName} onInput={input} mistake={isTaken ? error.message : ""}
+                    label="Name"
+                    value={newName}
+                    onInput={input}
+                    mistake={isTaken ? error.message : ""}
                     hint="Stored at once. The values in recipes follow."
                 />
                 {error !== undefined && !isTaken && <Failure error={error} />}
                 <Actions onClose={onClose}>
                     <button
-                        type="submit" class="primary"
+                        type="submit"
+                        class="primary"
                         disabled={isBusy || newName === "" || newName === name || newName.includes("::")}
                     >
                         Rename

@@ -7,14 +7,29 @@ import { counted, EntryName, Link, Text } from "../Text";
 import type { Edited } from "./useTypeDraft";
 
 /** What saving the type has done besides, and what can be done about its recipes. */
-export function Saved({ type, edited: { written, removed, warnings }, recipeCount }: { type: string; edited: Edited; recipeCount: number }) {
+export function Saved({
+    type,
+    edited: { written, removed, warnings },
+    recipeCount,
+}: {
+    type: string;
+    edited: Edited;
+    recipeCount: number;
+}) {
     return (
         <Notice kind={warnings.length > 0 ? "warn" : "good"}>
             <p>The type is saved.</p>
             {warnings.length > 0 && (
                 <ul>
                     {warnings.map(({ path, text }) => (
-                        <li>{path && <><PathLink path={path} />: </>}<Text>{text}</Text></li>
+                        <li>
+                            {path && (
+                                <>
+                                    <PathLink path={path} />:{" "}
+                                </>
+                            )}
+                            <Text>{text}</Text>
+                        </li>
                     ))}
                 </ul>
             )}
@@ -29,9 +44,15 @@ function Paths({ title, paths }: { title: string; paths: string[] }) {
     const most = 50;
     return paths.length === 0 ? null : (
         <details>
-            <summary>{title}: {counted(paths.length, "place")}</summary>
+            <summary>
+                {title}: {counted(paths.length, "place")}
+            </summary>
             <ul>
-                {paths.slice(0, most).map((path) => <li><PathLink path={path} /></li>)}
+                {paths.slice(0, most).map((path) => (
+                    <li>
+                        <PathLink path={path} />
+                    </li>
+                ))}
                 {paths.length > most && <li>and {paths.length - most} more</li>}
             </ul>
         </details>
@@ -52,7 +73,9 @@ function Update({ type, recipeCount }: { type: string; recipeCount: number }) {
         setIsBusy(true);
         setError(undefined);
         try {
-            setUpdates(JSON.parse((await request("POST", "/updates", { text: JSON.stringify({ type }) })).text) as Updates);
+            setUpdates(
+                JSON.parse((await request("POST", "/updates", { text: JSON.stringify({ type }) })).text) as Updates,
+            );
         } catch (reason) {
             setError(reason);
         }
@@ -61,7 +84,8 @@ function Update({ type, recipeCount }: { type: string; recipeCount: number }) {
     return (
         <>
             <p>
-                {counted(recipeCount, "recipe is", "recipes are")} as before. Values that they lack now can be filled in from the type.
+                {counted(recipeCount, "recipe is", "recipes are")} as before. Values that they lack now can be filled in
+                from the type.
             </p>
             {error !== undefined && <Failure error={error} />}
             <button type="button" disabled={isBusy} onClick={() => void update()}>
@@ -72,7 +96,11 @@ function Update({ type, recipeCount }: { type: string; recipeCount: number }) {
     );
 }
 
-const signs: Record<string, [sign: string, kind: string]> = { updated: ["✓", "good"], same: ["=", "quiet"], failed: ["✕", "bad"] };
+const signs: Record<string, [sign: string, kind: string]> = {
+    updated: ["✓", "good"],
+    same: ["=", "quiet"],
+    failed: ["✕", "bad"],
+};
 
 function UpdateRows({ updates: { counts, rows }, onClose }: { updates: Updates; onClose: () => void }) {
     const most = 500;
@@ -80,15 +108,23 @@ function UpdateRows({ updates: { counts, rows }, onClose }: { updates: Updates; 
     const sorted = ["failed", "updated", "same"].flatMap((state) => rows.filter((row) => row.state === state));
     return (
         <Dialog title="The recipes of the type" onClose={onClose} wide>
-            <p class="note">{counts.updated} updated, {counts.same} the same, {counts.failed} failed.</p>
+            <p class="note">
+                {counts.updated} updated, {counts.same} the same, {counts.failed} failed.
+            </p>
             <ul class="update-rows">
                 {sorted.slice(0, most).map(({ recipe, state, text, info }) => (
                     <li key={recipe}>
-                        <span class={"state " + (signs[state]?.[1] ?? "quiet")}><span aria-hidden="true">{signs[state]?.[0]}</span> {state}</span>
+                        <span class={"state " + (signs[state]?.[1] ?? "quiet")}>
+                            <span aria-hidden="true">{signs[state]?.[0]}</span> {state}
+                        </span>
                         <span>
-                            <Link to="/recipe" query={{ name: recipe }}><EntryName name={recipe} /></Link>
+                            <Link to="/recipe" query={{ name: recipe }}>
+                                <EntryName name={recipe} />
+                            </Link>
                             {[text, ...info].filter(Boolean).map((line) => (
-                                <span class="update-line"><Text long>{line}</Text></span>
+                                <span class="update-line">
+                                    <Text long>{line}</Text>
+                                </span>
                             ))}
                         </span>
                     </li>

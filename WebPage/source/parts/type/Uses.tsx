@@ -29,9 +29,17 @@ export function Uses({ type, used: { answer, error, again } }: { type: string; u
         <section class="uses" aria-label="Where it is used">
             <h2>Where it is used</h2>
             <p>
-                {recipes === 0 ? "No recipe is of this type." : <Link to="/recipes" query={{ type }}>{counted(recipes, "recipe")}</Link>}
+                {recipes === 0 ? (
+                    "No recipe is of this type."
+                ) : (
+                    <Link to="/recipes" query={{ type }}>
+                        {counted(recipes, "recipe")}
+                    </Link>
+                )}
             </p>
-            {uses.length === 0 ? <p class="quiet-text">No type inherits from it or nests it.</p> : (
+            {uses.length === 0 ? (
+                <p class="quiet-text">No type inherits from it or nests it.</p>
+            ) : (
                 <ul>
                     {uses.map(({ path, kind }) => (
                         <li key={kind + path}>

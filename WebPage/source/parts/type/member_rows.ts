@@ -36,34 +36,42 @@ export interface Resolved {
 /** What the service knows of the members of a type, and of those that it would inherit from `parents`. */
 export function useResolved(name: string, parents: readonly string[]): Resolved {
     const { configuration } = useStore(revision);
-    const { answer } = useAnswer(async (signal) => {
-        const read = async (type: string) => rows<Member>((await readExact("/members", { type }, signal)).get("members"));
-        const mistakes: string[] = [];
-        const told = await Promise.all(
-            [name, ...parents].map((type, index) =>
-                read(type).catch((error: unknown) => {
-                    if (index > 0) {
-                        mistakes.push(`${type}: ${errorText(error)}`);
-                    }
-                    return [];
-                }),
-            ),
-        );
-        const own = new Map(told[0]!.filter(({ type }) => type === name).map((member) => [member.name, member]));
-        return { own, inherited: told.slice(1).flat(), mistakes };
-    }, [name, parents.join("\n"), configuration]);
+    const { answer } = useAnswer(
+        async (signal) => {
+            const read = async (type: string) =>
+                rows<Member>((await readExact("/members", { type }, signal)).get("members"));
+            const mistakes: string[] = [];
+            const told = await Promise.all(
+                [name, ...parents].map((type, index) =>
+                    read(type).catch((error: unknown) => {
+                        if (index > 0) {
+                            mistakes.push(`${type}: ${errorText(error)}`);
+                        }
+                        return [];
+                    }),
+                ),
+            );
+            const own = new Map(told[0]!.filter(({ type }) => type === name).map((member) => [member.name, member]));
+            return { own, inherited: told.slice(1).flat(), mistakes };
+        },
+        [name, parents.join("\n"), configuration],
+    );
     return answer ?? nothing;
 }
 
 const nothing: Resolved = { own: new Map(), inherited: [], mistakes: [] };
 
 export function memberRows(
-    before: JsonObject, entry: JsonObject, resolved: Resolved, mistakes: ReadonlyMap<string, string>,
+    before: JsonObject,
+    entry: JsonObject,
+    resolved: Resolved,
+    mistakes: ReadonlyMap<string, string>,
 ): MemberRow[] {
     const marks = marksOf(before, entry);
     const inherited = new Set(resolved.inherited.map(({ name }) => name));
     const ownRows = [...membersOf(entry).keys()].map((name) => {
-        const mistake = mistakes.get(name) ?? (inherited.has(name) ? "inherited too, and values belong to that one" : "");
+        const mistake =
+            mistakes.get(name) ?? (inherited.has(name) ? "inherited too, and values belong to that one" : "");
         return ownRow(name, memberOf(entry, name), resolved.own.get(name), marks.get(name) ?? "", mistake);
     });
     return [...resolved.inherited.map(inheritedRow), ...ownRows];
@@ -71,9 +79,16 @@ export function memberRows(
 
 function inheritedRow(member: Member): MemberRow {
     return {
-        name: member.name, from: member.type, symbol: member.symbol ?? "", isMapped: member.domain !== null,
-        nestedType: member.nestedType ?? "", value: member.default, isEnabled: member.enabled, input: inputOf(member.input),
-        mark: "", mistake: "",
+        name: member.name,
+        from: member.type,
+        symbol: member.symbol ?? "",
+        isMapped: member.domain !== null,
+        nestedType: member.nestedType ?? "",
+        value: member.default,
+        isEnabled: member.enabled,
+        input: inputOf(member.input),
+        mark: "",
+        mistake: "",
     };
 }
 
@@ -82,8 +97,16 @@ function ownRow(name: string, member: JsonObject, told: Member | undefined, mark
     const nestedType = textOf(member.get("recipeType"));
     const isAsTold = told !== undefined && (told.symbol ?? "") === symbol;
     return {
-        name, from: "", symbol, nestedType, value: member.get("defaultValue"), isEnabled: member.get("enabled") === true, mark, mistake,
-        isMapped: isAsTold ? told.domain !== null : isMapped(symbol), input: isAsTold ? inputOf(told.input) : formOf(symbol, nestedType),
+        name,
+        from: "",
+        symbol,
+        nestedType,
+        value: member.get("defaultValue"),
+        isEnabled: member.get("enabled") === true,
+        mark,
+        mistake,
+        isMapped: isAsTold ? told.domain !== null : isMapped(symbol),
+        input: isAsTold ? inputOf(told.input) : formOf(symbol, nestedType),
     };
 }
 

@@ -78,7 +78,8 @@ export function useTypeDraft(name: string): TypeDraft {
             asked.again();
             setEdited(JSON.parse(answer.text) as Edited);
         } catch (reason) {
-            const current = reason instanceof Problem && reason.status === 412 ? reason.members.get("current") : undefined;
+            const current =
+                reason instanceof Problem && reason.status === 412 ? reason.members.get("current") : undefined;
             if (current instanceof Map) {
                 setConflict({ name, etag: (reason as Problem).etag, value: current });
             } else {
@@ -88,10 +89,23 @@ export function useTypeDraft(name: string): TypeDraft {
         setIsBusy(false);
     };
     return {
-        base: state?.base, entry: state?.entry, isDirty, isBusy, conflict, edited, goOn,
-        isOvertaken: isDirty && !isBusy && asked.answer !== undefined && asked.answer !== taken.current &&
+        base: state?.base,
+        entry: state?.entry,
+        isDirty,
+        isBusy,
+        conflict,
+        edited,
+        goOn,
+        isOvertaken:
+            isDirty &&
+            !isBusy &&
+            asked.answer !== undefined &&
+            asked.answer !== taken.current &&
             asked.answer.etag !== state.base.etag,
-        unread: asked.error, refusal, again: asked.again, save: () => void save(),
+        unread: asked.error,
+        refusal,
+        again: asked.again,
+        save: () => void save(),
         set: (entry) => state && (setState({ ...state, entry }), setEdited(undefined)),
     };
 }
@@ -100,7 +114,10 @@ export function useTypeDraft(name: string): TypeDraft {
 function useUnsaved(isDirty: boolean): void {
     const current = useRef(isDirty);
     current.current = isDirty;
-    useEffect(() => guardLeaving(() => (current.current ? "The type has unsaved changes. Leave without them?" : "")), []);
+    useEffect(
+        () => guardLeaving(() => (current.current ? "The type has unsaved changes. Leave without them?" : "")),
+        [],
+    );
 }
 
 /** Ctrl+S, unless a dialog is open. */
