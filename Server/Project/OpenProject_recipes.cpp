@@ -65,6 +65,7 @@ MembersOutcome OpenProject::members(std::string const& type) const
                                    .type = found.type,
                                    .symbol = symbol,
                                    .domain = mapped == nullptr ? std::string() : mapped->domain,
+                                   .tolerance = mapped == nullptr ? 0 : mapped->tolerance,
                                    .symbol_schema = mapped == nullptr ? Value() : mapped->schema,
                                    .schema = member[Key::member_schema],
                                    .default_value = member[Key::default_value],

@@ -93,6 +93,8 @@ struct MemberInfo
     std::string symbol;
     /// The symbol's, empty where the project maps no such symbol.
     std::string domain;
+    /// By how much a number in the controller may be off, in the symbol's unit.
+    double tolerance = 0;
     /// Null where the project maps no such symbol.
     RavikSrv::Value symbol_schema;
     /// The member's own, null for none.

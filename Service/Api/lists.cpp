@@ -124,6 +124,10 @@ Value member_value(MemberInfo const& member)
     value.insert("type", text_value(member.type));
     value.insert("symbol", member.symbol.empty() ? Value() : text_value(member.symbol));
     value.insert("domain", member.domain.empty() ? Value() : text_value(member.domain));
+    if (member.tolerance > 0)
+    {
+        value.insert("tolerance", Value(member.tolerance));
+    }
     value.insert("symbolSchema", member.symbol_schema);
     value.insert("schema", member.schema);
     value.insert("default", member.default_value);

@@ -25,7 +25,7 @@ std::string plant_file(std::uint16_t device)
                           R"("Line.Count":{"DOMAIN":"Line","MAPPING":"Count","USEMAPPING":true,)"
                           R"("SCHEMA":{"type":"integer"}},)"
                           R"("Line.Free":{"DOMAIN":"Line","MAPPING":"Free","USEMAPPING":true,)"
-                          R"("SCHEMA":{"type":"number"}})";
+                          R"("TOLERANCE":0.5,"SCHEMA":{"type":"number"}})";
     if (device != 0)
     {
         extensions += R"(,{"domain":"Press","library":")" MODBUS_LIBRARY

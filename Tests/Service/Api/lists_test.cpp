@@ -29,13 +29,15 @@ TEST(Lists, tell_what_a_form_has_to_know_of_a_value)
     auto client = plant.client("engineer");
     auto const edit =
         client.send("PATCH", "/type?name=Dough",
-                    R"({"members":{"Speed":{"schema":{"maximum":200,"unit":"rpm"}},"Part":{"recipeType":"Dough"}}})",
+                    R"({"members":{"Speed":{"schema":{"maximum":200,"unit":"rpm"}},"Part":{"recipeType":"Dough"},"Spare":{"symbol":"Line.Free"}}})",
                     client.if_match("/type?name=Dough"));
     ASSERT_EQ(edit.status, 200U) << edit.body;
     auto const speed = item(client, "/members?type=Dough", "Speed", "members");
     EXPECT_EQ(speed["domain"].get_text(), "Line");
     EXPECT_EQ(Json::write(speed["input"]), R"({"type":"number","minimum":0,"maximum":200,"unit":"rpm"})");
     EXPECT_FALSE(is_there(item(client, "/members?type=Dough", "Part", "members")["domain"]));
+    EXPECT_EQ(item(client, "/members?type=Dough", "Spare", "members")["tolerance"].get_double(), 0.5);
+    EXPECT_FALSE(is_there(speed["tolerance"]));
     EXPECT_EQ(Json::write(item(client, "/symbols", "Line.Speed")["input"]),
               R"({"type":"number","minimum":0,"maximum":300})");
 }

@@ -20,6 +20,8 @@ export interface Member {
     default: Json;
     nestedType: string | null;
     enabled: boolean;
+    /** By how much the controller may be off. */
+    tolerance?: Json;
     input: Json;
 }
 

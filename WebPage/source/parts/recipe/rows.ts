@@ -117,27 +117,34 @@ export function differenceOf({ member }: ValueRow, value: Json | undefined): Dif
         return "";
     }
     const live = liveValue(member.symbol, member.domain ?? "");
-    return !live?.isCurrent ? "unknown" : agree(value, live.value, member.isFloat) ? "same" : "differs";
+    return !live?.isCurrent ? "unknown" : agree(value, live.value, member) ? "same" : "differs";
 }
 
 const whole = /^-?\d+$/;
 
+interface Width {
+    /** Whether the controller keeps 32 bits of it. */
+    isFloat: boolean;
+    tolerance?: Json;
+}
+
 /** As the service judges it: numbers by what they are worth in the controller's width, all else exactly. */
-export function agree(stored: Json, live: Json, isFloat: boolean): boolean {
+export function agree(stored: Json, live: Json, width: Width): boolean {
     if (stored instanceof NumberText && live instanceof NumberText) {
-        return stored.text === live.text || areNear(stored.text, live.text, isFloat);
+        return stored.text === live.text || areNear(stored.text, live.text, width);
     }
     return isSame(stored, live);
 }
 
-function areNear(one: string, other: string, isFloat: boolean): boolean {
-    if (whole.test(one) && whole.test(other)) {
+function areNear(one: string, other: string, { isFloat, tolerance }: Width): boolean {
+    const off = tolerance instanceof NumberText ? Number(tolerance.text) : 0;
+    if (off === 0 && whole.test(one) && whole.test(other)) {
         return BigInt(one) === BigInt(other);
     }
     const [left, right] = isFloat
         ? [Math.fround(Number(one)), Math.fround(Number(other))]
         : [Number(one), Number(other)];
-    return left === right || Math.abs(left - right) <= (isFloat ? 2 ** -23 : Number.EPSILON);
+    return left === right || Math.abs(left - right) <= Math.max(off, isFloat ? 2 ** -23 : Number.EPSILON);
 }
 
 export interface Counts {
