@@ -28,6 +28,8 @@ struct Session
     /// The cookie's value and what each request with the cookie must carry; secrets both.
     std::string cookie;
     std::string csrf;
+    /// How long the browser is to keep the cookie; nothing for as long as it runs.
+    std::optional<std::chrono::seconds> lifetime{};
 };
 
 /// Who comes with a cookie.
@@ -36,6 +38,8 @@ struct Visitor
     Identity identity;
     /// Whether the session's CSRF token came along. A cookie alone browsers send for whoever asks.
     bool is_proven = false;
+    /// As a session's, from now on.
+    std::optional<std::chrono::seconds> lifetime{};
 };
 
 /// What became of an attempt to sign in.
@@ -63,7 +67,8 @@ struct AccessClocks
     std::function<std::chrono::system_clock::time_point()> wall = std::chrono::system_clock::now;
 };
 
-/// Who may come in: users with their passwords, tokens, and the sessions of browsers. Follows the file of users as it
+/// Who may come in: users with their passwords, tokens, and the sessions of browsers. A session that was begun with a
+/// token is as good as the token, also after a restart. Follows the file of users as it
 /// changes; what belongs to somebody whose password, role or entry has changed ends at once. Thread-safe; nothing is
 /// called back under a lock.
 ///
@@ -98,6 +103,8 @@ public:
 
     /// Whose cookie it is, none where its session has ended. Counts as a request of the session where it is proven.
     std::optional<Visitor> visitor(std::string const& cookie, std::string const& csrf);
+    /// Ends the session and its watches. One that was begun with a token ends with its cookie: who has kept both halves
+    /// of the token is let in until the token goes.
     void end_session(std::string const& cookie);
     /// Who a bearer token stands for.
     std::optional<Identity> bearer(std::string const& token);

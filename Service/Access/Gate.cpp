@@ -1,6 +1,7 @@
 #include "Access/Gate.h"
 
 #include "Access/secrets.h"
+#include "Access/token_session.h"
 
 #include <algorithm>
 #include <iterator>
@@ -18,6 +19,8 @@ constexpr std::chrono::milliseconds look_interval{250};
 /// How long what was last read is good while the file can't be read.
 constexpr std::chrono::seconds longest_trouble{60};
 constexpr std::chrono::minutes start_token_lifetime{10};
+/// How long browsers keep a cookie at most, whatever they are told.
+constexpr std::chrono::nanoseconds longest_kept = std::chrono::days{400};
 constexpr std::size_t most_attempts = 10000;
 
 void append(Gate::Calls& calls, Gate::Calls more)
@@ -116,14 +119,16 @@ SignIn Gate::sign_in_by_token(std::string const& token, std::string const& addre
         return {.outcome = Outcome::TooMany, .wait = wait};
     }
     auto const hash = secret_hash(token);
-    auto principal = principal_of(hash);
-    principal = principal ? principal : take_start_token(hash);
-    if (!principal)
+    if (auto const principal = principal_of(hash))
     {
-        m_by_address.wrong(address_key, now);
-        return {.outcome = Outcome::Wrong};
+        return {.outcome = Outcome::Done, .session = make_token_session(token, *principal)};
     }
-    return {.outcome = Outcome::Done, .session = make_session(*principal, calls)};
+    if (auto const principal = take_start_token(hash))
+    {
+        return {.outcome = Outcome::Done, .session = make_session(*principal, calls)};
+    }
+    m_by_address.wrong(address_key, now);
+    return {.outcome = Outcome::Wrong};
 }
 
 std::optional<Principal> Gate::principal_of(std::string const& token_hash) const
@@ -143,6 +148,22 @@ std::optional<Principal> Gate::take_start_token(std::string const& token_hash)
     return principal;
 }
 
+Session Gate::make_token_session(std::string const& token, Principal const& principal) const
+{
+    auto halves = halves_of(token, principal);
+    return {.identity = identity_of(principal),
+            .cookie = std::move(halves.cookie),
+            .csrf = std::move(halves.csrf),
+            .lifetime = lifetime_of(principal)};
+}
+
+std::optional<std::chrono::seconds> Gate::lifetime_of(Principal const& token) const
+{
+    auto const end = m_roster.now().token_end(token.hash);
+    auto const rest = end ? *end - m_clocks.wall() : longest_kept;
+    return std::chrono::duration_cast<std::chrono::seconds>(std::min<std::chrono::nanoseconds>(rest, longest_kept));
+}
+
 Session Gate::make_session(Principal const& principal, Calls& calls)
 {
     Session session{.identity = identity_of(principal), .cookie = random_secret(), .csrf = random_secret()};
@@ -155,6 +176,12 @@ Session Gate::make_session(Principal const& principal, Calls& calls)
 
 std::optional<Visitor> Gate::visitor(std::string const& cookie, std::string const& csrf, Calls& calls)
 {
+    if (auto const token = token_of_cookie(cookie, calls))
+    {
+        return Visitor{.identity = identity_of(*token),
+                       .is_proven = is_proof(cookie, csrf, *token),
+                       .lifetime = lifetime_of(*token)};
+    }
     auto* const found = good_session(cookie, calls);
     if (found == nullptr)
     {
@@ -164,6 +191,13 @@ std::optional<Visitor> Gate::visitor(std::string const& cookie, std::string cons
     // Otherwise any page in the browser could keep the session of somebody who has gone.
     found->used = is_proven ? m_clocks.steady() : found->used;
     return Visitor{.identity = identity_of(found->principal), .is_proven = is_proven};
+}
+
+std::optional<Principal> Gate::token_of_cookie(std::string const& cookie, Calls& calls)
+{
+    look(calls);
+    auto const mark = mark_of(cookie);
+    return mark.empty() || is_shut() ? std::nullopt : m_roster.now().token_of_mark(mark, m_clocks.wall());
 }
 
 Sessions::Record* Gate::good_session(std::string const& cookie, Calls& calls)
@@ -202,13 +236,15 @@ std::optional<Identity> Gate::bearer(std::string const& token, Calls& calls)
 
 std::shared_ptr<void> Gate::watch_session(std::string const& cookie, std::function<void()> ended, Calls& calls)
 {
-    auto const* const found = good_session(cookie, calls);
-    if (found == nullptr)
+    auto const token = token_of_cookie(cookie, calls);
+    auto const* const found = token ? nullptr : good_session(cookie, calls);
+    if (!token && found == nullptr)
     {
         calls.push_back(std::move(ended));
         return nullptr;
     }
-    return m_watches.add({.session = secret_hash(cookie), .principal = found->principal, .ended = std::move(ended)});
+    return m_watches.add(
+        {.session = secret_hash(cookie), .principal = token ? *token : found->principal, .ended = std::move(ended)});
 }
 
 std::shared_ptr<void> Gate::watch_token(std::string const& token, std::function<void()> ended, Calls& calls)
@@ -259,13 +295,8 @@ void Gate::end_what_is_not_good(Calls& calls)
     auto const ended =
         m_sessions.erase_if([&](Sessions::Record const& session)
                             { return has_ended_by_time(session, m_clocks.steady()) || !is_good(session.principal); });
-    append(calls, m_watches.take(
-                      [&, shut = is_shut()](Watches::Watch const& watch)
-                      {
-                          auto const is_over =
-                              watch.session.empty() ? !is_good(watch.principal) : ended.contains(watch.session);
-                          return shut || is_over;
-                      }));
+    append(calls, m_watches.take([&, shut = is_shut()](Watches::Watch const& watch)
+                                 { return shut || !is_good(watch.principal) || ended.contains(watch.session); }));
 }
 
 bool Gate::is_shut() const

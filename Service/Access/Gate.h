@@ -72,10 +72,14 @@ private:
     /// Whether nobody is let in because of the file.
     bool is_shut() const;
     bool is_good(Principal const& principal) const;
+    /// Whose token the cookie is a half of.
+    std::optional<Principal> token_of_cookie(std::string const& cookie, Calls& calls);
+    std::optional<std::chrono::seconds> lifetime_of(Principal const& token) const;
     /// Null where it has ended.
     Sessions::Record* good_session(std::string const& cookie, Calls& calls);
     std::optional<Principal> principal_of(std::string const& token_hash) const;
     std::optional<Principal> take_start_token(std::string const& token_hash);
+    Session make_token_session(std::string const& token, Principal const& principal) const;
     Session make_session(Principal const& principal, Calls& calls);
 
     AccessClocks m_clocks;

@@ -1,5 +1,8 @@
 #include "Access/Roster.h"
 
+#include "Access/secrets.h"
+#include "Access/token_session.h"
+
 #include "History/timestamp.h"
 
 #include <stdexcept>
@@ -15,8 +18,10 @@ Roster::Roster(UserList const& list)
     }
     for (auto const& token : list.tokens)
     {
+        Principal const principal{Principal::Kind::Token, token.name, token.role, token.hash};
+        m_marks.emplace(secret_hash(session_mark(principal)), token.hash);
         m_tokens.emplace(token.hash,
-                         Token{.principal = {Principal::Kind::Token, token.name, token.role, token.hash},
+                         Token{.principal = principal,
                                .expires = token.expires.empty() ? std::nullopt : read_timestamp(token.expires)});
     }
 }
@@ -32,6 +37,18 @@ std::optional<Principal> Roster::token(std::string const& hash, WallTime now) co
     auto const found = m_tokens.find(hash);
     auto const is_good = found != m_tokens.end() && (!found->second.expires || now < *found->second.expires);
     return is_good ? std::optional(found->second.principal) : std::nullopt;
+}
+
+std::optional<Principal> Roster::token_of_mark(std::string const& mark, WallTime now) const
+{
+    auto const found = m_marks.find(secret_hash(mark));
+    return found == m_marks.end() ? std::nullopt : token(found->second, now);
+}
+
+std::optional<Roster::WallTime> Roster::token_end(std::string const& hash) const
+{
+    auto const found = m_tokens.find(hash);
+    return found == m_tokens.end() ? std::nullopt : found->second.expires;
 }
 
 bool Roster::is_good(Principal const& principal, WallTime now) const

@@ -23,6 +23,10 @@ public:
     std::optional<Principal> user(std::string const& name) const;
     /// Of the token with that hash; none where it has expired.
     std::optional<Principal> token(std::string const& hash, WallTime now) const;
+    /// The same of the token whose cookies have that mark.
+    std::optional<Principal> token_of_mark(std::string const& mark, WallTime now) const;
+    /// When the token with that hash expires; none for never.
+    std::optional<WallTime> token_end(std::string const& hash) const;
     /// Whether somebody who was let in is still here, unchanged. By the link of the start, while nobody is here.
     bool is_good(Principal const& principal, WallTime now) const;
 
@@ -34,6 +38,8 @@ private:
     };
     std::unordered_map<std::string, Principal> m_users;
     std::unordered_map<std::string, Token> m_tokens;
+    /// The hashes of tokens by those of their marks.
+    std::unordered_map<std::string, std::string> m_marks;
 };
 
 /// Follows the file of users. One that can't be read leaves in force what was last read. Not thread-safe.

@@ -64,8 +64,7 @@ bool has_ended_by_time(Sessions::Record const& session, Sessions::Time now)
 {
     constexpr std::chrono::hours longest{12};
     constexpr std::chrono::minutes longest_pause{30};
-    return session.principal.kind != Principal::Kind::Token &&
-           (now >= session.made + longest || now >= session.used + longest_pause);
+    return now >= session.made + longest || now >= session.used + longest_pause;
 }
 
 } // namespace Ravik::Service

@@ -13,8 +13,9 @@
 namespace Ravik::Service
 {
 
-/// The sessions of browsers by the hashes of their cookies. One ends 12 hours after it was made and 30 minutes after
-/// its last request; a token's never by time. 100 are kept for each user and token, the latest. Not thread-safe.
+/// The sessions that are remembered, by the hashes of their cookies; those of tokens are not, see `token_session.h`.
+/// One ends 12 hours after it was made and 30 minutes after its last request. 100 are kept for each user, the latest.
+/// Not thread-safe.
 class Sessions
 {
 public:

@@ -11,6 +11,7 @@ namespace Ravik::Service
 namespace
 {
 
+constexpr auto base64 = sodium_base64_VARIANT_URLSAFE_NO_PADDING;
 constexpr unsigned long long passes = 2;
 constexpr std::size_t memory = std::size_t{19} * 1024 * 1024;
 
@@ -24,17 +25,29 @@ void make_ready()
     }
 }
 
+/// Covers bytes, and uncovers them.
+void turn(std::string& bytes, std::string_view secret)
+{
+    make_ready();
+    static_assert(crypto_stream_KEYBYTES == crypto_hash_sha256_BYTES);
+    std::array<unsigned char, crypto_stream_KEYBYTES> key{};
+    ::crypto_hash_sha256(key.data(), reinterpret_cast<unsigned char const*>(secret.data()), secret.size());
+    // The key serves once.
+    std::array<unsigned char, crypto_stream_NONCEBYTES> const nonce{};
+    auto* const data = reinterpret_cast<unsigned char*>(bytes.data());
+    ::crypto_stream_xor(data, data, bytes.size(), nonce.data(), key.data());
+}
+
 } // namespace
 
 std::string random_secret()
 {
     constexpr std::size_t size = 32;
-    constexpr auto variant = sodium_base64_VARIANT_URLSAFE_NO_PADDING;
     make_ready();
     std::array<unsigned char, size> bytes{};
     ::randombytes_buf(bytes.data(), bytes.size());
-    std::array<char, sodium_base64_ENCODED_LEN(size, variant)> text{};
-    return ::sodium_bin2base64(text.data(), text.size(), bytes.data(), bytes.size(), variant);
+    std::array<char, sodium_base64_ENCODED_LEN(size, base64)> text{};
+    return ::sodium_bin2base64(text.data(), text.size(), bytes.data(), bytes.size(), base64);
 }
 
 std::string secret_hash(std::string_view secret)
@@ -49,6 +62,32 @@ std::string secret_hash(std::string_view secret)
 bool same_secret(std::string const& left, std::string const& right) noexcept
 {
     return left.size() == right.size() && ::sodium_memcmp(left.data(), right.data(), left.size()) == 0;
+}
+
+std::string cover(std::string_view text, std::string_view secret)
+{
+    std::string bytes(text);
+    turn(bytes, secret);
+    // With the zero at its end.
+    std::string covered(sodium_base64_encoded_len(bytes.size(), base64), '\0');
+    ::sodium_bin2base64(covered.data(), covered.size(), reinterpret_cast<unsigned char const*>(bytes.data()),
+                        bytes.size(), base64);
+    covered.pop_back();
+    return covered;
+}
+
+std::string uncover(std::string_view covered, std::string_view secret)
+{
+    std::string bytes(covered.size(), '\0');
+    std::size_t size = 0;
+    if (::sodium_base642bin(reinterpret_cast<unsigned char*>(bytes.data()), bytes.size(), covered.data(),
+                            covered.size(), nullptr, &size, nullptr, base64) != 0)
+    {
+        return {};
+    }
+    bytes.resize(size);
+    turn(bytes, secret);
+    return bytes;
 }
 
 std::string password_hash(std::string_view password)

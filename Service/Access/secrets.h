@@ -14,6 +14,12 @@ std::string secret_hash(std::string_view secret);
 /// Compares in a time that tells nothing of where the texts differ.
 bool same_secret(std::string const& left, std::string const& right) noexcept;
 
+/// Makes a text unreadable but for who has the secret, which covers nothing else: of the text it tells its length
+/// alone.
+std::string cover(std::string_view text, std::string_view secret);
+/// The text again; empty where what is covered can't be such.
+std::string uncover(std::string_view covered, std::string_view secret);
+
 /// What a password is checked with: argon2id with 19 MiB and 2 passes. Throws `std::bad_alloc` without that memory.
 std::string password_hash(std::string_view password);
 /// Takes the same time and memory whether it is right or wrong.

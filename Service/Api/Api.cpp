@@ -356,6 +356,7 @@ Caller Api::identify(RequestHead const& request) const
     return {.who = visitor->identity.who,
             .role = visitor->identity.role,
             .cookie = cookie,
+            .cookie_lifetime = visitor->lifetime,
             .token = {},
             .is_unproven = !visitor->is_proven};
 }

@@ -5,8 +5,10 @@
 
 #include "RavikSrvExtApi.h"
 
+#include <chrono>
 #include <initializer_list>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -26,6 +28,8 @@ struct Caller
     Role role = Role::Viewer;
     /// The session's cookie, empty where there is none.
     std::string cookie{};
+    /// How long the browser is to keep the cookie from now on; nothing for as long as it runs.
+    std::optional<std::chrono::seconds> cookie_lifetime{};
     /// The bearer token, empty where there is none.
     std::string token{};
     /// Whether the request has a cookie alone, which browsers send for every page of this machine.

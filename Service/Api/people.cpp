@@ -19,9 +19,10 @@ using RavikSrv::ValueType;
 namespace
 {
 
-std::string cookie_field(Call const& call, std::string const& value, std::string const& more)
+std::string cookie_field(Call const& call, std::string const& value, std::optional<std::chrono::seconds> lifetime)
 {
-    return cookie_name(call.head.port) + '=' + value + "; Path=/; HttpOnly; Secure; SameSite=Strict" + more;
+    return cookie_name(call.head.port) + '=' + value + "; Path=/; HttpOnly; Secure; SameSite=Strict" +
+           (lifetime ? "; Max-Age=" + std::to_string(lifetime->count()) : std::string());
 }
 
 Value session_value(Call const& call, Identity const& identity, std::string const& csrf)
@@ -43,7 +44,7 @@ Response sign_in_answer(Call const& call, SignIn const& sign_in)
     {
         auto const& session = *sign_in.session;
         return json_answer(session_value(call, session.identity, session.csrf), 201,
-                           {{"Set-Cookie", cookie_field(call, session.cookie, "")}});
+                           {{"Set-Cookie", cookie_field(call, session.cookie, session.lifetime)}});
     }
     ++call.parts.metrics.sign_ins_refused;
     if (sign_in.outcome == SignIn::Outcome::TooMany)
@@ -93,7 +94,12 @@ void post_session(Call call, Reply reply)
 
 Response get_session(Call& call)
 {
-    return json_answer(session_value(call, {call.caller.who, call.caller.role}, {}));
+    auto const& caller = call.caller;
+    // Browsers drop what is not given to them again in time.
+    auto fields = caller.cookie_lifetime
+                      ? Fields{{"Set-Cookie", cookie_field(call, caller.cookie, caller.cookie_lifetime)}}
+                      : Fields{};
+    return json_answer(session_value(call, {caller.who, caller.role}, {}), 200, std::move(fields));
 }
 
 Response delete_session(Call& call)
@@ -107,7 +113,7 @@ Response delete_session(Call& call)
     call.parts.access.end_session(call.caller.cookie);
     return {.status = 204,
             .content_type = {},
-            .fields = {{"Set-Cookie", cookie_field(call, "", "; Max-Age=0")}},
+            .fields = {{"Set-Cookie", cookie_field(call, "", std::chrono::seconds(0))}},
             .body = {}};
 }
 

@@ -42,11 +42,49 @@ TEST(SignIn, gives_a_session_that_lasts_until_it_is_ended)
     EXPECT_NE(ended.field("set-cookie").find("Max-Age=0"), std::string::npos);
     EXPECT_EQ(session.get("/session").status, 401U);
 
-    // A panel signs in with its token, and may no more than that.
-    auto const panel = plant.client().send("POST", "/session", R"({"token":")" + plant.tokens["operator"] + "\"}");
-    EXPECT_EQ(panel.status, 201U);
+    EXPECT_EQ(cookie.find("Max-Age"), std::string::npos);
+}
+
+TEST(SignIn, of_a_panel_outlasts_the_service)
+{
+    ServedPlant plant;
+    auto const& token = plant.tokens["operator"];
+    auto const panel = plant.client().send("POST", "/session", R"({"token":")" + token + "\"}");
+    ASSERT_EQ(panel.status, 201U);
     EXPECT_EQ(text_in(panel, "user"), "token:operator");
     EXPECT_EQ(text_in(panel, "role"), "operator");
+    auto const set = panel.field("set-cookie");
+    EXPECT_NE(set.find("; Max-Age=34560000"), std::string::npos) << set;
+    EXPECT_EQ((set + panel.body).find(token), std::string::npos);
+
+    plant.restart();
+    // Browsers know the service by its port, which here is another one.
+    auto const port = plant.address().substr(plant.address().rfind(':') + 1);
+    auto const value = set.substr(0, set.find(';')).substr(set.find('='));
+    auto const cookie = "Cookie: __Host-ravik-" + port.substr(0, port.find('/')) + value + "\r\n";
+    auto const csrf = text_in(panel, "csrf");
+    auto stream = plant.events(cookie);
+    stream.say(R"({"symbols":["Line.Speed"],"csrf":")" + csrf + "\"}");
+    EXPECT_TRUE(is_there(stream.next()));
+    EXPECT_EQ(ApiClient(plant.address(), cookie).get("/session").status, 403U);
+    ApiClient session(plant.address(), cookie + "X-CSRF-Token: " + csrf + "\r\n");
+    auto const known = session.get("/session");
+    EXPECT_EQ(text_in(known, "user"), "token:operator");
+    auto const renewed = known.field("set-cookie");
+    EXPECT_EQ(renewed.substr(renewed.find('=')), set.substr(set.find('=')));
+    EXPECT_EQ(session.send("PUT", "/symbol?name=Line.Speed", R"({"value":1.0})").status, 403U)
+        << "no more than its token";
+    auto const ended = session.send("DELETE", "/session");
+    EXPECT_NE(ended.field("set-cookie").find("=; "), std::string::npos);
+    EXPECT_NE(ended.field("set-cookie").find("Max-Age=0"), std::string::npos);
+    EXPECT_EQ(stream.closed(), 1008U);
+    for (auto const& line : plant.log.lines.all())
+    {
+        for (auto const& secret : {token, csrf, value.substr(1)})
+        {
+            EXPECT_EQ(line.find(secret), std::string::npos) << line;
+        }
+    }
 }
 
 TEST(SignIn, fails_alike_whoever_it_is_and_not_too_often)
