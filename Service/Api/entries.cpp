@@ -134,13 +134,33 @@ std::string pointer_of(EditReport const& report, Value const& entry)
     return entry[Key::values][member.c_str()].isset() ? '/' + std::string(Key::values) + '/' + escaped(member) : "";
 }
 
+/// For who wants to replace what is gone: no tag of his is that of nothing.
+Problem nothing_to_replace(Call const& call)
+{
+    Value members(ValueType::Map);
+    members.insert("current", Value());
+    return {.status = 412,
+            .code = RavikSrv::get_error_string(ErrorValue::STORAGE_CONSTRAINT).name(),
+            .detail = "'" + call.required("name") + "' is not there any more; If-None-Match: * writes a new one",
+            .errors = {},
+            .current = {},
+            .fields = {},
+            .members = members};
+}
+
+bool stands(Call const& call, std::string const& path)
+{
+    return call.parts.project.get(domain(), path).succeeded();
+}
+
 Response set_entry(Call& call, std::string const& path, Value const& entry, Condition const& condition)
 {
     auto const report =
         call.parts.project.set(domain(), path, entry, {.origin = origin_of(call), .condition = condition});
     if (!report.succeeded() && !report.made)
     {
-        auto problem = problem_of(report);
+        auto const is_gone = report.condition_failed && report.error == ErrorValue::ENTRY_NOT_FOUND;
+        auto problem = is_gone && call.head.method == "PUT" ? nothing_to_replace(call) : problem_of(report);
         if (auto const pointer = pointer_of(report, entry); !pointer.empty())
         {
             problem.errors.push_back({.pointer = pointer, .detail = report.text});
@@ -160,6 +180,10 @@ Response put_entry(Call& call, Kind const& kind)
     check_entry(kind, path, entry);
     if (condition.kind == Condition::Kind::Tag)
     {
+        if (!stands(call, path))
+        {
+            throw nothing_to_replace(call);
+        }
         static_cast<void>(present(call, kind, path));
     }
     return set_entry(call, path, entry, condition);

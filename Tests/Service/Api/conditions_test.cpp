@@ -80,7 +80,11 @@ TEST(Conditions, nobody_overwrites_what_he_has_not_seen)
                   .status,
               200U);
     EXPECT_EQ(client.send("PUT", "/recipe?name=Deep::New", entry, any).status, 201U);
-    EXPECT_EQ(client.send("PUT", "/recipe?name=Gone", entry, seen).status, 404U);
+    auto const nothing = client.send("PUT", "/recipe?name=Gone", entry, seen);
+    EXPECT_EQ(nothing.status, 412U);
+    EXPECT_NE(nothing.body.find("\"current\":null"), std::string::npos) << nothing.body;
+    EXPECT_EQ(client.send("PATCH", "/recipe?name=Gone", "{}", seen).status, 404U);
+    EXPECT_EQ(client.send("DELETE", "/recipe?name=Gone", "", seen).status, 404U);
 }
 
 TEST(Conditions, a_patch_keeps_the_order_and_the_digits_of_what_it_does_not_touch)

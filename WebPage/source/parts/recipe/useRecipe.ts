@@ -133,8 +133,8 @@ export function useRecipe(name: string): RecipeState {
         setIsSaving(false);
     };
     const refuse = async (reason: unknown) => {
-        if (reason instanceof Problem && reason.status === 412) {
-            const current = reason.members.get("current");
+        const current = reason instanceof Problem ? reason.members.get("current") : undefined;
+        if (reason instanceof Problem && reason.status === 412 && current !== null) {
             const now =
                 current instanceof Map ? await withMembers(bookOf(name, reason.etag, current)) : await readBook(name);
             setNewer(now);
@@ -143,7 +143,7 @@ export function useRecipe(name: string): RecipeState {
         }
         setRefused(reason instanceof Problem ? refusedOf(reason) : new Map());
         setSaveError(reason);
-        if (reason instanceof Problem && reason.status === 404) {
+        if (reason instanceof Problem && (reason.status === 404 || current === null)) {
             setIsGone(true);
         }
     };
