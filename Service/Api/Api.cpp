@@ -222,7 +222,9 @@ Admission Api::admitted(RequestHead const& request, std::string& who)
     check_host(request);
     auto const head = request.method == "HEAD";
     auto const method = head ? std::string_view("GET") : request.method;
-    auto const match = m_parts.page.has(request.path) ? find_page(method) : find_route(method, request.path);
+    auto const match = request.path == "*"              ? find_service()
+                       : m_parts.page.has(request.path) ? find_page(method)
+                                                        : find_route(method, request.path);
     if (match.route == nullptr && match.allowed.empty())
     {
         fail(404, "NOT_FOUND",

@@ -5,6 +5,8 @@
 
 #include "Json/Json.h"
 
+#include <boost/algorithm/string/join.hpp>
+
 #include <algorithm>
 
 namespace Ravik::Service
@@ -206,6 +208,19 @@ Match find_page(std::string_view method)
     static Route const page{
         "GET", "", Anybody(), BodyKind::None, Runs::AtOnce, &get_page_file, "The page for browsers"};
     return method == page.method ? Match{.route = &page} : Match{.allowed = "GET, HEAD, OPTIONS"};
+}
+
+Match find_service()
+{
+    std::vector<std::string> methods{"OPTIONS", "HEAD"};
+    for (auto const& route : all_routes())
+    {
+        if (std::find(methods.begin(), methods.end(), route.method) == methods.end())
+        {
+            methods.emplace_back(route.method);
+        }
+    }
+    return {.route = nullptr, .allowed = boost::algorithm::join(methods, ", "), .id = {}};
 }
 
 } // namespace Ravik::Service

@@ -154,5 +154,7 @@ struct Match
 Match find_route(std::string_view method, std::string_view path);
 /// The same for a path at which a file of the page stands. The page is no part of the API.
 Match find_page(std::string_view method);
+/// The same for the service as a whole, of which there is nothing but its methods.
+Match find_service();
 
 } // namespace Ravik::Service

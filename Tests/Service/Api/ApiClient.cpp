@@ -80,7 +80,7 @@ std::string ApiClient::if_match(std::string const& target)
 std::string ApiClient::head(std::string const& method, std::string const& target, std::size_t length,
                             std::string const& more) const
 {
-    auto const root = target.starts_with("/api") ? std::string() : std::string(Service::api_root);
+    auto const root = target.starts_with("/api") || target == "*" ? std::string() : std::string(Service::api_root);
     auto const host = m_address.substr(m_address.find("//") + 2, m_address.rfind('/') - m_address.find("//") - 2);
     return method + ' ' + root + target + " HTTP/1.1\r\n" +
            (more.find("Host:") == std::string::npos ? "Host: " + host + "\r\n" : "") + m_identity +

@@ -28,8 +28,8 @@ public:
     /// `identity` are the lines of the header that tell who asks, each with its end.
     explicit ApiClient(std::string address, std::string identity = "");
 
-    /// The target is that below the root of the API, or the whole where it begins with "/api". `more` are further
-    /// lines; a "Host" or "Content-Type" among them takes the place of the right one.
+    /// The target is that below the root of the API, or the whole where it begins with "/api" or is "*". `more` are
+    /// further lines; a "Host" or "Content-Type" among them takes the place of the right one.
     Answer send(std::string const& method, std::string const& target, std::string const& body = "",
                 std::string const& more = "");
     Answer get(std::string const& target, std::string const& more = "") { return send("GET", target, "", more); }

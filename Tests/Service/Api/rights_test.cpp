@@ -164,6 +164,9 @@ TEST(Rights, HEAD_is_GET_without_a_body_and_OPTIONS_tells_what_there_is)
         EXPECT_EQ(head.field("etag"), get.field("etag"));
     }
     methods["/metrics"].insert("HEAD");
+    auto const whole = nobody.send("OPTIONS", "*");
+    EXPECT_EQ(whole.status, 204U) << whole.body;
+    EXPECT_EQ(whole.field("allow"), "OPTIONS, HEAD, POST, GET, DELETE, PUT, PATCH");
     for (auto const& [path, those] : methods)
     {
         SCOPED_TRACE(path);
