@@ -62,12 +62,6 @@ TreePair Configuration::trees(std::string const& domain) const
                                     : TreePair{.before = found->second.finished, .after = found->second.tree.get()};
 }
 
-bool Configuration::is_refusing() const
-{
-    RavikSrv::Lock const lock(m_mutex);
-    return m_failed;
-}
-
 void Configuration::backup(std::filesystem::path const& target)
 {
     Turn const turn(*this);
@@ -291,7 +285,6 @@ ErrorValue Configuration::Turn::commit()
     catch (std::exception const& error)
     {
         m_failure = error.what();
-        RavikSrv::Lock const lock(m_configuration.m_mutex);
         m_configuration.m_failed = true;
         return ErrorValue::STORAGE_STORE;
     }

@@ -43,7 +43,7 @@ public:
     /// The domain's whole configuration; a null value for an unknown domain.
     RavikSrv::Value tree(std::string const& domain) const;
     /// Whether nothing is edited any more since a commit failed; see `Turn::commit`.
-    bool is_refusing() const;
+    bool is_refusing() const noexcept { return m_failed; }
 
     /// What counts the turns that changed a domain other than the server's own, and the records stored and completed;
     /// see `Revisions`. Within a turn the first stands as it did at its beginning.
@@ -112,7 +112,7 @@ private:
     /// The thread that has the turn, none where nobody has.
     std::thread::id m_turn_thread RAVIK_GUARDED_BY(m_mutex);
     /// Set when a commit failed: the listeners have been told what did not last, so nothing is edited until a restart.
-    bool m_failed RAVIK_GUARDED_BY(m_mutex) = false;
+    std::atomic<bool> m_failed = false;
 };
 
 /// A turn of edits: all that is written in it, and in turns that the same thread takes meanwhile, lasts together or not

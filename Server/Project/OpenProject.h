@@ -56,6 +56,7 @@ public:
     ActiveReport active(std::vector<std::string> const& recipes, ActiveOptions const& options) override;
 
     Revisions revisions() const noexcept override;
+    bool takes_edits() const noexcept override { return !m_core.configuration.is_refusing(); }
 
     ConfigurationOutcome get(std::string const& domain, std::string const& path) const override;
     using Project::set;

@@ -215,6 +215,8 @@ public:
 
     /// What tells whether anything has changed. Cheap enough to be asked often.
     virtual Revisions revisions() const noexcept = 0;
+    /// Whether edits are taken: not any more, until the next opening, where one could not be stored. As cheap.
+    virtual bool takes_edits() const noexcept = 0;
 
     /// Reads the entry at `path` of the domain's configuration; the empty path gives the whole.
     virtual ConfigurationOutcome get(std::string const& domain, std::string const& path) const = 0;

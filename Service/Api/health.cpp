@@ -15,11 +15,15 @@ using RavikSrv::ValueType;
 namespace
 {
 
-Response state_answer(bool is_good)
+Value state_value(char const* status, char const* text = nullptr)
 {
     Value value(ValueType::Map);
-    value.insert("status", text_value(is_good ? "ok" : "ending"));
-    return is_good ? json_answer(value) : json_answer(value, 503, {{"Retry-After", "1"}});
+    value.insert("status", text_value(status));
+    if (text != nullptr)
+    {
+        value.insert("text", text_value(text));
+    }
+    return value;
 }
 
 /// Metrics in the text format of Prometheus.
@@ -54,12 +58,22 @@ template <typename Number> std::string text(Number number)
 
 Response get_health(Call& /*call*/)
 {
-    return state_answer(true);
+    return json_answer(state_value("ok"));
 }
 
 Response get_readiness(Call& call)
 {
-    return state_answer(call.parts.metrics.ready);
+    if (!call.parts.metrics.ready)
+    {
+        return json_answer(state_value("ending"), 503, {{"Retry-After", "1"}});
+    }
+    if (!call.parts.project.takes_edits())
+    {
+        // Nothing to try again: somebody has to make room and start it anew.
+        return json_answer(
+            state_value("read-only", "an edit could not be stored; nothing can be edited until the next start"), 503);
+    }
+    return json_answer(state_value("ok"));
 }
 
 Response get_metrics(Call& call)

@@ -215,6 +215,11 @@ Revisions RemoteProject::revisions() const noexcept
     return RavikSrv::guarded_answer("revisions", Revisions(), [this] { return ask(Operations::revisions); });
 }
 
+bool RemoteProject::takes_edits() const noexcept
+{
+    return RavikSrv::guarded_answer("takes_edits", false, [this] { return ask(Operations::takes_edits); });
+}
+
 ConfigurationOutcome RemoteProject::get(std::string const& domain, std::string const& path) const
 {
     return ask(Operations::get, domain, path);

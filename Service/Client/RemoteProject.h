@@ -51,6 +51,8 @@ public:
     ActiveReport active(std::vector<std::string> const& recipes, ActiveOptions const& options) override;
     /// Zeros where the service can't be asked.
     Revisions revisions() const noexcept override;
+    /// False where the service can't be asked.
+    bool takes_edits() const noexcept override;
 
     ConfigurationOutcome get(std::string const& domain, std::string const& path) const override;
     using Project::set;

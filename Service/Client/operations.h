@@ -34,6 +34,7 @@ inline constexpr auto save = operation("save", &Project::save);
 inline constexpr auto update = operation("update", &Project::update);
 inline constexpr auto active = operation("active", &Project::active);
 inline constexpr auto revisions = operation("revisions", &Project::revisions);
+inline constexpr auto takes_edits = operation("takes_edits", &Project::takes_edits);
 
 inline constexpr auto get = operation("get", &Project::get);
 inline constexpr auto set =
@@ -74,6 +75,7 @@ inline constexpr std::tuple all{begin_request,
                                 update,
                                 active,
                                 revisions,
+                                takes_edits,
                                 get,
                                 set,
                                 copy,

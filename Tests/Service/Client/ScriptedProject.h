@@ -61,6 +61,7 @@ public:
         return found_active;
     }
     Revisions revisions() const noexcept override { return {.configuration = 3, .history = -4, .activity = 5}; }
+    bool takes_edits() const noexcept override { return true; }
 
     ConfigurationOutcome get(std::string const& /*domain*/, std::string const& path) const override
     {

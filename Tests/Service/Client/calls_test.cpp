@@ -101,6 +101,7 @@ TEST(Calls, bring_back_every_part_of_a_result)
     EXPECT_EQ(remote->active({}, {}).unread.at(0).text, "gone");
     EXPECT_EQ(remote->check("D"), project.findings);
     EXPECT_EQ(remote->revisions(), project.revisions());
+    EXPECT_TRUE(remote->takes_edits());
     auto const report = remote->activate("R", {});
     EXPECT_EQ(bytes_of(report), bytes_of(activated));
     EXPECT_TRUE(report.rows.at(0).is_left_on_purpose);

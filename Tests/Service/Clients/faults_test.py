@@ -84,7 +84,12 @@ class FullDisk(unittest.TestCase):
                 seven = {"recipeTypeList": {"Register": {"members": {"R0": {"symbol": "R0", "enabled": True}}}},
                          "recipeList": {"Seven": {"recipeTypeName": "Register", "values": {"R0": 7}}}}
                 self.assertEqual(service.ask("POST", "/imports", seven)[0], 200)
+                self.assertEqual(service.ask("GET", "/readyz")[0], 200)
                 names, refused = self.fill(service)
+                status, _, answer = service.ask("GET", "/readyz")
+                self.assertEqual((status, answer["status"]), (503, "read-only"))
+                self.assertIn("could not be stored", answer["text"])
+                self.assertEqual(service.ask("GET", "/healthz")[0], 200)
                 self.assertTrue(names)
                 self.assertEqual(service.ask("GET", "/recipe?name=" + refused)[0], 404)
                 self.check_reading(service, names)
@@ -97,6 +102,7 @@ class FullDisk(unittest.TestCase):
                 self.assertIn("not remembered", answer["text"])
                 self.assertEqual(service.end(), 0)
             with Service(project, token) as service:
+                self.assertEqual(service.ask("GET", "/readyz")[0], 200)
                 self.check_reading(service, names)
                 status, _, answer = service.ask("POST", "/activations", {"recipe": "Bread"}, Idempotency_Key="full")
                 self.assertEqual(status, 201, answer)
