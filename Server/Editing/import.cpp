@@ -46,27 +46,32 @@ std::vector<Refusal> Import::check()
     {
         collect(list.name(), *list, 1);
     }
-    std::vector<Refusal> refusals;
+    RefusalList refusals;
     auto const import_data = lists_afterwards();
     std::size_t done = 0;
+    auto own = m_refusals.begin();
     for (auto const& piece : m_pieces)
     {
-        auto refusal = check_piece(piece);
-        refusal = refusal ? refusal : ask(piece, import_data);
-        if (refusal)
+        if (auto refusal = piece.is_refused ? std::move(*own++) : ask(piece, import_data))
         {
-            refusals.push_back(std::move(refusal));
+            static_cast<void>(refusals.add(std::move(refusal)));
             if (!m_options.dry_run)
             {
-                break;
+                return refusals.take();
             }
         }
-        if (m_options.progress)
-        {
-            m_options.progress(++done, m_pieces.size());
-        }
+        show(++done);
     }
-    return refusals;
+    refusals.add_more(m_more_refused);
+    return refusals.take();
+}
+
+void Import::show(std::size_t done) const
+{
+    if (m_options.progress)
+    {
+        m_options.progress(done, m_pieces.size());
+    }
 }
 
 Refusal Import::check_lists() const
@@ -103,26 +108,46 @@ void Import::collect(std::string const& path, Value const& node, std::size_t dep
     auto const kind = kind_of(path, node);
     auto const is_folder = kind == EntryKind::Folder;
     auto const merges = is_folder && RavikSrv::node_path(path, std::as_const(m_site.tree)).node != nullptr;
-    m_pieces.push_back(
-        {.path = path, .kind = kind, .value = is_folder ? Value(ValueType::Map) : node, .merges = merges});
+    Piece piece{.path = path, .kind = kind, .value = is_folder ? Value(ValueType::Map) : node, .merges = merges};
+    auto refusal = check_piece(piece);
+    take(std::move(piece), std::move(refusal));
     for (auto entry = node.begin(); is_folder && depth <= Json::max_nesting && entry != node.end(); ++entry)
     {
-        if (check_name(path, entry.name()))
+        if (auto unfit = check_name(path, entry.name()))
         {
             // It has no path; it is refused in its folder's name.
-            m_pieces.push_back({.path = path, .unfit_name = entry.name(), .merges = true});
+            take({.path = path, .merges = true}, std::move(unfit));
             continue;
         }
         collect(Tree::join(path, entry.name()), *entry, depth + 1);
     }
 }
 
+void Import::take(Piece piece, Refusal refusal)
+{
+    piece.is_refused = static_cast<bool>(refusal);
+    if (piece.is_refused && m_refusals.size() == RefusalList::most)
+    {
+        ++m_more_refused;
+    }
+    else
+    {
+        m_pieces.push_back(std::move(piece));
+    }
+    if (refusal && m_refusals.size() < RefusalList::most)
+    {
+        m_refusals.push_back(std::move(refusal));
+    }
+    // None is through, but whoever looks on may have it ended.
+    constexpr std::size_t interval = 1024;
+    if ((m_pieces.size() + m_more_refused) % interval == 0)
+    {
+        show(0);
+    }
+}
+
 Refusal Import::check_piece(Piece const& piece) const
 {
-    if (piece.unfit_name)
-    {
-        return check_name(piece.path, *piece.unfit_name);
-    }
     auto refusal = check_entry(m_site.schemas, piece.kind, piece.path, piece.value);
     refusal = refusal ? refusal : check_kind(piece);
     if (refusal || piece.kind != EntryKind::RecipeType)

@@ -3,11 +3,10 @@
 #include "Configuration/Configuration.h"
 #include "Editing/EditOptions.h"
 #include "Editing/EntrySchemas.h"
-#include "Editing/Refusal.h"
+#include "Editing/RefusalList.h"
 #include "Execution/Extension.h"
 #include "RavikSrvExtApi.h"
 
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -32,7 +31,7 @@ public:
     Import(ImportSite site, RavikSrv::Value data, ImportOptions const& options);
 
     /// Checks the names, that no entry takes the place of a folder or the reverse, the schema of each entry, and asks
-    /// the extension about it. Returns the first refusal or, for a dry run, all of them.
+    /// the extension about it. Returns the first refusal or, for a dry run, all of them, see `RefusalList`.
     std::vector<Refusal> check();
 
     /// Writes what has passed the check.
@@ -49,16 +48,18 @@ private:
     struct Piece
     {
         std::string path;
-        /// For an entry whose name is no component of a path; the path is that of its folder. Refused.
-        std::optional<std::string> unfit_name{};
         EntryKind kind = EntryKind::Folder;
         RavikSrv::Value value{};
         /// A folder that stands there already.
         bool merges = false;
+        /// Its refusal stands in `m_refusals`.
+        bool is_refused = false;
     };
 
     Refusal check_lists() const;
     void collect(std::string const& path, RavikSrv::Value const& node, std::size_t depth);
+    void take(Piece piece, Refusal refusal);
+    void show(std::size_t done) const;
     Refusal check_piece(Piece const& piece) const;
     Refusal check_kind(Piece const& piece) const;
     RavikSrv::Value lists_afterwards() const;
@@ -67,7 +68,10 @@ private:
     ImportSite m_site;
     RavikSrv::Value m_data;
     ImportOptions const& m_options;
+    /// Those that are refused for themselves are no more than are told of, and the others are counted.
     std::vector<Piece> m_pieces;
+    std::vector<Refusal> m_refusals;
+    std::size_t m_more_refused = 0;
 };
 
 } // namespace Ravik

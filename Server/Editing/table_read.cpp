@@ -1,5 +1,6 @@
 #include "Editing/table.h"
 
+#include "Editing/RefusalList.h"
 #include "Editing/entry_checks.h"
 #include "Editing/table_columns.h"
 
@@ -82,13 +83,14 @@ public:
         {
             fail(error.offset(), ErrorValue::SYNTAX, error.what());
         }
+        m_table.mistakes = m_mistakes.take();
         return std::move(m_table);
     }
 
 private:
     void fail(std::size_t offset, ErrorValue error, std::string text, std::string path = {})
     {
-        m_table.mistakes.push_back({error, std::move(text), std::move(path), m_places.of(offset)});
+        static_cast<void>(m_mistakes.add({error, std::move(text), std::move(path), m_places.of(offset)}));
     }
 
     bool check_characters()
@@ -123,7 +125,7 @@ private:
             cell = m_cells.next();
             read_heading(*cell);
         }
-        return m_table.mistakes.empty();
+        return m_mistakes.count() == 0;
     }
 
     void read_heading(Cell const& cell)
@@ -152,7 +154,7 @@ private:
         m_path.clear();
         m_present = nullptr;
         m_values.assign(m_used.size(), Value());
-        auto const mistakes = m_table.mistakes.size();
+        auto const mistakes = m_mistakes.count();
         if (!is_blank)
         {
             begin_row(name_of_cell(cell.text), start);
@@ -168,7 +170,7 @@ private:
             }
         }
         // Spreadsheets leave rows of empty cells at the end.
-        if (!is_blank && m_table.mistakes.size() == mistakes)
+        if (!is_blank && m_mistakes.count() == mistakes)
         {
             end_row(start, cell.offset, count);
         }
@@ -327,6 +329,7 @@ private:
     Places m_places;
     TableText::Reader m_cells;
     TableColumns m_columns;
+    RefusalList m_mistakes;
     ReadTable m_table;
     /// The columns behind the first, and their positions by the names, which they own.
     std::vector<TableColumn const*> m_used;

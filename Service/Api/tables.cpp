@@ -86,7 +86,7 @@ std::string text_of(Json::Location place)
 }
 
 /// Where the refused entries stand in the body.
-std::vector<Json::Location> locate(std::string const& body, std::vector<Refusal> const& refused)
+std::vector<Json::Location> locate(Json::Document const& document, std::vector<Refusal> const& refused)
 {
     std::vector<Json::Document::Path> paths;
     for (auto const& each : refused)
@@ -97,7 +97,7 @@ std::vector<Json::Location> locate(std::string const& body, std::vector<Refusal>
             path.emplace_back(component.component());
         }
     }
-    return Json::Document(body).locate_all(paths);
+    return document.locate_all(paths);
 }
 
 std::optional<std::int64_t> revision_of(Call const& call)
@@ -125,6 +125,14 @@ ImportOptions options_of(Call const& call)
     options.dry_run = call.flag("dryRun");
     options.origin = origin_of(call, call.parameter("note"));
     options.revision = revision_of(call);
+    options.progress = [&ready = call.parts.metrics.ready](std::size_t /*done*/, std::size_t /*total*/)
+    {
+        // Nothing is written yet.
+        if (!ready)
+        {
+            throw too_busy("the service ends; nothing was imported");
+        }
+    };
     return options;
 }
 
@@ -193,24 +201,30 @@ Response import_table(Call const& call)
     return imported(report);
 }
 
-Response import_json(Call const& call)
+/// The body is as large as a request can be: there is one of it, and nothing is read out of it twice.
+Json::Document take_document(Call& call)
 {
-    auto const options = options_of(call);
-    Value data;
+    check_size(call, values_in(call.body));
     try
     {
-        check_size(call, values_in(call.body));
-        data = Json::parse(call.body);
+        return Json::Document(std::move(call.body));
     }
     catch (Json::ParseError const& error)
     {
         throw syntax_problem(error);
     }
-    auto const import = [&](ImportOptions const& chosen) { return call.parts.project.import(domain(), data, chosen); };
+}
+
+Response import_json(Call& call)
+{
+    auto const options = options_of(call);
+    auto const document = take_document(call);
+    auto const import = [&](ImportOptions const& chosen)
+    { return call.parts.project.import(domain(), document.value(), chosen); };
     auto const report = import(options);
     if (!report.succeeded() && !report.made)
     {
-        fail(report, options, import, [&](std::vector<Refusal> const& refused) { return locate(call.body, refused); });
+        fail(report, options, import, [&](std::vector<Refusal> const& refused) { return locate(document, refused); });
     }
     return imported(report);
 }
