@@ -210,9 +210,10 @@ private:
         auto const since = timestamp(std::chrono::system_clock::now() - std::chrono::hours(24));
         auto const found = m_project.history_requests(since);
         // The oldest first.
-        for (auto each = found.records.rbegin(); each != found.records.rend(); ++each)
+        auto records = found.records;
+        std::reverse(records.begin(), records.end());
+        for (auto const& record : records)
         {
-            auto const& record = *each;
             auto const& request = record.body["request"];
             if (request[Activations::key_name].empty())
             {
