@@ -379,6 +379,17 @@ bool QuickReader::read_name()
     return true;
 }
 
+/// Keeps the first names alone, and no more room than usual maps need.
+void QuickReader::forget_names(std::size_t count)
+{
+    constexpr std::size_t usual = 65536;
+    m_names.resize(count);
+    if (m_names.capacity() > usual && count < usual)
+    {
+        m_names.shrink_to_fit();
+    }
+}
+
 /// Makes a map of the values and the last names; false where a name stands twice.
 bool QuickReader::make_map(Place& place, std::size_t first_name, Values& values, Values& to)
 {
@@ -403,9 +414,12 @@ bool QuickReader::make_map(Place& place, std::size_t first_name, Values& values,
                 return false;
             }
         }
+        // A large map takes up its memory twice while it comes to its size.
+        Values().swap(values);
+        forget_names(first_name);
         place.shape = m_shapes.add(hash, to.emplace_back(map.finish()));
     }
-    m_names.resize(first_name);
+    forget_names(first_name);
     return true;
 }
 

@@ -40,6 +40,7 @@ private:
     bool follow(Shape& shape, Values& values);
     bool read_entries(Values& values);
     bool read_name();
+    void forget_names(std::size_t count);
     bool make_map(Place& place, std::size_t first_name, Values& values, Values& to);
 
     bool scan_text(Token& token);
