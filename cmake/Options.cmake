@@ -19,6 +19,12 @@ target_compile_options(RavikOptions INTERFACE -Wall -Wextra -Wpedantic -Wshadow 
   -Wconversion -Wsign-conversion -Wold-style-cast -Werror
   # g++ 12 warns of texts put together with + in optimised builds, without ground; clang-tidy does not know that warning.
   $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict> $<$<CXX_COMPILER_ID:GNU>:-Wno-unknown-warning-option>)
+# Hardens what is installed. Only optimised code can be fortified, and sanitizers have checks of their own.
+if(NOT RAVIK_SANITIZERS)
+  target_link_options(RavikOptions INTERFACE $<$<CONFIG:Release,RelWithDebInfo>:LINKER:-z,relro,-z,now>)
+  target_compile_options(RavikOptions INTERFACE
+    $<$<CONFIG:Release,RelWithDebInfo>:-U_FORTIFY_SOURCE> $<$<CONFIG:Release,RelWithDebInfo>:-D_FORTIFY_SOURCE=2>)
+endif()
 if(RAVIK_SANITIZERS)
   target_compile_options(RavikOptions INTERFACE -fsanitize=${RAVIK_SANITIZERS} -fno-sanitize-recover=all
     -fno-omit-frame-pointer)
