@@ -1,11 +1,13 @@
 import "./style/page.css";
 import { render } from "preact";
+import { useEffect } from "preact/hooks";
 import { startActive } from "./data/active";
 import { startLive } from "./data/live";
 import { startLists } from "./data/recipes";
 import { place, startRouter } from "./data/router";
 import { begin, session } from "./data/session";
 import { useStore } from "./data/store";
+import { titleOf } from "./data/titles";
 import { useView } from "./data/views";
 import { Shell } from "./parts/Shell";
 import { Failure } from "./parts/State";
@@ -13,15 +15,17 @@ import { SignIn } from "./views/SignIn";
 
 function App() {
     const signedIn = useStore(session);
-    const { path } = useStore(place);
+    const { path, query } = useStore(place);
+    const isOperator = signedIn?.role === "operator";
+    const shown = path === "/" ? (isOperator ? "/operator" : "/recipes") : path;
+    const title = signedIn ? titleOf({ path: shown, query }) : "Ravik";
+    useEffect(() => void (document.title = title), [title]);
     if (signedIn === undefined) {
         return <main class="starting" aria-busy="true" />;
     }
     if (signedIn === null) {
         return <SignIn />;
     }
-    const isOperator = signedIn.role === "operator";
-    const shown = path === "/" ? (isOperator ? "/operator" : "/recipes") : path;
     return shown === "/operator" ? (
         <View path={shown} />
     ) : (
