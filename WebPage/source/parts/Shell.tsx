@@ -1,5 +1,5 @@
 import type { ComponentChildren } from "preact";
-import { useEffect } from "preact/hooks";
+import { useEffect, useLayoutEffect, useRef } from "preact/hooks";
 import { active } from "../data/active";
 import { link, useNews } from "../data/live";
 import { place } from "../data/router";
@@ -41,21 +41,33 @@ export function Shell({ children }: { children: ComponentChildren }) {
             <TopBar />
             <LinkBar />
             <div class="frame">
-                <nav aria-label="Views">
-                    {entries.map(({ path: to, title, also, right }) =>
-                        right && !may(right) ? null : (
-                            <Link to={to} current={path === to || also?.includes(path) === true}>
-                                {title}
-                            </Link>
-                        ),
-                    )}
-                </nav>
+                <Views path={path} />
                 <main id="main" tabIndex={-1}>
                     {children}
                 </main>
             </div>
             <StatusRegion />
         </>
+    );
+}
+
+function Views({ path }: { path: string }) {
+    const nav = useRef<HTMLElement>(null);
+    // Where they stand in one line that is longer than the screen.
+    useLayoutEffect(
+        () => nav.current?.querySelector("[aria-current]")?.scrollIntoView({ block: "nearest", inline: "center" }),
+        [path],
+    );
+    return (
+        <nav ref={nav} aria-label="Views">
+            {entries.map(({ path: to, title, also, right }) =>
+                right && !may(right) ? null : (
+                    <Link to={to} current={path === to || also?.includes(path) === true}>
+                        {title}
+                    </Link>
+                ),
+            )}
+        </nav>
     );
 }
 
