@@ -58,7 +58,7 @@ export function Recipes() {
             <Head title="Recipes" note={found + counted(recipeCount, "recipe")}>
                 {may("edit") && (
                     <button type="button" onClick={() => setDialog(<NewFolderDialog folder="" onClose={close} />)}>
-                        New folder
+                        New folder …
                     </button>
                 )}
                 {may("edit") && (
@@ -67,7 +67,7 @@ export function Recipes() {
                         class="primary"
                         onClick={() => setDialog(<NewRecipeDialog folder="" onClose={close} />)}
                     >
-                        New recipe
+                        New recipe …
                     </button>
                 )}
             </Head>
@@ -257,17 +257,17 @@ function menuOf(
 ): MenuItem[] {
     const props = { kind: isFolder ? "folder" : "recipe", list: "recipes", name, onClose, onDone: () => {} } as const;
     const edit: MenuItem[] = [
-        { title: "Rename or move", act: () => onDialog(<RenameDialog {...props} />) },
-        { title: "Delete", danger: true, act: () => onDialog(<DeleteDialog {...props} />) },
+        { title: "Rename or move …", act: () => onDialog(<RenameDialog {...props} />) },
+        { title: "Delete …", danger: true, act: () => onDialog(<DeleteDialog {...props} />) },
     ];
     if (isFolder) {
         return [
             {
-                title: "New recipe in it",
+                title: "New recipe in it …",
                 act: () => onDialog(<NewRecipeDialog folder={name + "::"} onClose={onClose} />),
             },
             {
-                title: "New folder in it",
+                title: "New folder in it …",
                 act: () => onDialog(<NewFolderDialog folder={name + "::"} onClose={onClose} />),
             },
             ...edit,
@@ -276,7 +276,7 @@ function menuOf(
     return [
         { title: "Open", act: () => go("/recipe", { name }) },
         { title: "Plan an activation", act: () => go("/plan", { name }) },
-        ...(may("edit") ? [{ title: "Copy", act: () => onDialog(<CopyDialog {...props} />) }, ...edit] : []),
+        ...(may("edit") ? [{ title: "Copy …", act: () => onDialog(<CopyDialog {...props} />) }, ...edit] : []),
     ];
 }
 

@@ -228,7 +228,7 @@ function Members({ name, draft, resolved }: { name: string; draft: TypeDraft; re
                 </p>
                 {edit && (
                     <button type="button" onClick={() => setOpened("")}>
-                        Add a member
+                        Add a member …
                     </button>
                 )}
             </div>

@@ -47,7 +47,7 @@ export function Types() {
             <Head title="Types" note={counted(typeCount, "type")}>
                 {may("edit") && (
                     <button type="button" onClick={() => setDialog(<NewFolder folder="" onClose={close} />)}>
-                        New folder
+                        New folder …
                     </button>
                 )}
                 {may("edit") && (
@@ -56,7 +56,7 @@ export function Types() {
                         class="primary"
                         onClick={() => setDialog(<NewType folder="" onClose={close} />)}
                     >
-                        New type
+                        New type …
                     </button>
                 )}
             </Head>
@@ -134,17 +134,20 @@ function menuOf(
     const props = { kind: isFolder ? "folder" : "type", list: "types", name, onClose, onDone: () => {} } as const;
     const first: MenuItem[] = isFolder
         ? [
-              { title: "New type in it", act: () => onDialog(<NewType folder={name + "::"} onClose={onClose} />) },
-              { title: "New folder in it", act: () => onDialog(<NewFolder folder={name + "::"} onClose={onClose} />) },
+              { title: "New type in it …", act: () => onDialog(<NewType folder={name + "::"} onClose={onClose} />) },
+              {
+                  title: "New folder in it …",
+                  act: () => onDialog(<NewFolder folder={name + "::"} onClose={onClose} />),
+              },
           ]
         : [
               { title: "Open", act: () => go("/type", { name }) },
-              { title: "Copy", act: () => onDialog(<CopyDialog {...props} />) },
+              { title: "Copy …", act: () => onDialog(<CopyDialog {...props} />) },
           ];
     return [
         ...first,
-        { title: "Rename or move", act: () => onDialog(<RenameDialog {...props} />) },
-        { title: "Delete", danger: true, act: () => onDialog(<DeleteDialog {...props} />) },
+        { title: "Rename or move …", act: () => onDialog(<RenameDialog {...props} />) },
+        { title: "Delete …", danger: true, act: () => onDialog(<DeleteDialog {...props} />) },
     ];
 }
 

@@ -28,14 +28,14 @@ function People() {
     return (
         <section class="view">
             <Head title="Users and tokens">
-                <button type="button" class="primary" onClick={() => setOpen({ is: "addUser" })}>
-                    {isFirst ? "Add the first user" : "Add a user"}
-                </button>
                 {!isFirst && (
                     <button type="button" onClick={() => setOpen({ is: "addToken" })}>
-                        Make a token
+                        Make a token …
                     </button>
                 )}
+                <button type="button" class="primary" onClick={() => setOpen({ is: "addUser" })}>
+                    {isFirst ? "Add the first user …" : "Add a user …"}
+                </button>
             </Head>
             {error !== undefined && <Failure error={error} retry={again} />}
             {isFirst ? (
