@@ -43,14 +43,16 @@ export function Empty({ title, children }: { title: string; children?: Component
 
 /** What went wrong, with each mistake and its place. */
 export function Failure({ error, retry }: { error: unknown; retry?: () => void }) {
-    const errors = error instanceof Problem ? error.errors : [];
+    const text = errorText(error);
+    // The one mistake that the text is made of isn't told twice.
+    const errors = (error instanceof Problem ? error.errors : []).filter(({ detail }) => !text.endsWith(detail));
     return (
         <div class="notice bad" role="alert">
             <span class="notice-sign" aria-hidden="true">
                 ✕
             </span>
             <div>
-                <p class="pre">{errorText(error)}</p>
+                <p class="pre">{text}</p>
                 {errors.length > 0 && (
                     <ul>
                         {errors.slice(0, 100).map(({ pointer, detail }) => (
