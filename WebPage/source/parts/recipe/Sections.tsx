@@ -10,6 +10,7 @@ import { useAnswer } from "../../data/useAnswer";
 import { Grid } from "../Grid";
 import type { Column } from "../Grid";
 import { PathLink } from "../PathLink";
+import { Outcome } from "../Outcome";
 import { Empty, Failure, Loading } from "../State";
 import { Link, Text, Time, Who } from "../Text";
 
@@ -58,7 +59,7 @@ const columnsOfHistory: Column<HistoryItem>[] = [
         ),
     },
     { key: "who", title: "Who", cell: ({ who }) => <Who of={who} /> },
-    { key: "action", title: "What", cell: ({ action }) => action },
+    { key: "action", title: "Action", cell: ({ action }) => action },
     {
         key: "asked",
         title: "Asked",
@@ -78,8 +79,8 @@ const columnsOfHistory: Column<HistoryItem>[] = [
         key: "outcome",
         title: "Outcome",
         cell: ({ outcome, text }) => (
-            <span class={outcome === "failed" ? "state bad" : undefined} title={text}>
-                {outcome}
+            <span title={text}>
+                <Outcome of={outcome} />
             </span>
         ),
     },
