@@ -109,26 +109,29 @@ function ActiveRecipes({ linked }: { linked: boolean }) {
             title={state.error}
             role="group"
             aria-label="Active recipes"
-            tabIndex={linked ? undefined : 0}
         >
             <span class="label">Active</span>
             {state.active.length === 0 && <span class="nothing">no recipe</span>}
-            {state.active.slice(0, 4).map(({ recipe }) =>
-                linked ? (
-                    <Link to="/recipe" query={{ name: recipe }} class="chip">
-                        <EntryName name={recipe} />
-                    </Link>
-                ) : (
-                    <span class="chip">
-                        <EntryName name={recipe} />
-                    </span>
-                ),
+            {state.active.length > 0 && (
+                <span class="chips" tabIndex={linked ? undefined : 0}>
+                    {state.active.slice(0, 4).map(({ recipe }) =>
+                        linked ? (
+                            <Link to="/recipe" query={{ name: recipe }} class="chip">
+                                <EntryName name={recipe} />
+                            </Link>
+                        ) : (
+                            <span class="chip">
+                                <EntryName name={recipe} />
+                            </span>
+                        ),
+                    )}
+                </span>
             )}
-            {state.active.length > 4 &&
+            {state.active.length > 1 &&
                 (linked ? (
-                    <Link to="/active">{state.active.length - 4} more</Link>
+                    <Link to="/active">{state.active.length} in all</Link>
                 ) : (
-                    <span>{state.active.length - 4} more</span>
+                    <span>{state.active.length} in all</span>
                 ))}
             {state.unread.length > 0 && (
                 <span class="state bad" title={state.unread[0]?.text}>
