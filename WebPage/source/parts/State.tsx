@@ -44,8 +44,9 @@ export function Empty({ title, children }: { title: string; children?: Component
 /** What went wrong, with each mistake and its place. */
 export function Failure({ error, retry }: { error: unknown; retry?: () => void }) {
     const text = errorText(error);
+    const mistakes = error instanceof Problem ? error.errors : [];
     // The one mistake that the text is made of isn't told twice.
-    const errors = (error instanceof Problem ? error.errors : []).filter(({ detail }) => !text.endsWith(detail));
+    const errors = mistakes.length === 1 && text.endsWith(mistakes[0]!.detail) ? [] : mistakes;
     return (
         <div class="notice bad" role="alert">
             <span class="notice-sign" aria-hidden="true">
