@@ -20,3 +20,44 @@ for (const view of views) {
         assert.equal(await page.evaluate(() => document.documentElement.scrollWidth), phone.width);
     });
 }
+
+const hostileNames = [
+    { is: "markup", name: "<img src=x onerror=alert(1)></script>", signs: [] },
+    { is: "another order", name: "ab\u202Ecd\u2066ef\u2069\u2069gh", signs: ["U+202E", "U+2066", "U+2069", "U+2069"] },
+    { is: "nothing to see", name: "in\u200Bvis\u00ADible", signs: ["U+200B", "U+00AD"] },
+    { is: "blanks", name: " two  blanks\u00A0", signs: ["␣", "␣␣", "U+00A0"] },
+    { is: "joined signs", name: "👩‍👩‍👧 ❤️ می‌خواهم क्‍ष", signs: [] },
+    { is: "a key of objects", name: "__proto__", signs: [] },
+    { is: "parts of an address", name: "a%2F?b=#c&d+e", signs: [] },
+    { is: "as long as can be", name: "W".repeat(255), signs: [] },
+];
+
+for (const { is, name, signs } of hostileNames) {
+    test(`a name of ${is} is shown as it is, and what can't be seen in it is marked`, async (t) => {
+        const entry = { recipeTypeName: "Filling::Carbonated", values: {} };
+        const headers = { "If-None-Match": "*" };
+        const made = await plant.ask("engineer", "PUT", "/recipe", { query: { name }, body: entry, headers });
+        assert.equal(made.status, 201, made.text);
+        const path = `/recipe?name=${encodeURIComponent(name)}`;
+        const page = await visit(t, plant, { path, role: "engineer" });
+        const leaf = page.locator("h1 .leaf");
+        assert.equal(await leaf.evaluate((element) => element.textContent), name);
+        const marks = await leaf.locator(".unseen").evaluateAll((all) => all.map(({ dataset }) => dataset.sign));
+        assert.deepEqual(marks, signs);
+        assert.ok(signs.length === 0 || (await leaf.evaluate(isInOrder)), "its letters stand in their order");
+        await page.setViewportSize(phone);
+        assert.equal(await page.evaluate(() => document.documentElement.scrollWidth), phone.width);
+    });
+}
+
+/** Whether the parts of a line's text follow each other from left to right. */
+function isInOrder(element) {
+    const walker = document.createTreeWalker(element, NodeFilter.SHOW_TEXT);
+    const lefts = [];
+    while (walker.nextNode()) {
+        const range = document.createRange();
+        range.selectNodeContents(walker.currentNode);
+        lefts.push(...Array.from(range.getClientRects(), ({ left }) => left));
+    }
+    return lefts.every((left, index) => index === 0 || left >= lefts[index - 1]);
+}

@@ -1,5 +1,6 @@
 import type { ComponentChildren } from "preact";
 import { errorText, Problem } from "../data/api";
+import { Text } from "./Text";
 
 /** The words for states of rows, each with a sign, so that no colour has to tell it. */
 const signs: Record<string, [sign: string, kind: string]> = {
@@ -53,12 +54,19 @@ export function Failure({ error, retry }: { error: unknown; retry?: () => void }
                 ✕
             </span>
             <div>
-                <p class="pre">{text}</p>
+                <p class="pre">
+                    <Text>{text}</Text>
+                </p>
                 {errors.length > 0 && (
                     <ul>
                         {errors.slice(0, 100).map(({ pointer, detail }) => (
                             <li class="pre">
-                                {pointer && <code>{pointer}</code>} {detail}
+                                {pointer && (
+                                    <code>
+                                        <Text>{pointer}</Text>
+                                    </code>
+                                )}{" "}
+                                <Text>{detail}</Text>
                             </li>
                         ))}
                     </ul>

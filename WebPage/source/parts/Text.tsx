@@ -4,12 +4,45 @@ import type { Json } from "../data/json";
 import { go } from "../data/router";
 import { queryText } from "../data/api";
 
-/** A text from outside: signs of direction in it order nothing beside it. */
+/** A text from outside: signs of direction in it order nothing, and what can't be seen is marked. */
 export function Text({ children, long }: { children: string; long?: boolean }) {
     return (
         <bdi class={long ? "text long" : "text"} title={children}>
-            {children}
+            {marked(children)}
         </bdi>
+    );
+}
+
+/**
+ * What tells two texts apart without being seen: blanks at an end or side by side, all blanks but the common one, and
+ * signs that take no room, but for those that join emoji and letters or choose their form.
+ */
+const unseen = new RegExp(
+    [
+        "^ +| +$| {2,}",
+        "(?<![\\p{ExtPict}\\p{EMod}\\ufe0f\\p{sc=Arab}\\p{sc=Deva}\\p{sc=Beng}])[\\u200c\\u200d]",
+        "(?<!\\p{ExtPict})\\ufe0f(?!\\u20e3)",
+        "(?![ \\u200c\\u200d\\ufe0f])[\\p{Z}\\p{Cc}\\p{DI}\\u2800\\ufff9-\\ufffb]",
+    ].join("|"),
+    "u",
+);
+const unseenApart = new RegExp(`(${unseen.source})`, "u");
+
+function marked(text: string): ComponentChildren {
+    return unseen.test(text)
+        ? text.split(unseenApart).map((part, index) => (index % 2 === 1 ? <Unseen>{part}</Unseen> : part))
+        : text;
+}
+
+/** The sign itself stays, so that the text is copied as it is. */
+function Unseen({ children }: { children: string }) {
+    const isBlank = children.startsWith(" ");
+    const code = children.codePointAt(0)!.toString(16).toUpperCase().padStart(4, "0");
+    const sign = isBlank ? "␣".repeat(children.length) : ({ "\n": "↵", "\t": "⇥" }[children] ?? `U+${code}`);
+    return (
+        <span class={children === "\n" ? "unseen line-end" : "unseen"} data-sign={sign}>
+            {children}
+        </span>
     );
 }
 
@@ -25,7 +58,12 @@ export function ValueText({ value, unit }: { value: Json | undefined; unit?: str
     return (
         <>
             <Text>{text.length > 5000 ? text.slice(0, 5000) + "…" : text}</Text>
-            {unit && <span class="unit"> {unit}</span>}
+            {unit && (
+                <span class="unit">
+                    {" "}
+                    <Text>{unit}</Text>
+                </span>
+            )}
         </>
     );
 }
@@ -37,11 +75,12 @@ export function Who({ of }: { of: string }) {
 
 /** The name of an entry, its folders before it in a weaker colour. */
 export function EntryName({ name }: { name: string }) {
-    const at = name.lastIndexOf("::");
+    const parts = name.split("::");
+    const leaf = parts.pop()!;
     return (
         <bdi class="text entry-name" title={name}>
-            {at >= 0 && <span class="folders">{name.slice(0, at + 2)}</span>}
-            <span class="leaf">{at >= 0 ? name.slice(at + 2) : name}</span>
+            {parts.length > 0 && <span class="folders">{parts.map((part) => [marked(part), "::"])}</span>}
+            <span class="leaf">{marked(leaf)}</span>
         </bdi>
     );
 }

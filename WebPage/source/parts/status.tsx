@@ -1,5 +1,6 @@
 import { useEffect } from "preact/hooks";
 import { Store, useStore } from "../data/store";
+import { Text } from "./Text";
 
 const said = new Store("");
 
@@ -21,7 +22,7 @@ export function StatusRegion() {
     }, [text]);
     return (
         <div class={text ? "status-region shown" : "status-region"} role="status" aria-live="polite">
-            {text}
+            {text && <Text>{text}</Text>}
         </div>
     );
 }

@@ -1,6 +1,7 @@
 import { useNews } from "../../data/live";
 import { qualityOf } from "../../data/symbols";
 import type { SymbolItem } from "../../data/symbols";
+import { Text } from "../Text";
 
 /** Whether what is shown of a symbol can be believed, and if not, why. */
 export function Quality({ symbol }: { symbol: SymbolItem }) {
@@ -10,8 +11,8 @@ export function Quality({ symbol }: { symbol: SymbolItem }) {
     }
     const isGood = quality === "good";
     return (
-        <span class={isGood ? "state good" : "state bad"} title={quality}>
-            <span aria-hidden="true">{isGood ? "●" : "✕"}</span> <bdi>{quality}</bdi>
+        <span class={isGood ? "state good" : "state bad"}>
+            <span aria-hidden="true">{isGood ? "●" : "✕"}</span> <Text>{quality}</Text>
         </span>
     );
 }

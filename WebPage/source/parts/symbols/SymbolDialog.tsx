@@ -107,7 +107,7 @@ function WriteForm({ symbol }: { symbol: SymbolItem }) {
                         "Write"
                     ) : (
                         <>
-                            Write <bdi>{brief(value)}</bdi> to <bdi>{name}</bdi>
+                            Write <Text>{brief(value)}</Text> to <Text>{name}</Text>
                         </>
                     )}
                 </button>
