@@ -6,6 +6,7 @@ import { join } from "node:path";
 import { gzipSync } from "node:zlib";
 import { launch, open } from "../../Tests/WebPage/support/browser.mjs";
 import { password, Plant } from "../../Tests/WebPage/support/Plant.mjs";
+import { views } from "../../Tests/WebPage/support/views.mjs";
 
 const recipeCount = 10_000;
 const symbolCount = 10_000;
@@ -82,14 +83,12 @@ function recipes() {
 // What is measured ----------------------------------------------------------------------------------------------------
 
 const median = (figures) => figures.sort((one, other) => one - other)[Math.floor(figures.length / 2)];
+const sum = (figures) => figures.reduce((total, figure) => total + figure, 0);
 const seconds = (count) => new Promise((resolve) => setTimeout(resolve, count * 1000));
 const firstRow = "[role=treegrid] [aria-rowindex='2']";
 
-/**
- * From the asking for the page until its first rows are drawn, in a browser that has kept nothing of it, and the bytes
- * of script that were read for that.
- */
-async function costOfRows(path) {
+/** From the asking for the page until its first rows are drawn, in a browser that has kept nothing of it. */
+async function timeOfRows(path) {
     const page = await open(browser, origin, { user: "engineer", password, path: "/icon.svg" });
     await page.addInitScript((selector) => {
         const look = () =>
@@ -100,50 +99,39 @@ async function costOfRows(path) {
     }, firstRow);
     await page.goto(path);
     const time = await (await page.waitForFunction(() => globalThis.rowsAt)).jsonValue();
-    const bytes = await page.evaluate(() =>
-        performance
-            .getEntriesByType("resource")
-            .filter(({ name }) => name.endsWith(".js"))
-            .reduce((sum, { encodedBodySize }) => sum + encodedBodySize, 0),
-    );
     await page.context().close();
-    return { time, bytes };
+    return time;
 }
 
 async function firstViews() {
     for (const path of ["/recipes", "/symbols"]) {
-        const costs = [];
-        while (costs.length < 5) {
-            costs.push(await costOfRows(path));
+        const times = [];
+        while (times.length < 5) {
+            times.push(await timeOfRows(path));
         }
-        const time = median(costs.map((cost) => cost.time));
-        row(`${path} with 10,000: the first rows stand, median of five`, time / 1000, "s", 1);
-        row("  script read for them, compressed", costs[0].bytes / kB, "kB");
+        row(`${path} with 10,000: the first rows stand, median of five`, median(times) / 1000, "s", 1);
     }
 }
 
-/** Of all that a visitor of every view reads: the document names modules, and they name others. */
-async function scriptSize() {
-    const page = await open(browser, origin, {});
-    const first = await page.evaluate(() =>
-        Array.from(
-            document.querySelectorAll("script, link[rel=modulepreload]"),
-            (element) => element.src || element.href,
-        ),
-    );
-    await page.context().close();
+/** Who goes to a view waits for what it reads from a cold start: its own script, and what it shares with others. */
+async function scriptSizes() {
     const sizes = new Map();
-    const read = async (address) => {
-        if (!sizes.has(address)) {
-            sizes.set(address, 0);
-            const text = await (await fetch(address)).text();
-            sizes.set(address, gzipSync(text, { level: 9 }).length);
-            const named = [...text.matchAll(/["'`](\.?\/[^"'`]+\.js)["'`]/g)];
-            await Promise.all(named.map(([, path]) => read(new URL(path, address).href)));
+    for (const { path, role } of views) {
+        const page = await open(browser, origin, { user: role, password, path });
+        await page.waitForFunction(() => document.querySelector("main") && !document.querySelector(".starting"));
+        const scripts = await page.evaluate(() =>
+            performance
+                .getEntriesByType("resource")
+                .map(({ name }) => name)
+                .filter((name) => name.endsWith(".js")),
+        );
+        await page.context().close();
+        for (const script of scripts.filter((each) => !sizes.has(each))) {
+            sizes.set(script, gzipSync(await (await fetch(script)).text(), { level: 9 }).length / kB);
         }
-    };
-    await Promise.all(first.map(read));
-    row("script, compressed: all of it", [...sizes.values()].reduce((sum, size) => sum + size, 0) / kB, "kB", 40);
+        row(`script of ${path.split("?")[0]}, compressed`, sum(scripts.map((script) => sizes.get(script))), "kB", 40);
+    }
+    row("script of all views together, for whoever goes to each one", sum([...sizes.values()]), "kB");
 }
 
 /** A page whose long tasks, work and received values are counted. */
@@ -241,7 +229,7 @@ const plant = await Plant.start(manyOfAll);
 const origin = `http://127.0.0.1:${plant.port}`;
 const browser = await launch();
 try {
-    await scriptSize();
+    await scriptSizes();
     await firstViews();
     await view("10,000 recipes", "/recipes", ["recipe0", recipeCount + 100]);
     await view("10,000 symbols, all of which change", "/symbols", ["line.value", symbolCount - 10]);
