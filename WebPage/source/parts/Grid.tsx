@@ -2,6 +2,7 @@
 import type { ComponentChildren, JSX, VNode } from "preact";
 import { useEffect, useLayoutEffect, useMemo, useRef, useState } from "preact/hooks";
 import { Store, useStore } from "../data/store";
+import { Dialog } from "./Dialog";
 
 export interface Column<T> {
     key: string;
@@ -80,6 +81,9 @@ export function Grid<T>(props: GridProps<T>) {
     const keepPlace = () => keep && keptPlaces.set(keep, { top: frame.current!.scrollTop, activeKey });
     useEffect(() => void keepPlace(), [activeKey]);
 
+    const [whole, showWhole] = useState<T>();
+    useEffect(() => leaveOneRowToTab(frame.current!));
+
     const moveTo = (index: number) => {
         const to = Math.max(0, Math.min(rows.length - 1, index));
         if (rows[to] !== undefined) {
@@ -90,7 +94,8 @@ export function Grid<T>(props: GridProps<T>) {
     const onKeyDown = (event: KeyboardEvent) => {
         const isPlain = event.target === frame.current && !event.ctrlKey && !event.altKey && !event.metaKey;
         const act =
-            isPlain && keyActs({ props, frame: frame.current!, activeIndex, fits, moveTo }, event.shiftKey)[event.key];
+            isPlain &&
+            keyActs({ props, frame: frame.current!, activeIndex, fits, moveTo, showWhole }, event.shiftKey)[event.key];
         if (act) {
             event.preventDefault();
             act();
@@ -100,52 +105,87 @@ export function Grid<T>(props: GridProps<T>) {
     const onFocus = () => activeIndex < 0 && frame.current!.matches(":focus-visible") && moveTo(first);
 
     const pick = useRef<Picked<T>>({});
-    pick.current = { onOpen, onToggle, onPick: (row) => setActiveKey(keyOf(row)) };
+    pick.current = { onOpen, onToggle, onPick: (row) => setActiveKey(keyOf(row)), onCut: showWhole };
     const drawn = useDrawnRows<T>();
     const isActiveInSight = activeIndex >= from && activeIndex < from + inSight.length;
     return (
-        <div
-            ref={frame}
-            class={"grid " + kind}
-            role="treegrid"
-            aria-label={label}
-            tabIndex={0}
-            aria-rowcount={rows.length + 1}
-            aria-colcount={columns.length}
-            aria-activedescendant={isActiveInSight ? `${id}-${activeIndex}` : undefined}
-            onScroll={() => (look(), keepPlace())}
-            onKeyDown={onKeyDown}
-            onFocus={onFocus}
-        >
-            <GridHead columns={columns} onSort={props.onSort} />
-            <div role="rowgroup" class="grid-body" style={{ height: `${rows.length * height}px` }}>
-                {drawn(
-                    inSight.map((row, offset) => ({
-                        key: keyOf(row),
-                        id: `${id}-${from + offset}`,
-                        index: from + offset,
-                        height,
-                        row,
-                        columns,
-                        pick,
-                        level: branch?.(row).level,
-                        isExpanded: branch?.(row).isExpanded,
-                        isActive: from + offset === activeIndex,
-                        opens: onOpen !== undefined,
-                        extraClass: props.rowClass?.(row) ?? "",
-                    })),
-                )}
-            </div>
-            {rows.length === 0 && (
-                <div role="rowgroup">
-                    <div role="row">
-                        <div role="gridcell" aria-colspan={columns.length}>
-                            {props.empty}
+        <>
+            <div
+                ref={frame}
+                class={"grid " + kind}
+                role="treegrid"
+                aria-label={label}
+                tabIndex={0}
+                aria-rowcount={rows.length + 1}
+                aria-colcount={columns.length}
+                aria-activedescendant={isActiveInSight ? `${id}-${activeIndex}` : undefined}
+                onScroll={() => (look(), keepPlace())}
+                onKeyDown={onKeyDown}
+                onFocus={onFocus}
+            >
+                <GridHead columns={columns} onSort={props.onSort} />
+                <div role="rowgroup" class="grid-body" style={{ height: `${rows.length * height}px` }}>
+                    {drawn(
+                        inSight.map((row, offset) => ({
+                            key: keyOf(row),
+                            id: `${id}-${from + offset}`,
+                            index: from + offset,
+                            height,
+                            row,
+                            columns,
+                            pick,
+                            level: branch?.(row).level,
+                            isExpanded: branch?.(row).isExpanded,
+                            isActive: from + offset === activeIndex,
+                            opens: onOpen !== undefined,
+                            extraClass: props.rowClass?.(row) ?? "",
+                        })),
+                    )}
+                </div>
+                {rows.length === 0 && (
+                    <div role="rowgroup">
+                        <div role="row">
+                            <div role="gridcell" aria-colspan={columns.length}>
+                                {props.empty}
+                            </div>
                         </div>
                     </div>
-                </div>
-            )}
-        </div>
+                )}
+            </div>
+            {whole !== undefined && <Whole row={whole} columns={columns} onClose={() => showWhole(undefined)} />}
+        </>
+    );
+}
+
+/** Tab leads into the active row and then out of the table, not through all that is in sight. */
+function leaveOneRowToTab(frame: HTMLElement): void {
+    for (const stop of frame.querySelectorAll(".row:not(.active) :is(a, button):not([tabindex], .cell-editor *)")) {
+        if (!stop.closest(".grid-head")) {
+            stop.setAttribute("tabindex", "-1");
+            stop.setAttribute("data-kept", "");
+        }
+    }
+    for (const stop of frame.querySelectorAll(".row.active [data-kept]")) {
+        stop.removeAttribute("tabindex");
+        stop.removeAttribute("data-kept");
+    }
+}
+
+/** A row whose texts are cut in the table. */
+function Whole<T>({ row, columns, onClose }: { row: T; columns: Column<T>[]; onClose: () => void }) {
+    // Texts are read here and links followed; what a press does in the table it does there alone.
+    const onPress = (event: Event) => (event.target as Element).closest("a") ?? event.stopPropagation();
+    return (
+        <Dialog title="The row in full" onClose={onClose} wide>
+            <dl class="row-facts" onClickCapture={onPress}>
+                {columns.map(({ title, cell }) => (
+                    <>
+                        <dt>{title}</dt>
+                        <dd class="pre">{cell(row)}</dd>
+                    </>
+                ))}
+            </dl>
+        </Dialog>
     );
 }
 
@@ -177,11 +217,12 @@ interface Walk<T> {
     activeIndex: number;
     fits: number;
     moveTo: (index: number) => void;
+    showWhole: (row: T) => void;
 }
 
 /** What each key does. */
 function keyActs<T>(
-    { props, frame, activeIndex, fits, moveTo }: Walk<T>,
+    { props, frame, activeIndex, fits, moveTo, showWhole }: Walk<T>,
     isShifted: boolean,
 ): Record<string, () => unknown> {
     const { rows, branch, onOpen, onEdit, onToggle, onMenu } = props;
@@ -207,6 +248,7 @@ function keyActs<T>(
         ArrowLeft: () => (isExpanded ? onToggle?.(row, false) : moveTo(parentOf(rows, at, branch))),
         Enter: () => (onOpen ?? onEdit)?.(row),
         F2: () => onEdit?.(row),
+        " ": () => showWhole(row),
         ...(onMenu && { ".": menu, ContextMenu: menu, ...(isShifted && { F10: menu }) }),
     };
 }
@@ -238,6 +280,8 @@ interface Picked<T> {
     onPick?: (row: T) => void;
     onOpen?: ((row: T) => void) | undefined;
     onToggle?: ((row: T, isExpanded: boolean) => void) | undefined;
+    /** A press on a text that is cut, in a row that doesn't open. */
+    onCut?: (row: T) => void;
 }
 
 interface GridRowProps<T> {
@@ -297,11 +341,15 @@ function GridRow<T>({
     };
     const open = (event: MouseEvent) => {
         pick.current.onPick?.(row);
-        const isControl =
-            event.target instanceof Element && event.target.closest("a, button, input, select, textarea, label");
+        const target = event.target as Element;
         // Who marks a text to copy it opens nothing.
-        if (!isControl && !getSelection()?.toString()) {
-            pick.current.onOpen?.(row);
+        if (target.closest("a, button, input, select, textarea, label, dialog") || getSelection()?.toString()) {
+            return;
+        }
+        if (pick.current.onOpen) {
+            pick.current.onOpen(row);
+        } else if (isCut(target.closest(".cell")) && !target.closest(".editable, .cell-editor")) {
+            pick.current.onCut?.(row);
         }
     };
     const kind = level === undefined ? "" : isExpanded === undefined ? " leaf-row" : " branch-row";
@@ -335,6 +383,11 @@ function GridRow<T>({
             ))}
         </div>
     );
+}
+
+function isCut(cell: Element | null): boolean {
+    const boxes = cell ? [cell, ...cell.querySelectorAll("*")] : [];
+    return boxes.some(({ clientWidth, scrollWidth }) => clientWidth > 0 && scrollWidth > clientWidth);
 }
 
 function cellClass(key: string, right: boolean | undefined): string {
