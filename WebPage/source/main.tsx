@@ -1,6 +1,6 @@
 import "./style/page.css";
 import { render } from "preact";
-import { useEffect } from "preact/hooks";
+import { useEffect, useRef } from "preact/hooks";
 import { startActive } from "./data/active";
 import { startLive } from "./data/live";
 import { startLists } from "./data/recipes";
@@ -20,6 +20,7 @@ function App() {
     const shown = path === "/" ? (isOperator ? "/operator" : "/recipes") : path;
     const title = signedIn ? titleOf({ path: shown, query }) : "Ravik";
     useEffect(() => void (document.title = title), [title]);
+    useArrival(path + (query.get("name") ?? ""));
     if (signedIn === undefined) {
         return <main class="starting" aria-busy="true" />;
     }
@@ -41,6 +42,17 @@ function View({ path }: { path: string }) {
         return <Failure error={error} retry={again} />;
     }
     return Shown ? <Shown key={path} /> : <div class="starting" aria-busy="true" />;
+}
+
+/** The keyboard goes on in the new view where the old one had it. */
+function useArrival(at: string): void {
+    const before = useRef(at);
+    useEffect(() => {
+        if (before.current !== at && document.activeElement === document.body) {
+            document.querySelector<HTMLElement>("main")?.focus({ preventScroll: true });
+        }
+        before.current = at;
+    }, [at]);
 }
 
 startRouter();
