@@ -21,6 +21,42 @@ for (const view of views) {
     });
 }
 
+const recipe = "/recipe?name=Filling::Lemonade330";
+const dialogs = [
+    { path: recipe, role: "engineer", by: ["More", "Copy …"] },
+    { path: recipe, role: "engineer", by: ["More", "Compare with another recipe …"] },
+    { path: "/recipes", role: "engineer", by: ["New recipe"] },
+    { path: "/type?name=Filling::Carbonated", role: "engineer", by: ["Add a member"] },
+    { path: "/users", role: "admin", by: ["Add a user"] },
+    { path: recipe, role: "viewer", by: ["Values"], key: "Space" },
+];
+
+for (const { path, role, by, key = "Enter" } of dialogs) {
+    test(`${by.join(", ")}: by keys alone, axe finds nothing, and the focus comes back`, async (t) => {
+        const page = await visit(t, plant, { path, role, reducedMotion: "reduce" });
+        const place = page
+            .locator("button, .grid")
+            .and(page.getByLabel(by[0]).or(page.getByText(by[0])))
+            .first();
+        await place.press(key);
+        for (const item of by.slice(1)) {
+            await page.locator("[role=menuitem]:focus").waitFor();
+            while ((await page.locator(":focus").textContent()) !== item) {
+                await page.keyboard.press("ArrowDown");
+            }
+            await page.keyboard.press("Enter");
+        }
+        await page.locator("dialog:has(:focus)").waitFor();
+        for (const colorScheme of ["light", "dark"]) {
+            await page.emulateMedia({ colorScheme });
+            assert.deepEqual(await accessibilityFindings(page), [], colorScheme);
+        }
+        await page.keyboard.press("Escape");
+        await page.locator("dialog").waitFor({ state: "detached" });
+        assert.ok(await place.evaluate((element) => element === document.activeElement));
+    });
+}
+
 const hostileNames = [
     { is: "markup", name: "<img src=x onerror=alert(1)></script>", signs: [] },
     { is: "another order", name: "ab\u202Ecd\u2066ef\u2069\u2069gh", signs: ["U+202E", "U+2066", "U+2069", "U+2069"] },

@@ -19,9 +19,7 @@ export function Dialog({ title, onClose, children, wide }: DialogProps) {
         shown?.showModal();
         return () => {
             shown?.close();
-            if (before instanceof HTMLElement && before.isConnected) {
-                before.focus();
-            }
+            focusAgain(before);
         };
     }, []);
     const cancel = (event: Event) => {
@@ -39,4 +37,13 @@ export function Dialog({ title, onClose, children, wide }: DialogProps) {
             {children}
         </dialog>
     );
+}
+
+/** Where the dialog came from; the table or the view where that is gone, or can't be used any more. */
+function focusAgain(before: Element | null): void {
+    const candidates = [before, document.querySelector("main .grid"), document.querySelector("main")];
+    candidates.some((element) => {
+        (element as HTMLElement | null)?.focus();
+        return element !== document.body && document.activeElement === element;
+    });
 }

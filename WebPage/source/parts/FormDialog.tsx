@@ -1,5 +1,5 @@
 import type { ComponentChildren } from "preact";
-import { useState } from "preact/hooks";
+import { useEffect, useRef, useState } from "preact/hooks";
 import { Dialog } from "./Dialog";
 import { Failure } from "./State";
 
@@ -18,6 +18,8 @@ interface FormDialogProps {
 export function FormDialog({ title, action, isDanger, onClose, onSubmit, children }: FormDialogProps) {
     const [error, setError] = useState<unknown>();
     const [isBusy, setIsBusy] = useState(false);
+    const form = useRef<HTMLFormElement>(null);
+    useEffect(() => form.current!.querySelector<HTMLElement>("input, select, textarea")?.focus(), []);
     const submit = async (event: SubmitEvent) => {
         event.preventDefault();
         setIsBusy(true);
@@ -31,7 +33,7 @@ export function FormDialog({ title, action, isDanger, onClose, onSubmit, childre
     };
     return (
         <Dialog title={title} onClose={onClose}>
-            <form class="form" onSubmit={submit}>
+            <form ref={form} class="form" onSubmit={submit}>
                 {children}
                 {error !== undefined && <Failure error={error} />}
                 <div class="actions">

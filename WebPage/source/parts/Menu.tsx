@@ -2,7 +2,7 @@ import { useEffect, useLayoutEffect, useMemo, useRef, useState } from "preact/ho
 
 export interface MenuItem {
     title: string;
-    /** Why it can't be done now; it is shown all the same. */
+    /** Why it can't be done now; it is shown and can be walked to all the same. */
     hindrance?: string | undefined;
     /** What is taken away by it is told apart. */
     danger?: boolean;
@@ -20,11 +20,13 @@ interface MenuProps {
 /** A menu over the page; arrows walk, Enter takes, Escape and a press elsewhere close it. */
 export function Menu({ label, items, place, onClose }: MenuProps) {
     const menu = useRef<HTMLDivElement>(null);
-    const [style, setStyle] = useState<Record<string, string>>({ visibility: "hidden" });
-    useLayoutEffect(() => setStyle(besides(place.getBoundingClientRect(), menu.current!)), [place]);
     const before = useMemo(() => document.activeElement, []);
+    // What isn't seen yet takes no focus, so it is put in its place first.
+    useLayoutEffect(() => {
+        Object.assign(menu.current!.style, besides(place.getBoundingClientRect(), menu.current!));
+        menu.current!.querySelector("button")?.focus();
+    }, [place]);
     useEffect(() => {
-        menu.current!.querySelector<HTMLButtonElement>("button:enabled")?.focus();
         const onPress = (event: Event) => !menu.current!.contains(event.target as Node) && onClose();
         addEventListener("pointerdown", onPress, true);
         return () => removeEventListener("pointerdown", onPress, true);
@@ -36,7 +38,7 @@ export function Menu({ label, items, place, onClose }: MenuProps) {
         onClose();
     };
     const onKeyDown = (event: KeyboardEvent) => {
-        const buttons = [...menu.current!.querySelectorAll<HTMLButtonElement>("button:enabled")];
+        const buttons = [...menu.current!.querySelectorAll<HTMLButtonElement>("button")];
         const at = buttons.indexOf(document.activeElement as HTMLButtonElement);
         const steps: Record<string, number> = { ArrowDown: at + 1, ArrowUp: at - 1, Home: 0, End: -1 };
         const to = steps[event.key];
@@ -49,18 +51,18 @@ export function Menu({ label, items, place, onClose }: MenuProps) {
         }
     };
     return (
-        <div ref={menu} class="menu" role="menu" aria-label={label} style={style} onKeyDown={onKeyDown}>
+        <div ref={menu} class="menu" role="menu" aria-label={label} onKeyDown={onKeyDown}>
             {items.map(({ title, danger, hindrance, act }) => (
                 <button
                     type="button"
                     role="menuitem"
                     tabIndex={-1}
-                    disabled={!!hindrance}
-                    title={hindrance || undefined}
+                    aria-disabled={!!hindrance}
                     class={danger ? "quiet danger-text" : "quiet"}
-                    onClick={() => (leave(), act())}
+                    onClick={() => hindrance || (leave(), act())}
                 >
                     {title}
+                    {hindrance && <span class="hint">{hindrance}</span>}
                 </button>
             ))}
         </div>
