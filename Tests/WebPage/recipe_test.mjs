@@ -212,6 +212,26 @@ test("a nested recipe is chosen by keyboard, and unsaved edits are not left by m
     assert.deepEqual(await accessibilityFindings(page), []);
 });
 
+test("unsaved edits are asked about whichever way the history is gone, and the address stays theirs", async (t) => {
+    const page = await open(t, "Own");
+    await page.getByRole("link", { name: "Types" }).click();
+    await page.goBack();
+    await type(page, "Code", "unsaved");
+    const address = page.url();
+    let questions = 0;
+    page.on("dialog", (dialog) => {
+        ++questions;
+        return dialog.dismiss();
+    });
+    await page.evaluate(() => history.forward());
+    await page.waitForURL(address);
+    await stored(page, "Code").getByText("unsaved").waitFor();
+    await page.getByRole("link", { name: "Where used" }).click();
+    await page.goBack();
+    await stored(page, "Code").getByText("unsaved").waitFor();
+    assert.deepEqual([questions, page.url()], [1, address]);
+});
+
 test("who may not edit is offered neither fields nor actions that write", async (t) => {
     const page = await open(t, "Own", "operator");
     await stored(page, "Speed").click();

@@ -34,39 +34,46 @@ export function go(
     how: "push" | "replace" = "push",
 ): void {
     const target = path + queryText(query);
-    const isElsewhere = path !== place.value.path || query["name"] !== (place.value.query.get("name") ?? undefined);
-    if (isElsewhere && !mayLeave()) {
+    const leaves = isElsewhere(path, query["name"]);
+    if (leaves && !mayLeave()) {
         return;
     }
-    history[how === "push" ? "pushState" : "replaceState"](null, "", target);
+    turn += how === "push" ? 1 : 0;
+    history[how === "push" ? "pushState" : "replaceState"](turn, "", target);
     place.set(current());
-    if (isElsewhere) {
+    if (leaves) {
         scrollTo(0, 0);
     }
 }
 
+/** Whether another view is shown there, or the same one of something else. */
+function isElsewhere(path: string, name: string | null | undefined): boolean {
+    return path !== place.value.path || (name ?? "") !== (place.value.query.get("name") ?? "");
+}
+
+/** How far along the browser's history the place shown stands; each entry keeps its own as its state. */
+let turn = 0;
+
 export function startRouter(): void {
-    let isGoingBack = false;
-    addEventListener("popstate", () => {
-        if (isGoingBack) {
-            isGoingBack = false;
+    turn = typeof history.state === "number" ? history.state : 0;
+    history.replaceState(turn, "");
+    addEventListener("popstate", ({ state }) => {
+        const to = current();
+        if (typeof state !== "number") {
+            // A new entry that the browser has made, such as for a link to a part of the page.
+            history.replaceState(++turn, "");
+        } else if (isElsewhere(to.path, to.query.get("name")) && !mayLeave()) {
+            // Whichever way it was gone.
+            history.go(turn - state);
             return;
+        } else {
+            turn = state;
         }
-        if (location.pathname + location.search !== place.value.path + search() && !mayLeave()) {
-            isGoingBack = true;
-            history.forward();
-            return;
-        }
-        place.set(current());
+        place.set(to);
     });
     addEventListener("beforeunload", (event) => {
         if (guard?.()) {
             event.preventDefault();
         }
     });
-}
-
-function search(): string {
-    const text = place.value.query.toString();
-    return text ? "?" + text : "";
 }
