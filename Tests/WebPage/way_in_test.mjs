@@ -19,3 +19,38 @@ test("people sign in with a password, stay signed in, and sign out", async (t) =
     await page.getByRole("button", { name: "Sign in" }).waitFor();
     assert.deepEqual(await page.evaluate(() => Object.keys(localStorage)), []);
 });
+
+test("a link with a token is taken where the page is open already, and out of the address", async (t) => {
+    const page = await visit(t, plant, { path: "/types" });
+    page.allowed.push(/status of 401/);
+    await page.getByRole("button", { name: "Sign in" }).waitFor();
+    for (const token of ["used", "%"]) {
+        await page.evaluate((text) => (location.hash = `#token=${text}`), token);
+        await page.getByText("This link has been used or is too old.").waitFor();
+        assert.equal(new URL(page.url()).hash, "");
+        await page.reload();
+    }
+});
+
+test("a session that ends in two tabs loses no edit in either, and both go on together", async (t) => {
+    const typed = { "Filling::Lemonade330": "331.0", "Filling::Spring500": "501.0" };
+    const first = await visit(t, plant, { role: "engineer" });
+    first.allowed.push(/status of 401/);
+    const tabs = [first, await first.context().newPage()];
+    const cell = (page) => page.getByRole("row", { name: /^FillVolume / }).locator(".cell-stored");
+    for (const [index, name] of Object.keys(typed).entries()) {
+        await tabs[index].goto(`/recipe?name=${name}`);
+        await cell(tabs[index]).click();
+        await tabs[index].getByRole("textbox", { name: "FillVolume" }).fill(typed[name]);
+        await tabs[index].keyboard.press("Enter");
+    }
+    await tabs[0].evaluate(() => {
+        const headers = { "X-CSRF-Token": localStorage.getItem("ravik.csrf") };
+        return fetch("/api/v1/session", { method: "DELETE", headers });
+    });
+    await Promise.all(tabs.map((page) => page.getByRole("button", { name: "Sign in" }).waitFor()));
+    await signIn(tabs[1], "engineer", password);
+    for (const [index, text] of Object.values(typed).entries()) {
+        await cell(tabs[index]).getByText(text).waitFor();
+    }
+});

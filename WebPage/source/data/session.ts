@@ -27,34 +27,47 @@ export function may(right: "activate" | "edit" | "administer"): boolean {
 
 /** Goes on with the session of before, or begins one with the token of the link that the service printed. */
 export async function begin(): Promise<void> {
-    const token = tokenOfAddress();
     onSessionEnd(() => session.value !== null && leave("The session has ended. Sign in to go on."));
-    // Another tab has signed in or out.
-    addEventListener("storage", (event) => event.key === "ravik.csrf" && location.reload());
+    addEventListener("storage", (event) => event.key === "ravik.csrf" && void followOtherTab());
+    // The link may be opened in a tab that shows the page already.
+    addEventListener("hashchange", () => tokenLink.test(location.hash) && void enter());
+    await enter();
+}
+
+/** Another tab has signed in or out. Loaded anew, this one would lose what isn't saved. */
+function followOtherTab(): Promise<void> {
+    session.set(null);
+    return enter();
+}
+
+async function enter(): Promise<void> {
+    const token = tokenOfAddress();
     try {
         if (token) {
-            await signIn({ token });
+            await signIn({ token: decodeURIComponent(token) });
             return;
         }
         session.set(csrf.get() ? await readPlain<Session>("/session") : null);
     } catch (error) {
-        const isOver = error instanceof Problem && error.status === 401;
-        if (error instanceof Problem && (!isOver || token)) {
-            signInNote.set(
-                token ? "This link has been used or is too old. Start the service again for another." : error.message,
-            );
+        const isOver = !(error instanceof Problem) || error.status === 401;
+        if (token && isOver) {
+            signInNote.set("This link has been used or is too old. Start the service again for another.");
+        } else if (!isOver) {
+            signInNote.set(error.message);
         }
         session.set(null);
     }
 }
 
+const tokenLink = /^#token=(.+)$/;
+
 /** Taken out of the address at once, so that it stays in no history and no picture. */
 function tokenOfAddress(): string {
-    const token = /^#token=(.+)$/.exec(location.hash)?.[1];
+    const token = tokenLink.exec(location.hash)?.[1] ?? "";
     if (token) {
-        history.replaceState(null, "", location.pathname + location.search);
+        history.replaceState(history.state, "", location.pathname + location.search);
     }
-    return token ? decodeURIComponent(token) : "";
+    return token;
 }
 
 export async function signIn(proof: { user: string; password: string } | { token: string }): Promise<void> {
