@@ -102,6 +102,13 @@ test("no key writes unless the button has the focus", async (t) => {
     await page.getByText("stands in the controllers").waitFor();
 });
 
+test("a panel keeps the folder that its address once named", async (t) => {
+    const page = await visit(t, plant, { role: "operator", path: "/operator?folder=Products" });
+    await page.getByRole("button", { name: "Spring500" }).waitFor();
+    await page.goto("/");
+    await page.getByRole("button", { name: "Spring500" }).waitFor();
+});
+
 test("who may not write is not offered to", async (t) => {
     const page = await look(t, { role: "viewer" });
     await page.getByText("The role viewer may not activate recipes.").waitFor();

@@ -25,7 +25,9 @@ export function ChooseRecipe({ onLook }: { onLook: (recipe: string) => void }) {
     const [chosen, setChosen] = useState("");
     const [match, setMatch] = useState("");
     useEffect(() => want(readRecipes, recipes as never), []);
-    const folder = folderOf(query.get("folder") ?? localStorage.getItem(folderKey) ?? "");
+    const asked = query.get("folder");
+    const folder = folderOf(asked ?? localStorage.getItem(folderKey) ?? "");
+    useEffect(() => (asked === null ? undefined : localStorage.setItem(folderKey, folder)), [asked]);
     const under = useMemo(() => itemsUnder(list.items, folder), [list.items, folder]);
     const shown = useMemo(() => matching(under, folder, match), [under, folder, match]);
     const item = shown.find(({ kind, name }) => kind === "recipe" && name === chosen);
@@ -37,7 +39,6 @@ export function ChooseRecipe({ onLook }: { onLook: (recipe: string) => void }) {
         );
     }
     const openFolder = (to: string) => {
-        localStorage.setItem(folderKey, to);
         setChosen("");
         setMatch("");
         go("/operator", { folder: to || root });
