@@ -62,13 +62,20 @@ const watchers = new Map<string, number>();
 /** Older than this nothing is shown as current; more where the service is set to read less often. */
 let oldest = longestSilence;
 let socket: WebSocket | undefined;
+/** When it was tried to open it, in milliseconds of Date.now(). */
+let tried = 0;
 let pause = 250;
 let isAsked = false;
 let isTold = false;
 
 /** Keeps the stream open for as long as somebody is signed in. */
 export function startLive(): void {
-    session.follow(() => (session.value ? open() : close()));
+    session.follow(() => {
+        close();
+        if (session.value) {
+            open();
+        }
+    });
     setInterval(check, checkEvery);
     // A tab that was asleep has old values on its screen.
     document.addEventListener("visibilitychange", check);
@@ -84,6 +91,7 @@ function open(): void {
     }
     const made = new WebSocket(`${location.protocol === "https:" ? "wss" : "ws"}://${location.host}/api/v1/events`);
     socket = made;
+    tried = Date.now();
     made.onopen = () => ask();
     made.onmessage = (event) => made === socket && hear(event.data as string);
     made.onclose = (event) => made === socket && lose(event.reason);
@@ -95,6 +103,9 @@ function close(): void {
     ended?.close();
     readings.clear();
     domains.clear();
+    pause = 250;
+    // Nothing is missed of a stream that isn't wanted.
+    link.set({ isOpen: false, heard: Date.now(), reason: "" });
 }
 
 function lose(reason: string): void {
@@ -102,7 +113,7 @@ function lose(reason: string): void {
     link.set({ ...link.value, isOpen: false, reason });
     news.set(news.value + 1);
     // A stream that is refused does not tell why: it may be that the session has ended, which a request does tell.
-    void readPlain("/session").catch(() => {});
+    void readPlain("/session", {}, AbortSignal.timeout(longestPause)).catch(() => {});
     reopen(pause);
     pause = Math.min(longestPause, pause * 2);
 }
@@ -129,6 +140,11 @@ function askSoon(): void {
 
 function hear(text: string): void {
     const now = Date.now();
+    if (isSilent(now)) {
+        // It has waited while this tab was asleep, nobody knows for how long.
+        check();
+        return;
+    }
     const message = parse(text) as JsonObject;
     const told = fields<Revision>(message.get("revision"));
     for (const [name, domain] of message.get("domains") as JsonObject) {
@@ -186,7 +202,13 @@ function check(): void {
     news.set(news.value + 1);
 }
 
-function watch(symbols: readonly string[]): () => void {
+/** A clock that was set back tells no more than one that has gone on. */
+function isSilent(now: number): boolean {
+    return link.value.isOpen && Math.abs(now - link.value.heard) > longestSilence;
+}
+
+/** Until the returned function is called. */
+export function watch(symbols: readonly string[]): () => void {
     for (const symbol of symbols) {
         watchers.set(symbol, (watchers.get(symbol) ?? 0) + 1);
     }
