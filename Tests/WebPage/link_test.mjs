@@ -1,4 +1,7 @@
+import assert from "node:assert/strict";
 import test from "node:test";
+import { signIn } from "./support/browser.mjs";
+import { password } from "./support/Plant.mjs";
 import { startPlant, visit } from "./support/test_file.mjs";
 
 const plant = await startPlant();
@@ -11,6 +14,7 @@ for (const [name, lose] of [
         const page = await visit(t, plant, { role: "engineer", path: "/recipes" });
         page.allowed.push(/ERR_|WebSocket/);
         await page.getByText("● linked").waitFor();
+        await page.getByRole("treegrid").waitFor();
         lose(page.link);
         await page.getByRole("alert").getByText("Link lost.").waitFor({ timeout: 3000 });
         page.link.restore();
@@ -18,3 +22,27 @@ for (const [name, lose] of [
         await page.getByRole("alert").waitFor({ state: "detached" });
     });
 }
+
+test("what is active is no longer told as known once its controller is silent", async (t) => {
+    await plant.activate("Products::Cola1500");
+    const page = await visit(t, plant, { role: "operator", path: "/operator?folder=Products" });
+    const mark = page.getByRole("button", { name: "Cola1500" }).getByText("● active");
+    await mark.waitFor();
+    plant.filler.freeze();
+    await mark.waitFor({ state: "detached" });
+    plant.filler.thaw();
+    await mark.waitFor();
+});
+
+test("nobody who signs in is told of a lost link", async (t) => {
+    const page = await visit(t, plant, { path: "/recipes" });
+    await page.clock.install();
+    await page.clock.runFor(60_000);
+    await page.evaluate(() => {
+        const look = () => document.querySelector(".link-bar") && (globalThis.wasLost = true);
+        new MutationObserver(look).observe(document.body, { subtree: true, childList: true });
+    });
+    await signIn(page, "viewer", password);
+    await page.getByText("● linked").waitFor();
+    assert.equal(await page.evaluate(() => globalThis.wasLost), undefined);
+});

@@ -192,8 +192,10 @@ function secondsOf(value: Json): number {
 
 /** The clock goes on when nothing is heard. */
 function check(): void {
-    // A clock that was set back tells no more than one that has gone on.
-    if (link.value.isOpen && Math.abs(Date.now() - link.value.heard) > longestSilence) {
+    const now = Date.now();
+    // An attempt on a link that lets nothing through is told by nobody to have failed.
+    const isStuck = socket !== undefined && !link.value.isOpen && Math.abs(now - tried) > longestPause;
+    if (isSilent(now) || isStuck) {
         // What was sent meanwhile would come late; a new stream begins with all values.
         socket?.close();
         lose("nothing was heard for two seconds");
@@ -257,6 +259,18 @@ export function liveValue(symbol: string, domain: string): LiveValue | undefined
         age: age === undefined ? undefined : Math.floor(age / 1000),
         text: reading.isGood && polled?.isGood === false ? "the device does not answer" : reading.text,
     };
+}
+
+/** Whether the domain of a watched symbol is known to be silent, which it isn't before the symbol was read. */
+export function isSilentDomain(symbol: string, domain: string): boolean {
+    const polled = domains.get(domain);
+    const isRead = readings.get(symbol)?.isKnown === true;
+    return isRead && polled !== undefined && !(polled.isGood && Date.now() - (polled.time ?? 0) <= oldest);
+}
+
+/** Has `look` called with everything that is heard, and several times a second where nothing is. */
+export function onNews(look: () => void): () => void {
+    return news.follow(look);
 }
 
 /** Draws the component again whenever `select`, which gives a text or a number, gives another one. */

@@ -98,7 +98,7 @@ export function TopBar({ bare }: { bare?: boolean }) {
 function ActiveRecipes({ linked }: { linked: boolean }) {
     const state = useStore(active);
     const { isOpen } = useStore(link);
-    const isKnown = isOpen && state.error === "";
+    const isKnown = isOpen && state.isKnown;
     const age = useNews(() => (isKnown ? 0 : Math.floor((Date.now() - state.asked) / 1000)), [isKnown, state.asked]);
     if (state.asked === 0) {
         return <div class="active-recipes" />;

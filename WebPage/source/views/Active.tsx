@@ -15,9 +15,13 @@ export function Active() {
     const { isOpen } = useStore(link);
     const age = useNews(() => Math.floor((Date.now() - state.asked) / 1000), [state.asked]);
     if (state.asked === 0) {
-        return <Loading what="the controllers" />;
+        return state.error ? (
+            <Failure error={state.error} retry={() => void refreshActive()} />
+        ) : (
+            <Loading what="the controllers" />
+        );
     }
-    const isKnown = isOpen && state.error === "";
+    const isKnown = isOpen && state.isKnown;
     const look = (
         <button type="button" disabled={state.isAsking || !isOpen} onClick={() => void refreshActive()}>
             {state.isAsking ? "Looking …" : "Look again"}

@@ -120,7 +120,7 @@ function Activity({ name }: { name: string }) {
     const { isOpen } = useStore(link);
     const standing = state.active.find(({ recipe }) => recipe === name);
     const unread = state.unread.find(({ recipe }) => recipe === name);
-    if (!isOpen || state.error !== "" || state.asked === 0 || unread) {
+    if (!isOpen || !state.isKnown || unread) {
         return <span title={unread?.text || state.error}>Whether it is active is not known</span>;
     }
     return standing ? (

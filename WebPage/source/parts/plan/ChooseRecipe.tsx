@@ -164,7 +164,7 @@ function RecipeButtons({ items, chosen, isSearched, onChoose, onOpen }: RecipeBu
     const [limit, setLimit] = useState(most);
     const standing = useStore(active);
     const { isOpen } = useStore(link);
-    const isKnown = isOpen && standing.error === "";
+    const isKnown = isOpen && standing.isKnown;
     const names = useMemo(() => new Set(standing.active.map(({ recipe }) => recipe)), [standing.active]);
     if (items.length === 0) {
         return isSearched ? (
