@@ -44,6 +44,13 @@ test("a session that ends in two tabs loses no edit in either, and both go on to
         await tabs[index].getByRole("textbox", { name: "FillVolume" }).fill(typed[name]);
         await tabs[index].keyboard.press("Enter");
     }
+    const type = await first.context().newPage();
+    tabs.push(type);
+    await type.goto("/type?name=Filling::Carbonated");
+    await type
+        .getByRole("button", { name: /^Move .* down$/ })
+        .first()
+        .click();
     await tabs[0].evaluate(() => {
         const headers = { "X-CSRF-Token": localStorage.getItem("ravik.csrf") };
         return fetch("/api/v1/session", { method: "DELETE", headers });
@@ -53,4 +60,5 @@ test("a session that ends in two tabs loses no edit in either, and both go on to
     for (const [index, text] of Object.values(typed).entries()) {
         await cell(tabs[index]).getByText(text).waitFor();
     }
+    await type.getByRole("button", { name: "Save" }).waitFor();
 });

@@ -2,6 +2,7 @@
 import { useEffect, useRef, useState } from "preact/hooks";
 import { Problem, request } from "../../data/api";
 import { counted } from "../Text";
+import { keepDraft, takeDraft } from "../../data/drafts";
 import { revision } from "../../data/live";
 import { guardLeaving } from "../../data/router";
 import { session } from "../../data/session";
@@ -40,22 +41,14 @@ export interface RecipeState {
 }
 
 interface Draft {
-    user: string;
     book: Book;
     edits: Edits;
 }
 
-/** Edits of a session that ended by itself; they go on when the same user has signed in again. */
-const drafts = new Map<string, Draft>();
-
-function draftOf(name: string): Draft | undefined {
-    const draft = drafts.get(name);
-    drafts.delete(name);
-    return draft?.user === session.value?.user ? draft : undefined;
-}
+const draftKey = (name: string) => "recipe " + name;
 
 export function useRecipe(name: string): RecipeState {
-    const [draft] = useState(() => draftOf(name));
+    const [draft] = useState(() => takeDraft<Draft>(draftKey(name)));
     const [book, setBook] = useState(draft?.book);
     const [edits, setEdits] = useState<Edits>(draft?.edits ?? new Map());
     const [newer, setNewer] = useState<Book>();
@@ -191,8 +184,8 @@ function useGuard(name: string, latest: { current: { book: Book | undefined; edi
         return () => {
             lift();
             const { book, edits } = latest.current;
-            if (!session.value && book && edits.size > 0) {
-                drafts.set(name, { user, book, edits });
+            if (book && edits.size > 0) {
+                keepDraft(draftKey(name), user, { book, edits });
             }
         };
     }, [name]);

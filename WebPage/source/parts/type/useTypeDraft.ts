@@ -3,8 +3,10 @@ import { Problem, readEntry, request } from "../../data/api";
 import type { Entry } from "../../data/api";
 import { isSame, write } from "../../data/json";
 import type { JsonObject } from "../../data/json";
+import { keepDraft, takeDraft } from "../../data/drafts";
 import { revision } from "../../data/live";
 import { guardLeaving } from "../../data/router";
+import { session } from "../../data/session";
 import { useStore } from "../../data/store";
 import { useAnswer } from "../../data/useAnswer";
 
@@ -37,11 +39,16 @@ export interface TypeDraft {
     again: () => void;
 }
 
+interface State {
+    base: Entry;
+    entry: JsonObject;
+}
+
 /** A type that is edited here; saved as a whole, and only over what was read. */
 export function useTypeDraft(name: string): TypeDraft {
     const { configuration } = useStore(revision);
     const asked = useAnswer((signal) => readEntry("type", name, signal), [name, configuration]);
-    const [state, setState] = useState<{ base: Entry; entry: JsonObject }>();
+    const [state, setState] = useState(() => takeDraft<State>("type " + name));
     const [refusal, setRefusal] = useState<unknown>();
     const [conflict, setConflict] = useState<Entry>();
     const [edited, setEdited] = useState<Edited>();
@@ -63,7 +70,7 @@ export function useTypeDraft(name: string): TypeDraft {
             setState({ base: asked.answer, entry: asked.answer.value });
         }
     }, [asked.answer, isDirty, isBusy]);
-    useUnsaved(isDirty);
+    useUnsaved(name, isDirty ? state : undefined);
     const save = async () => {
         if (!state || !isDirty || isBusy) {
             return;
@@ -110,14 +117,20 @@ export function useTypeDraft(name: string): TypeDraft {
     };
 }
 
-/** Whoever leaves with unsaved edits is asked. */
-function useUnsaved(isDirty: boolean): void {
-    const current = useRef(isDirty);
-    current.current = isDirty;
-    useEffect(
-        () => guardLeaving(() => (current.current ? "The type has unsaved changes. Leave without them?" : "")),
-        [],
-    );
+/** Whoever leaves with unsaved edits is asked, and they are kept where the session ended. */
+function useUnsaved(name: string, edited: State | undefined): void {
+    const current = useRef(edited);
+    current.current = edited;
+    useEffect(() => {
+        const user = session.value?.user ?? "";
+        const lift = guardLeaving(() => (current.current ? "The type has unsaved changes. Leave without them?" : ""));
+        return () => {
+            lift();
+            if (current.current) {
+                keepDraft("type " + name, user, current.current);
+            }
+        };
+    }, []);
 }
 
 /** Ctrl+S, unless a dialog is open. */
