@@ -53,8 +53,10 @@ class KeptList<T> {
             });
             this.store.set({ items, isRead: true, error: "" });
         } catch (error) {
-            // The entry at the end of a page may go before the next one is asked for.
-            this.isStale ||= error instanceof Problem && error.status === 410;
+            // The entry at the end of a page may go before the next one is asked for; and what fails with the link
+            // may be told only when that is back.
+            const status = error instanceof Problem ? error.status : undefined;
+            this.isStale ||= status === 410 || (status === 0 && link.value.isOpen);
             this.store.set({ ...this.store.value, error: this.isStale ? "" : errorText(error) });
         }
     }
