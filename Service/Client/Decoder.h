@@ -60,6 +60,10 @@ public:
         {
             return read_integer<Type>();
         }
+        else if constexpr (std::is_same_v<Type, double>)
+        {
+            return m_bytes.real();
+        }
         else if constexpr (std::is_same_v<Type, std::string>)
         {
             return std::string(m_bytes.text());

@@ -40,6 +40,10 @@ public:
         {
             m_bytes.number(static_cast<std::uint64_t>(value));
         }
+        else if constexpr (std::is_same_v<Type, double>)
+        {
+            m_bytes.real(value);
+        }
         else if constexpr (std::is_convertible_v<Type const&, std::string_view>)
         {
             m_bytes.text(value);
