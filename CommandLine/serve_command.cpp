@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <iostream>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -98,8 +99,7 @@ void show_start_link(Service::Service& service)
     auto const link = service.start_link();
     if (!link.empty() && ::isatty(STDERR_FILENO) == 1)
     {
-        auto const text = "There is no user yet. Good for one sign-in within ten minutes: " + link + '\n';
-        static_cast<void>(::write(STDERR_FILENO, text.data(), text.size()));
+        std::cerr << "There is no user yet. Good for one sign-in within ten minutes: " << link << std::endl;
     }
 }
 
