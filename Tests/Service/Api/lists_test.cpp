@@ -27,10 +27,10 @@ TEST(Lists, tell_what_a_form_has_to_know_of_a_value)
 {
     ServedPlant const plant;
     auto client = plant.client("engineer");
-    auto const edit =
-        client.send("PATCH", "/type?name=Dough",
-                    R"({"members":{"Speed":{"schema":{"maximum":200,"unit":"rpm"}},"Part":{"recipeType":"Dough"},"Spare":{"symbol":"Line.Free"}}})",
-                    client.if_match("/type?name=Dough"));
+    auto const edit = client.send(
+        "PATCH", "/type?name=Dough",
+        R"({"members":{"Speed":{"schema":{"maximum":200,"unit":"rpm"}},"Part":{"recipeType":"Dough"},"Spare":{"symbol":"Line.Free"}}})",
+        client.if_match("/type?name=Dough"));
     ASSERT_EQ(edit.status, 200U) << edit.body;
     auto const speed = item(client, "/members?type=Dough", "Speed", "members");
     EXPECT_EQ(speed["domain"].get_text(), "Line");
