@@ -46,3 +46,25 @@ test("nobody who signs in is told of a lost link", async (t) => {
     await page.getByText("● linked").waitFor();
     assert.equal(await page.evaluate(() => globalThis.wasLost), undefined);
 });
+
+test("a tab that wakes up shows nothing of before as current", async (t) => {
+    const page = await visit(t, plant, { role: "engineer", path: "/recipe?name=Filling::Lemonade330" });
+    page.allowed.push(/ERR_|WebSocket/);
+    const live = page.getByRole("row", { name: /^FillVolume / }).locator(".live");
+    await live.getByText("ml").waitFor();
+    assert.equal(await page.locator(".live.stale").count(), 0);
+    // Nothing reaches the tab while it sleeps, and its clock has gone on when it wakes up.
+    page.link.freeze();
+    await page.evaluate(() => {
+        const now = Date.now.bind(Date);
+        Date.now = () => now() + 60_000;
+        document.dispatchEvent(new Event("visibilitychange"));
+    });
+    await page
+        .locator(".live.stale")
+        .getByText(/1 min old/)
+        .first()
+        .waitFor({ timeout: 2000 });
+    page.link.restore();
+    await page.locator(".live.stale").first().waitFor({ state: "detached" });
+});
