@@ -5,7 +5,7 @@ import type { Json, JsonObject } from "../data/json";
 import { revision } from "../data/live";
 import { place } from "../data/router";
 import { may } from "../data/session";
-import type { Row } from "../data/shapes";
+import type { HistoryItem, Row } from "../data/shapes";
 import { useStore } from "../data/store";
 import { useAnswer } from "../data/useAnswer";
 import { countsText, PlaceTable, RowTable } from "../parts/ChangeTable";
@@ -16,15 +16,8 @@ import { Head } from "../parts/Shell";
 import { Failure, Loading } from "../parts/State";
 import { EntryName, Link, Text, Time, Who, counted } from "../parts/Text";
 
-interface Told {
+interface Told extends Omit<HistoryItem, "id"> {
     id: Json;
-    time: string;
-    who: string;
-    action: string;
-    asked: string;
-    outcome: string;
-    text: string;
-    note: string;
     body?: Json;
 }
 
