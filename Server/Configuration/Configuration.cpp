@@ -75,7 +75,8 @@ void Configuration::backup(std::filesystem::path const& target)
 
 // Records -------------------------------------------------------------------------------------------------------------
 
-template <typename Work> void Configuration::in_transaction(Work const& work) const
+/// Calls `work` in a transaction, and `show` when it is stored and before anybody can read it from the store.
+template <typename Work, typename Show> void Configuration::in_transaction(Work const& work, Show const& show) const
 {
     RavikSrv::Lock const lock(m_store_mutex);
     m_store->begin();
@@ -89,6 +90,12 @@ template <typename Work> void Configuration::in_transaction(Work const& work) co
         m_store->rollback();
         throw;
     }
+    show();
+}
+
+template <typename Work> void Configuration::in_transaction(Work const& work) const
+{
+    in_transaction(work, [] {});
 }
 
 std::int64_t Configuration::add_record(StoredRecord record, RecordBounds const& bounds)
@@ -127,10 +134,12 @@ std::vector<StoredRecord> Configuration::records_before(std::int64_t before, std
 
 // Saving --------------------------------------------------------------------------------------------------------------
 
-void Configuration::save(std::vector<Touched> const& touched, std::vector<NewRecord> const& records)
+template <typename Show>
+void Configuration::save(std::vector<Touched> const& touched, std::vector<NewRecord> const& records, Show const& show)
 {
     if (m_store == nullptr || (touched.empty() && records.empty()))
     {
+        show();
         return;
     }
     in_transaction(
@@ -145,7 +154,8 @@ void Configuration::save(std::vector<Touched> const& touched, std::vector<NewRec
             {
                 m_store->add_record(record, bounds);
             }
-        });
+        },
+        show);
 }
 
 /// Brings the row, or the rows, that the place lies in into line with the tree as it stands at the end of the edit.
@@ -276,8 +286,8 @@ ErrorValue Configuration::Turn::commit()
     }
     try
     {
-        m_configuration.save(m_changes.touched(), m_records);
-        publish();
+        // Whoever has read a record finds what it tells of in the tree.
+        m_configuration.save(m_changes.touched(), m_records, [this] { publish(); });
         m_configuration.count(m_changes, !m_records.empty());
         m_done = true;
         return ErrorValue::SUCCESS;

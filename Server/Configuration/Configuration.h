@@ -91,7 +91,9 @@ private:
     };
 
     void count(Changes const& changes, bool has_records) noexcept;
-    void save(std::vector<Touched> const& touched, std::vector<NewRecord> const& records);
+    template <typename Show>
+    void save(std::vector<Touched> const& touched, std::vector<NewRecord> const& records, Show const& show);
+    template <typename Work, typename Show> void in_transaction(Work const& work, Show const& show) const;
     template <typename Work> void in_transaction(Work const& work) const;
     TreePair trees(std::string const& domain) const;
     void save_place(Touched const& place, RavikSrv::Value const& tree, Touched& saved);

@@ -59,13 +59,12 @@ void LastChanges::catch_up()
         m_changes.clear();
         m_newest = 0;
     }
-    auto const tree = m_project.get(std::string(recipe_domain), "").value;
     auto const end = steady_clock::now() + most_time;
     auto const known = m_newest;
     std::int64_t below = 0;
     for (std::size_t count = 0; count < most_records; count += records_at_once)
     {
-        below = take_some(below, known, tree);
+        below = take_some(below, known);
         if (below == 0 || steady_clock::now() > end || m_changes.size() > most_paths)
         {
             break;
@@ -74,7 +73,7 @@ void LastChanges::catch_up()
     m_revision = revision;
 }
 
-std::int64_t LastChanges::take_some(std::int64_t below, std::int64_t known, Value const& tree)
+std::int64_t LastChanges::take_some(std::int64_t below, std::int64_t known)
 {
     HistoryFilter filter;
     filter.before = below;
@@ -82,6 +81,8 @@ std::int64_t LastChanges::take_some(std::int64_t below, std::int64_t known, Valu
     // What has places.
     filter.actions = {Action::edit, Action::update, Action::revert};
     auto const found = m_project.history(filter);
+    // Got after the records, so that it has what they made.
+    auto const tree = m_project.get(std::string(recipe_domain), "").value;
     for (auto const& record : found.records)
     {
         if (record.id <= known)

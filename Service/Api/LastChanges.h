@@ -33,7 +33,7 @@ private:
 
     /// Looks at some records below `below`, the newest first. Returns the number to go on below, 0 where none is left
     /// that is newer than `known`.
-    std::int64_t take_some(std::int64_t below, std::int64_t known, RavikSrv::Value const& tree) RAVIK_REQUIRES(m_mutex);
+    std::int64_t take_some(std::int64_t below, std::int64_t known) RAVIK_REQUIRES(m_mutex);
     void take(HistoryRecord const& record, RavikSrv::Value const& tree) RAVIK_REQUIRES(m_mutex);
 
     Project& m_project;
