@@ -211,7 +211,7 @@ void Configuration::save_folder(std::string const& domain, std::string const& pa
 
 // Turns ---------------------------------------------------------------------------------------------------------------
 
-Configuration::Turn::Turn(Configuration& configuration) : m_configuration(configuration)
+Configuration::Turn::Turn(Configuration& configuration, std::string_view /*domain*/) : m_configuration(configuration)
 {
     configuration.m_turn_mutex.lock();
     m_outer = std::exchange(configuration.m_innermost, this);

@@ -30,6 +30,7 @@ class Configuration
 {
 public:
     class Turn;
+    class Gate;
 
     /// `store` may be null: then nothing lasts.
     explicit Configuration(std::unique_ptr<Store> store) : m_store(std::move(store)) {}
@@ -120,13 +121,23 @@ private:
 /// A turn of edits: all that is written in it, and in turns that the same thread takes meanwhile, lasts together or not
 /// at all. Whoever takes one waits until no other thread has one. Destroyed without `commit` it takes back what was
 /// written in it.
+///
+/// Where the recipe management's configuration stands in a library, a turn that edits it names its domain: it waits for
+/// its turn among all servers first, and is brought forward to what these have done. It may not be had then; see
+/// `obstacle`.
 class RAVIK_THREAD_SAFETY(scoped_lockable) Configuration::Turn
 {
 public:
-    explicit Turn(Configuration& configuration) RAVIK_THREAD_SAFETY(acquire_capability(configuration.m_turn_mutex));
+    /// `domain` is the one that is edited, empty where that is not the recipe management's or nothing is edited.
+    explicit Turn(Configuration& configuration, std::string_view domain = {})
+        RAVIK_THREAD_SAFETY(acquire_capability(configuration.m_turn_mutex));
     Turn(Turn const&) = delete;
     Turn& operator=(Turn const&) = delete;
     ~Turn() RAVIK_THREAD_SAFETY(release_capability());
+
+    /// Why the configuration of the recipe management can't be edited in this turn, for a person; empty where it can.
+    /// Writes to it are answered `STORAGE` then.
+    std::string const& obstacle() const noexcept { return m_obstacle; }
 
     /// Writes or removes an entry of the domain's tree, see `Tree`. `INVALID_DOMAIN` for an unknown domain,
     /// `STORAGE` after a failed commit.
@@ -144,6 +155,8 @@ public:
     /// trees are as they were before it, and `failure()` tells why.
     RavikSrv::ErrorValue commit();
     std::string const& failure() const noexcept { return m_failure; }
+    /// After a commit that failed: the id of the edit where it is not known whether the library has it, else empty.
+    std::string const& unknown_edit() const noexcept { return m_unknown_edit; }
 
     /// Takes back what was written in this turn and in those that joined it and have ended.
     void take_back() noexcept;
@@ -161,7 +174,9 @@ private:
     Turn* m_outer = nullptr;
     Changes m_changes;
     std::vector<NewRecord> m_records;
+    std::string m_obstacle;
     std::string m_failure;
+    std::string m_unknown_edit;
     bool m_done = false;
 };
 

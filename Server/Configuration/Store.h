@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Configuration/Library.h"
+#include "Configuration/RowSink.h"
 #include "Configuration/StoreError.h"
 #include "Configuration/StoredRecord.h"
 #include "RavikSrvExtApi.h"
@@ -14,6 +16,17 @@
 namespace Ravik
 {
 
+/// What a store's copy of a library is of, and how far it has come.
+struct LibraryCopy
+{
+    /// `LibraryHead::library`.
+    std::string library;
+    LibraryServer server;
+    LibraryPosition position;
+
+    friend bool operator==(LibraryCopy const& left, LibraryCopy const& right) = default;
+};
+
 /// The durable copy of the configuration: one SQLite file, opened by one process at a time.
 ///
 /// Each row is what is saved as a whole: a recipe, a recipe type, a folder (without what it holds), or a top-level
@@ -21,7 +34,7 @@ namespace Ravik
 /// their maps. Values are JSON text. Beside them it keeps the records of the history.
 ///
 /// Not thread-safe. Every operation may throw `StoreError`.
-class Store
+class Store : public RowSink
 {
 public:
     /// Opens the store, makes it where there is no file, or brings over one of an earlier version. All of it is read
@@ -31,19 +44,13 @@ public:
 
     Store(Store const&) = delete;
     Store& operator=(Store const&) = delete;
-    virtual ~Store() = default;
+    ~Store() override = default;
 
     /// The configuration of a domain as it stood at opening, a map. It is handed out once, before anything is changed.
     virtual RavikSrv::Value load(std::string const& domain) = 0;
 
     /// Starts a transaction; the changes below belong to one, and all or none of them last.
     virtual void begin() = 0;
-    /// Writes the row; it keeps its place where there is one of that path. A null pointer writes a folder.
-    virtual void put(std::string const& domain, std::string const& path, RavikSrv::Value const* value) = 0;
-    /// Removes the row and all rows below it.
-    virtual void erase(std::string const& domain, std::string const& path) = 0;
-    /// Removes all rows below the path, not the row itself.
-    virtual void erase_below(std::string const& domain, std::string const& path) = 0;
     /// Returns when all changes are on the medium.
     virtual void commit() = 0;
     virtual void rollback() noexcept = 0;
@@ -57,6 +64,30 @@ public:
     virtual std::optional<StoredRecord> record(std::int64_t id) = 0;
     /// Up to `most` records with numbers below `before`, the newest first.
     virtual std::vector<StoredRecord> records_before(std::int64_t before, std::size_t most) = 0;
+    /// The newest record of the edit in a library.
+    virtual std::optional<StoredRecord> record_of_edit(std::string const& edit) = 0;
+
+    // The copy of a library. The rows of the recipe management stand in it, in a table of their own, for as long as the
+    // store has joined one; `put`, `erase` and `erase_below` are not for them then.
+
+    /// What the copy is of, nothing where the store has joined none.
+    virtual std::optional<LibraryCopy> library() const = 0;
+    /// The row of the copy at the path, without its text.
+    virtual std::optional<LibraryRow> shared_row(std::string const& path) = 0;
+    /// The rows of the copy below the path, not the row itself, without their texts, by path.
+    virtual std::vector<LibraryRow> shared_rows_below(std::string const& path) = 0;
+    /// Brings the copy forward, in a transaction: writes the rows, takes those out that are removed, all others too
+    /// where `is_whole`, and tells how far it has come. Their sum afterwards is `shared_sum()`.
+    virtual void apply_shared(std::vector<LibraryRow> const& rows, bool is_whole, LibraryPosition const& position) = 0;
+    /// The sum of the checksums of the copy's rows, as `LibraryHead::sum`.
+    virtual std::uint64_t shared_sum() const = 0;
+    /// Joins a library, in a transaction: the rows of the recipe management go, and the copy is empty at revision 0 of
+    /// that library; one of another library is let go.
+    virtual void join_library(LibraryCopy const& copy) = 0;
+    /// Leaves it, in a transaction: the copy's rows become the store's own again, in their order.
+    virtual void leave_library() = 0;
+    /// All rows of the recipe management, be they the store's own or the copy's, by rank and with their texts.
+    virtual std::vector<LibraryRow> recipe_rows() = 0;
 
     /// Writes a copy of the store, checks it and moves it to `target`, replacing what stands there. Called outside of
     /// transactions. Where it fails nothing is left at `target` but what stood there. Stores that are no files have

@@ -23,6 +23,9 @@ struct StoredRecord
     std::string body{};
     /// What changed in the configuration, see `places_text`; or empty.
     std::string places{};
+    /// Of an edit in a library: the server that made it, and the edit's random id there. Otherwise empty.
+    std::string server{};
+    std::string edit{};
 
     friend bool operator==(StoredRecord const& left, StoredRecord const& right) = default;
 };
