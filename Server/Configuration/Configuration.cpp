@@ -15,6 +15,15 @@ using RavikSrv::ErrorValue;
 using RavikSrv::Value;
 using RavikSrv::ValueType;
 
+Configuration::Configuration(std::unique_ptr<Store> store)
+    : m_store(std::move(store)), m_is_shared(m_store != nullptr && m_store->library())
+{
+    if (m_is_shared)
+    {
+        m_copy = m_store->library();
+    }
+}
+
 void Configuration::add_domain(std::string const& domain, Value const& fixed)
 {
     auto loaded = m_store != nullptr ? m_store->load(domain) : Value(ValueType::Map);
@@ -76,7 +85,7 @@ void Configuration::backup(std::filesystem::path const& target)
 // Records -------------------------------------------------------------------------------------------------------------
 
 /// Calls `work` in a transaction, and `show` when it is stored and before anybody can read it from the store.
-template <typename Work, typename Show> void Configuration::in_transaction(Work const& work, Show const& show) const
+void Configuration::in_transaction(std::function<void()> const& work, std::function<void()> const& show) const
 {
     RavikSrv::Lock const lock(m_store_mutex);
     m_store->begin();
@@ -90,12 +99,10 @@ template <typename Work, typename Show> void Configuration::in_transaction(Work 
         m_store->rollback();
         throw;
     }
-    show();
-}
-
-template <typename Work> void Configuration::in_transaction(Work const& work) const
-{
-    in_transaction(work, [] {});
+    if (show)
+    {
+        show();
+    }
 }
 
 std::int64_t Configuration::add_record(StoredRecord record, RecordBounds const& bounds)
@@ -134,8 +141,8 @@ std::vector<StoredRecord> Configuration::records_before(std::int64_t before, std
 
 // Saving --------------------------------------------------------------------------------------------------------------
 
-template <typename Show>
-void Configuration::save(std::vector<Touched> const& touched, std::vector<NewRecord> const& records, Show const& show)
+void Configuration::save(std::vector<Touched> const& touched, std::vector<NewRecord> const& records,
+                         std::function<void()> const& show)
 {
     if (m_store == nullptr || (touched.empty() && records.empty()))
     {
@@ -145,11 +152,7 @@ void Configuration::save(std::vector<Touched> const& touched, std::vector<NewRec
     in_transaction(
         [&]
         {
-            Touched saved;
-            for (auto const& place : touched)
-            {
-                save_place(place, tree(place.domain), saved);
-            }
+            write_rows(touched, false, *m_store);
             for (auto const& [record, bounds] : records)
             {
                 m_store->add_record(record, bounds);
@@ -158,9 +161,22 @@ void Configuration::save(std::vector<Touched> const& touched, std::vector<NewRec
         show);
 }
 
+/// Writes the rows of what was touched: those that belong into a library, or all others.
+void Configuration::write_rows(std::vector<Touched> const& touched, bool of_library, RowSink& rows) const
+{
+    Touched saved;
+    for (auto const& place : touched)
+    {
+        if (is_shared(place.domain) == of_library)
+        {
+            save_place(place, tree(place.domain), saved, rows);
+        }
+    }
+}
+
 /// Brings the row, or the rows, that the place lies in into line with the tree as it stands at the end of the edit.
 /// `saved` is the row that was written last; what an edit touches of one entry it mostly touches in a row.
-void Configuration::save_place(Touched const& place, Value const& tree, Touched& saved)
+void Configuration::save_place(Touched const& place, Value const& tree, Touched& saved, RowSink& rows) const
 {
     auto const found = locate(place.path, tree);
     if (is_fixed(place.domain, found.owner))
@@ -172,14 +188,14 @@ void Configuration::save_place(Touched const& place, Value const& tree, Touched&
     if (gone)
     {
         // What is written again goes to the end of its map, and so does its row: its own turn comes.
-        m_store->erase(place.domain, place.path);
+        rows.erase(place.domain, place.path);
         saved = {};
     }
     auto const unmade = Tree::split_last(found.owner);
     if (gone && locate(unmade.parent, tree).kind == EntryKind::Folder && makes_entry(unmade.parent, unmade.name))
     {
         // An entry that lost what made it one is a folder now.
-        save_folder(place.domain, unmade.parent, tree);
+        save_folder(place.domain, unmade.parent, tree, rows);
     }
     Touched owner{.domain = place.domain, .path = found.owner};
     if (gone || node == nullptr || saved == owner)
@@ -189,21 +205,21 @@ void Configuration::save_place(Touched const& place, Value const& tree, Touched&
     saved = std::move(owner);
     if (found.kind == EntryKind::Folder)
     {
-        save_folder(place.domain, found.owner, tree);
+        save_folder(place.domain, found.owner, tree, rows);
         return;
     }
-    m_store->erase_below(place.domain, found.owner);
-    m_store->put(place.domain, found.owner, node);
+    rows.erase_below(place.domain, found.owner);
+    rows.put(place.domain, found.owner, node);
 }
 
-void Configuration::save_folder(std::string const& domain, std::string const& path, Value const& tree)
+void Configuration::save_folder(std::string const& domain, std::string const& path, Value const& tree, RowSink& rows)
 {
-    m_store->erase_below(domain, path);
+    rows.erase_below(domain, path);
     for_each_entry(
         path, tree,
         [&](std::string const& entry_path, Value const& entry, EntryKind kind)
         {
-            m_store->put(domain, entry_path, kind == EntryKind::Folder ? nullptr : &entry);
+            rows.put(domain, entry_path, kind == EntryKind::Folder ? nullptr : &entry);
             return true;
         },
         Folders::Visited);
@@ -211,10 +227,29 @@ void Configuration::save_folder(std::string const& domain, std::string const& pa
 
 // Turns ---------------------------------------------------------------------------------------------------------------
 
-Configuration::Turn::Turn(Configuration& configuration, std::string_view /*domain*/) : m_configuration(configuration)
+Configuration::Turn::Turn(Configuration& configuration, std::string_view domain) : m_configuration(configuration)
+{
+    // Before the turn here, which others may want for what no library has to do with.
+    m_gate = configuration.gate_for(domain);
+    m_obstacle = m_gate == nullptr ? std::string() : m_gate->enter();
+    auto const is_entered = m_gate != nullptr && m_obstacle.empty();
+    m_gate = is_entered ? m_gate : nullptr;
+    configuration.m_turn_mutex.lock();
+    m_obstacle = is_entered ? m_gate->catch_up() : m_obstacle;
+    enter();
+    m_obstacle = m_obstacle.empty() ? own_obstacle(domain) : m_obstacle;
+}
+
+Configuration::Turn::Turn(Configuration& configuration, Forward /*forward*/)
+    : m_configuration(configuration), m_is_forward(true)
 {
     configuration.m_turn_mutex.lock();
-    m_outer = std::exchange(configuration.m_innermost, this);
+    enter();
+}
+
+void Configuration::Turn::enter()
+{
+    m_outer = std::exchange(m_configuration.m_innermost, this);
     set_thread(std::this_thread::get_id());
 }
 
@@ -230,6 +265,10 @@ Configuration::Turn::~Turn()
         set_thread({});
     }
     m_configuration.m_turn_mutex.unlock();
+    if (m_gate != nullptr)
+    {
+        m_gate->leave();
+    }
 }
 
 ErrorValue Configuration::Turn::write(std::string const& domain, std::string const& path, Value const& value,
@@ -249,7 +288,7 @@ template <typename Edit> ErrorValue Configuration::Turn::edit(std::string const&
 {
     std::vector<Tree::Change> changes;
     RavikSrv::Lock const lock(m_configuration.m_mutex);
-    if (m_configuration.m_failed)
+    if (m_configuration.m_failed || (!m_obstacle.empty() && m_configuration.is_shared(domain)))
     {
         return ErrorValue::STORAGE;
     }
@@ -284,10 +323,15 @@ ErrorValue Configuration::Turn::commit()
         std::move(m_records.begin(), m_records.end(), std::back_inserter(m_outer->m_records));
         return ErrorValue::SUCCESS;
     }
+    auto const touched = m_changes.touched();
+    if (m_gate != nullptr && belongs_into_library(touched))
+    {
+        return commit_shared(touched);
+    }
     try
     {
         // Whoever has read a record finds what it tells of in the tree.
-        m_configuration.save(m_changes.touched(), m_records, [this] { publish(); });
+        m_configuration.save(touched, m_records, [this] { publish(); });
         m_configuration.count(m_changes, !m_records.empty());
         m_done = true;
         return ErrorValue::SUCCESS;

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "Configuration/Changes.h"
+#include "Configuration/FairRecursiveMutex.h"
+#include "Configuration/LibraryDraft.h"
 #include "Configuration/Store.h"
 #include "Configuration/WorkingTree.h"
 #include "Configuration/place_changes.h"
@@ -11,6 +13,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -31,9 +34,10 @@ class Configuration
 public:
     class Turn;
     class Gate;
+    class Following;
 
     /// `store` may be null: then nothing lasts.
-    explicit Configuration(std::unique_ptr<Store> store) : m_store(std::move(store)) {}
+    explicit Configuration(std::unique_ptr<Store> store);
 
     /// Loads the domain's tree from the store and lays `fixed` over it: its top-level entries win and are never stored.
     void add_domain(std::string const& domain, RavikSrv::Value const& fixed);
@@ -56,6 +60,22 @@ public:
         auto const now = std::chrono::system_clock::now().time_since_epoch();
         return std::chrono::duration_cast<std::chrono::microseconds>(now).count();
     }
+
+    // Where the store has joined a library the configuration of the recipe management is a copy of it.
+
+    /// What it is a copy of, and how far it has come; nothing where the store has joined none.
+    std::optional<LibraryCopy> shared() const;
+    /// How far the copy in the store is: behind only where it could not be written.
+    LibraryPosition stored_position() const;
+    /// Why it could not be, empty where it is as far.
+    std::string copy_failure() const;
+    /// The sum of the checksums of the copy's rows.
+    std::uint64_t shared_sum() const;
+    /// What turns wait for; set before the first one, and there until the last has ended. Without one nothing of the
+    /// recipe management is edited.
+    void set_gate(Gate* gate) noexcept { m_gate = gate; }
+    /// From now on nothing is edited.
+    void refuse_edits() noexcept { m_failed = true; }
 
     /// Copies the store as the last finished turn left it, see `Store::backup`. Takes a turn.
     void backup(std::filesystem::path const& target);
@@ -92,13 +112,18 @@ private:
     };
 
     void count(Changes const& changes, bool has_records) noexcept;
-    template <typename Show>
-    void save(std::vector<Touched> const& touched, std::vector<NewRecord> const& records, Show const& show);
-    template <typename Work, typename Show> void in_transaction(Work const& work, Show const& show) const;
-    template <typename Work> void in_transaction(Work const& work) const;
+    void save(std::vector<Touched> const& touched, std::vector<NewRecord> const& records,
+              std::function<void()> const& show);
+    void write_rows(std::vector<Touched> const& touched, bool of_library, RowSink& rows) const;
+    bool is_shared(std::string_view domain) const noexcept;
+    Gate* gate_for(std::string_view domain) const;
+    void set_position(LibraryPosition const& position, std::string const& copy_failure);
+    std::optional<LibraryRow> stored_row(std::string const& path) const;
+    void in_transaction(std::function<void()> const& work, std::function<void()> const& show = {}) const;
     TreePair trees(std::string const& domain) const;
-    void save_place(Touched const& place, RavikSrv::Value const& tree, Touched& saved);
-    void save_folder(std::string const& domain, std::string const& path, RavikSrv::Value const& tree);
+    void save_place(Touched const& place, RavikSrv::Value const& tree, Touched& saved, RowSink& rows) const;
+    static void save_folder(std::string const& domain, std::string const& path, RavikSrv::Value const& tree,
+                            RowSink& rows);
 
     std::unique_ptr<Store> m_store;
     std::atomic<std::int64_t> m_revision{first_revision()};
@@ -110,12 +135,54 @@ private:
     /// Looking at a tree may carry out what was put off.
     mutable std::map<std::string, Domain> m_domains RAVIK_GUARDED_BY(m_mutex);
     /// The turn: one thread at a time, as often as it likes. The one lock that is held while extensions are called.
-    RavikSrv::RecursiveMutex m_turn_mutex;
+    TurnMutex m_turn_mutex;
     Turn* m_innermost RAVIK_GUARDED_BY(m_turn_mutex) = nullptr;
     /// The thread that has the turn, none where nobody has.
     std::thread::id m_turn_thread RAVIK_GUARDED_BY(m_mutex);
+    Gate* m_gate = nullptr;
+    bool const m_is_shared;
+    /// What the trees are a copy of, as far as they have come.
+    std::optional<LibraryCopy> m_copy RAVIK_GUARDED_BY(m_mutex);
+    std::string m_copy_failure RAVIK_GUARDED_BY(m_mutex);
     /// Set when a commit failed: the listeners have been told what did not last, so nothing is edited until a restart.
     std::atomic<bool> m_failed = false;
+};
+
+/// The way to the turn among all servers that share a library. The calls of one turn come from one thread and in the
+/// order of these functions; what they can't do they tell.
+class Configuration::Gate
+{
+public:
+    Gate(Gate const&) = delete;
+    Gate& operator=(Gate const&) = delete;
+    virtual ~Gate() = default;
+
+    /// Waits for the turn, in the order of asking. Returns why there is none to be had, for a person; empty where it
+    /// was taken. Called without a lock.
+    virtual std::string enter() = 0;
+    /// Brings the configuration forward to the library's head, in the local turn. Returns why that can't be done.
+    virtual std::string catch_up() = 0;
+    /// The head after that.
+    virtual LibraryHead head() const = 0;
+
+    struct Outcome
+    {
+        /// Where the library stands with the edit; nothing where it does not have it, or nobody knows.
+        std::optional<LibraryPosition> position;
+        /// Why it does not.
+        std::string failure;
+        /// The edit that nobody knows of.
+        std::string unknown_edit;
+    };
+    /// Writes the rows and records into the library; completes the records by what it gives to them.
+    virtual Outcome commit(LibraryDraft const& draft, std::vector<StoredRecord>& records) = 0;
+    /// The tree has gone back to what it was before the turn.
+    virtual void put_back() noexcept = 0;
+    /// Ends the turn. Called without a lock, also after a `catch_up` that failed.
+    virtual void leave() noexcept = 0;
+
+protected:
+    Gate() = default;
 };
 
 /// A turn of edits: all that is written in it, and in turns that the same thread takes meanwhile, lasts together or not
@@ -135,8 +202,8 @@ public:
     Turn& operator=(Turn const&) = delete;
     ~Turn() RAVIK_THREAD_SAFETY(release_capability());
 
-    /// Why the configuration of the recipe management can't be edited in this turn, for a person; empty where it can.
-    /// Writes to it are answered `STORAGE` then.
+    /// Why the configuration of the recipe management, which stands in a library, can't be edited in this turn, for a
+    /// person; empty where it can. Writes to it are answered `STORAGE` then.
     std::string const& obstacle() const noexcept { return m_obstacle; }
 
     /// Writes or removes an entry of the domain's tree, see `Tree`. `INVALID_DOMAIN` for an unknown domain,
@@ -152,7 +219,8 @@ public:
     void remember(StoredRecord record, RecordBounds bounds);
 
     /// Ends the turn. The outermost turn answers when everything is stored; where that fails with `STORAGE_STORE` the
-    /// trees are as they were before it, and `failure()` tells why.
+    /// trees are as they were before it, and `failure()` tells why. What belongs into a library is stored once it
+    /// stands there; where that fails, or nobody knows, the answer is `STORAGE`, and the extension has gone back, too.
     RavikSrv::ErrorValue commit();
     std::string const& failure() const noexcept { return m_failure; }
     /// After a commit that failed: the id of the edit where it is not known whether the library has it, else empty.
@@ -165,11 +233,27 @@ public:
     Changes const& changes() const noexcept { return m_changes; }
 
 private:
+    friend class Following;
+    /// A turn that brings the configuration forward.
+    enum class Forward
+    {
+    };
+    Turn(Configuration& configuration, Forward forward)
+        RAVIK_THREAD_SAFETY(acquire_capability(configuration.m_turn_mutex));
+
+    void enter();
+    std::string own_obstacle(std::string_view domain) const;
+    bool belongs_into_library(std::vector<Touched> const& touched) const;
+    RavikSrv::ErrorValue commit_shared(std::vector<Touched> const& touched);
+    void save_shared(LibraryDraft const& draft, LibraryPosition const& position, std::vector<Touched> const& touched);
     void set_thread(std::thread::id thread) noexcept;
     void publish() noexcept;
     template <typename Edit> RavikSrv::ErrorValue edit(std::string const& domain, Edit change_tree);
 
     Configuration& m_configuration;
+    /// What the turn among all servers was had from, null where it was not.
+    Gate* m_gate = nullptr;
+    bool m_is_forward = false;
     /// The turn that this one is part of, null for the outermost.
     Turn* m_outer = nullptr;
     Changes m_changes;
@@ -178,6 +262,37 @@ private:
     std::string m_failure;
     std::string m_unknown_edit;
     bool m_done = false;
+};
+
+/// Brings the configuration forward to what came from its library: a turn that is never refused. Destroyed without
+/// `commit` it takes back what it did.
+class Configuration::Following
+{
+public:
+    explicit Following(Configuration& configuration) : m_configuration(configuration), m_turn(configuration, {}) {}
+
+    /// What an extension has to know of it.
+    struct Told
+    {
+        /// The entries that came or changed.
+        std::vector<std::string> paths;
+        /// Whether entries went: it does not learn that by being told of others.
+        bool has_gone = false;
+    };
+    /// Brings the tree into line with the news, which are those since `stored_position`. Throws `LibraryError` and
+    /// `StoreError`.
+    Told take(LibraryNews const& news);
+    /// Stores them with their records, if `bounds` are given, and shows them to everybody. Throws `StoreError`; then
+    /// nothing has changed.
+    void commit(LibraryNews const& news, std::optional<RecordBounds> const& bounds);
+
+private:
+    Told take_whole(RavikSrv::Value const& tree);
+    std::vector<LibraryRow> with_stored(std::vector<LibraryRow> const& rows) const;
+    bool is_own(std::string const& path) const;
+
+    Configuration& m_configuration;
+    Turn m_turn;
 };
 
 } // namespace Ravik
