@@ -65,12 +65,15 @@ public:
 
     /// What it is a copy of, and how far it has come; nothing where the store has joined none.
     std::optional<LibraryCopy> shared() const;
-    /// How far the copy in the store is: behind only where it could not be written.
-    LibraryPosition stored_position() const;
+    /// How far the copy in the store is, behind only where it could not be written, and the sum of its rows' checksums.
+    struct StoredCopy
+    {
+        LibraryPosition position;
+        std::uint64_t sum = 0;
+    };
+    StoredCopy stored_copy() const;
     /// Why it could not be, empty where it is as far.
     std::string copy_failure() const;
-    /// The sum of the checksums of the copy's rows.
-    std::uint64_t shared_sum() const;
     /// What turns wait for; set before the first one, and there until the last has ended. Without one nothing of the
     /// recipe management is edited.
     void set_gate(Gate* gate) noexcept { m_gate = gate; }
@@ -274,17 +277,18 @@ public:
     /// What an extension has to know of it.
     struct Told
     {
-        /// The entries that came or changed.
+        /// What came or changed, folders too.
         std::vector<std::string> paths;
-        /// Whether entries went: it does not learn that by being told of others.
-        bool has_gone = false;
+        /// Whether it does not learn all by being told of these: entries went, or came at other places than the last.
+        bool has_moved = false;
     };
-    /// Brings the tree into line with the news, which are those since `stored_position`. Throws `LibraryError` and
-    /// `StoreError`.
+    /// Brings the tree into line with the news, which are those since the position of `stored_copy`. Throws
+    /// `LibraryError` and `StoreError`.
     Told take(LibraryNews const& news);
     /// Stores them with their records, if `bounds` are given, and shows them to everybody. Throws `StoreError`; then
     /// nothing has changed.
     void commit(LibraryNews const& news, std::optional<RecordBounds> const& bounds);
+    void take_back() noexcept { m_turn.take_back(); }
 
 private:
     Told take_whole(RavikSrv::Value const& tree);

@@ -1,5 +1,6 @@
 #include "Configuration/Configuration.h"
 
+#include "Configuration/Entry.h"
 #include "Configuration/configuration_keys.h"
 #include "Configuration/followed_rows.h"
 #include "api_helper.h"
@@ -27,23 +28,17 @@ std::optional<LibraryCopy> Configuration::shared() const
     return m_copy;
 }
 
-LibraryPosition Configuration::stored_position() const
+Configuration::StoredCopy Configuration::stored_copy() const
 {
     RavikSrv::Lock const lock(m_store_mutex);
     auto const copy = m_is_shared ? m_store->library() : std::nullopt;
-    return copy ? copy->position : LibraryPosition();
+    return copy ? StoredCopy{.position = copy->position, .sum = m_store->shared_sum()} : StoredCopy();
 }
 
 std::string Configuration::copy_failure() const
 {
     RavikSrv::Lock const lock(m_mutex);
     return m_copy_failure;
-}
-
-std::uint64_t Configuration::shared_sum() const
-{
-    RavikSrv::Lock const lock(m_store_mutex);
-    return m_is_shared ? m_store->shared_sum() : 0;
 }
 
 std::optional<LibraryRow> Configuration::stored_row(std::string const& path) const
@@ -180,7 +175,7 @@ Configuration::Following::Told Configuration::Following::take(LibraryNews const&
     {
         return take_whole(tree_of(news.rows));
     }
-    if (configuration.stored_position() != configuration.shared()->position)
+    if (configuration.stored_copy().position != configuration.shared()->position)
     {
         return take_whole(tree_of(with_stored(news.rows)));
     }
@@ -193,17 +188,21 @@ Configuration::Following::Told Configuration::Following::take(LibraryNews const&
         if (is_own(path))
         {
             static_cast<void>(m_turn.remove(domain, path));
-            told.has_gone = true;
+            told.has_moved = true;
         }
     }
-    for (auto const& [path, value] : steps.writes)
+    std::size_t new_ones = 0;
+    for (auto const& [path, value, is_new] : steps.writes)
     {
         if (is_own(path))
         {
             static_cast<void>(m_turn.write(domain, path, value, Tree::WriteMode::ReplaceInPath));
             told.paths.push_back(path);
+            new_ones += is_new ? 1 : 0;
         }
     }
+    auto const is_last = new_ones == 1 && is_last_entry(told.paths.back(), configuration.tree(domain));
+    told.has_moved = told.has_moved || (new_ones != 0 && !is_last);
     return told;
 }
 
@@ -244,7 +243,7 @@ Configuration::Following::Told Configuration::Following::take_whole(Value const&
         if (tree.find(entry.name()) == tree.end() && is_own(entry.name()))
         {
             static_cast<void>(m_turn.remove(domain, entry.name()));
-            told.has_gone = true;
+            told.has_moved = true;
         }
     }
     for (auto entry = tree.begin(); entry != tree.end(); ++entry)
@@ -253,7 +252,7 @@ Configuration::Following::Told Configuration::Following::take_whole(Value const&
         if (is_own(entry.name()) && (known == before.end() || !(*known == *entry)))
         {
             static_cast<void>(m_turn.write(domain, entry.name(), *entry, Tree::WriteMode::Replace));
-            told.has_gone = true;
+            told.has_moved = true;
         }
     }
     return told;

@@ -110,7 +110,7 @@ RowSteps steps_of(std::vector<LibraryRow> const& rows, Value const& tree,
     steps.removals = outermost(std::move(steps.removals));
     for (auto const* const row : in_order(std::move(behind)))
     {
-        steps.writes.push_back({.path = row->path, .value = value_of(*row)});
+        steps.writes.push_back({.path = row->path, .value = value_of(*row), .is_new = true});
     }
     return steps;
 }

@@ -19,6 +19,8 @@ struct RowSteps
     {
         std::string path;
         RavikSrv::Value value;
+        /// Whether it goes to the end of its map.
+        bool is_new = false;
     };
     std::vector<std::string> removals;
     std::vector<Write> writes;

@@ -9,6 +9,7 @@
 #include "Editing/edit_rules.h"
 #include "Editing/entry_checks.h"
 #include "Editing/import.h"
+#include "Execution/start_anew.h"
 #include "algorithm_helper.h"
 #include "api_helper.h"
 #include "Json/Json.h"
@@ -433,14 +434,7 @@ Refusal Editor::restart(Site const& site)
 {
     try
     {
-        std::vector<Extension::Notice> entries;
-        for_each_entry("", m_core.configuration.tree(site.domain),
-                       [&entries](std::string const& path, Value const& /*entry*/, EntryKind kind)
-                       {
-                           entries.push_back({.path = path, .schema_type = schema_type(kind)});
-                           return true;
-                       });
-        site.extension->start(m_core.host, entries);
+        start_anew(m_core, site.domain);
         return {};
     }
     catch (ProjectError const& error)

@@ -151,6 +151,11 @@ RecordBounds History::bounds_now() const
     return {.oldest = timestamp(std::chrono::system_clock::now() - m_bounds.keep), .bytes = m_bounds.size};
 }
 
+std::optional<RecordBounds> History::bounds() const
+{
+    return m_bounds.size == 0 ? std::nullopt : std::optional(bounds_now());
+}
+
 // Writing -------------------------------------------------------------------------------------------------------------
 
 void History::remember(Configuration::Turn& turn, Deed const& deed) const

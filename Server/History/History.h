@@ -47,6 +47,8 @@ public:
     std::vector<HistoryRecord> requests(std::string const& since) const;
     std::optional<HistoryRecord> find(std::int64_t id) const;
 
+    /// What of the history is kept when a record is added now; nothing where none is kept at all.
+    std::optional<RecordBounds> bounds() const;
     /// The account that this process runs under.
     std::string const& account() const noexcept { return m_account; }
 
