@@ -55,9 +55,11 @@ struct Field
 
 constexpr std::initializer_list<Field> project_fields = {{"$schema", &text, false},   {"extensions", &list, true},
                                                          {"symbols", &object, false}, {"activation", &object, false},
-                                                         {"history", &object, false}, {"service", &object, false}};
+                                                         {"history", &object, false}, {"service", &object, false},
+                                                         {"library", &object, false}};
 constexpr std::initializer_list<Field> activation_fields = {{"capture", &boolean, false}, {"verify", &boolean, false}};
 constexpr std::initializer_list<Field> history_fields = {{"keep", &text, false}, {"size", &text, false}};
+constexpr std::initializer_list<Field> library_fields = {{"postgresql", &text, true}, {"schema", &text, false}};
 constexpr std::initializer_list<Field> service_fields = {
     {"listen", &list, false}, {"tls", &object, false}, {"names", &list, false},   {"proxy", &list, false},
     {"group", &text, false},  {"poll", &text, false},  {"limits", &object, false}};
@@ -136,6 +138,7 @@ public:
         project.history = check_history(root["history"]);
         project.activation = check_activation(root["activation"]);
         project.service = check_service(root["service"]);
+        project.library = check_library(root["library"]);
         return project;
     }
 
@@ -281,6 +284,31 @@ private:
             check_quantity(place, "keep", value, read_span, "a span of time such as \"90 days\"", bounds.keep);
         bounds.size = check_quantity(place, "size", value, read_size, "a size such as \"256 MiB\"", bounds.size);
         return bounds;
+    }
+
+    std::optional<LibrarySettings> check_library(Value const& value) const
+    {
+        if (!value.isset())
+        {
+            return std::nullopt;
+        }
+        Path const place{"library"};
+        check_object(place, "\"library\"", value, library_fields);
+        LibrarySettings settings;
+        settings.postgresql = value["postgresql"].get_text();
+        check_usable(settings, "postgresql");
+        settings.schema = value["schema"].isset() ? value["schema"].get_string() : settings.schema;
+        check_usable(settings, "schema");
+        return settings;
+    }
+
+    /// What there is against the settings is the fault of the key.
+    void check_usable(LibrarySettings const& settings, char const* key) const
+    {
+        if (auto const objection = Library::objection(settings); !objection.empty())
+        {
+            fail({"library"}, key, objection);
+        }
     }
 
     ServiceSettings check_service(Value const& value) const

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Activation/Activation.h"
+#include "Configuration/Library.h"
 #include "Configuration/ProjectError.h"
 #include "History/quantities.h"
 #include "Project/RegularFile.h"
@@ -11,6 +12,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -39,6 +41,8 @@ struct ProjectFile
     HistoryBounds history;
     ActivationSettings activation;
     ServiceSettings service;
+    /// The library that the recipes of several servers stand in, if any.
+    std::optional<LibrarySettings> library;
 
     std::filesystem::path path;
     /// What the file says, for messages about it.
@@ -51,7 +55,8 @@ struct ProjectFile
 
 /// Reads and checks a project file. Throws `ProjectError` for the first fault that it meets: a file that can't be read,
 /// broken JSON, a key that is unknown, missing or of the wrong type, a name that cannot be addressed, a domain that
-/// stands twice, a symbol of no domain, or a bound of the history that is none. "$schema", which tells editors how the
+/// stands twice, a symbol of no domain, a bound of the history that is none, or a library that
+/// can't be used. "$schema", which tells editors how the
 /// file is made up, says nothing here.
 ProjectFile read_project_file(RegularFile const& file);
 

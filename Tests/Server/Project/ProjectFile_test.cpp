@@ -47,7 +47,8 @@ TEST(ProjectFile, holds_extensions_and_symbols)
   "history": { "keep": "2 weeks", "size": "1 GiB" },
   "service": { "listen": ["0.0.0.0:8420", "[::1]:0"], "tls": { "certificate": "c.pem", "key": "k.pem" },
                "names": ["line.example"], "proxy": ["10.0.0.1"], "group": "plant", "poll": "500 ms",
-               "limits": { "body": "2 MiB", "userConnections": 7 } }
+               "limits": { "body": "2 MiB", "userConnections": 7 } },
+  "library": { "postgresql": "host=db1,db2 dbname=recipes passfile=p", "schema": "line_1" }
 })";
     EXPECT_TRUE(fits_schema(text));
     auto const project = read(text);
@@ -66,7 +67,11 @@ TEST(ProjectFile, holds_extensions_and_symbols)
     EXPECT_EQ(project.service.poll, std::chrono::milliseconds(500));
     EXPECT_EQ(project.service.limits.body, 2U << 20U);
     EXPECT_EQ(project.service.limits.user_connections, 7U);
+    EXPECT_EQ(project.library,
+              (LibrarySettings{.postgresql = "host=db1,db2 dbname=recipes passfile=p", .schema = "line_1"}));
     EXPECT_EQ(read(R"({"extensions": []})").symbols, Value(ValueType::Map));
+    EXPECT_EQ(read(R"({"extensions": []})").library, std::nullopt);
+    EXPECT_EQ(read(R"({"extensions": [], "library": {"postgresql": "dbname=r"}})").library->schema, "ravik");
     EXPECT_EQ(read(R"({"extensions": [], "history": {"size": "1 KiB"}})").history.keep, HistoryBounds().keep);
 }
 
@@ -97,7 +102,7 @@ TEST(ProjectFile, tells_what_was_expected_where)
         {"[]", "1:1", "expected the project to be an object, found a list"},
         {"\n{}", "2:1", R"(the key "extensions" (a list), found none)"},
         {"{\"extensions\": [],\n \"symbol\\n\": {}}", "2:2",
-         R"(keys "$schema", "extensions", "symbols", "activation", "history", "service", found "symbol\n")"},
+         R"(keys "$schema", "extensions", "symbols", "activation", "history", "service", "library", found "symbol\n")"},
         {R"({"extensions": [], "history": "90 days"})", "1:20", R"("history" to be an object, found "90 days")"},
         {R"({"extensions": [], "history": {"kept": 1}})", "1:32", R"(keys "keep", "size", found "kept")"},
         {R"({"extensions": [], "service": {"listen": ["8420"]}})", "1:43", R"(such as "127.0.0.1:8420", found "8420")"},
@@ -110,6 +115,13 @@ TEST(ProjectFile, tells_what_was_expected_where)
          R"(expected "verify" to be true or false, found 1)"},
         {R"({"extensions": [], "activation": {"Verify": true}})", "1:35",
          R"(keys "capture", "verify", found "Verify")"},
+        {R"({"extensions": [], "library": {"schema": "ravik"}})", "1:32",
+         R"(the key "postgresql" (a text), found none)"},
+        {R"({"extensions": [], "library": {"postgresql": ""}})", "1:32", ""},
+        {R"({"extensions": [], "library": {"postgresql": "dbname=r password=s"}})", "1:32", "password", false},
+        {R"({"extensions": [], "library": {"postgresql": "dbname=r", "schema": "A b"}})", "1:58", "A b"},
+        {R"({"extensions": [], "library": {"postgresql": "dbname=r", "table": "t"}})", "1:58",
+         R"(keys "postgresql", "schema", found "table")"},
         {symbols(R"("S": {"DOMAIN": "Line", "VERIFY": 0})"), "2:25", R"("VERIFY" to be true or false)"},
         {symbols(R"("S": {"DOMAIN": "Line", "TOLERANCE": -0.5})"), "2:25",
          "0 or more, in the symbol's unit, found -0.5"},
