@@ -244,7 +244,7 @@ private:
     Turn(Configuration& configuration, Forward forward)
         RAVIK_THREAD_SAFETY(acquire_capability(configuration.m_turn_mutex));
 
-    void enter();
+    void enter() RAVIK_REQUIRES(m_configuration.m_turn_mutex);
     std::string own_obstacle(std::string_view domain) const;
     bool belongs_into_library(std::vector<Touched> const& touched) const;
     RavikSrv::ErrorValue commit_shared(std::vector<Touched> const& touched);

@@ -19,6 +19,7 @@ public:
     FairRecursiveMutex() = default;
     FairRecursiveMutex(FairRecursiveMutex const&) = delete;
     FairRecursiveMutex& operator=(FairRecursiveMutex const&) = delete;
+    ~FairRecursiveMutex() = default;
 
     void lock();
     void unlock();

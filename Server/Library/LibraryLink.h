@@ -28,6 +28,8 @@ class LibraryLink final : public Configuration::Gate
 public:
     /// Starts to follow; `core` and `history` outlive the link. The store has joined a library.
     LibraryLink(LibrarySettings settings, Core& core, History const& history);
+    LibraryLink(LibraryLink const&) = delete;
+    LibraryLink& operator=(LibraryLink const&) = delete;
     /// Called while no turn is in progress.
     ~LibraryLink() override;
 

@@ -23,14 +23,14 @@ Wakeup::~Wakeup()
     ::close(m_descriptor);
 }
 
-void Wakeup::ring() noexcept
+void Wakeup::ring() const noexcept
 {
     std::uint64_t const one = 1;
     // It can only fail where it was rung more often than anybody counts: then it can be read anyway.
     static_cast<void>(!::write(m_descriptor, &one, sizeof one));
 }
 
-void Wakeup::reset() noexcept
+void Wakeup::reset() const noexcept
 {
     std::uint64_t count = 0;
     static_cast<void>(!::read(m_descriptor, &count, sizeof count));

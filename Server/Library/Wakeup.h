@@ -17,9 +17,9 @@ public:
 
     /// Can be read once it was rung.
     int descriptor() const noexcept { return m_descriptor; }
-    void ring() noexcept;
+    void ring() const noexcept;
     /// Forgets that it was.
-    void reset() noexcept;
+    void reset() const noexcept;
     /// Waits until it is rung, at most that long.
     void wait(std::chrono::milliseconds most) const noexcept;
 
