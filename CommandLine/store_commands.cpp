@@ -37,6 +37,10 @@ Value report_value(StoreReport const& report)
     {
         value.insert("recovered", text_values(report.recovered));
     }
+    if (!report.copy.empty())
+    {
+        value.insert("copy", Value(std::string_view(report.copy)));
+    }
     return value;
 }
 
@@ -158,6 +162,10 @@ Answer store_repair(Invocation& invocation)
     for (auto const& path : report.recovered)
     {
         invocation.output().print("  " + path);
+    }
+    if (!report.copy.empty())
+    {
+        invocation.output().print(report.copy);
     }
     tell_kept(report, invocation.output());
     return answer;

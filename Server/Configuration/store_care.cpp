@@ -1,5 +1,6 @@
 #include "Configuration/store_care.h"
 
+#include "Configuration/configuration_keys.h"
 #include "Configuration/store_file.h"
 #include "Configuration/store_reading.h"
 #include "Configuration/store_recovery.h"
@@ -30,32 +31,35 @@ struct Examined
 {
     StoreReport report;
     StoreFormat::Sum sum;
+    std::optional<LibraryCopy> library;
+
+    bool is_empty() const { return report.rows == 0 && report.records == 0 && sum.copy == 0; }
 };
 
 Examined examine(sqlite3* database, fs::path const& file, std::int64_t version, StoreFormat::OnRow const& on_row = {},
                  StoreFormat::OnRecord const& on_record = {})
 {
     Examined examined;
-    examined.sum =
-        StoreFormat::read(
-            database, file, version, [&](std::string const& fault) { examined.report.faults.push_back(fault); },
-            [&](StoreFormat::Row const& row)
+    auto content = StoreFormat::read(
+        database, file, version, [&](std::string const& fault) { examined.report.faults.push_back(fault); },
+        [&](StoreFormat::Row const& row, StoreFormat::Table table)
+        {
+            ++examined.report.rows;
+            if (on_row)
             {
-                ++examined.report.rows;
-                if (on_row)
-                {
-                    on_row(row);
-                }
-            },
-            [&](StoredRecord&& record)
+                on_row(row, table);
+            }
+        },
+        [&](StoredRecord&& record)
+        {
+            ++examined.report.records;
+            if (on_record)
             {
-                ++examined.report.records;
-                if (on_record)
-                {
-                    on_record(std::move(record));
-                }
-            })
-            .sum;
+                on_record(std::move(record));
+            }
+        });
+    examined.sum = content.sum;
+    examined.library = std::move(content.library);
     return examined;
 }
 
@@ -137,12 +141,14 @@ void empty_log(sqlite3* database)
 /// A row that is kept.
 struct KeptRow
 {
+    StoreFormat::Table table;
     std::int64_t rank;
     std::string domain;
     std::string path;
     std::optional<std::string> text;
 
-    explicit KeptRow(StoreFormat::Row const& row) : rank(row.rank), domain(row.domain), path(row.path), text(row.text)
+    explicit KeptRow(StoreFormat::Row const& row, StoreFormat::Table its_table)
+        : table(its_table), rank(row.rank), domain(row.domain), path(row.path), text(row.text)
     {
     }
 
@@ -159,15 +165,28 @@ struct KeptRow
 
 using Rows = std::vector<KeptRow>;
 
+std::int64_t last_rank_of(Rows const& rows)
+{
+    std::int64_t last = 0;
+    for (auto const& row : rows)
+    {
+        last = std::max(last, row.rank);
+    }
+    return last;
+}
+
 /// What a store is made of.
 struct Kept
 {
     Rows rows;
     std::vector<StoredRecord> records;
+    /// The highest number that a record ever had, 0 where only the records tell.
+    std::uint64_t last_record = 0;
+    std::optional<LibraryCopy> library;
 
     StoreFormat::OnRow row_taker()
     {
-        return [this](StoreFormat::Row const& row) { rows.emplace_back(row); };
+        return [this](StoreFormat::Row const& row, StoreFormat::Table table) { rows.emplace_back(row, table); };
     }
     StoreFormat::OnRecord record_taker()
     {
@@ -182,12 +201,17 @@ void write_kept(Replacement& replacement, Kept const& kept)
     {
         auto const database = replacement.open();
         Sqlite::execute(database.get(), "PRAGMA journal_mode=MEMORY; BEGIN");
-        StoreFormat::RowWriter writer(database.get());
+        StoreFormat::RowWriter writer(database.get(), StoreFormat::Table::own);
+        StoreFormat::RowWriter shared_writer(database.get(), StoreFormat::Table::shared);
         StoreFormat::Sum sum;
+        sum.history.last = kept.last_record;
         for (auto const& row : kept.rows)
         {
-            sum.add(writer.insert(row.row()));
+            row.table == StoreFormat::Table::own ? sum.own.add(writer.insert(row.row()))
+                                                 : sum.shared.add(shared_writer.insert(row.row()));
         }
+        StoreFormat::write_copy(database.get(), kept.library);
+        sum.copy = kept.library ? StoreFormat::checksum(*kept.library) : 0;
         StoreFormat::RecordWriter record_writer(database.get());
         for (auto const& record : kept.records)
         {
@@ -219,7 +243,7 @@ public:
         }
         for (auto const& row : rows)
         {
-            if (m_rows.at({row.domain, row.path}) == &row && has_folder(row.domain, row.path))
+            if (m_rows.at({row.domain, row.path}) == &row && has_folder(row, row.path))
             {
                 m_kept.push_back(row);
             }
@@ -229,8 +253,10 @@ public:
     Rows take() { return std::move(m_kept); }
 
 private:
-    bool has_folder(std::string const& domain, std::string const& path)
+    /// `row` is the one that needs the folder of the path.
+    bool has_folder(KeptRow const& row, std::string const& path)
     {
+        auto const& domain = row.domain;
         auto const parent = Tree::split_last(path).parent;
         if (parent.empty() || m_made.contains({domain, parent}))
         {
@@ -239,15 +265,15 @@ private:
         auto const found = m_rows.find({domain, parent});
         if (found != m_rows.end())
         {
-            return !found->second->text && has_folder(domain, parent);
+            return !found->second->text && has_folder(row, parent);
         }
-        if (!has_folder(domain, parent))
+        if (!has_folder(row, parent))
         {
             return false;
         }
         m_made.emplace(domain, parent);
         m_kept.emplace_back(
-            StoreFormat::Row{.rank = ++m_last_rank, .domain = domain, .path = parent, .text = std::nullopt});
+            StoreFormat::Row{.rank = ++m_last_rank, .domain = domain, .path = parent, .text = std::nullopt}, row.table);
         return true;
     }
 
@@ -316,7 +342,7 @@ Examined copy_backup(Replacement& replacement, fs::path const& backup)
 
 bool holds_the_same(Examined const& left, Examined const& right)
 {
-    return left.sum.rows == right.sum.rows && left.sum.total == right.sum.total &&
+    return left.sum.own == right.sum.own && left.sum.shared == right.sum.shared && left.sum.copy == right.sum.copy &&
            left.report.rows == right.report.rows && left.sum.history.records == right.sum.history.records &&
            left.sum.history.total == right.sum.history.total;
 }
@@ -363,8 +389,7 @@ StoreReport put_in_place(Replacement& replacement, Examined const& restored, fs:
             report.kept_as = replace_and_keep(replacement, file);
             return report;
         }
-        auto const is_empty = there.report.rows == 0 && there.report.records == 0;
-        if (!is_empty && !holds_the_same(there, restored) && replaced == Replaced::nothing_whole)
+        if (!there.is_empty() && !holds_the_same(there, restored) && replaced == Replaced::nothing_whole)
         {
             throw StoreRefusal(file.string() + " is whole and holds something else, " +
                                std::to_string(there.report.rows) + " rows; --force replaces it");
@@ -412,26 +437,65 @@ struct Collected
     StoreReport report;
     Kept kept;
     bool has_lost_rows = false;
+    /// Whether the copy of a library, if there was one, is as it was written.
+    bool is_copy_whole = true;
 };
 
 Collected collect(sqlite3* database, fs::path const& file, std::int64_t version)
 {
     Collected collected;
     auto examined = examine(database, file, version, collected.kept.row_taker(), collected.kept.record_taker());
-    collected.has_lost_rows = examined.sum.rows != examined.report.rows;
+    StoreFormat::RowSum shared;
+    for (auto const& row : collected.kept.rows)
+    {
+        row.table == StoreFormat::Table::shared ? shared.add(StoreFormat::checksum(row.row())) : void();
+    }
+    auto const& library = examined.library;
+    collected.is_copy_whole = shared == examined.sum.shared && examined.sum.copy == (library ? StoreFormat::checksum(*library) : 0);
+    collected.has_lost_rows = examined.sum.own.rows + shared.rows != examined.report.rows;
+    collected.kept.last_record = examined.sum.history.last;
+    collected.kept.library = std::move(examined.library);
     collected.report = std::move(examined.report);
     return collected;
 }
 
-/// Adds the entries that only the history still tells of.
+/// A copy that is not whole is read anew; one of nobody knows what is none any more.
+void settle_copy(Collected& collected)
+{
+    auto& rows = collected.kept.rows;
+    auto& library = collected.kept.library;
+    if (collected.is_copy_whole)
+    {
+        return;
+    }
+    if (library)
+    {
+        library->position = {};
+        collected.report.copy = "Its copy of a library keeps what is whole, until everything is read anew from there.";
+        return;
+    }
+    collected.report.copy =
+        "The library that it had joined is not known any more; what is whole of its copy is the store's own now.";
+    collected.has_lost_rows = true;
+    auto last_rank = last_rank_of(rows);
+    for (auto& row : rows)
+    {
+        if (row.table == StoreFormat::Table::shared)
+        {
+            row.table = StoreFormat::Table::own;
+            row.rank = ++last_rank;
+        }
+    }
+}
+
+/// Adds the entries that only the history still tells of. Those of a library are had from there.
 void recover(Collected& collected)
 {
     std::set<std::pair<std::string, std::string>> present;
-    std::int64_t last_rank = 0;
+    auto last_rank = last_rank_of(collected.kept.rows);
     for (auto const& row : collected.kept.rows)
     {
         present.emplace(row.domain, row.path);
-        last_rank = std::max(last_rank, row.rank);
     }
     Recovery recovery;
     for (auto const& record : collected.kept.records)
@@ -441,11 +505,13 @@ void recover(Collected& collected)
     recovery.for_each(
         [&](std::string const& domain, std::string const& path, RavikSrv::Value const& entry)
         {
-            if (!present.contains({domain, path}))
+            auto const is_shared = collected.kept.library && domain == recipe_domain;
+            if (!is_shared && !present.contains({domain, path}))
             {
                 auto const text = Json::write(entry);
                 collected.kept.rows.emplace_back(
-                    StoreFormat::Row{.rank = ++last_rank, .domain = domain, .path = path, .text = text});
+                    StoreFormat::Row{.rank = ++last_rank, .domain = domain, .path = path, .text = text},
+                    StoreFormat::Table::own);
                 collected.report.recovered.push_back(path);
             }
         });
@@ -486,6 +552,7 @@ Collected collect_taken(StoreFile::Taken const& taken, fs::path const& file)
         {
             collected.kept = std::move(alone.kept);
             collected.has_lost_rows = false;
+            collected.is_copy_whole = true;
         }
     }
     return collected;
@@ -493,6 +560,7 @@ Collected collect_taken(StoreFile::Taken const& taken, fs::path const& file)
 
 StoreReport repair_with(Collected& collected, fs::path const& file)
 {
+    settle_copy(collected);
     if (collected.has_lost_rows)
     {
         recover(collected);
@@ -547,6 +615,8 @@ void bring_over(StoreFile::Taken const& taken, fs::path const& file)
     {
         throw StoreFile::Damaged(file, examined.report.faults.front());
     }
+    kept.last_record = examined.sum.history.last;
+    kept.library = examined.library;
     Replacement replacement(file);
     write_kept(replacement, kept);
     empty_log(taken.database.get());

@@ -28,6 +28,8 @@ struct StoreReport
     std::size_t records = 0;
     /// What is wrong, a text each; the store is whole where there is none.
     std::vector<std::string> faults;
+    /// What a repair did with the copy of a library, for a person; empty where it stays as it was.
+    std::string copy{};
     /// The paths of the recipes and recipe types whose rows were not whole and that the history gave back.
     std::vector<std::string> recovered;
     /// Where a store that was not whole, and that another took the place of, is kept now.
@@ -62,9 +64,11 @@ StoreReport restore_store(std::filesystem::path const& file, std::filesystem::pa
                           std::chrono::seconds wait);
 
 /// Makes a store of the rows and records that are whole, where some are not. A recipe or recipe type that is lost is
-/// given back as the history left it, where all that it tells of it is whole; a row whose folder is lost gets one. What
-/// was there is kept under another name. Returns the rows kept, and what was wrong with the others. Throws
-/// `StoreRefusal` where nothing of it can be read.
+/// given back as the history left it, where all that it tells of it is whole; a row whose folder is lost gets one. A
+/// copy of a library that is not whole keeps the rows that are, and goes back to revision 0, so that everything is read
+/// anew; where it can't be told what it is of, its rows become the store's own. What was there is kept under another
+/// name. Returns the rows kept, and what was wrong with the others. Throws `StoreRefusal` where nothing of it can be
+/// read.
 StoreReport repair_store(std::filesystem::path const& file, std::chrono::seconds wait);
 
 /// Makes a store of the newest layout of one of an earlier version, in its place: all of it or nothing, also where the

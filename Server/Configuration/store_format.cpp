@@ -1,5 +1,7 @@
 #include "Configuration/store_format.h"
 
+#include "Configuration/configuration_keys.h"
+
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -42,7 +44,26 @@ Definitions const& definitions(std::int64_t version)
         {"history", "CREATE TABLE history(id INTEGER PRIMARY KEY, time TEXT NOT NULL, who TEXT NOT NULL, action TEXT "
                     "NOT NULL, asked TEXT NOT NULL, outcome TEXT NOT NULL, text TEXT NOT NULL, note TEXT NOT NULL, "
                     "checksum INTEGER NOT NULL, body TEXT NOT NULL, places TEXT NOT NULL)"}};
-    return version == without_checksums ? first : version == without_history ? second : third;
+    static Definitions const fourth{
+        {"entry", second.at("entry")},
+        {"entry_path", index},
+        {"entry_sum", "CREATE TABLE entry_sum(number INTEGER PRIMARY KEY, entries INTEGER NOT NULL, total INTEGER NOT "
+                      "NULL, stamp INTEGER NOT NULL, base INTEGER NOT NULL, records INTEGER NOT NULL, record_total "
+                      "INTEGER NOT NULL, record_bytes INTEGER NOT NULL, last_record INTEGER NOT NULL, shared_entries "
+                      "INTEGER NOT NULL, shared_total INTEGER NOT NULL, copy INTEGER NOT NULL, checksum INTEGER NOT "
+                      "NULL)"},
+        {"history", "CREATE TABLE history(id INTEGER PRIMARY KEY, time TEXT NOT NULL, who TEXT NOT NULL, action TEXT "
+                    "NOT NULL, asked TEXT NOT NULL, outcome TEXT NOT NULL, text TEXT NOT NULL, note TEXT NOT NULL, "
+                    "server TEXT NOT NULL, edit TEXT NOT NULL, checksum INTEGER NOT NULL, body TEXT NOT NULL, places "
+                    "TEXT NOT NULL)"},
+        {"history_edit", "CREATE INDEX history_edit ON history(edit) WHERE edit <> ''"},
+        {"library", "CREATE TABLE library(number INTEGER PRIMARY KEY, library TEXT NOT NULL, server TEXT NOT NULL, "
+                    "store TEXT NOT NULL, revision INTEGER NOT NULL, edit TEXT NOT NULL, checksum INTEGER NOT NULL)"},
+        {"shared_entry", "CREATE TABLE shared_entry(rank INTEGER PRIMARY KEY, path TEXT NOT NULL, checksum INTEGER NOT "
+                         "NULL, value TEXT)"},
+        {"shared_entry_path", "CREATE UNIQUE INDEX shared_entry_path ON shared_entry(path)"}};
+    static std::array const all{&first, &second, &third, &fourth};
+    return *all.at(static_cast<std::size_t>(version - without_checksums));
 }
 
 std::uint64_t hash(std::string_view text, std::uint64_t seed)
@@ -50,25 +71,46 @@ std::uint64_t hash(std::string_view text, std::uint64_t seed)
     return XXH3_64bits_withSeed(text.data(), text.size(), seed);
 }
 
-/// The columns of the sum before its checksum, in their order.
-std::string_view sum_columns(std::int64_t version)
+/// A number of the sum and its column.
+struct SumField
 {
-    return version == without_history ? "entries, total, stamp, base"
-                                      : "entries, total, stamp, base, records, record_total, record_bytes, last_record";
-}
+    std::string_view column;
+    std::uint64_t* number;
+};
 
-/// The fields of those columns.
-std::array<std::uint64_t*, 8> fields_of(Sum& sum)
+/// The numbers of the sum, in their order.
+std::array<SumField, 11> fields_of(Sum& sum)
 {
     auto& history = sum.history;
-    return {&sum.rows,        &sum.total,     &sum.stamp,     &sum.base,
-            &history.records, &history.total, &history.bytes, &history.last};
+    return {{{"entries", &sum.own.rows},
+             {"total", &sum.own.total},
+             {"stamp", &sum.stamp},
+             {"base", &sum.base},
+             {"records", &history.records},
+             {"record_total", &history.total},
+             {"record_bytes", &history.bytes},
+             {"last_record", &history.last},
+             {"shared_entries", &sum.shared.rows},
+             {"shared_total", &sum.shared.total},
+             {"copy", &sum.copy}}};
 }
 
 /// How many of the fields a version has.
 std::size_t sum_size(std::int64_t version)
 {
-    return version == without_history ? 4 : 8;
+    return version == without_history ? 4 : version == without_library ? 8 : 11;
+}
+
+/// The columns of those, each behind a comma.
+std::string sum_columns(std::int64_t version)
+{
+    Sum sum;
+    std::string columns;
+    for (std::size_t field = 0; field != sum_size(version); ++field)
+    {
+        columns.append(", ").append(fields_of(sum).at(field).column);
+    }
+    return columns;
 }
 
 std::uint64_t checksum(Sum sum, std::int64_t version)
@@ -76,7 +118,7 @@ std::uint64_t checksum(Sum sum, std::int64_t version)
     std::uint64_t result = 0;
     for (std::size_t field = 0; field != sum_size(version); ++field)
     {
-        auto const number = *fields_of(sum).at(field);
+        auto const number = *fields_of(sum).at(field).number;
         std::array<char, sizeof number> bytes{};
         for (std::size_t index = 0; index < bytes.size(); ++index)
         {
@@ -141,8 +183,7 @@ bool has_own_tables(sqlite3* database, std::int64_t version)
 std::optional<Sum> read_sum(sqlite3* database)
 {
     auto const version = Sqlite::number(database, "PRAGMA user_version");
-    Sqlite::Statement select(database,
-                             "SELECT number, checksum, " + std::string(sum_columns(version)) + " FROM entry_sum");
+    Sqlite::Statement select(database, "SELECT number, checksum" + sum_columns(version) + " FROM entry_sum");
     if (!select.step())
     {
         return std::nullopt;
@@ -153,7 +194,7 @@ std::optional<Sum> read_sum(sqlite3* database)
     {
         auto const column = static_cast<int>(field) + 2;
         whole = whole && select.type(column) == SQLITE_INTEGER;
-        *fields_of(sum).at(field) = number_of(select.integer(column));
+        *fields_of(sum).at(field).number = number_of(select.integer(column));
     }
     whole = whole && number_of(select.integer(1)) == checksum(sum, version) && !select.step();
     return whole ? std::optional(sum) : std::nullopt;
@@ -167,33 +208,102 @@ void write_sum(sqlite3* database, Sum const& sum)
     {
         values += ", ?" + std::to_string(field + 2);
     }
-    Sqlite::Statement write(database, "REPLACE INTO entry_sum(number, checksum, " + std::string(sum_columns(version)) +
+    Sqlite::Statement write(database, "REPLACE INTO entry_sum(number, checksum" + sum_columns(version) +
                                           ") VALUES(1, ?1" + values + ")");
     auto copy = sum;
     for (std::size_t field = 0; field != sum_size(version); ++field)
     {
-        write.bind(static_cast<int>(field) + 2, stored(*fields_of(copy).at(field)));
+        write.bind(static_cast<int>(field) + 2, stored(*fields_of(copy).at(field).number));
     }
     write.bind(1, stored(checksum(sum, version))).run();
 }
 
+// The copy of a library -----------------------------------------------------------------------------------------------
+
+std::uint64_t checksum(LibraryCopy const& copy)
+{
+    auto result = number_of(copy.position.revision);
+    for (auto const* const text : {&copy.library, &copy.server.name, &copy.server.store, &copy.position.edit})
+    {
+        result = hash(*text, result);
+    }
+    return std::max<std::uint64_t>(result, 1);
+}
+
+CheckedCopy read_copy(sqlite3* database)
+{
+    CheckedCopy checked;
+    Sqlite::Statement select(database, "SELECT number, library, server, store, revision, edit, checksum FROM library");
+    if (select.step())
+    {
+        constexpr std::array types{SQLITE_INTEGER, SQLITE_TEXT, SQLITE_TEXT, SQLITE_TEXT, SQLITE_INTEGER, SQLITE_TEXT};
+        for (std::size_t column = 0; column != types.size(); ++column)
+        {
+            checked.is_whole = checked.is_whole && select.type(static_cast<int>(column)) == types.at(column);
+        }
+        auto const text = [&select](int column) { return std::string(select.text(column)); };
+        checked.copy = {.library = text(1),
+                        .server = {.name = text(2), .store = text(3)},
+                        .position = {.revision = select.integer(4), .edit = text(5)}};
+        auto const sum = number_of(select.integer(6));
+        checked.is_whole =
+            checked.is_whole && select.integer(0) == 1 && sum == checksum(*checked.copy) && !select.step();
+    }
+    if (!checked.is_whole)
+    {
+        checked.copy.reset();
+    }
+    return checked;
+}
+
+void write_copy(sqlite3* database, std::optional<LibraryCopy> const& copy)
+{
+    if (!copy)
+    {
+        Sqlite::execute(database, "DELETE FROM library");
+        return;
+    }
+    Sqlite::Statement(database, "REPLACE INTO library(number, library, server, store, revision, edit, checksum) "
+                                "VALUES(1, ?1, ?2, ?3, ?4, ?5, ?6)")
+        .bind(1, std::string_view(copy->library))
+        .bind(2, std::string_view(copy->server.name))
+        .bind(3, std::string_view(copy->server.store))
+        .bind(4, copy->position.revision)
+        .bind(5, std::string_view(copy->position.edit))
+        .bind(6, stored(checksum(*copy)))
+        .run();
+}
+
 // Rows ----------------------------------------------------------------------------------------------------------------
 
-RowReader::RowReader(sqlite3* database, std::int64_t version, Order order)
-    : RowReader(database, version, order == Order::ascending ? "ORDER BY rank" : "ORDER BY rank DESC")
+namespace
+{
+
+/// The columns of a row, the checksum last.
+std::string select_rows(std::int64_t version, Table table)
+{
+    static std::string const shared =
+        "SELECT rank, '" + std::string(recipe_domain) + "', path, value, checksum FROM shared_entry ";
+    return table == Table::shared         ? shared
+           : version == without_checksums ? "SELECT rank, domain, path, value FROM entry "
+                                          : "SELECT rank, domain, path, value, checksum FROM entry ";
+}
+
+} // namespace
+
+RowReader::RowReader(sqlite3* database, std::int64_t version, Table table, Order order)
+    : RowReader(database, version, table,
+                std::string(order == Order::ascending ? "ORDER BY rank" : "ORDER BY rank DESC"))
 {
 }
 
-RowReader::RowReader(sqlite3* database, std::int64_t version, std::int64_t rank)
-    : RowReader(database, version, "WHERE rank = " + std::to_string(rank))
+RowReader::RowReader(sqlite3* database, std::int64_t version, Table table, std::int64_t rank)
+    : RowReader(database, version, table, "WHERE rank = " + std::to_string(rank))
 {
 }
 
-RowReader::RowReader(sqlite3* database, std::int64_t version, std::string const& which)
-    : m_version(version),
-      m_select(database, (version == without_checksums ? "SELECT rank, domain, path, value FROM entry "
-                                                       : "SELECT rank, domain, path, value, checksum FROM entry ") +
-                             which)
+RowReader::RowReader(sqlite3* database, std::int64_t version, Table table, std::string const& which)
+    : m_version(version), m_select(database, select_rows(version, table) + which)
 {
 }
 
@@ -219,8 +329,10 @@ CheckedRow RowReader::row() const
     return {.row = row, .checksum = sum, .is_whole = whole};
 }
 
-RowWriter::RowWriter(sqlite3* database)
-    : m_insert(database, "INSERT INTO entry(rank, domain, path, checksum, value) VALUES(?1, ?2, ?3, ?4, ?5)")
+RowWriter::RowWriter(sqlite3* database, Table table)
+    : m_insert(database, table == Table::own
+                             ? "INSERT INTO entry(rank, domain, path, checksum, value) VALUES(?1, ?2, ?3, ?4, ?5)"
+                             : "INSERT INTO shared_entry(rank, path, checksum, value) VALUES(?1, ?3, ?4, ?5)")
 {
 }
 
@@ -236,21 +348,30 @@ std::uint64_t RowWriter::insert(Row const& row)
 namespace
 {
 
-/// The texts of a record in the order of their columns.
-constexpr std::array record_texts{&StoredRecord::time,  &StoredRecord::who,     &StoredRecord::action,
-                                  &StoredRecord::asked, &StoredRecord::outcome, &StoredRecord::text,
-                                  &StoredRecord::note,  &StoredRecord::body,    &StoredRecord::places};
-constexpr auto record_columns = "id, checksum, time, who, action, asked, outcome, text, note, body, places";
+/// The texts of a record in the order of their columns; the last two only those of an edit in a library have.
+constexpr std::array record_texts{&StoredRecord::time,   &StoredRecord::who,     &StoredRecord::action,
+                                  &StoredRecord::asked,  &StoredRecord::outcome, &StoredRecord::text,
+                                  &StoredRecord::note,   &StoredRecord::body,    &StoredRecord::places,
+                                  &StoredRecord::server, &StoredRecord::edit};
+constexpr std::size_t texts_of_each = 9;
 constexpr int first_text = 2;
+
+std::string record_columns(std::int64_t version)
+{
+    return std::string("id, checksum, time, who, action, asked, outcome, text, note, body, places") +
+           (version == without_library ? ", '', ''" : ", server, edit");
+}
 
 } // namespace
 
 std::uint64_t checksum(StoredRecord const& record)
 {
     auto result = number_of(record.id);
-    for (auto const text : record_texts)
+    // Records were there before there were libraries.
+    auto const texts = record.server.empty() && record.edit.empty() ? texts_of_each : record_texts.size();
+    for (std::size_t text = 0; text != texts; ++text)
     {
-        result = hash(record.*text, result);
+        result = hash(record.*record_texts.at(text), result);
     }
     return result;
 }
@@ -262,15 +383,14 @@ std::uint64_t bytes_of(StoredRecord const& record) noexcept
                            [&record](std::uint64_t sum, auto const text) { return sum + (record.*text).size(); });
 }
 
-RecordReader::RecordReader(sqlite3* database, std::string const& which)
-    : m_select(database, "SELECT " + std::string(record_columns) + " FROM history " + which)
+RecordReader::RecordReader(sqlite3* database, std::int64_t version, std::string const& which)
+    : m_select(database, "SELECT " + record_columns(version) + " FROM history " + which)
 {
 }
 
-RecordReader& RecordReader::bind(int position, std::int64_t number)
+std::string_view RecordReader::edit() const
 {
-    m_select.bind(position, number);
-    return *this;
+    return m_select.text(first_text + static_cast<int>(record_texts.size()) - 1);
 }
 
 std::optional<StoredRecord> RecordReader::record() const
@@ -289,8 +409,8 @@ std::optional<StoredRecord> RecordReader::record() const
 }
 
 RecordWriter::RecordWriter(sqlite3* database)
-    : m_write(database, "REPLACE INTO history(" + std::string(record_columns) +
-                            ") VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10, ?11)")
+    : m_write(database, "REPLACE INTO history(" + record_columns(newest) +
+                            ") VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10, ?11, ?12, ?13)")
 {
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Configuration/Sqlite.h"
-#include "Configuration/StoredRecord.h"
+#include "Configuration/Store.h"
 
 #include <cstdint>
 #include <optional>
@@ -14,10 +14,20 @@ namespace Ravik::StoreFormat
 
 /// Tells a store of this program from any other SQLite file: "Ravk" in ASCII.
 constexpr std::int64_t application_id = 0x5261766B;
-/// The versions of the layout; a store of a later one is not opened. The first had no checksums, the second no history.
+/// The versions of the layout; a store of a later one is not opened. The first had no checksums, the second no history,
+/// the third no copy of a library.
 constexpr std::int64_t without_checksums = 1;
 constexpr std::int64_t without_history = 2;
-constexpr std::int64_t newest = 3;
+constexpr std::int64_t without_library = 3;
+constexpr std::int64_t newest = 4;
+
+/// Where a row stands.
+enum class Table
+{
+    own,
+    /// In the copy of a library: all of the recipe management's domain.
+    shared,
+};
 
 /// A row of the configuration. The views are valid as long as what they were taken from.
 struct Row
@@ -33,6 +43,22 @@ struct Row
 /// Of rank, domain and path, as they stand in the index, too.
 std::uint64_t name_checksum(Row const& row);
 std::uint64_t checksum(Row const& row);
+
+/// What the rows of a table come to.
+struct RowSum
+{
+    std::uint64_t rows = 0;
+    /// The sum of their checksums.
+    std::uint64_t total = 0;
+
+    void add(std::uint64_t row) noexcept { ++rows, total += row; }
+    void remove(std::uint64_t row) noexcept { --rows, total -= row; }
+
+    friend bool operator==(RowSum const& left, RowSum const& right) = default;
+};
+
+/// Never 0, which stands for no copy.
+std::uint64_t checksum(LibraryCopy const& copy);
 
 /// What the records of the history come to.
 struct RecordSum
@@ -57,17 +83,15 @@ std::uint64_t bytes_of(StoredRecord const& record) noexcept;
 /// did before, is found out; and it ties the write-ahead log to its file.
 struct Sum
 {
-    std::uint64_t rows = 0;
-    /// The sum of the rows' checksums.
-    std::uint64_t total = 0;
+    RowSum own{};
     /// Random, drawn anew for each transaction: no two states have the same, not those of two copies either.
     std::uint64_t stamp = 0;
     /// The stamp that stood in the file itself, below the log, when the transaction was made.
     std::uint64_t base = 0;
     RecordSum history{};
-
-    void add(std::uint64_t row) noexcept { ++rows, total += row; }
-    void remove(std::uint64_t row) noexcept { --rows, total -= row; }
+    RowSum shared{};
+    /// The checksum of what the copy of a library is of, 0 where there is none.
+    std::uint64_t copy = 0;
 };
 
 std::uint64_t random_stamp();
@@ -80,6 +104,16 @@ bool has_own_tables(sqlite3* database, std::int64_t version);
 /// Nothing where the sum is missing or damaged.
 std::optional<Sum> read_sum(sqlite3* database);
 void write_sum(sqlite3* database, Sum const& sum);
+
+/// What the copy of a library is of, nothing without one and where that is damaged.
+struct CheckedCopy
+{
+    std::optional<LibraryCopy> copy;
+    bool is_whole = true;
+};
+
+CheckedCopy read_copy(sqlite3* database);
+void write_copy(sqlite3* database, std::optional<LibraryCopy> const& copy);
 
 /// A row as it stands, damaged as it may be.
 struct CheckedRow
@@ -100,10 +134,10 @@ public:
         ascending,
         descending,
     };
-    /// Reads all rows by their ranks.
-    RowReader(sqlite3* database, std::int64_t version, Order order = Order::ascending);
+    /// Reads all rows of the table by their ranks.
+    RowReader(sqlite3* database, std::int64_t version, Table table, Order order = Order::ascending);
     /// Reads the row of that rank.
-    RowReader(sqlite3* database, std::int64_t version, std::int64_t rank);
+    RowReader(sqlite3* database, std::int64_t version, Table table, std::int64_t rank);
 
     bool step() { return m_select.step(); }
     std::int64_t rank() const { return m_select.integer(0); }
@@ -111,7 +145,7 @@ public:
     CheckedRow row() const;
 
 private:
-    RowReader(sqlite3* database, std::int64_t version, std::string const& which);
+    RowReader(sqlite3* database, std::int64_t version, Table table, std::string const& which);
     bool has_types() const;
 
     std::int64_t m_version;
@@ -122,7 +156,7 @@ private:
 class RowWriter
 {
 public:
-    explicit RowWriter(sqlite3* database);
+    RowWriter(sqlite3* database, Table table);
     /// Returns the row's checksum.
     std::uint64_t insert(Row const& row);
 
@@ -134,12 +168,18 @@ private:
 class RecordReader
 {
 public:
-    /// Those that the condition, a clause of SQL, tells. Numbers are bound to its parameters by `bind`.
-    RecordReader(sqlite3* database, std::string const& which);
+    /// Those that the condition, a clause of SQL, tells. Its parameters are bound by `bind`.
+    RecordReader(sqlite3* database, std::int64_t version, std::string const& which);
 
-    RecordReader& bind(int position, std::int64_t number);
+    template <typename Parameter> RecordReader& bind(int position, Parameter parameter)
+    {
+        m_select.bind(position, parameter);
+        return *this;
+    }
     bool step() { return m_select.step(); }
     std::int64_t id() const { return m_select.integer(0); }
+    /// The edit as it stands, valid until the next step.
+    std::string_view edit() const;
     /// The record; nothing where it is damaged.
     std::optional<StoredRecord> record() const;
 

@@ -1,5 +1,6 @@
 #include "Configuration/store_reading.h"
 
+#include "Configuration/configuration_keys.h"
 #include "Configuration/store_file.h"
 #include "Configuration/tree.h"
 #include "RavikSrvExt/MapBuilder.h"
@@ -48,9 +49,28 @@ Value build(FoldersByPath& folders, std::string const& path)
     return map;
 }
 
+constexpr auto of_the_copy = " in the copy of its library";
+
 std::string damage(Sqlite::Error const& error)
 {
     return std::string("it is damaged: ") + error.what();
+}
+
+/// What was read of the rows of a table.
+struct RowsRead
+{
+    Table table;
+    std::int64_t last_rank = 0;
+    /// Of those that are whole.
+    RowSum counted{};
+    /// The names of all, also of those that are damaged.
+    RowSum names{};
+};
+
+/// Of a record's place in the index of edits.
+std::uint64_t edit_checksum(std::int64_t record, std::string_view edit)
+{
+    return name_checksum({.rank = record, .domain = {}, .path = edit, .text = {}});
 }
 
 class Reading
@@ -66,11 +86,13 @@ public:
     Content read()
     {
         guarded([this] { check_tables(); });
-        guarded([this] { read_rows(); });
+        guarded([this] { read_rows(m_own); });
+        guarded([this] { read_copy(); });
         guarded([this] { read_records(); });
         guarded([this] { check_pages(); });
         guarded([this] { check_sum(); });
         build_trees();
+        m_content.last_rank = m_own.last_rank;
         return std::move(m_content);
     }
 
@@ -103,16 +125,23 @@ private:
 
     void check_tables();
     void check_pages();
-    bool is_index_whole() const;
-    void read_rows();
-    void read_rows_behind(std::int64_t last);
-    std::vector<std::int64_t> ranks_in_index() const;
-    void read_row(RowReader const& reader);
+    bool are_indexes_whole() const;
+    bool is_index_whole(RowsRead const& rows) const;
+    bool is_index_of_edits_whole() const;
+    bool knows_libraries() const { return m_version > without_library; }
+    void read_copy();
+    void read_rows(RowsRead& rows);
+    void read_rows_behind(std::int64_t last, RowsRead& rows);
+    std::vector<std::int64_t> ranks_in_index(Table table) const;
+    void read_row(RowReader const& reader, RowsRead& rows);
     void keep(Row const& row);
     void read_records();
     void count_records();
+    void count_edit(std::int64_t record, std::string_view edit);
     void read_record(RecordReader const& reader);
     void check_sum();
+    void check_rows(RowSum const& sum, RowSum const& counted, std::string const& where) const;
+    void check_copy(Sum const& sum) const;
     void check_records(RecordSum const& sum) const;
     void build_trees();
 
@@ -123,9 +152,12 @@ private:
     OnRow const& m_on_row;
     OnRecord const& m_on_record;
     Content m_content;
-    Sum m_counted;
-    /// The names of all rows, also of those that are damaged.
-    Sum m_names;
+    RowsRead m_own{.table = Table::own};
+    RowsRead m_shared{.table = Table::shared};
+    RecordSum m_records;
+    /// What the index of edits is to hold.
+    RowSum m_edits;
+    bool m_is_copy_whole = true;
     std::map<std::string, FoldersByPath, std::less<>> m_folders;
     Json::Reader m_json;
 };
@@ -144,11 +176,11 @@ void Reading::check_tables()
     }
 }
 
-/// Pages, free pages and the index: what the rows do not tell. SQLite looks up each row in the index, which takes
+/// Pages, free pages and the indexes: what the rows do not tell. SQLite looks up each row in the index, which takes
 /// longer than all else; it is left to do so, and to tell what is wrong, where the index does not have the rows' names.
 void Reading::check_pages()
 {
-    auto const index_fits = is_index_whole();
+    auto const index_fits = are_indexes_whole();
     auto told = false;
     constexpr int most = 20;
     Sqlite::Statement check(m_database, (index_fits ? "PRAGMA quick_check(" : "PRAGMA integrity_check(") +
@@ -172,33 +204,11 @@ void Reading::check_pages()
     }
 }
 
-/// Whether the index holds the names of the rows that were read, in order, each once, and nothing else.
-bool Reading::is_index_whole() const
+bool Reading::are_indexes_whole() const
 {
     try
     {
-        Sum names;
-        std::string domain;
-        std::string path;
-        Sqlite::Statement select(m_database, "SELECT rank, domain, path FROM entry INDEXED BY entry_path");
-        while (select.step())
-        {
-            if (select.type(0) != SQLITE_INTEGER || select.type(1) != SQLITE_TEXT || select.type(2) != SQLITE_TEXT)
-            {
-                return false;
-            }
-            Row const row{
-                .rank = select.integer(0), .domain = select.text(1), .path = select.text(2), .text = std::nullopt};
-            auto const order = row.domain.compare(domain);
-            if (names.rows != 0 && (order < 0 || (order == 0 && row.path <= path)))
-            {
-                return false;
-            }
-            names.add(name_checksum(row));
-            domain = row.domain;
-            path = row.path;
-        }
-        return names.rows == m_names.rows && names.total == m_names.total;
+        return is_index_whole(m_own) && (!knows_libraries() || (is_index_whole(m_shared) && is_index_of_edits_whole()));
     }
     catch (Sqlite::Error const&)
     {
@@ -206,58 +216,120 @@ bool Reading::is_index_whole() const
     }
 }
 
-void Reading::read_rows()
+/// Whether the index holds the names of the rows that were read, in order, each once, and nothing else.
+bool Reading::is_index_whole(RowsRead const& rows) const
 {
-    RowReader reader(m_database, m_version);
+    RowSum names;
+    std::string domain;
+    std::string path;
+    Sqlite::Statement select(m_database, rows.table == Table::own
+                                             ? "SELECT rank, domain, path FROM entry INDEXED BY entry_path"
+                                             : "SELECT rank, '" + std::string(recipe_domain) +
+                                                   "', path FROM shared_entry INDEXED BY shared_entry_path");
+    while (select.step())
+    {
+        if (select.type(0) != SQLITE_INTEGER || select.type(1) != SQLITE_TEXT || select.type(2) != SQLITE_TEXT)
+        {
+            return false;
+        }
+        Row const row{
+            .rank = select.integer(0), .domain = select.text(1), .path = select.text(2), .text = std::nullopt};
+        auto const order = row.domain.compare(domain);
+        if (names.rows != 0 && (order < 0 || (order == 0 && row.path <= path)))
+        {
+            return false;
+        }
+        names.add(name_checksum(row));
+        domain = row.domain;
+        path = row.path;
+    }
+    return names == rows.names;
+}
+
+bool Reading::is_index_of_edits_whole() const
+{
+    RowSum edits;
+    std::pair<std::string, std::int64_t> last;
+    Sqlite::Statement select(m_database, "SELECT id, edit FROM history INDEXED BY history_edit WHERE edit <> ''");
+    while (select.step())
+    {
+        std::pair found(std::string(select.text(1)), select.integer(0));
+        if (found <= last)
+        {
+            return false;
+        }
+        edits.add(edit_checksum(found.second, found.first));
+        last = std::move(found);
+    }
+    return edits == m_edits;
+}
+
+void Reading::read_copy()
+{
+    if (!knows_libraries())
+    {
+        return;
+    }
+    guarded([this] { read_rows(m_shared); });
+    auto const [copy, is_whole] = StoreFormat::read_copy(m_database);
+    m_content.library = copy;
+    m_is_copy_whole = is_whole;
+}
+
+void Reading::read_rows(RowsRead& rows)
+{
+    RowReader reader(m_database, m_version, rows.table);
     try
     {
         while (reader.step())
         {
-            read_row(reader);
+            read_row(reader, rows);
         }
     }
     catch (Sqlite::Error const& error)
     {
         m_on_fault(damage(error));
-        read_rows_behind(m_content.last_rank);
+        read_rows_behind(rows.last_rank, rows);
     }
 }
 
 /// Behind a page that can't be read: the rows from the end backwards to the next such page, and between the two those
 /// that the index knows.
-void Reading::read_rows_behind(std::int64_t last)
+void Reading::read_rows_behind(std::int64_t last, RowsRead& rows)
 {
     auto first_behind = std::numeric_limits<std::int64_t>::max();
     as_far_as_possible(
         [&]
         {
-            for (RowReader reader(m_database, m_version, RowReader::Order::descending);
+            for (RowReader reader(m_database, m_version, rows.table, RowReader::Order::descending);
                  reader.step() && reader.rank() > last; first_behind = reader.rank())
             {
-                read_row(reader);
+                read_row(reader, rows);
             }
         });
-    for (auto const rank : ranks_in_index())
+    for (auto const rank : ranks_in_index(rows.table))
     {
         if (rank > last && rank < first_behind)
         {
             as_far_as_possible(
                 [&]
                 {
-                    RowReader reader(m_database, m_version, rank);
-                    reader.step() ? read_row(reader) : void();
+                    RowReader reader(m_database, m_version, rows.table, rank);
+                    reader.step() ? read_row(reader, rows) : void();
                 });
         }
     }
 }
 
-std::vector<std::int64_t> Reading::ranks_in_index() const
+std::vector<std::int64_t> Reading::ranks_in_index(Table table) const
 {
     std::vector<std::int64_t> ranks;
     as_far_as_possible(
         [&]
         {
-            for (Sqlite::Statement select(m_database, "SELECT rank FROM entry INDEXED BY entry_path"); select.step();)
+            auto const* const from =
+                table == Table::own ? "entry INDEXED BY entry_path" : "shared_entry INDEXED BY shared_entry_path";
+            for (Sqlite::Statement select(m_database, std::string("SELECT rank FROM ") + from); select.step();)
             {
                 ranks.push_back(select.integer(0));
             }
@@ -265,29 +337,29 @@ std::vector<std::int64_t> Reading::ranks_in_index() const
     return ranks;
 }
 
-void Reading::read_row(RowReader const& reader)
+void Reading::read_row(RowReader const& reader, RowsRead& rows)
 {
     auto const [row, sum, is_whole] = reader.row();
-    m_content.last_rank = std::max(m_content.last_rank, row.rank);
-    m_names.add(name_checksum(row));
+    rows.last_rank = std::max(rows.last_rank, row.rank);
+    rows.names.add(name_checksum(row));
     if (!is_whole)
     {
-        m_on_fault(name_of(row) + " is damaged: its checksum does not fit");
+        m_on_fault(name_of(row, rows.table) + " is damaged: its checksum does not fit");
         return;
     }
-    m_counted.add(sum);
+    rows.counted.add(sum);
     try
     {
         keep(row);
     }
     catch (Json::ParseError const& error)
     {
-        m_on_fault(name_of(row) + " holds a broken value: " + error.what());
+        m_on_fault(name_of(row, rows.table) + " holds a broken value: " + error.what());
         return;
     }
     if (m_on_row)
     {
-        m_on_row(row);
+        m_on_row(row, rows.table);
     }
 }
 
@@ -323,7 +395,7 @@ void Reading::read_records()
     std::int64_t last = 0;
     auto const forward = [&](std::string const& which)
     {
-        RecordReader reader(m_database, which);
+        RecordReader reader(m_database, m_version, which);
         while (reader.step())
         {
             last = reader.id();
@@ -344,23 +416,34 @@ void Reading::read_records()
 /// Without what they tell: there may be any number of them, and each is held against its checksum whenever it is read.
 void Reading::count_records()
 {
-    Sqlite::Statement select(m_database, "SELECT checksum FROM history");
+    Sqlite::Statement select(m_database, knows_libraries() ? "SELECT checksum, id, edit FROM history"
+                                                           : "SELECT checksum, id, '' FROM history");
     while (select.step())
     {
-        m_counted.history.add(static_cast<std::uint64_t>(select.integer(0)), 0);
+        m_records.add(static_cast<std::uint64_t>(select.integer(0)), 0);
+        count_edit(select.integer(1), select.text(2));
+    }
+}
+
+void Reading::count_edit(std::int64_t record, std::string_view edit)
+{
+    if (!edit.empty())
+    {
+        m_edits.add(edit_checksum(record, edit));
     }
 }
 
 void Reading::read_record(RecordReader const& reader)
 {
     auto record = reader.record();
+    count_edit(reader.id(), reader.edit());
     if (!record)
     {
         m_on_fault("the record " + std::to_string(reader.id()) +
                    " of the history is damaged: its checksum does not fit");
         return;
     }
-    m_counted.history.add(checksum(*record), bytes_of(*record));
+    m_records.add(checksum(*record), bytes_of(*record));
     if (m_on_record)
     {
         m_on_record(std::move(*record));
@@ -380,20 +463,41 @@ void Reading::check_sum()
         return;
     }
     m_content.sum = *sum;
-    if (sum->rows > m_counted.rows)
-    {
-        m_on_fault(std::to_string(sum->rows - m_counted.rows) + " of " + std::to_string(sum->rows) + " rows are lost");
-    }
-    else if (sum->rows != m_counted.rows || sum->total != m_counted.total)
-    {
-        m_on_fault("its rows do not add up: there are some of another state among them");
-    }
+    check_rows(sum->own, m_own.counted, "");
+    check_rows(sum->shared, m_shared.counted, of_the_copy);
+    check_copy(*sum);
     check_records(sum->history);
+}
+
+void Reading::check_rows(RowSum const& sum, RowSum const& counted, std::string const& where) const
+{
+    if (sum.rows > counted.rows)
+    {
+        m_on_fault(std::to_string(sum.rows - counted.rows) + " of " + std::to_string(sum.rows) + " rows" + where +
+                   " are lost");
+    }
+    else if (sum != counted)
+    {
+        m_on_fault("its rows" + where + " do not add up: there are some of another state among them");
+    }
+}
+
+void Reading::check_copy(Sum const& sum) const
+{
+    auto const& library = m_content.library;
+    if (!m_is_copy_whole)
+    {
+        m_on_fault("what it tells of its copy of a library is damaged");
+    }
+    else if (sum.copy != (library ? checksum(*library) : 0))
+    {
+        m_on_fault("what it tells of its copy of a library is lost, or of another state");
+    }
 }
 
 void Reading::check_records(RecordSum const& sum) const
 {
-    auto const& counted = m_counted.history;
+    auto const& counted = m_records;
     if (sum.records > counted.records)
     {
         m_on_fault(std::to_string(sum.records - counted.records) + " of " + std::to_string(sum.records) +
@@ -425,10 +529,10 @@ void Reading::build_trees()
 
 } // namespace
 
-std::string name_of(Row const& row)
+std::string name_of(Row const& row, Table table)
 {
     return "the row \"" + std::string(row.path) + "\" of " + std::string(row.domain) + " (number " +
-           std::to_string(row.rank) + ")";
+           std::to_string(row.rank) + ")" + (table == Table::shared ? of_the_copy : "");
 }
 
 Content read(sqlite3* database, std::filesystem::path const& file, std::int64_t version, OnFault const& on_fault,

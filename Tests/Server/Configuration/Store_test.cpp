@@ -1,6 +1,7 @@
 #include "Configuration/Store.h"
 #include "Configuration/place_changes.h"
 #include "Configuration/store_care.h"
+#include "Configuration/store_format.h"
 
 #include "Support/TemporaryFolder.h"
 #include "Support/refusal.h"
@@ -122,13 +123,17 @@ protected:
     std::string const expected = Json::write(Json::parse(content_of(PLANT_RECIPES)));
 };
 
-TEST_F(StoreCareTest, brings_over_a_store_without_a_history)
+TEST_F(StoreCareTest, brings_over_stores_without_a_history_and_without_a_copy_of_a_library)
 {
-    fs::copy_file(FORMAT_2_STORE, file, fs::copy_options::overwrite_existing);
-    EXPECT_TRUE(check_store(file, 0s).is_whole());
-    EXPECT_EQ(content(file), expected);
-    add_records(file, {record("recipeList::A", {}, "{}")});
-    EXPECT_EQ(check_store(file, 0s).records, 1U);
+    for (auto const& [earlier, records] : {std::pair(FORMAT_2_STORE, 0U), {FORMAT_3_STORE, 2U}})
+    {
+        fs::copy_file(earlier, file, fs::copy_options::overwrite_existing);
+        EXPECT_TRUE(check_store(file, 0s).is_whole());
+        EXPECT_EQ(content(file), expected);
+        add_records(file, {record("recipeList::A", {}, "{}")});
+        EXPECT_EQ(check_store(file, 0s).records, records + 1);
+        EXPECT_EQ(Store::open(file, 0s)->library(), std::nullopt);
+    }
 }
 
 TEST_F(StoreCareTest, brings_over_a_store_of_the_first_layout_however_often_it_is_killed)
@@ -285,6 +290,249 @@ TEST(Store, keeps_records_within_bounds_and_gives_no_number_twice)
     EXPECT_EQ(ids(*store), (std::vector<std::int64_t>{7}));
     add(*store, "9", boundless);
     EXPECT_EQ(ids(*store), (std::vector<std::int64_t>{8, 7}));
+}
+
+/// A row as a library gives it; a folder without a text.
+LibraryRow shared(std::int64_t rank, std::string const& path, std::optional<std::string> const& text = {})
+{
+    StoreFormat::Row row{.rank = rank, .domain = domain, .path = path, .text = {}};
+    text ? static_cast<void>(row.text = *text) : void();
+    return {.path = path, .rank = rank, .text = text, .checksum = StoreFormat::checksum(row)};
+}
+
+LibraryRow removed(LibraryRow row)
+{
+    row.text.reset();
+    row.is_removed = true;
+    return row;
+}
+
+LibraryCopy const empty_copy{.library = "aaaa", .server = {.name = "Line 1", .store = "bbbb"}, .position = {}};
+
+/// What changes in a transaction of its own.
+template <typename Change> void commit(Store& store, Change const& change)
+{
+    store.begin();
+    change();
+    store.commit();
+}
+
+TEST_F(StoreCareTest, finds_records_by_their_edits)
+{
+    auto const of_edit = [](char const* edit)
+    { return StoredRecord{.time = "2026", .server = "Line 2", .edit = edit}; };
+    add_records(file, {of_edit("e1"), of_edit("the second"), of_edit("e1"), {.time = "2026"}});
+    {
+        auto const store = Store::open(file, 0s);
+        auto found = store->record_of_edit("e1");
+        ASSERT_TRUE(found);
+        EXPECT_EQ(found->id, 3);
+        EXPECT_EQ(found->server, "Line 2");
+        EXPECT_EQ(store->record_of_edit("e3"), std::nullopt);
+        EXPECT_EQ(store->record_of_edit(""), std::nullopt) << "that is no edit";
+    }
+    // Who looks an edit up believes the index: it is held against the records.
+    auto const bytes = content_of(file);
+    auto places = 0;
+    for (auto at = bytes.find("the second"); at != std::string::npos; at = bytes.find("the second", at + 1), ++places)
+    {
+        auto spoilt = bytes;
+        spoilt[at] = 'T';
+        EXPECT_NE(refused(folder.write("copy.db", spoilt)).find("history_edit"), std::string::npos) << at;
+    }
+    EXPECT_EQ(places, 2);
+}
+
+template <typename Work> bool fails(Work const& work)
+{
+    try
+    {
+        work();
+        return false;
+    }
+    catch (StoreError const&)
+    {
+        return true;
+    }
+}
+
+/// A store that has joined a library.
+class CopyTest : public StoreCareTest
+{
+protected:
+    CopyTest()
+    {
+        auto const store = Store::open(file, 0s);
+        auto const value = Json::parse("[1]");
+        commit(*store,
+               [&]
+               {
+                   store->put("RavikSrv", "SYMBOLS", &value);
+                   store->join_library(empty_copy);
+                   store->apply_shared(rows, true, {.revision = 4, .edit = "cccc"});
+               });
+    }
+
+    /// Their ranks are those of rows of the store's own, too, and their order is not that of their paths.
+    std::vector<LibraryRow> const rows{shared(1, "recipeTypeList"), shared(2, "recipeTypeList::T", R"({"members":{}})"),
+                                       shared(5, "recipeList"),     shared(7, "recipeList::Z", R"({"a":1.0})"),
+                                       shared(8, "recipeList::F"),  shared(9, "recipeList::F::B", "{}")};
+    std::string const tree = R"({"recipeTypeList":{"T":{"members":{}}},"recipeList":{"Z":{"a":1.0},"F":{"B":{}}}})";
+    std::int64_t const own_rows = 1;
+};
+
+TEST_F(CopyTest, goes_forward_row_by_row_and_is_there_after_reopening)
+{
+    struct Case
+    {
+        std::string name;
+        std::vector<LibraryRow> news;
+        std::string expected;
+        bool is_whole = false;
+    };
+    EXPECT_EQ(content(file), tree);
+    std::int64_t revision = 4;
+    for (auto const& each : {
+             Case{"nothing", {}, tree},
+             Case{"one is written in its place, and one behind all others",
+                  {shared(7, "recipeList::Z", "{}"), shared(11, "recipeList::A", "{}")},
+                  R"({"recipeTypeList":{"T":{"members":{}}},"recipeList":{"Z":{},"F":{"B":{}},"A":{}}})"},
+             Case{"rows are removed, one of them that never was here",
+                  {removed(rows[5]), removed(rows[4]), removed(shared(12, "recipeList::Q"))},
+                  R"({"recipeTypeList":{"T":{"members":{}}},"recipeList":{"Z":{},"A":{}}})"},
+             Case{"a path has another rank",
+                  {shared(13, "recipeList::Z", "{}")},
+                  R"({"recipeTypeList":{"T":{"members":{}}},"recipeList":{"A":{},"Z":{}}})"},
+             Case{"a rank has another path, which no library gives",
+                  {shared(13, "recipeList::Y", "{}")},
+                  R"({"recipeTypeList":{"T":{"members":{}}},"recipeList":{"A":{},"Y":{}}})"},
+             Case{"everything is read anew", rows, tree, true},
+         })
+    {
+        SCOPED_TRACE(each.name);
+        LibraryPosition const position{.revision = ++revision, .edit = "edit " + each.name};
+        {
+            auto const store = Store::open(file, 0s);
+            store->begin();
+            store->apply_shared({shared(1, "x"), shared(2, "y")}, true, position);
+            store->rollback();
+            commit(*store, [&] { store->apply_shared(each.news, each.is_whole, position); });
+        }
+        auto const store = Store::open(file, 0s);
+        EXPECT_EQ(Json::write(store->load(domain)), each.expected);
+        EXPECT_EQ(Json::write(store->load("RavikSrv")), R"({"SYMBOLS":[1]})");
+        ASSERT_TRUE(store->library());
+        EXPECT_EQ(store->library()->position, position);
+        EXPECT_EQ(store->library()->server, empty_copy.server);
+        std::uint64_t sum = 0;
+        for (auto const& row : store->recipe_rows())
+        {
+            sum += row.checksum;
+            EXPECT_EQ(row, shared(row.rank, row.path, row.text));
+        }
+        EXPECT_EQ(store->shared_sum(), sum);
+    }
+    EXPECT_EQ(Store::open(file, 0s)->recipe_rows(), rows);
+}
+
+TEST_F(CopyTest, is_looked_up_by_path)
+{
+    auto const store = Store::open(file, 0s);
+    auto const without_text = [](LibraryRow row)
+    {
+        row.text.reset();
+        return row;
+    };
+    EXPECT_EQ(store->shared_row("recipeList::Z"), without_text(rows[3]));
+    EXPECT_EQ(store->shared_row("recipeList::Q"), std::nullopt);
+    EXPECT_EQ(store->shared_rows_below("recipeList"),
+              (std::vector<LibraryRow>{rows[4], without_text(rows[5]), without_text(rows[3])}));
+    EXPECT_TRUE(store->shared_rows_below("recipeList::Z").empty());
+    auto const value = Json::parse("1");
+    store->begin();
+    EXPECT_TRUE(fails([&] { store->put(domain, "recipeList::Z", &value); }));
+    EXPECT_TRUE(fails([&] { store->erase(domain, "recipeList"); }));
+    store->rollback();
+}
+
+TEST_F(CopyTest, becomes_the_stores_own_where_the_library_is_left)
+{
+    {
+        auto const store = Store::open(file, 0s);
+        store->begin();
+        store->leave_library();
+        store->rollback();
+        EXPECT_TRUE(store->library());
+        commit(*store, [&] { store->leave_library(); });
+        EXPECT_EQ(store->library(), std::nullopt);
+        EXPECT_TRUE(fails([&] { store->apply_shared({}, false, {}); }));
+    }
+    EXPECT_EQ(content(file), tree);
+    auto const store = Store::open(file, 0s);
+    EXPECT_EQ(store->shared_sum(), 0U);
+    auto const value = Json::parse("2");
+    commit(*store, [&] { store->put(domain, "recipeList::Z", &value); });
+    EXPECT_EQ(store->recipe_rows()[3].text, "2");
+    commit(*store, [&] { store->join_library(empty_copy); });
+    EXPECT_TRUE(store->recipe_rows().empty());
+    EXPECT_EQ(store->library(), empty_copy);
+}
+
+TEST_F(CopyTest, is_in_a_backup)
+{
+    auto const backup = folder.path() / "backup.db";
+    Store::open(file, 0s)->backup(backup);
+    {
+        auto const store = Store::open(file, 0s);
+        commit(*store, [&] { store->apply_shared({}, false, {.revision = 5, .edit = "dddd"}); });
+    }
+    EXPECT_NE(refusal([&] { restore_store(file, backup, Replaced::nothing_whole, 0s); }).find("--force"),
+              std::string::npos);
+    restore_store(file, backup, Replaced::anything, 0s);
+    EXPECT_EQ(content(file), tree);
+    EXPECT_EQ(Store::open(file, 0s)->library()->position.revision, 4);
+}
+
+TEST_F(CopyTest, is_repaired_as_far_as_it_is_whole_and_read_anew_then)
+{
+    add_records(file, {record("recipeList::Lost", {}, R"({"recipeTypeName":"T"})")});
+    struct Case
+    {
+        char const* damage;
+        char const* fault;
+        std::size_t rows_lost = 0;
+        std::optional<std::int64_t> revision = 0;
+        char const* told = "read anew";
+    };
+    auto const all = check_store(file, 0s).rows;
+    for (auto const& each : {
+             Case{"UPDATE shared_entry SET value='{}' WHERE rank=7",
+                  "\"recipeList::Z\" of RavikRecipeManagement (number 7) in the copy of its library is damaged", 1},
+             Case{"DELETE FROM shared_entry WHERE rank=7", "1 of 6 rows in the copy of its library are lost", 1},
+             // Its folder is made for what is left in it.
+             Case{"DELETE FROM shared_entry WHERE rank=8", "an orphan: there is no folder", 0},
+             Case{"UPDATE library SET revision=5", "of its copy of a library is damaged", 0, {}, "the store's own"},
+             Case{"DELETE FROM library", "of its copy of a library is lost", 0, {}, "the store's own"},
+             Case{"UPDATE entry SET value='[]' WHERE domain='RavikSrv'", "\"SYMBOLS\"", 1, 4, ""},
+         })
+    {
+        SCOPED_TRACE(each.damage);
+        auto const copy = folder.path() / "copy.db";
+        fs::copy_file(file, copy, fs::copy_options::overwrite_existing);
+        run_sql(copy, each.damage);
+        auto const faults = check_store(copy, 0s).faults;
+        EXPECT_TRUE(std::any_of(faults.begin(), faults.end(),
+                                [&](std::string const& fault) { return fault.find(each.fault) != std::string::npos; }))
+            << faults.front();
+        EXPECT_NE(refused(copy), "");
+        auto const report = repair_store(copy, 0s);
+        EXPECT_NE(report.copy.find(each.told), std::string::npos) << report.copy;
+        EXPECT_EQ(report.copy.empty(), each.revision == 4);
+        EXPECT_EQ(report.recovered.empty(), each.revision.has_value()) << "what a library has is had from there";
+        EXPECT_EQ(report.rows, all - each.rows_lost + report.recovered.size());
+        auto const library = Store::open(copy, 0s)->library();
+        EXPECT_EQ(library ? std::optional(library->position.revision) : std::nullopt, each.revision);
+    }
 }
 
 TEST_F(StoreCareTest, restores_a_backup_where_nothing_is_lost_by_it)

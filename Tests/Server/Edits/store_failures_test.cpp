@@ -46,6 +46,24 @@ public:
     {
         return m_store->records_before(before, most);
     }
+    std::optional<StoredRecord> record_of_edit(std::string const& edit) override
+    {
+        return m_store->record_of_edit(edit);
+    }
+    std::optional<LibraryCopy> library() const override { return m_store->library(); }
+    std::optional<LibraryRow> shared_row(std::string const& path) override { return m_store->shared_row(path); }
+    std::vector<LibraryRow> shared_rows_below(std::string const& path) override
+    {
+        return m_store->shared_rows_below(path);
+    }
+    void apply_shared(std::vector<LibraryRow> const& rows, bool is_whole, LibraryPosition const& position) override
+    {
+        before_call(), m_store->apply_shared(rows, is_whole, position);
+    }
+    std::uint64_t shared_sum() const override { return m_store->shared_sum(); }
+    void join_library(LibraryCopy const& copy) override { before_call(), m_store->join_library(copy); }
+    void leave_library() override { before_call(), m_store->leave_library(); }
+    std::vector<LibraryRow> recipe_rows() override { return m_store->recipe_rows(); }
 
 private:
     void before_call()
