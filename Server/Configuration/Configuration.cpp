@@ -139,6 +139,12 @@ std::vector<StoredRecord> Configuration::records_before(std::int64_t before, std
     return m_store == nullptr ? std::vector<StoredRecord>() : m_store->records_before(before, most);
 }
 
+std::optional<StoredRecord> Configuration::record_of_edit(std::string const& edit) const
+{
+    RavikSrv::Lock const lock(m_store_mutex);
+    return m_store == nullptr ? std::nullopt : m_store->record_of_edit(edit);
+}
+
 // Saving --------------------------------------------------------------------------------------------------------------
 
 void Configuration::save(std::vector<Touched> const& touched, std::vector<NewRecord> const& records,

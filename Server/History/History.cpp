@@ -99,7 +99,16 @@ HistoryRecord without_body(StoredRecord const& stored)
             .asked = stored.asked,
             .outcome = stored.outcome,
             .text = stored.text,
-            .note = stored.note};
+            .note = stored.note,
+            .server = stored.server,
+            .edit = stored.edit};
+}
+
+HistoryRecord with_body(StoredRecord const& stored)
+{
+    auto record = without_body(stored);
+    record.body = body_of(stored);
+    return record;
 }
 
 std::string address_body(Origin const& origin)
@@ -288,13 +297,13 @@ std::vector<HistoryRecord> History::requests(std::string const& since) const
 std::optional<HistoryRecord> History::find(std::int64_t id) const
 {
     auto const stored = m_configuration.record(id);
-    if (!stored)
-    {
-        return std::nullopt;
-    }
-    auto record = without_body(*stored);
-    record.body = body_of(*stored);
-    return record;
+    return stored ? std::optional(with_body(*stored)) : std::nullopt;
+}
+
+std::optional<HistoryRecord> History::find_edit(std::string const& edit) const
+{
+    auto const stored = m_configuration.record_of_edit(edit);
+    return stored ? std::optional(with_body(*stored)) : std::nullopt;
 }
 
 } // namespace Ravik

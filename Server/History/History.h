@@ -46,6 +46,8 @@ public:
     /// The records of that time or later whose bodies have a "request", the newest first, with their bodies.
     std::vector<HistoryRecord> requests(std::string const& since) const;
     std::optional<HistoryRecord> find(std::int64_t id) const;
+    /// The newest record of the edit in a library.
+    std::optional<HistoryRecord> find_edit(std::string const& edit) const;
 
     /// What of the history is kept when a record is added now; nothing where none is kept at all.
     std::optional<RecordBounds> bounds() const;

@@ -49,6 +49,9 @@ struct HistoryRecord
     /// What there is to say about the outcome, for a person.
     std::string text{};
     std::string note{};
+    /// Of an edit in a library: the server that made it, and the edit's random id there. Otherwise empty.
+    std::string server{};
+    std::string edit{};
     /// Of what changed the configuration: {"places": [{"domain", "path", "before", "after"}]}, where nothing stood or
     /// stands without the one or the other, and "inside" for a place in a recipe or recipe type. Of anything else what
     /// its maker gave it; where its "recipe" names a recipe, the record is one of that recipe. A list has records

@@ -106,6 +106,14 @@ Value value_of(HistoryRecord const& record)
     value.insert("outcome", text_value(record.outcome));
     value.insert("text", text_value(record.text));
     value.insert("note", text_value(record.note));
+    if (!record.server.empty())
+    {
+        value.insert("server", text_value(record.server));
+    }
+    if (!record.edit.empty())
+    {
+        value.insert("edit", text_value(record.edit));
+    }
     if (record.body.isset())
     {
         value.insert("body", record.body);
