@@ -1,6 +1,7 @@
 option(RAVIK_BUILD_TESTS "Build the tests" ON)
 option(RAVIK_BUILD_BENCHMARKS "Build the benchmark programs" ON)
 option(RAVIK_PAGE "Build the page for browsers into the program, where Node.js and its packages are there" ON)
+option(RAVIK_POSTGRESQL "Build the libraries of recipes in PostgreSQL, where libpq is there" ON)
 option(RAVIK_BUILD_FUZZERS "Build the fuzzing programs, which only clang can" OFF)
 set(RAVIK_SANITIZERS "" CACHE STRING "Sanitizers for the compiler's -fsanitize, for example address,undefined")
 
