@@ -133,16 +133,16 @@ std::optional<StoredRecord> Configuration::record(std::int64_t id) const
     return m_store == nullptr ? std::nullopt : m_store->record(id);
 }
 
-std::vector<StoredRecord> Configuration::records_before(std::int64_t before, std::size_t most) const
-{
-    RavikSrv::Lock const lock(m_store_mutex);
-    return m_store == nullptr ? std::vector<StoredRecord>() : m_store->records_before(before, most);
-}
-
 std::optional<StoredRecord> Configuration::record_of_edit(std::string const& edit) const
 {
     RavikSrv::Lock const lock(m_store_mutex);
     return m_store == nullptr ? std::nullopt : m_store->record_of_edit(edit);
+}
+
+std::vector<StoredRecord> Configuration::records_before(std::int64_t before, std::size_t most) const
+{
+    RavikSrv::Lock const lock(m_store_mutex);
+    return m_store == nullptr ? std::vector<StoredRecord>() : m_store->records_before(before, most);
 }
 
 // Saving --------------------------------------------------------------------------------------------------------------

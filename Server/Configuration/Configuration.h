@@ -92,10 +92,10 @@ public:
     /// one.
     bool replace_record(StoredRecord const& record);
     std::optional<StoredRecord> record(std::int64_t id) const;
-    /// Up to `most` records with numbers below `before`, the newest first.
-    std::vector<StoredRecord> records_before(std::int64_t before, std::size_t most) const;
     /// The newest record of the edit in a library.
     std::optional<StoredRecord> record_of_edit(std::string const& edit) const;
+    /// Up to `most` records with numbers below `before`, the newest first.
+    std::vector<StoredRecord> records_before(std::int64_t before, std::size_t most) const;
 
 private:
     /// A record on its way into the store.

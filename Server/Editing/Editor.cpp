@@ -9,6 +9,7 @@
 #include "Editing/edit_rules.h"
 #include "Editing/entry_checks.h"
 #include "Editing/import.h"
+#include "Editing/turns.h"
 #include "Execution/start_anew.h"
 #include "algorithm_helper.h"
 #include "api_helper.h"
@@ -33,6 +34,14 @@ EditOutcome refused(Refusal const& refusal)
 {
     EditOutcome outcome;
     outcome.refusal = refusal;
+    return outcome;
+}
+
+/// Of an edit whose turn may have been committed, in vain.
+EditOutcome refused(Refusal const& refusal, Configuration::Turn const& turn)
+{
+    auto outcome = refused(refusal);
+    outcome.unknown_edit = turn.unknown_edit();
     return outcome;
 }
 
@@ -79,6 +88,13 @@ Refusal Editor::check_domain(Site const& site, std::string const& path) const
                : Refusal();
 }
 
+/// Whether the domain can be edited in the turn, which names it.
+Refusal Editor::check_turn(Configuration::Turn const& turn, Site const& site, std::string const& path) const
+{
+    auto const refusal = check_domain(site, path);
+    return refusal ? refusal : obstacle(turn, site.domain, path);
+}
+
 Refusal Editor::check_place(Site const& site, std::string const& path) const
 {
     auto refusal = check_domain(site, path);
@@ -100,8 +116,7 @@ Refusal Editor::stored(Configuration::Turn& turn, Deed deed, EditOutcome const& 
     deed.outcome = outcome.refusal ? Outcome::failed : Outcome::done;
     deed.text = outcome.refusal.text;
     m_history.remember(turn, deed);
-    auto const result = turn.commit();
-    return {result, result == ErrorValue::SUCCESS ? "" : "it could not be stored: " + turn.failure(), ""};
+    return commit(turn);
 }
 
 // Setting -------------------------------------------------------------------------------------------------------------
@@ -110,8 +125,9 @@ EditOutcome Editor::set(std::string const& domain, std::string const& path, Valu
                         SetOptions const& options)
 {
     auto const here = site(domain);
-    Configuration::Turn turn(m_core.configuration);
-    auto refusal = check_place(here, path);
+    Configuration::Turn turn(m_core.configuration, domain);
+    auto refusal = check_turn(turn, here, path);
+    refusal = refusal ? refusal : check_place(here, path);
     if (auto const obstacle = Json::obstacle(value); !refusal && !obstacle.empty())
     {
         refusal = {ErrorValue::ENCODE, "the value can't be stored: " + obstacle, path};
@@ -133,8 +149,8 @@ EditOutcome Editor::copy(std::string const& domain, std::string const& path, std
                          SetOptions const& options)
 {
     auto const here = site(domain);
-    Configuration::Turn turn(m_core.configuration);
-    if (auto refusal = check_domain(here, path))
+    Configuration::Turn turn(m_core.configuration, domain);
+    if (auto refusal = check_turn(turn, here, path))
     {
         return refused(refusal);
     }
@@ -234,7 +250,7 @@ EditOutcome Editor::tell_set(Site const& site, std::string const& path, SetPlan 
     outcome.cascade = turn.changes().touched(own);
     auto failure = stored(turn, deed, outcome);
     failure = failure || plan.keeps_order(m_core.configuration.tree(site.domain)) ? failure : restart(site);
-    return failure ? refused(failure) : outcome;
+    return failure ? refused(failure, turn) : outcome;
 }
 
 /// Asks for the path itself, for the entry that it lies in and, for a folder, for every entry in it.
@@ -285,8 +301,10 @@ EditOutcome Editor::rename(std::string const& domain, std::string const& path, s
 /// otherwise is put right before anybody sees it.
 EditOutcome Editor::move(Site const& site, Move const& move, MoveOptions const& options)
 {
-    Configuration::Turn turn(m_core.configuration);
-    if (auto refusal = check_place(site, move.path))
+    Configuration::Turn turn(m_core.configuration, options.dry_run ? "" : site.domain);
+    auto refusal = options.dry_run ? check_domain(site, move.path) : check_turn(turn, site, move.path);
+    refusal = refusal ? refusal : check_place(site, move.path);
+    if (refusal)
     {
         return refused(refusal);
     }
@@ -295,7 +313,7 @@ EditOutcome Editor::move(Site const& site, Move const& move, MoveOptions const& 
         return outcome;
     }
     auto const before = m_core.configuration.tree(site.domain);
-    auto refusal = check_move(move, before);
+    refusal = check_move(move, before);
     refusal = refusal ? refusal : ask_move(site, move, before);
     if (refusal)
     {
@@ -319,7 +337,7 @@ EditOutcome Editor::move(Site const& site, Move const& move, MoveOptions const& 
     refusal = refusal ? refusal : stored(turn, deed, has_recipes ? EditOutcome() : outcome);
     if (refusal)
     {
-        return refused(refusal);
+        return refused(refusal, turn);
     }
     outcome.made = true;
     if (has_recipes)
@@ -448,8 +466,8 @@ Refusal Editor::restart(Site const& site)
 EditOutcome Editor::import(std::string const& domain, Value const& data, ImportOptions const& options)
 {
     auto const here = site(domain);
-    Configuration::Turn turn(m_core.configuration);
-    if (auto refusal = check_domain(here, ""))
+    Configuration::Turn turn(m_core.configuration, options.dry_run ? "" : domain);
+    if (auto refusal = options.dry_run ? check_domain(here, "") : check_turn(turn, here, ""))
     {
         return refused(refusal);
     }
@@ -488,7 +506,7 @@ EditOutcome Editor::import(std::string const& domain, Value const& data, ImportO
     Deed const deed{.action = Action::edit, .asked = "import", .origin = options.origin};
     if (auto const failure = stored(turn, deed, outcome))
     {
-        return refused(failure);
+        return refused(failure, turn);
     }
     outcome.warnings = new_misfits(before, m_core.configuration.tree(domain), import.replaced_types());
     if (options.replace || !import.keeps_order(m_core.configuration.tree(domain)))

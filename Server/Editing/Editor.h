@@ -36,6 +36,8 @@ struct [[nodiscard]] EditOutcome
     std::vector<Finding> warnings;
     /// What changed besides the edited place; for a dry run what would.
     std::vector<Touched> cascade;
+    /// Where it is not known whether the library has the edit: its id there.
+    std::string unknown_edit;
 };
 
 /// The edits that clients make: each is checked, put to the extension of the domain, stored, and the extension
@@ -85,6 +87,7 @@ private:
 
     Site site(std::string const& domain) const;
     Refusal check_domain(Site const& site, std::string const& path) const;
+    Refusal check_turn(Configuration::Turn const& turn, Site const& site, std::string const& path) const;
     Refusal check_place(Site const& site, std::string const& path) const;
     EditOutcome unmet(Site const& site, std::string const& path, Condition const& condition) const;
     EditOutcome set(Site const& site, std::string const& path, RavikSrv::Value const& value, Deed const& deed,

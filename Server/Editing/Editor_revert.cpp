@@ -5,6 +5,7 @@
 #include "Configuration/Entry.h"
 #include "Editing/Reversal.h"
 #include "Editing/entry_checks.h"
+#include "Editing/turns.h"
 #include "api_helper.h"
 
 #include <algorithm>
@@ -50,6 +51,14 @@ std::vector<Refusal> refusals_of(std::vector<std::string> const& changed_since)
     return refusals;
 }
 
+/// The domain that a turn for the places names: only the recipe management's has to be had.
+std::string edited_domain(std::vector<PlaceChange> const& places)
+{
+    std::string const shared(recipe_domain);
+    auto const is_shared = [&shared](PlaceChange const& place) { return place.domain == shared; };
+    return std::any_of(places.begin(), places.end(), is_shared) ? shared : std::string();
+}
+
 void add_steps(std::string const& domain, Reversal const& reversal, std::vector<Touched>& touched)
 {
     for (auto const& step : reversal.steps())
@@ -63,7 +72,12 @@ void add_steps(std::string const& domain, Reversal const& reversal, std::vector<
 EditOutcome Editor::revert(std::vector<PlaceChange> const& places, std::string const& asked,
                            RevertOptions const& options)
 {
-    Configuration::Turn turn(m_core.configuration);
+    auto const edited = options.dry_run ? std::string() : edited_domain(places);
+    Configuration::Turn turn(m_core.configuration, edited);
+    if (auto const refusal = obstacle(turn, edited, ""))
+    {
+        return refused({refusal});
+    }
     std::map<std::string, Reversal> reversals;
     EditOutcome outcome;
     for (auto const& [domain, own] : by_domain(places))
@@ -98,7 +112,12 @@ EditOutcome Editor::revert(std::vector<PlaceChange> const& places, std::string c
     {
         failure = failure || !reversal.moves_entries() ? failure : restart(site(domain));
     }
-    return failure ? refused({failure}) : outcome;
+    if (failure)
+    {
+        outcome = refused({failure});
+        outcome.unknown_edit = turn.unknown_edit();
+    }
+    return outcome;
 }
 
 /// What speaks against the tree that a reversal leaves: what would against an import of the entries, a listener's veto

@@ -26,14 +26,14 @@ ErrorValue ConfigurationWriter::write(std::string const& domain, std::string con
     {
         return ErrorValue::ENCODE;
     }
-    Configuration::Turn turn(m_configuration);
+    Configuration::Turn turn(m_configuration, domain);
     auto const result = turn.write(domain, path, value, mode);
     return result == ErrorValue::SUCCESS ? turn.commit() : result;
 }
 
 ErrorValue ConfigurationWriter::remove(std::string const& domain, std::string const& path)
 {
-    Configuration::Turn turn(m_configuration);
+    Configuration::Turn turn(m_configuration, domain);
     auto const result = turn.remove(domain, path);
     return result == ErrorValue::SUCCESS ? turn.commit() : result;
 }

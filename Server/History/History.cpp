@@ -100,15 +100,9 @@ HistoryRecord without_body(StoredRecord const& stored)
             .outcome = stored.outcome,
             .text = stored.text,
             .note = stored.note,
+            .body = {},
             .server = stored.server,
             .edit = stored.edit};
-}
-
-HistoryRecord with_body(StoredRecord const& stored)
-{
-    auto record = without_body(stored);
-    record.body = body_of(stored);
-    return record;
 }
 
 std::string address_body(Origin const& origin)
@@ -297,13 +291,20 @@ std::vector<HistoryRecord> History::requests(std::string const& since) const
 std::optional<HistoryRecord> History::find(std::int64_t id) const
 {
     auto const stored = m_configuration.record(id);
-    return stored ? std::optional(with_body(*stored)) : std::nullopt;
+    return stored ? std::optional(read(*stored)) : std::nullopt;
 }
 
 std::optional<HistoryRecord> History::find_edit(std::string const& edit) const
 {
     auto const stored = m_configuration.record_of_edit(edit);
-    return stored ? std::optional(with_body(*stored)) : std::nullopt;
+    return stored ? std::optional(read(*stored)) : std::nullopt;
+}
+
+HistoryRecord History::read(StoredRecord const& stored)
+{
+    auto record = without_body(stored);
+    record.body = body_of(stored);
+    return record;
 }
 
 } // namespace Ravik

@@ -54,6 +54,9 @@ public:
     /// The account that this process runs under.
     std::string const& account() const noexcept { return m_account; }
 
+    /// A record as the store, or a library, keeps it.
+    static HistoryRecord read(StoredRecord const& stored);
+
 private:
     RecordBounds bounds_now() const;
     template <typename Visit>

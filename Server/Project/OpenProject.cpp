@@ -3,6 +3,7 @@
 #include "Project/unmapped_symbols.h"
 
 #include "Configuration/configuration_keys.h"
+#include "Editing/turns.h"
 #include "Project/Ownership.h"
 #include "Project/project_store.h"
 #include "Recipes/recipe_functions.h"
@@ -191,7 +192,8 @@ OpenProject::OpenProject(ProjectFile const& file, Libraries const& libraries, st
           file.activation),
       m_recipes(m_core, [this](RavikSrv::Session request, std::string const& function, Value const& parameters,
                                Origin const& origin)
-                { return call_function(request, std::string(recipe_domain), function, parameters, origin); })
+                { return call_function(request, std::string(recipe_domain), function, parameters, origin); }),
+      m_library(file.library)
 {
     m_activation.set_log(&m_records);
     check_schemas(file);
@@ -200,6 +202,7 @@ OpenProject::OpenProject(ProjectFile const& file, Libraries const& libraries, st
     m_core.configuration.add_domain(std::string(server_domain), own);
     add_extensions(file, libraries);
     start_extensions(file);
+    reach_library();
 }
 
 void OpenProject::check_schemas(ProjectFile const& file) const
@@ -284,7 +287,10 @@ FunctionOutcome OpenProject::call_function(RavikSrv::Session request, std::strin
     outcome.text = executed.result_string();
     outcome.value = executed.read_value();
     outcome.record = recording.take();
-    outcome.record.pop_back(); // the call itself
+    if (!outcome.record.empty())
+    {
+        outcome.record.pop_back(); // the call itself
+    }
     if (outcome.error == ErrorValue::INVALID_DOMAIN)
     {
         outcome.text = unknown_domain(domain).text;
@@ -293,9 +299,9 @@ FunctionOutcome OpenProject::call_function(RavikSrv::Session request, std::strin
     {
         outcome.text += "; it has " + joined(functions(domain));
     }
-    else if (outcome.error == ErrorValue::STORAGE_STORE)
+    else if (!storage.empty())
     {
-        outcome.text = "what it wrote could not be stored: " + storage;
+        outcome.text = storage;
     }
     else if (outcome.text.empty() && domain == recipe_domain &&
              outcome.name == RavikSrv::get_error_string(ErrorValue::SYMBOL_NOT_MAPPED).name())
@@ -306,7 +312,8 @@ FunctionOutcome OpenProject::call_function(RavikSrv::Session request, std::strin
 }
 
 /// Executes the function of a group. One that writes configuration has a turn: all that it writes lasts together or not
-/// at all, also where it fails half-way. Returns why it could not be stored, which is the `error` then.
+/// at all, also where it fails half-way. Returns why it can't be stored, which is the `error` then; where that is clear
+/// before, the function is not called.
 std::string OpenProject::execute_function(Context const& context, CommandGroup& group, Origin const& origin,
                                           ErrorValue& error)
 {
@@ -314,20 +321,22 @@ std::string OpenProject::execute_function(Context const& context, CommandGroup& 
     std::optional<Configuration::Turn> turn;
     if (extension != nullptr && extension->is_writing_function(group.begin_vector()->name()))
     {
-        turn.emplace(m_core.configuration);
+        turn.emplace(m_core.configuration, group.domain());
+        if (auto const refusal = obstacle(*turn, group.domain(), ""))
+        {
+            error = refusal.error;
+            return refusal.text;
+        }
     }
     error = m_core.executor.execute(context, group);
     if (turn)
     {
         m_history.remember(*turn, deed_of(*group.begin_vector(), error, origin));
     }
-    auto const stored = turn ? turn->commit() : ErrorValue::SUCCESS;
-    if (stored == ErrorValue::SUCCESS)
-    {
-        return {};
-    }
-    error = stored;
-    return turn->failure();
+    auto const failure = turn ? commit(*turn) : Refusal();
+    error = failure ? failure.error : error;
+    return failure.error == ErrorValue::STORAGE_STORE ? "what it wrote could not be stored: " + turn->failure()
+                                                      : failure.text;
 }
 
 std::vector<std::string> OpenProject::functions(std::string const& domain) const
@@ -405,6 +414,7 @@ EditReport OpenProject::report(EditOutcome outcome)
     report.cascade = std::move(outcome.cascade);
     report.refused = std::move(outcome.refusals);
     report.warnings = std::move(outcome.warnings);
+    report.unknown_edit = std::move(outcome.unknown_edit);
     return report;
 }
 
@@ -418,7 +428,7 @@ EditReport OpenProject::copy(std::string const& domain, std::string const& path,
                              SetOptions const& options)
 {
     // What stands there stays so until the copy is made.
-    Configuration::Turn turn(m_core.configuration);
+    Configuration::Turn turn(m_core.configuration, domain);
     EditReport missing;
     static_cast<ConfigurationOutcome&>(missing) = get(domain, path);
     if (!missing.succeeded())
@@ -431,11 +441,12 @@ EditReport OpenProject::copy(std::string const& domain, std::string const& path,
 /// Ends the turn of an edit that consists of more than one operation.
 EditReport OpenProject::committed(Configuration::Turn& turn, EditReport report) const
 {
-    if (auto const stored = turn.commit(); stored != ErrorValue::SUCCESS)
+    if (auto const failure = commit(turn))
     {
         report = {};
-        report.error = stored;
-        report.text = "it could not be stored: " + turn.failure();
+        report.error = failure.error;
+        report.text = failure.text;
+        report.unknown_edit = turn.unknown_edit();
     }
     return report;
 }
@@ -503,6 +514,17 @@ HistoryOutcome OpenProject::history_record(std::int64_t id) const
         outcome.text = "the history has no record " + std::to_string(id) + "; 'ravik history' lists those it has";
     }
     return outcome;
+}
+
+HistoryOutcome OpenProject::history_of_edit(std::string const& edit)
+{
+    auto outcome = history_outcome(
+        [&]
+        {
+            auto record = m_history.find_edit(edit);
+            return record ? std::vector<HistoryRecord>{std::move(*record)} : std::vector<HistoryRecord>();
+        });
+    return outcome.succeeded() && outcome.records.empty() ? edit_in_library(edit) : outcome;
 }
 
 EditReport OpenProject::revert(std::int64_t id, RevertOptions const& options)

@@ -6,6 +6,7 @@
 #include "Editing/EntrySchemas.h"
 #include "Execution/Core.h"
 #include "History/History.h"
+#include "Library/LibraryLink.h"
 #include "Project/Project.h"
 #include "Project/ProjectFile.h"
 #include "Project/RegularFile.h"
@@ -58,6 +59,8 @@ public:
     Revisions revisions() const noexcept override;
     bool takes_edits() const noexcept override { return !m_core.configuration.is_refusing(); }
 
+    LibraryStatus library_status(std::chrono::milliseconds wait) override;
+
     ConfigurationOutcome get(std::string const& domain, std::string const& path) const override;
     using Project::set;
     EditReport set(std::string const& domain, std::string const& path, RavikSrv::Value const& value,
@@ -74,6 +77,7 @@ public:
                             ImportOptions const& options) override;
     HistoryOutcome history(HistoryFilter const& filter) const override;
     HistoryOutcome history_record(std::int64_t id) const override;
+    HistoryOutcome history_of_edit(std::string const& edit) override;
     HistoryOutcome history_requests(std::string const& since) const override;
     EditReport revert(std::int64_t id, RevertOptions const& options) override;
     std::vector<Finding> check(std::string const& domain) const override;
@@ -93,6 +97,8 @@ private:
     void check_schemas(ProjectFile const& file) const;
     void add_extensions(ProjectFile const& file, Libraries const& libraries);
     void start_extensions(ProjectFile const& file);
+    void reach_library();
+    HistoryOutcome edit_in_library(std::string const& edit);
     std::string execute_function(RavikSrv::Context const& context, RavikSrv::CommandGroup& group, Origin const& origin,
                                  RavikSrv::ErrorValue& error);
     ConfigurationOutcome unknown_domain(std::string const& domain) const;
@@ -116,8 +122,13 @@ private:
     Editor m_editor;
     Activation m_activation;
     RecipeAccess m_recipes;
+    std::optional<LibrarySettings> m_library;
     std::atomic<std::int64_t> m_activity{Configuration::first_revision()};
+    /// Since when nothing of the library is edited as ravik.json does not name it.
+    std::string m_stopped_since;
     std::vector<std::string> m_warnings;
+    /// Where ravik.json names the library that the store has joined. The last one: it works on the others.
+    std::unique_ptr<LibraryLink> m_link;
 };
 
 } // namespace Ravik

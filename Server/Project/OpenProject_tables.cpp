@@ -82,7 +82,7 @@ EditReport OpenProject::import_table(std::string const& domain, std::string cons
                                      ImportOptions const& options)
 {
     // The recipes stay as they are between the reading of the table and its import.
-    Configuration::Turn turn(m_core.configuration);
+    Configuration::Turn turn(m_core.configuration, options.dry_run ? "" : domain);
     EditReport report;
     static_cast<ConfigurationOutcome&>(report) = check_type(domain, type);
     if (!report.succeeded())

@@ -2,6 +2,7 @@
 
 #include "Activation/Activation.h"
 #include "Configuration/Changes.h"
+#include "Configuration/LibraryStatus.h"
 #include "Configuration/Revisions.h"
 #include "Configuration/configuration_keys.h"
 #include "Editing/EditOptions.h"
@@ -60,6 +61,9 @@ struct [[nodiscard]] EditReport : ConfigurationOutcome
     std::vector<Refusal> refused;
     /// Of the import of a table that failed: where in its text, where that is known.
     Json::Location place;
+    /// Of an edit of a library that failed with `STORAGE`: its id there where it is not known whether it was made,
+    /// which `Project::history_of_edit` tells once there is a link again. Else empty.
+    std::string unknown_edit;
 };
 
 /// What became of storing into a recipe what the controllers hold. Where they could not be read, the error or the
@@ -218,6 +222,9 @@ public:
     /// Whether edits are taken: not any more, until the next opening, where one could not be stored. As cheap.
     virtual bool takes_edits() const noexcept = 0;
 
+    /// How the project stands to its library. Where that is still being found out, waits for it so long at most.
+    virtual LibraryStatus library_status(std::chrono::milliseconds wait) = 0;
+
     /// Reads the entry at `path` of the domain's configuration; the empty path gives the whole.
     virtual ConfigurationOutcome get(std::string const& domain, std::string const& path) const = 0;
     // Edits; see `Editor`.
@@ -245,6 +252,9 @@ public:
     virtual HistoryOutcome history(HistoryFilter const& filter) const = 0;
     /// The record of that number with its body; `ENTRY_NOT_FOUND` where there is none.
     virtual HistoryOutcome history_record(std::int64_t id) const = 0;
+    /// The record, with its body, of the edit of that id in a library. Where this server has none yet the library is
+    /// asked: `ENTRY_NOT_FOUND` where the edit was not made, `STORAGE` as long as that can't be known.
+    virtual HistoryOutcome history_of_edit(std::string const& edit) = 0;
     /// The records of that time or later that keep a "request", the newest first, with their bodies.
     virtual HistoryOutcome history_requests(std::string const& since) const = 0;
     /// Takes back what the record tells, see `Editor::revert`; `ENTRY_NOT_FOUND` where there is none.

@@ -81,6 +81,10 @@ public:
             auto const id = m_bytes.number();
             return m_service == nullptr ? RavikSrv::Session(id) : m_service->request(id);
         }
+        else if constexpr (std::is_same_v<Type, std::chrono::milliseconds>)
+        {
+            return Type(read<std::int64_t>());
+        }
         else
         {
             Type value{};

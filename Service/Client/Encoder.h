@@ -60,6 +60,10 @@ public:
         {
             m_bytes.number(value.id());
         }
+        else if constexpr (std::is_same_v<Type, std::chrono::milliseconds>)
+        {
+            write(static_cast<std::int64_t>(value.count()));
+        }
         else
         {
             write_parts(value);

@@ -220,6 +220,11 @@ bool RemoteProject::takes_edits() const noexcept
     return RavikSrv::guarded_answer("takes_edits", false, [this] { return ask(Operations::takes_edits); });
 }
 
+LibraryStatus RemoteProject::library_status(std::chrono::milliseconds wait)
+{
+    return ask(Operations::library_status, wait);
+}
+
 ConfigurationOutcome RemoteProject::get(std::string const& domain, std::string const& path) const
 {
     return ask(Operations::get, domain, path);
@@ -273,6 +278,11 @@ HistoryOutcome RemoteProject::history(HistoryFilter const& filter) const
 HistoryOutcome RemoteProject::history_record(std::int64_t id) const
 {
     return ask(Operations::history_record, id);
+}
+
+HistoryOutcome RemoteProject::history_of_edit(std::string const& edit)
+{
+    return ask(Operations::history_of_edit, edit);
 }
 
 HistoryOutcome RemoteProject::history_requests(std::string const& since) const

@@ -54,6 +54,8 @@ public:
     /// False where the service can't be asked.
     bool takes_edits() const noexcept override;
 
+    LibraryStatus library_status(std::chrono::milliseconds wait) override;
+
     ConfigurationOutcome get(std::string const& domain, std::string const& path) const override;
     using Project::set;
     EditReport set(std::string const& domain, std::string const& path, RavikSrv::Value const& value,
@@ -70,6 +72,7 @@ public:
                             ImportOptions const& options) override;
     HistoryOutcome history(HistoryFilter const& filter) const override;
     HistoryOutcome history_record(std::int64_t id) const override;
+    HistoryOutcome history_of_edit(std::string const& edit) override;
     HistoryOutcome history_requests(std::string const& since) const override;
     EditReport revert(std::int64_t id, RevertOptions const& options) override;
     std::vector<Finding> check(std::string const& domain) const override;

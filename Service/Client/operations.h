@@ -35,6 +35,7 @@ inline constexpr auto update = operation("update", &Project::update);
 inline constexpr auto active = operation("active", &Project::active);
 inline constexpr auto revisions = operation("revisions", &Project::revisions);
 inline constexpr auto takes_edits = operation("takes_edits", &Project::takes_edits);
+inline constexpr auto library_status = operation("library_status", &Project::library_status);
 
 inline constexpr auto get = operation("get", &Project::get);
 inline constexpr auto set =
@@ -48,6 +49,7 @@ inline constexpr auto export_table = operation("export_table", &Project::export_
 inline constexpr auto import_table = operation("import_table", &Project::import_table);
 inline constexpr auto history = operation("history", &Project::history);
 inline constexpr auto history_record = operation("history_record", &Project::history_record);
+inline constexpr auto history_of_edit = operation("history_of_edit", &Project::history_of_edit);
 inline constexpr auto history_requests = operation("history_requests", &Project::history_requests);
 inline constexpr auto revert = operation("revert", &Project::revert);
 inline constexpr auto check = operation("check", &Project::check);
@@ -76,6 +78,7 @@ inline constexpr std::tuple all{begin_request,
                                 active,
                                 revisions,
                                 takes_edits,
+                                library_status,
                                 get,
                                 set,
                                 copy,
@@ -86,6 +89,7 @@ inline constexpr std::tuple all{begin_request,
                                 import_table,
                                 history,
                                 history_record,
+                                history_of_edit,
                                 history_requests,
                                 revert,
                                 check,

@@ -23,6 +23,7 @@ template <> inline constexpr auto highest_name<Finding::Kind> = Finding::Kind::N
 
 template <> inline constexpr auto highest_name<ValueState> = ValueState::Saved;
 template <> inline constexpr auto highest_name<UpdateState> = UpdateState::Failed;
+template <> inline constexpr auto highest_name<LibraryStatus::State> = LibraryStatus::State::Stopped;
 template <> inline constexpr auto highest_name<Condition::Kind> = Condition::Kind::Tag;
 
 /// Of a type with a base, that base and the members beside its. Those of all other types are found without help.
@@ -34,8 +35,9 @@ template <typename Type> struct Derived
 template <> struct Derived<EditReport>
 {
     using Base = ConfigurationOutcome;
-    static constexpr std::tuple own{&EditReport::made,     &EditReport::condition_failed, &EditReport::cascade,
-                                    &EditReport::warnings, &EditReport::refused,          &EditReport::place};
+    static constexpr std::tuple own{&EditReport::made,        &EditReport::condition_failed, &EditReport::cascade,
+                                    &EditReport::warnings,    &EditReport::refused,          &EditReport::place,
+                                    &EditReport::unknown_edit};
 };
 
 template <> struct Derived<SaveReport>

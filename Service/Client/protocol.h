@@ -19,7 +19,7 @@ namespace Ravik::Wire
 {
 
 /// Changes with what the messages hold. Programs of one version speak one protocol.
-inline constexpr std::uint64_t protocol_number = 2;
+inline constexpr std::uint64_t protocol_number = 3;
 
 /// A hello begins with these, in every protocol there will be: a mark, the protocol's number, the program's version.
 struct Versions

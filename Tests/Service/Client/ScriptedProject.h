@@ -27,6 +27,7 @@ public:
     HistoryOutcome remembered;
     ActiveReport found_active;
     std::vector<Finding> findings;
+    LibraryStatus library;
 
     std::vector<std::string> const& warnings() const noexcept override { return told_at_opening; }
     RavikSrv::Session begin_request() override { return RavikSrv::Session(++m_requests); }
@@ -62,6 +63,11 @@ public:
     }
     Revisions revisions() const noexcept override { return {.configuration = 3, .history = -4, .activity = 5}; }
     bool takes_edits() const noexcept override { return true; }
+    LibraryStatus library_status(std::chrono::milliseconds wait) override
+    {
+        library.newest += wait.count();
+        return library;
+    }
 
     ConfigurationOutcome get(std::string const& /*domain*/, std::string const& path) const override
     {
@@ -81,6 +87,7 @@ public:
     MOCK_METHOD(EditReport, import_table, (Text, Text, std::string_view, ImportOptions const&), (override));
     HistoryOutcome history(HistoryFilter const& /*filter*/) const override { return remembered; }
     HistoryOutcome history_record(std::int64_t /*id*/) const override { return remembered; }
+    HistoryOutcome history_of_edit(std::string const& /*edit*/) override { return remembered; }
     HistoryOutcome history_requests(std::string const& /*since*/) const override { return remembered; }
     MOCK_METHOD(EditReport, revert, (std::int64_t, RevertOptions const&), (override));
     std::vector<Finding> check(std::string const& /*domain*/) const override { return findings; }

@@ -52,6 +52,7 @@ TEST(Calls, bring_back_every_part_of_a_result)
     project.saved.result = 4'000'000'000U;
     project.saved.name = "NAME";
     project.saved.read_failed = true;
+    project.saved.unknown_edit = "e1";
     project.saved.rows = {{.symbol = "S",
                            .domain = "D",
                            .member = "M",
@@ -60,7 +61,19 @@ TEST(Calls, bring_back_every_part_of_a_result)
                            .state = ValueState::Saved,
                            .text = "t"}};
     project.remembered.text = "history";
-    project.remembered.records = {{.id = -7, .time = "now", .who = "anna", .action = "edit", .body = Value(2)}};
+    project.remembered.records = {
+        {.id = -7, .time = "now", .who = "anna", .action = "edit", .body = Value(2), .server = "Line 1", .edit = "e2"}};
+    project.library = {.state = LibraryStatus::State::Stopped,
+                       .address = "dbname=r",
+                       .schema = "s",
+                       .server = "Line 1",
+                       .position = {.revision = 7, .edit = "e3"},
+                       .newest = 9,
+                       .since = "then",
+                       .why = "w",
+                       .copy_failure = "full",
+                       .unknown_edits = {"e4"},
+                       .peers = {{.name = "Line 2", .address = "::1", .since = "now"}}};
     project.found_active.text = "active";
     project.found_active.active = {"A", "B"};
     project.found_active.unread = {{.recipe = "C", .text = "gone"}};
@@ -102,6 +115,10 @@ TEST(Calls, bring_back_every_part_of_a_result)
     EXPECT_EQ(remote->check("D"), project.findings);
     EXPECT_EQ(remote->revisions(), project.revisions());
     EXPECT_TRUE(remote->takes_edits());
+    EXPECT_EQ(remote->history_of_edit("e2").records.at(0).server, "Line 1");
+    auto const library = remote->library_status(std::chrono::milliseconds(500));
+    EXPECT_EQ(library.newest, 509);
+    EXPECT_EQ(bytes_of(library), bytes_of(project.library));
     auto const report = remote->activate("R", {});
     EXPECT_EQ(bytes_of(report), bytes_of(activated));
     EXPECT_TRUE(report.rows.at(0).is_left_on_purpose);
