@@ -100,7 +100,6 @@ HistoryRecord without_body(StoredRecord const& stored)
             .outcome = stored.outcome,
             .text = stored.text,
             .note = stored.note,
-            .body = {},
             .server = stored.server,
             .edit = stored.edit};
 }

@@ -57,9 +57,6 @@ struct HistoryRecord
     /// its maker gave it; where its "recipe" names a recipe, the record is one of that recipe. A list has records
     /// without their bodies.
     RavikSrv::Value body{};
-    /// Of an edit in a library: the server that made it, and the edit's id there. Otherwise empty.
-    std::string server{};
-    std::string edit{};
 
     /// Whether it changed the configuration.
     bool has_places() const { return body["places"].type() == RavikSrv::ValueType::Vector; }
