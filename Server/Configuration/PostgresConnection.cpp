@@ -309,7 +309,10 @@ std::optional<std::string> PostgresConnection::notification()
 
 bool PostgresConnection::wait(Milliseconds most, int wake)
 {
-    expect_link();
+    if (m_connection == nullptr)
+    {
+        throw LibraryError(Kind::Unreachable, m_loss);
+    }
     if (!is_ready(false, Clock::now() + most, wake))
     {
         return false;

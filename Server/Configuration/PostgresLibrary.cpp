@@ -413,6 +413,28 @@ bool PostgresLibrary::wait(milliseconds most, int wake)
     return false;
 }
 
+// Membership ----------------------------------------------------------------------------------------------------------
+
+std::vector<LibraryServer> PostgresLibrary::servers()
+{
+    return PostgresMembership::servers(m_connection, m_schema);
+}
+
+void PostgresLibrary::enter(LibraryServer const& server)
+{
+    PostgresMembership::enter(m_connection, m_schema, server);
+}
+
+void PostgresLibrary::strike(LibraryServer const& server)
+{
+    PostgresMembership::strike(m_connection, m_schema, server);
+}
+
+std::vector<LibraryPeer> PostgresLibrary::peers()
+{
+    return PostgresMembership::peers(m_connection, m_schema, m_id);
+}
+
 void PostgresLibrary::check_notifications(Library& other)
 {
     auto* const sender = dynamic_cast<PostgresLibrary*>(&other);
