@@ -1,4 +1,5 @@
 option(RAVIK_BUILD_TESTS "Build the tests" ON)
+option(RAVIK_BUILD_LIBRARY_TESTS "Build the tests that run PostgreSQL, too" OFF)
 option(RAVIK_BUILD_BENCHMARKS "Build the benchmark programs" ON)
 option(RAVIK_PAGE "Build the page for browsers into the program, where Node.js and its packages are there" ON)
 option(RAVIK_POSTGRESQL "Build the libraries of recipes in PostgreSQL, where libpq is there" ON)
