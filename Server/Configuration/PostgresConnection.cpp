@@ -47,12 +47,19 @@ std::string place_of(PGconn const* connection)
            port;
 }
 
-std::string password_advice(PGconn const* connection)
+/// What to do about a connection that failed with this message.
+std::string advice(PGconn const* connection, std::string const& message)
 {
-    return PQconnectionNeedsPassword(connection) != 0
-               ? " (the password belongs in a pass file, passfile=… or ~/.pgpass, or in a service file)"
-           : PQconnectionUsedPassword(connection) != 0 ? " (the password is that of the pass file or service file)"
-                                                       : "";
+    auto const tells_of = [&message](char const* word) { return message.find(word) != std::string::npos; };
+    if (PQconnectionNeedsPassword(connection) != 0)
+    {
+        return " (the password belongs in a pass file, passfile=… or ~/.pgpass, or in a service file)";
+    }
+    if (PQconnectionUsedPassword(connection) != 0 && tells_of("password"))
+    {
+        return " (the password in the pass file or service file is another one)";
+    }
+    return tells_of("certificate") ? " (sslrootcert=… names the certificate that vouches for the database's)" : "";
 }
 
 } // namespace
@@ -62,9 +69,8 @@ PostgresConnection::PostgresConnection(std::string const& settings, std::string 
 {
     if (PQstatus(m_connection.get()) != CONNECTION_OK)
     {
-        lose(Kind::Unreachable,
-             m_place + " can't be reached: " + PostgresErrors::in_one_line(PQerrorMessage(m_connection.get())) +
-                 password_advice(m_connection.get()));
+        auto const message = PostgresErrors::in_one_line(PQerrorMessage(m_connection.get()));
+        lose(Kind::Unreachable, m_place + " can't be reached: " + message + advice(m_connection.get(), message));
     }
     PQsetnonblocking(m_connection.get(), 1);
     PQenterPipelineMode(m_connection.get());
@@ -107,6 +113,7 @@ void PostgresConnection::set_up_session()
             ('tcp_keepalives_interval', '2'),
             ('tcp_keepalives_count', '3'),
             ('row_security', 'off'),
+            ('work_mem', '64MB'),
             ('jit', 'off'),
             ('client_min_messages', 'warning')) AS setting(name, value))"),
         soon);

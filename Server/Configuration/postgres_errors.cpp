@@ -20,9 +20,8 @@ std::string advice(std::string_view state)
 {
     using Advice = std::pair<std::string_view, std::string_view>;
     constexpr std::array advices{
-        Advice{"42501",
-               "the owner of the tables gives the user USAGE on the schema, and SELECT, INSERT, UPDATE and DELETE "
-               "on its tables"},
+        Advice{"42501", "the owner of the tables gives the user USAGE on the schema, and SELECT, INSERT, UPDATE and "
+                        "DELETE on its tables, without policies for rows"},
         Advice{"25006", "the database is read-only; name the primary one, or add target_session_attrs=read-write"},
         Advice{"53100", "make room at the database"},
         Advice{"3F000", "'ravik library init' makes the library"},
