@@ -161,13 +161,21 @@ void PostgresServer::start()
 
 void PostgresServer::stop(How how)
 {
-    if (m_process > 0)
+    if (m_process <= 0)
     {
-        m_was_killed = how == How::Killed;
-        kill(m_process, how == How::Fast ? SIGINT : how == How::Immediate ? SIGQUIT : SIGKILL);
-        waitpid(m_process, nullptr, 0);
-        m_process = -1;
+        return;
     }
+    m_was_killed = how == How::Killed;
+    auto const number = std::to_string(m_process);
+    std::ifstream children("/proc/" + number + "/task/" + number + "/children");
+    std::vector<pid_t> const sessions(std::istream_iterator<pid_t>(children), {});
+    kill(m_process, how == How::Fast ? SIGINT : how == How::Immediate ? SIGQUIT : SIGKILL);
+    for (auto const session : m_was_killed ? sessions : std::vector<pid_t>())
+    {
+        kill(session, SIGKILL);
+    }
+    waitpid(m_process, nullptr, 0);
+    m_process = -1;
 }
 
 void PostgresServer::save()
