@@ -451,7 +451,8 @@ Collected collect(sqlite3* database, fs::path const& file, std::int64_t version)
         row.table == StoreFormat::Table::shared ? shared.add(StoreFormat::checksum(row.row())) : void();
     }
     auto const& library = examined.library;
-    collected.is_copy_whole = shared == examined.sum.shared && examined.sum.copy == (library ? StoreFormat::checksum(*library) : 0);
+    collected.is_copy_whole =
+        shared == examined.sum.shared && examined.sum.copy == (library ? StoreFormat::checksum(*library) : 0);
     collected.has_lost_rows = examined.sum.own.rows + shared.rows != examined.report.rows;
     collected.kept.last_record = examined.sum.history.last;
     collected.kept.library = std::move(examined.library);
@@ -521,7 +522,9 @@ void recover(Collected& collected)
 Collected collect_without_log(fs::path const& file)
 {
     auto const database = Sqlite::open_without_log(file);
-    return collect(database.get(), file, Sqlite::number(database.get(), "PRAGMA user_version"));
+    auto const version = Sqlite::number(database.get(), "PRAGMA user_version");
+    auto const is_known = version >= StoreFormat::without_checksums && version <= StoreFormat::newest;
+    return collect(database.get(), file, is_known ? version : StoreFormat::newest);
 }
 
 /// What can be had of a store that could not be taken.

@@ -62,8 +62,10 @@ Definitions const& definitions(std::int64_t version)
         {"shared_entry", "CREATE TABLE shared_entry(rank INTEGER PRIMARY KEY, path TEXT NOT NULL, checksum INTEGER NOT "
                          "NULL, value TEXT)"},
         {"shared_entry_path", "CREATE UNIQUE INDEX shared_entry_path ON shared_entry(path)"}};
-    static std::array const all{&first, &second, &third, &fourth};
-    return *all.at(static_cast<std::size_t>(version - without_checksums));
+    return version == without_checksums ? first
+           : version == without_history ? second
+           : version == without_library ? third
+                                        : fourth;
 }
 
 std::uint64_t hash(std::string_view text, std::uint64_t seed)

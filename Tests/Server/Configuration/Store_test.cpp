@@ -513,6 +513,7 @@ TEST_F(CopyTest, is_repaired_as_far_as_it_is_whole_and_read_anew_then)
              Case{"DELETE FROM shared_entry WHERE rank=8", "an orphan: there is no folder", 0},
              Case{"UPDATE library SET revision=5", "of its copy of a library is damaged", 0, {}, "the store's own"},
              Case{"DELETE FROM library", "of its copy of a library is lost", 0, {}, "the store's own"},
+             Case{"PRAGMA user_version=0", "its header is damaged", 0, 4, ""},
              Case{"UPDATE entry SET value='[]' WHERE domain='RavikSrv'", "\"SYMBOLS\"", 1, 4, ""},
          })
     {
