@@ -41,7 +41,35 @@ std::string flipped(std::string bytes, std::size_t byte, unsigned long bit)
     return bytes;
 }
 
-/// A store with small rows, rows that overflow their page, and free pages.
+constexpr auto shared_domain = "RavikRecipeManagement";
+LibraryPosition const position{.revision = 30, .edit = "5aa5"};
+
+/// The rows of a library.
+std::vector<LibraryRow> shared_rows()
+{
+    std::vector<LibraryRow> rows{{.path = "recipeList", .rank = 1}};
+    for (int number = 2; number < 30; ++number)
+    {
+        auto path = "recipeList::S" + std::to_string(number);
+        rows.push_back({.path = path, .rank = number, .text = recipe(number, number % 9 == 0 ? 9000 : 300)});
+    }
+    return rows;
+}
+
+Value shared_tree()
+{
+    Value list(RavikSrv::ValueType::Map);
+    auto const rows = shared_rows();
+    for (auto row = rows.begin() + 1; row != rows.end(); ++row)
+    {
+        list.insert(row->path.substr(row->path.rfind(':') + 1).c_str(), Json::parse(row->text.value()));
+    }
+    Value tree;
+    tree.insert("recipeList", list);
+    return tree;
+}
+
+/// A store with small rows, rows that overflow their page, free pages, and the copy of a library.
 class DamageTest : public testing::Test
 {
 protected:
@@ -58,6 +86,13 @@ protected:
         {
             store->erase("D", path(number));
         }
+        store->join_library({.library = "1ab7", .server = {.name = "Line 1", .store = "57e1"}, .position = {}});
+        store->apply_shared(shared_rows(), true, position);
+        for (int number = 0; number < 20; ++number)
+        {
+            store->add_record({.server = "Line 2", .edit = "ed" + std::to_string(number)},
+                              {.oldest = "", .bytes = 1'000'000});
+        }
         store->commit();
     }
 
@@ -68,12 +103,28 @@ protected:
     {
         try
         {
-            return Json::write(Store::open(file, 0s)->load("D"));
+            auto const store = Store::open(file, 0s);
+            EXPECT_EQ(store->load(shared_domain), shared_tree());
+            EXPECT_EQ(store->library()->position, position);
+            return Json::write(store->load("D"));
         }
         catch (ProjectError const& error)
         {
             EXPECT_NE(std::string(error.what()).find(file.filename().string()), std::string::npos) << error.what();
             return std::nullopt;
+        }
+    }
+
+    /// What a record tells is held against its checksum when it is read.
+    static bool is_found_or_damaged(Store& store, std::string const& edit)
+    {
+        try
+        {
+            return store.record_of_edit(edit).has_value();
+        }
+        catch (StoreError const&)
+        {
+            return true;
         }
     }
 
@@ -95,7 +146,12 @@ protected:
             {
                 store->put("D", std::string("recipeList::") + entry.name(), &*entry);
             }
+            store->apply_shared(shared_rows(), false, position);
             store->commit();
+            for (int number = 0; number < 20; ++number)
+            {
+                EXPECT_TRUE(is_found_or_damaged(*store, "ed" + std::to_string(number))) << number;
+            }
         }
         EXPECT_EQ(content(file), expected);
         {
@@ -218,7 +274,7 @@ TEST_F(DamageTest, by_the_log_of_another_store_is_found)
         auto const copy = spoilt(newer, foreign);
         EXPECT_NE(refusal([&] { Store::open(copy, 0s); }).find("belongs to another store"), std::string::npos);
         EXPECT_EQ(content(copy), std::nullopt) << "the log is kept";
-        EXPECT_EQ(repair_store(copy, 0s).rows, 49U);
+        EXPECT_EQ(repair_store(copy, 0s).rows, 49 + shared_rows().size());
         EXPECT_EQ(content(copy), content(file));
     }
     EXPECT_EQ(content(spoilt(newer, log)), std::nullopt) << "an older log of its own";
