@@ -28,6 +28,11 @@ struct LibraryStatus
         Stopped,
     };
 
+    /// Whether the store is a copy of the library.
+    bool has_joined() const noexcept { return state != State::None && state != State::NotJoined; }
+    bool has_link() const noexcept { return state == State::Following || state == State::Stopped; }
+    bool takes_edits() const noexcept { return !has_joined() || state == State::Following; }
+
     State state = State::None;
     /// The connection string and the schema.
     std::string address{};
@@ -50,5 +55,8 @@ struct LibraryStatus
     /// Whoever is connected, this server too; known only to a server with a link.
     std::vector<LibraryPeer> peers{};
 };
+
+/// The state as people and programs read it: "not joined".
+char const* name_of(LibraryStatus::State state) noexcept;
 
 } // namespace Ravik

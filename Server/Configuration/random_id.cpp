@@ -22,4 +22,10 @@ std::string random_id()
     return text;
 }
 
+bool is_random_id(std::string_view text) noexcept
+{
+    constexpr std::size_t length = 32;
+    return text.size() == length && text.find_first_not_of("0123456789abcdef") == std::string_view::npos;
+}
+
 } // namespace Ravik

@@ -121,6 +121,33 @@ Value value_of(HistoryRecord const& record)
     return value;
 }
 
+Value value_of(LibraryStatus const& status)
+{
+    Value peers(ValueType::Vector);
+    for (auto const& peer : status.peers)
+    {
+        Value value;
+        value.insert("name", text_value(peer.name));
+        value.insert("address", text_value(peer.address));
+        value.insert("since", text_value(peer.since));
+        peers << value;
+    }
+    Value value;
+    value.insert("state", text_value(name_of(status.state)));
+    value.insert("address", text_value(status.address));
+    value.insert("schema", text_value(status.schema));
+    value.insert("server", text_value(status.server));
+    value.insert("revision", Value(status.position.revision));
+    value.insert("edit", text_value(status.position.edit));
+    value.insert("newest", Value(status.newest));
+    value.insert("since", text_value(status.since));
+    value.insert("why", text_value(status.why));
+    value.insert("copyFailure", text_value(status.copy_failure));
+    value.insert("unknownEdits", text_values(status.unknown_edits));
+    value.insert("peers", peers);
+    return value;
+}
+
 Value value_of(std::vector<Touched> const& places)
 {
     Value written(ValueType::Vector);

@@ -24,8 +24,12 @@ Rows comparison_of(ActivationRows const& rows, char const* other_side);
 
 /// A list of {"recipe", "text"}.
 RavikSrv::Value value_of(std::vector<UnreadRecipe> const& unread);
-/// {"id", "time", "who", "action", "asked", "outcome", "text", "note"}, and "body" where the record has one.
+/// {"id", "time", "who", "action", "asked", "outcome", "text", "note"}, and "server", "edit" and "body" where the
+/// record has one.
 RavikSrv::Value value_of(HistoryRecord const& record);
+/// {"state", "address", "schema", "server", "revision", "edit", "newest", "since", "why", "copyFailure",
+/// "unknownEdits", "peers": [{"name", "address", "since"}]}
+RavikSrv::Value value_of(LibraryStatus const& status);
 /// {"written": […], "removed": […]}, the paths.
 RavikSrv::Value value_of(std::vector<Touched> const& places);
 /// A list of {"path", "kind", "text", "note"}.

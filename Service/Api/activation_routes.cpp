@@ -478,6 +478,7 @@ Response write_back(Call const& call, HistoryRecord const& record, bool dry_run,
 Response take_back(Call const& call, HistoryRecord const& record, bool dry_run, std::string const& note)
 {
     return edit_answer(
+        call.parts.project,
         call.parts.project.revert(record.id, {.dry_run = dry_run, .force = false, .origin = origin_of(call, note)}));
 }
 

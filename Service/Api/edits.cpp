@@ -37,9 +37,14 @@ Condition required_condition(Call const& call)
     return {.kind = Condition::Kind::Tag, .tags = tags};
 }
 
-Problem problem_of(EditReport const& report)
+Problem problem_of(Project const& project, EditReport const& report)
 {
     auto problem = problem_of(report.error, report.text, report.path);
+    // Where no edit is taken any more it is the store that failed, and not the library.
+    if (report.error == RavikSrv::ErrorValue::STORAGE && project.takes_edits())
+    {
+        problem = without_library(problem.detail, report.unknown_edit);
+    }
     // What is gone is not there, for whoever has a tag of it too.
     if (report.condition_failed && report.error != RavikSrv::ErrorValue::ENTRY_NOT_FOUND)
     {
@@ -54,11 +59,11 @@ Problem problem_of(EditReport const& report)
     return problem;
 }
 
-Response edit_answer(EditReport const& report, unsigned status, Fields fields)
+Response edit_answer(Project const& project, EditReport const& report, unsigned status, Fields fields)
 {
     if (!report.succeeded() && !report.made)
     {
-        throw problem_of(report);
+        throw problem_of(project, report);
     }
     auto answer = value_of(report.cascade);
     auto warnings = value_of(report.warnings);

@@ -19,9 +19,10 @@ Origin origin_of(Call const& call, std::string note = {});
 Condition required_condition(Call const& call);
 
 /// The answer to an edit: {"written": […], "removed": […], "warnings": […]}. Throws the `Problem` of one that failed.
-Response edit_answer(EditReport const& report, unsigned status = 200, Fields fields = {});
+Response edit_answer(Project const& project, EditReport const& report, unsigned status = 200, Fields fields = {});
 
-/// The problem of an edit that failed; 412 has what stands there now.
-Problem problem_of(EditReport const& report);
+/// The problem of an edit of the project that failed; 412 has what stands there now, and 503 of an edit whose outcome
+/// is not known its id.
+Problem problem_of(Project const& project, EditReport const& report);
 
 } // namespace Ravik::Service

@@ -160,7 +160,8 @@ Response set_entry(Call& call, std::string const& path, Value const& entry, Cond
     if (!report.succeeded() && !report.made)
     {
         auto const is_gone = report.condition_failed && report.error == ErrorValue::ENTRY_NOT_FOUND;
-        auto problem = is_gone && call.head.method == "PUT" ? nothing_to_replace(call) : problem_of(report);
+        auto problem =
+            is_gone && call.head.method == "PUT" ? nothing_to_replace(call) : problem_of(call.parts.project, report);
         if (auto const pointer = pointer_of(report, entry); !pointer.empty())
         {
             problem.errors.push_back({.pointer = pointer, .detail = report.text});
@@ -169,7 +170,7 @@ Response set_entry(Call& call, std::string const& path, Value const& entry, Cond
     }
     auto const is_new = condition.kind == Condition::Kind::Absent;
     // Of what was written, not of what stands there: by now that may be somebody else's, which this one has not seen.
-    return edit_answer(report, is_new ? 201 : 200, {{"ETag", '"' + entry_tag(entry) + '"'}});
+    return edit_answer(call.parts.project, report, is_new ? 201 : 200, {{"ETag", '"' + entry_tag(entry) + '"'}});
 }
 
 Response put_entry(Call& call, Kind const& kind)
@@ -234,7 +235,8 @@ Response delete_entry(Call& call, Kind const& kind)
     auto const path = path_of(call, kind);
     auto const condition = required_condition(call);
     static_cast<void>(present(call, kind, path));
-    return edit_answer(call.parts.project.remove(domain(), path, {.origin = origin_of(call), .condition = condition}));
+    return edit_answer(call.parts.project,
+                       call.parts.project.remove(domain(), path, {.origin = origin_of(call), .condition = condition}));
 }
 
 } // namespace
@@ -292,7 +294,7 @@ Response post_folder(Call& call)
     auto const report =
         call.parts.project.set(domain(), path, Value(ValueType::Map),
                                {.origin = origin_of(call), .condition = {.kind = Condition::Kind::Absent, .tags = {}}});
-    auto problem = problem_of(report);
+    auto problem = problem_of(call.parts.project, report);
     if (report.condition_failed)
     {
         problem.status = 409;
@@ -301,7 +303,7 @@ Response post_folder(Call& call)
         problem.detail = "'" + call.required("name") + "' is there already";
         throw Problem(std::move(problem));
     }
-    return edit_answer(report, 201, {{"ETag", '"' + entry_tag(Value(ValueType::Map)) + '"'}});
+    return edit_answer(call.parts.project, report, 201, {{"ETag", '"' + entry_tag(Value(ValueType::Map)) + '"'}});
 }
 
 Response delete_folder(Call& call)
@@ -333,7 +335,7 @@ Response post_move(Call& call)
     {
         options.condition = required_condition(call);
     }
-    return edit_answer(call.parts.project.rename(domain(), from, to, options));
+    return edit_answer(call.parts.project, call.parts.project.rename(domain(), from, to, options));
 }
 
 } // namespace Ravik::Service

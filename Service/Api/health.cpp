@@ -4,6 +4,8 @@
 #include "Api/resources.h"
 #include "Api/values.h"
 
+#include "Configuration/LibraryStatus.h"
+
 #include <string>
 
 namespace Ravik::Service
@@ -54,6 +56,24 @@ template <typename Number> std::string text(Number number)
     return std::to_string(number);
 }
 
+LibraryStatus library_of(Call const& call)
+{
+    return call.parts.project.library_status(std::chrono::milliseconds(0));
+}
+
+void add_library(MetricsText& out, LibraryStatus const& library)
+{
+    if (library.has_joined())
+    {
+        out.add("ravik_library_connected", "gauge", "Whether there is a link to the library.",
+                text(library.has_link() ? 1 : 0));
+        out.add("ravik_library_revision", "gauge", "The revision of the library that the recipes stand at.",
+                text(library.position.revision));
+        out.add("ravik_library_newest_revision", "gauge", "The newest revision that the library is known to have.",
+                text(library.newest));
+    }
+}
+
 } // namespace
 
 Response get_health(Call& /*call*/)
@@ -73,7 +93,13 @@ Response get_readiness(Call& call)
         return json_answer(
             state_value("read-only", "an edit could not be stored; nothing can be edited until the next start"), 503);
     }
-    return json_answer(state_value("ok"));
+    auto value = state_value("ok");
+    // Without a link everything but editing goes on.
+    if (auto const library = library_of(call); library.has_joined())
+    {
+        value.insert("library", text_value(name_of(library.state)));
+    }
+    return json_answer(value);
 }
 
 Response get_metrics(Call& call)
@@ -104,6 +130,7 @@ Response get_metrics(Call& call)
     {
         out.add_sample("ravik_lane_work", "lane", lane, text(count));
     }
+    add_library(out, library_of(call));
     if (auto const days = parts.certificate_days ? parts.certificate_days() : std::nullopt)
     {
         // A unit in the name would have to be seconds, which nobody thinks of a certificate in.

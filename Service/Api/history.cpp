@@ -4,6 +4,7 @@
 #include "Api/resources.h"
 #include "Api/values.h"
 
+#include "Configuration/random_id.h"
 #include "History/timestamp.h"
 
 #include <charconv>
@@ -44,6 +45,23 @@ std::optional<std::int64_t> number_of(std::string const& text)
     return is_number ? std::optional(number) : std::nullopt;
 }
 
+/// The record that the path names by its number, or by the id of its edit in a library.
+HistoryOutcome record_of(Call const& call)
+{
+    if (is_random_id(call.id))
+    {
+        return call.parts.project.history_of_edit(call.id);
+    }
+    auto const number = number_of(call.id);
+    if (!number)
+    {
+        throw Problem{.status = 404,
+                      .code = "ENTRY_NOT_FOUND",
+                      .detail = "'" + call.id + "' is no number of a record, and no id of an edit"};
+    }
+    return call.parts.project.history_record(*number);
+}
+
 } // namespace
 
 Response get_history(Call& call)
@@ -78,12 +96,11 @@ Response get_history(Call& call)
 
 Response get_record(Call& call)
 {
-    auto const number = number_of(call.id);
-    if (!number)
+    auto const found = record_of(call);
+    if (found.error == RavikSrv::ErrorValue::STORAGE)
     {
-        throw Problem{.status = 404, .code = "ENTRY_NOT_FOUND", .detail = "'" + call.id + "' is no number of a record"};
+        throw without_library(found.text);
     }
-    auto const found = call.parts.project.history_record(*number);
     if (!found.succeeded())
     {
         throw problem_of(found.error, found.text);

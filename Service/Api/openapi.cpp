@@ -53,13 +53,16 @@ Value parameter_value(Parameter const& parameter)
 Value parameters_of(Route const& route)
 {
     Value parameters(ValueType::Vector);
+    auto const takes_edit = route.path == "/history/{id}";
     if (route.path.find("{id}") != std::string_view::npos)
     {
         parameters << map({{"name", text_value("id")},
                            {"in", text_value("path")},
                            {"required", Value(true)},
-                           {"description", text_value("the number of a record of the history")},
-                           {"schema", map({{"type", text_value("integer")}})}});
+                           {"description", text_value(takes_edit ? "the number of a record of the history, or the id "
+                                                                   "of an edit in a library"
+                                                                 : "the number of a record of the history")},
+                           {"schema", map({{"type", text_value(takes_edit ? "string" : "integer")}})}});
     }
     for (auto const& parameter : route.parameters)
     {

@@ -168,6 +168,22 @@ Problem syntax_problem(Json::ParseError const& error)
             .errors = {{.pointer = place, .detail = error.what()}}};
 }
 
+Problem without_library(std::string detail, std::string const& unknown_edit)
+{
+    auto problem = problem_of(ErrorValue::STORAGE, std::move(detail));
+    problem.status = 503;
+    if (unknown_edit.empty())
+    {
+        problem.fields.emplace_back("Retry-After", "1");
+    }
+    else
+    {
+        problem.members = Value(ValueType::Map);
+        problem.members.insert("edit", text_value(unknown_edit));
+    }
+    return problem;
+}
+
 Problem too_busy(std::string detail)
 {
     return {.status = 503,

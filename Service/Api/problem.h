@@ -47,6 +47,9 @@ Problem problem_of(RavikSrv::ErrorValue error, unsigned result, std::string cons
 
 /// A body that is no JSON: 400 with line and column.
 Problem syntax_problem(Json::ParseError const& error);
+/// What the library that the project has joined is needed for and can't be had for: 503, to be tried again in a second,
+/// unless it is an edit that may have been made, whose id is given.
+Problem without_library(std::string detail, std::string const& unknown_edit = {});
 /// 503, to be tried again in a second.
 Problem too_busy(std::string detail);
 

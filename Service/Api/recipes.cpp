@@ -88,15 +88,15 @@ Response active_answer(Call const& call)
     return json_answer(value);
 }
 
-Response saved_answer(SaveReport const& report, EntryText const& stored)
+Response saved_answer(Project const& project, SaveReport const& report, EntryText const& stored)
 {
     auto const rows = rows_of(report.rows, {ValueState::Saved, ValueState::Same}).value();
     if (!report.succeeded())
     {
         auto problem = report.read_failed ? problem_of(report.error, report.result, report.name, report.text)
-                                          : problem_of(static_cast<EditReport const&>(report));
+                                          : problem_of(project, static_cast<EditReport const&>(report));
         problem.status = report.read_failed && problem.status == 422 ? 502 : problem.status;
-        problem.members = Value(ValueType::Map);
+        problem.members = problem.members.isset() ? problem.members : Value(ValueType::Map);
         problem.members.insert("rows", rows["rows"]);
         throw Problem(std::move(problem));
     }
@@ -146,7 +146,7 @@ void post_reading(Call call, Reply reply)
             auto const report = call.parts.project.save(recipe, {.origin = origin_of(call), .condition = condition});
             auto const path = Tree::join(Key::recipe_list, recipe);
             auto const stored = call.parts.project.get(std::string(recipe_domain), path).value;
-            return saved_answer(report, call.parts.texts.of(path, stored));
+            return saved_answer(call.parts.project, report, call.parts.texts.of(path, stored));
         },
         std::move(reply));
 }

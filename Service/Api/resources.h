@@ -70,6 +70,9 @@ Response post_token(Call& call);
 Response put_token(Call& call);
 Response delete_token(Call& call);
 
+// library.cpp
+Response get_library(Call& call);
+
 // health.cpp
 Response get_health(Call& call);
 Response get_readiness(Call& call);

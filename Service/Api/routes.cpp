@@ -227,6 +227,8 @@ std::vector<Route> const routes{
     {"POST", "/history/{id}/revert", Right::Activate, BodyKind::OptionalJson, Runs::Store, &post_revert,
      R"(Take back what a record tells: {"dryRun", "force", "note"})"},
 
+    {"GET", "/library", Right::Read, BodyKind::None, Runs::Aside, &get_library,
+     "How the service stands to the library that its recipes are of"},
     {"GET", "/check", Right::Read, BodyKind::None, Runs::Aside, &get_check, "What is wrong in the configuration"},
     {"POST",
      "/imports",

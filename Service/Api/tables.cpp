@@ -138,9 +138,10 @@ ImportOptions options_of(Call const& call)
 
 /// Every mistake with its place, where the import tells of one alone.
 template <typename Import, typename Locate>
-[[noreturn]] void fail(EditReport const& report, ImportOptions options, Import const& import, Locate const& locate)
+[[noreturn]] void fail(Project const& project, EditReport const& report, ImportOptions options, Import const& import,
+                       Locate const& locate)
 {
-    auto problem = problem_of(report);
+    auto problem = problem_of(project, report);
     if (!report.condition_failed)
     {
         options.dry_run = true;
@@ -186,7 +187,7 @@ Response import_table(Call const& call)
     auto const report = import(options);
     if (!report.succeeded() && !report.made)
     {
-        fail(report, options, import,
+        fail(call.parts.project, report, options, import,
              [](std::vector<Refusal> const& refused)
              {
                  std::vector<Json::Location> places;
@@ -224,7 +225,8 @@ Response import_json(Call& call)
     auto const report = import(options);
     if (!report.succeeded() && !report.made)
     {
-        fail(report, options, import, [&](std::vector<Refusal> const& refused) { return locate(document, refused); });
+        fail(call.parts.project, report, options, import,
+             [&](std::vector<Refusal> const& refused) { return locate(document, refused); });
     }
     return imported(report);
 }

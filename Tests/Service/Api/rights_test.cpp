@@ -75,6 +75,7 @@ std::vector<RouteCase> const& routes()
         {"GET", "/history", viewer, 200, {"200"}},
         {"GET", "/history/{id}", viewer, 404, {"200"}},
         {"POST", "/history/{id}/revert", operating, 404, {"200"}, "", "{}"},
+        {"GET", "/library", viewer, 200, {"200"}},
         {"GET", "/check", viewer, 200, {"200"}},
         {"POST", "/imports", engineer, 422, {"200"}, "", "{}"},
         {"GET", "/exports", viewer, 200, {"200"}},
