@@ -14,7 +14,7 @@ namespace Ravik::CommandLine
 namespace
 {
 
-constexpr std::array<OptionEntry, 27> option_table{{
+constexpr std::array<OptionEntry, 30> option_table{{
     {Option::project, "--project", "DIR", "the project's folder; the working directory where it is not given",
      TakenBy::every_command},
     {Option::domain, "--domain", "NAME", "the domain to work on; RavikRecipeManagement where it is not given",
@@ -44,6 +44,9 @@ constexpr std::array<OptionEntry, 27> option_table{{
     {Option::listen, "--listen", "HOST:PORT", "where to listen instead; may be given more than once",
      TakenBy::some_commands},
     {Option::log, "--log", "text|json", "lines to read, or a JSON object a line", TakenBy::some_commands},
+    {Option::upgrade, "--upgrade", "", "bring a library of an earlier layout to the newest", TakenBy::some_commands},
+    {Option::ours, "--ours", "", "where they differ, what the project has stands", TakenBy::some_commands},
+    {Option::theirs, "--theirs", "", "where they differ, what the library has stands", TakenBy::some_commands},
     {Option::role, "--role", "ROLE", "what somebody may: viewer, operator, engineer or admin", TakenBy::some_commands},
     {Option::expires, "--expires", "DAYS", "how long the token is good for; without an end where it is not given",
      TakenBy::some_commands},

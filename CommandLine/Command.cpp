@@ -1,5 +1,6 @@
 #include "Command.h"
 
+#include "library_commands.h"
 #include "nearest_name.h"
 
 #include "Client/RemoteProject.h"
@@ -129,8 +130,26 @@ Project& Invocation::project()
     {
         m_project = reach_project(directory(), open_options());
         warn_of(*m_project);
+        bring_forward();
     }
     return *m_project;
+}
+
+/// What is opened for one command goes along with its library first, so that what it shows is not old. A service has
+/// long done so.
+void Invocation::bring_forward() const
+{
+    constexpr std::chrono::milliseconds longest_wait{500};
+    if (dynamic_cast<RemoteProject const*>(m_project.get()) != nullptr)
+    {
+        return;
+    }
+    auto const status = m_project->library_status(longest_wait);
+    // That ravik.json names none the project has told.
+    if (auto const note = library_note(status); !note.empty() && !status.address.empty())
+    {
+        m_output.warning(note);
+    }
 }
 
 void Invocation::warn_of(Project const& project) const

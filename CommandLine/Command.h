@@ -53,6 +53,8 @@ public:
     void warn_of(Project const& project) const;
 
 private:
+    void bring_forward() const;
+
     Arguments const& m_arguments;
     std::span<std::string const> m_operands;
     Output& m_output;

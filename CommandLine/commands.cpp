@@ -11,7 +11,7 @@ namespace
 
 constexpr auto any_number = std::numeric_limits<std::size_t>::max();
 
-constexpr std::array<CommandEntry, 37> command_table{{
+constexpr std::array<CommandEntry, 41> command_table{{
     {.name = "init",
      .operands = "[DIR]",
      .least = 0,
@@ -335,8 +335,9 @@ Examples:
      .most = 1,
      .summary = "Show a record of the history with all that it changed",
      .description = R"(
-ID is the number of the record. Of an edit each place that changed is shown with
-what stood there before and after. With --json the value is the record with its
+ID is the number of the record, or the id that an edit has in a library: of one whose
+outcome was not known it tells whether it was made. Of an edit each place that changed
+is shown with what stood there before and after. With --json the value is the record with its
 "body": {"places": [{"domain", "path", "before", "after"}]}, where nothing stood or
 stands without the one or the other.
 
@@ -486,6 +487,79 @@ Examples:
 )",
      .options = {},
      .run = store_repair},
+    {.name = "library init",
+     .operands = "",
+     .least = 0,
+     .most = 0,
+     .summary = "Make the tables of the library in its database",
+     .description = R"(
+The library is the PostgreSQL database that "library" in ravik.json names; the
+recipe types and recipes of several servers stand in it. Its schema is made where it
+is missing. A library that is there already stays as it is; one of an earlier layout
+is brought to the newest with --upgrade only, after which programs of an earlier
+version follow it no more.
+
+Examples:
+  ravik library init
+)",
+     .options = {Option::upgrade},
+     .run = library_init},
+    {.name = "library status",
+     .operands = "",
+     .least = 0,
+     .most = 0,
+     .summary = "Tell how the project stands to its library",
+     .description = R"(
+Prints whether there is a link, the revision that the project's copy stands at, why
+it is behind where it is, and which servers are connected. Exits with 1 where nothing
+can be edited: "alone" is a server without a link, "stopped" one whose copy does not
+follow until somebody does what is told. With --json the value is {"state",
+"address", "schema", "server", "revision", "edit", "newest", "since", "why",
+"copyFailure", "unknownEdits", "peers": [{"name", "address", "since"}]}; the state is
+"none", "not joined", "connecting", "following", "alone" or "stopped".
+
+Examples:
+  ravik library status
+)",
+     .options = {},
+     .run = library_status},
+    {.name = "library join",
+     .operands = "[NAME]",
+     .least = 0,
+     .most = 1,
+     .summary = "Make the project's recipes and the library's one",
+     .description = R"(
+NAME is the server's name in the library and its history; the host's where none is
+given. What only the one has goes to the other. Where both have something else at a
+path nothing is changed, and the paths are listed: --ours or --theirs decides. Before
+the store loses anything it is copied, to ravik.db.before-join-TIME. A project that
+has joined gets another name. Where the library lacks edits that the copy has, as
+after a restored backup, --theirs takes all of it, and --ours gives it all of the
+copy. A store that was copied from another server's joins with a NAME of its own.
+Nobody may have the project open meanwhile. With --json the value is {"server",
+"revision", "sent", "come", "joinedBefore", "backup"} or {"clashes"}.
+
+Examples:
+  ravik library join
+  ravik library join 'Line 3'
+  ravik library join --theirs
+)",
+     .options = {Option::ours, Option::theirs},
+     .run = library_join},
+    {.name = "library leave",
+     .operands = "",
+     .least = 0,
+     .most = 0,
+     .summary = "Make the copy of the library the project's own recipes",
+     .description = R"(
+The library stays as it is. Without a link it still knows the server's name
+afterwards. "library" in ravik.json may stay or go.
+
+Examples:
+  ravik library leave
+)",
+     .options = {},
+     .run = library_leave},
     {.name = "serve",
      .operands = "",
      .least = 0,

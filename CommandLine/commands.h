@@ -63,6 +63,14 @@ Answer store_backup(Invocation& invocation);
 Answer store_restore(Invocation& invocation);
 /// store repair
 Answer store_repair(Invocation& invocation);
+/// library init
+Answer library_init(Invocation& invocation);
+/// library status
+Answer library_status(Invocation& invocation);
+/// library join [NAME]
+Answer library_join(Invocation& invocation);
+/// library leave
+Answer library_leave(Invocation& invocation);
 /// serve
 Answer serve(Invocation& invocation);
 /// user add NAME

@@ -8,6 +8,7 @@
 #include "recipe_names.h"
 #include "text_width.h"
 
+#include "Configuration/random_id.h"
 #include "History/quantities.h"
 #include "History/timestamp.h"
 #include "Json/Json.h"
@@ -152,7 +153,12 @@ void print_places(Value const& places, Output& output)
 
 void print_record(HistoryRecord const& record, Output& output)
 {
-    output.print("Record " + std::to_string(record.id) + ", " + record.time + ", by " + record.who);
+    output.print((record.id == 0 ? "Record of the library, " : "Record " + std::to_string(record.id) + ", ") +
+                 record.time + ", by " + record.who);
+    if (!record.server.empty())
+    {
+        output.print("Server:  " + record.server + ", edit " + record.edit);
+    }
     output.print("Asked:   " + record.asked);
     output.print("Outcome: " + record.outcome + (record.text.empty() ? "" : ", " + record.text));
     if (!record.note.empty())
@@ -200,8 +206,9 @@ Answer history(Invocation& invocation)
 
 Answer history_show(Invocation& invocation)
 {
-    auto const number = record_number(invocation.operands()[0]);
-    auto const outcome = invocation.project().history_record(number);
+    auto const& id = invocation.operands()[0];
+    auto const outcome = is_random_id(id) ? invocation.project().history_of_edit(id)
+                                          : invocation.project().history_record(record_number(id));
     auto answer = configuration_answer(outcome);
     if (outcome.succeeded())
     {
