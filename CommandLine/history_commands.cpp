@@ -8,6 +8,7 @@
 #include "recipe_names.h"
 #include "text_width.h"
 
+#include "Activation/ActivationLog.h"
 #include "Configuration/random_id.h"
 #include "History/quantities.h"
 #include "History/timestamp.h"
@@ -164,6 +165,10 @@ void print_record(HistoryRecord const& record, Output& output)
     if (!record.note.empty())
     {
         output.print("Note:    " + record.note);
+    }
+    if (auto const& revision = record.body[revision_key]; revision.isset())
+    {
+        output.print("Library: revision " + Json::write(revision));
     }
     if (record.has_places())
     {

@@ -1,6 +1,7 @@
 #include "Activation/Activation.h"
 
 #include "Activation/planned_rows.h"
+#include "Configuration/Pin.h"
 #include "Configuration/configuration_keys.h"
 #include "Configuration/entry_tag.h"
 #include "Execution/RequestWatch.h"
@@ -114,18 +115,6 @@ std::string written_of_all(ActivationRows const& rows)
     return std::to_string(written) + " of " + std::to_string(rows.size()) + " symbols were written";
 }
 
-Value body_of(std::string const& recipe, Value const& request, ActivationRows const& rows,
-              std::vector<RowState> const& counted)
-{
-    auto body = value_of(rows, counted);
-    body.insert("recipe", Value(std::string_view(recipe)));
-    if (request.isset())
-    {
-        body.insert("request", request);
-    }
-    return body;
-}
-
 /// The hash of what is planned.
 std::string plan_hash(ActivationRows const& rows)
 {
@@ -172,20 +161,20 @@ int rank(ActivationRow const& row)
 
 ActivationReport Activation::expected(std::string const& recipe) const
 {
-    auto report = expected(recipe, m_core.configuration.tree(std::string(recipe_domain)), nullptr);
+    auto report = expected(recipe, nullptr);
     report.hash = plan_hash(report.rows);
     return report;
 }
 
-ActivationReport Activation::expected(std::string const& recipe, Value const& tree, std::atomic<bool> const* stop) const
+ActivationReport Activation::expected(std::string const& recipe, std::atomic<bool> const* stop) const
 {
+    Configuration::Pin const pin(m_core.configuration);
     auto const session = m_core.executor.recorder().new_session();
-    SessionModes::Scope const planning(
-        m_core.modes, session, {.plans = true, .domain = std::string(recipe_domain), .tree = tree, .stop = stop});
+    SessionModes::Scope const planning(m_core.modes, session, {.plans = true, .stop = stop});
     auto const outcome = m_function(session, recipe);
     ActivationReport report;
     take_outcome(report, outcome);
-    report.rows = planned_rows(recipe, outcome.record, tree, m_symbols);
+    report.rows = planned_rows(recipe, outcome.record, pin.tree(), m_symbols);
     report.recipe = report.succeeded() ? std::string() : recipe;
     return report;
 }
@@ -303,8 +292,9 @@ std::vector<std::string> planned_symbols(ActivationRows const& rows)
 
 ActivationReport Activation::activate(std::string const& recipe, ActivationOptions const& options)
 {
-    auto const tree = m_core.configuration.tree(std::string(recipe_domain));
-    auto report = expected(recipe, tree, options.stop);
+    // What is written is what was planned, whatever is edited meanwhile.
+    Configuration::Pin const pin(m_core.configuration);
+    auto report = expected(recipe, options.stop);
     if (!report.succeeded())
     {
         abandon(report.rows);
@@ -345,21 +335,21 @@ ActivationReport Activation::activate(std::string const& recipe, ActivationOptio
                        .verifies = m_settings.verify && options.verify,
                        .stop = options.stop,
                        .request = options.request,
+                       .revision = pin.position().revision,
                        .begun = options.begun,
                        .reading = options.reading,
-                       .write = [&] { return write_all(recipe, tree, report.rows.size(), options); }});
+                       .write = [&] { return write_all(recipe, report.rows.size(), options); }});
     return report;
 }
 
-/// Has the function write, served from the tree that the plan was made of.
-FunctionOutcome Activation::write_all(std::string const& recipe, Value const& tree, std::size_t total,
-                                      ActivationOptions const& options)
+/// Has the function write.
+FunctionOutcome Activation::write_all(std::string const& recipe, std::size_t total, ActivationOptions const& options)
 {
     auto const session = m_core.executor.recorder().new_session();
     std::size_t done = 0;
-    SessionMode mode{.plans = false, .domain = std::string(recipe_domain), .tree = tree, .stop = options.stop};
-    mode.executed = counting(options.progress, done, total);
-    SessionModes::Scope const pinned(m_core.modes, session, std::move(mode));
+    SessionModes::Scope const watched(
+        m_core.modes, session,
+        {.plans = false, .stop = options.stop, .executed = counting(options.progress, done, total)});
     return m_function(session, recipe);
 }
 
@@ -405,6 +395,22 @@ void Activation::carry_out(ActivationReport& report, Attempt const& attempt)
     }
 }
 
+/// What its record keeps of it.
+Value Activation::body_of(ActivationReport const& report, Attempt const& attempt, std::vector<RowState> const& counted)
+{
+    auto body = value_of(report.rows, counted);
+    body.insert("recipe", Value(std::string_view(attempt.recipe)));
+    if (attempt.request.isset())
+    {
+        body.insert("request", attempt.request);
+    }
+    if (attempt.revision > 0)
+    {
+        body.insert(revision_key, Value(attempt.revision));
+    }
+    return body;
+}
+
 void Activation::begin_record(ActivationReport& report, Attempt const& attempt, std::string& trouble)
 {
     if (m_log == nullptr)
@@ -417,7 +423,7 @@ void Activation::begin_record(ActivationReport& report, Attempt const& attempt, 
                                       .who = attempt.who,
                                       .note = attempt.note,
                                       .asked = attempt.asked,
-                                      .body = body_of(attempt.recipe, attempt.request, report.rows, {})});
+                                      .body = body_of(report, attempt, {})});
         if (id != 0)
         {
             report.id = id;
@@ -437,8 +443,7 @@ void Activation::complete_record(ActivationReport const& report, Attempt const& 
     }
     try
     {
-        m_log->complete(*report.id, report.succeeded(), report.text,
-                        body_of(attempt.recipe, attempt.request, report.rows, activation_states()));
+        m_log->complete(*report.id, report.succeeded(), report.text, body_of(report, attempt, activation_states()));
     }
     catch (std::exception const& failure)
     {

@@ -142,20 +142,22 @@ private:
         bool verifies = true;
         std::atomic<bool> const* stop = nullptr;
         RavikSrv::Value request;
+        /// Of the library that the recipe comes from, 0 where there is none.
+        std::int64_t revision = 0;
         std::function<void(std::int64_t id)> begun;
         Progress reading;
         std::function<FunctionOutcome()> write;
     };
     using Readings = std::vector<std::optional<ExecutedCommand>>;
 
-    ActivationReport expected(std::string const& recipe, RavikSrv::Value const& tree,
-                              std::atomic<bool> const* stop) const;
+    ActivationReport expected(std::string const& recipe, std::atomic<bool> const* stop) const;
     /// Reads the rows that are planned in one request; the others have no reading.
     Readings read(ActivationRows const& rows, std::atomic<bool> const* stop, Progress const& reading) const;
-    FunctionOutcome write_all(std::string const& recipe, RavikSrv::Value const& tree, std::size_t total,
-                              ActivationOptions const& options);
+    FunctionOutcome write_all(std::string const& recipe, std::size_t total, ActivationOptions const& options);
     void carry_out(ActivationReport& report, Attempt const& attempt);
     void begin_record(ActivationReport& report, Attempt const& attempt, std::string& trouble);
+    static RavikSrv::Value body_of(ActivationReport const& report, Attempt const& attempt,
+                                   std::vector<RowState> const& counted);
     void complete_record(ActivationReport const& report, Attempt const& attempt, std::string& trouble);
     /// Returns false where it was stopped before it had looked at all of them.
     bool verify(ActivationRows& rows, Attempt const& attempt) const;

@@ -8,6 +8,9 @@
 namespace Ravik
 {
 
+/// What a record's body keeps the revision of the library under, where the recipe comes from one.
+inline constexpr char const* revision_key = "revision";
+
 /// What is about to be written to the controllers.
 struct ActivationIntent
 {
@@ -18,7 +21,8 @@ struct ActivationIntent
     std::string note;
     /// As a person would type it: "activate Bread".
     std::string asked;
-    /// {"recipe", "counts", "rows"}, the rows as `value_of` gives them, those to be written "planned".
+    /// {"recipe", "counts", "rows"}, the rows as `value_of` gives them, those to be written "planned"; with "request"
+    /// and `revision_key` where there is such a thing.
     RavikSrv::Value body;
 };
 

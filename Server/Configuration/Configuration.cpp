@@ -1,6 +1,7 @@
 #include "Configuration/Configuration.h"
 
 #include "Configuration/Entry.h"
+#include "Configuration/Pin.h"
 #include "Configuration/configuration_keys.h"
 #include "api_helper.h"
 
@@ -59,7 +60,20 @@ Value Configuration::tree(std::string const& domain) const
     {
         return {};
     }
-    return m_turn_thread == std::this_thread::get_id() ? found->second.tree.get() : found->second.finished;
+    if (m_turn_thread == std::this_thread::get_id())
+    {
+        return found->second.tree.get();
+    }
+    auto const* const pin = domain == recipe_domain ? Pin::of(*this) : nullptr;
+    return pin == nullptr ? found->second.finished : pin->tree();
+}
+
+Configuration::Finished Configuration::finished() const
+{
+    RavikSrv::Lock const lock(m_mutex);
+    auto const found = m_domains.find(std::string(recipe_domain));
+    return {.tree = found == m_domains.end() ? Value() : found->second.finished,
+            .position = m_copy ? m_copy->position : LibraryPosition()};
 }
 
 /// As the last finished turn left it and as the one in progress has.
@@ -364,10 +378,14 @@ void Configuration::count(Changes const& changes, bool has_records) noexcept
     m_record_revision += has_records ? 1 : 0;
 }
 
-/// Shows everybody what the turn did.
-void Configuration::Turn::publish() noexcept
+/// Shows everybody what the turn did and, at once with it, how far the copy of a library has come by it.
+void Configuration::Turn::publish(std::optional<LibraryPosition> position) noexcept
 {
     RavikSrv::Lock const lock(m_configuration.m_mutex);
+    if (position)
+    {
+        m_configuration.m_copy->position = std::move(*position);
+    }
     try
     {
         m_changes.apply([this](std::string const& domain) RAVIK_REQUIRES(m_configuration.m_mutex) -> Value&

@@ -27,14 +27,16 @@ namespace Ravik
 
 /// The configuration of all domains of a project: a tree for each, and the store behind them.
 ///
-/// **Reading** copies one pointer and never waits for an edit: it gets the tree that the last finished turn left. Only
-/// the thread that has the turn sees it in progress. **Writing** takes a `Turn`. Thread-safe.
+/// **Reading** copies one pointer and never waits for an edit: it gets the tree that the last finished turn left, or
+/// the one that the thread holds on to with a `Pin`. Only the thread that has the turn sees it in progress. **Writing**
+/// takes a `Turn`. Thread-safe.
 class Configuration
 {
 public:
     class Turn;
     class Gate;
     class Following;
+    class Pin;
 
     /// `store` may be null: then nothing lasts.
     explicit Configuration(std::unique_ptr<Store> store);
@@ -98,6 +100,13 @@ public:
     std::vector<StoredRecord> records_before(std::int64_t before, std::size_t most) const;
 
 private:
+    /// What the last finished turn left of the recipe management's configuration.
+    struct Finished
+    {
+        RavikSrv::Value tree;
+        LibraryPosition position;
+    };
+
     /// A record on its way into the store.
     struct NewRecord
     {
@@ -122,10 +131,11 @@ private:
     void write_rows(std::vector<Touched> const& touched, bool of_library, RowSink& rows) const;
     bool is_shared(std::string_view domain) const noexcept;
     Gate* gate_for(std::string_view domain) const;
-    void set_position(LibraryPosition const& position, std::string const& copy_failure);
+    void set_copy_failure(std::string const& copy_failure);
     std::optional<LibraryRow> stored_row(std::string const& path) const;
     void in_transaction(std::function<void()> const& work, std::function<void()> const& show = {}) const;
     TreePair trees(std::string const& domain) const;
+    Finished finished() const;
     void save_place(Touched const& place, RavikSrv::Value const& tree, Touched& saved, RowSink& rows) const;
     static void save_folder(std::string const& domain, std::string const& path, RavikSrv::Value const& tree,
                             RowSink& rows);
@@ -236,6 +246,10 @@ public:
 
     /// What this turn, and the turns that joined it and have ended, changed so far.
     Changes const& changes() const noexcept { return m_changes; }
+    /// The domain's tree as it stood before the outermost turn and as it stands now. Held on to, it makes the next
+    /// write copy the folders on its way.
+    TreePair trees(std::string const& domain) const { return m_configuration.trees(domain); }
+    bool is_outermost() const noexcept { return m_outer == nullptr; }
 
 private:
     friend class Following;
@@ -252,7 +266,7 @@ private:
     RavikSrv::ErrorValue commit_shared(std::vector<Touched> const& touched);
     void save_shared(LibraryDraft const& draft, LibraryPosition const& position, std::vector<Touched> const& touched);
     void set_thread(std::thread::id thread) noexcept;
-    void publish() noexcept;
+    void publish(std::optional<LibraryPosition> position = {}) noexcept;
     template <typename Edit> RavikSrv::ErrorValue edit(std::string const& domain, Edit change_tree);
 
     Configuration& m_configuration;

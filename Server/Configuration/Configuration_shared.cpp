@@ -47,10 +47,9 @@ std::optional<LibraryRow> Configuration::stored_row(std::string const& path) con
     return m_store->shared_row(path);
 }
 
-void Configuration::set_position(LibraryPosition const& position, std::string const& copy_failure)
+void Configuration::set_copy_failure(std::string const& copy_failure)
 {
     RavikSrv::Lock const lock(m_mutex);
-    m_copy->position = position;
     m_copy_failure = copy_failure;
 }
 
@@ -139,8 +138,8 @@ void Configuration::Turn::save_shared(LibraryDraft const& draft, LibraryPosition
     std::string failure;
     auto const show = [&]
     {
-        publish();
-        configuration.set_position(position, failure);
+        publish(position);
+        configuration.set_copy_failure(failure);
     };
     try
     {
@@ -283,8 +282,8 @@ void Configuration::Following::commit(LibraryNews const& news, std::optional<Rec
         },
         [&]
         {
-            m_turn.publish();
-            configuration.set_position(news.head.position, {});
+            m_turn.publish(news.head.position);
+            configuration.set_copy_failure({});
         });
     configuration.count(m_turn.m_changes, has_records);
     m_turn.m_done = true;

@@ -96,10 +96,7 @@ Value Host::get_config_value(Context const& context, char const* path)
     return guarded_answer("get_config_value", Value(),
                           [&]
                           {
-                              auto const mode = m_modes.of(context.session());
-                              auto const tree = mode && mode->domain == context.domain()
-                                                    ? mode->tree
-                                                    : m_configuration.tree(context.domain());
+                              auto const tree = m_configuration.tree(context.domain());
                               auto const reached = RavikSrv::node_path(path, tree);
                               return reached.node == nullptr ? Value() : *reached.node;
                           });

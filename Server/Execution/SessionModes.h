@@ -9,7 +9,6 @@
 #include <functional>
 #include <map>
 #include <optional>
-#include <string>
 
 namespace Ravik
 {
@@ -20,9 +19,6 @@ struct SessionMode
     /// Whether what they have executed is checked and noted, but reaches nobody: no controller, no variable of the
     /// server and no configuration.
     bool plans = false;
-    /// A domain whose configuration they read as this tree, whatever it has become since; none where it is empty.
-    std::string domain{};
-    RavikSrv::Value tree{};
     /// Once it is set, nothing more is executed. May be null; outlives the mode.
     std::atomic<bool> const* stop = nullptr;
     /// Told how many more commands were executed; may be empty. An extension may be in the midst of its work: it calls

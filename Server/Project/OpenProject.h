@@ -89,6 +89,7 @@ public:
     using Project::write_symbol;
     ExecutedGroup write_symbol(std::string const& name, RavikSrv::Value const& value, Origin const& origin) override;
 
+    Configuration& configuration() noexcept { return m_core.configuration; }
     /// What the extensions see.
     Host& host() noexcept { return m_core.host; }
     Activation& activation() noexcept { return m_activation; }

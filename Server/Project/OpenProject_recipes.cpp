@@ -77,6 +77,7 @@ MembersOutcome OpenProject::members(std::string const& type) const
 
 ActivationReport OpenProject::compare(std::string const& recipe, std::string const& other)
 {
+    auto const pin = m_recipes.pin();
     auto left = expected(recipe);
     auto right = left.succeeded() ? expected(other) : left;
     return right.succeeded() ? compare_plans(std::move(left), right, recipe, other) : right;

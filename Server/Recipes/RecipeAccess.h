@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Configuration/Pin.h"
 #include "Execution/Core.h"
 #include "Execution/FunctionOutcome.h"
 #include "History/Origin.h"
@@ -24,6 +25,8 @@ public:
     /// The core outlives it.
     RecipeAccess(Core& core, Function function) : m_core(core), m_function(std::move(function)) {}
 
+    /// Holds on to the configuration as it stands for what this thread asks and reads next.
+    [[nodiscard]] Configuration::Pin pin() const { return Configuration::Pin(m_core.configuration); }
     RavikSrv::Session begin_request() const { return m_core.executor.recorder().new_session(); }
     /// Calls a function with one parameter, or with whatever it takes.
     FunctionOutcome call(RavikSrv::Session request, std::string const& function, char const* key,

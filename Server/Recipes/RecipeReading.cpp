@@ -17,10 +17,12 @@ using RavikSrv::ErrorValue;
 using RavikSrv::Value;
 
 RecipeReading::RecipeReading(RecipeAccess const& access, SymbolTable const& symbols, std::string name)
-    : m_access(access), m_symbols(symbols), m_name(std::move(name)), m_configuration(access.configuration()),
-      m_recipe(access.recipe(m_name)),
-      m_outcome(access.call(access.begin_request(), Function::read_from_target, Parameter::path, m_name))
+    : m_symbols(symbols), m_name(std::move(name))
 {
+    auto const pin = access.pin();
+    m_configuration = access.configuration();
+    m_recipe = access.recipe(m_name);
+    m_outcome = access.call(access.begin_request(), Function::read_from_target, Parameter::path, m_name);
 }
 
 ReadReport RecipeReading::report() const

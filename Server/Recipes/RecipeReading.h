@@ -15,7 +15,7 @@ namespace Ravik
 class RecipeReading
 {
 public:
-    /// Reads it. Both parts outlive the reading.
+    /// Reads it. The symbols outlive the reading.
     RecipeReading(RecipeAccess const& access, SymbolTable const& symbols, std::string name);
 
     /// The recipe as it stood just before it was read; null where there was none.
@@ -26,7 +26,6 @@ private:
     ValueRows compared() const;
     ValueRows unread() const;
 
-    RecipeAccess const& m_access;
     SymbolTable const& m_symbols;
     std::string m_name;
     RavikSrv::Value m_configuration;

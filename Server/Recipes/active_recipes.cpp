@@ -87,6 +87,7 @@ FunctionOutcome look_together(RecipeAccess const& access, RavikSrv::Session requ
 ActiveReport active_recipes(RecipeAccess const& access, std::vector<std::string> const& recipes,
                             ActiveOptions const& options)
 {
+    auto const pin = access.pin();
     auto const request = access.begin_request();
     auto const names = recipes.empty() ? access.names() : recipes;
     ActiveReport report;

@@ -1,5 +1,6 @@
 #include "EditedProject.h"
 
+#include "Support/JoinedStore.h"
 #include "Json/Json.h"
 
 #include <boost/algorithm/string/replace.hpp>
@@ -7,6 +8,7 @@
 
 #include <functional>
 #include <stdexcept>
+#include <thread>
 
 namespace Ravik::Test
 {
@@ -173,6 +175,44 @@ TEST(Activation, is_remembered_before_the_first_value_leaves_and_writes_what_was
     auto const unremembered = line.project->activate("S", {});
     EXPECT_EQ(told(unremembered), "STORAGE_STORE; k verified 1>3>3; l verified 2>4>4");
     EXPECT_NE(unremembered.text.find("the disk is full"), std::string::npos);
+}
+
+TEST(Activation, ends_on_and_remembers_the_revision_that_it_began_with)
+{
+    Line line;
+    OpenGate gate;
+    line.project.reset();
+    auto project =
+        opened(line.folder.path() / "ravik.json",
+               std::make_unique<JoinedStore>(Store::open(line.folder.path() / "ravik.db", std::chrono::seconds(0)),
+                                             LibraryCopy{.library = "L", .server = {"north", "S"}, .position = {}}));
+    project->configuration().set_gate(&gate);
+    project->activation().set_log(&line.log);
+    line.project = std::move(project);
+    auto const edit_elsewhere = [&](std::string const& text)
+    { std::thread([&] { EXPECT_TRUE(line.edit(text).succeeded()) << text; }).join(); };
+    edit_elsewhere("R::R::values::k = 3");
+    auto reads = 0;
+    line.log.during = [&]
+    {
+        edit_elsewhere("T::T::members::l >");
+        edit_elsewhere("R::R >");
+    };
+    auto const report = line.project->activate("R", {.reading = [&](std::size_t, std::size_t)
+                                                     {
+                                                         if (reads++ == 0)
+                                                         {
+                                                             edit_elsewhere("R::R::values::l = 9");
+                                                         }
+                                                     }});
+    EXPECT_EQ(told(report), "SUCCESS; k verified 5>3>3; l verified 5>2>2");
+    line.project->activate("S", {}).succeeded();
+    std::string revisions;
+    for (auto const& body : line.log.bodies)
+    {
+        revisions += Json::write(body["revision"]) + ' ';
+    }
+    EXPECT_EQ(revisions, "1 1 4 4 ");
 }
 
 TEST(Revert, writes_back_what_stands_as_it_was_written)

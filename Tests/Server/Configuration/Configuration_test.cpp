@@ -1,4 +1,6 @@
 #include "Configuration/Configuration.h"
+#include "Configuration/Pin.h"
+#include "Configuration/configuration_keys.h"
 
 #include "Support/TemporaryFolder.h"
 #include "Json/Json.h"
@@ -58,6 +60,39 @@ TEST(Configuration, a_turn_lasts_whole_or_not_at_all)
         EXPECT_EQ(turn.write("nobody", "x", Value(1), merge), ErrorValue::INVALID_DOMAIN);
     }
     EXPECT_EQ(text(configuration), before);
+}
+
+TEST(Configuration, a_pin_holds_on_to_the_recipes_of_its_thread)
+{
+    std::string const recipes(recipe_domain);
+    Configuration configuration(nullptr);
+    auto const held = [&](std::string const& domain) { return Json::write(configuration.tree(domain)["x"]); };
+    auto const set = [&](int value)
+    {
+        Turn turn(configuration);
+        for (auto const& domain : {recipes, std::string("D")})
+        {
+            configuration.has_domain(domain) ? void() : configuration.add_domain(domain, Value());
+            EXPECT_EQ(turn.write(domain, "x", Value(value), merge), ErrorValue::SUCCESS);
+        }
+        EXPECT_EQ(held(recipes), std::to_string(value)) << "in its own turn everybody sees what stands";
+        EXPECT_EQ(turn.commit(), ErrorValue::SUCCESS);
+    };
+    set(1);
+    {
+        Configuration const another(nullptr);
+        Configuration::Pin const outer(configuration);
+        std::thread(set, 2).join();
+        {
+            Configuration::Pin const inner(configuration);
+            Configuration::Pin const of_another(another);
+            EXPECT_EQ(held(recipes) + held("D"), "12");
+        }
+        set(3);
+        EXPECT_EQ(held(recipes) + held("D"), "13");
+        std::thread([&] { EXPECT_EQ(held(recipes), "3"); }).join();
+    }
+    EXPECT_EQ(held(recipes), "3");
 }
 
 TEST(Configuration, what_the_project_file_fixes_wins_and_is_not_stored)

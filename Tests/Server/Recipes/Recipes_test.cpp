@@ -204,6 +204,24 @@ TEST(Recipes, are_active_or_tell_why_nobody_knows)
     EXPECT_NE(report.unread[0].text.find('k'), std::string::npos) << report.unread[0].text;
 }
 
+TEST(Recipes, are_active_as_they_stood_when_somebody_asked)
+{
+    Plant const plant;
+    auto& project = *plant.project;
+    ASSERT_TRUE(project.activate("S", {}).succeeded());
+    auto const edit = [&](std::size_t done, std::size_t /*total*/)
+    {
+        for (auto const* const text : {"R::S::values::l = 5", "R::F::M >"})
+        {
+            EXPECT_TRUE(done != 1 || plant.edit(text).succeeded()) << text;
+        }
+    };
+    auto const report = project.active({}, {.progress = edit});
+    EXPECT_TRUE(report.succeeded()) << report.text;
+    EXPECT_EQ(report.active, (std::vector<std::string>{"S"}));
+    EXPECT_EQ(project.active({}, {}).active, std::vector<std::string>());
+}
+
 TEST(Recipes, have_the_members_of_their_type_and_of_those_that_it_inherits)
 {
     Plant const plant;
