@@ -145,6 +145,29 @@ private:
 
 } // namespace
 
+TypeNeeds needs_of(Value const& type)
+{
+    TypeNeeds needs;
+    Value const& inherited = type[Key::recipe_type_names];
+    for (auto name = inherited.begin_vector(); name != inherited.end_vector(); ++name)
+    {
+        needs.types.push_back(to_string(*name));
+    }
+    Value const& own = type[Key::members];
+    for (auto member = own.begin(); member != own.end(); ++member)
+    {
+        if (auto symbol = to_string((*member)[Key::symbol]); !symbol.empty())
+        {
+            needs.bound.push_back({.name = member.name(), .symbol = std::move(symbol)});
+        }
+        if (auto nested = to_string((*member)[Key::recipe_type]); !nested.empty())
+        {
+            needs.types.push_back(std::move(nested));
+        }
+    }
+    return needs;
+}
+
 std::vector<BoundMember> bound_members(std::string const& type, Value const& tree)
 {
     TypeWalk walk(tree);

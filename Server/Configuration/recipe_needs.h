@@ -15,6 +15,16 @@ struct BoundMember
     std::string symbol;
 };
 
+/// What a recipe type needs by itself.
+struct TypeNeeds
+{
+    /// The names of the types that it inherits and those that its members nest.
+    std::vector<std::string> types;
+    /// Its own members that are bound to symbols.
+    std::vector<BoundMember> bound;
+};
+TypeNeeds needs_of(RavikSrv::Value const& type);
+
 /// The members bound to symbols that a recipe of the type gives values for: those of its inherited types, its own, and
 /// those of the types that it nests, in the order of the resolution. Each type is walked once, a missing one passed
 /// over.

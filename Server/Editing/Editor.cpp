@@ -197,6 +197,10 @@ EditOutcome Editor::set(Site const& site, std::string const& path, Value const& 
     auto const before = path.starts_with(Key::recipe_type_list) ? m_core.configuration.tree(domain) : Value();
     SetPlan const plan(path, value, m_core.configuration.tree(domain));
     auto refusal = plan.check(*site.schemas);
+    if (!refusal && is_line())
+    {
+        refusal = check_line({m_core.configuration.tree(domain), plan.after()}, {{domain, path}});
+    }
     refusal = refusal ? refusal : ask_change(site, path, plan.after());
     if (refusal)
     {
@@ -248,7 +252,8 @@ EditOutcome Editor::tell_set(Site const& site, std::string const& path, SetPlan 
     outcome.refusal = explained(answer, path);
     outcome.made = true;
     outcome.cascade = turn.changes().touched(own);
-    auto failure = stored(turn, deed, outcome);
+    auto failure = keep_to_line(turn, outcome.cascade);
+    failure = failure ? failure : stored(turn, deed, outcome);
     failure = failure || plan.keeps_order(m_core.configuration.tree(site.domain)) ? failure : restart(site);
     return failure ? refused(failure, turn) : outcome;
 }
@@ -314,17 +319,18 @@ EditOutcome Editor::move(Site const& site, Move const& move, MoveOptions const& 
     }
     auto const before = m_core.configuration.tree(site.domain);
     refusal = check_move(move, before);
+    auto const has_recipes = site.schemas->has_recipes();
+    auto const expected = has_recipes && !refusal ? expected_after(before, move) : Value();
+    EditOutcome outcome;
+    if (has_recipes && !refusal)
+    {
+        outcome.cascade = consequences(site.domain, move, before, expected);
+        refusal = is_line() ? check_line(site, move, {before, expected}, outcome.cascade) : Refusal();
+    }
     refusal = refusal ? refusal : ask_move(site, move, before);
     if (refusal)
     {
         return refused(refusal);
-    }
-    auto const has_recipes = site.schemas->has_recipes();
-    auto const expected = has_recipes ? expected_after(before, move) : Value();
-    EditOutcome outcome;
-    if (has_recipes)
-    {
-        outcome.cascade = consequences(site.domain, move, before, expected);
     }
     if (options.dry_run)
     {
@@ -487,6 +493,10 @@ EditOutcome Editor::import(std::string const& domain, Value const& data, ImportO
     Import import({.extension = *here.extension, .schemas = *here.schemas, .context = here.context, .tree = before},
                   data, options);
     auto refusals = import.check();
+    if (auto foreign = is_line() ? check_line(import, before) : Refusal())
+    {
+        refusals.insert(refusals.begin(), std::move(foreign));
+    }
     if (!refusals.empty() || options.dry_run)
     {
         auto outcome = refused(refusals.empty() ? Refusal() : refusals.front());
@@ -504,14 +514,16 @@ EditOutcome Editor::import(std::string const& domain, Value const& data, ImportO
     outcome.made = true;
     outcome.cascade = turn.changes().touched(own);
     Deed const deed{.action = Action::edit, .asked = "import", .origin = options.origin};
-    if (auto const failure = stored(turn, deed, outcome))
+    auto failure = keep_to_line(turn, outcome.cascade);
+    failure = failure ? failure : stored(turn, deed, outcome);
+    if (failure)
     {
         return refused(failure, turn);
     }
     outcome.warnings = new_misfits(before, m_core.configuration.tree(domain), import.replaced_types());
     if (options.replace || !import.keeps_order(m_core.configuration.tree(domain)))
     {
-        auto const failure = restart(here);
+        failure = restart(here);
         outcome.refusal = outcome.refusal ? outcome.refusal : failure;
     }
     return outcome;

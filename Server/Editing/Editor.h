@@ -17,6 +17,7 @@
 namespace Ravik
 {
 
+class Import;
 class Reversal;
 
 /// What became of an edit.
@@ -71,6 +72,12 @@ public:
     /// since or another entry would be wrong afterwards. `asked` is what a record of it says.
     EditOutcome revert(std::vector<PlaceChange> const& places, std::string const& asked, RevertOptions const& options);
 
+    /// Why the recipe at the path is not edited on this line of a library; none for others. See `line_objection`.
+    Refusal check_line(std::string const& recipe) const;
+    /// Where the turn, which a function of an extension wrote in, changed what this line of a library can't edit: takes
+    /// it back, starts the extension anew and returns why. See `line_objection`.
+    Refusal keep_to_line(Configuration::Turn& turn);
+
     /// What is wrong in the domain's configuration as it stands; what is found clean an import takes. Asks the
     /// extension about every entry.
     std::vector<Finding> check(std::string const& domain) const;
@@ -92,6 +99,12 @@ private:
     EditOutcome unmet(Site const& site, std::string const& path, Condition const& condition) const;
     EditOutcome set(Site const& site, std::string const& path, RavikSrv::Value const& value, Deed const& deed,
                     Configuration::Turn& turn);
+    bool is_line() const { return m_core.configuration.shared().has_value(); }
+    Refusal check_line(TreePair const& trees, std::vector<Touched> const& touched) const;
+    Refusal check_line(Import const& import, RavikSrv::Value const& before) const;
+    Refusal check_line(Site const& site, Move const& move, TreePair const& trees,
+                       std::vector<Touched> const& cascade) const;
+    Refusal keep_to_line(Configuration::Turn& turn, std::vector<Touched> const& touched);
     Refusal ask_change(Site const& site, std::string const& path, RavikSrv::Value const& tree) const;
     EditOutcome tell_set(Site const& site, std::string const& path, SetPlan const& plan, Deed const& deed,
                          Configuration::Turn& turn);

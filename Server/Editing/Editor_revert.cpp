@@ -136,6 +136,12 @@ std::vector<Refusal> Editor::check_reversal(Site const& site, Reversal const& re
     {
         take(check_place(site, step.path));
     }
+    if (refusals.empty() && is_line())
+    {
+        std::vector<Touched> touched;
+        add_steps(site.domain, reversal, touched);
+        take(check_line({reversal.before(), reversal.after()}, touched));
+    }
     if (!refusals.empty() || site.schemas == nullptr)
     {
         return refusals;

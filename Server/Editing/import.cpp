@@ -172,7 +172,7 @@ Refusal Import::check_kind(Piece const& piece) const
             piece.path};
 }
 
-/// The two lists as they will stand. What can't be written is refused elsewhere.
+/// What can't be written is refused elsewhere.
 Value Import::lists_afterwards() const
 {
     auto after = m_site.tree;
@@ -223,6 +223,27 @@ Refusal Import::write(Configuration::Turn& turn) const
         }
     }
     return {};
+}
+
+std::vector<Touched> Import::touched() const
+{
+    auto const& domain = m_site.extension.domain();
+    std::vector<Touched> places;
+    for (auto const* const name : lists)
+    {
+        if (m_options.replace && !m_pieces.empty())
+        {
+            places.push_back({.domain = domain, .path = name});
+        }
+    }
+    for (auto const& piece : m_pieces)
+    {
+        if (!piece.merges && !m_options.replace)
+        {
+            places.push_back({.domain = domain, .path = piece.path});
+        }
+    }
+    return places;
 }
 
 Refusal Import::tell() const

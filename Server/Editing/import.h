@@ -36,6 +36,10 @@ public:
 
     /// Writes what has passed the check.
     Refusal write(Configuration::Turn& turn) const;
+    /// The two lists as they will stand.
+    RavikSrv::Value lists_afterwards() const;
+    /// What it writes, nothing where it is none at all.
+    std::vector<Touched> touched() const;
     /// Tells the extension of everything written, in the order of the import; answers its first failure.
     Refusal tell() const;
     /// The recipe types that it puts in the place of others.
@@ -62,7 +66,6 @@ private:
     void show(std::size_t done) const;
     Refusal check_piece(Piece const& piece) const;
     Refusal check_kind(Piece const& piece) const;
-    RavikSrv::Value lists_afterwards() const;
     Refusal ask(Piece const& piece, RavikSrv::Value const& import_data) const;
 
     ImportSite m_site;

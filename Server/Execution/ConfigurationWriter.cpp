@@ -1,6 +1,7 @@
 #include "Execution/ConfigurationWriter.h"
 
 #include "Configuration/Entry.h"
+#include "Execution/line_check.h"
 #include "api_helper.h"
 #include "Json/Json.h"
 
@@ -28,14 +29,23 @@ ErrorValue ConfigurationWriter::write(std::string const& domain, std::string con
     }
     Configuration::Turn turn(m_configuration, domain);
     auto const result = turn.write(domain, path, value, mode);
-    return result == ErrorValue::SUCCESS ? turn.commit() : result;
+    return result == ErrorValue::SUCCESS ? committed(turn, domain) : result;
 }
 
 ErrorValue ConfigurationWriter::remove(std::string const& domain, std::string const& path)
 {
     Configuration::Turn turn(m_configuration, domain);
     auto const result = turn.remove(domain, path);
-    return result == ErrorValue::SUCCESS ? turn.commit() : result;
+    return result == ErrorValue::SUCCESS ? committed(turn, domain) : result;
+}
+
+/// Ends the turn. What is part of an edit is held to this line at the edit's end.
+ErrorValue ConfigurationWriter::committed(Configuration::Turn& turn, std::string const& domain) const
+{
+    auto const copy = turn.is_outermost() ? m_configuration.shared() : std::nullopt;
+    return copy && line_objection(copy->server.name, m_symbols, turn.trees(domain), turn.changes().touched())
+               ? ErrorValue::SYMBOL_NOT_MAPPED
+               : turn.commit();
 }
 
 ResultPair ConfigurationWriter::tell_changed(Context const& context, std::string const& domain,

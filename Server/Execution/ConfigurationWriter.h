@@ -4,6 +4,7 @@
 #include "Configuration/Entry.h"
 #include "Configuration/expectation.h"
 #include "Execution/Extensions.h"
+#include "Execution/SymbolTable.h"
 #include "RavikSrvExtApi.h"
 
 #include <string>
@@ -17,13 +18,14 @@ namespace Ravik
 class ConfigurationWriter
 {
 public:
-    ConfigurationWriter(Configuration& configuration, Extensions const& extensions)
-        : m_configuration(configuration), m_extensions(extensions)
+    ConfigurationWriter(Configuration& configuration, Extensions const& extensions, SymbolTable const& symbols)
+        : m_configuration(configuration), m_extensions(extensions), m_symbols(symbols)
     {
     }
 
     /// Writes the entry at `path` of the domain's configuration, see `Tree::write`; `STORAGE_STORE` where it could not
-    /// be stored, `ENCODE` for texts that can't be stored.
+    /// be stored, `ENCODE` for texts that can't be stored, `SYMBOL_NOT_MAPPED` for what this line of a library can't
+    /// edit, see `line_objection`.
     RavikSrv::ErrorValue write(std::string const& domain, std::string const& path, RavikSrv::Value const& value,
                                Tree::WriteMode mode);
     /// Removes the entry.
@@ -47,8 +49,11 @@ public:
                                     RavikSrv::Value const& value, char const* schema_type) const;
 
 private:
+    RavikSrv::ErrorValue committed(Configuration::Turn& turn, std::string const& domain) const;
+
     Configuration& m_configuration;
     Extensions const& m_extensions;
+    SymbolTable const& m_symbols;
 };
 
 /// The context in which a domain's extension is called on behalf of `origin`.

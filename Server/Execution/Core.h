@@ -22,7 +22,7 @@ struct Core
 {
     /// `store` may be null: then nothing lasts.
     Core(SymbolTable const& symbols, Validator& validator, std::unique_ptr<Store> store)
-        : configuration(std::move(store)), writer(configuration, extensions),
+        : configuration(std::move(store)), writer(configuration, extensions, symbols),
           executor(symbols, extensions, configuration, writer),
           host(configuration, writer, executor, extensions, symbols, validator, modes)
     {

@@ -3,12 +3,14 @@
 #include "Project/unmapped_symbols.h"
 
 #include "Configuration/configuration_keys.h"
+#include "Configuration/tree.h"
 #include "Editing/turns.h"
 #include "Project/Ownership.h"
 #include "Project/project_store.h"
 #include "Recipes/recipe_functions.h"
 
 #include "PathIterator.h"
+#include "algorithm_helper.h"
 #include "api_helper.h"
 #include "Json/Json.h"
 
@@ -137,6 +139,12 @@ Deed deed_of(Command const& call, ErrorValue error, Origin const& origin)
             .origin = origin,
             .outcome = succeeded ? Outcome::done : Outcome::failed,
             .text = succeeded ? std::string() : std::string(call.result_string())};
+}
+
+/// The path of the recipe that the call is given, of the list where it is given none.
+std::string called_recipe(Command const& call)
+{
+    return Tree::join(Key::recipe_list, RavikSrv::Algorithm::to_string(call.write_value()[Parameter::path]));
 }
 
 /// The parameters of a function that takes a recipe.
@@ -280,7 +288,7 @@ FunctionOutcome OpenProject::call_function(RavikSrv::Session request, std::strin
     group.insert(group.end_vector(), command);
 
     FunctionOutcome outcome;
-    auto const storage = execute_function(context, group, origin, outcome.error);
+    auto const failure = execute_function(context, group, origin, outcome.error);
     auto const& executed = *group.begin_vector();
     outcome.result = executed.extension_result();
     outcome.name = m_core.extensions.error_string(domain, outcome.result);
@@ -299,9 +307,9 @@ FunctionOutcome OpenProject::call_function(RavikSrv::Session request, std::strin
     {
         outcome.text += "; it has " + joined(functions(domain));
     }
-    else if (!storage.empty())
+    else if (!failure.empty())
     {
-        outcome.text = storage;
+        outcome.text = failure;
     }
     else if (outcome.text.empty() && domain == recipe_domain &&
              outcome.name == RavikSrv::get_error_string(ErrorValue::SYMBOL_NOT_MAPPED).name())
@@ -322,13 +330,20 @@ std::string OpenProject::execute_function(Context const& context, CommandGroup& 
     if (extension != nullptr && extension->is_writing_function(group.begin_vector()->name()))
     {
         turn.emplace(m_core.configuration, group.domain());
-        if (auto const refusal = obstacle(*turn, group.domain(), ""))
+        auto refusal = obstacle(*turn, group.domain(), "");
+        refusal = refusal ? refusal : m_editor.check_line(called_recipe(*group.begin_vector()));
+        if (refusal)
         {
             error = refusal.error;
             return refusal.text;
         }
     }
     error = m_core.executor.execute(context, group);
+    if (auto const refusal = turn ? m_editor.keep_to_line(*turn) : Refusal())
+    {
+        error = refusal.error;
+        return refusal.text;
+    }
     if (turn)
     {
         m_history.remember(*turn, deed_of(*group.begin_vector(), error, origin));
