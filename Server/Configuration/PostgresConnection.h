@@ -4,10 +4,12 @@
 #include "Configuration/PostgresResult.h"
 #include "Configuration/PostgresStatement.h"
 
+#include <array>
 #include <chrono>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <libpq-fe.h>
@@ -19,15 +21,15 @@ namespace Ravik
 class PostgresError : public LibraryError
 {
 public:
-    PostgresError(Kind kind, std::string const& text, std::string state)
-        : LibraryError(kind, text), m_state(std::move(state))
+    PostgresError(Kind kind, std::string const& text, std::string_view state) : LibraryError(kind, text)
     {
+        state.copy(m_state.data(), m_state.size());
     }
 
-    std::string const& state() const noexcept { return m_state; }
+    std::string_view state() const noexcept { return {m_state.data(), m_state.size()}; }
 
 private:
-    std::string m_state;
+    std::array<char, 5> m_state{};
 };
 
 /// A connection to PostgreSQL. Statements go out together and are answered together: a round trip each time, with a

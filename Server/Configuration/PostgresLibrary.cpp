@@ -1,14 +1,13 @@
 #include "Configuration/PostgresLibrary.h"
 
 #include "Configuration/configuration_keys.h"
+#include "Configuration/postgres_edit.h"
 #include "Configuration/postgres_layout.h"
 #include "Configuration/postgres_membership.h"
-#include "Configuration/postgres_time.h"
 #include "Configuration/random_id.h"
 #include "Configuration/store_format.h"
 
 #include <algorithm>
-#include <array>
 #include <bit>
 
 namespace Ravik
@@ -30,11 +29,6 @@ void expect_usable(LibrarySettings const& settings)
     {
         refuse(objection);
     }
-}
-
-std::int64_t stored(std::uint64_t number)
-{
-    return std::bit_cast<std::int64_t>(number);
 }
 
 } // namespace
@@ -88,104 +82,6 @@ LibraryHead PostgresLibrary::begin_turn()
     }
 }
 
-namespace
-{
-
-PostgresStatement write_rows(PostgresSchema const& schema, LibraryEdit const& edit)
-{
-    auto const text = [](LibraryRow const& row)
-    { return row.is_removed || !row.text ? std::nullopt : std::optional<std::string_view>(*row.text); };
-    auto write = PostgresStatement(schema.in(R"(
-        INSERT INTO {entries} (path, rank, text, checksum, removed, revision)
-        SELECT edited.*, $6 FROM unnest($1, $2, $3, $4, $5) AS edited
-        ON CONFLICT (path) DO UPDATE SET rank = excluded.rank, text = excluded.text, checksum = excluded.checksum,
-            removed = excluded.removed, revision = excluded.revision)"));
-    return write
-        .texts(
-            edit.rows, [](LibraryRow const& row) -> auto const& { return row.path; })
-        .numbers(edit.rows, [](LibraryRow const& row) { return row.rank; })
-        .texts(edit.rows, text)
-        .numbers(edit.rows, [](LibraryRow const& row) { return stored(row.checksum); })
-        .flags(edit.rows, [](LibraryRow const& row) { return row.is_removed; })
-        .number(edit.head.position.revision);
-}
-
-/// The texts of a record that stand in columns of their names; `time` is given by the database, and `edit` is the
-/// head's.
-constexpr std::array record_texts{&StoredRecord::server, &StoredRecord::who,     &StoredRecord::action,
-                                  &StoredRecord::asked,  &StoredRecord::outcome, &StoredRecord::text,
-                                  &StoredRecord::note,   &StoredRecord::body,    &StoredRecord::places};
-constexpr std::string_view record_columns = "server, who, action, asked, outcome, text, note, body, places";
-
-PostgresStatement write_records(PostgresSchema const& schema, LibraryEdit const& edit)
-{
-    // Where an edit has no record, one without texts stands for it: whoever asks for the edit finds it.
-    auto const has_records = !edit.records.empty();
-    std::vector<StoredRecord> const nothing(1);
-    auto const& records = has_records ? edit.records : nothing;
-    auto write =
-        PostgresStatement("INSERT INTO " + schema.in("{history}") + " (time, revision, edit, " +
-                          std::string(record_columns) + ", number) SELECT " + postgres_timestamp("clock_timestamp()") +
-                          ", $1, $2, made.* FROM unnest($4, $5, $6, $7, $8, $9, $10, $11, $12, $3) AS made "
-                          "RETURNING number, time");
-    std::int64_t last = has_records ? 0 : -1;
-    write.number(edit.head.position.revision).text(edit.head.position.edit);
-    write.numbers(records, [&last](StoredRecord const& /*record*/) { return ++last; });
-    for (auto const text : record_texts)
-    {
-        write.texts(
-            records, [text](StoredRecord const& record) -> auto const& { return record.*text; });
-    }
-    return write;
-}
-
-PostgresStatement write_head(PostgresSchema const& schema, LibraryHead const& head)
-{
-    auto write = PostgresStatement(
-        schema.in("UPDATE {head} SET revision = $1, edit = $2, sum = $3, last_rank = $4, removals_since = $5"));
-    return write.number(head.position.revision)
-        .text(head.position.edit)
-        .number(stored(head.sum))
-        .number(head.last_rank)
-        .number(head.removals_since);
-}
-
-PostgresStatement notify(PostgresSchema const& schema, std::int64_t revision)
-{
-    return PostgresStatement("SELECT pg_notify($1, $2)").text(schema.channel()).text(std::to_string(revision));
-}
-
-/// How many of the newest revisions keep their removed rows and their records.
-constexpr std::int64_t kept_removals = 10000;
-constexpr std::int64_t kept_records = 100000;
-
-/// The revision from which on removed rows are kept, after an edit: it moves in steps.
-std::int64_t removals_since(LibraryHead const& head)
-{
-    constexpr std::int64_t step = 1000;
-    return std::max(head.removals_since, (head.position.revision - kept_removals) / step * step);
-}
-
-/// Takes out what is too old: now and then, and no more at a time than an edit has time for.
-std::vector<PostgresStatement> clear_away(PostgresSchema const& schema, LibraryHead const& head)
-{
-    constexpr std::int64_t interval = 16;
-    constexpr std::int64_t most = 4000;
-    if (head.position.revision % interval != 0)
-    {
-        return {};
-    }
-    auto rows = PostgresStatement(schema.in("DELETE FROM {entries} WHERE path IN (SELECT path FROM {entries} WHERE "
-                                            "removed AND revision < $1 ORDER BY revision LIMIT $2)"));
-    auto records = PostgresStatement(schema.in("DELETE FROM {history} WHERE (revision, number) IN (SELECT revision, "
-                                               "number FROM {history} WHERE revision <= $1 ORDER BY revision, number "
-                                               "LIMIT $2)"));
-    return {rows.number(head.removals_since).number(most),
-            records.number(head.position.revision - kept_records).number(most)};
-}
-
-} // namespace
-
 std::vector<std::string> PostgresLibrary::commit(LibraryEdit const& edit)
 {
     if (!m_turn)
@@ -193,24 +89,8 @@ std::vector<std::string> PostgresLibrary::commit(LibraryEdit const& edit)
         refuse("an edit needs a turn");
     }
     m_turn.reset();
-    auto head = edit.head;
-    head.removals_since = removals_since(head);
-    std::vector<PostgresStatement> statements{write_records(m_schema, edit), write_rows(m_schema, edit),
-                                              write_head(m_schema, head)};
-    for (auto& statement : clear_away(m_schema, head))
-    {
-        statements.push_back(std::move(statement));
-    }
-    statements.push_back(notify(m_schema, head.position.revision));
-    statements.emplace_back("COMMIT");
-    auto const results = m_connection.commit(statements, PostgresConnection::large);
-    std::vector<std::string> times(edit.records.size());
-    auto const& given = results.front();
-    for (int row = 0; row < given.rows() && !times.empty(); ++row)
-    {
-        times.at(static_cast<std::size_t>(given.number(row, 0)) - 1) = given.text(row, 1);
-    }
-    return times;
+    auto const results = m_connection.commit(PostgresEdit::statements(m_schema, edit), PostgresConnection::large);
+    return PostgresEdit::times(results, edit);
 }
 
 void PostgresLibrary::end_turn() noexcept
@@ -295,7 +175,7 @@ PostgresStatement rows_since(PostgresSchema const& schema, std::int64_t revision
 
 PostgresStatement records_where(PostgresSchema const& schema, std::string const& condition)
 {
-    return PostgresStatement("SELECT revision, edit, time, " + std::string(record_columns) +
+    return PostgresStatement("SELECT revision, edit, time, " + std::string(PostgresEdit::record_columns) +
                              schema.in(" FROM {history} WHERE ") + condition);
 }
 
@@ -382,7 +262,7 @@ std::vector<LibraryRecord> PostgresLibrary::records(PostgresStatement const& sel
         record.edit = found.text(row, 1);
         record.time = found.text(row, 2);
         int column = first_text;
-        for (auto const text : record_texts)
+        for (auto const text : PostgresEdit::record_texts)
         {
             record.*text = found.text(row, column++);
         }

@@ -14,7 +14,7 @@ std::string channel_of(std::string const& schema)
 {
     // PostgreSQL refuses longer names of channels.
     constexpr std::size_t longest = 63;
-    auto const channel = "ravik." + schema;
+    auto channel = "ravik." + schema;
     if (channel.size() <= longest)
     {
         return channel;

@@ -20,16 +20,14 @@ std::string advice(std::string_view state)
 {
     using Advice = std::pair<std::string_view, std::string_view>;
     constexpr std::array advices{
-        Advice{"42501", "the owner of the tables gives the user USAGE on the schema, and SELECT, INSERT, UPDATE and "
-                        "DELETE on its tables, without policies for rows"},
+        Advice{no_right, "the owner of the tables gives the user USAGE on the schema, and SELECT, INSERT, UPDATE and "
+                         "DELETE on its tables, without policies for rows"},
         Advice{"25006", "the database is read-only; name the primary one, or add target_session_attrs=read-write"},
         Advice{"53100", "make room at the database"},
         Advice{"3F000", "'ravik library init' makes the library"},
         Advice{"42P01", "the library's tables are not what they were; put them right from a backup"},
         Advice{"42703", "the library's tables are not what they were; put them right from a backup"},
         Advice{"23514", "a path has at most 2,000 bytes"},
-        Advice{"42710", "it belongs to something else; name another schema"},
-        Advice{"42P07", "it belongs to something else; name another schema"},
     };
     auto const* const found =
         std::find_if(advices.begin(), advices.end(), [state](Advice const& known) { return known.first == state; });

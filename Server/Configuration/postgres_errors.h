@@ -7,8 +7,9 @@
 namespace Ravik::PostgresErrors
 {
 
-/// The state of a name or value that is there already.
+/// The states of a value that is there already, and of a right that is missing.
 inline constexpr std::string_view already_there = "23505";
+inline constexpr std::string_view no_right = "42501";
 
 /// Whether the failure is one of the moment: the database goes down, was waited for too long or has no place.
 bool is_passing(std::string_view state);

@@ -1,5 +1,6 @@
 #include "Configuration/postgres_layout.h"
 
+#include "Configuration/postgres_errors.h"
 #include "Configuration/random_id.h"
 
 #include <array>
@@ -170,7 +171,19 @@ void make_tables(PostgresConnection& connection, PostgresSchema const& schema, b
                              .number(newest)
                              .text(random_id()));
     statements.emplace_back("COMMIT");
-    connection.commit(statements, PostgresConnection::large);
+    try
+    {
+        connection.commit(statements, PostgresConnection::large);
+    }
+    catch (PostgresError const& error)
+    {
+        if (error.state() != PostgresErrors::no_right)
+        {
+            throw;
+        }
+        refuse("the user may not make a library in " + name_of(connection, schema) +
+               "; that takes the right CREATE on the database, or on the schema where it is there and empty");
+    }
 }
 
 } // namespace

@@ -118,6 +118,7 @@ std::vector<LibraryServer> servers(PostgresConnection& connection, PostgresSchem
     auto const rows =
         connection.run(PostgresStatement(schema.in("SELECT name, store FROM {servers} ORDER BY name")), soon);
     std::vector<LibraryServer> servers;
+    servers.reserve(static_cast<std::size_t>(rows.rows()));
     for (int row = 0; row < rows.rows(); ++row)
     {
         servers.push_back({.name = std::string(rows.text(row, 0)), .store = std::string(rows.text(row, 1))});
@@ -164,6 +165,7 @@ std::vector<LibraryPeer> peers(PostgresConnection& connection, PostgresSchema co
         ORDER BY name)"));
     auto const rows = connection.run(select.number(shown(locks_of(library))), soon);
     std::vector<LibraryPeer> peers;
+    peers.reserve(static_cast<std::size_t>(rows.rows()));
     for (int row = 0; row < rows.rows(); ++row)
     {
         peers.push_back({.name = std::string(rows.text(row, 0)),

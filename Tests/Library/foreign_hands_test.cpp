@@ -29,6 +29,8 @@ protected:
     /// A library with an entry and a server.
     ForeignHands()
     {
+        server().run("DO $$ BEGIN CREATE ROLE stranger LOGIN; CREATE ROLE reader LOGIN; "
+                     "CREATE ROLE guarded LOGIN PASSWORD 'right'; EXCEPTION WHEN duplicate_object THEN NULL; END $$");
         join("line1", Kind::Turns);
         edit(*connect("line1", Kind::Turns), {row("recipes/a", 1, R"({"a": 1})")});
     }
@@ -141,8 +143,6 @@ std::string replaced(std::string text, std::string const& name, std::string cons
 TEST_P(ForeignHandsTable, are_told_clearly_and_lose_nothing)
 {
     auto const& given = GetParam();
-    server().run("DO $$ BEGIN CREATE ROLE stranger LOGIN; CREATE ROLE reader LOGIN; "
-                 "CREATE ROLE guarded LOGIN PASSWORD 'right'; EXCEPTION WHEN duplicate_object THEN NULL; END $$");
     TemporaryFolder const folder;
     auto const passes = folder.write("passes", "*:*:*:*:secret\n");
     fs::permissions(passes, fs::perms::owner_read | fs::perms::owner_write);
@@ -186,6 +186,11 @@ TEST_F(ForeignHands, a_library_is_made_once_and_only_where_nothing_else_stands)
         },
         ErrorKind::Refused, "belongs to something else");
     EXPECT_THAT(Library::initialise({settings.postgresql, "empty"}, false), HasSubstr("made an empty library"));
+    expect_failure(
+        [&] {
+            Library::initialise({settings.postgresql + " user=stranger", "new"}, false);
+        },
+        ErrorKind::Refused, "takes the right CREATE on the database");
     run("UPDATE ravik.head SET layout = 0");
     expect_failure([&] { Library::initialise(settings, false); }, ErrorKind::Refused, "init --upgrade");
     expect_failure([&] { Library::initialise(settings, true); }, ErrorKind::Refused, "no version of this program made");

@@ -71,6 +71,7 @@ fs::path programs()
 pid_t spawn(std::vector<std::string> arguments, int output, int signal)
 {
     std::vector<char*> pointers;
+    pointers.reserve(arguments.size() + 1);
     for (auto& argument : arguments)
     {
         pointers.push_back(argument.data());
@@ -227,7 +228,7 @@ std::string PostgresServer::make_database(std::string const& name, std::string c
 
 std::filesystem::path PostgresServer::write(std::string const& name, std::string const& content) const
 {
-    auto const file = m_folder.write(name, content);
+    auto file = m_folder.write(name, content);
     fs::permissions(file, fs::perms::owner_read | fs::perms::owner_write);
     hand_over(file);
     return file;
