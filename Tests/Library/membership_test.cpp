@@ -190,7 +190,7 @@ TEST_F(Membership, brings_project_and_library_together)
     for (auto const& each : cases)
     {
         SCOPED_TRACE(each.what);
-        run("DROP SCHEMA ravik CASCADE");
+        run("SET client_min_messages = warning; DROP SCHEMA ravik CASCADE");
         Library::initialise(settings, false);
         if (!each.library.empty())
         {
@@ -295,7 +295,7 @@ TEST_F(Membership, lets_a_side_decide_where_the_library_went_back)
     auto const bread = std::string("{\"values\":{}}");
     for (auto const side : {Side::Ours, Side::Theirs})
     {
-        run("DROP SCHEMA ravik CASCADE");
+        run("SET client_min_messages = warning; DROP SCHEMA ravik CASCADE");
         Library::initialise(settings, false);
         stock({{"A", bread}, {"Gone", bread}});
         Line const line(settings);
