@@ -18,6 +18,7 @@
 
 #include "Project/report_values.h"
 
+#include <algorithm>
 #include <charconv>
 #include <map>
 #include <optional>
@@ -116,15 +117,23 @@ Value list_value(std::vector<HistoryRecord> const& records)
 
 void print_list(std::vector<HistoryRecord> const& records, Output& output)
 {
-    Table table({"NUMBER", "TIME", "WHO", "OUTCOME", "ASKED", "NOTE"});
+    auto const is_of_library = [](HistoryRecord const& record) { return !record.server.empty(); };
+    auto const has_servers = std::any_of(records.begin(), records.end(), is_of_library);
+    Table table(has_servers ? std::vector<std::string>{"NUMBER", "TIME", "SERVER", "WHO", "OUTCOME", "ASKED", "NOTE"}
+                            : std::vector<std::string>{"NUMBER", "TIME", "WHO", "OUTCOME", "ASKED", "NOTE"});
     for (auto const& record : records)
     {
-        table.add({{std::to_string(record.id)},
-                   {record.time},
-                   {record.who},
-                   outcome_cell(record),
-                   {shortened(record.asked, widest_cell)},
-                   {shortened(record.note, widest_cell)}});
+        std::vector<Cell> row{{std::to_string(record.id)},
+                              {record.time},
+                              {record.who},
+                              outcome_cell(record),
+                              {shortened(record.asked, widest_cell)},
+                              {shortened(record.note, widest_cell)}};
+        if (has_servers)
+        {
+            row.insert(row.begin() + 2, Cell{record.server});
+        }
+        table.add(std::move(row));
     }
     table.print(output);
     if (records.empty())

@@ -67,7 +67,9 @@ void print_status(LibraryStatus const& status, Output& output)
 
 std::string status_text(LibraryStatus const& status)
 {
-    return status.has_joined() ? library_note(status) : std::string();
+    return status.takes_edits()
+               ? std::string()
+               : std::string("types and recipes can't be edited here: the server is ") + name_of(status.state);
 }
 
 Side side_of(Invocation const& invocation)
