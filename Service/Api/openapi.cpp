@@ -179,6 +179,7 @@ Value components()
                    {"status", map({{"type", text_value("integer")}})},
                    {"code", text},
                    {"detail", text},
+                   {"edit", text},
                    {"errors", map({{"type", text_value("array")},
                                    {"items", map({{"type", text_value("object")},
                                                   {"properties", map({{"pointer", text}, {"detail", text}})}})}})}})}});

@@ -28,6 +28,7 @@ public:
     ActiveReport found_active;
     std::vector<Finding> findings;
     LibraryStatus library;
+    bool is_writable = true;
 
     std::vector<std::string> const& warnings() const noexcept override { return told_at_opening; }
     RavikSrv::Session begin_request() override { return RavikSrv::Session(++m_requests); }
@@ -62,7 +63,7 @@ public:
         return found_active;
     }
     Revisions revisions() const noexcept override { return {.configuration = 3, .history = -4, .activity = 5}; }
-    bool takes_edits() const noexcept override { return true; }
+    bool takes_edits() const noexcept override { return is_writable; }
     LibraryStatus library_status(std::chrono::milliseconds wait) override
     {
         library.newest += wait.count();

@@ -62,7 +62,7 @@ TEST(Calls, bring_back_every_part_of_a_result)
                            .text = "t"}};
     project.remembered.text = "history";
     project.remembered.records = {
-        {.id = -7, .time = "now", .who = "anna", .action = "edit", .body = Value(2), .server = "Line 1", .edit = "e2"}};
+        {.id = -7, .time = "now", .who = "anna", .action = "edit", .server = "Line 1", .edit = "e2", .body = Value(2)}};
     project.library = {.state = LibraryStatus::State::Stopped,
                        .address = "dbname=r",
                        .schema = "s",
