@@ -1,5 +1,5 @@
-# What the demonstrations share. They set `ravik`, the built program, and `project`, the folder it works in; those on
-# devices also `device`, the built program that plays one, and `examples`, the folder of the examples.
+# What the demonstrations share. They set `ravik`, the built program, and `project`, the folder it works in; the one with
+# several projects also `prompt`, what stands before a command, those on devices `device`, the built program that plays one, and `examples`, the folder of the examples.
 # shellcheck shell=bash disable=SC2154
 
 heading()
@@ -13,17 +13,18 @@ fail()
     exit 1
 }
 
-# Runs `ravik` in the project, shows the command and what it prints, and insists on the exit status. What was printed
-# is in `output` afterwards.
+# Runs `ravik` in the project, shows the command and what it prints, or so many lines of the end as `shown` says, and
+# insists on the exit status. What was printed is in `output` afterwards.
 expect()
 {
     local status=0 expected=$1
     shift
-    printf '$ ravik'
+    printf '%s$ ravik' "${prompt:-}"
     printf ' %q' "$@"
     printf '\n'
     output=$("$ravik" --project "$project" "$@" 2>&1) || status=$?
-    printf '%s\n\n' "$output"
+    tail -n "${shown:-+1}" <<<"$output"
+    printf '\n'
     ((status == expected)) || fail "'ravik $*' ended with exit status $status instead of $expected"
 }
 
