@@ -274,6 +274,7 @@ for line in line-1 line-2 line-3; do
 done
 (cd "$folder" && sha256sum line-?.json)
 printf '\n'
-expect 0 library status
+await "line-1 is not connected" answers "line-1" library status
+expect_soon line-2 library status
 
 heading "That was the demonstration; the lines and the database are ended, and $folder is removed"
