@@ -55,7 +55,7 @@ void print_status(LibraryStatus const& status, Output& output)
     line("Store:    ", status.copy_failure.empty() ? "" : "could not be brought forward: " + status.copy_failure);
     for (auto const& edit : status.unknown_edits)
     {
-        line("Unknown:  ", "whether edit " + edit + " was made; 'ravik history show " + edit + "' tells");
+        line("Unknown:  ", "'ravik history show " + edit + "' tells whether that edit was made");
     }
     Table table({"CONNECTED", "FROM", "SINCE"});
     for (auto const& peer : status.peers)

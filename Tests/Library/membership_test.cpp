@@ -120,12 +120,12 @@ protected:
     }
 };
 
-Rows const types{{"recipeTypeList", {}}, {"recipeTypeList::Dough", "{\"members\":{}}"}};
+Rows const types{{"recipeTypeList", {}}, {"recipeTypeList::Dough", R"({"members":{}})"}};
 
 TEST_F(Membership, brings_project_and_library_together)
 {
-    auto const bread = "{\"values\":{\"a\":1.0}}";
-    auto const other = "{\"values\":{\"a\":2}}";
+    auto const bread = R"({"values":{"a":1.0}})";
+    auto const other = R"({"values":{"a":2}})";
     struct Case
     {
         char const* what;
@@ -292,7 +292,7 @@ TEST_F(Membership, gives_a_copied_store_an_identity_of_its_own)
 
 TEST_F(Membership, lets_a_side_decide_where_the_library_went_back)
 {
-    auto const bread = std::string("{\"values\":{}}");
+    auto const bread = std::string(R"({"values":{}})");
     for (auto const side : {Side::Ours, Side::Theirs})
     {
         run("SET client_min_messages = warning; DROP SCHEMA ravik CASCADE");
