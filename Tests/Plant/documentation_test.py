@@ -139,6 +139,27 @@ class Plant(unittest.TestCase):
         two.ravik("library", "join", "--theirs")
         self.expect("following", 150.0, one, two)
 
+    def test_a_lost_database_is_made_anew_of_the_lines_copies(self):
+        one, two = self.make_lines()
+        self.edit(one, 130.0)
+        with Cluster() as another:
+            one.block(self.admin, another)
+            for line in (one, two):
+                line.set(self.settings, [another])
+            self.expect("stopped", 130.0, one)
+            one.ravik("library", "init")
+            one.ravik("library", "join")
+            two.ravik("library", "join", "--theirs")
+            self.expect("following", 130.0, one, two)
+
+    def test_a_restored_store_catches_up(self):
+        one, two = self.make_lines()
+        two.ravik("store", "backup", "backup.db")
+        self.edit(one, 130.0)
+        self.expect("following", 130.0, two)
+        two.ravik("store", "restore", "--force", "backup.db")
+        self.expect("following", 130.0, two)
+
     def test_lines_go_over_to_a_promoted_standby(self):
         settings, = blocks("json", "A standby")
         one, two = self.make_lines()
