@@ -183,7 +183,7 @@ PostgresConnection::Answer PostgresConnection::exchange(std::vector<PostgresStat
     {
         auto const deadline = Clock::now() + most;
         send(statements);
-        receive(answer, statements.size(), deadline);
+        receive(answer, statements, deadline);
     }
     catch (LibraryError const& lost)
     {
@@ -211,21 +211,7 @@ void PostgresConnection::send(std::vector<PostgresStatement> const& statements)
 {
     for (auto const& statement : statements)
     {
-        std::vector<Oid> types;
-        std::vector<char const*> values;
-        std::vector<int> lengths;
-        for (auto const& parameter : statement.parameters())
-        {
-            types.push_back(parameter.type);
-            values.push_back(parameter.bytes.data());
-            lengths.push_back(static_cast<int>(parameter.bytes.size()));
-        }
-        std::vector<int> const formats(values.size(), 1);
-        if (PQsendQueryParams(m_connection.get(), statement.sql().c_str(), static_cast<int>(values.size()),
-                              types.data(), values.data(), lengths.data(), formats.data(), 0) == 0)
-        {
-            lose_link();
-        }
+        send(statement);
     }
     if (PQpipelineSync(m_connection.get()) == 0)
     {
@@ -233,28 +219,75 @@ void PostgresConnection::send(std::vector<PostgresStatement> const& statements)
     }
 }
 
-void PostgresConnection::receive(Answer& answer, std::size_t statements, Clock::time_point deadline)
+void PostgresConnection::send(PostgresStatement const& statement)
 {
-    for (std::size_t index = 0; index != statements; ++index)
+    std::vector<Oid> types;
+    std::vector<char const*> values;
+    std::vector<int> lengths;
+    for (auto const& parameter : statement.parameters())
     {
-        auto result = next_result(deadline);
-        if (result.status() == PGRES_FATAL_ERROR && !answer.failure)
+        types.push_back(parameter.type);
+        values.push_back(parameter.bytes.data());
+        lengths.push_back(static_cast<int>(parameter.bytes.size()));
+    }
+    std::vector<int> const formats(values.size(), 1);
+    auto const count = static_cast<int>(values.size());
+    auto* const connection = m_connection.get();
+    auto const* const sql = statement.sql().c_str();
+    if (!statement.is_kept())
+    {
+        PQsendQueryParams(connection, sql, count, types.data(), values.data(), lengths.data(), formats.data(), 0) == 0
+            ? lose_link()
+            : void();
+        return;
+    }
+    auto const next_name = "ravik_" + std::to_string(m_kept.size());
+    auto& [name, state] = m_kept.try_emplace(statement.sql(), Kept{.name = next_name}).first->second;
+    auto const is_missing = state == Kept::State::Missing;
+    if ((is_missing && PQsendPrepare(connection, name.c_str(), sql, count, types.data()) == 0) ||
+        PQsendQueryPrepared(connection, name.c_str(), count, values.data(), lengths.data(), formats.data(), 0) == 0)
+    {
+        lose_link();
+    }
+    state = is_missing ? Kept::State::Sent : state;
+}
+
+void PostgresConnection::receive(Answer& answer, std::vector<PostgresStatement> const& statements,
+                                 Clock::time_point deadline)
+{
+    for (auto const& statement : statements)
+    {
+        auto const kept = statement.is_kept() ? m_kept.find(statement.sql()) : m_kept.end();
+        if (kept != m_kept.end() && kept->second.state == Kept::State::Sent)
         {
-            auto const state = result.diagnosis(PG_DIAG_SQLSTATE);
-            // Without a state it is libpq that failed: the connection is lost.
-            state.empty() ? lose_link() : void(answer.failure = error_of(result));
+            auto const before = answer.results.size();
+            receive_one(answer, deadline);
+            kept->second.state = answer.failure ? Kept::State::Missing : Kept::State::There;
+            answer.results.erase(answer.results.begin() + static_cast<std::ptrdiff_t>(before), answer.results.end());
         }
-        if (!answer.failure)
-        {
-            answer.results.push_back(std::move(result));
-        }
-        // Behind the results of a statement stands nothing.
-        next_result(deadline);
+        receive_one(answer, deadline);
     }
     if (next_result(deadline).status() != PGRES_PIPELINE_SYNC)
     {
         lose_link();
     }
+}
+
+void PostgresConnection::receive_one(Answer& answer, Clock::time_point deadline)
+{
+    auto result = next_result(deadline);
+    if (result.status() == PGRES_FATAL_ERROR && !answer.failure)
+    {
+        auto const state = result.diagnosis(PG_DIAG_SQLSTATE);
+        // Without a state it is libpq that failed: the connection is lost.
+        state.empty() ? lose_link() : void(answer.failure = error_of(result));
+    }
+    if (!answer.failure)
+    {
+        answer.results.push_back(std::move(result));
+    }
+    // Behind the results of a statement stands nothing.
+    next_result(deadline);
 }
 
 PostgresResult PostgresConnection::next_result(Clock::time_point deadline)

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <chrono>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -93,7 +94,9 @@ private:
     Answer exchange(std::vector<PostgresStatement> const& statements, Milliseconds most, Kind loss);
     void expect_link();
     void send(std::vector<PostgresStatement> const& statements);
-    void receive(Answer& answer, std::size_t statements, Clock::time_point deadline);
+    void send(PostgresStatement const& statement);
+    void receive(Answer& answer, std::vector<PostgresStatement> const& statements, Clock::time_point deadline);
+    void receive_one(Answer& answer, Clock::time_point deadline);
     PostgresResult next_result(Clock::time_point deadline);
     /// Waits until the connection can be read, also written or `wake` be read; returns whether it is the connection.
     bool is_ready(bool to_write, Clock::time_point deadline, int wake);
@@ -109,6 +112,22 @@ private:
     std::string m_loss;
     /// Whether the database warned of something since the last statements were sent.
     bool m_warned = false;
+
+    /// A statement that the database keeps for this connection.
+    struct Kept
+    {
+        enum class State
+        {
+            Missing,
+            /// Sent to it, and not answered.
+            Sent,
+            There,
+        };
+        std::string name;
+        State state = State::Missing;
+    };
+    /// By the texts.
+    std::map<std::string, Kept> m_kept;
 };
 
 } // namespace Ravik

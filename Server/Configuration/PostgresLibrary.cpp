@@ -66,11 +66,11 @@ LibraryHead PostgresLibrary::begin_turn()
     // Those who wait for a row that is changed meanwhile are passed by others; those who wait for this lock are not.
     // The head is locked besides, for whoever edits it without asking.
     auto lock = PostgresStatement("SELECT pg_advisory_xact_lock($1::integer, $2::integer)");
-    lock.number(PostgresMembership::locks_of(m_id)).number(PostgresMembership::turn);
+    lock.kept().number(PostgresMembership::locks_of(m_id)).number(PostgresMembership::turn);
     try
     {
         auto const results = m_connection.run({PostgresStatement("BEGIN ISOLATION LEVEL READ COMMITTED"), lock,
-                                               PostgresLayout::select_head(m_schema, true)},
+                                               PostgresLayout::select_head(m_schema, true).kept()},
                                               PostgresConnection::turn);
         m_turn = PostgresLayout::head_of(results.back(), m_connection, m_schema);
         return *m_turn;

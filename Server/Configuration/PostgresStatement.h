@@ -24,6 +24,13 @@ public:
 
     explicit PostgresStatement(std::string sql) : m_sql(std::move(sql)) {}
 
+    /// Of a statement that a connection runs again and again: it is parsed and planned once.
+    PostgresStatement& kept() noexcept
+    {
+        m_is_kept = true;
+        return *this;
+    }
+
     PostgresStatement& text(std::string_view value);
     PostgresStatement& number(std::int64_t value);
 
@@ -59,6 +66,7 @@ public:
 
     std::string const& sql() const noexcept { return m_sql; }
     std::vector<Parameter> const& parameters() const noexcept { return m_parameters; }
+    bool is_kept() const noexcept { return m_is_kept; }
 
 private:
     static constexpr unsigned flag_type = 16;
@@ -74,6 +82,7 @@ private:
 
     std::string m_sql;
     std::vector<Parameter> m_parameters;
+    bool m_is_kept = false;
 };
 
 } // namespace Ravik

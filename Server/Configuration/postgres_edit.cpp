@@ -109,13 +109,13 @@ std::vector<PostgresStatement> statements(PostgresSchema const& schema, LibraryE
 {
     auto head = edit.head;
     head.removals_since = removals_since(head);
-    std::vector<PostgresStatement> statements{write_records(schema, edit), write_rows(schema, edit),
-                                              write_head(schema, head)};
+    std::vector<PostgresStatement> statements{write_records(schema, edit).kept(), write_rows(schema, edit).kept(),
+                                              write_head(schema, head).kept()};
     for (auto& statement : clear_away(schema, head))
     {
         statements.push_back(std::move(statement));
     }
-    statements.push_back(notify(schema, head.position.revision));
+    statements.push_back(notify(schema, head.position.revision).kept());
     statements.emplace_back("COMMIT");
     return statements;
 }
