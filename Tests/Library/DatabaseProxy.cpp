@@ -163,7 +163,7 @@ void DatabaseProxy::accept()
 void DatabaseProxy::carry(Link& link)
 {
     std::string bytes;
-    auto& [to_database, to_server, message, sent, is_editing, loses_answer, is_over] = link;
+    auto& [to_database, to_server, message, sent, loses_answer, is_over] = link;
     if (goes_through(true))
     {
         if (to_database.unsent.size() < most_unsent)
@@ -190,13 +190,11 @@ void DatabaseProxy::take_from_server(Link& link, std::string_view bytes)
 {
     link.to_database.unsent.append(bytes);
     link.sent.append(bytes);
-    // A statement ends with a zero; that of an edit's end is the first one behind its notification.
+    // A statement ends with a zero, and nothing but an edit ends with this one.
     constexpr std::string_view commit("COMMIT\0", 7);
-    link.is_editing = link.is_editing || link.sent.find("pg_notify") != std::string::npos;
     if (link.sent.find(commit) != std::string::npos)
     {
-        link.loses_answer = link.loses_answer || (link.is_editing && m_loses_answer.exchange(false));
-        link.is_editing = false;
+        link.loses_answer = link.loses_answer || m_loses_answer.exchange(false);
         link.sent.clear();
     }
     link.sent.erase(0, link.sent.size() - std::min(link.sent.size(), longest_word));

@@ -64,7 +64,6 @@ private:
         std::string message{};
         /// The end of what the server sent.
         std::string sent{};
-        bool is_editing = false;
         bool loses_answer = false;
         bool is_over = false;
     };
