@@ -180,7 +180,7 @@ EditReport RandomEditor::delete_recipe(Project& project)
 /// What deletes took away comes again by this.
 EditReport RandomEditor::import_some(Project& project)
 {
-    constexpr std::size_t recipes = 12;
+    constexpr std::size_t recipes = 20;
     std::string text;
     auto const type = below(first_types.size());
     for (std::size_t each = 0; each < first_types.size(); ++each)

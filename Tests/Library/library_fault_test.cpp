@@ -70,8 +70,12 @@ private:
     void check_histories();
     void print() const;
     void last(milliseconds most) { ::poll(nullptr, 0, static_cast<int>(some_time(most, m_random) / milliseconds(1))); }
-    /// Mostly short, at times longer than what waits for it.
-    void last_some_time() { last(m_random() % 8 == 0 ? milliseconds(6000) : milliseconds(400)); }
+    /// Mostly short, at times longer than the database waits for who has the turn.
+    void last_some_time()
+    {
+        auto const choice = m_random() % 16;
+        last(milliseconds(choice == 0 ? 15'000 : choice < 3 ? 3'000 : 400));
+    }
 
     void kill_server(ServedLine& line);
     void freeze_server(ServedLine& line);

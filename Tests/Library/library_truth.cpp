@@ -88,6 +88,21 @@ void expect_same(std::string const& name, Value const& tree, std::string const& 
                                    excerpt(other_text, position) + "…");
 }
 
+std::string listed_recipes(Project& project)
+{
+    std::string listed;
+    for (auto const& type : entry_paths("recipeTypeList", tree_of(project)))
+    {
+        listed += type + ":";
+        for (auto const& name : project.recipes_of(relative_name(type)).names)
+        {
+            listed += " " + name;
+        }
+        listed += "\n";
+    }
+    return listed;
+}
+
 // References ----------------------------------------------------------------------------------------------------------
 
 namespace

@@ -30,6 +30,9 @@ RavikSrv::Value tree_of(Project const& project);
 void expect_same(std::string const& name, RavikSrv::Value const& tree, std::string const& other_name,
                  RavikSrv::Value const& other);
 
+/// What the extension lists for each type.
+std::string listed_recipes(Project& project);
+
 /// What names a recipe or type that is not there; empty where there is none.
 std::string broken_reference(RavikSrv::Value const& tree);
 /// The same as the project itself finds it.

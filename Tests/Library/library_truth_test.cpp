@@ -210,8 +210,13 @@ void run(Form const& form)
         {
             database.stop();
         }
+        auto const listed = listed_recipes(*server->project);
         server->reopen();
         expect_same(server->name + ", opened anew,", tree_of(*server->project), "the library", last.tree);
+        auto const listed_anew = listed_recipes(*server->project);
+        expect(listed == listed_anew, "the extension of " + server->name +
+                                          " knew other recipes, or in another order, " +
+                                          "than one that was started anew: " + listed + "and\n" + listed_anew);
     }
     std::cout << attempts.size() << " edits, of which " << last.records.size() << " were made; " << load.reads()
               << " reads\n";
