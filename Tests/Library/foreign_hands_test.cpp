@@ -352,6 +352,12 @@ TEST_F(ForeignHands, a_pooler_of_transactions_is_found_out)
     auto const turns = Library::connect(through, caller("line1"), Kind::Turns);
     expect_failure([&] { following->check_notifications(*turns); }, ErrorKind::Refused,
                    "does not pass notifications on, as it is through a pooler of transactions");
+    // So it is where somebody puts it there later.
+    static_cast<void>(turns->begin_turn());
+    turns->end_turn();
+    auto const others = Library::connect(through, caller("line1"), Kind::Turns);
+    expect_failure([&] { static_cast<void>(others->begin_turn()); }, ErrorKind::Refused,
+                   "(what stands between gives this session to others; name the database itself)");
     // The store is free again for a link that goes to the database itself.
     EXPECT_NO_THROW(connect("line1", Kind::Following, "another process"));
 }
