@@ -31,6 +31,14 @@ std::uint64_t checksum_of(LibraryRow const& row)
 
 } // namespace
 
+std::string LibraryDraft::objection(std::string const& path)
+{
+    return path.size() <= longest_path
+               ? std::string()
+               : "a library takes paths of up to " + std::to_string(longest_path) + " bytes, and one is " +
+                     std::to_string(path.size()) + " bytes long: " + path.substr(0, 100) + "…";
+}
+
 LibraryDraft::LibraryDraft(Copy copy, LibraryHead const& head)
     : m_copy(std::move(copy)), m_sum(head.sum), m_last_rank(head.last_rank)
 {
@@ -38,10 +46,9 @@ LibraryDraft::LibraryDraft(Copy copy, LibraryHead const& head)
 
 void LibraryDraft::put(std::string const& /*domain*/, std::string const& path, RavikSrv::Value const* value)
 {
-    if (path.size() > longest_path)
+    if (auto const why = objection(path); !why.empty())
     {
-        throw StoreError("a library takes paths of up to " + std::to_string(longest_path) + " bytes, and one is " +
-                         std::to_string(path.size()) + " bytes long: " + path.substr(0, 100) + "…");
+        throw StoreError(why);
     }
     auto& row = row_at(path);
     if (row.now.is_removed)

@@ -25,6 +25,9 @@ public:
         std::function<std::vector<LibraryRow>(std::string const& path)> rows_below;
     };
 
+    /// Why a library takes no row at the path, empty where it does.
+    static std::string objection(std::string const& path);
+
     /// `head` is the library's before the edit; the copy is as far.
     LibraryDraft(Copy copy, LibraryHead const& head);
 

@@ -1,5 +1,6 @@
 #include "Project/Joining.h"
 
+#include "Configuration/LibraryDraft.h"
 #include "Configuration/StoreError.h"
 #include "Configuration/configuration_keys.h"
 #include "Configuration/place_changes.h"
@@ -25,8 +26,7 @@ using RavikSrv::Value;
 namespace
 {
 
-/// In bytes; what an index of the database takes.
-constexpr std::size_t longest_path = 2000;
+/// In bytes.
 constexpr std::size_t longest_name = 63;
 
 [[noreturn]] void refuse(std::string const& why)
@@ -96,10 +96,9 @@ void check_paths(std::vector<LibraryRow> const& rows)
 {
     for (auto const& row : rows)
     {
-        if (row.path.size() > longest_path)
+        if (auto const why = LibraryDraft::objection(row.path); !why.empty())
         {
-            refuse("a library takes paths of up to " + std::to_string(longest_path) + " bytes, and one is " +
-                   std::to_string(row.path.size()) + " bytes long: " + row.path.substr(0, 100) + "…");
+            refuse(why);
         }
     }
 }
