@@ -28,14 +28,6 @@ PostgresServer::Options database_options()
 /// The proxies read what passes.
 constexpr char const* line_settings = "user=postgres dbname=postgres sslmode=disable gssencmode=disable";
 
-std::string told(LibraryStatus const& status)
-{
-    constexpr auto states =
-        std::to_array<char const*>({"none", "not joined", "connecting", "following", "alone", "stopped"});
-    return std::string(states.at(static_cast<std::size_t>(status.state))) + " at revision " +
-           std::to_string(status.position.revision) + (status.why.empty() ? "" : ": " + status.why);
-}
-
 } // namespace
 
 SharedLines::SharedLines(int count) : m_database(std::make_unique<PostgresServer>(database_options()))
@@ -132,6 +124,14 @@ LibraryStatus SharedLines::await(ServedLine const& line, LibraryStatus::State st
                                   });
     expect(is_so, line.name() + " is " + told(status));
     return status;
+}
+
+std::string told(LibraryStatus const& status)
+{
+    constexpr auto states =
+        std::to_array<char const*>({"none", "not joined", "connecting", "following", "alone", "stopped"});
+    return std::string(states.at(static_cast<std::size_t>(status.state))) + " at revision " +
+           std::to_string(status.position.revision) + (status.why.empty() ? "" : ": " + status.why);
 }
 
 int patience()

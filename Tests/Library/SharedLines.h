@@ -42,6 +42,9 @@ private:
     std::vector<std::unique_ptr<ServedLine>> m_lines;
 };
 
+/// A server's state, for a message.
+std::string told(LibraryStatus const& status);
+
 /// How many times as long as they are to take things may take here, since it is busy or slow: the environment variable
 /// RAVIK_TEST_PATIENCE, 1 without.
 int patience();

@@ -36,6 +36,16 @@ constexpr int clients = 2;
 /// How many faults pass before the histories are looked at.
 constexpr int faults_of_round = 10;
 
+/// What the last edits were answered with.
+std::string last_texts(std::vector<Attempt> const& attempts)
+{
+    constexpr std::ptrdiff_t most = 12;
+    std::string text;
+    std::for_each(attempts.end() - std::min(most, std::ssize(attempts)), attempts.end(),
+                  [&](Attempt const& attempt) { text += attempt.asked + ": " + attempt.text + "\n"; });
+    return text;
+}
+
 class Faults
 {
 public:
@@ -127,18 +137,19 @@ void Faults::make_one()
     auto& line = m_lines.at(m_random() % servers);
     m_clients.resume();
     last(milliseconds(300));
-    (this->*kind.make)(line);
     ++m_made[kind.name];
     try
     {
+        (this->*kind.make)(line);
         m_slowest = std::max(m_slowest, m_lines.await_all(std::chrono::seconds(3 * patience())));
         m_clients.pause();
         static_cast<void>(m_lines.expect_one_truth(m_checked.head.position));
     }
     catch (std::exception const& error)
     {
-        throw std::runtime_error(std::string("after ") + kind.name + " at " + line.name() + ": " + error.what() + "\n" +
-                                 line.log());
+        m_clients.pause();
+        throw std::runtime_error(std::string(kind.name) + " at " + line.name() + ": " + error.what() + "\n" +
+                                 line.log() + last_texts(m_clients.take()));
     }
     line.line().lose_notifications(false);
 }
@@ -206,7 +217,7 @@ void Faults::lose_answer(ServedLine& line)
 {
     line.line().lose_answer();
     expect(eventually(std::chrono::seconds(20 * patience()), [&] { return line.line().has_lost_answer(); }),
-           "nothing is edited at " + line.name());
+           "nothing is edited at " + line.name() + ", which is " + told(line.reach()->library_status({})));
 }
 
 /// They are lost until the server is known to have caught up all the same.
@@ -215,7 +226,7 @@ void Faults::lose_notifications(ServedLine& line)
     auto const before = line.line().lost_notifications();
     line.line().lose_notifications(true);
     expect(eventually(std::chrono::seconds(20 * patience()), [&] { return line.line().lost_notifications() > before; }),
-           "nothing is told to " + line.name());
+           "nothing is told to " + line.name() + ", which is " + told(line.reach()->library_status({})));
 }
 
 // What must hold ------------------------------------------------------------------------------------------------------
