@@ -3,6 +3,7 @@
 #include "Configuration/LibraryError.h"
 #include "Configuration/StoredRecord.h"
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <memory>
@@ -177,9 +178,9 @@ public:
 
     // Following.
 
-    /// Waits until a revision was told of, or for that long; returns whether it was. `wake` is a file descriptor that
-    /// ends the wait when it can be read.
-    virtual bool wait(std::chrono::milliseconds most, int wake) = 0;
+    /// Waits until a revision beyond `known` was told of, or for that long; returns whether it was. `known` may grow
+    /// meanwhile. `wake` is a file descriptor that ends the wait when it can be read.
+    virtual bool wait(std::chrono::milliseconds most, int wake, std::atomic<std::int64_t> const& known) = 0;
 
     // Membership.
 

@@ -337,14 +337,15 @@ void PostgresConnection::take_input()
 
 // Notifications -------------------------------------------------------------------------------------------------------
 
-std::optional<std::string> PostgresConnection::notification()
+std::optional<PostgresConnection::Notification> PostgresConnection::notification()
 {
     struct Free
     {
         void operator()(PGnotify* notify) const noexcept { PQfreemem(notify); }
     };
     std::unique_ptr<PGnotify, Free> const notify(m_connection == nullptr ? nullptr : PQnotifies(m_connection.get()));
-    return notify == nullptr ? std::nullopt : std::optional<std::string>(notify->relname);
+    return notify == nullptr ? std::nullopt
+                             : std::optional(Notification{.channel = notify->relname, .text = notify->extra});
 }
 
 bool PostgresConnection::wait(Milliseconds most, int wake)

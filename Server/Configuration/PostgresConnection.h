@@ -64,8 +64,13 @@ public:
     /// Ends the open transaction without a trace, also by closing the connection.
     void roll_back() noexcept;
 
-    /// The channel of the next notification that has come, nothing where there is none.
-    std::optional<std::string> notification();
+    struct Notification
+    {
+        std::string channel;
+        std::string text;
+    };
+    /// The next notification that has come, nothing where there is none.
+    std::optional<Notification> notification();
     /// Waits until something comes from the database, `wake` (-1 for none) can be read, or the time is up. Returns
     /// whether something came.
     bool wait(Milliseconds most, int wake);

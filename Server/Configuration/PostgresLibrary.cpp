@@ -9,6 +9,8 @@
 
 #include <algorithm>
 #include <bit>
+#include <charconv>
+#include <limits>
 
 namespace Ravik
 {
@@ -272,16 +274,30 @@ std::vector<LibraryRecord> PostgresLibrary::records(PostgresStatement const& sel
 
 // Following -----------------------------------------------------------------------------------------------------------
 
-bool PostgresLibrary::wait(milliseconds most, int wake)
+namespace
+{
+
+/// The revision that a notification tells of; the highest where it is no number, so that it is looked after.
+std::int64_t revision_in(std::string const& text)
+{
+    std::int64_t revision = 0;
+    auto const [end, error] = std::from_chars(text.data(), text.data() + text.size(), revision);
+    return error == std::errc() && end == text.data() + text.size() ? revision
+                                                                    : std::numeric_limits<std::int64_t>::max();
+}
+
+} // namespace
+
+bool PostgresLibrary::wait(milliseconds most, int wake, std::atomic<std::int64_t> const& known)
 {
     using Clock = std::chrono::steady_clock;
     auto const deadline = Clock::now() + most;
     for (auto comes = true; comes;)
     {
         auto is_told = false;
-        while (auto const channel = m_connection.notification())
+        while (auto const told = m_connection.notification())
         {
-            is_told = is_told || *channel == m_schema.channel();
+            is_told = is_told || (told->channel == m_schema.channel() && revision_in(told->text) > known);
         }
         if (is_told)
         {
@@ -352,7 +368,7 @@ bool PostgresLibrary::hears(PostgresLibrary& other)
         m_connection.wait(milliseconds(100), -1);
         while (auto const told = m_connection.notification())
         {
-            is_heard = is_heard || *told == channel;
+            is_heard = is_heard || told->channel == channel;
         }
     }
     m_connection.run(PostgresStatement("UNLISTEN " + PostgresSchema::quoted(channel)), PostgresConnection::soon);

@@ -26,7 +26,7 @@ public:
     LibraryNews everything() override;
     std::optional<LibraryRecord> record_of(std::string const& edit) override;
 
-    bool wait(std::chrono::milliseconds most, int wake) override;
+    bool wait(std::chrono::milliseconds most, int wake, std::atomic<std::int64_t> const& known) override;
 
     std::vector<LibraryServer> servers() override;
     void enter(LibraryServer const& server) override;

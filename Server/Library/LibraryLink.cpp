@@ -147,6 +147,7 @@ Configuration::Gate::Outcome LibraryLink::commit(LibraryDraft const& draft, std:
         record.edit = edit.head.position.edit;
     }
     edit.records = records;
+    m_own_revision = edit.head.position.revision;
     try
     {
         auto const times = m_turns->commit(edit);
@@ -159,6 +160,8 @@ Configuration::Gate::Outcome LibraryLink::commit(LibraryDraft const& draft, std:
     }
     catch (LibraryError const& error)
     {
+        // Another server may make one of that number.
+        m_own_revision = 0;
         if (error.kind() == LibraryError::Kind::Refused)
         {
             return {.position = {}, .failure = error.what(), .unknown_edit = {}};
@@ -270,7 +273,7 @@ void LibraryLink::follow() noexcept
         try
         {
             follow_once();
-            static_cast<void>(m_following->wait(heartbeat, m_wakeup.descriptor()));
+            static_cast<void>(m_following->wait(heartbeat, m_wakeup.descriptor(), m_own_revision));
         }
         catch (LibraryError const& error)
         {

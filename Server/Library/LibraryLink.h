@@ -9,6 +9,7 @@
 #include "Library/Wakeup.h"
 #include "Mutex.h"
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <functional>
@@ -74,6 +75,8 @@ private:
     std::unique_ptr<Library> m_turns;
     LibraryHead m_head;
     bool m_has_turn = false;
+    /// The newest that was made here, or is being made: nobody needs to be told of it.
+    std::atomic<std::int64_t> m_own_revision = 0;
 
     mutable RavikSrv::Mutex m_mutex;
     mutable std::condition_variable_any m_settled;

@@ -354,19 +354,23 @@ TEST_F(PostgresLibraryTest, a_follower_waits_for_news_for_a_wake_or_for_the_time
     auto const follower = join("line1", Kind::Following);
     auto const writer = connect("line2", Kind::Turns);
     follower->check_notifications(*writer);
-    EXPECT_FALSE(follower->wait(10ms, -1));
+    std::atomic<std::int64_t> known = 0;
+    EXPECT_FALSE(follower->wait(10ms, -1, known));
     edit(*writer, {row("a", 1, "{}")});
-    EXPECT_TRUE(follower->wait(10s, -1));
-    EXPECT_FALSE(follower->wait(0ms, -1)) << "told twice of one revision";
-    auto waiting = std::async(std::launch::async, [&] { return follower->wait(10s, -1); });
+    EXPECT_TRUE(follower->wait(10s, -1, known));
+    EXPECT_FALSE(follower->wait(0ms, -1, known)) << "told twice of one revision";
+    auto waiting = std::async(std::launch::async, [&] { return follower->wait(10s, -1, known); });
     edit(*writer, {row("b", 2, "{}")});
     EXPECT_TRUE(waiting.get());
+    known = writer->head().position.revision + 1;
+    edit(*writer, {row("c", 3, "{}")});
+    EXPECT_FALSE(follower->wait(10ms, -1, known)) << "told of what it knows";
 
     std::array<int, 2> ends{};
     ASSERT_EQ(pipe(ends.data()), 0);
     ASSERT_EQ(write(ends[1], "", 1), 1);
     auto const begun = Clock::now();
-    EXPECT_FALSE(follower->wait(10s, ends[0]));
+    EXPECT_FALSE(follower->wait(10s, ends[0], known));
     EXPECT_LT(Clock::now() - begun, 5s);
     close(ends[0]);
     close(ends[1]);
@@ -375,10 +379,10 @@ TEST_F(PostgresLibraryTest, a_follower_waits_for_news_for_a_wake_or_for_the_time
     LibrarySettings const neighbour{settings.postgresql, "other \"ö\" " + std::string(45, 'x')};
     Library::initialise(neighbour, false);
     edit(*Library::connect(neighbour, caller("line2"), Kind::Turns), {row("a", 1, "{}")});
-    EXPECT_FALSE(follower->wait(50ms, -1));
+    EXPECT_FALSE(follower->wait(50ms, -1, known));
 
-    auto ended =
-        std::async(std::launch::async, [&] { return failure_of([&] { static_cast<void>(follower->wait(10s, -1)); }); });
+    auto ended = std::async(std::launch::async,
+                            [&] { return failure_of([&] { static_cast<void>(follower->wait(10s, -1, known)); }); });
     run("SELECT pg_terminate_backend(pid) FROM pg_stat_activity WHERE application_name = 'ravik line1'");
     auto const failure = ended.get();
     ASSERT_TRUE(failure);
