@@ -101,7 +101,7 @@ void print_join(JoinReport const& report, Output& output)
     auto const server = "as '" + report.server + "', at revision " + std::to_string(report.revision);
     if (report.was_joined)
     {
-        output.print("The project has joined the library already, " + server + ".");
+        output.print("The project has joined the library " + server + ", and has its recipes already.");
         return;
     }
     output.print("Joined the library " + server + ". Entries that went to it: " + std::to_string(report.sent) +
@@ -149,7 +149,8 @@ Answer library_init(Invocation& invocation)
 
 Answer library_status(Invocation& invocation)
 {
-    constexpr std::chrono::milliseconds longest_wait{500};
+    // A host that is silent, or a store that is at work elsewhere, too, is told after two.
+    constexpr std::chrono::seconds longest_wait{5};
     auto const project = reach_project(invocation.directory(), invocation.open_options());
     invocation.warn_of(*project);
     auto const status = project->library_status(longest_wait);

@@ -308,7 +308,9 @@ template <typename Edit> ErrorValue Configuration::Turn::edit(std::string const&
 {
     std::vector<Tree::Change> changes;
     RavikSrv::Lock const lock(m_configuration.m_mutex);
-    if (m_configuration.m_failed || (!m_obstacle.empty() && m_configuration.is_shared(domain)))
+    // What comes from a library is true whatever becomes of edits here.
+    auto const is_refusing = m_configuration.m_failed && !m_is_forward;
+    if (is_refusing || (!m_obstacle.empty() && m_configuration.is_shared(domain)))
     {
         return ErrorValue::STORAGE;
     }

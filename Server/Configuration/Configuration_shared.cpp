@@ -167,6 +167,21 @@ void Configuration::Turn::save_shared(LibraryDraft const& draft, LibraryPosition
 
 // Following -----------------------------------------------------------------------------------------------------------
 
+namespace
+{
+
+/// A tree that takes no more than a part of what came would be a wrong one.
+void expect_done(ErrorValue result, std::string const& path)
+{
+    if (result != ErrorValue::SUCCESS)
+    {
+        throw LibraryError(LibraryError::Kind::Refused, "the row \"" + path + "\" of the library fits no place here (" +
+                                                            RavikSrv::get_error_string(result).name() + ")");
+    }
+}
+
+} // namespace
+
 Configuration::Following::Told Configuration::Following::take(LibraryNews const& news)
 {
     auto& configuration = m_configuration;
@@ -186,7 +201,7 @@ Configuration::Following::Told Configuration::Following::take(LibraryNews const&
     {
         if (is_own(path))
         {
-            static_cast<void>(m_turn.remove(domain, path));
+            expect_done(m_turn.remove(domain, path), path);
             told.has_moved = true;
         }
     }
@@ -195,7 +210,7 @@ Configuration::Following::Told Configuration::Following::take(LibraryNews const&
     {
         if (is_own(path))
         {
-            static_cast<void>(m_turn.write(domain, path, value, Tree::WriteMode::ReplaceInPath));
+            expect_done(m_turn.write(domain, path, value, Tree::WriteMode::ReplaceInPath), path);
             told.paths.push_back(path);
             new_ones += is_new ? 1 : 0;
         }
@@ -241,7 +256,7 @@ Configuration::Following::Told Configuration::Following::take_whole(Value const&
     {
         if (tree.find(entry.name()) == tree.end() && is_own(entry.name()))
         {
-            static_cast<void>(m_turn.remove(domain, entry.name()));
+            expect_done(m_turn.remove(domain, entry.name()), entry.name());
             told.has_moved = true;
         }
     }
@@ -250,7 +265,7 @@ Configuration::Following::Told Configuration::Following::take_whole(Value const&
         auto const known = before.find(entry.name());
         if (is_own(entry.name()) && (known == before.end() || !(*known == *entry)))
         {
-            static_cast<void>(m_turn.write(domain, entry.name(), *entry, Tree::WriteMode::Replace));
+            expect_done(m_turn.write(domain, entry.name(), *entry, Tree::WriteMode::Replace), entry.name());
             told.has_moved = true;
         }
     }

@@ -132,6 +132,8 @@ public:
         LibraryServer server;
         /// The same for all links of a process, another one for every other process.
         std::string process;
+        /// The one that the store has joined; empty where it is to join. Another one is refused.
+        std::string library{};
     };
 
     /// Connects to a library that was initialised. A caller's store is held for as long as the link of the kind

@@ -107,7 +107,7 @@ void PostgresConnection::set_up_session()
             ('synchronous_commit', CASE current_setting('synchronous_commit')
                                        WHEN 'remote_apply' THEN 'remote_apply' ELSE 'on' END),
             ('statement_timeout', '15s'),
-            ('lock_timeout', '15s'),
+            ('lock_timeout', '12s'),
             ('idle_in_transaction_session_timeout', '10s'),
             ('tcp_keepalives_idle', '5'),
             ('tcp_keepalives_interval', '2'),

@@ -53,6 +53,12 @@ PostgresLibrary::PostgresLibrary(LibrarySettings const& settings, Caller const& 
 {
     PostgresLayout::expect_library(m_connection, m_schema);
     m_id = head().library;
+    if (!caller.library.empty() && caller.library != m_id)
+    {
+        refuse("the library in " + m_connection.place() + ", schema " + settings.schema +
+               ", is not the one that this server has joined; correct \"library\" in ravik.json, or leave that one "
+               "with 'ravik library leave' and join this");
+    }
     if (kind == Kind::Following)
     {
         PostgresMembership::hold_store(m_connection, m_schema, m_id, caller);
@@ -222,7 +228,9 @@ bool PostgresLibrary::knows(LibraryPosition const& position, LibraryHead const& 
     {
         return position.revision == 0 || position == head.position;
     }
-    auto select = PostgresStatement(m_schema.in("SELECT FROM {history} WHERE revision = $1 AND edit = $2 LIMIT 1"));
+    // Of what is older than the history nobody knows any more which edit made it; such a copy reads everything.
+    auto select = PostgresStatement(m_schema.in("SELECT WHERE $1 < (SELECT min(revision) FROM {history}) OR EXISTS "
+                                                "(SELECT FROM {history} WHERE revision = $1 AND edit = $2)"));
     return m_connection.run(select.number(position.revision).text(position.edit), PostgresConnection::soon).rows() != 0;
 }
 
@@ -244,8 +252,8 @@ std::vector<LibraryRow> PostgresLibrary::rows(PostgresStatement const& select)
                 StoreFormat::checksum({.rank = row.rank, .domain = recipe_domain, .path = row.path, .text = text}))
         {
             refuse("the row '" + row.path + "' of the library in " + m_connection.place() +
-                   " was changed by hand or is damaged: it does not fit its checksum; save it anew at a server that "
-                   "still has it, or put it right from a backup");
+                   " was changed by hand or is damaged: it does not fit its checksum; give it another value, and its "
+                   "own again, at a server that still has it, or put it right from a backup");
         }
         row.text = text;
     }

@@ -29,6 +29,7 @@ std::string advice(std::string_view state)
         Advice{"42703", "the library's tables are not what they were; put them right from a backup"},
         Advice{"26000", "what stands between gives this session to others; name the database itself"},
         Advice{"42P05", "what stands between gives this session to others; name the database itself"},
+        Advice{"55P03", "another server has had the turn for long; try again"},
         Advice{"23514", "a path has at most 2,000 bytes"},
     };
     auto const* const found =

@@ -73,8 +73,9 @@ void Follower::check_library(LibraryHead const& head) const
     auto const copy = m_core.configuration.shared();
     if (copy && copy->library != head.library)
     {
-        refuse("the library there is not the one that this server has joined; correct \"library\" in ravik.json, or "
-               "join it with 'ravik library join'");
+        refuse(
+            "the library has become another one than this server has joined; 'ravik library leave' and 'ravik library "
+            "join' take it for the new one");
     }
 }
 

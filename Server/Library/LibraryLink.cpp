@@ -35,7 +35,9 @@ std::string now_text()
 
 LibraryLink::LibraryLink(LibrarySettings settings, Core& core, History const& history)
     : m_settings(std::move(settings)), m_core(core),
-      m_follower(core, history), m_caller{.server = core.configuration.shared()->server, .process = random_id()}
+      m_follower(core, history), m_caller{.server = core.configuration.shared()->server,
+                                          .process = random_id(),
+                                          .library = core.configuration.shared()->library}
 {
     m_status.state = State::Connecting;
     m_status.address = m_settings.postgresql;

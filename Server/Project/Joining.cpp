@@ -166,6 +166,11 @@ void Joining::connect()
     m_server.name = m_options.name.empty() ? host_name() : m_options.name;
     m_turns = Library::connect(*m_file.library, {.server = m_server, .process = m_process}, Library::Kind::Turns);
     m_library = m_turns->head().library;
+    if (m_copy && m_copy->library != m_library)
+    {
+        refuse("this project has joined another library than the one that ravik.json names; correct \"library\" there, "
+               "or leave that one first with 'ravik library leave'");
+    }
     choose_server();
     if (m_following == nullptr)
     {
@@ -194,7 +199,7 @@ void Joining::choose_server()
     {
         m_server.name = had_joined ? m_copy->server.name : free_name(servers);
     }
-    check_free(servers);
+    claim_name(servers);
 }
 
 /// A store whose id is another server's was copied from it.
@@ -245,15 +250,23 @@ std::string Joining::free_name(std::vector<LibraryServer> const& servers) const
     return is_taken(host) ? longer : host;
 }
 
-void Joining::check_free(std::vector<LibraryServer> const& servers) const
+void Joining::claim_name(std::vector<LibraryServer> const& servers)
 {
     for (auto const& server : servers)
     {
-        if (server.name == m_server.name && server.store != m_server.store)
+        if (server.name != m_server.name || server.store == m_server.store)
+        {
+            continue;
+        }
+        if (m_options.side != Side::Theirs)
         {
             refuse("the library has a server '" + m_server.name +
-                   "' with another store; 'ravik library join NAME' joins under another name");
+                   "' with another store; 'ravik library join NAME' joins under another name, and with --theirs this "
+                   "one takes the place of a server that is gone for good");
         }
+        // Refused where that one is at work.
+        Library::connect(*m_file.library, {.server = server, .process = m_process}, Library::Kind::Following)
+            ->strike(server);
     }
 }
 

@@ -49,7 +49,7 @@ private:
     void choose_server();
     void keep_or_change_identity(LibraryServer const& entered);
     std::string free_name(std::vector<LibraryServer> const& servers) const;
-    void check_free(std::vector<LibraryServer> const& servers) const;
+    void claim_name(std::vector<LibraryServer> const& servers);
     bool knows_copy();
     JoinReport join_again();
     JoinReport join_anew(LibraryHead const& head, bool is_diverged);

@@ -35,7 +35,14 @@ LibraryStatus OpenProject::library_status(std::chrono::milliseconds wait)
     if (m_link != nullptr)
     {
         static_cast<void>(m_link->settle(wait));
-        return m_link->status();
+        auto status = m_link->status();
+        if (!takes_edits() && status.state == LibraryStatus::State::Following)
+        {
+            status.state = LibraryStatus::State::Stopped;
+            status.why = "the copy goes along, but nothing is edited here until the next start, since an earlier edit "
+                         "could not be stored";
+        }
+        return status;
     }
     LibraryStatus status;
     if (m_library)

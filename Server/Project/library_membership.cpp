@@ -49,13 +49,14 @@ template <typename Work> auto with_store(std::filesystem::path const& directory,
 }
 
 /// Has the library forget the server. Returns why it does not, empty where it does.
-std::string strike(ProjectFile const& file, LibraryServer const& server)
+std::string strike(ProjectFile const& file, LibraryServer const& server, std::string const& library_id)
 {
     try
     {
         // A copied store must not strike the one off that it was copied from, which is at work: this link is refused.
         auto const library =
-            Library::connect(library_of(file), {.server = server, .process = random_id()}, Library::Kind::Following);
+            Library::connect(library_of(file), {.server = server, .process = random_id(), .library = library_id},
+                             Library::Kind::Following);
         library->strike(server);
         return {};
     }
@@ -95,7 +96,7 @@ LeaveReport leave_library(std::filesystem::path const& directory, OpenOptions co
                           transaction.commit();
                           return LeaveReport{.revision = copy->position.revision,
                                              .server = copy->server.name,
-                                             .still_known = strike(file, copy->server)};
+                                             .still_known = strike(file, copy->server, copy->library)};
                       });
 }
 

@@ -187,5 +187,23 @@ TEST(Sharing, an_edit_that_the_library_does_not_have_leaves_no_trace)
     EXPECT_EQ(shared.head.position, server.configuration->stored_copy().position);
 }
 
+TEST(Sharing, a_server_that_edits_nothing_any_more_follows_all_the_same)
+{
+    SharedRows shared;
+    Server one("one", shared);
+    Server two("two", shared);
+    one.open();
+    two.open();
+    two.configuration->refuse_edits();
+    {
+        Turn turn(*one.configuration, domain);
+        EXPECT_EQ(turn.write(domain, "recipeList", Json::parse(R"({"A":{"values":{}}})"), Tree::WriteMode::Replace),
+                  ErrorValue::SUCCESS);
+        EXPECT_EQ(turn.commit(), ErrorValue::SUCCESS);
+    }
+    EXPECT_EQ(two.catch_up(), "");
+    EXPECT_EQ(two.text(), one.text());
+}
+
 } // namespace
 } // namespace Ravik::Test
