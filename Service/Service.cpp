@@ -27,6 +27,7 @@ namespace
 constexpr std::chrono::seconds activations_end{30};
 constexpr milliseconds answers_leave{5000};
 constexpr milliseconds users_looked_at{200};
+constexpr milliseconds library_looked_at{1000};
 
 bool is_loopback(std::string const& host)
 {
@@ -176,6 +177,7 @@ public:
                                [this](milliseconds delay, std::function<void()> work)
                                { m_http->after(delay, std::move(work)); }});
                 look_at_users();
+                look_at_library();
             });
         m_metrics.ready = true;
     }
@@ -241,6 +243,25 @@ private:
         m_http->after(users_looked_at, [this] { look_at_users(); });
     }
 
+    /// Tells of a link to the library that is lost or back, of a copy that follows no more, and of edits that nobody
+    /// knows of.
+    void look_at_library()
+    {
+        auto const status = m_project.library_status(std::chrono::milliseconds(0));
+        auto text = std::string(name_of(status.state)) + (status.why.empty() ? "" : ": " + status.why);
+        text += status.copy_failure.empty() ? "" : "; the copy could not be written: " + status.copy_failure;
+        for (auto const& edit : status.unknown_edits)
+        {
+            text += "; not known yet is the outcome of the edit " + edit;
+        }
+        if (!status.server.empty() && text != m_library_state)
+        {
+            m_library_state = text;
+            m_log.tell("library", text);
+        }
+        m_http->after(library_looked_at, [this] { look_at_library(); });
+    }
+
     Project& m_project;
     Log& m_log;
     std::unique_ptr<Access> m_access;
@@ -256,6 +277,7 @@ private:
     Parts m_parts;
     Api m_api;
     std::string m_users_problem;
+    std::string m_library_state;
     std::unique_ptr<HttpServer> m_http;
     std::unique_ptr<SocketServer> m_socket;
 };

@@ -165,11 +165,14 @@ void Joining::connect()
 {
     m_server.name = m_options.name.empty() ? host_name() : m_options.name;
     m_turns = Library::connect(*m_file.library, {.server = m_server, .process = m_process}, Library::Kind::Turns);
-    m_library = m_turns->head().library;
-    if (m_copy && m_copy->library != m_library)
+    auto const head = m_turns->head();
+    m_library = head.library;
+    // One that was made anew after its database was lost is empty.
+    auto const is_unasked = head.position.revision != 0 && m_options.side == Side::None;
+    if (m_copy && m_copy->library != m_library && is_unasked)
     {
         refuse("this project has joined another library than the one that ravik.json names; correct \"library\" there, "
-               "or leave that one first with 'ravik library leave'");
+               "or say by --ours or --theirs that it is to join this one, and whose entries stand where they differ");
     }
     choose_server();
     if (m_following == nullptr)
